@@ -1,0 +1,19 @@
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(GX_SANITIZE "" CACHE STRING "Sanitizers for everything that is built, such as address,undefined or thread")
+
+add_compile_options(-Wall -Wextra -Werror -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wno-missing-field-initializers)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A cast between function pointer types is what dlsym and the X error handlers are made of.
+    add_compile_options(-Wno-cast-function-type)
+endif()
+if(GX_SANITIZE)
+    add_compile_options(-fsanitize=${GX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    add_link_options(-fsanitize=${GX_SANITIZE})
+endif()

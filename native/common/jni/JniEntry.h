@@ -1,0 +1,70 @@
+/// The one frame of every exported function: entry and exit trace, native exceptions mapped to Java ones.
+///
+///     extern "C" JNIEXPORT jint JNICALL Java_com_talvern_..._nativeGetCtrlId(JNIEnv* env, jobject self)
+///     {
+///         return jniEntry(env, __func__, [&] { return windowOf(env, self).getCtrlId(); });
+///     }
+#pragma once
+
+#include "GxDebug.h"
+
+#include <jni.h>
+
+#include <type_traits>
+#include <utility>
+
+/// Writes the start line of an exported function and, when it goes out of scope, the end line. Costs a load and a
+/// branch while JNI tracing is off.
+class CJniTrace {
+public:
+    /// @param function  the exported symbol (`__func__`); the trace shows it without "Java_"
+    explicit CJniTrace(const char* function) noexcept
+        : m_name(GxDebug::IsJNITrace() ? function + sizeof("Java_") - 1 : nullptr)
+    {
+        if (m_name) [[unlikely]]
+            GxDebug::JNI_Start(m_name);
+    }
+    ~CJniTrace()
+    {
+        if (m_name) [[unlikely]]
+            end();
+    }
+    CJniTrace(const CJniTrace&) = delete;
+    CJniTrace& operator=(const CJniTrace&) = delete;
+
+    /// Text that follows the name in the end line, such as " returning NULL"; borrowed, must outlive this object.
+    void note(const char* text) noexcept { m_note = text; }
+
+private:
+    void end() noexcept;
+
+    const char* m_name;
+    const char* m_note = "";
+};
+
+/// Turns the exception being handled into a pending Java exception; the first pending one wins. The only place that
+/// knows which Java class a native exception becomes. Call it inside a catch block only.
+void raiseInJava(JNIEnv* env) noexcept;
+
+/// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending afterwards
+/// and the answer is neutral: 0, false, null.
+/// @param function  pass `__func__`
+/// @param body      takes nothing, or the `CJniTrace&` to add a note to the end line
+template <class Body>
+auto jniEntry(JNIEnv* env, const char* function, Body&& body) noexcept
+{
+    CJniTrace trace(function);
+    const auto run = [&] {
+        if constexpr (std::is_invocable_v<Body&, CJniTrace&>)
+            return body(trace);
+        else
+            return body();
+    };
+    using Answer = decltype(run());
+    try {
+        return run();
+    } catch (...) {
+        raiseInJava(env);
+        return Answer();
+    }
+}

@@ -1,0 +1,151 @@
+#include "Program.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+int millisecondsUntil(Clock::time_point end)
+{
+    return std::max<int>(0, static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
+}
+
+std::vector<std::string> withOptions(std::vector<std::string> command, const std::vector<std::string>& options)
+{
+    command.insert(command.end(), options.begin(), options.end());
+    return command;
+}
+}
+
+pid_t spawn(const std::vector<std::string>& command, int output)
+{
+    std::vector<char*> arguments;
+    for (const auto& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+
+    int failure[2];
+    if (pipe2(failure, O_CLOEXEC) != 0)
+        throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent)
+            _exit(127);
+        if (output >= 0)
+            dup2(output, STDOUT_FILENO);
+        execvp(arguments[0], arguments.data());
+        const int error = errno;
+        [[maybe_unused]] const auto told = write(failure[1], &error, sizeof error);
+        _exit(127);
+    }
+    const int forkError = errno;
+    close(failure[1]);
+    int error = child < 0 ? forkError : 0;
+    if (child >= 0 && read(failure[0], &error, sizeof error) == sizeof error)
+        waitpid(child, nullptr, 0);
+    close(failure[0]);
+    if (error != 0)
+        throw std::runtime_error("cannot start " + command[0] + ": " + std::strerror(error));
+    return child;
+}
+
+CProgram::CProgram(const std::vector<std::string>& command)
+{
+    int output[2];
+    if (pipe2(output, O_CLOEXEC) != 0)
+        throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
+    m_output = output[0];
+    try {
+        m_pid = spawn(command, output[1]);
+    } catch (...) {
+        close(output[0]);
+        close(output[1]);
+        throw;
+    }
+    close(output[1]);
+}
+
+CProgram::~CProgram()
+{
+    kill(SIGKILL);
+    wait(60s);
+    close(m_output);
+}
+
+std::optional<std::string> CProgram::line(std::chrono::milliseconds limit)
+{
+    const auto end = Clock::now() + limit;
+    for (;;) {
+        if (const auto at = m_read.find('\n'); at != std::string::npos) {
+            std::string found = m_read.substr(0, at);
+            m_read.erase(0, at + 1);
+            return found;
+        }
+        pollfd ready { m_output, POLLIN, 0 };
+        const int answer = poll(&ready, 1, millisecondsUntil(end));
+        if (answer < 0 && errno == EINTR)
+            continue;
+        char buffer[4096];
+        const auto got = answer > 0 ? read(m_output, buffer, sizeof buffer) : 0;
+        if (got <= 0)
+            return std::nullopt;
+        m_read.append(buffer, static_cast<size_t>(got));
+    }
+}
+
+std::string CProgram::waitForLine(const std::string& start, std::chrono::milliseconds limit)
+{
+    const auto end = Clock::now() + limit;
+    while (auto next = line(std::chrono::milliseconds(millisecondsUntil(end))))
+        if (next->rfind(start, 0) == 0)
+            return next->substr(start.size());
+    throw std::runtime_error("no line \"" + start + "...\" came");
+}
+
+std::optional<int> CProgram::wait(std::chrono::milliseconds limit)
+{
+    const auto end = Clock::now() + limit;
+    while (m_pid > 0) {
+        int status = 0;
+        const pid_t done = waitpid(m_pid, &status, WNOHANG);
+        if (done == m_pid) {
+            m_pid = -1;
+            return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+        if (done < 0 && errno != EINTR)
+            break;
+        if (Clock::now() >= end)
+            return std::nullopt;
+        std::this_thread::sleep_for(2ms);
+    }
+    return std::nullopt;
+}
+
+void CProgram::kill(int signal)
+{
+    if (m_pid > 0)
+        ::kill(m_pid, signal);
+}
+
+CXvfb::CXvfb(const std::vector<std::string>& options)
+    : m_program(withOptions({ "Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-noreset", "-nolisten",
+                                "tcp" },
+        options))
+{
+    const auto number = m_program.line(30s);
+    if (!number)
+        throw std::runtime_error("Xvfb did not start");
+    m_name = ":" + *number;
+}

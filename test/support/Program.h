@@ -1,0 +1,48 @@
+/// Programs that a test starts: an X server, a window manager, a small application.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// Starts a program that is killed when the calling thread's process dies.
+/// @param output  descriptor that becomes its standard output; -1 leaves it as it is
+/// @return its process id; the caller waits for it. Throws std::runtime_error when it cannot be started.
+pid_t spawn(const std::vector<std::string>& command, int output);
+
+/// A running program whose standard output is read line by line. Killed and reaped by the destructor.
+class CProgram {
+public:
+    explicit CProgram(const std::vector<std::string>& command);
+    ~CProgram();
+    CProgram(const CProgram&) = delete;
+
+    pid_t pid() const { return m_pid; }
+    /// The next line of its output without the line end; nothing when it ends or `limit` passes first.
+    std::optional<std::string> line(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    /// Reads lines until one starts with `start` and answers the rest of it; throws std::runtime_error when none comes.
+    std::string waitForLine(const std::string& start, std::chrono::milliseconds limit = std::chrono::seconds(10));
+    /// Waits for its end. @return exit status, 128 + signal when killed, nothing when `limit` passes first
+    std::optional<int> wait(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    void kill(int signal);
+
+private:
+    pid_t m_pid = -1;
+    int m_output = -1;
+    std::string m_read;
+};
+
+/// An X server of its own, found by the display number that it chose itself.
+class CXvfb {
+public:
+    /// @param options  further arguments, such as "-extension", "XTEST"
+    explicit CXvfb(const std::vector<std::string>& options = {});
+    const std::string& name() const { return m_name; }  ///< such as ":5"
+    CProgram& program() { return m_program; }
+
+private:
+    CProgram m_program;
+    std::string m_name;
+};
