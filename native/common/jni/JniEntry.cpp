@@ -1,7 +1,11 @@
 #include "JniEntry.h"
 
 #include "CTracer.h"
+#include "JniDataTypes.h"
+#include "jniobject.h"
 
+#include <exception>
+#include <new>
 #include <string>
 
 void CJniTrace::end() noexcept
@@ -13,11 +17,27 @@ void CJniTrace::end() noexcept
     }
 }
 
-void raiseInJava(JNIEnv*) noexcept
+namespace {
+/// The exception being handled is of a kind that no room declared: an engine that went on with a neutral
+/// answer would take it for a result.
+void raiseUnknown(JNIEnv* env, const char* what)
+{
+    CTracer::debugTrace("An unknown native exception ended an exported function: %s", what);
+    CJniJObject::throwException(env, "java/lang/Error", what);
+}
+} // namespace
+
+void raiseInJava(JNIEnv* env) noexcept
 {
     try {
         throw;
+    } catch (const CJStringNotInCodePageException& e) {
+        e.throwException(env);
+    } catch (const std::bad_alloc&) {
+        CJniJObject::throwException(env, "java/lang/OutOfMemoryError", "native memory");
+    } catch (const std::exception& e) {
+        raiseUnknown(env, e.what());
     } catch (...) {
-        CTracer::debugTrace("An unknown native exception ended an exported function");
+        raiseUnknown(env, "not a standard exception");
     }
 }

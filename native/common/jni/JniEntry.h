@@ -13,8 +13,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Writes the start line of an exported function and, when it goes out of scope, the end line. Costs a load and a
-/// branch while JNI tracing is off.
+/// Writes the start line of an exported function and, when it goes out of scope, the end line. Costs a load
+/// and a branch while JNI tracing is off.
 class CJniTrace {
 public:
     /// @param function  the exported symbol (`__func__`); the trace shows it without "Java_"
@@ -32,7 +32,8 @@ public:
     CJniTrace(const CJniTrace&) = delete;
     CJniTrace& operator=(const CJniTrace&) = delete;
 
-    /// Text that follows the name in the end line, such as " returning NULL"; borrowed, must outlive this object.
+    /// Text that follows the name in the end line, such as " returning NULL"; borrowed, must outlive this
+    /// object.
     void note(const char* text) noexcept { m_note = text; }
 
 private:
@@ -42,16 +43,15 @@ private:
     const char* m_note = "";
 };
 
-/// Turns the exception being handled into a pending Java exception; the first pending one wins. The only place that
-/// knows which Java class a native exception becomes. Call it inside a catch block only.
+/// Turns the exception being handled into a pending Java exception; the first pending one wins. The only
+/// place that knows which Java class a native exception becomes. Call it inside a catch block only.
 void raiseInJava(JNIEnv* env) noexcept;
 
-/// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending afterwards
-/// and the answer is neutral: 0, false, null.
+/// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending
+/// afterwards and the answer is neutral: 0, false, null.
 /// @param function  pass `__func__`
 /// @param body      takes nothing, or the `CJniTrace&` to add a note to the end line
-template <class Body>
-auto jniEntry(JNIEnv* env, const char* function, Body&& body) noexcept
+template <class Body> auto jniEntry(JNIEnv* env, const char* function, Body&& body) noexcept
 {
     CJniTrace trace(function);
     const auto run = [&] {

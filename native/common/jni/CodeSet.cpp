@@ -1,0 +1,107 @@
+#include "CodeSet.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iconv.h>
+#include <langinfo.h>
+#include <strings.h>
+
+namespace {
+/// The name that setlocale(LC_CTYPE, "") would use.
+const char* requestedName()
+{
+    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"})
+        if (const char* name = std::getenv(variable); name && *name)
+            return name;
+    return "C";
+}
+
+bool namesUtf8(const char* locale)
+{
+    const char* const codeSet = std::strchr(locale, '.');
+    return codeSet && (strncasecmp(codeSet, ".UTF-8", 6) == 0 || strncasecmp(codeSet, ".UTF8", 5) == 0);
+}
+
+/// 0 when the environment asks for a locale that cannot be had. Never freed: threads may be working in it at
+/// exit.
+locale_t environmentLocale()
+{
+    static const locale_t s_locale = [] {
+        const locale_t asked = newlocale(LC_CTYPE_MASK, "", nullptr);
+        return asked || !namesUtf8(requestedName()) ? asked : newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    }();
+    return s_locale;
+}
+
+bool hostChoseLocale()
+{
+    if (uselocale(nullptr) != LC_GLOBAL_LOCALE)
+        return true;
+    const char* const name = std::setlocale(LC_CTYPE, nullptr);
+    return std::strcmp(name, "C") != 0 && std::strcmp(name, "POSIX") != 0;
+}
+
+class CIconv {
+public:
+    CIconv(const char* to, const char* from) : m_converter(iconv_open(to, from)) {}
+    ~CIconv()
+    {
+        if (isOpen())
+            iconv_close(m_converter);
+    }
+    CIconv(const CIconv&) = delete;
+    CIconv& operator=(const CIconv&) = delete;
+
+    bool isOpen() const { return m_converter != reinterpret_cast<iconv_t>(-1); }
+
+    /// Converts as much as one buffer holds and appends it. @return 0 when `input` is used up, else an errno
+    /// value
+    int step(char** input, size_t* left, std::string& out)
+    {
+        char buffer[4096];
+        char* at = buffer;
+        size_t room = sizeof buffer;
+        const size_t answer = iconv(m_converter, input, left, &at, &room);
+        const int error = answer == static_cast<size_t>(-1) ? errno : 0;
+        out.append(buffer, at);
+        return error;
+    }
+
+private:
+    iconv_t m_converter;
+};
+} // namespace
+
+CEnvironmentLocale::CEnvironmentLocale()
+    : m_before(uselocale(hostChoseLocale() ? nullptr : environmentLocale()))
+{
+}
+
+CEnvironmentLocale::~CEnvironmentLocale()
+{
+    uselocale(m_before);
+}
+
+const char* CEnvironmentLocale::codeSet() const
+{
+    return nl_langinfo(CODESET);
+}
+
+Conversion convertText(const char* to, const char* from, std::string_view text, std::string& out)
+{
+    out.clear();
+    CIconv converter(to, from);
+    if (!converter.isOpen())
+        return Conversion::noConverter;
+    char* input = const_cast<char*>(text.data());
+    size_t left = text.size();
+    int error = 0;
+    do
+        error = converter.step(&input, &left, out);
+    while (error == E2BIG);
+    if (error != 0)
+        return Conversion::notRepresentable;
+    converter.step(nullptr, nullptr, out); // stateful code sets end in their initial shift state
+    return Conversion::complete;
+}
