@@ -1,0 +1,82 @@
+#include "LineFields.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <langinfo.h>
+#include <locale.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace {
+/// Of the environment's locale, since many a host never calls setlocale.
+bool environmentIsUtf8() noexcept
+{
+    static const bool answer = [] {
+        const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+        if (!locale)
+            return false;
+        const bool utf8 = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+        freelocale(locale);
+        return utf8;
+    }();
+    return answer;
+}
+
+bool textsAreUtf8() noexcept
+{
+    return environmentIsUtf8() || std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
+
+size_t sizeOfCharacter(unsigned char first) noexcept
+{
+    return first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC0 ? 2 : 1;
+}
+
+/// The length of a cut text without the character that the cut went through.
+size_t wholeCharacters(const char* text, size_t length) noexcept
+{
+    for (size_t start = length; start > 0 && length - start < 4;) {
+        const auto byte = static_cast<unsigned char>(text[--start]);
+        if ((byte & 0xC0) != 0x80)
+            return start + sizeOfCharacter(byte) > length ? start : length;
+    }
+    return length;
+}
+} // namespace
+
+CField GetTimeStamp() noexcept
+{
+    const time_t now = std::time(nullptr);
+    struct tm parts = {};
+    localtime_r(&now, &parts);
+    CField stamp;
+    std::snprintf(stamp.text, sizeof stamp.text, "%04d-%02d-%02d/%02d:%02d:%02d.000", parts.tm_year + 1900,
+                  parts.tm_mon, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    return stamp;
+}
+
+CField processField() noexcept
+{
+    CField field;
+    std::snprintf(field.text, sizeof field.text, "%7d", static_cast<int>(getpid()));
+    return field;
+}
+
+CField threadField() noexcept
+{
+    CField field;
+    std::snprintf(field.text, sizeof field.text, "[pthread=%d]", static_cast<int>(pthread_self()));
+    return field;
+}
+
+size_t formatMessage(char* buffer, size_t size, const char* format, va_list arguments) noexcept
+{
+    *buffer = '\0';
+    const int length = std::vsnprintf(buffer, size, format, arguments);
+    if (length < 0 || static_cast<size_t>(length) < size)
+        return strnlen(buffer, size - 1);
+    const size_t kept = textsAreUtf8() ? wholeCharacters(buffer, size - 1) : size - 1;
+    buffer[kept] = '\0';
+    return kept;
+}

@@ -1,0 +1,150 @@
+#include "LogFile.h"
+
+#include "ScopedFile.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace {
+struct tm localNow() noexcept
+{
+    const time_t now = std::time(nullptr);
+    struct tm parts = {};
+    localtime_r(&now, &parts);
+    return parts;
+}
+
+/// O_NONBLOCK: a pipe in the file's place that nobody reads is an error, not an endless wait.
+CDescriptor openToWrite(const char* path, int mode) noexcept
+{
+    int opened;
+    do {
+        opened = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | mode, 0666);
+    } while (opened < 0 && errno == EINTR);
+    return CDescriptor(opened);
+}
+
+/// A single write to a file opened for appending is atomic among all threads and processes that write it so:
+/// what a lock on a stream gives within one process, and a system call or two less.
+bool writeWhole(int file, std::string_view text) noexcept
+{
+    ssize_t written;
+    do {
+        written = write(file, text.data(), text.size());
+    } while (written < 0 && errno == EINTR);
+    return written == static_cast<ssize_t>(text.size());
+}
+
+bool isAbove(const struct stat& file, unsigned limitKiB) noexcept
+{
+    return S_ISREG(file.st_mode) && file.st_size / 1024 > static_cast<off_t>(limitKiB);
+}
+
+/// The name of a file that is rolled over now: "dir/vtx_log_c_2026.02.15_10.20.30.txt".
+bool ReCalculateName(const char* path, char* name, size_t size) noexcept
+{
+    const char* const dot = std::strrchr(path, '.');
+    const char* const extension = dot ? dot : ".txt";
+    const int length = static_cast<int>(dot ? dot - path : static_cast<ptrdiff_t>(std::strlen(path)));
+    const struct tm now = localNow();
+    char stamp[96];
+    std::snprintf(stamp, sizeof stamp, "%04d.%02d.%02d_%02d.%02d.%02d", now.tm_year + 1900, now.tm_mon,
+                  now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec);
+    const int needed = std::snprintf(name, size, "%.*s%s%s%s", length, path, "_c_", stamp, extension);
+    return needed >= 0 && static_cast<size_t>(needed) < size;
+}
+
+/// Renames without ever replacing a file. @return 0, or the error
+int moveAside(const char* path, const char* name) noexcept
+{
+    if (renameat2(AT_FDCWD, path, AT_FDCWD, name, RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    if (access(name, F_OK) == 0) // a file system that knows no such renaming
+        return EEXIST;
+    return std::rename(path, name) == 0 ? 0 : errno;
+}
+
+/// Remembers that a file's name of this second is taken, so that a burst of lines does not try it at each of
+/// them.
+class CTakenName {
+public:
+    bool isTaken(const struct stat& file) const noexcept
+    {
+        return m_mark.load(std::memory_order_relaxed) == mark(file);
+    }
+    void take(const struct stat& file) noexcept { m_mark.store(mark(file), std::memory_order_relaxed); }
+
+private:
+    static uint64_t mark(const struct stat& file) noexcept
+    {
+        return static_cast<uint64_t>(file.st_ino) << 32 | static_cast<uint32_t>(std::time(nullptr));
+    }
+    std::atomic<uint64_t> m_mark{0};
+};
+constinit CTakenName s_takenName;
+
+/// Renames the file that is open as `file`, unless another thread or process is doing so or has done it: who
+/// holds the lock of the file that still has its name does the renaming. Names have whole seconds; where that
+/// of this second is taken, the file just grows until the next one.
+void rollOver(const char* path, int file, const struct stat& opened) noexcept
+{
+    struct stat named;
+    char name[1024];
+    if (s_takenName.isTaken(opened) || flock(file, LOCK_EX | LOCK_NB) != 0 || stat(path, &named) != 0 ||
+        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
+        return;
+    const int error = ReCalculateName(path, name, sizeof name) ? moveAside(path, name) : ENAMETOOLONG;
+    if (error == EEXIST)
+        s_takenName.take(opened);
+    else if (error != 0)
+        std::fputs("Rename failed\n", stderr);
+}
+
+/// Opens the file for one more line, in place of one that has grown above the limit.
+CDescriptor openWithinLimit(const char* path, unsigned limitKiB) noexcept
+{
+    CDescriptor file = openToWrite(path, O_APPEND);
+    struct stat status;
+    if (!file || limitKiB == noSizeLimit || fstat(file.get(), &status) != 0 || !isAbove(status, limitKiB))
+        return file;
+    rollOver(path, file.get(), status);
+    file = CDescriptor(); // gives up the lock
+    return openToWrite(path, O_APPEND);
+}
+
+void printInstead(const char* why, std::string_view text) noexcept
+{
+    std::fputs(why, stderr);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+} // namespace
+
+bool WriteMessage(const char* path, std::string_view text, unsigned limitKiB) noexcept
+{
+    const CDescriptor file = openWithinLimit(path, limitKiB);
+    if (!file)
+        printInstead("Error writing to the file (2).\n", text);
+    else if (!writeWhole(file.get(), text))
+        printInstead("Error writing to the file (1).\n", text);
+    return static_cast<bool>(file);
+}
+
+bool appendToFile(const char* path, std::string_view text) noexcept
+{
+    const CDescriptor file = openToWrite(path, O_APPEND);
+    return file && writeWhole(file.get(), text);
+}
+
+void emptyFile(const char* path) noexcept
+{
+    openToWrite(path, O_TRUNC);
+}

@@ -1,0 +1,7 @@
+/// Texts of system errors.
+#pragma once
+
+/// The C library's text for an error number (errno), such as "No such file or directory".
+/// @param buffer  receives it, the rest is filled with zeros
+/// @return `buffer`. Any thread.
+const char* getErrorString(int error, char (&buffer)[1024]) noexcept;
