@@ -1,18 +1,15 @@
-/// Native windows: geometry, and the queries on one window. Everything here talks to the X server over g_display and
-/// blocks until it answers. One thread at a time.
+/// Native windows: geometry, and the queries on one window. Everything here talks to the X server over
+/// g_display and blocks until it answers. One thread at a time.
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 /// A place on the screen or in a window, in pixels; y grows downwards.
 class Point {
 public:
     constexpr Point() = default;
-    constexpr Point(int x, int y)
-        : x(x)
-        , y(y)
-    {
-    }
+    constexpr Point(int x, int y) : x(x), y(y) {}
     constexpr int getx() const { return x; }
     constexpr int gety() const { return y; }
     constexpr void setx(int value) { x = value; }
@@ -28,10 +25,7 @@ class Rect {
 public:
     constexpr Rect() = default;
     constexpr Rect(int top, int left, int height, int width)
-        : top(top)
-        , left(left)
-        , height(height)
-        , width(width)
+        : top(top), left(left), height(height), width(width)
     {
     }
     constexpr int getTop() const { return top; }
@@ -43,7 +37,7 @@ public:
     constexpr void setHeight(int value) { height = value; }
     constexpr void setWidth(int value) { width = value; }
 
-    bool isZero() const;  ///< all four fields are 0
+    bool isZero() const; ///< all four fields are 0
     bool pointInRect(const Point& point) const;
     bool equalTo(const Rect& other) const;
     /// Each edge differs from the other's by at most `tolerance` pixels.
@@ -51,23 +45,29 @@ public:
     bool contains(const Rect& other) const;
 
 private:
+    // In 64 bits: a rectangle that Java made up must not overflow.
+    constexpr int64_t bottom() const { return int64_t{top} + height; }
+    constexpr int64_t right() const { return int64_t{left} + width; }
+
     int32_t top = 0;
     int32_t left = 0;
     int32_t height = 0;
     int32_t width = 0;
 };
 
-/// One native window and the queries on it; a value, nothing is owned. The handle is an X window id, 0 the null window.
-/// A query on a window that has gone answers neutrally: 0, false, an empty text, a zero rectangle.
+/// One native window and the queries on it; a value, nothing is owned. The handle is an X window id, 0 the
+/// null window. A query on a window that has gone answers neutrally: 0, false, an empty text, a zero
+/// rectangle.
 ///
-/// Lists of windows are written to an array of the caller, as separately allocated objects which the caller deletes.
-/// A search that finds more than there is room for answers -1 and owns nothing: retry with twice the room.
+/// Lists of windows are written to an array of the caller, as separately allocated objects which the caller
+/// deletes. A search that finds more than there is room for answers -1 and owns nothing: retry with twice the
+/// room.
 class CWindow {
 public:
     CWindow() = default;
     explicit CWindow(long handle);
-    explicit CWindow(Point* point);  ///< the deepest viewable window at a point in root coordinates
-    explicit CWindow(Rect* rect);    ///< the last window that covers exactly this rectangle; 0 when none does
+    explicit CWindow(Point* point); ///< the deepest viewable window at a point in root coordinates
+    explicit CWindow(Rect* rect);   ///< the last window that covers exactly this rectangle; 0 when none does
 
     unsigned long getHandle() const { return m_handle; }
     void setHandle(unsigned long handle) { m_handle = handle; }
@@ -76,32 +76,35 @@ public:
 
     /// The parent; the window itself for the root and for a window that has gone; 0 for the null window.
     void getParent(CWindow* out) const;
-    void getOwner(CWindow* out) const;  ///< always 0: X11 knows no owner
-    unsigned long getGwOwner() const;   ///< as getOwner
+    void getOwner(CWindow* out) const; ///< always 0: X11 knows no owner
+    unsigned long getGwOwner() const;  ///< as getOwner
     /// The ancestor that is a child of the root: the window manager's frame where there is one.
     unsigned long getTopLevelHandle() const;
     /// The viewable children that can show something (no InputOnly windows), bottom of the stack first.
-    int enumChildWindows(int max, CWindow** out) const;
-    /// The viewable windows that cover exactly `rect` (root coordinates, borders not counted), parents before their
-    /// children, bottom of the stack first.
+    std::vector<CWindow> childWindows() const;
+    int enumChildWindows(int max, CWindow** out) const; ///< -1 also when other children are too many
+    /// The viewable windows that cover exactly `rect` (root coordinates, borders not counted), parents before
+    /// their children, bottom of the stack first. Whichever window this is.
+    static std::vector<CWindow> windowsAt(const Rect& rect);
     int windowsAtRectangle(Rect* rect, int max, CWindow** out) const;
-    void getRectangle(Rect* out) const;  ///< root coordinates, without the border
+    void getRectangle(Rect* out) const; ///< root coordinates, without the border
     /// The caption in the locale's code set, at most size - 1 bytes and a terminating 0.
     void getWindowCaption(char* buffer, int size) const;
     /// Class and instance of WM_CLASS with a blank between them, at most size - 1 bytes and a terminating 0.
     void getWindowClassname(char* buffer, int size) const;
 
-    static CWindow getForeground();  ///< the top-level window that holds the input focus
-    static CWindow getFocus();       ///< the window with the input focus, as the server reports it
+    static CWindow getForeground(); ///< the top-level window that holds the input focus
+    static CWindow getFocus();      ///< the window with the input focus, as the server reports it
     void setFocus() const;
-    int activate() const;  ///< raises the window (see bringToTop); 0
-    void deactivate() const { }
+    int activate() const; ///< raises the window (see bringToTop); 0
+    void deactivate() const {}
     void setForeground() const;
-    void bringToTop() const;  ///< raises the window, or its frame under a frame-drawing manager, and its transients
+    void
+    bringToTop() const; ///< raises the window, or its frame under a frame-drawing manager, and its transients
     void setStyleTopMost() const;
     void clearStyleTopMost() const;
 
-    bool isShowing() const;  ///< mapped, and all its ancestors are
+    bool isShowing() const; ///< mapped, and all its ancestors are
     bool isWinVisible() const { return isShowing(); }
     bool isEnabled() const { return true; }
     bool isMenu() const;
@@ -109,15 +112,15 @@ public:
     bool isComboListBox() const;
     bool isFileDialog() const;
 
-    int getPid() const;  ///< not supported on X11: sets g_window_status to 1
-    int getTid() const;  ///< not supported on X11: sets g_window_status to 1
+    int getPid() const; ///< not supported on X11: sets g_window_status to 1
+    int getTid() const; ///< not supported on X11: sets g_window_status to 1
     int getCtrlId() const { return 0; }
     int getHScrollPosition() const { return -1; }
     int getVScrollPosition() const { return -1; }
-    void getHScrollRange(int* low, int* high) const;  ///< not available on X11: leaves both untouched
+    void getHScrollRange(int* low, int* high) const; ///< not available on X11: leaves both untouched
     void getVScrollRange(int* low, int* high) const;
     static unsigned long getMainWindowForProcessId(long) { return 0; }
-    static void closeAllPopupWindows() { }
+    static void closeAllPopupWindows() {}
 
 private:
     uint64_t m_handle = 0;
@@ -133,16 +136,16 @@ public:
 class TopLevelWindow : public CWindow {
 public:
     TopLevelWindow() = default;
-    explicit TopLevelWindow(long handle)
-        : CWindow(handle)
-    {
-    }
-    explicit TopLevelWindow(Point* point);  ///< the child of the root at a point in root coordinates
-    explicit TopLevelWindow(Rect* rect);    ///< the only top-level window that covers exactly `rect`, else 0
+    explicit TopLevelWindow(long handle) : CWindow(handle) {}
+    explicit TopLevelWindow(Point* point); ///< the child of the root at a point in root coordinates
+    explicit TopLevelWindow(Rect* rect);   ///< the only top-level window that covers exactly `rect`, else 0
 
-    /// Every viewable window with a WM_CLASS, whichever window this is; frames without one are looked through.
+    /// Every viewable window with a WM_CLASS, whichever window this is; frames without one are looked
+    /// through.
+    static std::vector<TopLevelWindow> ownedWindows();
     int getOwnedWindows(int max, TopLevelWindow** out) const;
     /// The top-level windows that cover exactly `rect`, topmost first.
+    static std::vector<TopLevelWindow> topLevelWindowsAt(const Rect& rect);
     int toplevelwindowsAtRectangle(Rect* rect, int max, TopLevelWindow** out) const;
     bool isMaximized() const { return false; }
     void maximize() const;
@@ -150,9 +153,9 @@ public:
     bool isIconified() const;
     void iconify() const;
     void deiconify() const;
-    void close() const;  ///< asks the window to close itself (WM_DELETE_WINDOW)
+    void close() const; ///< asks the window to close itself (WM_DELETE_WINDOW)
     void assertDisabledWindow() const { bringToTop(); }
-    bool moveWindow(int x, int y, int width, int height) const;  ///< root coordinates; always true
+    bool moveWindow(int x, int y, int width, int height) const; ///< root coordinates; always true
 };
 
 /// Set to 1 by an operation that X11 does not support; the exported functions clear it before the call.

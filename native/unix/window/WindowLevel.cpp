@@ -1,0 +1,216 @@
+#include "WindowLevel.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include <X11/Xatom.h>
+
+namespace {
+/// How much of WM_CLASS is read, in units of four bytes: as much as XGetClassHint reads.
+constexpr uint32_t classUnits = BUFSIZ;
+
+std::string_view textOf(const xcb_get_property_reply_t* reply)
+{
+    return {static_cast<const char*>(xcb_get_property_value(reply)),
+            static_cast<size_t>(xcb_get_property_value_length(reply))};
+}
+
+/// Cuts the part before the next 0, which need not be there, off `text`.
+std::string cutPart(std::string_view& text)
+{
+    const auto end = std::min(text.find('\0'), text.size());
+    std::string part(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return part;
+}
+
+xcb_connection_t* connection(Display* display)
+{
+    return XGetXCBConnection(display);
+}
+
+CAnswer<xcb_get_property_reply_t> askProperty(Display* display, Window window, Atom name, Atom type,
+                                              uint32_t units)
+{
+    const auto cookie =
+        xcb_get_property(connection(display), 0, static_cast<xcb_window_t>(window),
+                         static_cast<xcb_atom_t>(name), static_cast<xcb_atom_t>(type), 0, units);
+    return {display, cookie.sequence};
+}
+
+CAnswer<xcb_get_window_attributes_reply_t> askAttributes(Display* display, Window window)
+{
+    return {display,
+            xcb_get_window_attributes(connection(display), static_cast<xcb_window_t>(window)).sequence};
+}
+} // namespace
+
+CAnswer<xcb_query_tree_reply_t> askTree(Display* display, Window window)
+{
+    return {display, xcb_query_tree(connection(display), static_cast<xcb_window_t>(window)).sequence};
+}
+
+CAnswer<xcb_get_geometry_reply_t> askGeometry(Display* display, Window window)
+{
+    return {display, xcb_get_geometry(connection(display), static_cast<xcb_drawable_t>(window)).sequence};
+}
+
+CAnswer<xcb_translate_coordinates_reply_t> askPlace(Display* display, Window window)
+{
+    const auto cookie =
+        xcb_translate_coordinates(connection(display), static_cast<xcb_window_t>(window),
+                                  static_cast<xcb_window_t>(DefaultRootWindow(display)), 0, 0);
+    return {display, cookie.sequence};
+}
+
+CAnswer<xcb_get_property_reply_t> askClass(Display* display, Window window)
+{
+    return askProperty(display, window, XA_WM_CLASS, XA_STRING, classUnits);
+}
+
+CAnswer<xcb_get_property_reply_t> askTransientFor(Display* display, Window window)
+{
+    return askProperty(display, window, XA_WM_TRANSIENT_FOR, XA_WINDOW, 1);
+}
+
+CStateAnswer::CStateAnswer(Display* display, Window window)
+    : m_attributes(askAttributes(display, window)), m_geometry(askGeometry(display, window))
+{
+}
+
+CWindowState CStateAnswer::take()
+{
+    // The first failure is the outcome: XGetWindowAttributes swallows the second error of a window that has
+    // gone.
+    const auto attributes = m_attributes.take();
+    if (!attributes)
+        return {};
+    const auto geometry = m_geometry.take();
+    if (!geometry)
+        return {};
+    return {
+        .readable = true,
+        .viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
+        .unmapped = attributes->map_state == XCB_MAP_STATE_UNMAPPED,
+        .inputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY,
+        .overrideRedirect = attributes->override_redirect != 0,
+        .x = geometry->x,
+        .y = geometry->y,
+        .width = geometry->width,
+        .height = geometry->height,
+    };
+}
+
+CPlace placeOf(const xcb_translate_coordinates_reply_t* reply)
+{
+    if (!reply || !reply->same_screen)
+        return {};
+    return {.known = true, .x = reply->dst_x, .y = reply->dst_y};
+}
+
+CClassHint classOf(const xcb_get_property_reply_t* reply)
+{
+    if (!reply || reply->type != XA_STRING || reply->format != 8)
+        return {};
+    auto text = textOf(reply);
+    CClassHint hint{.present = true};
+    hint.instance = cutPart(text);
+    hint.name = cutPart(text);
+    return hint;
+}
+
+Window transientForOf(const xcb_get_property_reply_t* reply)
+{
+    if (!reply || reply->type != XA_WINDOW || reply->format != 32 || reply->value_len == 0)
+        return 0;
+    xcb_window_t owner = 0;
+    std::memcpy(&owner, xcb_get_property_value(reply), sizeof owner);
+    return owner;
+}
+
+std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t* reply)
+{
+    if (!reply)
+        return {};
+    return {xcb_query_tree_children(reply), static_cast<size_t>(xcb_query_tree_children_length(reply))};
+}
+
+CWindowState stateOf(Display* display, Window window)
+{
+    return CStateAnswer(display, window).take();
+}
+
+CClassHint classOf(Display* display, Window window)
+{
+    return classOf(askClass(display, window).take().get());
+}
+
+std::vector<Window> childrenOf(Display* display, Window window)
+{
+    const auto reply = askTree(display, window).take();
+    const auto children = childrenOf(reply.get());
+    return {children.begin(), children.end()};
+}
+
+CWindowTree::CWindowTree(Display* display, Window start)
+    : m_display(display), m_windows{{.window = start, .descend = true}}
+{
+}
+
+void CWindowTree::appendChildren(size_t begin, size_t end)
+{
+    std::vector<size_t> parents;
+    for (size_t i = begin; i < end; ++i)
+        if (m_windows[i].descend)
+            parents.push_back(i);
+    askAll(
+        parents, [&](size_t parent) { return askTree(m_display, m_windows[parent].window); },
+        [&](size_t parent, auto& answer) {
+            const auto reply = answer.take();
+            const auto children = childrenOf(reply.get());
+            m_windows[parent].firstChild = m_windows.size();
+            m_windows[parent].children = children.size();
+            for (const xcb_window_t child : children)
+                m_windows.push_back({.window = child, .parent = parent});
+        });
+}
+
+void CWindowTree::pushChildren(std::vector<size_t>& ahead, size_t parent, EOrder order) const
+{
+    const auto& [first, count] = std::pair(m_windows[parent].firstChild, m_windows[parent].children);
+    for (size_t i = 0; i < count; ++i)
+        ahead.push_back(order == EOrder::topFirst ? first + i : first + count - 1 - i);
+}
+
+std::vector<CTreeWindow*> CWindowTree::chosen(EOrder order)
+{
+    std::vector<CTreeWindow*> found;
+    visit(order, [&](CTreeWindow& entry) {
+        if (entry.chosen)
+            found.push_back(&entry);
+    });
+    return found;
+}
+
+std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries)
+{
+    std::vector<Window> windows;
+    for (const CTreeWindow* entry : entries)
+        windows.push_back(entry->window);
+    return windows;
+}
+
+void readStates(Display* display, std::span<CTreeWindow> level)
+{
+    askAll(
+        level, [&](const CTreeWindow& entry) { return CStateAnswer(display, entry.window); },
+        [](CTreeWindow& entry, CStateAnswer& answer) { entry.state = answer.take(); });
+}
+
+void readHints(Display* display, const std::vector<CTreeWindow*>& entries)
+{
+    askAll(
+        entries, [&](const CTreeWindow* entry) { return askClass(display, entry->window); },
+        [](CTreeWindow* entry, auto& answer) { entry->hint = classOf(answer.take().get()); });
+}

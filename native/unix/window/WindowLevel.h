@@ -1,0 +1,224 @@
+/// The one reader of windows: what the X server knows of many windows, asked for all at once.
+///
+/// A waiting round trip a window makes a search of some hundred managed windows last seconds. Here the
+/// requests for a whole level of the window tree are under way together, through XCB on Xlib's own
+/// connection, and the answers are taken in the order of the requests. A window that vanishes meanwhile has
+/// no answers; its error is written to the trace as the Xlib call of the same name would have it written.
+///
+/// One thread at a time for a display. Everything here blocks until the server answers.
+#pragma once
+
+#include "ScopedX.h"
+#include "XErrors.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <X11/Xlib-xcb.h>
+#include <xcb/xcb.h>
+#include <xcb/xcbext.h>
+
+/// The answer to one request: under way until it is taken. An answer that nobody takes is dropped, its error
+/// too.
+template <class Reply> class CAnswer {
+public:
+    CAnswer(Display* display, unsigned sequence) : m_display(display), m_sequence(sequence) {}
+    CAnswer(CAnswer&& other) noexcept
+        : m_display(std::exchange(other.m_display, nullptr)), m_sequence(other.m_sequence)
+    {
+    }
+    CAnswer& operator=(CAnswer&&) = delete;
+    ~CAnswer()
+    {
+        if (m_display)
+            xcb_discard_reply(XGetXCBConnection(m_display), m_sequence);
+    }
+
+    /// Waits for the answer; may be called once. Null when the request failed, which is traced.
+    MallocPtr<Reply> take()
+    {
+        Display* const display = m_display;
+        MallocPtr<xcb_generic_error_t> error;
+        auto reply = takeWith(error);
+        if (error)
+            traceXError(display, error->error_code, error->full_sequence, error->major_code,
+                        error->minor_code);
+        return reply;
+    }
+    /// As take, without a trace line: for a request whose failure leads to the question being asked anew.
+    MallocPtr<Reply> takeQuietly()
+    {
+        MallocPtr<xcb_generic_error_t> error;
+        return takeWith(error);
+    }
+
+private:
+    MallocPtr<Reply> takeWith(MallocPtr<xcb_generic_error_t>& error)
+    {
+        xcb_generic_error_t* failure = nullptr;
+        auto* const connection = XGetXCBConnection(std::exchange(m_display, nullptr));
+        MallocPtr<Reply> reply(static_cast<Reply*>(xcb_wait_for_reply(connection, m_sequence, &failure)));
+        error.reset(failure);
+        return reply;
+    }
+
+    Display* m_display;
+    unsigned m_sequence;
+};
+
+/// Asks one question about each of `items`, all of them at once, and takes the answers in order.
+/// @param ask   (item) -> the answer under way
+/// @param take  (item, answer)
+template <class Items, class Ask, class Take> void askAll(Items&& items, Ask ask, Take take)
+{
+    std::vector<decltype(ask(*std::begin(items)))> answers;
+    answers.reserve(std::size(items));
+    for (auto& item : items)
+        answers.push_back(ask(item));
+    auto answer = answers.begin();
+    for (auto& item : items)
+        take(item, *answer++);
+}
+
+/// State and outer size of a window, as XGetWindowAttributes reports them. `readable` is false when that
+/// failed.
+struct CWindowState {
+    bool readable = false;
+    bool viewable = false; ///< mapped, and all its ancestors are
+    bool unmapped = false;
+    bool inputOnly = false;
+    bool overrideRedirect = false;
+    int x = 0; ///< pixels from the parent's corner to the corner of this window's border
+    int y = 0;
+    int width = 0; ///< without the border
+    int height = 0;
+};
+
+/// WM_CLASS of the KDE window manager's own windows; its frames have one as their first child.
+constexpr const char* kdeInstance = "kwin";
+constexpr const char* kdeClass = "Kwin";
+
+/// The two parts of WM_CLASS. A part that is absent and one that is empty are the same: no name.
+struct CClassHint {
+    bool present = false; ///< there is a WM_CLASS, even if it names nothing
+    std::string instance;
+    std::string name;
+
+    bool given() const { return !instance.empty() || !name.empty(); }
+    bool isKde() const { return instance == kdeInstance && name == kdeClass; }
+};
+
+/// What is sent for XGetWindowAttributes: two requests with one outcome.
+class CStateAnswer {
+public:
+    CStateAnswer(Display* display, Window window);
+    CWindowState take();
+
+private:
+    CAnswer<xcb_get_window_attributes_reply_t> m_attributes;
+    CAnswer<xcb_get_geometry_reply_t> m_geometry;
+};
+
+/// The requests that walks make. Each is on its way when the function returns.
+CAnswer<xcb_query_tree_reply_t> askTree(Display* display, Window window);
+CAnswer<xcb_get_geometry_reply_t> askGeometry(Display* display, Window window);
+CAnswer<xcb_translate_coordinates_reply_t> askPlace(Display* display, Window window);
+CAnswer<xcb_get_property_reply_t> askClass(Display* display, Window window);
+CAnswer<xcb_get_property_reply_t> askTransientFor(Display* display, Window window);
+
+/// Their answers in the terms of a walk; null stands for a request that failed.
+struct CPlace {
+    bool known = false;
+    int x = 0; ///< the window's inner corner in root coordinates
+    int y = 0;
+};
+CPlace placeOf(const xcb_translate_coordinates_reply_t* reply);
+/// A property of another type or format counts as none; so does one of a window that has gone.
+CClassHint classOf(const xcb_get_property_reply_t* reply);
+Window transientForOf(const xcb_get_property_reply_t* reply); ///< 0 when the window names none
+/// Bottom of the stack first; none when the query failed. Valid as long as the reply.
+std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t* reply);
+
+/// The same for one window, each a round trip.
+CWindowState stateOf(Display* display, Window window);
+CClassHint classOf(Display* display, Window window);
+std::vector<Window> childrenOf(Display* display, Window window);
+
+/// A window of a tree that is being read, and what its walk found out about it.
+struct CTreeWindow {
+    Window window = 0;
+    size_t parent = 0;     ///< index in the tree
+    size_t firstChild = 0; ///< its children stand one after the other, bottom of the stack first
+    size_t children = 0;
+    bool descend = false; ///< read the children too
+    bool chosen = false;  ///< what the walk looks for
+    CWindowState state{};
+    std::optional<CClassHint> hint{}; ///< nothing until it was asked for
+};
+
+enum class EOrder { bottomFirst, topFirst };
+
+/// The windows below one window, read a level at a time. The first entry is the start itself, of which
+/// nothing but the children is asked.
+class CWindowTree {
+public:
+    CWindowTree(Display* display, Window start);
+
+    /// @param examine  (level) is called with the windows of each level, all those with the same distance
+    /// from the
+    ///                 start, as a span of CTreeWindow; sets `descend` where the walk goes on and `chosen` on
+    ///                 what it looks for
+    template <class Examine> void read(Examine examine)
+    {
+        for (size_t begin = 0, end = 1; begin < end; begin = end, end = m_windows.size()) {
+            appendChildren(begin, end);
+            if (m_windows.size() > end)
+                examine(std::span(m_windows).subspan(end));
+        }
+    }
+
+    CTreeWindow& at(size_t index) { return m_windows[index]; }
+    /// Calls visit(CTreeWindow&) for every window but the start, each before its children; siblings in the
+    /// given order.
+    template <class Visit> void visit(EOrder order, Visit visit)
+    {
+        std::vector<size_t> ahead;
+        pushChildren(ahead, 0, order);
+        while (!ahead.empty()) {
+            const size_t next = ahead.back();
+            ahead.pop_back();
+            visit(m_windows[next]);
+            pushChildren(ahead, next, order);
+        }
+    }
+    /// The windows that are `chosen`, in the order of visit.
+    std::vector<CTreeWindow*> chosen(EOrder order);
+
+private:
+    void appendChildren(size_t begin, size_t end);
+    void pushChildren(std::vector<size_t>& ahead, size_t parent, EOrder order) const;
+
+    Display* m_display;
+    std::vector<CTreeWindow> m_windows;
+};
+
+std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries);
+
+/// Entries of a level that a question concerns, picked by a predicate or a member.
+template <class Predicate> std::vector<CTreeWindow*> those(std::span<CTreeWindow> level, Predicate concerned)
+{
+    std::vector<CTreeWindow*> found;
+    for (CTreeWindow& entry : level)
+        if (std::invoke(concerned, entry))
+            found.push_back(&entry);
+    return found;
+}
+
+/// Fills `state` of all entries, or `hint` of some, in one go.
+void readStates(Display* display, std::span<CTreeWindow> level);
+void readHints(Display* display, const std::vector<CTreeWindow*>& entries);

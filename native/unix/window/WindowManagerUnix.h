@@ -1,0 +1,48 @@
+/// Walks over the windows of the X server that several units share. All of them take a display that
+/// walkDisplay() gave and block until the server answers.
+#pragma once
+
+#include "WindowLevel.h"
+#include "WindowManager.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+/// The root of the default screen; 0 for a null display.
+Window rootOf(Display* display);
+
+/// The parent of a window. 0 for 0; the window itself when it is the root or has gone.
+Window GetParent(Display* display, Window window);
+
+/// Climbs to the ancestor that is a child of the root, a frame where a window manager draws one. The window
+/// itself when it is the root, 0 or has gone; where a window on the way up vanishes, the climb ends there.
+Window frameOf(Display* display, Window window);
+
+/// Whether the KDE window manager drew this frame: it is known by the WM_CLASS of the frame's first child.
+bool isKdeFrame(Display* display, std::span<const Window> children);
+
+/// A window and where its coordinates start, in pixels of the root; border widths are not counted on the way
+/// down.
+struct CPlacedWindow {
+    Window window;
+    int x;
+    int y;
+};
+
+/// The child that a point belongs to: of the viewable ones whose box holds the point, edges included, the
+/// topmost that is not one of the library's own highlight frames. Nothing when there is none, or when a child
+/// above it has vanished.
+/// @param children  of `parent`, bottom of the stack first
+std::optional<CPlacedWindow> childAt(Display* display, const CPlacedWindow& parent,
+                                     std::span<const Window> children, const Point& point);
+
+/// The deepest window at a point: childAt, repeated from the root down.
+Window windowFromPoint(Display* display, const CPlacedWindow& start, const Point& point);
+
+/// Step of a tree walk: marks as `chosen` the windows of a level that are viewable and cover exactly `rect`,
+/// in root coordinates and without borders, and lets the walk descend into all viewable ones.
+void chooseAtRect(Display* display, std::span<CTreeWindow> level, const Rect& rect);
+
+/// The viewable windows below `start` that cover exactly `rect`, parents first, bottom of the stack first.
+std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect);

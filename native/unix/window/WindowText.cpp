@@ -1,0 +1,83 @@
+// Class names and captions.
+#include "WindowManagerUnix.h"
+
+#include "CTracer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <X11/Xutil.h>
+
+namespace {
+/// Copies as much as fits and the terminating 0. @param size  of the buffer; nothing happens below 1
+void copyText(std::string_view text, char* buffer, int size)
+{
+    if (size < 1)
+        return;
+    const size_t length = std::min(text.size(), static_cast<size_t>(size - 1));
+    std::memcpy(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
+
+struct CStringListFree {
+    void operator()(char** list) const noexcept { XFreeStringList(list); }
+};
+
+/// WM_NAME in the code set of the locale; empty when there is none or it cannot be converted.
+std::string fetchWindowName(Display* display, Window window)
+{
+    XTextProperty property{};
+    if (!XGetWMName(display, window, &property))
+        return {};
+    const XPtr<unsigned char> owner(property.value);
+    char** list = nullptr;
+    int count = 0;
+    if (property.nitems == 0 || XmbTextPropertyToTextList(display, &property, &list, &count) < 0)
+        return {};
+    const std::unique_ptr<char*, CStringListFree> listOwner(list);
+    return count > 0 && list[0] ? list[0] : "";
+}
+
+/// The window inside a frame whose name is the caption: frames of window managers carry none themselves.
+/// @param children  of the frame, bottom of the stack first, not empty
+Window namedInside(Display* display, std::span<const xcb_window_t> children)
+{
+    const Window child = children.back();
+    if (!classOf(display, children.front()).isKde())
+        return child;
+    CTracer::debugTrace("kwindow found, looks like KDE");
+    const auto inner = childrenOf(display, child);
+    return inner.empty() ? child : inner.back();
+}
+
+std::string captionOf(Display* display, Window window)
+{
+    const auto tree = askTree(display, window).take();
+    if (tree && tree->parent == rootOf(display)) {
+        const auto name = fetchWindowName(display, window);
+        if (!name.empty())
+            return name;
+    }
+    CTracer::debugTrace("FetchName failed,picking child");
+    const auto children = childrenOf(tree.get());
+    return fetchWindowName(display, children.empty() ? window : namedInside(display, children));
+}
+} // namespace
+
+void CWindow::getWindowCaption(char* buffer, int size) const
+{
+    Display* const display = walkDisplay();
+    copyText(display ? captionOf(display, getHandle()) : "", buffer, size);
+}
+
+void CWindow::getWindowClassname(char* buffer, int size) const
+{
+    Display* const display = walkDisplay();
+    const CClassHint hint = display ? classOf(display, getHandle()) : CClassHint();
+    std::string text = hint.name;
+    // The instance comes along whole or not at all, and never without a class.
+    if (!text.empty() && !hint.instance.empty() &&
+        size > static_cast<int>(text.size() + hint.instance.size() + 1))
+        text += ' ' + hint.instance;
+    copyText(text, buffer, size);
+}

@@ -1,0 +1,36 @@
+#include "XErrors.h"
+
+#include "CTracer.h"
+#include "GxGlobals.h"
+
+namespace {
+XErrorHandler s_previousHandler = nullptr;
+
+int _XlibErrorHandler(Display* display, XErrorEvent* error)
+{
+    traceXError(display, error->error_code, error->serial, error->request_code, error->minor_code);
+    return 0;
+}
+} // namespace
+
+void traceXError(Display* display, int code, unsigned long serial, int major, int minor)
+{
+    char text[200] = "";
+    XGetErrorText(display, code, text, sizeof text);
+    CTracer::debugTrace("X Error : \n\t%s\n\t Serial: %d, Request Code: %d, Minor Code: %d\n", text,
+                        static_cast<int>(serial), major, minor);
+}
+
+void installXlibErrorHandler()
+{
+    const XErrorHandler previous = XSetErrorHandler(_XlibErrorHandler);
+    if (previous != _XlibErrorHandler)
+        s_previousHandler = previous;
+}
+
+Display* walkDisplay()
+{
+    if (g_display)
+        installXlibErrorHandler();
+    return g_display;
+}
