@@ -379,16 +379,16 @@ jfieldID CJavaField::find(JNIEnv* env, jobject object)
 
 const char* CJException::getMessage()
 {
-    if (!m_message) {
-        m_message.emplace();
-        const jmethodID method =
-            isValid() ? getClass()->methodId("getMessage", "()Ljava/lang/String;") : nullptr;
-        const auto text =
-            localRef(env(), method ? static_cast<jstring>(env()->CallObjectMethod(*this, method)) : nullptr);
-        const char* const ansi = text ? CJString(env(), text.get()).ansiString() : nullptr;
-        if (ansi)
-            m_message = ansi;
-    }
+    if (m_message)
+        return m_message->c_str();
+    m_message.emplace();
+    const jmethodID method = isValid() ? getClass()->methodId("getMessage", "()Ljava/lang/String;") : nullptr;
+    const auto text
+        = localRef(env(), method ? static_cast<jstring>(env()->CallObjectMethod(*this, method)) : nullptr);
+    if (env()->ExceptionCheck() || !text)
+        return "";
+    if (const char* const ansi = CJString(env(), text.get()).ansiString())
+        m_message = ansi;
     return m_message->c_str();
 }
 
