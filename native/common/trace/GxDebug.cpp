@@ -18,6 +18,7 @@
 
 // All state is initialised at compile time and never destroyed: another unit's initialiser may trace before
 // this unit's have run, and another's destructor at exit.
+const char* const GxDebug::s_defaultMessageId = "QMD------";
 constinit std::atomic<bool> GxDebug::jni_trace_enabled{false};
 constinit std::atomic<unsigned> GxDebug::m_enableMemoryTrace{0};
 constinit std::atomic<unsigned> GxDebug::m_intervalTrace{5};
@@ -323,7 +324,7 @@ void GxDebug::ExtractMessageId(const char* text, char (&buffer)[512]) noexcept
     if (colon)
         std::snprintf(buffer, sizeof buffer, "%.*s", static_cast<int>(colon - text), text);
     else
-        std::snprintf(buffer, sizeof buffer, "%s", "QMD------");
+        std::snprintf(buffer, sizeof buffer, "%s", s_defaultMessageId);
 }
 
 unsigned GxDebug::GetTraceLevel() noexcept

@@ -136,6 +136,7 @@ private:
     static int LogMessage(unsigned level, const char* identifier, const char* facility,
                           const char* message) noexcept;
 
+    static const char* const s_defaultMessageId;
     static std::atomic<bool> jni_trace_enabled;
 
     const char* m_facility;

