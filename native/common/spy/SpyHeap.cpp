@@ -1,0 +1,768 @@
+#include "SpyHeap.h"
+
+#include "CTracer.h"
+#include "GxAssert.h"
+#include "SharedMemory.h"
+#include "SpyHeapChange.h"
+#include "SpyMemRef.h"
+#include "SpyMutex.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+constexpr uint32_t BlockHeader = sizeof(CSpyHeap::CHeapBlock);
+constexpr uint32_t FirstBlock = sizeof(CSpyHeap::CHeapHeader);
+constexpr uint32_t BaseHeapSize = 0x100000;
+constexpr uint32_t SmallestBlock = 32;
+constexpr uint32_t SmallRequest = 1024; ///< below it the small pool is searched first
+constexpr uint32_t SmallestRest = 49;   ///< bytes, header included, that are worth a block of their own
+constexpr HEAPID LastKeptHeap = 2;      ///< heaps up to here stay attached when they are dropped
+constexpr int DefaultTimeoutMs = 10000;
+
+constexpr uint32_t largestBlockOf(uint32_t heapSize)
+{
+    return heapSize - FirstBlock - BlockHeader;
+}
+
+/// Holds the heap mutex for a scope, whatever becomes of the heap it was taken through.
+class CLocked {
+public:
+    CLocked() { CSpyHeap::getHeap(0)->lock(0); }
+    ~CLocked() { CSpyHeap::getHeap(0)->unlock(); }
+    CLocked(const CLocked&) = delete;
+    CLocked& operator=(const CLocked&) = delete;
+};
+
+[[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
+{
+    char text[128];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the formats below, both with one or two %d
+    std::snprintf(text, sizeof text, format, first, second);
+#pragma GCC diagnostic pop
+    throw COutOfSpyMemory(text, heap);
+}
+} // namespace
+
+uint32_t CSpyHeap::DefaultHeapSize = BaseHeapSize;
+uint32_t CSpyHeap::LargestPossibleBlock = largestBlockOf(BaseHeapSize);
+constinit std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> CSpyHeap::s_pSpyHeap = {};
+constinit std::atomic<CSpyMutex*> CSpyHeap::m_pMutex = nullptr;
+
+// Heaps and their life
+
+CSpyHeap* CSpyHeap::findHeap(HEAPID id)
+{
+    if (id > MaxHeap)
+        return nullptr;
+    CSpyHeap* base = findBaseHeap();
+    if (id == 0)
+        return base;
+    if (!base->header()->isUsed(id))
+        return nullptr;
+    CSpyHeap* heap = s_pSpyHeap[id].load(std::memory_order_acquire);
+    if (!heap) {
+        heap = attachHeap(id);
+        if (heap && !heap->m_pSharedMem->existed())
+            CTracer::debugTrace("ALERT: Probably attaching todefunct heap:%d ", static_cast<int>(id));
+    }
+    if (heap)
+        heap->m_inUse.store(true, std::memory_order_release);
+    return heap;
+}
+
+CSpyHeap* CSpyHeap::findBaseHeap()
+{
+    const CSharedMemoryGuard guard;
+    CSpyHeap* pHeap = s_pSpyHeap[0].load(std::memory_order_acquire);
+    if (!pHeap)
+        pHeap = createBaseHeap(BaseHeapSize);
+    GX_ASSERT(pHeap, "pHeap != 0");
+    pHeap->m_inUse.store(true, std::memory_order_release);
+    return pHeap;
+}
+
+CSpyHeap* CSpyHeap::createBaseHeap(unsigned int size)
+{
+    GX_ASSERT(!s_pSpyHeap[0].load(), "s_pSpyHeap[0] == 0");
+    GX_ASSERT(!m_pMutex.load(), "m_pMutex == 0");
+    // Under the guard, since the mutex that guards everything else only comes after the heap.
+    const CSharedMemoryGuard guard;
+    auto* base = new CSpyHeap(size, 0);
+    if (!base->m_pSharedMem->existed())
+        std::fill_n(base->m_area, FirstBlock, 0);
+    base->startUsing();
+    m_pMutex.store(CSpyMutex::create(HeapObjectName), std::memory_order_release);
+    return base;
+}
+
+void CSpyHeap::deleteBaseHeap()
+{
+    delete s_pSpyHeap[0].load();
+}
+
+CSpyHeap* CSpyHeap::attachHeap(HEAPID id)
+try {
+    CSpyHeap* pheap = nullptr;
+    {
+        const CSharedMemoryGuard guard;
+        if (CSpyHeap* other = s_pSpyHeap[id].load())
+            return other;
+        pheap = new CSpyHeap(DefaultHeapSize, id);
+    }
+    GX_ASSERT(pheap, "pheap != 0");
+    // Formatting takes the heap mutex, which must not be waited for under the guard.
+    pheap->startUsing();
+    return pheap;
+} catch (const COutOfSpyMemory&) {
+    return nullptr;
+}
+
+CSpyHeap::CSpyHeap(unsigned int size, HEAPID id)
+    : m_id(id), m_size(size),
+      m_pSharedMem(CSharedMemory::create(HeapObjectName, static_cast<int>(id), static_cast<int>(size))),
+      m_area(static_cast<unsigned char*>(m_pSharedMem->area()))
+{
+    GX_ASSERT(m_pSharedMem, "m_pSharedMem != 0");
+    if (!m_area)
+        throw COutOfSpyMemory();
+    GX_ASSERT(!s_pSpyHeap[id].load(), "s_pSpyHeap[heapId] == 0");
+    s_pSpyHeap[id].store(this, std::memory_order_release);
+}
+
+void CSpyHeap::startUsing()
+try {
+    if (m_pSharedMem->existed())
+        m_inUse.store(true, std::memory_order_release);
+    else
+        init();
+} catch (...) {
+    delete this;
+    throw;
+}
+
+CSpyHeap::~CSpyHeap()
+{
+    if (m_id == 0) {
+        if (CSpyMutex* mutex = m_pMutex.exchange(nullptr)) {
+            mutex->free();
+            delete mutex;
+        }
+        for (HEAPID id = 1; id <= MaxHeap; ++id)
+            delete s_pSpyHeap[id].load();
+    }
+    m_pSharedMem.reset();
+    s_pSpyHeap[m_id].store(nullptr, std::memory_order_release);
+}
+
+void CSpyHeap::setDefaultHeapSize(unsigned int bytes)
+{
+    DefaultHeapSize = std::clamp(bytes, 0x1000U, 0x1000000U);
+    LargestPossibleBlock = largestBlockOf(DefaultHeapSize);
+}
+
+void CSpyHeap::init()
+{
+    if (m_id != 0)
+        lock(0);
+    format();
+    m_inUse.store(true, std::memory_order_release);
+    if (m_id != 0)
+        unlock();
+}
+
+void CSpyHeap::format()
+{
+    CHeapHeader& head = *header();
+    const uint32_t small = FirstBlock + half();
+    CHeapChange::mark(*this, CHeapChange::Formatting);
+    head.m_changeCount = 0;
+    // Upper block first: until the lower one has its new size, whoever walks the blocks never gets here.
+    block(small) = {m_size - BlockHeader - small, 0, 0, 0};
+    block(FirstBlock) = {half() - BlockHeader, 0, 0, 0};
+    head.m_largePool.m_next = FirstBlock;
+    head.m_smallPool.m_next = small;
+    head.m_overflowHeap = 0;
+    head.m_poolBlockSize = half() - BlockHeader;
+    CHeapChange::mark(*this, CHeapChange::None);
+}
+
+CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
+{
+    CSpyHeap& base = *getHeap(0);
+    if (base.m_changeCount != base.header()->m_changeCount)
+        sync();
+    const HEAPID id = base.header()->assignId(transactionId);
+    if (id == NoHeap)
+        return nullptr;
+    CSpyHeap* pheap = s_pSpyHeap[id].load();
+    if (pheap) {
+        GX_ASSERT(!pheap->inUse(), "!pheap->inUse()");
+        pheap->init();
+    } else if (!(pheap = attachHeap(id))) {
+        base.header()->clearId(id);
+    }
+    return pheap;
+}
+
+void CSpyHeap::sync()
+{
+    CSpyHeap& base = *getHeap(0);
+    for (HEAPID id = 1; id <= MaxHeap; ++id) {
+        CSpyHeap* heap = s_pSpyHeap[id].load();
+        if (heap && heap->inUse() && !base.header()->isUsed(id))
+            heap->free();
+    }
+    base.m_changeCount = base.header()->m_changeCount;
+}
+
+HEAPID CSpyHeap::getHeapId(UNIQUEID transactionId)
+{
+    const CSpyHeap* base = getHeap(0);
+    GX_ASSERT(base, "s_pSpyHeap[0] != 0");
+    return transactionId == 0 ? 0 : base->header()->heapId(transactionId);
+}
+
+UNIQUEID CSpyHeap::getTransactionId(HEAPID id)
+{
+    return getHeap(0)->header()->transactionId(id);
+}
+
+CSpyHeap* CSpyHeap::overflowHeap()
+{
+    uint32_t& overflow = header()->m_overflowHeap;
+    if (overflow != 0) {
+        CSpyHeap* heap = getHeap(overflow);
+        if (!heap)
+            CTracer::debugTrace("***Error! Cannot get allocated overflow heap");
+        return heap;
+    }
+    CSpyHeap* heap = createHeap(getTransactionId(m_id));
+    if (heap)
+        overflow = heap->m_id;
+    return heap;
+}
+
+void CSpyHeap::free()
+{
+    const CLocked locked;
+    if (!drop())
+        delete this;
+}
+
+/// Empties the heap and gives its id back. @return whether this object stays
+bool CSpyHeap::drop()
+{
+    if (const HEAPID overflow = header()->m_overflowHeap; overflow != 0 && overflow <= MaxHeap) {
+        if (!s_pSpyHeap[overflow].load())
+            CTracer::debugTrace("SpyHeap::free spyheap array pointing to null for overflow heap");
+        // Unchained first, so that a chain which was damaged into a ring ends.
+        header()->m_overflowHeap = 0;
+        if (CSpyHeap* heap = getHeap(overflow))
+            heap->free();
+    }
+    init();
+    getHeap(0)->header()->clearId(m_id);
+    m_inUse.store(false, std::memory_order_release);
+    return m_id <= LastKeptHeap;
+}
+
+// Heap ids
+
+HEAPID CSpyHeap::CHeapHeader::heapId(UNIQUEID transactionId) const
+{
+    const auto found = std::find(m_transactions + 1, std::end(m_transactions), transactionId);
+    return static_cast<HEAPID>(found - m_transactions);
+}
+
+UNIQUEID CSpyHeap::CHeapHeader::transactionId(HEAPID heapId) const
+{
+    GX_ASSERT(heapId <= MaxHeap, "heapId <= MaxHeap");
+    return m_transactions[heapId];
+}
+
+bool CSpyHeap::CHeapHeader::isUsed(HEAPID id) const
+{
+    // Atomic since it is asked without the mutex, too.
+    return (m_usedIds[id >> 3].load(std::memory_order_relaxed) & 1U << (id & 7)) != 0;
+}
+
+// Bit before transaction here, and the other way round in clearId: a process that dies in between leaves an
+// id that is lost, and never a transaction whose heap is missing.
+HEAPID CSpyHeap::CHeapHeader::assignId(UNIQUEID transactionId)
+{
+    HEAPID id = 1;
+    while (id <= MaxHeap && isUsed(id))
+        ++id;
+    if (id == NoHeap)
+        return NoHeap;
+    m_usedIds[id >> 3].fetch_or(static_cast<uint8_t>(1U << (id & 7)), std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    m_transactions[id] = transactionId;
+    ++m_changeCount;
+    return id;
+}
+
+void CSpyHeap::CHeapHeader::clearId(HEAPID id)
+{
+    if (id == 0)
+        return;
+    m_transactions[id] = 0;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    m_usedIds[id >> 3].fetch_and(static_cast<uint8_t>(~(1U << (id & 7))), std::memory_order_relaxed);
+    ++m_changeCount;
+}
+
+// Blocks
+
+uint32_t CSpyHeap::half() const
+{
+    return (m_size - FirstBlock) >> 1;
+}
+
+// The limit is half, not FirstBlock + half where the small pool begins: a block that starts in the last bytes
+// of the lower half changes pools when it is freed. All processes have to agree on this.
+CSpyHeap::CHeapBlock& CSpyHeap::getPool(uint32_t offset) const
+{
+    return offset >= half() ? header()->m_smallPool : header()->m_largePool;
+}
+
+uint32_t CSpyHeap::behind(uint32_t offset) const
+{
+    return offset + BlockHeader + block(offset).m_size;
+}
+
+/// The block at `offset`, which came out of shared memory; throws when it does not lie inside the heap.
+CSpyHeap::CHeapBlock& CSpyHeap::checked(uint32_t offset) const
+{
+    if (!mayStartAt(offset) || block(offset).m_size > m_size - BlockHeader - offset)
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A block lies outside of its heap");
+    return block(offset);
+}
+
+/// The block that follows `node` in its list of free blocks, 0 at the end. The lists descend, so that a
+/// damaged one cannot lead round in a circle.
+uint32_t CSpyHeap::nextOf(const CHeapBlock& node, uint32_t below) const
+{
+    const uint32_t next = node.m_next;
+    if (next == 0)
+        return 0;
+    if (next >= below || checked(next).isUsed())
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A list of free blocks leads astray");
+    return next;
+}
+
+bool CSpyHeap::mayStartAt(uint32_t offset) const
+{
+    return offset >= FirstBlock && offset <= m_size - BlockHeader;
+}
+
+// Without the mutex another thread may be writing what these two read. What a valid reference names stays as
+// it is, and what a stale one finds is tested again under the mutex.
+
+[[gnu::no_sanitize("thread")]] bool CSpyHeap::verifyBlock(unsigned int offset, UNIQUEID uid) const
+{
+    return uid != 0 && mayStartAt(offset) &&
+           const_cast<const volatile CHeapBlock*>(blockAt(offset))->m_uid == uid;
+}
+
+[[gnu::no_sanitize("thread")]] unsigned int CSpyHeap::sizeAt(unsigned int offset) const
+{
+    if (!mayStartAt(offset))
+        return 0;
+    const uint32_t size = const_cast<const volatile CHeapBlock*>(blockAt(offset))->m_size;
+    return std::min(size, m_size - BlockHeader - offset);
+}
+
+/// What is left of a block that keeps `sizeThisBlock` becomes a free block, not yet in a list. @return its
+/// offset
+uint32_t CSpyHeap::split(uint32_t offset, uint32_t sizeThisBlock)
+{
+    CHeapBlock& whole = block(offset);
+    GX_ASSERT(whole.m_size > sizeThisBlock + BlockHeader, "m_size > sizeThisBlock+sizeof(CHeapBlock)");
+    const uint32_t rest = offset + BlockHeader + sizeThisBlock;
+    block(rest) = {whole.m_size - sizeThisBlock - BlockHeader, 0, 0, whole.m_next};
+    CHeapChange::step();
+    whole.m_size = sizeThisBlock;
+    return rest;
+}
+
+/// The last `sizeNewBlock` bytes of a free block become a used one. @return its offset
+uint32_t CSpyHeap::splitOffEnd(uint32_t offset, uint32_t sizeNewBlock)
+{
+    CHeapBlock& whole = block(offset);
+    GX_ASSERT(whole.m_size > sizeNewBlock + BlockHeader, "m_size > sizeNewBlock+sizeof(CHeapBlock)");
+    const uint32_t rest = whole.m_size - sizeNewBlock - BlockHeader;
+    const uint32_t end = offset + BlockHeader + rest;
+    block(end) = {sizeNewBlock, 0, 0, 0};
+    CHeapChange::step();
+    whole.m_size = rest;
+    return end;
+}
+
+/// Marks a block as allocated, the last step of every allocation.
+CSpyMemRef CSpyHeap::stamp(uint32_t offset)
+{
+    CHeapBlock& taken = block(offset);
+    const UNIQUEID uid = ++header()->m_lastUid;
+    taken.m_uid = uid;
+    taken.m_next = 0;
+    CHeapChange::step();
+    taken.m_used = 1;
+    return CSpyMemRef::of(m_id, offset, uid);
+}
+
+// Allocation
+
+CSpyMemRef CSpyHeap::allocate(unsigned int sizeNeeded)
+{
+    GX_ASSERT(sizeNeeded != 0, "sizeNeeded != 0");
+    const uint32_t size = std::max(sizeNeeded, SmallestBlock);
+    CSpyMemRef ref;
+    {
+        const CLocked locked;
+        ref = size > header()->m_poolBlockSize ? allocateOversized(size) : allocateHere(size);
+    }
+    if (!ref)
+        throwOutOfMemory("allocation failure heap# %d: %d bytes requested", m_id, size, this);
+    return ref;
+}
+
+CSpyMemRef CSpyHeap::allocate(unsigned int size, UNIQUEID transactionId)
+{
+    const CLocked locked;
+    const HEAPID id = getHeapId(transactionId);
+    CSpyHeap* heap = id == NoHeap ? createHeap(transactionId) : getHeap(id);
+    if (!heap)
+        throwOutOfMemory("Can't create Spy Heap for transaction Id %d", transactionId, 0, nullptr);
+    return heap->allocate(size);
+}
+
+CSpyMemRef CSpyHeap::allocateHere(uint32_t size)
+{
+    {
+        CHeapChange change(*this);
+        const uint32_t offset = take(size);
+        const CSpyMemRef ref = offset != 0 ? stamp(offset) : CSpyMemRef();
+        change.done();
+        if (!!ref)
+            return ref;
+    }
+    return allocateInOverflow(size);
+}
+
+CSpyMemRef CSpyHeap::allocateInOverflow(uint32_t size)
+try {
+    CSpyHeap* heap = overflowHeap();
+    return heap ? heap->allocate(size) : CSpyMemRef();
+} catch (const COutOfSpyMemory&) {
+    return {};
+} catch (...) {
+    CTracer::debugTrace("Exception in CSpyHeap::allocate!!");
+    return {};
+}
+
+CSpyMemRef CSpyHeap::allocateOversized(uint32_t size)
+try {
+    if (size / 2 >= header()->m_poolBlockSize || size >= LargestPossibleBlock)
+        return {};
+    CSpyHeap* heap = overflowHeap();
+    while (heap && !heap->isEmpty())
+        heap = heap->overflowHeap();
+    return heap ? heap->allocateEntireHeap() : CSpyMemRef();
+} catch (...) {
+    CTracer::debugTrace("Exception in CSpyHeap::allocate trying to allocate overflow heap");
+    return {};
+}
+
+/// Takes a block of `size` bytes out of the lists. @return its offset, 0 when there is none
+uint32_t CSpyHeap::take(uint32_t size)
+{
+    if (size >= SmallRequest)
+        return firstFit(header()->m_largePool, size);
+    const uint32_t offset = firstFit(header()->m_smallPool, size);
+    return offset != 0 ? offset : lastFit(header()->m_largePool, size);
+}
+
+uint32_t CSpyHeap::firstFit(CHeapBlock& pool, uint32_t size)
+{
+    CHeapBlock* previous = &pool;
+    uint32_t offset = nextOf(pool, m_size);
+    while (offset != 0 && block(offset).m_size < size) {
+        previous = &block(offset);
+        offset = nextOf(*previous, offset);
+    }
+    if (offset != 0)
+        takeFront(*previous, offset, size);
+    return offset;
+}
+
+void CSpyHeap::takeFront(CHeapBlock& previous, uint32_t offset, uint32_t size)
+{
+    const bool worthSplitting = block(offset).m_size - size >= SmallestRest;
+    previous.m_next = worthSplitting ? split(offset, size) : block(offset).m_next;
+}
+
+/// Small requests that the small pool cannot meet come off the end of the lowest block that is larger: the
+/// upper blocks of the large pool stay whole for large requests.
+uint32_t CSpyHeap::lastFit(CHeapBlock& pool, uint32_t size)
+{
+    CHeapBlock* beforeBest = nullptr;
+    CHeapBlock* previous = &pool;
+    uint32_t best = 0;
+    for (uint32_t offset = nextOf(pool, m_size); offset != 0; offset = nextOf(*previous, offset)) {
+        if (block(offset).m_size > size) {
+            best = offset;
+            beforeBest = previous;
+        }
+        previous = &block(offset);
+    }
+    return best != 0 ? takeEnd(*beforeBest, best, size) : 0;
+}
+
+uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, uint32_t offset, uint32_t size)
+{
+    if (block(offset).m_size - size >= SmallestRest)
+        return splitOffEnd(offset, size);
+    previous.m_next = block(offset).m_next;
+    return offset;
+}
+
+bool CSpyHeap::isEmpty()
+{
+    const CHeapHeader& head = *header();
+    const auto isOneWholeBlock = [&](const CHeapBlock& pool) {
+        const uint32_t only = nextOf(pool, m_size);
+        return only != 0 && block(only).m_next == 0 && block(only).m_size >= head.m_poolBlockSize;
+    };
+    return isOneWholeBlock(head.m_largePool) && isOneWholeBlock(head.m_smallPool);
+}
+
+CSpyMemRef CSpyHeap::allocateEntireHeap()
+{
+    const CLocked locked;
+    CHeapChange change(*this);
+    CHeapHeader& head = *header();
+    const uint32_t oneBigBlock = nextOf(head.m_largePool, m_size);
+    GX_ASSERT(oneBigBlock != 0, "oneBigBlock != 0");
+    CHeapBlock& big = block(oneBigBlock);
+    const CHeapBlock& absorbed = checked(head.m_smallPool.m_next);
+    big.m_size = big.m_size + absorbed.m_size + BlockHeader;
+    head.m_poolBlockSize = big.m_size;
+    head.m_largePool.m_next = 0;
+    head.m_smallPool.m_next = 0;
+    const CSpyMemRef ref = stamp(oneBigBlock);
+    change.done();
+    return ref;
+}
+
+// Freeing and growing
+
+void CSpyHeap::free(CSpyMemRef ref)
+{
+    const CLocked locked;
+    const uint32_t offset = ref.blockId();
+    if (offset == 0)
+        return;
+    CHeapChange change(*this);
+    const bool valid = verifyBlock(offset, ref.uid()) && checked(offset).isUsed();
+    GX_ASSERT(valid, "pBlock->isUsed() && verifyBlock(ref.blockId(), ref.uid())");
+    CHeapBlock& freed = block(offset);
+    freed.m_used = 0;
+    freed.m_uid = 0;
+    link(getPool(offset), offset);
+    change.done();
+}
+
+/// Puts a free block into its place in a list and joins it with the neighbours that are in the same list.
+void CSpyHeap::link(CHeapBlock& pool, uint32_t offset)
+{
+    CHeapBlock* beforeUpper = nullptr;
+    CHeapBlock* upper = &pool;
+    uint32_t upperOffset = m_size;
+    uint32_t lowerOffset = nextOf(pool, m_size);
+    while (lowerOffset > offset) {
+        beforeUpper = upper;
+        upper = &block(lowerOffset);
+        upperOffset = lowerOffset;
+        lowerOffset = nextOf(*upper, upperOffset);
+    }
+    CHeapBlock& freed = block(offset);
+    const bool joinsUpper = beforeUpper && behind(offset) == upperOffset;
+    if (lowerOffset != 0 && behind(lowerOffset) == offset) {
+        CHeapBlock& lower = block(lowerOffset);
+        uint32_t joined = lower.m_size + freed.m_size + BlockHeader;
+        if (joinsUpper) {
+            joined += upper->m_size + BlockHeader;
+            beforeUpper->m_next = lowerOffset;
+        }
+        lower.m_size = joined;
+    } else if (joinsUpper) {
+        freed.m_next = upper->m_next;
+        freed.m_size += upper->m_size + BlockHeader;
+        beforeUpper->m_next = offset;
+    } else {
+        freed.m_next = lowerOffset;
+        upper->m_next = offset;
+    }
+}
+
+CSpyMemRef CSpyHeap::realloc(CSpyMemRef& ref, unsigned int size)
+{
+    const CLocked locked;
+    if (size <= checked(ref.blockId()).m_size || growInPlace(ref.blockId(), size))
+        return ref;
+    return move(ref, size);
+}
+
+bool CSpyHeap::growInPlace(uint32_t offset, uint32_t size)
+{
+    const uint32_t nextOffset = behind(offset);
+    if (nextOffset >= m_size || checked(nextOffset).isUsed())
+        return false;
+    CHeapChange change(*this);
+    CHeapBlock& grown = block(offset);
+    CHeapBlock& next = block(nextOffset);
+    const uint32_t need = size - grown.m_size;
+    const uint32_t available = next.m_size + BlockHeader;
+    if (need > available) {
+        change.done();
+        return false;
+    }
+    CHeapBlock* prevFree = findPrevFree(nextOffset);
+    GX_ASSERT(prevFree && prevFree->isFree(), "prevFree != 0 && prevFree->isFree()");
+    // The size of the grown block is what takes the next one in: it is written in one piece.
+    if (available - need >= SmallestRest) {
+        const uint32_t pNewBlock = split(nextOffset, need);
+        GX_ASSERT(pNewBlock != 0, "pNewBlock != 0");
+        prevFree->m_next = pNewBlock;
+    } else {
+        prevFree->m_next = next.m_next;
+    }
+    CHeapChange::step();
+    grown.m_size += next.m_size + BlockHeader;
+    change.done();
+    return true;
+}
+
+CSpyHeap::CHeapBlock* CSpyHeap::findPrevFree(uint32_t offset) const
+{
+    for (CHeapBlock* pool : {&header()->m_largePool, &header()->m_smallPool}) {
+        CHeapBlock* node = pool;
+        uint32_t next = nextOf(*node, m_size);
+        while (next > offset) {
+            node = &block(next);
+            next = nextOf(*node, next);
+        }
+        if (next == offset)
+            return node;
+    }
+    return nullptr;
+}
+
+CSpyMemRef CSpyHeap::move(const CSpyMemRef& ref, uint32_t size)
+{
+    CSpyMemRef moved = allocate(size, getTransactionId(m_id));
+    CHeapBlock& old = checked(ref.blockId());
+    std::memcpy(getHeap(moved.heapId())->block(moved.blockId()).payload(), old.payload(), old.m_size);
+    free(ref);
+    return moved;
+}
+
+// After a death
+
+void CSpyHeap::repair()
+{
+    CTracer::debugTrace("A process died while it changed spy heap %d: rebuilding the lists of free blocks",
+                        static_cast<int>(m_id));
+    if (header()->m_largePool.m_used == CHeapChange::Formatting) {
+        format();
+        return;
+    }
+    header()->m_largePool.m_next = 0;
+    header()->m_smallPool.m_next = 0;
+    uint32_t previous = 0;
+    for (uint32_t offset = FirstBlock; offset != m_size; offset = behind(previous)) {
+        checked(offset);
+        previous = relink(offset, previous);
+    }
+}
+
+/// Puts a block that is free into its list, or joins it with the one before it; they come in ascending order.
+/// @return the block that now ends where this one does
+uint32_t CSpyHeap::relink(uint32_t offset, uint32_t previous)
+{
+    CHeapBlock& found = block(offset);
+    CHeapBlock& pool = getPool(offset);
+    found.m_next = 0;
+    if (found.isUsed())
+        return offset;
+    found.m_uid = 0;
+    if (previous != 0 && pool.m_next == previous) {
+        block(previous).m_size += found.m_size + BlockHeader;
+        return previous;
+    }
+    found.m_next = pool.m_next;
+    pool.m_next = offset;
+    return offset;
+}
+
+// The mutex
+
+void CSpyHeap::lock(int timeoutMs)
+{
+    CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
+    GX_ASSERT(mutex, "m_pMutex != 0");
+    try {
+        mutex->acquire(timeoutMs == 0 ? DefaultTimeoutMs : timeoutMs);
+    } catch (const CMutexTimeoutException&) {
+        throw CSpyHeapLockedException();
+    }
+}
+
+void CSpyHeap::unlock()
+{
+    CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
+    GX_ASSERT(mutex, "m_pMutex !=0");
+    mutex->release();
+}
+
+bool CSpyHeap::islocked()
+{
+    CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
+    GX_ASSERT(mutex, "m_pMutex != 0");
+    return mutex->isAcquired();
+}
+
+// Global slots. A wrong id leaves the mutex taken: callers that catch the pointer release it.
+
+bool CSpyHeap::registerGlobal(unsigned int id, CSpyMemRef& ref)
+{
+    lock(0);
+    if (id >= GlobalSlots)
+        throw new CInvalidGlobal(id);
+    CStoredRef& slot = header()->m_globals[id];
+    const bool isFree = slot.m_blockId == 0 && slot.m_uid == 0;
+    if (isFree)
+        slot = {ref.word(), ref.uid()};
+    unlock();
+    return isFree;
+}
+
+CSpyMemRef CSpyHeap::unregisterGlobal(unsigned int id)
+{
+    lock(0);
+    if (id >= GlobalSlots)
+        throw new CInvalidGlobal(id);
+    const CSpyMemRef ref = global(id);
+    header()->m_globals[id] = {};
+    unlock();
+    return ref;
+}
+
+CSpyMemRef CSpyHeap::global(unsigned int id) const
+{
+    const CStoredRef& slot = header()->m_globals[id];
+    return CSpyMemRef::fromWords(slot.m_blockId, slot.m_uid);
+}

@@ -1,0 +1,43 @@
+/// The mark of a change under way in a heap.
+#pragma once
+
+#include "SpyHeap.h"
+
+#include <atomic>
+
+/// Brackets a change of the blocks and lists of one heap. Hold the heap mutex. The mark lies in the heap
+/// itself, in a word of the large pool's head that nothing else uses; the kernel gives the mutex of a killed
+/// process away in the middle of a change, and whoever begins the next change then finds the mark and
+/// rebuilds the lists.
+///
+/// Blocks need no repair as long as every change of the tiling is one store: write the header of a new block
+/// first, in space that still belongs to another, then `step`, then the size that uncovers or swallows it.
+///
+/// When the bracketed code throws, the mark stays.
+class CHeapChange {
+public:
+    enum EState : uint32_t { None = 0, Blocks = 2, Formatting = 4 }; // bit 0 would make the head a used block
+
+    explicit CHeapChange(CSpyHeap& heap) : m_heap(heap)
+    {
+        if (heap.header()->m_largePool.m_used != None) [[unlikely]]
+            heap.repair();
+        mark(heap, Blocks);
+    }
+    CHeapChange(const CHeapChange&) = delete;
+    CHeapChange& operator=(const CHeapChange&) = delete;
+
+    void done() { mark(m_heap, None); }
+
+    /// Keeps the compiler from moving stores across: what a killed process leaves is a prefix of them.
+    static void step() { std::atomic_signal_fence(std::memory_order_seq_cst); }
+    static void mark(CSpyHeap& heap, EState state)
+    {
+        step();
+        heap.header()->m_largePool.m_used = state;
+        step();
+    }
+
+private:
+    CSpyHeap& m_heap;
+};

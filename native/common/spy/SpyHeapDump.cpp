@@ -1,0 +1,205 @@
+// What a heap tells about itself: figures, dumps, snapshots.
+#include "CTracer.h"
+#include "GxAssert.h"
+#include "SharedMemory.h"
+#include "SpyHeap.h"
+#include "SpyMemRef.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace {
+constexpr char Line[] = "---------------------------------\n";
+constexpr char Indent[] = "\n            ";
+constexpr size_t PerRow = 32; ///< words of a dumped payload in a row, of which there are two
+
+struct CFileCloser {
+    void operator()(FILE* file) const noexcept { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<FILE, CFileCloser>;
+
+std::string defaultDumpFile()
+{
+    const char* directory = std::getenv("TMP");
+    if (!directory)
+        directory = std::getenv("TEMP");
+    std::string path = directory ? directory : "/tmp";
+    if (path.empty() || (path.back() != '/' && path.back() != '\\'))
+        path += '/';
+    return path + "Heapdump.log";
+}
+
+char shown(unsigned char byte)
+{
+    return byte >= ' ' && byte <= '~' ? static_cast<char>(byte) : '.';
+}
+
+void writeWords(FILE* out, const unsigned char* bytes, size_t words)
+{
+    for (size_t index = 0; index < words; ++index) {
+        uint16_t word;
+        std::memcpy(&word, bytes + index * sizeof word, sizeof word);
+        if (index == PerRow)
+            std::fputs(Indent, out);
+        std::fprintf(out, "%04x ", word);
+    }
+}
+
+void writeCharacters(FILE* out, const unsigned char* bytes, size_t count)
+{
+    for (size_t index = 0; index < count; ++index) {
+        if (index % (PerRow * 2) == 0)
+            std::fputs(Indent, out);
+        std::fputc(shown(bytes[index]), out);
+    }
+}
+
+void writePayload(FILE* out, const unsigned char* payload, size_t size)
+{
+    const size_t words = std::min(size / 2, PerRow * 2);
+    std::fputs(" contains:  ", out);
+    writeWords(out, payload, words);
+    writeCharacters(out, payload, words * 2);
+    std::fputs("\n\n", out);
+}
+
+void addTo(uint32_t& bytes, uint32_t& blocks, uint32_t& largest, uint32_t size)
+{
+    bytes += size;
+    ++blocks;
+    largest = std::max(largest, size);
+}
+} // namespace
+
+/// Visits the blocks in memory order, as far as they can be followed. @return whether they filled the heap
+/// exactly
+template <class Visit> bool CSpyHeap::forEachBlock(Visit visit) const
+{
+    uint32_t offset = sizeof(CHeapHeader);
+    while (mayStartAt(offset) && sizeAt(offset) == block(offset).m_size) {
+        visit(offset, block(offset));
+        offset = behind(offset);
+    }
+    return offset == m_size;
+}
+
+/// Visits a list of free blocks, as far as it descends.
+template <class Visit> void CSpyHeap::forEachFree(const CHeapBlock& pool, Visit visit) const
+{
+    uint32_t below = m_size;
+    for (uint32_t offset = pool.m_next; mayStartAt(offset) && offset < below; offset = block(offset).m_next) {
+        visit(offset, block(offset));
+        below = offset;
+    }
+}
+
+CHeapStats CSpyHeap::getStats()
+{
+    CHeapStats stats;
+    CSpyHeap* heapZero = getHeap(0);
+    GX_ASSERT(heapZero, "heapZero != 0");
+    try {
+        heapZero->lock(0);
+    } catch (const CSpyHeapLockedException&) {
+        return stats;
+    }
+    try {
+        for (HEAPID id = 0; id <= MaxHeap; ++id)
+            if (CSpyHeap* heap = getHeap(id); heap && heap->inUse()) {
+                ++stats.numberOfActiveHeaps;
+                heap->updateStats(stats);
+            }
+    } catch (...) {
+        CTracer::debugTrace("Unknown Exception");
+        heapZero->unlock();
+        throw;
+    }
+    heapZero->unlock();
+    return stats;
+}
+
+void CSpyHeap::updateStats(CHeapStats& stats) const
+{
+    forEachBlock([&](uint32_t, const CHeapBlock& found) {
+        if (found.isUsed())
+            addTo(stats.numberBytesAllocated, stats.numberUsedBlocks, stats.largestUsedBlock, found.m_size);
+        else
+            addTo(stats.numberBytesFree, stats.numberFreeBlocks, stats.largestFreeBlock, found.m_size);
+    });
+}
+
+void CSpyHeap::dump(const char* file, bool append) const
+{
+    const std::string path = file ? file : defaultDumpFile();
+    const FilePtr out(std::fopen(path.c_str(), append ? "a" : "w"));
+    if (!out) {
+        CTracer::debugTrace("Tried to dump heap but could not open file %s", path.c_str());
+        return;
+    }
+    walk(out.get());
+    walkAll(out.get());
+}
+
+void CSpyHeap::walk(FILE* out) const
+{
+    std::fprintf(out, "----------- Dump of CSpyHeap #%d  -----------\n", static_cast<int>(m_id));
+    std::fputs("Large block free pool\n", out);
+    walkPool(out, header()->m_largePool);
+    std::fputs("Small block free pool\n", out);
+    walkPool(out, header()->m_smallPool);
+}
+
+void CSpyHeap::walkPool(FILE* out, const CHeapBlock& pool) const
+{
+    std::fputs(Line, out);
+    std::fprintf(out, "First free block: 0x%08x\n", pool.m_next);
+    forEachFree(pool, [&](uint32_t offset, const CHeapBlock& found) {
+        std::fprintf(out, "Block Id: 0x%08x", offset);
+        std::fprintf(out, " size = %d\n", static_cast<int>(found.m_size));
+    });
+    std::fputs(Line, out);
+}
+
+void CSpyHeap::walkAll(FILE* out) const
+{
+    std::fputs("---------------------------------", out);
+    std::fputs("Walking all blocks: \n", out);
+    forEachBlock([&](uint32_t offset, CHeapBlock& found) {
+        std::fprintf(out, "Block Id: 0x%08x %s\n", offset, found.isUsed() ? " used" : " free ");
+        std::fprintf(out, " UID: 0x%08x\n", found.m_uid);
+        std::fprintf(out, " size: %d\n", static_cast<int>(found.m_size));
+        std::fprintf(out, " next: 0x%08x\n", found.m_next);
+        writePayload(out, found.payload(), found.m_size);
+    });
+}
+
+void CSpyHeap::snapShot(const char* file) const
+{
+    m_pSharedMem->dump(file, 0, m_size);
+}
+
+void CSpyHeap::snapShotAllHeaps(const char* file)
+{
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (const CSpyHeap* heap = getHeap(id); heap && heap->inUse())
+            heap->snapShot(file);
+}
+
+bool CSpyHeap::verifySpyMemory(const char* expected, CSpyMemRef ref)
+{
+    const unsigned int size = ref.size();
+    std::vector<char> found(size);
+    try {
+        ref.read(found.data(), size);
+    } catch (...) {
+        std::printf("Exception calling CSpyMemRef.read( blockId =0x%04x, size = %d  bytes)\n", ref.blockId(),
+                    static_cast<int>(size));
+        return false;
+    }
+    const bool matched = std::memcmp(found.data(), expected, size) == 0;
+    if (!matched)
+        std::printf("Bad data read from buffer: BlockId =%0x04x\n", ref.blockId());
+    return matched;
+}

@@ -1,0 +1,29 @@
+#include "CTracer.h"
+#include "SpyHeap.h"
+
+COutOfSpyMemory::COutOfSpyMemory(const char* text, CSpyHeap* heap)
+    : CSpyHeapException(text ? text : "out of Spy Memory")
+{
+    CTracer::debugTrace("COutofSpyMemory thrown! Heap dumped to file: %s", message());
+    if (heap)
+        heap->dump(nullptr, false);
+}
+
+CHeapCorrupted::CHeapCorrupted(const char* text, CSpyHeap* heap)
+    : CSpyHeapException(text ? text : "!!Spy Heap corrupted!!\r\n")
+{
+    if (heap)
+        heap->dump(nullptr, false);
+    CTracer::debugTrace("%s", message());
+}
+
+CSpyHeapLockedException::CSpyHeapLockedException()
+    : CSpyHeapException("Can't access Spy Heap, mutex is busy.")
+{
+    CTracer::debugTrace("%s", message());
+}
+
+CInvalidGlobal::CInvalidGlobal(unsigned int id) : CSpyHeapException("Invalid SpyHeap Global id"), m_id(id)
+{
+    CTracer::debugTrace("%s id = %d", message(), static_cast<int>(id));
+}

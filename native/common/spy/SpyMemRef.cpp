@@ -1,0 +1,156 @@
+#include "SpyMemRef.h"
+
+#include "CTracer.h"
+#include "GxAssert.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace {
+constexpr char ReadFailed[] = "Exception in CSpyMemRef::read: attempt to read past end of heap!";
+constexpr char WriteFailed[] = "Exception in CSpyMemRef::write: attempt to write past end of heap!";
+
+CSpyHeap* existingHeap(HEAPID id)
+{
+    CSpyHeap* pHeap = CSpyHeap::getHeap(id);
+    GX_ASSERT(pHeap, "pHeap != 0");
+    return pHeap;
+}
+
+/// The heap mutex for a scope; a mutex that cannot be given back means a damaged heap.
+class CAccess {
+public:
+    CAccess(CSpyHeap* heap, const char* failure) : m_heap(heap), m_failure(failure) { heap->lock(0); }
+    ~CAccess()
+    {
+        if (m_heap)
+            m_heap->unlock();
+    }
+    CAccess(const CAccess&) = delete;
+    CAccess& operator=(const CAccess&) = delete;
+
+    void end()
+    {
+        CSpyHeap* heap = std::exchange(m_heap, nullptr);
+        try {
+            heap->unlock();
+        } catch (...) {
+            heap->unlock();
+            throw CHeapCorrupted(m_failure, heap);
+        }
+    }
+
+private:
+    CSpyHeap* m_heap;
+    const char* m_failure;
+};
+} // namespace
+
+CSpyMemRef::CSpyMemRef(unsigned int size, HEAPID heapId) : CSpyMemRef(existingHeap(heapId)->allocate(size)) {}
+
+unsigned int CSpyMemRef::size() const
+{
+    return existingHeap(heapId())->sizeAt(blockId());
+}
+
+CSpyHeap* CSpyMemRef::validHeap() const
+{
+    CSpyHeap* heap = CSpyHeap::getHeap(heapId());
+    if (!heap || !heap->verifyBlock(blockId(), uid()))
+        throw CInvalidSpyMemRef(*this, heap);
+    return heap;
+}
+
+void* CSpyMemRef::address() const
+{
+    return validHeap()->blockAt(blockId())->payload();
+}
+
+bool CSpyMemRef::isValid() const
+{
+    validHeap();
+    return true;
+}
+
+/// Calls `copy` with payload and size of the block, under the heap mutex.
+template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) const
+{
+    CSpyHeap* heap = validHeap();
+    CAccess access(heap, failure);
+    // Another thread or process may have freed the block while this one waited for the mutex.
+    validHeap();
+    unsigned char* pHeapAddress = heap->blockAt(blockId())->payload();
+    GX_ASSERT(pHeapAddress, "pHeapAddress != 0");
+    const unsigned int size = heap->sizeAt(blockId());
+    if (size != heap->blockAt(blockId())->m_size)
+        throw CHeapCorrupted(failure, heap);
+    copy(pHeapAddress, size);
+    access.end();
+}
+
+void CSpyMemRef::read(void* buffer, unsigned int length) const
+{
+    access(ReadFailed, [&](const unsigned char* payload, unsigned int size) {
+        std::memcpy(buffer, payload, std::min(length, size));
+    });
+}
+
+void CSpyMemRef::write(unsigned int offset, const void* data, unsigned int length)
+{
+    access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
+        if (offset > size)
+            throw CInvalidSpyMemRef(*this, nullptr);
+        std::memcpy(payload + offset, data, std::min(length, size - offset));
+    });
+}
+
+void CSpyMemRef::write(unsigned int offset, const void* element, unsigned int elementSize, unsigned int count)
+{
+    access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
+        if (offset > size || uint64_t{count} * elementSize > size - offset)
+            throw CInvalidSpyMemRef(*this, nullptr);
+        for (unsigned int index = 0; index < count; ++index)
+            std::memcpy(payload + offset + size_t{index} * elementSize, element, elementSize);
+    });
+}
+
+void CSpyMemRef::write(char fill, unsigned int length)
+{
+    access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
+        std::memset(payload, fill, std::min(length, size));
+    });
+}
+
+CSpyMemRef CSpyMemRef::realloc(unsigned int size)
+{
+    *this = validHeap()->realloc(*this, size);
+    return *this;
+}
+
+void CSpyMemRef::free()
+{
+    validHeap()->free(*this);
+    *this = CSpyMemRef();
+}
+
+CInvalidSpyMemRef::CInvalidSpyMemRef(const CSpyMemRef& ref, CSpyHeap* heap) : m_ref(ref)
+{
+    CTracer::debugTrace("%s", message());
+    if (heap && std::getenv("QUESSA_VTX_DUMP_HEAP")) {
+        try {
+            heap->dump(nullptr, false);
+        } catch (...) {
+            // The reference is what is reported.
+        }
+    }
+}
+
+const char* CInvalidSpyMemRef::message() const
+{
+    static char text[128];
+    std::snprintf(text, sizeof text, "Invalid Spy Memory reference: Heap#=%d blockId=0x%08x uid=0x%08x",
+                  static_cast<int>(m_ref.heapId()), m_ref.blockId(), m_ref.uid());
+    return text;
+}

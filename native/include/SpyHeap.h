@@ -1,0 +1,304 @@
+/// The heap that all processes of an X display share: one allocator whose whole state lives in shared memory.
+/// The stored form is described in doc/spy-heap.md.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+class CSharedMemory;
+class CSpyHeap;
+class CSpyMemRef;
+class CSpyMutex;
+
+using HEAPID = uint32_t;   ///< number of a heap, 0 to MaxHeap; 0 is the base heap
+using UNIQUEID = uint32_t; ///< stamp of an allocation; also a transaction, where 0 stands for none
+
+constexpr HEAPID MaxHeap = 255;
+constexpr HEAPID NoHeap = MaxHeap + 1; ///< what look-ups answer when there is no such heap
+
+/// A failure of the heap, with the text that names it. Its construction writes the text to the trace.
+class CSpyHeapException {
+public:
+    virtual ~CSpyHeapException() = default;
+    const char* message() const { return m_message->c_str(); }
+
+protected:
+    explicit CSpyHeapException(const char* message) : m_message(std::make_shared<const std::string>(message))
+    {
+    }
+
+private:
+    std::shared_ptr<const std::string> m_message;
+};
+
+/// An allocation cannot be met.
+class COutOfSpyMemory : public CSpyHeapException {
+public:
+    /// @param message  null stands for the standard text
+    /// @param heap     is dumped to the default dump file, which is overwritten; null dumps nothing
+    explicit COutOfSpyMemory(const char* message = nullptr, CSpyHeap* heap = nullptr);
+};
+
+/// The bytes of a heap contradict each other.
+class CHeapCorrupted : public CSpyHeapException {
+public:
+    explicit CHeapCorrupted(const char* message = nullptr, CSpyHeap* heap = nullptr);
+};
+
+/// Another process or thread kept the heap mutex until the time-out.
+class CSpyHeapLockedException : public CSpyHeapException {
+public:
+    CSpyHeapLockedException();
+};
+
+/// A global slot beyond the last. Thrown as a pointer, which the catcher deletes.
+class CInvalidGlobal : public CSpyHeapException {
+public:
+    explicit CInvalidGlobal(unsigned int id);
+    unsigned int id() const { return m_id; }
+
+private:
+    unsigned int m_id;
+};
+
+/// Figures over all heaps that are in use; sizes are payload bytes.
+struct CHeapStats {
+    uint32_t numberBytesFree = 0;
+    uint32_t numberBytesAllocated = 0;
+    uint32_t numberFreeBlocks = 0;
+    uint32_t numberUsedBlocks = 0;
+    uint32_t largestFreeBlock = 0;
+    uint32_t largestUsedBlock = 0;
+    uint32_t numberOfActiveHeaps = 0;
+};
+
+/// One heap of this process's view: an attached segment and the operations on it.
+///
+/// Every operation that changes shared state takes the one heap mutex, which nests; so a caller may hold it
+/// over several operations. Objects of this class belong to the process and are never stored. After `fork`
+/// the child keeps the parent's heaps attached and holds no lock. When a process is killed inside a change,
+/// blocks stay whole: the next change finds the mark that the dead process left and rebuilds the lists of
+/// free blocks.
+///
+/// A heap whose bytes contradict each other raises CHeapCorrupted. A time-out of the mutex raises
+/// CSpyHeapLockedException from every operation that takes it.
+class CSpyHeap {
+public:
+    /// Header of a block; the payload follows. Sizes are whatever was asked for, so that a block may start at
+    /// any address: hence packed.
+    struct [[gnu::packed]] CHeapBlock {
+        uint32_t m_size; ///< payload bytes
+        uint32_t m_used; ///< bit 0: allocated
+        uint32_t m_uid;  ///< stamp of the allocation, 0 once freed
+        uint32_t m_next; ///< offset of the next free block of the pool, 0 at its end and in allocated blocks
+
+        bool isUsed() const { return (m_used & 1U) != 0; }
+        bool isFree() const { return !isUsed(); }
+        unsigned char* payload() { return reinterpret_cast<unsigned char*>(this + 1); }
+    };
+
+    /// A block reference as it is stored: see CSpyMemRef.
+    struct CStoredRef {
+        uint32_t m_blockId;
+        uint32_t m_uid;
+    };
+
+    static constexpr unsigned int GlobalSlots = 16;
+
+    /// Start of a heap's area. Change count, globals and the tables of heaps count in the base heap only.
+    struct CHeapHeader {
+        uint32_t m_changeCount;               ///< grows with each heap id assigned or cleared
+        CStoredRef m_globals[GlobalSlots];    ///< both words 0: free
+        std::atomic<uint8_t> m_usedIds[32];   ///< heap n is in use: bit n mod 8 of byte n / 8
+        uint32_t m_transactions[MaxHeap + 1]; ///< transaction of each heap; entry 0 is never written
+        uint32_t m_lastUid;                   ///< stamp of the latest allocation in this heap
+        uint32_t m_poolBlockSize; ///< payload of each pool's first block; more is an oversized request
+        CHeapBlock m_largePool;   ///< m_next: first free block; m_used: see CHeapChange
+        CHeapBlock m_smallPool;   ///< m_next: first free block
+        uint32_t m_overflowHeap;  ///< heap that extends this one, 0 for none
+
+        /// Lowest heap of a transaction, 1 to 255; NoHeap when it has none.
+        HEAPID heapId(UNIQUEID transactionId) const;
+        UNIQUEID transactionId(HEAPID id) const;
+        /// Takes the lowest free heap id for a transaction; NoHeap when all are taken.
+        HEAPID assignId(UNIQUEID transactionId);
+        void clearId(HEAPID id);
+        bool isUsed(HEAPID id) const;
+    };
+
+    static uint32_t DefaultHeapSize;      ///< bytes of a further heap's area
+    static uint32_t LargestPossibleBlock; ///< payload of a whole heap of that size
+    static constexpr char HeapObjectName[] = "DD86B62A-E406-11d3-A96C-00C04F72D71B_MARLO";
+
+    /// The heap of this process with that id: attaches it when it is in use and was not attached before.
+    /// Takes no heap lock. Heap 0 is made when it does not exist.
+    /// @return null for an id that no heap has; owned by this class, good until the heap is dropped
+    /// @throws COutOfSpyMemory  heap 0 cannot be attached or DISPLAY is not set
+    static CSpyHeap* getHeap(HEAPID id)
+    {
+        CSpyHeap* heap = id <= MaxHeap ? s_pSpyHeap[id].load(std::memory_order_acquire) : nullptr;
+        return heap && heap->inUse() && m_pMutex.load(std::memory_order_acquire) ? heap : findHeap(id);
+    }
+    /// Makes or attaches heap 0 and the heap mutex; neither may exist in this process.
+    static CSpyHeap* createBaseHeap(unsigned int size);
+    /// Detaches every heap of this process and forgets the mutex. No thread may use spy memory meanwhile.
+    static void deleteBaseHeap();
+    /// A new heap for a transaction. Call it under the heap mutex.
+    /// @return null when all 255 are taken or the system refuses a segment
+    static CSpyHeap* createHeap(UNIQUEID transactionId);
+    /// Lowest heap of a transaction; 0 for transaction 0, NoHeap when it has none.
+    static HEAPID getHeapId(UNIQUEID transactionId);
+    static UNIQUEID getTransactionId(HEAPID id);
+    /// Size of the heaps to be made from now on, kept between 4 KiB and the 16 MiB that a reference can
+    /// reach. All processes of a display have to agree on it. Heap 0 has 1 MiB whatever is set.
+    static void setDefaultHeapSize(unsigned int bytes);
+    /// All zero when the mutex is busy.
+    static CHeapStats getStats();
+    /// Writes nothing on this platform (see CSharedMemory::dump).
+    static void snapShotAllHeaps(const char* file);
+    /// Allocates, verifies and frees in a heap of transaction 2 and in the base heap, and appends a report to
+    /// `file` (null: "HeapTest.Log" in the current directory). Takes the shared heap nearly full for a
+    /// moment.
+    static void heaptest(const char* file);
+
+    ~CSpyHeap();
+    CSpyHeap(const CSpyHeap&) = delete;
+    CSpyHeap& operator=(const CSpyHeap&) = delete;
+
+    HEAPID id() const { return m_id; }
+    unsigned int size() const { return m_size; }
+    bool inUse() const { return m_inUse.load(std::memory_order_acquire); }
+    CSharedMemory* sharedMemory() const { return m_pSharedMem.get(); }
+    CHeapHeader* header() const { return reinterpret_cast<CHeapHeader*>(m_area); }
+
+    /// A block of at least `size` bytes, at least 32, from this heap or its overflow heaps. Contents are
+    /// undefined.
+    /// @param size  above 0
+    /// @throws COutOfSpyMemory
+    CSpyMemRef allocate(unsigned int size);
+    /// The same from the heap of a transaction, which is made for its first block.
+    CSpyMemRef allocate(unsigned int size, UNIQUEID transactionId);
+    /// Makes the block of `ref`, which lives in this heap, hold at least `size` bytes. Grows in place when
+    /// the block behind it is free; else moves the bytes to a new block of the heap's transaction and frees
+    /// the old one.
+    /// @return the same reference or the new one
+    CSpyMemRef realloc(CSpyMemRef& ref, unsigned int size);
+    /// Frees a block of this heap; a null reference is let pass. Ends the process when the block is not
+    /// allocated or carries another stamp.
+    void free(CSpyMemRef ref);
+    /// Drops the whole heap with its overflow heaps: all references into them become invalid.
+    void free();
+    /// Turns both pools of an empty heap into one allocated block.
+    CSpyMemRef allocateEntireHeap();
+    bool isEmpty();
+    /// The heap that extends this one, made when there is none yet. Call it under the heap mutex.
+    CSpyHeap* overflowHeap();
+
+    /// Takes the mutex around all heaps. Any thread; blocks; nested takes by the holder cost no call of the
+    /// system.
+    /// @param timeoutMs  longest wait in milliseconds, see CSpyMutex::acquire; 0 stands for 10 000
+    /// @throws CSpyHeapLockedException
+    void lock(int timeoutMs);
+    void unlock();
+    bool islocked();
+
+    /// Stores `ref` in a global slot of this heap when the slot is free. Callers use the base heap.
+    /// @throws CInvalidGlobal*  id of GlobalSlots or more; the heap mutex stays taken then
+    bool registerGlobal(unsigned int id, CSpyMemRef& ref);
+    /// Clears a slot and answers what was there, with the same failure.
+    CSpyMemRef unregisterGlobal(unsigned int id);
+    /// What a slot below GlobalSlots holds, without a lock.
+    CSpyMemRef global(unsigned int id) const;
+
+    /// Whether a block with that stamp lies at `offset`. Takes no lock: a block freed at the same time may
+    /// still be taken for valid.
+    bool verifyBlock(unsigned int offset, UNIQUEID uid) const;
+    /// Payload bytes of the block at `offset`, without a lock; 0 when no block can start there, and never
+    /// more than the heap has room for.
+    unsigned int sizeAt(unsigned int offset) const;
+    /// The block at `offset`, which verifyBlock has accepted.
+    CHeapBlock* blockAt(unsigned int offset) const { return reinterpret_cast<CHeapBlock*>(m_area + offset); }
+
+    void updateStats(CHeapStats& stats) const;
+    /// Writes lists and blocks to `file`; null stands for Heapdump.log in the directory of TMP, TEMP or in
+    /// /tmp.
+    void dump(const char* file, bool append) const;
+    void walk(FILE* out) const;
+    void walkAll(FILE* out) const;
+    void snapShot(const char* file) const;
+    /// Whether the block holds exactly the bytes of `expected`, which has at least its size.
+    static bool verifySpyMemory(const char* expected, CSpyMemRef ref);
+
+private:
+    friend class CHeapChange;
+
+    CSpyHeap(unsigned int size, HEAPID id);
+
+    static CSpyHeap* findHeap(HEAPID id);
+    static CSpyHeap* findBaseHeap();
+    static CSpyHeap* attachHeap(HEAPID id);
+    static void sync();
+
+    void startUsing();
+    void init();
+    void format();
+    void repair();
+    bool drop();
+
+    uint32_t half() const;
+    bool mayStartAt(uint32_t offset) const;
+    CHeapBlock& block(uint32_t offset) const { return *blockAt(offset); }
+    CHeapBlock& getPool(uint32_t offset) const;
+    CHeapBlock& checked(uint32_t offset) const;
+    uint32_t behind(uint32_t offset) const;
+    uint32_t nextOf(const CHeapBlock& node, uint32_t below) const;
+
+    CSpyMemRef stamp(uint32_t offset);
+    uint32_t take(uint32_t size);
+    uint32_t firstFit(CHeapBlock& pool, uint32_t size);
+    uint32_t lastFit(CHeapBlock& pool, uint32_t size);
+    void takeFront(CHeapBlock& previous, uint32_t offset, uint32_t size);
+    uint32_t takeEnd(CHeapBlock& previous, uint32_t offset, uint32_t size);
+    uint32_t split(uint32_t offset, uint32_t sizeThisBlock);
+    uint32_t splitOffEnd(uint32_t offset, uint32_t sizeNewBlock);
+    CSpyMemRef allocateHere(uint32_t size);
+    CSpyMemRef allocateOversized(uint32_t size);
+    CSpyMemRef allocateInOverflow(uint32_t size);
+
+    void link(CHeapBlock& pool, uint32_t offset);
+    bool growInPlace(uint32_t offset, uint32_t size);
+    CHeapBlock* findPrevFree(uint32_t offset) const;
+    CSpyMemRef move(const CSpyMemRef& ref, uint32_t size);
+    uint32_t relink(uint32_t offset, uint32_t previous);
+
+    template <class Visit> void forEachFree(const CHeapBlock& pool, Visit visit) const;
+    template <class Visit> bool forEachBlock(Visit visit) const;
+    void walkPool(FILE* out, const CHeapBlock& pool) const;
+
+    static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
+    static std::atomic<CSpyMutex*> m_pMutex;
+
+    HEAPID m_id;
+    uint32_t m_size;
+    std::atomic<bool> m_inUse = false;
+    uint32_t m_changeCount = 0;
+    std::unique_ptr<CSharedMemory> m_pSharedMem;
+    unsigned char* m_area = nullptr;
+};
+
+static_assert(sizeof(CSpyHeap::CHeapBlock) == 16 && alignof(CSpyHeap::CHeapBlock) == 1);
+static_assert(offsetof(CSpyHeap::CHeapBlock, m_used) == 4 && offsetof(CSpyHeap::CHeapBlock, m_uid) == 8 &&
+              offsetof(CSpyHeap::CHeapBlock, m_next) == 12);
+static_assert(sizeof(CSpyHeap::CHeapHeader) == 1232 && offsetof(CSpyHeap::CHeapHeader, m_globals) == 4 &&
+              offsetof(CSpyHeap::CHeapHeader, m_usedIds) == 132 &&
+              offsetof(CSpyHeap::CHeapHeader, m_transactions) == 164 &&
+              offsetof(CSpyHeap::CHeapHeader, m_lastUid) == 1188 &&
+              offsetof(CSpyHeap::CHeapHeader, m_poolBlockSize) == 1192 &&
+              offsetof(CSpyHeap::CHeapHeader, m_largePool) == 1196 &&
+              offsetof(CSpyHeap::CHeapHeader, m_smallPool) == 1212 &&
+              offsetof(CSpyHeap::CHeapHeader, m_overflowHeap) == 1228);

@@ -1,0 +1,70 @@
+/// The recursive lock that processes share by name.
+#pragma once
+
+#include <sys/types.h>
+
+/// A failure of a named mutex. It knows the Java class it becomes.
+class CSpyMutexException {
+public:
+    /// @param message  kept up to 1024 characters
+    explicit CSpyMutexException(const char* message);
+    virtual ~CSpyMutexException() = default;
+
+    virtual const char* message() const { return m_message; }
+    virtual const char* javaExceptionClass() const = 0;
+
+private:
+    char m_message[1024 + 1];
+};
+
+/// The mutex was held by another process or thread until the time-out passed.
+class CMutexTimeoutException : public CSpyMutexException {
+public:
+    using CSpyMutexException::CSpyMutexException;
+    const char* javaExceptionClass() const override
+    {
+        return "com/talvern/test/gx/sys/ApplicationNotRespondingException";
+    }
+};
+
+/// The handle names no mutex.
+class CInvalidMutexException : public CSpyMutexException {
+public:
+    using CSpyMutexException::CSpyMutexException;
+    const char* javaExceptionClass() const override
+    {
+        return "com/talvern/test/gx/sys/Mutex$InvalidMutexException";
+    }
+};
+
+/// A recursive mutex between processes. The thread that holds it may take it again, which costs no call of
+/// the system, and has to release it as often. The system releases the mutex of a process that dies, in the
+/// middle of a change if need be. A child made by fork holds nothing. All threads of a process may share one
+/// object.
+class CSpyMutex {
+public:
+    /// The lock around the spy heaps of the X display in DISPLAY, made or found. The caller frees and deletes
+    /// it.
+    /// @param name  of the lock; there is one lock a display, whatever the name
+    static CSpyMutex* create(const char* name);
+
+    CSpyMutex() = default;
+    virtual ~CSpyMutex() = default;
+    CSpyMutex(const CSpyMutex&) = delete;
+    CSpyMutex& operator=(const CSpyMutex&) = delete;
+
+    /// Takes the mutex.
+    /// @param timeoutMs  longest wait in milliseconds, of which only whole seconds count: below 1000 it is
+    /// tried once;
+    ///                   below 0 waits without limit
+    /// @return true
+    /// @throws CMutexTimeoutException  it stayed taken all that time, or its semaphore is gone
+    virtual bool acquire(int timeoutMs) = 0;
+    /// Gives the mutex back once. A caller that does not hold it changes nothing.
+    /// @return whether nobody of this object holds it any more
+    virtual bool release() = 0;
+    /// Forgets the semaphore, which stays in the system for the other processes.
+    virtual void free() = 0;
+    /// Whether the calling thread holds it.
+    virtual bool isAcquired() = 0;
+};

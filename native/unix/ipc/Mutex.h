@@ -1,0 +1,74 @@
+/// Mutexes on System V semaphores.
+#pragma once
+
+#include "SemaphoreSet.h"
+#include "SpyMutex.h"
+
+#include <array>
+#include <atomic>
+#include <pthread.h>
+
+/// A short-lived view of one semaphore as a lock: 0 is free, 1 is held. The system undoes what a process that
+/// dies held. Any thread; not recursive.
+class CMutex : public CSemaphoreSet {
+public:
+    CMutex() = default;
+    explicit CMutex(CSemaphoreHandle handle) : CSemaphoreSet(handle.m_set), m_index(handle.m_index) {}
+
+    /// Waits until the semaphore is free, and leaves this process on record as the last one that looked at
+    /// it.
+    bool initialize(int semnum) override;
+    /// Takes the semaphore. Blocks up to `timeoutMs`, of which whole seconds count: below 1000 it is tried
+    /// once, below 0 it blocks without limit. @return false when the time is over or the semaphore is gone
+    bool lock(int timeoutMs);
+    bool unlock();
+
+private:
+    bool take(short waitFlags);
+    bool takeBlocking();
+    bool takeWithin(int timeoutMs);
+
+    int m_index = 0;
+};
+
+/// A named mutex as one process sees it. All threads may share one object: the owner fields are those of
+/// whichever thread holds the semaphore, and a thread only ever finds itself in them.
+class CUnixMutex : public CSpyMutex {
+public:
+    /// No semaphore yet.
+    CUnixMutex() = default;
+    explicit CUnixMutex(CSemaphoreHandle handle) : m_handle(handle) {}
+    /// The lock around the spy heaps of the display in DISPLAY; see CSpyMutex::create. The name is not used.
+    explicit CUnixMutex(const char* name);
+
+    CSemaphoreHandle handle() const { return m_handle; }
+    void setHandle(CSemaphoreHandle handle) { m_handle = handle; }
+
+    bool acquire(int timeoutMs) override;
+    bool release() override;
+    void free() override;
+    bool isAcquired() override;
+
+private:
+    bool isMine() const;
+
+    CSemaphoreHandle m_handle;
+    std::atomic<int> m_count = 0;
+    std::atomic<pid_t> m_process = 0;
+    std::atomic<pthread_t> m_thread = 0;
+};
+
+/// Five mutexes in one set under a fixed key, handed out one after another. The set stays in the system.
+class CMutexList : public CSemaphoreSet {
+public:
+    static constexpr key_t Key = 10101010;
+    static constexpr int Size = 5;
+
+    CMutexList();
+    /// The next one; callers take at most five. Good as long as this list.
+    CUnixMutex& acquire() { return m_mutexes[static_cast<size_t>(m_next++)]; }
+
+private:
+    std::array<CUnixMutex, Size> m_mutexes;
+    int m_next = 0;
+};

@@ -1,0 +1,132 @@
+#include "SemaphoreSet.h"
+
+#include "CTracer.h"
+#include "ErrorString.h"
+#include "GxAssert.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <unistd.h>
+
+namespace {
+union CSemaphoreArgument { // the caller of semctl declares it
+    int val;
+    semid_ds* buf;
+    unsigned short* array;
+    seminfo* __buf;
+};
+
+/// Semaphores that one set may have; -1 when the system does not tell.
+int systemLimit()
+{
+    seminfo info;
+    CSemaphoreArgument argument;
+    argument.__buf = &info;
+    return semctl(0, 0, SEM_INFO, argument) == -1 ? -1 : info.semmsl;
+}
+
+bool isAlive(pid_t process)
+{
+    return process > 0 && (getpgid(process) != -1 || errno != ESRCH);
+}
+} // namespace
+
+#define TRACE_SET(...) (m_tracing ? CTracer::debugTrace(__VA_ARGS__) : static_cast<void>(0))
+
+bool CSemaphoreSet::initialize(int)
+{
+    return true;
+}
+
+bool CSemaphoreSet::create(key_t key, int count, bool attachLive)
+{
+    GX_ASSERT(m_id == -1, "m_id == -1");
+    TRACE_SET("Creating semaphore Set");
+    if (const int limit = systemLimit(); limit != -1) {
+        count = std::min(count, limit);
+        TRACE_SET("max number of semaphores on this system %d. Creating %d semphores", limit, count);
+    }
+    m_id = semget(key, count, IPC_CREAT | IPC_EXCL | 0666);
+    if (m_id != -1)
+        return createNew(key);
+    if (errno == EEXIST)
+        return reattach(key, count, attachLive);
+    if (errno == EACCES)
+        TRACE_SET("Can't access semaphore at key: 0x%08x trying next", static_cast<unsigned>(key));
+    else
+        TRACE_SET("!Error - semget failed: %s key = 0x%08x", CErrorString(errno).text(),
+                  static_cast<unsigned>(key));
+    return false;
+}
+
+bool CSemaphoreSet::createNew(key_t key)
+{
+    if (!initialize(0)) {
+        if (errno == EEXIST)
+            TRACE_SET("Semaphore already exists");
+        else
+            TRACE_SET("Error trying to set semaphore: %s", CErrorString(errno).text());
+        return false;
+    }
+    TRACE_SET("Semaphore Created: key = 0x%08x  id = %d", static_cast<unsigned>(key), m_id);
+    m_key = key;
+    return true;
+}
+
+bool CSemaphoreSet::reattach(key_t key, int count, bool attachLive)
+{
+    TRACE_SET("Semaphore already exists, reattaching ...");
+    m_id = semget(key, count, IPC_CREAT | 0666);
+    if (m_id == -1) {
+        TRACE_SET("Still can't open semaphore key=0x%08x : %s", static_cast<unsigned>(key),
+                  CErrorString(errno).text());
+        return false;
+    }
+    if (!isAlive(semctl(m_id, 0, GETPID)))
+        return recycle(key, count);
+    if (!attachLive) {
+        TRACE_SET("Error: Semaphore %d last accessed by a live process.", m_id);
+        m_id = -1;
+    }
+    return false;
+}
+
+bool CSemaphoreSet::recycle(key_t key, int count)
+{
+    // A semaphore that is 0 already is left alone: another process may take it between the test and the
+    // reset, and setting a value also makes the system forget to release it when its holder dies.
+    CSemaphoreArgument zero;
+    zero.val = 0;
+    for (int index = 0; index < count; ++index)
+        if (semctl(m_id, index, GETVAL) != 0)
+            semctl(m_id, index, SETVAL, zero);
+    if (!initialize(0))
+        return false;
+    TRACE_SET("Semaphore opened: key = 0x%08x  id = %d", static_cast<unsigned>(key), m_id);
+    m_key = key;
+    return true;
+}
+
+bool CSemaphoreSet::attach(int id)
+{
+    m_id = id;
+    return id != -1;
+}
+
+bool CSemaphoreSet::op(int semnum, sembuf* operations, int count)
+{
+    std::for_each(operations, operations + count,
+                  [&](sembuf& each) { each.sem_num = static_cast<unsigned short>(semnum); });
+    return semop(m_id, operations, static_cast<size_t>(count)) != -1;
+}
+
+void CSemaphoreSet::free()
+{
+    if (semctl(m_id, 0, IPC_RMID) == -1)
+        TRACE_SET("Can't delete Semaphore set, key = 0x%08x, id = %d %s", static_cast<unsigned>(m_key), m_id,
+                  CErrorString(errno).text());
+    m_key = 0;
+    m_id = -1;
+}

@@ -1,0 +1,135 @@
+#include "SharedMemoryHeader.h"
+
+#include "CTracer.h"
+#include "SegmentSweep.h"
+#include "SharedMemory.h"
+#include "UnixSharedMemory.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+namespace {
+std::atomic<CSharedMemoryHeader*> s_header = nullptr;
+
+CSharedMemoryHeader* attachDirectory()
+{
+    // Never destroyed: the directory has to stay attached for the life of the process, or the next process
+    // would take it for an abandoned one and hand the same keys out again.
+    auto* segment = new CUnixSharedMemory;
+    if (!segment->attach(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader))) {
+        delete segment;
+        CTracer::debugTrace("U.S.E. - key in use for header");
+        return nullptr;
+    }
+    auto* header = static_cast<CSharedMemoryHeader*>(segment->base());
+    if (!segment->existed())
+        header->init();
+    return header;
+}
+} // namespace
+
+CSharedMemoryHeader* CSharedMemoryHeader::attached()
+{
+    return s_header.load(std::memory_order_acquire);
+}
+
+CSharedMemoryHeader* CSharedMemoryHeader::get()
+{
+    if (CSharedMemoryHeader* header = attached())
+        return header;
+    const CSharedMemoryGuard guard;
+    if (!attached()) {
+        s_header.store(attachDirectory(), std::memory_order_release);
+        if (attached())
+            CSegmentSweep::runAtExit();
+    }
+    if (!attached())
+        throw CNoSegmentHeader();
+    return attached();
+}
+
+void CSharedMemoryHeader::init()
+{
+    m_layout.m_nextKey = s_headerKey + 1;
+    std::memset(m_layout.m_keys, 0xFF, sizeof m_layout.m_keys);
+    for (auto& name : m_layout.m_names)
+        name[0] = 0;
+}
+
+key_t CSharedMemoryHeader::getKey(const char* name, int blockIndex)
+{
+    const auto block = static_cast<uint32_t>(blockIndex);
+    const auto known = [&] {
+        const uint32_t index = find(name);
+        return index == NotFound ? NotFound : get(index, block);
+    };
+    if (const uint32_t key = known(); key != NotFound)
+        return static_cast<key_t>(key);
+    const CSharedMemoryGuard guard;
+    if (const uint32_t key = known(); key != NotFound)
+        return static_cast<key_t>(key);
+    const uint32_t found = find(name);
+    const uint32_t index = found != NotFound ? found : add(name);
+    const uint32_t key = m_layout.m_nextKey++;
+    addKey(index, block, key);
+    return static_cast<key_t>(key);
+}
+
+uint32_t CSharedMemoryHeader::find(const char* name) const
+{
+    const auto slot =
+        std::find_if(std::begin(m_layout.m_names), std::end(m_layout.m_names), [&](const auto& stored) {
+            return stored[0] != 0 && std::strncmp(stored, name, sizeof stored) == 0;
+        });
+    return slot == std::end(m_layout.m_names) ? NotFound : static_cast<uint32_t>(slot - m_layout.m_names);
+}
+
+uint32_t CSharedMemoryHeader::add(const char* name)
+{
+    const auto slot = std::find_if(std::begin(m_layout.m_names), std::end(m_layout.m_names),
+                                   [](const auto& stored) { return stored[0] == 0; });
+    if (slot == std::end(m_layout.m_names) || name[0] == 0)
+        return NotFound;
+    const size_t length = strnlen(name, sizeof *slot - 1);
+    std::memcpy(*slot + 1, name + 1, length - 1);
+    (*slot)[length] = 0;
+    // The first byte makes the slot count: it is written last, for readers without a lock.
+    std::atomic_thread_fence(std::memory_order_release);
+    (*slot)[0] = name[0];
+    return static_cast<uint32_t>(slot - m_layout.m_names);
+}
+
+uint32_t CSharedMemoryHeader::get(uint32_t nameIndex, uint32_t blockIndex) const
+{
+    const auto entry =
+        std::find_if(std::begin(m_layout.m_keys), std::end(m_layout.m_keys), [&](const CEntry& each) {
+            return each.m_key != NotFound && each.m_nameIndex == nameIndex && each.m_blockIndex == blockIndex;
+        });
+    return entry == std::end(m_layout.m_keys) ? NotFound : entry->m_key;
+}
+
+uint32_t CSharedMemoryHeader::addKey(uint32_t nameIndex, uint32_t blockIndex, uint32_t key)
+{
+    const auto entry = std::find_if(std::begin(m_layout.m_keys), std::end(m_layout.m_keys),
+                                    [](const CEntry& each) { return each.m_key == NotFound; });
+    if (entry == std::end(m_layout.m_keys))
+        return NotFound;
+    entry->m_nameIndex = nameIndex;
+    entry->m_blockIndex = blockIndex;
+    // The key makes the entry count: it is written last, for readers without a lock.
+    std::atomic_thread_fence(std::memory_order_release);
+    entry->m_key = key;
+    return static_cast<uint32_t>(entry - m_layout.m_keys);
+}
+
+void CSharedMemoryHeader::dump(FILE* out) const
+{
+    for (const CEntry& entry : m_layout.m_keys)
+        if (entry.m_key != NotFound)
+            std::fprintf(out, "Key=0x%04x [%s] blockIndex =%d\n ", entry.m_key,
+                         entry.m_nameIndex < Names ? m_layout.m_names[entry.m_nameIndex] : "",
+                         static_cast<int>(entry.m_blockIndex));
+}

@@ -1,0 +1,67 @@
+/// The directory that hands out the System V keys of all segments and semaphores. Stored form:
+/// doc/shared-memory.md.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <sys/types.h>
+
+/// The directory cannot be attached.
+class CNoSegmentHeader {};
+
+/// A view over the directory segment. Its keys belong to pairs of X display name and block index, so that
+/// processes on the same display find the same segments and those on different displays do not meet. Two
+/// spellings of one display
+/// (":99", ":99.0") are two names. Nothing ever leaves the directory while a process is attached to it.
+///
+/// Look-ups take no lock; a new entry is made under CSharedMemoryGuard, one process at a time. Any thread.
+class CSharedMemoryHeader {
+public:
+    static constexpr key_t s_headerKey = 0x6D; ///< of the directory itself
+    static constexpr uint32_t NotFound = 0xFFFFFFFFU;
+    static constexpr unsigned int Entries = 1000;
+    static constexpr unsigned int Names = 16;
+
+    struct CEntry {
+        uint32_t m_key;       ///< NotFound: the entry is free
+        uint32_t m_nameIndex; ///< slot in the name table
+        uint32_t m_blockIndex;
+    };
+    struct CLayout {
+        CEntry m_keys[Entries];
+        char m_names[Names][1024]; ///< display names, NUL-terminated; first byte 0: free
+        uint32_t m_nextKey;
+    };
+
+    /// The directory of this IPC namespace: attached, and made when there is none, at the first call; it then
+    /// stays attached for the life of the process. When the last process that has it attached ends, it takes
+    /// the directory, the segments and the semaphore sets with it.
+    /// @throws CNoSegmentHeader
+    static CSharedMemoryHeader* get();
+    /// The directory when this process has it attached already, else null.
+    static CSharedMemoryHeader* attached();
+
+    /// The key of a pair; a new pair gets the next free number. When the table of names or of keys is full
+    /// the pair still gets a number, which nobody can look up again.
+    key_t getKey(const char* name, int blockIndex);
+
+    uint32_t find(const char* name) const;
+    /// Puts a name, of at most 1023 bytes, into the first free slot.
+    /// @return its index; NotFound when all are taken, and for the empty name, which a free slot would match
+    uint32_t add(const char* name);
+    uint32_t get(uint32_t nameIndex, uint32_t blockIndex) const;
+    /// @return index of the entry, NotFound when the table is full
+    uint32_t addKey(uint32_t nameIndex, uint32_t blockIndex, uint32_t key);
+    void init();
+    /// One line for each entry.
+    void dump(FILE* out) const;
+
+private:
+    friend class CSegmentSweep;
+
+    CLayout m_layout;
+};
+static_assert(sizeof(CSharedMemoryHeader) == 28388 && sizeof(CSharedMemoryHeader::CEntry) == 12);
+static_assert(offsetof(CSharedMemoryHeader::CLayout, m_names) == 12000 &&
+              offsetof(CSharedMemoryHeader::CLayout, m_nextKey) == 28384);

@@ -1,0 +1,144 @@
+#include "UnixSharedMemory.h"
+
+#include "CTracer.h"
+#include "ErrorString.h"
+#include "GxAssert.h"
+#include "SharedMemoryHeader.h"
+#include "SpyHeap.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+
+namespace {
+/// Bytes that a signature takes at the start of a segment, so that the area behind it is aligned to 8.
+int signatureLength(const char* name)
+{
+    return static_cast<int>((std::strlen(name) + 1 + 7) & ~size_t{7});
+}
+
+CSharedMemoryHeader* directoryOrNull()
+{
+    try {
+        return CSharedMemoryHeader::get();
+    } catch (const CNoSegmentHeader&) {
+        CTracer::debugTrace("Can't find shared memory segment header block!");
+        return nullptr;
+    }
+}
+} // namespace
+
+CSharedMemory* CSharedMemory::create(const char* name, int blockIndex, int size)
+{
+    return new CUnixSharedMemory(name, blockIndex, size);
+}
+
+CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
+{
+    CTracer::debugTrace("Attaching  to shared memory segment %d ...", blockIndex);
+    const CSharedMemoryGuard guard;
+    CSharedMemoryHeader* directory = directoryOrNull();
+    if (!directory)
+        return;
+    const char* display = std::getenv("DISPLAY");
+    if (!display)
+        throw COutOfSpyMemory("could not initialize SpyMemory: DISPLAY not set");
+    if (!attach(directory->getKey(display, blockIndex), size + signatureLength(name)) || !m_area)
+        return;
+    if (!m_existed)
+        std::strcpy(static_cast<char*>(m_base), name);
+    if (checkSignature(name)) {
+        m_area = static_cast<char*>(m_base) + signatureLength(name);
+    } else {
+        CTracer::debugTrace("Error - shared memory not valid!");
+        m_area = nullptr;
+    }
+}
+
+CUnixSharedMemory::~CUnixSharedMemory()
+{
+    detach();
+}
+
+void CUnixSharedMemory::dump(const char*, unsigned int, unsigned int) {}
+
+bool CUnixSharedMemory::attach(int key, int size)
+{
+    m_memId = shmget(key, static_cast<size_t>(size), IPC_CREAT | 0666);
+    if (m_memId == -1) {
+        CTracer::debugTrace("Error trying to create shared memory segment: key = 0x%0x , %s!!!",
+                            static_cast<unsigned>(key), CErrorString(errno).text());
+        return false;
+    }
+    shmid_ds status;
+    if (shmctl(m_memId, IPC_STAT, &status) == -1) {
+        CTracer::debugTrace("Error calling shmctl: %s", CErrorString(errno).text());
+        return false;
+    }
+    CTracer::debugTrace("Number of attaches = %d ...", static_cast<int>(status.shm_nattch));
+    m_existed = status.shm_nattch != 0;
+    if (map(key))
+        return true;
+    if (!m_existed)
+        shmctl(m_memId, IPC_RMID, nullptr);
+    return false;
+}
+
+bool CUnixSharedMemory::map(int key)
+{
+    void* address = shmat(m_memId, nullptr, 0);
+    if (address == reinterpret_cast<void*>(-1)) {
+        CTracer::debugTrace("Error trying to attach shared memory segment: key = 0x%0x , %s!!!",
+                            static_cast<unsigned>(key), CErrorString(errno).text());
+        return false;
+    }
+    m_base = address;
+    if (reinterpret_cast<uintptr_t>(address) % 2 != 0)
+        CTracer::debugTrace("Error got unaligned address: address = 0x%0x !!!",
+                            static_cast<unsigned>(reinterpret_cast<uintptr_t>(address)));
+    else
+        m_area = address;
+    return true;
+}
+
+void CUnixSharedMemory::detach()
+{
+    if (!m_base)
+        return;
+    GX_ASSERT(m_memId != 0, "m_memId != 0");
+    const CSharedMemoryGuard guard;
+    if (shmdt(m_base) == -1)
+        CTracer::debugTrace("Error trying to detach shared memory segment: id = 0x%0x , %s!!!",
+                            static_cast<unsigned>(m_memId), CErrorString(errno).text());
+    shmid_ds status;
+    if (shmctl(m_memId, IPC_STAT, &status) == 0 && status.shm_nattch == 0 &&
+        shmctl(m_memId, IPC_RMID, nullptr) == -1)
+        CTracer::debugTrace("Error removing shared memory segment: %d, with error: %s", m_memId,
+                            CErrorString(errno).text());
+    m_memId = -1;
+    m_base = nullptr;
+    m_area = nullptr;
+}
+
+bool CUnixSharedMemory::checkSignature(const char* name) const
+{
+    return m_base && std::strcmp(static_cast<const char*>(m_base), name) == 0;
+}
+
+key_t CUnixSharedMemory::key() const
+{
+    shmid_ds status;
+    if (m_memId == -1 || shmctl(m_memId, IPC_STAT, &status) == -1)
+        return -1;
+    return status.shm_perm.__key;
+}
+
+void CUnixSharedMemory::dumpDisplayTable()
+{
+    if (const CSharedMemoryHeader* directory = CSharedMemoryHeader::attached())
+        directory->dump(stderr);
+    else
+        CTracer::debugTrace("** No heap header created yet");
+}

@@ -1,0 +1,40 @@
+/// Shared memory on System V segments.
+#pragma once
+
+#include "SharedMemory.h"
+
+#include <cstdint>
+#include <sys/types.h>
+
+/// An attached System V segment. See CSharedMemory for ownership.
+class CUnixSharedMemory : public CSharedMemory {
+public:
+    /// No segment yet.
+    CUnixSharedMemory() = default;
+    /// Attaches the segment of `blockIndex` on the display in DISPLAY; see CSharedMemory::create.
+    CUnixSharedMemory(const char* name, int blockIndex, int size);
+    ~CUnixSharedMemory() override;
+
+    void dump(const char* file, unsigned int offset, unsigned int length) override;
+
+    /// Attaches the segment of `key`, made with `size` bytes and rights for everybody when it does not exist.
+    /// One that exists without a process attached to it counts as new. @return whether it is attached
+    bool attach(int key, int size);
+    /// Detaches, and removes the segment when nobody else has it attached.
+    void detach();
+    /// Whether the segment starts with exactly this string.
+    bool checkSignature(const char* name) const;
+    /// The key that the system has on record for the segment; 0xFFFFFFFF when there is none.
+    key_t key() const;
+    void* base() const { return m_base; }
+
+    /// Writes the directory to standard error.
+    static void dumpDisplayTable();
+
+private:
+    bool map(int key);
+    void sign(const char* name);
+
+    int m_memId = -1;
+    void* m_base = nullptr;
+};
