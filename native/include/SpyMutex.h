@@ -1,7 +1,7 @@
 /// The recursive lock that processes share by name.
 #pragma once
 
-#include <sys/types.h>
+#include "jniobject.h"
 
 /// A failure of a named mutex. It knows the Java class it becomes.
 class CSpyMutexException {
@@ -39,19 +39,20 @@ public:
 
 /// A recursive mutex between processes. The thread that holds it may take it again, which costs no call of
 /// the system, and has to release it as often. The system releases the mutex of a process that dies, in the
-/// middle of a change if need be. A child made by fork holds nothing. All threads of a process may share one
-/// object.
-class CSpyMutex {
+/// middle of a change if need be. A child made by fork holds nothing.
+///
+/// Without a Java object all threads of a process may share one mutex object. With one, the state lives in
+/// the Java object's fields and the wrapper on the stack of one call.
+class CSpyMutex : public CJniJObject {
 public:
     /// The lock around the spy heaps of the X display in DISPLAY, made or found. The caller frees and deletes
     /// it.
     /// @param name  of the lock; there is one lock a display, whatever the name
     static CSpyMutex* create(const char* name);
+    /// Makes the exception's Java class pending, with its message.
+    static void throwException(JNIEnv* env, const CSpyMutexException& exception);
 
-    CSpyMutex() = default;
-    virtual ~CSpyMutex() = default;
-    CSpyMutex(const CSpyMutex&) = delete;
-    CSpyMutex& operator=(const CSpyMutex&) = delete;
+    ~CSpyMutex() override = default;
 
     /// Takes the mutex.
     /// @param timeoutMs  longest wait in milliseconds, of which only whole seconds count: below 1000 it is
@@ -67,4 +68,9 @@ public:
     virtual void free() = 0;
     /// Whether the calling thread holds it.
     virtual bool isAcquired() = 0;
+
+protected:
+    CSpyMutex() : CJniJObject(nullptr, static_cast<jobject>(nullptr), nullptr) {}
+    CSpyMutex(JNIEnv* env, jobject mutex) : CJniJObject(env, mutex, nullptr) {}
+    CSpyMutex(const CSpyMutex&) = default;
 };

@@ -2,6 +2,8 @@
 
 #include "CTracer.h"
 #include "JniDataTypes.h"
+#include "SpyMemRef.h"
+#include "SpyMutex.h"
 #include "jniobject.h"
 
 #include <exception>
@@ -25,6 +27,11 @@ void raiseUnknown(JNIEnv* env, const char* what)
     CTracer::debugTrace("An unknown native exception ended an exported function: %s", what);
     CJniJObject::throwException(env, "java/lang/Error", what);
 }
+
+constexpr char HeapLockedMessage[] =
+    "Application under test (AUT) is not responding. It is recommended to retry after restarting the "
+    "application. If "
+    "the problem persists, avoid recording/playing back on the specific control";
 } // namespace
 
 void raiseInJava(JNIEnv* env) noexcept
@@ -33,6 +40,17 @@ void raiseInJava(JNIEnv* env) noexcept
         throw;
     } catch (const CJStringNotInCodePageException& e) {
         e.throwException(env);
+    } catch (const COutOfSpyMemory& e) {
+        CJniJObject::throwException(env, "com/talvern/test/gx/sys/OutOfSpyMemException", e.message());
+    } catch (const CInvalidSpyMemRef& e) {
+        CJniJObject::throwException(env, "com/talvern/test/gx/sys/InvalidSpyMemReference", e.message());
+    } catch (const CSpyHeapLockedException&) {
+        CJniJObject::throwException(env, "com/talvern/test/gx/sys/ApplicationNotRespondingException",
+                                    HeapLockedMessage);
+    } catch (const CSpyHeapException& e) {
+        raiseUnknown(env, e.message());
+    } catch (const CSpyMutexException& e) {
+        CSpyMutex::throwException(env, e);
     } catch (const std::bad_alloc&) {
         CJniJObject::throwException(env, "java/lang/OutOfMemoryError", "native memory");
     } catch (const std::exception& e) {

@@ -17,9 +17,10 @@
 /// and a branch while JNI tracing is off.
 class CJniTrace {
 public:
-    /// @param function  the exported symbol (`__func__`); the trace shows it without "Java_"
+    /// @param function  the exported symbol (`__func__`); the trace shows it without "Java_". Null is not
+    /// traced.
     explicit CJniTrace(const char* function) noexcept
-        : m_name(GxDebug::IsJNITrace() ? function + sizeof("Java_") - 1 : nullptr)
+        : m_name(function && GxDebug::IsJNITrace() ? function + sizeof("Java_") - 1 : nullptr)
     {
         if (m_name) [[unlikely]]
             GxDebug::JNI_Start(m_name);
@@ -49,7 +50,7 @@ void raiseInJava(JNIEnv* env) noexcept;
 
 /// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending
 /// afterwards and the answer is neutral: 0, false, null.
-/// @param function  pass `__func__`
+/// @param function  pass `__func__`; null for a family that is not traced
 /// @param body      takes nothing, or the `CJniTrace&` to add a note to the end line
 template <class Body> auto jniEntry(JNIEnv* env, const char* function, Body&& body) noexcept
 {

@@ -15,6 +15,8 @@ public:
     /// Finds the map or makes it, under the heap mutex.
     CSpyNames();
 
+    /// Whether this is the registry that the base heap names.
+    bool isCurrent() const;
     /// Takes `key` and `value` over. @return whether the map took them
     bool registerName(CSpyVariant& key, const CSpyVariant& value);
     /// Empty for an unknown or empty name.

@@ -3,6 +3,7 @@
 #include "CTracer.h"
 #include "ErrorString.h"
 #include "GxAssert.h"
+#include "GxDebug.h"
 #include "SharedMemoryHeader.h"
 
 #include <cerrno>
@@ -44,6 +45,29 @@ template <class Call> bool retried(Call&& call)
         if (errno != EINTR)
             return false;
     }
+}
+
+[[noreturn]] void throwTimeout(const char* mutex)
+{
+    char message[1024];
+    std::snprintf(message, sizeof message,
+                  "Application under test (AUT) is not responding. It is recommended to retry after "
+                  "restarting the application. If the problem persists, avoid recording/playing back on the "
+                  "specific control. Mutex timeout: %s",
+                  mutex);
+    throw CMutexTimeoutException(message);
+}
+
+void assertNoException(JNIEnv* m_env)
+{
+    GX_ASSERT(m_env && !m_env->ExceptionCheck(), "m_env && !( m_env->ExceptionOccurred() )");
+}
+
+void traceStranger(pthread_t owner)
+{
+    if (GxDebug::TraceGetEnabled() && owner != pthread_self())
+        CTracer::debugTrace("Can't release as pthreads  %u , %u are not same ", static_cast<unsigned>(owner),
+                            static_cast<unsigned>(pthread_self()));
 }
 
 CSemaphoreHandle heapLockHandle()
@@ -125,7 +149,34 @@ bool CMutex::unlock()
     return retried([&] { return op(m_index, &operation, 1); });
 }
 
+void CSpyMutex::throwException(JNIEnv* env, const CSpyMutexException& exception)
+{
+    CJniJObject::throwException(env, exception.javaExceptionClass(), exception.message());
+}
+
 CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()) {}
+
+CUnixMutex::CUnixMutex(JNIEnv* env, jobject mutex) : CSpyMutex(env, mutex), m_handle(getLong("handle")) {}
+
+CUnixMutex::CUnixMutex(const CUnixMutex& other)
+    : CSpyMutex(other), m_handle(other.m_handle), m_count(other.m_count.load()),
+      m_process(other.m_process.load()), m_thread(other.m_thread.load())
+{
+}
+
+CSemaphoreHandle CUnixMutex::handle()
+{
+    if (m_handle.isNull() && isValid())
+        m_handle = CSemaphoreHandle(getLong("handle"));
+    return m_handle;
+}
+
+void CUnixMutex::setHandle(CSemaphoreHandle handle)
+{
+    m_handle = handle;
+    if (isValid())
+        set("handle", static_cast<long>(handle.number()));
+}
 
 bool CUnixMutex::isMine() const
 {
@@ -133,23 +184,20 @@ bool CUnixMutex::isMine() const
            m_process.load(std::memory_order_relaxed) == currentProcess();
 }
 
+bool CUnixMutex::lock(int timeoutMs)
+{
+    // A Java Mutex that was never created must not take the system's first semaphore, whosever that is.
+    return !(isValid() && handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
+}
+
 bool CUnixMutex::acquire(int timeoutMs)
 {
     if (isMine() && m_count.load(std::memory_order_relaxed) > 0) {
-        m_count.fetch_add(1, std::memory_order_relaxed);
+        m_count.store(m_count.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         return true;
     }
-    if (!CMutex(m_handle).lock(timeoutMs)) {
-        char message[1024];
-        std::snprintf(
-            message, sizeof message,
-            "Application under test (AUT) is not responding. It is recommended to retry after restarting the "
-            "application. If the problem persists, avoid recording/playing back on the specific control. "
-            "Mutex "
-            "timeout: %s",
-            "Unknown Mutex");
-        throw CMutexTimeoutException(message);
-    }
+    if (!lock(timeoutMs))
+        throwTimeout("Unknown Mutex");
     // The semaphore orders the threads, but only the system knows: this load takes over what the last owner
     // wrote.
     static_cast<void>(m_thread.load(std::memory_order_acquire));
@@ -161,12 +209,19 @@ bool CUnixMutex::acquire(int timeoutMs)
 
 bool CUnixMutex::release()
 {
+    traceStranger(m_thread.load(std::memory_order_relaxed));
     if (!isMine())
         return m_count.load(std::memory_order_relaxed) == 0;
-    if (m_count.fetch_sub(1, std::memory_order_relaxed) > 1)
+    const int left = m_count.load(std::memory_order_relaxed) - 1;
+    m_count.store(left, std::memory_order_relaxed);
+    if (left > 0) {
+        update();
         return false;
+    }
     m_process.store(0, std::memory_order_relaxed);
     m_thread.store(0, std::memory_order_release);
+    // Before the semaphore is free: afterwards the fields belong to the next owner.
+    update();
     const bool succes = CMutex(m_handle).unlock();
     GX_ASSERT(succes, "succes");
     return true;
@@ -174,12 +229,38 @@ bool CUnixMutex::release()
 
 void CUnixMutex::free()
 {
-    m_handle = {};
+    if (!handle().isNull())
+        setHandle({});
 }
 
 bool CUnixMutex::isAcquired()
 {
+    refresh();
     return isMine() && m_count.load(std::memory_order_relaxed) != 0;
+}
+
+void CUnixMutex::refresh()
+{
+    if (!isValid())
+        return;
+    m_thread.store(static_cast<pthread_t>(getLong("currentThread")), std::memory_order_relaxed);
+    assertNoException(env());
+    m_count.store(getInt("acquireCount"), std::memory_order_relaxed);
+    assertNoException(env());
+    m_process.store(getInt("currentPid"), std::memory_order_relaxed);
+    assertNoException(env());
+}
+
+void CUnixMutex::update()
+{
+    if (!isValid())
+        return;
+    set("currentThread", static_cast<long>(m_thread.load(std::memory_order_relaxed)));
+    assertNoException(env());
+    set("acquireCount", m_count.load(std::memory_order_relaxed));
+    assertNoException(env());
+    set("currentPid", static_cast<int>(m_process.load(std::memory_order_relaxed)));
+    assertNoException(env());
 }
 
 CMutexList::CMutexList()

@@ -31,8 +31,8 @@ private:
     int m_index = 0;
 };
 
-/// A named mutex as one process sees it. All threads may share one object: the owner fields are those of
-/// whichever thread holds the semaphore, and a thread only ever finds itself in them.
+/// A named mutex as one process sees it. The owner fields are those of whichever thread holds the semaphore;
+/// a thread only ever finds itself in them.
 class CUnixMutex : public CSpyMutex {
 public:
     /// No semaphore yet.
@@ -40,17 +40,26 @@ public:
     explicit CUnixMutex(CSemaphoreHandle handle) : m_handle(handle) {}
     /// The lock around the spy heaps of the display in DISPLAY; see CSpyMutex::create. The name is not used.
     explicit CUnixMutex(const char* name);
+    /// A view of a Java Mutex, for one call.
+    CUnixMutex(JNIEnv* env, jobject mutex);
+    CUnixMutex(const CUnixMutex& other);
 
-    CSemaphoreHandle handle() const { return m_handle; }
-    void setHandle(CSemaphoreHandle handle) { m_handle = handle; }
+    /// From the Java object when there is one.
+    CSemaphoreHandle handle();
+    void setHandle(CSemaphoreHandle handle);
 
     bool acquire(int timeoutMs) override;
     bool release() override;
     void free() override;
     bool isAcquired() override;
 
+    /// Reads the owner from the Java object and writes it back; without one they do nothing.
+    void refresh();
+    void update();
+
 private:
     bool isMine() const;
+    bool lock(int timeoutMs);
 
     CSemaphoreHandle m_handle;
     std::atomic<int> m_count = 0;

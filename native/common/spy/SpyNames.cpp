@@ -1,0 +1,119 @@
+#include "SpyNames.h"
+
+#include "GxAssert.h"
+#include "ITalString.h"
+#include "SpyMemory.h"
+
+#include <cstdio>
+#include <string>
+
+#if __has_include("SpyMap.h") // the registry is a map: it comes to life when the maps land
+#include "SpyMap.h"
+#include "SpyVariant.h"
+
+CSpyNames::CSpyNames() : m_pHeap(CSpyHeap::getHeap(0))
+{
+    // Two processes that start at once would otherwise make a registry each.
+    const CSpyHeapLock lock;
+    m_refNames = m_pHeap->global(GlobalSlot);
+    if (!m_refNames) {
+        CSpyMap names;
+        m_refNames = names.ref();
+        m_pHeap->registerGlobal(GlobalSlot, m_refNames);
+    }
+}
+
+bool CSpyNames::isCurrent() const
+{
+    return !!m_refNames && m_refNames == m_pHeap->global(GlobalSlot);
+}
+
+bool CSpyNames::registerName(CSpyVariant& key, const CSpyVariant& value)
+{
+    GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
+    return CSpyMap(m_refNames).put(key, value);
+}
+
+CSpyVariant CSpyNames::get(const ITalString& name)
+{
+    GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
+    return name.length() == 0 ? CSpyVariant() : CSpyMap(m_refNames).get(name);
+}
+
+CSpyVariant CSpyNames::remove(const ITalString& name)
+{
+    GX_ASSERT(!!m_refNames, "!!m_refNames");
+    return CSpyMap(m_refNames).remove(name);
+}
+
+std::atomic<CSpyNames*> CSpyMemory::m_pNames = nullptr;
+
+/// Made anew when the base heap was: the old registry went with the old heap.
+CSpyNames* CSpyMemory::names()
+{
+    CSpyNames* known = m_pNames.load(std::memory_order_acquire);
+    if (known && known->isCurrent())
+        return known;
+    const CSpyHeapLock lock;
+    known = m_pNames.load(std::memory_order_acquire);
+    if (!known || !known->isCurrent())
+        m_pNames.store(known = new CSpyNames, std::memory_order_release);
+    return known;
+}
+
+CSpyMemory::CSpyMemory(const ITalString& name) : CSpyMemory()
+{
+    const CSpyVariant found = locate(name);
+    if (!found.isEmpty())
+        m_ref = found.ref();
+}
+
+CSpyVariant CSpyMemory::locate(const ITalString& name)
+{
+    CSpyNames* known = names();
+    return known ? known->get(name) : CSpyVariant();
+}
+
+CSpyVariant CSpyMemory::remove(const ITalString& name)
+{
+    const CSpyHeapLock lock;
+    CSpyNames* known = names();
+    GX_ASSERT(known, "m_pNames != 0");
+    return known->remove(name);
+}
+
+bool CSpyMemory::registerName(const ITalString& name)
+{
+    const CSpyHeapLock lock;
+    CSpyNames* known = names();
+    GX_ASSERT(known, "m_pNames != 0");
+    CSpyVariant key(name, 0);
+    return known->registerName(key, CSpyVariant(*this));
+}
+#else
+bool CSpyMemory::registerName(const ITalString&)
+{
+    return false;
+}
+#endif
+
+CSpyMemRef CSpyMemory::allocate(const ITalString& name, unsigned int size, UNIQUEID transactionId)
+{
+    allocate(size, transactionId);
+    if (!!m_ref && name.length() > 0)
+        registerName(name);
+    return m_ref;
+}
+
+void CSpyMemory::dump(const ITalString& file)
+{
+    const char* path = file;
+    FILE* out = path ? std::fopen(path, "a") : nullptr;
+    if (!out)
+        return;
+    std::fputs("****** Heap Dump ******\n", out);
+    std::fclose(out);
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (const CSpyHeap* heap = CSpyHeap::getHeap(id))
+            heap->dump(path, true);
+}
