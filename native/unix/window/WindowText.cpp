@@ -2,6 +2,7 @@
 #include "WindowManagerUnix.h"
 
 #include "CTracer.h"
+#include "CodeSet.h"
 
 #include <algorithm>
 #include <cstring>
@@ -23,19 +24,33 @@ struct CStringListFree {
     void operator()(char** list) const noexcept { XFreeStringList(list); }
 };
 
-/// WM_NAME in the code set of the locale; empty when there is none or it cannot be converted.
+/// The first text of a property in the code set of the locale, less the characters that it lacks.
+///
+/// Not XmbTextPropertyToTextList: Xlib asks setlocale for the locale, which in a JVM and in many other hosts
+/// is "C" and holds Latin-1 only. The UTF-8 form does not depend on it.
+std::string textOf(Display* display, const XTextProperty& property)
+{
+    char** list = nullptr;
+    int count = 0;
+    if (Xutf8TextPropertyToTextList(display, &property, &list, &count) < 0)
+        return {};
+    const std::unique_ptr<char*, CStringListFree> owner(list);
+    if (count == 0 || !list[0])
+        return {};
+    const CEnvironmentLocale locale;
+    std::string text;
+    convertText((std::string(locale.codeSet()) + "//IGNORE").c_str(), "UTF-8", list[0], text);
+    return text;
+}
+
+/// WM_NAME; empty when there is none or it cannot be converted.
 std::string fetchWindowName(Display* display, Window window)
 {
     XTextProperty property{};
     if (!XGetWMName(display, window, &property))
         return {};
     const XPtr<unsigned char> owner(property.value);
-    char** list = nullptr;
-    int count = 0;
-    if (property.nitems == 0 || XmbTextPropertyToTextList(display, &property, &list, &count) < 0)
-        return {};
-    const std::unique_ptr<char*, CStringListFree> listOwner(list);
-    return count > 0 && list[0] ? list[0] : "";
+    return property.nitems == 0 ? std::string() : textOf(display, property);
 }
 
 /// The window inside a frame whose name is the caption: frames of window managers carry none themselves.

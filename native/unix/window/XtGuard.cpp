@@ -1,0 +1,44 @@
+#include "XtGuard.h"
+
+#include "GxGlobals.h"
+
+#include <cstring>
+
+#include <X11/IntrinsicP.h>
+
+#include <X11/CoreP.h>
+
+// libXt exports it, but only a header of its own sources declares it.
+extern "C" XtAppContext _XtDefaultAppContext(void);
+
+namespace {
+std::jmp_buf s_jumpPoint;
+XtErrorMsgHandler s_savedHandler = nullptr;
+
+void _xt_error_handler(String, String, String, String, String*, Cardinal*)
+{
+    std::longjmp(s_jumpPoint, 0); // arrives as 1
+}
+} // namespace
+
+bool CXtGuard::run(bool (*test)(void*), void* data)
+{
+    volatile bool answer = false;
+    const XtAppContext application = _XtDefaultAppContext();
+    s_savedHandler = XtAppSetErrorMsgHandler(application, _xt_error_handler);
+    if (setjmp(s_jumpPoint) == 0)
+        answer = test(data);
+    XtAppSetErrorMsgHandler(application, s_savedHandler);
+    return answer;
+}
+
+Widget widgetOf(Window window)
+{
+    return XtWindowToWidget(gx_app_display, window);
+}
+
+bool isOfClass(Widget widget, WidgetClass widgetClass)
+{
+    return widget &&
+           std::strcmp(XtClass(widget)->core_class.class_name, widgetClass->core_class.class_name) == 0;
+}

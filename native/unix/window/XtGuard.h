@@ -1,0 +1,25 @@
+/// Lookups of Motif widgets by their X windows, on the application's display (gx_app_display).
+#pragma once
+
+#include <csetjmp>
+
+#include <X11/Intrinsic.h>
+
+/// An Xt error ends the program unless its handler does not return. While a lookup runs, the handler jumps
+/// back here. Process-wide: one lookup at a time.
+class CXtGuard {
+public:
+    /// Runs test(data). @return its answer; false when Xt reported an error
+    /// The jump skips destructors: nothing that has one may live in `test`.
+    static bool run(bool (*test)(void* data), void* data);
+
+    template <class Test> static bool run(Test& test)
+    {
+        return run([](void* data) { return (*static_cast<Test*>(data))(); }, &test);
+    }
+};
+
+/// The widget of an X window, null when the application has none. Inside of CXtGuard only.
+Widget widgetOf(Window window);
+/// Whether the widget is exactly of that class; derived ones don't count. False for null.
+bool isOfClass(Widget widget, WidgetClass widgetClass);

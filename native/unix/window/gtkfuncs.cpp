@@ -1,0 +1,189 @@
+#include "gtkfuncs.h"
+
+#include "LoadedLibrary.h"
+
+namespace {
+constexpr const char* GTK12 = "libgtk-1.2.so.0";
+constexpr const char* GTK2 = "libgtk-x11-2.0.so.0";
+constexpr const char* GTK3 = "libgtk-3.so.0";
+constexpr const char* GDK2 = "libgdk-x11-2.0.so.0";
+constexpr const char* GDK3 = "libgdk-3.so.0";
+constexpr const char* GLIB = "libglib-2.0.so.0";
+constexpr const char* GOBJECT = "libgobject-2.0.so.0";
+
+bool isLoaded(const char* library)
+{
+    return loadedLibrary(library) != nullptr;
+}
+
+using Timeout = int (*)(void*);
+
+constinit CLateFunction<void(_GList*)> s_listFree{"g_list_free", GLIB};
+constinit CLateFunction<unsigned(_GList*)> s_listLength{"g_list_length", GLIB};
+constinit CLateFunction<void*(_GList*, int)> s_listNthData{"g_list_nth_data", GLIB};
+constinit CLateFunction<int(unsigned long, unsigned long)> s_typeIsA{"g_type_is_a", GOBJECT};
+constinit CLateFunction<void(_GdkDrawable*, void**)> s_userData{"gdk_window_get_user_data", GDK2, GDK3};
+constinit CLateFunction<void(_GdkDrawable*, int*, int*, int*, int*, int*)> s_geometry{
+    "gdk_window_get_geometry", GDK2, GDK3};
+constinit CLateFunction<unsigned long(_GdkDrawable*)> s_windowXid{"gdk_x11_window_get_xid", GDK3};
+constinit CLateFunction<unsigned long(_GdkDrawable*)> s_drawableXid{"gdk_x11_drawable_get_xid", GDK2, GDK3};
+constinit CLateFunction<_GtkWidget*(_GtkBin*)> s_binChild{"gtk_bin_get_child", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_comboType{{GTK2, "gtk_combo_get_type"},
+                                                     {GTK3, "gtk_combo_box_get_type"}};
+constinit CLateFunction<_GList*(_GtkContainer*)> s_children{"gtk_container_get_children", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_frameType{"gtk_frame_get_type", GTK2, GTK3};
+constinit CLateFunction<const char*(_GtkLabel*)> s_labelText{"gtk_label_get_text", GTK2, GTK3};
+constinit CLateFunction<void(_GtkList*, GtkScrollType, float)> s_scrollVertical{"gtk_list_scroll_vertical",
+                                                                                GTK2};
+constinit CLateFunction<unsigned long()> s_menuType{"gtk_menu_get_type", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_menuBarType{"gtk_menu_bar_get_type", GTK2, GTK3};
+constinit CLateFunction<_GtkWidget*(_GtkMenuItem*)> s_submenu{"gtk_menu_item_get_submenu", GTK2, GTK3};
+constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_timeout_add", GTK3};
+constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", GTK2, GTK12};
+constinit CLateFunction<void(int)> s_removeTimeout{"gtk_timeout_remove", GTK2, GTK12};
+
+/// A function looked up for one call.
+template <class Function> Function symbolOf(const LibraryHandle& library, const char* name)
+{
+    return reinterpret_cast<Function>(dlsym(library.get(), name));
+}
+
+_GdkDrawable* lookUpGtk2(const LibraryHandle& gdk, unsigned long xid)
+{
+    const auto lookUp = symbolOf<_GdkDrawable* (*)(unsigned long)>(gdk, "gdk_window_lookup");
+    return lookUp ? lookUp(xid) : nullptr;
+}
+
+_GdkDrawable* lookUpGtk3(const LibraryHandle& gdk, unsigned long xid)
+{
+    const auto lookUp =
+        symbolOf<_GdkDrawable* (*)(void*, unsigned long)>(gdk, "gdk_x11_window_lookup_for_display");
+    const auto display = symbolOf<void* (*)()>(gdk, "gdk_display_get_default");
+    return lookUp && display ? lookUp(display(), xid) : nullptr;
+}
+} // namespace
+
+bool isGTK()
+{
+    static const bool s_loaded = isLoaded(GTK12);
+    return s_loaded;
+}
+
+bool isGTK2()
+{
+    static const bool s_loaded = isLoaded(GDK2);
+    return s_loaded;
+}
+
+bool isGTK3()
+{
+    static const bool s_loaded = isLoaded(GDK3);
+    return s_loaded;
+}
+
+void _g_list_free(_GList* list)
+{
+    s_listFree(list);
+}
+
+unsigned _g_list_length(_GList* list)
+{
+    return s_listLength(list);
+}
+
+void* _g_list_nth_data(_GList* list, int index)
+{
+    return s_listNthData(list, index);
+}
+
+int _g_type_is_a(unsigned long type, unsigned long ancestor)
+{
+    return s_typeIsA(type, ancestor);
+}
+
+void _gdk_window_get_user_data(_GdkDrawable* window, void** data)
+{
+    s_userData(window, data);
+}
+
+void _gdk_window_get_geometry(_GdkDrawable* window, int* x, int* y, int* width, int* height, int* depth)
+{
+    s_geometry(window, x, y, width, height, depth);
+}
+
+unsigned long _gdk_x11_window_get_xid(_GdkDrawable* window)
+{
+    return s_windowXid(window);
+}
+
+unsigned long _gdk_x11_drawable_get_xid(_GdkDrawable* window)
+{
+    return s_drawableXid(window);
+}
+
+_GdkDrawable* _gdk_window_lookup(unsigned long xid)
+{
+    if (const auto gdk = loadedLibrary(GDK2))
+        return lookUpGtk2(gdk, xid);
+    if (const auto gdk = loadedLibrary(GDK3))
+        return lookUpGtk3(gdk, xid);
+    return nullptr;
+}
+
+_GtkWidget* _gtk_bin_get_child(_GtkBin* bin)
+{
+    return s_binChild(bin);
+}
+
+unsigned long _gtk_combo_get_type()
+{
+    return s_comboType();
+}
+
+_GList* _gtk_container_get_children(_GtkContainer* container)
+{
+    return s_children(container);
+}
+
+unsigned long _gtk_frame_get_type()
+{
+    return s_frameType();
+}
+
+const char* _gtk_label_get_text(_GtkLabel* label)
+{
+    return s_labelText(label);
+}
+
+void _gtk_list_scroll_vertical(_GtkList* list, GtkScrollType type, float position)
+{
+    s_scrollVertical(list, type, position);
+}
+
+unsigned long _gtk_menu_get_type()
+{
+    return s_menuType();
+}
+
+unsigned long _gtk_menu_bar_get_type()
+{
+    return s_menuBarType();
+}
+
+_GtkWidget* _gtk_menu_item_get_submenu(_GtkMenuItem* item)
+{
+    return s_submenu(item);
+}
+
+unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data)
+{
+    return isGTK3() ? s_addTimeout3(milliseconds, function, data)
+                    : s_addTimeout(milliseconds, function, data);
+}
+
+int _gtk_timeout_remove(int timeout)
+{
+    if (!isGTK3())
+        s_removeTimeout(timeout);
+    return 0;
+}
