@@ -91,7 +91,7 @@ std::string CJvm::takeComplaints()
     output.swap(s_output);
     for (const char* mark : {"WARNING in native method", "WARNING: JNI local refs", "FATAL ERROR"})
         if (output.find(mark) != std::string::npos)
-            return output;
+            return output.substr(0, 4000);
     return {};
 }
 

@@ -24,6 +24,12 @@ std::unique_ptr<char[]> dotted(const char* className)
     return copy;
 }
 
+/// The answer of a call into Java; null when it threw.
+jobject answer(JNIEnv* env, jobject object)
+{
+    return env->ExceptionCheck() ? nullptr : object;
+}
+
 JNIEnv* checked(JNIEnv* env)
 {
     GX_ASSERT(env != nullptr, "env != 0");
@@ -67,7 +73,7 @@ CJniClass* CBootstrap::loadClass(const char* className)
     const auto javaName = localRef(env(), name ? env()->NewStringUTF(name.get()) : nullptr);
     if (!javaName)
         return nullptr;
-    const jobject loaded = env()->CallObjectMethod(*this, method, javaName.get());
+    const jobject loaded = answer(env(), env()->CallObjectMethod(*this, method, javaName.get()));
     if (loaded)
         return new CJniClass(env(), static_cast<jclass>(loaded));
     CTracer::debugTrace("Bootstrap loadClass Can't find class %s", name.get());

@@ -104,7 +104,8 @@ public:
     operator Native() const
     {
         const jmethodID method = isValid() && env() ? getCachedClass(env())->getValueMethod() : nullptr;
-        return method ? (env()->*Kind::call)(*this, method) : Native();
+        const Native value = method ? (env()->*Kind::call)(*this, method) : Native();
+        return env() && env()->ExceptionCheck() ? Native() : value;
     }
 };
 

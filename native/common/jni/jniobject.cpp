@@ -383,11 +383,12 @@ const char* CJException::getMessage()
         return m_message->c_str();
     m_message.emplace();
     const jmethodID method = isValid() ? getClass()->methodId("getMessage", "()Ljava/lang/String;") : nullptr;
-    const auto text
-        = localRef(env(), method ? static_cast<jstring>(env()->CallObjectMethod(*this, method)) : nullptr);
+    const auto text =
+        localRef(env(), method ? static_cast<jstring>(env()->CallObjectMethod(*this, method)) : nullptr);
     if (env()->ExceptionCheck() || !text)
         return "";
-    if (const char* const ansi = CJString(env(), text.get()).ansiString())
+    const CJString message(env(), text.get());
+    if (const char* const ansi = message.ansiString())
         m_message = ansi;
     return m_message->c_str();
 }
