@@ -4,6 +4,7 @@
 #include "GxAssert.h"
 #include "SharedMemory.h"
 #include "SpyHeapChange.h"
+#include "SpyHeapWalk.h"
 #include "SpyMemRef.h"
 #include "SpyMutex.h"
 
@@ -262,6 +263,8 @@ bool CSpyHeap::drop()
         if (CSpyHeap* heap = getHeap(overflow))
             heap->free();
     }
+    // Formatting leaves the old headers where they are: without their stamps no reference is taken for valid.
+    forEachBlock([](uint32_t, CHeapBlock& each) { each.m_uid = 0; });
     init();
     getHeap(0)->header()->clearId(m_id);
     m_inUse.store(false, std::memory_order_release);
@@ -565,9 +568,9 @@ void CSpyHeap::free(CSpyMemRef ref)
     const uint32_t offset = ref.blockId();
     if (offset == 0)
         return;
-    CHeapChange change(*this);
     const bool valid = verifyBlock(offset, ref.uid()) && checked(offset).isUsed();
     GX_ASSERT(valid, "pBlock->isUsed() && verifyBlock(ref.blockId(), ref.uid())");
+    CHeapChange change(*this);
     CHeapBlock& freed = block(offset);
     freed.m_used = 0;
     freed.m_uid = 0;

@@ -3,6 +3,7 @@
 #include "GxAssert.h"
 #include "SharedMemory.h"
 #include "SpyHeap.h"
+#include "SpyHeapWalk.h"
 #include "SpyMemRef.h"
 
 #include <algorithm>
@@ -72,28 +73,6 @@ void addTo(uint32_t& bytes, uint32_t& blocks, uint32_t& largest, uint32_t size)
     largest = std::max(largest, size);
 }
 } // namespace
-
-/// Visits the blocks in memory order, as far as they can be followed. @return whether they filled the heap
-/// exactly
-template <class Visit> bool CSpyHeap::forEachBlock(Visit visit) const
-{
-    uint32_t offset = sizeof(CHeapHeader);
-    while (mayStartAt(offset) && sizeAt(offset) == block(offset).m_size) {
-        visit(offset, block(offset));
-        offset = behind(offset);
-    }
-    return offset == m_size;
-}
-
-/// Visits a list of free blocks, as far as it descends.
-template <class Visit> void CSpyHeap::forEachFree(const CHeapBlock& pool, Visit visit) const
-{
-    uint32_t below = m_size;
-    for (uint32_t offset = pool.m_next; mayStartAt(offset) && offset < below; offset = block(offset).m_next) {
-        visit(offset, block(offset));
-        below = offset;
-    }
-}
 
 CHeapStats CSpyHeap::getStats()
 {
