@@ -3,7 +3,7 @@
 
 #include "GxInstallOptions.h"
 
-/// Thresholds by component name. Not synchronised: GxDebug's lock covers it. Never freed, so that messages of
+/// Thresholds by component name. Not synchronised: g_traceLock covers it. Never freed, so that messages of
 /// the last destructors pass through it too.
 class CComponentFilter {
 public:

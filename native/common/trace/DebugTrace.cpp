@@ -4,6 +4,7 @@
 #include "GxInstallOptions.h"
 #include "LineFields.h"
 #include "LogFile.h"
+#include "TraceLock.h"
 
 #include <algorithm>
 #include <cctype>
@@ -167,9 +168,8 @@ try {
 std::string DebugTrace::Format(const char* facility, MessageLevel level, const char* message) const
 {
     struct timeval now = {};
-    struct tm parts = {};
     gettimeofday(&now, nullptr);
-    localtime_r(&now.tv_sec, &parts);
+    const struct tm parts = localTime(now.tv_sec);
     const auto textOf = [&](Token token) -> std::string {
         switch (token) {
         case DATE:

@@ -5,6 +5,7 @@
 #include "LineFields.h"
 #include "LogFile.h"
 #include "Preferences.h"
+#include "TraceLock.h"
 
 #include <algorithm>
 #include <cctype>
@@ -13,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <pthread.h>
 #include <utility>
 
 // All state is initialised at compile time and never destroyed: another unit's initialiser may trace before
@@ -47,15 +47,12 @@ constinit std::atomic<unsigned> s_traceFileSizeLimit = minFileSize;
 constinit std::atomic<int> s_couldWriteToLog = 0;
 constinit std::atomic<int> s_back2Mldebug = 0;
 
-/// Covers what follows.
-constinit std::mutex s_settings;
+// What g_traceLock covers.
 constinit CPreferences s_logTraceOptions;
 constinit CComponentFilter s_logComponentLevel;
 constinit CComponentFilter s_traceComponentLevel;
 constinit char* s_logFileName = nullptr;
 constinit char* s_traceFileName = nullptr;
-
-using Guard = std::lock_guard<std::mutex>;
 
 /// Puts the configuration in force when the library is loaded, if no message did before.
 const DebugTrace* const s_loaded = DebugTrace::GetTraceObject();
@@ -86,7 +83,7 @@ void writeTo(char* const& fileName, const CLine& line, unsigned limitKiB) noexce
 {
     char path[PATH_MAX] = "";
     {
-        const Guard guard(s_settings);
+        const TraceGuard guard(g_traceLock);
         if (fileName)
             memccpy(path, fileName, '\0', sizeof path - 1);
     }
@@ -118,21 +115,21 @@ void TraceMessage(unsigned level, const char* facility, const char* message) noe
 bool passes(const CComponentFilter& filter, const char* facility, unsigned globalLevel,
             unsigned level) noexcept
 {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     return filter.VerifyComponentLevel(facility, globalLevel, level);
 }
 
 void setName(char*& name, const char* path) noexcept
 {
     char* const copy = path ? strdup(path) : nullptr;
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     if (copy)
         std::free(std::exchange(name, copy));
 }
 
 void setThreshold(CComponentFilter& filter, const char* component, unsigned level) noexcept
 try {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     if (component)
         filter.set(component, level);
 } catch (const std::exception&) {
@@ -201,11 +198,6 @@ void nameFiles() noexcept
     setName(s_traceFileName, name);
 }
 
-/// A child that is forked while another thread writes must not find the lock taken for ever.
-void keepLockAcrossFork() noexcept
-{
-    pthread_atfork([] { s_settings.lock(); }, [] { s_settings.unlock(); }, [] { s_settings.unlock(); });
-}
 } // namespace
 
 void GxDebug::Initialize() noexcept
@@ -216,7 +208,7 @@ void GxDebug::Initialize() noexcept
 
 void GxDebug::readConfiguration() noexcept
 {
-    keepLockAcrossFork();
+    keepTraceLockAcrossFork();
     makePreferenceDirectory();
     s_back2Mldebug = isTrue(GxInstallOptions::GetOption(GxInstallOptions::BACK2MLDEBUG));
     s_traceEnabled = GetBooleanValue("enableTrace", false);
@@ -395,13 +387,13 @@ void GxDebug::TraceSetFileName(const char* path) noexcept
 
 const char* GxDebug::LogGetFileName() noexcept
 {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     return s_logFileName;
 }
 
 const char* GxDebug::TraceGetFileName() noexcept
 {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     return s_traceFileName;
 }
 
@@ -426,19 +418,19 @@ void GxDebug::TraceSetComponentLevel(const char* component, unsigned level) noex
 
 unsigned GxDebug::getLogFilterLevel(const char* component) noexcept
 {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     return s_logComponentLevel.thresholdOf(component, s_logLevel);
 }
 
 unsigned GxDebug::getTraceFilterLevel(const char* component) noexcept
 {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     return s_traceComponentLevel.thresholdOf(component, s_traceLevel);
 }
 
 const char* GxDebug::GetPreference(const char* key, const char* defaultValue) noexcept
 try {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     const char* const text = findPreference(key);
     return text ? text : defaultValue;
 } catch (const std::exception&) {
@@ -454,7 +446,7 @@ unsigned GxDebug::GetIntegerValue(const char* key, unsigned defaultValue) noexce
 
 bool GxDebug::GetBooleanValue(const char* key, bool defaultValue) noexcept
 try {
-    const Guard guard(s_settings);
+    const TraceGuard guard(g_traceLock);
     char* const text = findPreference(key);
     if (!text)
         return defaultValue;

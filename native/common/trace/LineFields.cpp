@@ -1,5 +1,7 @@
 #include "LineFields.h"
 
+#include "TraceLock.h"
+
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -47,9 +49,7 @@ size_t wholeCharacters(const char* text, size_t length) noexcept
 
 CField GetTimeStamp() noexcept
 {
-    const time_t now = std::time(nullptr);
-    struct tm parts = {};
-    localtime_r(&now, &parts);
+    const struct tm parts = localTime(std::time(nullptr));
     CField stamp;
     std::snprintf(stamp.text, sizeof stamp.text, "%04d-%02d-%02d/%02d:%02d:%02d.000", parts.tm_year + 1900,
                   parts.tm_mon, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);

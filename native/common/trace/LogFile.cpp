@@ -1,6 +1,7 @@
 #include "LogFile.h"
 
 #include "ScopedFile.h"
+#include "TraceLock.h"
 
 #include <atomic>
 #include <cerrno>
@@ -13,14 +14,6 @@
 #include <sys/stat.h>
 
 namespace {
-struct tm localNow() noexcept
-{
-    const time_t now = std::time(nullptr);
-    struct tm parts = {};
-    localtime_r(&now, &parts);
-    return parts;
-}
-
 /// O_NONBLOCK: a pipe in the file's place that nobody reads is an error, not an endless wait.
 CDescriptor openToWrite(const char* path, int mode) noexcept
 {
@@ -53,7 +46,7 @@ bool ReCalculateName(const char* path, char* name, size_t size) noexcept
     const char* const dot = std::strrchr(path, '.');
     const char* const extension = dot ? dot : ".txt";
     const int length = static_cast<int>(dot ? dot - path : static_cast<ptrdiff_t>(std::strlen(path)));
-    const struct tm now = localNow();
+    const struct tm now = localTime(std::time(nullptr));
     char stamp[96];
     std::snprintf(stamp, sizeof stamp, "%04d.%02d.%02d_%02d.%02d.%02d", now.tm_year + 1900, now.tm_mon,
                   now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec);

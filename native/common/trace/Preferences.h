@@ -3,7 +3,7 @@
 
 #include "GxInstallOptions.h"
 
-/// The preferences of this process. Not synchronised: GxDebug's lock covers it. Never freed.
+/// The preferences of this process. Not synchronised: g_traceLock covers it. Never freed.
 class CPreferences {
 public:
     constexpr CPreferences() = default;

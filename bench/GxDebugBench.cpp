@@ -1,0 +1,63 @@
+// Log lines against what any writer of whole lines has to do: open for appending, lock, write, close.
+#include "Compare.h"
+#include "GxDebug.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace {
+constexpr int lines = 1000;
+const std::string home = std::getenv("HOME");
+
+void appendLine(const std::string& path)
+{
+    FILE* const file = std::fopen(path.c_str(), "a");
+    flockfile(file);
+    std::fputs("2026-10-24/21:47:19.000,\t  24920:[pthread=-299190464],\tERROR,\tNative,\tline 123 of the "
+               "benchmark\r\n",
+               file);
+    std::fflush(file);
+    funlockfile(file);
+    std::fclose(file);
+}
+
+/// A log line goes to two files.
+void logLines(benchmark::State& state)
+{
+    compare(
+        state, [] { GenericNative.log(5, "line %d of the benchmark", 123); },
+        [] {
+            appendLine(home + "/peer.txt");
+            appendLine(home + "/peer2.txt");
+        },
+        lines);
+}
+BENCHMARK(logLines)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void traceLines(benchmark::State& state)
+{
+    GxDebug::TraceSetEnabled(true);
+    compare(
+        state, [] { GenericNative.Error("line %d of the benchmark", 123); },
+        [] { appendLine(home + "/peer.txt"); }, lines);
+    GxDebug::TraceSetEnabled(false);
+}
+BENCHMARK(traceLines)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+/// A message that its component's filter drops, against formatting it.
+void filteredMessages(benchmark::State& state)
+{
+    GxDebug::TraceSetEnabled(true);
+    compare(
+        state, [] { GenericNative.Verbose("line %d of the benchmark", 123); },
+        [] {
+            char text[512];
+            std::snprintf(text, sizeof text, "line %d of the benchmark", 123);
+            benchmark::DoNotOptimize(text);
+        },
+        lines);
+    GxDebug::TraceSetEnabled(false);
+}
+BENCHMARK(filteredMessages)->UseManualTime();
+} // namespace
