@@ -31,18 +31,24 @@ bool CSpyNames::isCurrent() const
 bool CSpyNames::registerName(CSpyVariant& key, const CSpyVariant& value)
 {
     GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
+    const CSpyHeapLock lock;
     return CSpyMap(m_refNames).put(key, value);
 }
 
 CSpyVariant CSpyNames::get(const ITalString& name)
 {
     GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
-    return name.length() == 0 ? CSpyVariant() : CSpyMap(m_refNames).get(name);
+    if (name.length() == 0)
+        return {};
+    // The map object writes its copy of the header back even after mere reading.
+    const CSpyHeapLock lock;
+    return CSpyMap(m_refNames).get(name);
 }
 
 CSpyVariant CSpyNames::remove(const ITalString& name)
 {
     GX_ASSERT(!!m_refNames, "!!m_refNames");
+    const CSpyHeapLock lock;
     return CSpyMap(m_refNames).remove(name);
 }
 
@@ -64,7 +70,7 @@ CSpyNames* CSpyMemory::names()
 CSpyMemory::CSpyMemory(const ITalString& name) : CSpyMemory()
 {
     const CSpyVariant found = locate(name);
-    if (!found.isEmpty())
+    if (!found.isa(CSpyVariant::SpyEmpty))
         m_ref = found.ref();
 }
 

@@ -1,0 +1,185 @@
+// Random sequences of heap operations against a plain model.
+#include "ChildProcess.h"
+#include "HeapCheck.h"
+#include "SpyMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+namespace {
+constexpr int Operations = 400000;
+constexpr int OperationsOfEachProcess = 150000;
+constexpr int Processes = 4;
+constexpr int BetweenChecks = 400;
+
+unsigned seed()
+{
+    static const unsigned value =
+        getenv("GX_SEED") ? static_cast<unsigned>(atoi(getenv("GX_SEED"))) : std::random_device{}();
+    static const bool printed = std::printf("seed: GX_SEED=%u\n", value) > 0;
+    static_cast<void>(printed);
+    return value;
+}
+
+/// What a process believes to own: references, and the byte that each block is filled with.
+class CModel {
+public:
+    CModel(unsigned seed, size_t mostBlocks) : m_random(seed), m_most(mostBlocks) {}
+
+    void step()
+    {
+        const unsigned dice = m_random() % 100;
+        if (m_blocks.empty() || (dice < 45 && m_blocks.size() < m_most))
+            allocate();
+        else if (dice < 75)
+            grow(pick());
+        else if (dice < 80)
+            check(m_blocks[pick()]);
+        else
+            free(pick());
+    }
+    void checkAll() const
+    {
+        for (const auto& each : m_blocks)
+            check(each);
+    }
+    void freeAll()
+    {
+        while (!m_blocks.empty())
+            free(m_blocks.size() - 1);
+    }
+    /// Allocated blocks and bytes of this model in one heap.
+    std::pair<size_t, uint64_t> totals(HEAPID heap) const
+    {
+        std::pair<size_t, uint64_t> sum;
+        for (const auto& each : m_blocks)
+            if (each.ref.heapId() == heap) {
+                ++sum.first;
+                sum.second += each.ref.size();
+            }
+        return sum;
+    }
+
+private:
+    struct CBlock {
+        CSpyMemRef ref;
+        unsigned size;
+        char fill;
+    };
+
+    size_t pick() { return m_random() % m_blocks.size(); }
+    /// Mostly small, sometimes around the limits of the pools, seldom most of a heap.
+    unsigned size()
+    {
+        switch (m_random() % 20) {
+        case 0:
+            return 1000 + m_random() % 50;
+        case 1:
+            return 1 + m_random() % 20000;
+        case 2:
+            return m_random() % 200 ? 33 : 400000 + m_random() % 600000;
+        default:
+            return 1 + m_random() % 300;
+        }
+    }
+    void allocate()
+    {
+        const unsigned wanted = size();
+        CBlock block{CSpyHeap::getHeap(0)->allocate(wanted, m_random() % 3 ? 0 : 5), wanted,
+                     static_cast<char>(m_random())};
+        ASSERT_GE(block.ref.size(), wanted);
+        block.ref.write(block.fill, wanted);
+        m_blocks.push_back(block);
+    }
+    void grow(size_t index)
+    {
+        CBlock& block = m_blocks[index];
+        const unsigned wanted = block.size + m_random() % 500;
+        check(block);
+        block.ref.realloc(wanted);
+        ASSERT_GE(block.ref.size(), wanted);
+        check(block);
+        block.ref.write(block.fill, block.size = wanted);
+    }
+    void free(size_t index)
+    {
+        check(m_blocks[index]);
+        m_blocks[index].ref.free();
+        m_blocks[index] = m_blocks.back();
+        m_blocks.pop_back();
+    }
+    static void check(const CBlock& block)
+    {
+        static std::vector<char> read;
+        read.resize(block.size);
+        block.ref.read(read.data(), block.size);
+        ASSERT_EQ(block.size, static_cast<size_t>(std::count(read.begin(), read.end(), block.fill)));
+    }
+
+    std::mt19937 m_random;
+    size_t m_most;
+    std::vector<CBlock> m_blocks;
+};
+
+std::pair<size_t, uint64_t> totals(const CHeapImage& image)
+{
+    std::pair<size_t, uint64_t> sum;
+    for (const auto& [at, block] : image.blocks())
+        if (block.used & 1) {
+            ++sum.first;
+            sum.second += block.size;
+        }
+    return sum;
+}
+
+/// The invariants of every heap in use, and, for the only model there is, its totals.
+void checkHeaps(const CModel* only)
+{
+    const CSpyHeapLock lock;
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (CSpyHeap* heap = CSpyHeap::getHeap(id)) {
+            const CHeapImage image(*heap);
+            ASSERT_EQ("", image.fault()) << "heap " << id;
+            const auto found = totals(image);
+            ASSERT_EQ(only ? only->totals(id) : found, found) << "heap " << id;
+        }
+}
+
+void walk(CModel& model, int operations, bool alone)
+{
+    for (int count = 1; count <= operations && !testing::Test::HasFatalFailure(); ++count) {
+        model.step();
+        if (count % BetweenChecks == 0)
+            checkHeaps(alone ? &model : nullptr);
+    }
+    model.checkAll();
+    model.freeAll();
+}
+
+TEST(SpyHeapModelTest, AgreesWithAModelOverRandomOperations)
+{
+    CModel model(seed(), 300);
+    walk(model, Operations, true);
+    checkHeaps(&model);
+    EXPECT_EQ(0U, CSpyHeap::getStats().numberUsedBlocks);
+    CSpyHeap::deleteBaseHeap();
+}
+
+TEST(SpyHeapModelTest, AgreesWithTheModelsOfFourProcessesAtOnce)
+{
+    CSpyMemory();
+    {
+        std::vector<std::unique_ptr<CChildProcess>> children;
+        for (int number = 0; number < Processes; ++number)
+            children.push_back(std::make_unique<CChildProcess>([number](CChildProcess&) {
+                CModel model(seed() + static_cast<unsigned>(number), 60);
+                walk(model, OperationsOfEachProcess, false);
+            }));
+    }
+    checkHeaps(nullptr);
+    EXPECT_EQ(0U, CSpyHeap::getStats().numberUsedBlocks);
+    CSpyHeap::deleteBaseHeap();
+}
+} // namespace
