@@ -1,0 +1,109 @@
+#include "EventManager.h"
+
+#include "CTracer.h"
+#include "GxInstallOptions.h"
+
+#include <strings.h>
+#include <utility>
+
+constinit int g_delayMouseDown = 0;
+constinit int g_delayMouseUp = 0;
+constinit int g_delayMouseMove = 0;
+constinit int g_delayKeyDown = 1;
+constinit int g_delayKeyUp = 10;
+constinit int g_delayWindowActivate = 0;
+constinit int g_mouseMoveInterpolationPx = 5;
+
+constinit int g_num_tagged_events = 0;
+constinit int g_num_hook_calls = 0;
+constinit int g_num_hook_calls_tagged = 0;
+constinit int g_num_waits = 0;
+constinit int g_num_timeouts = 0;
+
+constinit int Event::s_playbackStatus = PlaybackDone;
+constinit bool Event::isLowLevelPlayback = false;
+
+void Event::setDelays(int mouseDown, int mouseUp, int mouseMove, int keyDown, int keyUp, int windowActivate)
+{
+    const std::pair<int&, int> delays[] = {
+        {g_delayMouseDown, mouseDown}, {g_delayMouseUp, mouseUp}, {g_delayMouseMove, mouseMove},
+        {g_delayKeyDown, keyDown},     {g_delayKeyUp, keyUp},     {g_delayWindowActivate, windowActivate}};
+    for (const auto& [delay, value] : delays)
+        if (value >= 0)
+            delay = value;
+}
+
+bool Event::event_sync_init()
+{
+    static const bool wanted = [] {
+        const char* option = GxInstallOptions::GetOption(GxInstallOptions::ALLOW_MULTIPLE_THREADS);
+        return option && strcasecmp(option, "true") == 0;
+    }();
+    // Serialising takes the named mutex "eventMutex", which this library does not have yet: it belongs here,
+    // and around the whole of an emission.
+    if (wanted)
+        CTracer::debugTrace(
+            "Events of several threads are not serialised yet, although the option asks for it");
+    return false;
+}
+
+CMouseTarget::CMouseTarget(std::optional<Point> point, const CWindow* window, const TopLevelWindow* topLevel)
+    : m_point(point)
+{
+    if (window) {
+        m_window = *window;
+    } else if (point) {
+        m_window = CWindow(&*point);
+        Rect rectangle;
+        m_window.getRectangle(&rectangle);
+        m_point = Point(point->getx() - rectangle.getLeft(), point->gety() - rectangle.getTop());
+    }
+    if (topLevel)
+        m_topLevel = *topLevel;
+    else if (!m_window.isNullWindow())
+        m_topLevel = TopLevelWindow(static_cast<long>(m_window.getTopLevelHandle()));
+}
+
+MouseEvent::MouseEvent(int64_t time, int kind, int count, CMouseTarget start, CMouseTarget end, int modifiers,
+                       int delay, int wheelAmount)
+    : Event(time, kind), m_count(count), m_start(std::move(start)), m_end(std::move(end)),
+      m_modifiers(modifiers), m_delay(delay), m_wheelAmount(wheelAmount)
+{
+}
+
+void MouseEvent::setMouseMoveInterpolationPx(int px)
+{
+    if (px > 0)
+        g_mouseMoveInterpolationPx = px;
+}
+
+KeyEvent::KeyEvent(int64_t time, int kind, int keysym, const char* text, const CWindow& window,
+                   const TopLevelWindow& topLevel)
+    : Event(time, kind), m_keysym(keysym), m_window(window), m_topLevel(topLevel)
+{
+    if (text)
+        m_text = text;
+}
+
+KeyEvent::KeyEvent(int64_t time, int kind, int keysym, const unsigned short* text, const CWindow& window,
+                   const TopLevelWindow& topLevel)
+    : Event(time, kind), m_keysym(keysym), m_wide(true), m_window(window), m_topLevel(topLevel)
+{
+    while (text && *text)
+        m_text16 += static_cast<char16_t>(*text++);
+}
+
+KeyEvent::KeyEvent(int64_t time, int kind, int keysym, int first, int second)
+    : Event(time, kind), m_keysym(keysym), m_first(first), m_second(second)
+{
+}
+
+ScrollEvent::ScrollEvent(int64_t time, const CWindow& window, const int (&data)[4])
+    : Event(time, 0), m_window(window), m_data{data[0], data[1], data[2], data[3]}
+{
+}
+
+void ScrollEvent::emit()
+{
+    s_playbackStatus = PlaybackDone;
+}

@@ -1,0 +1,197 @@
+/// Synthetic user input: one event is one mouse, key or scroll action. An event is built, emitted once and
+/// destroyed; a recorded one travels the other way and is asked for its Java form.
+///
+/// Emission goes to the X server through the XTest extension, on g_display and on the calling thread. It
+/// blocks for the delays below and until the server has processed the event. It never throws: the outcome is
+/// Event::s_playbackStatus. The events of two threads interleave, and two threads must not type text at once.
+#pragma once
+
+#include "WindowManager.h"
+
+#include <jni.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+/// Outcome of an emission. The exported functions turn all but the first into Java exceptions.
+enum PlaybackStatus : int {
+    PlaybackDone = 0,
+    PlaybackTargetNotShown = 1, ///< a target window has an empty rectangle
+    PlaybackUnknownKind = 2,    ///< nobody plays an event of this kind
+    PlaybackOutsideTarget = 3,  ///< the point lies outside of the window's rectangle
+    PlaybackFailed = 4,         ///< typing a string failed, or events cannot be serialised
+    PlaybackTargetCovered = 5,  ///< another window is in front at the point
+    PlaybackNoPoint = 6,        ///< the action needs a point and there is none
+    PlaybackNoXTest = 7,        ///< no X server, or one without the XTest extension
+    PlaybackOtherTopLevel = 8,  ///< the window's top-level ancestor is not the given one
+    PlaybackOffScreen = 9,      ///< the point lies outside of the root window
+};
+
+/// Delays of synthetic input in milliseconds. The server waits before it lets the press, release or motion
+/// happen, so they hold for the distance to the event before.
+extern int g_delayMouseDown;
+extern int g_delayMouseUp;
+extern int g_delayMouseMove; ///< of each motion; also the least pause before a move
+extern int g_delayKeyDown;   ///< of a press, and of the release of a modifier held for a mouse action
+extern int g_delayKeyUp;
+extern int g_delayWindowActivate;
+extern int g_mouseMoveInterpolationPx; ///< pixels that one step of an interpolated move covers
+
+/// Counters of the recording hooks, read by the Java class Event. X11 has no such hooks: they stay 0.
+extern int g_num_tagged_events;
+extern int g_num_hook_calls;
+extern int g_num_hook_calls_tagged;
+extern int g_num_waits;
+extern int g_num_timeouts;
+
+/// One unit of synthetic input.
+class Event {
+public:
+    virtual ~Event() = default;
+    /// Plays the event and leaves the outcome in s_playbackStatus.
+    virtual void emit() = 0;
+    /// A new local reference to the event's Java form; null when it has none, or when a class or constructor
+    /// is missing.
+    virtual jobject toJavaEvent(JNIEnv* env) const = 0;
+
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+
+    /// Stores each argument that is not negative, in milliseconds, and leaves the other delays.
+    static void setDelays(int mouseDown, int mouseUp, int mouseMove, int keyDown, int keyUp,
+                          int windowActivate);
+    /// In low-level mode a mouse event without a point happens where the pointer is.
+    static void setIsLowLevelPlayback(bool lowLevel) { isLowLevelPlayback = lowLevel; }
+    static bool getIsLowLevelPlayback() { return isLowLevelPlayback; }
+
+    static int s_playbackStatus; ///< a PlaybackStatus: the outcome of the last emission of the process
+
+protected:
+    /// @param time  milliseconds; 0 for an event that is to be played
+    Event(int64_t time, int kind) : m_time(time), m_kind(kind) {}
+    /// Whether events are serialised across threads and processes. The install option that asks for it is
+    /// read once.
+    static bool event_sync_init();
+
+    int64_t m_time;
+    int m_kind;
+
+private:
+    static bool isLowLevelPlayback;
+};
+
+/// What a mouse event acts on.
+struct CMouseTarget {
+    CMouseTarget() = default; ///< nothing
+    /// A null pointer asks for a look-up: without a window the one at the point is taken, with its top-level
+    /// window, and the point becomes relative to it; without a top-level window, that of the window. Null
+    /// windows are kept as they are: the point is then one of the screen.
+    /// @param point  pixels from the window's origin, or from the root's without a window
+    CMouseTarget(std::optional<Point> point, const CWindow* window, const TopLevelWindow* topLevel);
+
+    std::optional<Point> m_point;
+    CWindow m_window;
+    TopLevelWindow m_topLevel;
+};
+
+/// A mouse action.
+class MouseEvent : public Event {
+public:
+    enum Kind : int {
+        Press = 1,   ///< move to the point, press the button
+        Release = 2, ///< release the button where the pointer is
+        Move = 3,
+        Click = 4, ///< move to the point, press and release the button `count` times
+        Drag = 5,  ///< from the start to the end, after count - 1 clicks
+        Hover = 6, ///< move to the point, if any, and stay for the delay
+        Wheel = 8, ///< turn the wheel where the pointer is
+    };
+    /// Bits of the modifiers. The button is the right one (3) with RightButton, else the middle one (2) with
+    /// MiddleButton, else the left one (1).
+    enum Modifier : int {
+        MiddleButton = 0x02,
+        RightButton = 0x04,
+        WithShift = 0x20,
+        WithControl = 0x40,
+        WithAlt = 0x80,
+    };
+
+    /// @param modifiers    Modifier bits; of a recorded event the number of the button
+    /// @param delay        milliseconds before the move, or of a hover
+    /// @param wheelAmount  notches; negative ones turn towards the user
+    MouseEvent(int64_t time, int kind, int count, CMouseTarget start, CMouseTarget end, int modifiers,
+               int delay, int wheelAmount);
+
+    void emit() override;
+    jobject toJavaEvent(JNIEnv* env) const override;
+
+    /// Step of interpolated moves in pixels; values below 1 are ignored.
+    static void setMouseMoveInterpolationPx(int px);
+
+private:
+    bool needsPointThatIsMissing() const;
+    int play(const Point& start, const Point& end) const;
+    void drag(const Point& start, const Point& end, unsigned button, int pause) const;
+
+    int m_count;
+    CMouseTarget m_start;
+    CMouseTarget m_end;
+    int m_modifiers;
+    int m_delay;
+    int m_wheelAmount;
+};
+
+/// A key action.
+class KeyEvent : public Event {
+public:
+    enum Kind : int {
+        Press = 1,      ///< by keysym
+        Release = 2,    ///< by keysym
+        KeyString = 3,  ///< a text in the key-string syntax (processkey.h)
+        InputChars = 4, ///< plain characters
+    };
+
+    /// @param text  modified UTF-8; null without a text
+    KeyEvent(int64_t time, int kind, int keysym, const char* text, const CWindow& window,
+             const TopLevelWindow& topLevel);
+    /// @param text  16-bit units up to a terminating 0, copied; null without a text
+    KeyEvent(int64_t time, int kind, int keysym, const unsigned short* text, const CWindow& window,
+             const TopLevelWindow& topLevel);
+    /// @param first   what the Java form carries beyond the keysym, with `second`; not used here
+    KeyEvent(int64_t time, int kind, int keysym, int first, int second);
+
+    void emit() override;
+    jobject toJavaEvent(JNIEnv* env) const override;
+
+private:
+    bool aimAtWindow();
+    unsigned long ancestorOrTopLevel() const;
+    int play() const;
+    bool type(bool parse) const;
+    jobject strokeForm(JNIEnv* env) const;
+    jobject textForm(JNIEnv* env) const;
+
+    int m_keysym;
+    int m_first = 0;
+    int m_second = 0;
+    std::string m_text;      ///< modified UTF-8, when m_wide is false
+    std::u16string m_text16; ///< when m_wide is true
+    bool m_wide = false;
+    CWindow m_window;
+    TopLevelWindow m_topLevel;
+};
+
+/// A turn of a scroll bar. Emission does nothing on X11.
+class ScrollEvent : public Event {
+public:
+    /// @param data  four numbers of the scroll bar, carried through to the Java form
+    ScrollEvent(int64_t time, const CWindow& window, const int (&data)[4]);
+
+    void emit() override;
+    jobject toJavaEvent(JNIEnv* env) const override;
+
+private:
+    CWindow m_window;
+    int m_data[4];
+};

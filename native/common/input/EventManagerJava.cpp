@@ -1,0 +1,222 @@
+// The Java side of synthetic input: the exported functions that build and emit events, and the Java forms of
+// recorded ones.
+#include "EventManager.h"
+
+#include "JniDataTypes.h"
+#include "JniEntry.h"
+#include "LocalRef.h"
+#include "Mouse.h"
+
+#include "com_talvern_test_gx_sys_graphical_Event.h"
+#include "com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent.h"
+#include "com_talvern_test_gx_sys_graphical_ScrollEvent.h"
+
+namespace {
+constexpr const char* eventClass = "com/talvern/test/gx/sys/graphical/NativeKeyMouseEvent";
+constexpr const char* windowClass = "com/talvern/test/gx/sys/graphical/NativeWindow";
+constexpr const char* topLevelClass = "com/talvern/test/gx/sys/graphical/NativeTopLevelWindow";
+constexpr const char* cannotPerform = "com/talvern/test/gx/UnableToPerformActionException";
+constexpr const char* noXTest = "com/talvern/test/gx/sys/graphical/UnsupportedXServerException";
+constexpr const char* offScreen = "com/talvern/test/gx/CoordinateOffScreenException";
+
+/// First argument of the constructors: which of them made the object.
+enum JavaForm : jint { MouseForm = 1, StrokeForm = 3, TextForm = 4, ScrollForm = 5 };
+
+void raise(JNIEnv* env, const char* exception)
+{
+    CJniJObject::throwException(env, exception, nullptr);
+}
+
+/// Raises what a failed emission of a mouse event means.
+void raiseMouseStatus(JNIEnv* env)
+{
+    switch (Event::s_playbackStatus) {
+    case PlaybackDone:
+        return;
+    case PlaybackNoXTest:
+        return raise(env, noXTest);
+    case PlaybackOffScreen:
+        return raise(env, offScreen);
+    default:
+        return raise(env, cannotPerform);
+    }
+}
+
+/// Raises what a failed emission of a key or scroll event means.
+void raiseKeyStatus(JNIEnv* env)
+{
+    if (Event::s_playbackStatus != PlaybackDone)
+        raise(env, Event::s_playbackStatus == PlaybackNoXTest ? noXTest : cannotPerform);
+}
+
+std::optional<Point> pointOf(JNIEnv* env, jobject object)
+{
+    if (!object)
+        return std::nullopt;
+    const CJniJObject point(env, object, nullptr);
+    return Point(point.getInt("x"), point.getInt("y"));
+}
+
+/// 0 is no window. A top-level window alone serves as both; a window alone goes without its top-level window.
+CMouseTarget targetOf(std::optional<Point> point, jlong windowHandle, jlong topLevelHandle)
+{
+    const CWindow window(windowHandle != 0 ? windowHandle : topLevelHandle);
+    const TopLevelWindow topLevel(topLevelHandle);
+    return {point, &window, &topLevel};
+}
+
+jobject newWindow(JNIEnv* env, const char* javaClass, const CWindow& window)
+{
+    return CJniClass(env, javaClass).construct("(J)V", static_cast<jlong>(window.getHandle()));
+}
+
+jobject newPoint(JNIEnv* env, const Point& point)
+{
+    return CJniClass(env, "java/awt/Point").construct("(II)V", point.getx(), point.gety());
+}
+} // namespace
+
+jobject MouseEvent::toJavaEvent(JNIEnv* env) const
+{
+    CLocalFrame frame(env);
+    const jobject point = newPoint(env, m_start.m_point.value_or(Point()));
+    const jobject window = newWindow(env, windowClass, m_start.m_window);
+    const jobject topLevel = newWindow(env, topLevelClass, m_start.m_topLevel);
+    if (!point || !window || !topLevel)
+        return nullptr;
+    return frame.leaveWith(
+        CJniClass(env, eventClass)
+            .construct("(IIIILjava/awt/Point;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                       "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                       MouseForm, static_cast<jint>(m_time), m_kind, m_modifiers, point, window, topLevel));
+}
+
+jobject KeyEvent::toJavaEvent(JNIEnv* env) const
+{
+    CLocalFrame frame(env);
+    switch (m_kind) {
+    case Press:
+    case Release:
+        return frame.leaveWith(strokeForm(env));
+    case KeyString:
+        return frame.leaveWith(textForm(env));
+    default:
+        return nullptr;
+    }
+}
+
+jobject KeyEvent::strokeForm(JNIEnv* env) const
+{
+    const jobject window = newWindow(env, windowClass, m_window);
+    const jobject topLevel = newWindow(env, topLevelClass, m_topLevel);
+    if (!window || !topLevel)
+        return nullptr;
+    return CJniClass(env, eventClass)
+        .construct("(IIIIIILcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                   "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                   StrokeForm, static_cast<jint>(m_time), m_kind, m_keysym, m_first, m_second, window,
+                   topLevel);
+}
+
+jobject KeyEvent::textForm(JNIEnv* env) const
+{
+    const jobject window = newWindow(env, windowClass, m_window);
+    const jobject topLevel = newWindow(env, topLevelClass, m_topLevel);
+    const jstring text = m_wide ? env->NewString(reinterpret_cast<const jchar*>(m_text16.data()),
+                                                 static_cast<jsize>(m_text16.size()))
+                                : env->NewStringUTF(m_text.c_str());
+    if (!window || !topLevel || !text)
+        return nullptr;
+    return CJniClass(env, eventClass)
+        .construct("(IIILjava/lang/String;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                   "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                   TextForm, static_cast<jint>(m_time), m_kind, text, window, topLevel);
+}
+
+jobject ScrollEvent::toJavaEvent(JNIEnv* env) const
+{
+    CLocalFrame frame(env);
+    const jobject window = newWindow(env, windowClass, m_window);
+    if (!window)
+        return nullptr;
+    return frame.leaveWith(CJniClass(env, eventClass)
+                               .construct("(IILcom/talvern/test/gx/sys/graphical/NativeWindow;IIII)V",
+                                          ScrollForm, static_cast<jint>(m_time), window, m_data[0], m_data[1],
+                                          m_data[2], m_data[3]));
+}
+
+extern "C" {
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLMouseEvent(
+    JNIEnv* env, jclass, jobject point, jlong window, jlong topWindow, jint modifiers, jint wheelAmount,
+    jint kind)
+{
+    jniEntry(env, __func__, [&](CJniTrace& trace) {
+        auto place = pointOf(env, point);
+        if (!place && Event::getIsLowLevelPlayback())
+            place = Mouse::getCursorPos();
+        if (!place) {
+            trace.note(" - Exception thrown");
+            return raise(env, cannotPerform);
+        }
+        MouseEvent(0, kind, 1, targetOf(place, window, topWindow), {}, modifiers, 0, wheelAmount).emit();
+        raiseMouseStatus(env);
+    });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLMouseEvent(
+    JNIEnv* env, jclass, jobject start, jlong window, jlong topWindow, jobject end, jlong endWindow,
+    jlong endTopWindow, jint modifiers, jint delay, jint kind, jint count)
+{
+    jniEntry(env, __func__, [&] {
+        MouseEvent(0, kind, count, targetOf(pointOf(env, start), window, topWindow),
+                   targetOf(pointOf(env, end), endWindow, endTopWindow), modifiers, delay, 0)
+            .emit();
+        raiseMouseStatus(env);
+    });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLKeyEvent(
+    JNIEnv* env, jclass, jlong window, jlong topWindow, jint kind, jint keysym)
+{
+    jniEntry(env, __func__, [&] {
+        KeyEvent(0, kind, keysym, static_cast<const char*>(nullptr), CWindow(window),
+                 TopLevelWindow(topWindow))
+            .emit();
+        raiseKeyStatus(env);
+    });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLKeyEvent(
+    JNIEnv* env, jclass, jlong window, jlong topWindow, jint kind, jstring text)
+{
+    jniEntry(env, __func__, [&] {
+        const CJString characters(env, text);
+        KeyEvent(0, kind, 0, characters.ansiStringW(), CWindow(window), TopLevelWindow(topWindow)).emit();
+        raiseKeyStatus(env);
+    });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_ScrollEvent_emit(JNIEnv* env, jobject self)
+{
+    jniEntry(env, __func__, [&] {
+        const CJniJObject event(env, self, nullptr);
+        const CWindow window(event.getObject("window", windowClass).getLong("handle"));
+        ScrollEvent(0, window,
+                    {event.getInt("orientation"), event.getInt("position"), event.getInt("minimum"),
+                     event.getInt("maximum")})
+            .emit();
+        raiseKeyStatus(env);
+    });
+}
+
+#define EXPORT_COUNTER(method, counter)                                                                      \
+    JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Event_##method(JNIEnv* env, jclass)        \
+    {                                                                                                        \
+        return jniEntry(env, __func__, [] { return jint{counter}; });                                        \
+    }
+EXPORT_COUNTER(getNumTaggedEvents, g_num_tagged_events)
+EXPORT_COUNTER(getNumHookCalls, g_num_hook_calls)
+EXPORT_COUNTER(getNumHookCallsTagged, g_num_hook_calls_tagged)
+EXPORT_COUNTER(getNumWaits, g_num_waits)
+EXPORT_COUNTER(getNumTimeouts, g_num_timeouts)
+}

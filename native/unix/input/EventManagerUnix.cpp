@@ -1,0 +1,388 @@
+#include "EventManager.h"
+
+#include "CTracer.h"
+#include "CodeSet.h"
+#include "GxGlobals.h"
+#include "GxInstallOptions.h"
+#include "inputkeyunix.h"
+#include "processkey.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <strings.h>
+
+#include "WindowManagerUnix.h"
+#include "XErrors.h"
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+constexpr int pauseBetweenClicks = 100; ///< of all presses of a multiple click but the first, milliseconds
+constexpr int fallbackStep = 4;         ///< pixels, when the step of interpolated moves is unset
+
+using KeyAndBit = std::pair<KeySym, int>;
+constexpr KeyAndBit heldKeys[] = {{XK_Shift_L, MouseEvent::WithShift},
+                                  {XK_Control_L, MouseEvent::WithControl},
+                                  {XK_Alt_L, MouseEvent::WithAlt}};
+
+unsigned long delayOf(int milliseconds)
+{
+    return static_cast<unsigned long>(std::max(milliseconds, 0));
+}
+
+/// Resumes after signals.
+void sleepFor(int milliseconds)
+{
+    if (milliseconds <= 0)
+        return;
+    timespec left{milliseconds / 1000, milliseconds % 1000 * 1000000L};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+bool xTestThere()
+{
+    int event, error, major, minor;
+    return walkDisplay() && XTestQueryExtension(g_display, &event, &error, &major, &minor);
+}
+
+void pressKey(KeySym keysym, bool press, int delay)
+{
+    if (const KeyCode key = XKeysymToKeycode(g_display, keysym); key != 0)
+        XTestFakeKeyEvent(g_display, key, press, delayOf(delay));
+}
+
+void pressButton(unsigned button, bool press, int delay)
+{
+    XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
+}
+
+void click(unsigned button, int pressDelay)
+{
+    pressButton(button, true, pressDelay);
+    pressButton(button, false, g_delayMouseUp);
+}
+
+void moveTo(int x, int y)
+{
+    XTestFakeMotionEvent(g_display, -1, x, y, delayOf(g_delayMouseMove));
+}
+
+/// Where the pointer is on the root window of the default screen.
+Point pointer()
+{
+    Window root, child;
+    int x = 0, y = 0, windowX, windowY;
+    unsigned state;
+    XQueryPointer(g_display, DefaultRootWindow(g_display), &root, &child, &x, &y, &windowX, &windowY, &state);
+    return {x, y};
+}
+
+/// One step of an interpolated move: up by the step, down by one pixel more. Nothing is clamped: the walk
+/// runs past the target and comes back, and since the two lengths have no common factor it always ends there.
+/// Applications under test have seen exactly these motions, which is what recorded expectations rest on.
+long stepTowards(long from, long target, long step)
+{
+    if (from == target)
+        return from;
+    return from < target ? from + step : from - (step + 1);
+}
+
+void interpolate(const Point& from, const Point& to)
+{
+    const long step = g_mouseMoveInterpolationPx > 0 ? g_mouseMoveInterpolationPx : fallbackStep;
+    long x = from.getx();
+    long y = from.gety();
+    while (x != to.getx() || y != to.gety()) {
+        x = stepTowards(x, to.getx(), step);
+        y = stepTowards(y, to.gety(), step);
+        moveTo(static_cast<int>(x), static_cast<int>(y));
+    }
+}
+
+/// Moves the pointer from where it is.
+/// @param pause  milliseconds to wait before
+void InterpolateMove(const Point& to, bool single, int pause)
+{
+    sleepFor(pause);
+    if (!single) {
+        interpolate(pointer(), to);
+        return;
+    }
+    moveTo(to.getx(), to.gety());
+    moveTo(to.getx(), to.gety());
+}
+
+bool singleMoves()
+{
+    const char* option = GxInstallOptions::GetOption(GxInstallOptions::SINGLE_MOUSE_MOVE);
+    return !option || strcasecmp(option, "true") == 0;
+}
+
+unsigned buttonOf(int modifiers)
+{
+    if (modifiers & MouseEvent::RightButton)
+        return Button3;
+    return modifiers & MouseEvent::MiddleButton ? Button2 : Button1;
+}
+
+/// The modifier keys of a mouse event, held while it lives. Releasing takes the delay of a press: the
+/// counterparts of this library count on the time that takes.
+class CHeldModifiers {
+public:
+    explicit CHeldModifiers(int modifiers) : m_modifiers(modifiers)
+    {
+        std::for_each(std::begin(heldKeys), std::end(heldKeys),
+                      [&](const KeyAndBit& key) { send(key, true); });
+    }
+    ~CHeldModifiers()
+    {
+        std::for_each(std::rbegin(heldKeys), std::rend(heldKeys),
+                      [&](const KeyAndBit& key) { send(key, false); });
+    }
+    CHeldModifiers(const CHeldModifiers&) = delete;
+    CHeldModifiers& operator=(const CHeldModifiers&) = delete;
+
+private:
+    void send(const KeyAndBit& key, bool press) const
+    {
+        if (m_modifiers & key.second)
+            pressKey(key.first, press, g_delayKeyDown);
+    }
+
+    int m_modifiers;
+};
+
+/// The last window before the root on the way up.
+Window topLevelAbove(Window window)
+{
+    const Window root = DefaultRootWindow(g_display);
+    for (;;) {
+        const Window parent = GetParent(g_display, window);
+        if (parent == 0 || parent == root || parent == window)
+            return window;
+        window = parent;
+    }
+}
+
+/// Makes the point of a target one of the screen.
+/// @return a PlaybackStatus: whether the target is there, visible and in front at the point
+int place(const CMouseTarget& target, Point& point)
+{
+    Rect rectangle;
+    if (target.m_window.isNullWindow()) {
+        if (!target.m_point)
+            return PlaybackNoPoint;
+        CRootWindow().getRectangle(&rectangle);
+        point = *target.m_point;
+        return rectangle.pointInRect(point) ? PlaybackDone : PlaybackOffScreen;
+    }
+    target.m_window.getRectangle(&rectangle);
+    if (rectangle.isZero())
+        return PlaybackTargetNotShown;
+    if (target.m_point) {
+        point =
+            Point(rectangle.getLeft() + target.m_point->getx(), rectangle.getTop() + target.m_point->gety());
+        if (!rectangle.pointInRect(point))
+            return PlaybackOutsideTarget;
+        const CWindow found(&point);
+        if (!found.sameHandle(&target.m_window))
+            return PlaybackTargetCovered;
+    }
+    if (target.m_topLevel.isNullWindow())
+        return PlaybackDone;
+    target.m_topLevel.getRectangle(&rectangle);
+    if (rectangle.isZero())
+        return PlaybackTargetNotShown;
+    const bool inTopLevel = topLevelAbove(target.m_window.getHandle()) == target.m_topLevel.getHandle();
+    return inTopLevel ? PlaybackDone : PlaybackOtherTopLevel;
+}
+
+/// The text in the locale's code set, for the trace.
+std::string inLocale(const std::u16string& text)
+{
+    const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
+    const CEnvironmentLocale locale;
+    std::string out;
+    convertText(locale.codeSet(), "UTF-16LE", bytes, out);
+    return out;
+}
+
+std::u16string units(const std::string& text)
+{
+    std::string bytes;
+    convertText("UTF-16LE", "UTF-8", text, bytes);
+    return {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / sizeof(char16_t)};
+}
+} // namespace
+
+void MouseEvent::emit()
+{
+    s_playbackStatus = PlaybackDone;
+    if (!event_sync_init())
+        CTracer::debugTrace("event_sync_init() in MouseEvent::emit returned False!");
+    if (!xTestThere()) {
+        s_playbackStatus = PlaybackNoXTest;
+        return;
+    }
+    Point start;
+    Point end;
+    s_playbackStatus = place(m_start, start);
+    if (s_playbackStatus == PlaybackDone && m_kind == Drag)
+        s_playbackStatus = place(m_end, end);
+    if (s_playbackStatus == PlaybackDone && needsPointThatIsMissing())
+        s_playbackStatus = PlaybackNoPoint;
+    if (s_playbackStatus != PlaybackDone)
+        return;
+    if (m_modifiers & (WithShift | WithControl | WithAlt))
+        switchToXTestKeyboard();
+    s_playbackStatus = play(start, end);
+    XSync(g_display, False);
+}
+
+/// A window alone is enough only where nothing moves.
+bool MouseEvent::needsPointThatIsMissing() const
+{
+    const bool moves = m_kind == Press || m_kind == Move || m_kind == Click || m_kind == Drag;
+    return (moves && !m_start.m_point) || (m_kind == Drag && !m_end.m_point);
+}
+
+int MouseEvent::play(const Point& start, const Point& end) const
+{
+    const CHeldModifiers held(m_modifiers);
+    const unsigned button = buttonOf(m_modifiers);
+    const bool single = singleMoves();
+    const int pause = std::max(g_delayMouseMove, m_delay);
+    switch (m_kind) {
+    case Press:
+        InterpolateMove(start, single, m_delay);
+        pressButton(button, true, g_delayMouseDown);
+        return PlaybackDone;
+    case Release:
+        pressButton(button, false, g_delayMouseUp);
+        return PlaybackDone;
+    case Move:
+        InterpolateMove(start, single, pause);
+        return PlaybackDone;
+    case Click:
+        CTracer::debugTrace("Click: clicking at location (%d, %d) %d time(s)", start.getx(), start.gety(),
+                            m_count);
+        InterpolateMove(start, single, pause);
+        for (int i = 0; i < m_count; ++i)
+            click(button, i == 0 ? g_delayMouseDown : pauseBetweenClicks);
+        return PlaybackDone;
+    case Drag:
+        drag(start, end, button, pause);
+        return PlaybackDone;
+    case Hover:
+        if (m_start.m_point)
+            InterpolateMove(start, false, 0);
+        XFlush(g_display);
+        sleepFor(m_delay);
+        return PlaybackDone;
+    case Wheel:
+        for (long i = std::labs(m_wheelAmount); i > 0; --i)
+            click(m_wheelAmount < 0 ? Button5 : Button4, g_delayMouseDown);
+        return PlaybackDone;
+    default:
+        return PlaybackUnknownKind;
+    }
+}
+
+void MouseEvent::drag(const Point& start, const Point& end, unsigned button, int pause) const
+{
+    CTracer::debugTrace("Drag: doing move-to-start-location %d, %d", start.getx(), start.gety());
+    InterpolateMove(start, false, pause);
+    CTracer::debugTrace("Drag: doing nClick before drag, n=%d", m_count - 1);
+    for (int i = 1; i < m_count; ++i)
+        click(button, pauseBetweenClicks);
+    CTracer::debugTrace("Drag: doing button-down");
+    pressButton(button, true, g_delayMouseDown);
+    CTracer::debugTrace("Drag: doing interpolated moves to %d, %d", end.getx(), end.gety());
+    interpolate(start, end);
+    CTracer::debugTrace("Drag: doing button-up");
+    pressButton(button, false, g_delayMouseUp);
+}
+
+void KeyEvent::emit()
+{
+    s_playbackStatus = PlaybackDone;
+    if (!event_sync_init())
+        CTracer::debugTrace("event_sync_init() in KeyEvent::emit returned False!");
+    CTracer::debugTrace("In KeyEvent::emit kind is %d", m_kind);
+    if (!xTestThere()) {
+        s_playbackStatus = PlaybackNoXTest;
+        return;
+    }
+    CTracer::debugTrace("Window checks hwnd=0x%x top_hwnd=0x%x", static_cast<unsigned>(m_window.getHandle()),
+                        static_cast<unsigned>(m_topLevel.getHandle()));
+    if (!aimAtWindow()) {
+        s_playbackStatus = PlaybackOtherTopLevel;
+        return;
+    }
+    CTracer::debugTrace("In KeyEvent::emit got past window checks");
+    s_playbackStatus = play();
+    XSync(g_display, False);
+}
+
+/// Raises the top-level window and gives the window the focus.
+/// @return false when the top-level window is not the window's
+bool KeyEvent::aimAtWindow()
+{
+    if (m_window.isNullWindow()) {
+        m_topLevel.activate();
+        return true;
+    }
+    const Window ancestor = ancestorOrTopLevel();
+    if (m_topLevel.isNullWindow())
+        m_topLevel.setHandle(ancestor);
+    else if (ancestor != m_topLevel.getHandle())
+        return false;
+    m_topLevel.activate();
+    m_window.setFocus();
+    return true;
+}
+
+/// The given top-level window when it is above the window, or when the window has gone; else the child of the
+/// root.
+unsigned long KeyEvent::ancestorOrTopLevel() const
+{
+    const Window root = DefaultRootWindow(g_display);
+    for (Window window = m_window.getHandle(); window != m_topLevel.getHandle();) {
+        const Window parent = GetParent(g_display, window);
+        if (parent == root)
+            return window;
+        if (parent == 0 || parent == window)
+            break;
+        window = parent;
+    }
+    return m_topLevel.getHandle();
+}
+
+int KeyEvent::play() const
+{
+    switch (m_kind) {
+    case Press:
+    case Release:
+        switchToXTestKeyboard();
+        pressKey(static_cast<KeySym>(m_keysym), m_kind == Press,
+                 m_kind == Press ? g_delayKeyDown : g_delayKeyUp);
+        return PlaybackDone;
+    case KeyString:
+        return type(true) ? PlaybackDone : PlaybackFailed;
+    case InputChars:
+        return type(false) ? PlaybackDone : PlaybackFailed;
+    default:
+        return PlaybackUnknownKind;
+    }
+}
+
+bool KeyEvent::type(bool parse) const
+{
+    const std::u16string text = m_wide ? m_text16 : units(m_text);
+    CTracer::debugTrace(parse ? "Got KEYSTRING event with '%s'" : "Got INPUTCHARS event with '%s'",
+                        inLocale(text).c_str());
+    return SendKeys(text.c_str(), parse) == KeysPlayed;
+}

@@ -1,0 +1,38 @@
+/// Where the strokes of a typed text go: to the X server, or to a recording of them. The translation of text
+/// into strokes (processkey) needs nothing else of a keyboard.
+#pragma once
+
+/// The locks that would change what a key means.
+struct CLockState {
+    bool capsLock = false;
+    bool numLock = false;
+};
+
+/// Bits of modifiers in key strings; AltGr is not among them.
+enum KeyModifier : unsigned { ShiftHeld = 1, ControlHeld = 2, AltHeld = 4 };
+
+/// What a stroke does. The numbers are the window messages of this code's first platform; on this one only
+/// press versus release matters.
+enum KeyAction : unsigned { KeyPressed = 256, KeyReleased = 257, AltKeyPressed = 260, AltKeyReleased = 261 };
+
+constexpr bool isPress(unsigned action)
+{
+    return (action & ~4U) == KeyPressed;
+}
+
+/// One text is typed at a time, from one thread.
+class IStrokeSink {
+public:
+    virtual ~IStrokeSink() = default;
+    virtual CLockState locks() = 0; ///< as they are now
+    /// The keysym of the key that types the first byte of `text` (in the locale's code set) alone or with
+    /// Shift; 0xFFFF when there is none.
+    virtual unsigned long translate(const char* text) = 0;
+    virtual bool needsShift(unsigned long keysym) = 0;
+    /// Presses or releases the key of a keysym; a keysym without a key does nothing.
+    /// @param delayMs  milliseconds before it happens
+    /// @return false: nothing more is wanted, repetitions end here
+    virtual bool stroke(unsigned action, unsigned long keysym, int delayMs) = 0;
+    virtual void typeUnicode(char32_t character) = 0; ///< types a character that no key produces
+    virtual unsigned modifiersDown() = 0;             ///< KeyModifier bits of the modifier keys that are down
+};

@@ -1,0 +1,411 @@
+#include "inputkeyunix.h"
+
+#include "CTracer.h"
+#include "CodeSet.h"
+#include "EventManager.h"
+#include "GxGlobals.h"
+#include "KeyReceiver.h"
+#include "processkey.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <cerrno>
+
+#include "ScopedX.h"
+#include <X11/XKBlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+constinit CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered] = {};
+constinit bool g_bKeyMappingTableBuilt = false;
+
+namespace {
+constexpr unsigned long noKey = 0xFFFF;
+constexpr unsigned long unicodeKeysyms = 0x1000000;
+
+/// What the Compose key makes of two characters.
+struct CComposeRow {
+    KeySym m_keysym;
+    unsigned char m_character;
+    char m_first;
+    char m_second;
+};
+constexpr CComposeRow g_SpecialChars[] = {
+    {0xA0, 0xA0, ' ', ' '},
+    {0xA1, 0xA1, '!', '!'},
+    {0xA2, 0xA2, 'c', '|'},
+    {0xA3, 0xA3, 'l', '-'},
+    {0xA4, 0xA4, 'x', 'o'},
+    {0xA5, 0xA5, 'y', '='},
+    {0xA6, 0xA6, '|', '|'},
+    {0xA7, 0xA7, 's', 'o'},
+    {0xA8, 0xA8, '"', '"'},
+    {0xA9, 0xA9, 'c', 'o'},
+    {0xAA, 0xAA, 'a', '_'},
+    {0xAB, 0xAB, '<', '<'},
+    {0xAC, 0xAC, ',', '-'},
+    {0xAD, 0xAD, '-', '-'},
+    {0xAE, 0xAE, 'R', 'O'},
+    {0xAF, 0xAF, '^', '-'},
+    {0xB0, 0xB0, '^', '0'},
+    {0xB1, 0xB1, '+', '-'},
+    {0xB2, 0xB2, '^', '2'},
+    {0xB3, 0xB3, '^', '3'},
+    {0xB4, 0xB4, '\'', '\''},
+    {0xB5, 0xB5, '/', 'u'},
+    {0xB6, 0xB6, 'p', '!'},
+    {0xB7, 0xB7, '^', '.'},
+    {0xB8, 0xB8, ',', ','},
+    {0xB9, 0xB9, '^', '1'},
+    {0xBA, 0xBA, 'o', '_'},
+    {0xBB, 0xBB, '>', '>'},
+    {0xBC, 0xBC, '1', '4'},
+    {0xBD, 0xBD, '1', '2'},
+    {0xBE, 0xBE, '3', '4'},
+    {0xBF, 0xBF, '?', '?'},
+    {0xC0, 0xC0, 'A', '`'},
+    {0xC1, 0xC1, 'A', '\''},
+    {0xC2, 0xC2, 'A', '^'},
+    {0xC3, 0xC3, 'A', '~'},
+    {0xC4, 0xC4, 'A', '"'},
+    {0xC5, 0xC5, 'A', 'O'},
+    {0xC6, 0xC6, 'A', 'E'},
+    {0xC7, 0xC7, 'C', ','},
+    {0xC8, 0xC8, 'E', '`'},
+    {0xC9, 0xC9, 'E', '\''},
+    {0xCA, 0xCA, 'E', '^'},
+    {0xCB, 0xCB, 'E', '"'},
+    {0xCC, 0xCC, 'I', '`'},
+    {0xCD, 0xCD, 'I', '\''},
+    {0xCE, 0xCE, 'I', '^'},
+    {0xCF, 0xCF, 'I', '"'},
+    {0xD0, 0xD0, '-', 'D'},
+    {0xD1, 0xD1, 'N', '~'},
+    {0xD2, 0xD2, 'O', '`'},
+    {0xD3, 0xD3, 'O', '\''},
+    {0xD4, 0xD4, 'O', '^'},
+    {0xD5, 0xD5, 'O', '~'},
+    {0xD6, 0xD6, 'O', '"'},
+    {0xD7, 0xD7, 'x', 'x'},
+    {0xD8, 0xD8, 'O', '/'},
+    {0xD9, 0xD9, 'U', '`'},
+    {0xDA, 0xDA, 'U', '\''},
+    {0xDB, 0xDB, 'U', '^'},
+    {0xDC, 0xDC, 'U', '"'},
+    {0xDD, 0xDD, 'Y', '\''},
+    {0xDE, 0xDE, 'T', 'H'},
+    {0xDF, 0xDF, 's', 's'},
+    {0xE0, 0xE0, 'a', '`'},
+    {0xE1, 0xE1, 'a', '\''},
+    {0xE2, 0xE2, 'a', '^'},
+    {0xE3, 0xE3, 'a', '~'},
+    {0xE4, 0xE4, 'a', '"'},
+    {0xE5, 0xE5, 'a', 'o'},
+    {0xE6, 0xE6, 'a', 'e'},
+    {0xE7, 0xE7, 'c', ','},
+    {0xE8, 0xE8, 'e', '`'},
+    {0xE9, 0xE9, 'e', '\''},
+    {0xEA, 0xEA, 'e', '^'},
+    {0xEB, 0xEB, 'e', '"'},
+    {0xEC, 0xEC, 'i', '`'},
+    {0xED, 0xED, 'i', '\''},
+    {0xEE, 0xEE, 'i', '^'},
+    {0xEF, 0xEF, 'i', '"'},
+    {0xF0, 0xF0, '-', 'd'},
+    {0xF1, 0xF1, 'n', '~'},
+    {0xF2, 0xF2, 'o', '`'},
+    {0xF3, 0xF3, 'o', '\''},
+    {0xF4, 0xF4, 'o', '^'},
+    {0xF5, 0xF5, 'o', '~'},
+    {0xF6, 0xF6, 'o', '"'},
+    {0xF7, 0xF7, ':', '-'},
+    {0xF8, 0xF8, 'o', '/'},
+    {0xF9, 0xF9, 'u', '`'},
+    {0xFA, 0xFA, 'u', '\''},
+    {0xFB, 0xFB, 'u', '^'},
+    {0xFC, 0xFC, 'u', '"'},
+    {0xFD, 0xFD, 'y', '\''},
+    {0xFE, 0xFE, 't', 'h'},
+    {0xFF, 0xFF, 'y', '"'},
+    {0, 0, 0, 0},
+};
+static_assert(std::size(g_SpecialChars) == 97);
+
+struct CFreeModifiers {
+    void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
+};
+struct CFreeKeyboard {
+    void operator()(XkbDescPtr map) const noexcept { XkbFreeKeyboard(map, 0, True); }
+};
+using KeyboardMap = std::unique_ptr<XkbDescRec, CFreeKeyboard>;
+
+KeyCode keyOf(unsigned long keysym)
+{
+    return XKeysymToKeycode(g_display, keysym);
+}
+
+void pause(long milliseconds)
+{
+    timespec left{milliseconds / 1000, milliseconds % 1000 * 1000000};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+void sendKey(KeyCode key, bool press, int delayMs)
+{
+    XTestFakeKeyEvent(g_display, key, press, static_cast<unsigned long>(delayMs));
+    XSync(g_display, False);
+}
+
+/// Modifier keys and buttons that the server reports.
+unsigned pointerState()
+{
+    Window root, child;
+    int x, y;
+    unsigned state = 0;
+    XQueryPointer(g_display, DefaultRootWindow(g_display), &root, &child, &x, &y, &x, &y, &state);
+    return state;
+}
+
+/// The modifier bit that Num Lock sets; 0 when it is on no modifier.
+unsigned numLockBit()
+{
+    const std::unique_ptr<XModifierKeymap, CFreeModifiers> map(XGetModifierMapping(g_display));
+    if (!map)
+        return 0;
+    const int keys = map->max_keypermod;
+    for (int i = 0; i < 8 * keys; ++i)
+        if (map->modifiermap[i] != 0 &&
+            XkbKeycodeToKeysym(g_display, map->modifiermap[i], 0, 0) == XK_Num_Lock)
+            return 1U << (i / keys);
+    return 0;
+}
+
+/// The Latin-1 character in the code set of the locale, as XLookupString would give it in a host that called
+/// setlocale.
+void writeInLocale(unsigned long keysym, char (&text)[6])
+{
+    const wchar_t wide[] = {static_cast<wchar_t>(keysym), 0};
+    const size_t length = std::wcstombs(text, wide, sizeof text);
+    if (length >= sizeof text)
+        text[0] = 0;
+}
+
+void describeKey(unsigned key, bool shifted, CKeyMapping& entry)
+{
+    XKeyEvent event{};
+    event.type = KeyPress;
+    event.display = g_display;
+    event.root = event.window = DefaultRootWindow(g_display);
+    event.same_screen = True;
+    event.keycode = key;
+    event.state = shifted ? ShiftMask : 0;
+    char latin[8];
+    KeySym keysym = NoSymbol;
+    entry = {key, shifted, 0, {}};
+    if (XLookupString(&event, latin, sizeof latin, &keysym, nullptr) <= 0 || keysym >= 256)
+        return;
+    entry.m_keysym = keysym;
+    writeInLocale(keysym, entry.m_text);
+}
+
+/// Which group of the layout is locked; 0 is the first.
+unsigned lockedGroup()
+{
+    XkbStateRec state{};
+    return XkbGetState(g_display, XkbUseCoreKbd, &state) == Success ? state.locked_group : 0;
+}
+
+/// Xlib takes note of changes of the map as their events arrive, and fetches the map when it next needs it;
+/// that costs more than all else of a stroke. The events themselves nobody wants.
+void dropMappingEvents()
+{
+    XEvent event;
+    while (XCheckTypedEvent(g_display, MappingNotify, &event)) {
+    }
+}
+} // namespace
+
+/// The lowest key code, which is given the keysym of one character after the other. It lives for one text.
+///
+/// A window looks the key up in the map in force when it reads the event, so the map stays until the window
+/// has read it (CKeyReceiver). The map is written through the core protocol, which knows less of groups and
+/// levels than the server and makes it grow with every writing; at the end the map of before is put back
+/// whole.
+class CUnicodeKey {
+public:
+    CUnicodeKey()
+        : m_before(XkbGetMap(g_display, XkbAllMapComponentsMask, XkbUseCoreKbd)),
+          m_receiver(DisplayString(g_display))
+    {
+        XDisplayKeycodes(g_display, &m_lowest, &m_highest);
+        m_map.reset(XGetKeyboardMapping(g_display, key(), m_highest - m_lowest + 1, &m_width));
+    }
+    ~CUnicodeKey()
+    {
+        if (m_before)
+            XkbSetMap(g_display, XkbKeyTypesMask | XkbKeySymsMask, m_before.get());
+        XSync(g_display, False);
+        dropMappingEvents();
+    }
+    CUnicodeKey(const CUnicodeKey&) = delete;
+    CUnicodeKey& operator=(const CUnicodeKey&) = delete;
+
+    void playUnicodeChar(char32_t character)
+    {
+        if (!m_map || m_width == 0)
+            return;
+        AdjustModifiers(0);
+        const KeySym saved = *m_map;
+        write(unicodeKeysyms + character);
+        m_receiver.aim();
+        sendKey(key(), true, g_delayKeyDown);
+        sendKey(key(), false, g_delayKeyUp);
+        m_receiver.awaitRead();
+        write(saved);
+    }
+
+private:
+    KeyCode key() const { return static_cast<KeyCode>(m_lowest); }
+    /// Gives the key a keysym. The highest key is left out: it keeps what it has.
+    void write(KeySym keysym)
+    {
+        *m_map = keysym;
+        XChangeKeyboardMapping(g_display, m_lowest, m_width, m_map.get(), m_highest - m_lowest);
+        XSync(g_display, False);
+        dropMappingEvents();
+    }
+
+    KeyboardMap m_before;
+    CKeyReceiver m_receiver;
+    XPtr<KeySym> m_map;
+    int m_width = 0; ///< keysyms of one key in m_map
+    int m_lowest = 0;
+    int m_highest = 0;
+};
+
+void BuildKeyMappingTable()
+{
+    const CEnvironmentLocale locale;
+    for (unsigned i = 0; i < 2 * keyCodesConsidered; ++i)
+        describeKey(i % keyCodesConsidered, i >= keyCodesConsidered, g_KeyMappingTable[i]);
+    g_bKeyMappingTableBuilt = true;
+}
+
+size_t FindInKeyMappingTable(const char* text)
+{
+    if (*text != 0)
+        for (size_t i = 0; i < std::size(g_KeyMappingTable); ++i)
+            if (std::strcmp(g_KeyMappingTable[i].m_text, text) == 0)
+                return i;
+    return static_cast<size_t>(-1);
+}
+
+unsigned long TranslateChar(const char* text)
+{
+    if (!g_bKeyMappingTableBuilt)
+        BuildKeyMappingTable();
+    const char first[] = {*text, 0};
+    const size_t entry = FindInKeyMappingTable(first);
+    return entry < std::size(g_KeyMappingTable) ? g_KeyMappingTable[entry].m_keysym : noKey;
+}
+
+unsigned IsShifted(unsigned long keysym)
+{
+    if (!g_bKeyMappingTableBuilt)
+        BuildKeyMappingTable();
+    for (const CKeyMapping& entry : g_KeyMappingTable)
+        if (entry.m_keysym == keysym)
+            return entry.m_shifted;
+    return 0;
+}
+
+void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs)
+{
+    const KeyCode key = keyOf(keysym);
+    if (key == 0) { // the server answers key code 0 with an error
+        CTracer::debugTrace("The keyboard has no key for keysym 0x%lx", keysym);
+        return;
+    }
+    // The player's shared counters of synthetic presses belong here, before the press (StopHotKeyCounter and
+    // PauseHotKeyCounter). Until they exist, a player takes the second of the two presses for the user's.
+    sendKey(key, isPress(action), delayMs);
+    for (const int hotKey : {g_stophotkey, g_pausehotkey}) {
+        if (!isPress(action) || keysym != static_cast<unsigned long>(hotKey))
+            continue;
+        pause(100);
+        sendKey(key, true, delayMs);
+    }
+}
+
+int playCharWithCompose(unsigned character)
+{
+    if (keyOf(XK_Multi_key) == 0)
+        return 0;
+    const CComposeRow* row = g_SpecialChars;
+    while (row->m_keysym != 0 && row->m_character != character)
+        ++row;
+    if (row->m_keysym == 0)
+        return 0;
+    PlayVirtualKey(XK_Multi_key, 1, 0, 0);
+    for (const char part : {row->m_first, row->m_second})
+        if (PlayChar(static_cast<unsigned char>(part), 1, 0) != KeysPlayed)
+            return 0;
+    return 1;
+}
+
+void switchToXTestKeyboard()
+{
+    int lowest, highest;
+    XDisplayKeycodes(g_display, &lowest, &highest);
+    sendKey(static_cast<KeyCode>(lowest), false, 0);
+    dropMappingEvents();
+}
+
+CServerStrokes::CServerStrokes()
+{
+    switchToXTestKeyboard();
+    m_group = lockedGroup();
+    if (m_group != 0)
+        XkbLockGroup(g_display, XkbUseCoreKbd, 0);
+}
+
+CServerStrokes::~CServerStrokes()
+{
+    m_unicodeKey.reset();
+    if (m_group != 0)
+        XkbLockGroup(g_display, XkbUseCoreKbd, m_group);
+}
+
+CLockState CServerStrokes::locks()
+{
+    const unsigned numLock = numLockBit();
+    const unsigned state = pointerState();
+    return {(state & LockMask) != 0, (state & numLock) != 0};
+}
+
+bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs)
+{
+    QueueVirtualKey(action, keysym, delayMs);
+    return true;
+}
+
+void CServerStrokes::typeUnicode(char32_t character)
+{
+    if (!m_unicodeKey)
+        m_unicodeKey = std::make_unique<CUnicodeKey>();
+    m_unicodeKey->playUnicodeChar(character);
+}
+
+unsigned CServerStrokes::modifiersDown()
+{
+    char keys[32] = {};
+    XQueryKeymap(g_display, keys);
+    const auto held = [&](unsigned long keysym, KeyModifier bit) {
+        const KeyCode key = keyOf(keysym);
+        return key != 0 && (keys[key / 8] >> (key % 8) & 1) ? unsigned{bit} : 0U;
+    };
+    return held(XK_Shift_L, ShiftHeld) | held(XK_Control_L, ControlHeld) | held(XK_Alt_L, AltHeld);
+}

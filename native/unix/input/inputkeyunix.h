@@ -1,0 +1,70 @@
+/// Keys of the X server: which key types what, strokes through XTest, characters that no key produces. On
+/// g_display, which must be open and have XTest; everything but the table blocks until the server has done
+/// it.
+#pragma once
+
+#include "StrokeSink.h"
+
+#include <cstddef>
+#include <memory>
+
+/// What one key types without modifiers or with Shift, in the first group of the layout.
+struct CKeyMapping {
+    unsigned m_keyCode;
+    unsigned m_shifted;     ///< 1: with Shift
+    unsigned long m_keysym; ///< of Latin-1, below 256
+    char m_text[6];         ///< in the code set of the locale; empty when the key types no Latin-1 character
+};
+constexpr unsigned keyCodesConsidered = 248;
+/// Entry k is key code k without modifiers, entry 248 + k the same with Shift. Built from the keyboard map in
+/// force at the first translation; later changes of the layout are not seen.
+extern CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered];
+extern bool g_bKeyMappingTableBuilt;
+void BuildKeyMappingTable();
+
+/// Index of the first entry with this text; all ones when there is none.
+size_t FindInKeyMappingTable(const char* text);
+/// The keysym of the first byte of `text`; 0xFFFF when no key produces it. Builds the table.
+unsigned long TranslateChar(const char* text);
+/// 1 when the first entry of a keysym is one with Shift, else 0.
+unsigned IsShifted(unsigned long keysym);
+inline unsigned HIBYTE(unsigned long keysym)
+{
+    return IsShifted(keysym);
+}
+
+/// Sends one stroke (KeyAction) to the key of a keysym. A press of a hot key of the player is sent twice, 100
+/// ms apart: the player drops the first one, which it was told to expect.
+/// @param delayMs  milliseconds that the server waits before it
+void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs);
+
+/// Types a character by the Compose key and the two characters of g_SpecialChars.
+/// @return 1; 0 when the keyboard has no Compose key, or the table not this character
+int playCharWithCompose(unsigned character);
+
+class CUnicodeKey;
+
+/// The strokes of one text, sent to the X server. While it lives the first group of the layout is locked,
+/// since that is the one the table describes; the group of before comes back at its end, and with it the
+/// exact keyboard map.
+class CServerStrokes : public IStrokeSink {
+public:
+    CServerStrokes();
+    ~CServerStrokes() override;
+
+    CLockState locks() override;
+    unsigned long translate(const char* text) override { return TranslateChar(text); }
+    bool needsShift(unsigned long keysym) override { return IsShifted(keysym) != 0; }
+    bool stroke(unsigned action, unsigned long keysym, int delayMs) override;
+    void typeUnicode(char32_t character) override;
+    unsigned modifiersDown() override;
+
+private:
+    unsigned m_group = 0; ///< that was locked before
+    std::unique_ptr<CUnicodeKey> m_unicodeKey;
+};
+
+/// Makes the keyboard map that XTest strokes are looked up in the current one. The server keeps a map a
+/// device and shows the one of the device used last; a stroke of the XTest keyboard switches to its own. A
+/// release of a key that is not down does that and nothing else.
+void switchToXTestKeyboard();

@@ -1,0 +1,101 @@
+/// From text to key strokes: the key-string syntax, and plain characters.
+///
+///     +x ^x %x      the next item with Shift, Control, Alt; they combine, and a second one takes the first
+///     back (items)       modifiers before the parenthesis hold for all items ~             Return {name} a
+///     special key such as {ENTER}, {F1}, {Num5} (any case), or the character itself: {+}, {~}, {}} {name n}
+///     n times {name KeyDn}  presses it and leaves it down; {name KeyUp} releases it. What is still down at
+///     the end is released {vk65}        the key of a keysym, decimal
+///
+/// Text is 16-bit units up to a terminating 0. Two units that form a surrogate pair are one character; half a
+/// pair is typed as U+FFFD, so that the loss can be seen. A character that no key types alone or with Shift
+/// is typed as a Unicode keysym, once whatever its count; control characters are what the receiving program
+/// makes of U+000A and the like: for the keys write ~ and {TAB}.
+///
+/// Caps Lock and Num Lock are off while a text is typed and are put back at its end; the lock keys in a text
+/// take effect there. One text at a time in the process: the state of the call is global.
+#pragma once
+
+#include <cstddef>
+
+class IStrokeSink;
+
+/// What SendKeys answers. Parsing stops at the first failure; what stands before it has been typed.
+enum KeyResult : int {
+    KeysPlayed = 1,
+    KeysNoBrace = 612,       ///< a "{" has no closing "}"
+    KeysUnknownName = 613,   ///< the name in braces is too long, or nobody's
+    KeysNoParenthesis = 614, ///< a "(" has no closing ")"
+    KeysCountOverflow = 615, ///< a repeat count is too large for 31 bits
+    KeysNoCount = 651,       ///< what follows the blank in braces is no count above 0, KeyDn or KeyUp
+};
+
+/// Types a text into the window with the keyboard focus; blocks until the server has processed the last
+/// stroke.
+/// @param parse  true: key-string syntax; false: every character as it stands
+/// @return a KeyResult. After a failure modifiers, locks and keys pressed with KeyDn stay as they are.
+int SendKeys(const char16_t* text, bool parse);
+/// As above with the strokes going to `sink`.
+int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink);
+
+/// The operations below work within SendKeys or while a CStrokeScope lives.
+class CStrokeScope {
+public:
+    explicit CStrokeScope(IStrokeSink& sink);
+    ~CStrokeScope();
+    CStrokeScope(const CStrokeScope&) = delete;
+    CStrokeScope& operator=(const CStrokeScope&) = delete;
+
+private:
+    IStrokeSink* m_outer;
+};
+
+constexpr unsigned PressOnly = 0;            ///< as a count
+constexpr unsigned ReleaseOnly = 0xFFFFFFFF; ///< as a count
+
+/// Plays the next item of the remaining text with the given modifiers; a group is one item. At the end of the
+/// text nothing happens. @return a KeyResult
+int ProcessKeys(unsigned modifiers);
+/// Types one character. The modifiers stay held until a stroke wants others. @return KeysPlayed
+int PlayChar(char32_t character, unsigned count, unsigned modifiers);
+int PlayChar(char32_t character, unsigned modifiers);
+/// Strokes the key of a keysym. @param flag  the one of its CSpecialKey; 0 without
+int PlayVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag);
+int PlayVirtualKey(unsigned long keysym, unsigned modifiers, int flag);
+/// @param selector  0: `count` strokes; 1: press and keep among the held keys; 2: release
+/// @return a KeyResult; 0 for any other selector
+int ExecVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag, int selector);
+/// Makes the held modifiers (KeyModifier bits) those wanted. @return whether Alt is wanted without Control
+bool AdjustModifiers(unsigned wanted);
+/// As AdjustModifiers, but what is held now is asked of the keyboard: for use outside of a text.
+bool AdjustModifiersEx(unsigned wanted);
+bool QueueModifiers(unsigned wanted, unsigned changed);
+
+/// Strokes go out at once, so there is never anything to flush, and always room.
+inline void ClearJrnlEvents() {}
+inline void PlaybackEvents() {}
+inline int SpaceRemainingForJrnlEvents()
+{
+    return 256;
+}
+
+/// A key with a name.
+struct CSpecialKey {
+    enum Flag : int {
+        Ordinary = 0,
+        Extended = 1,
+        LeftKeys = 2,
+        RightKeys = 3,
+        OwnCapsLock = 4,
+        OwnNumLock = 5,
+        Keypad = 6
+    };
+    unsigned long m_keysym;
+    const char* m_name;
+    int m_flag;
+};
+/// {LKeys} and {RKeys} write to it: which of two keys Ctrl, Shift, Alt and Win stand for. That lasts for the
+/// process.
+extern CSpecialKey g_SpecialKeys[];
+size_t GetSizeofSpecialKeys();
+/// The row of a name, without regard to case; null when there is none.
+CSpecialKey* findSpecialKey(const char* name);
