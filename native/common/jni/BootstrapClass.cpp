@@ -55,7 +55,7 @@ jobject CBootstrap::fetch()
     const jmethodID method =
         getClass()->staticMethodId("getBootstrap", "()Lcom/talvern/test/gx/bootstrap/Bootstrap;");
     const jobject bootstrap =
-        method ? env()->CallStaticObjectMethod(getClass()->getclass(), method) : nullptr;
+        answer(env(), method ? env()->CallStaticObjectMethod(getClass()->getclass(), method) : nullptr);
     if (!bootstrap)
         CTracer::debugTrace("Could not get Bootstrap object!!");
     return bootstrap;
