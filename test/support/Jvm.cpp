@@ -10,6 +10,7 @@
 namespace {
 std::mutex s_mutex;
 bool s_checked = true;
+std::string s_classPath = GX_JAR;
 std::string s_output; // of the JVM itself, since the last takeComplaints()
 
 /// Takes what the JVM prints; -Xcheck:jni prints nowhere else. Called by the JVM's threads.
@@ -34,8 +35,9 @@ decltype(&JNI_CreateJavaVM) entryOfLibjvm()
 
 JavaVM* createJvm()
 {
-    std::vector<std::string> texts{"-Djava.class.path=" GX_JAR, "-Dcom.talvern.test.gx.library=" GX_LIBRARY,
-                                   "-Djava.awt.headless=true", "-Xmx256m"};
+    std::vector<std::string> texts{"-Djava.class.path=" + s_classPath,
+                                   "-Dcom.talvern.test.gx.library=" GX_LIBRARY, "-Djava.awt.headless=true",
+                                   "-Xmx256m"};
     if (s_checked)
         texts.emplace_back("-Xcheck:jni");
     std::vector<JavaVMOption> options{{const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&take)}};
@@ -78,8 +80,9 @@ JNIEnv* CJvm::env()
     return static_cast<JNIEnv*>(env);
 }
 
-void CJvm::startUnchecked()
+void CJvm::startUnchecked(const std::string& jar)
 {
+    s_classPath += ":" + jar;
     s_checked = false;
     vm();
 }

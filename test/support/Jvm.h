@@ -12,7 +12,8 @@
 class CJvm {
 public:
     /// Starts the JVM without -Xcheck:jni, for benchmarks; call it before env().
-    static void startUnchecked();
+    /// @param jar  of further classes
+    static void startUnchecked(const std::string& jar);
     /// The environment of the calling thread, which is attached when it is not yet and then stays so until it
     /// ends. Throws std::runtime_error when there is no JVM.
     static JNIEnv* env();
