@@ -364,13 +364,13 @@ bool CSpyHeap::mayStartAt(uint32_t offset) const
 // Without the mutex another thread may be writing what these two read. What a valid reference names stays as
 // it is, and what a stale one finds is tested again under the mutex.
 
-[[gnu::no_sanitize("thread")]] bool CSpyHeap::verifyBlock(unsigned int offset, UNIQUEID uid) const
+__attribute__((no_sanitize("thread"))) bool CSpyHeap::verifyBlock(unsigned int offset, UNIQUEID uid) const
 {
     return uid != 0 && mayStartAt(offset) &&
            const_cast<const volatile CHeapBlock*>(blockAt(offset))->m_uid == uid;
 }
 
-[[gnu::no_sanitize("thread")]] unsigned int CSpyHeap::sizeAt(unsigned int offset) const
+__attribute__((no_sanitize("thread"))) unsigned int CSpyHeap::sizeAt(unsigned int offset) const
 {
     if (!mayStartAt(offset))
         return 0;

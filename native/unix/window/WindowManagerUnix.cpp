@@ -3,7 +3,6 @@
 #include "WindowArray.h"
 
 #include <algorithm>
-#include <ranges>
 
 int g_window_status = 0;
 
@@ -34,7 +33,8 @@ std::vector<Window> candidatesIn(Display* display, const CPlacedWindow& parent, 
 {
     std::vector<Window> found;
     askAll(
-        batch | std::views::reverse, [&](Window child) { return askGeometry(display, child); },
+        std::vector<Window>(batch.rbegin(), batch.rend()),
+        [&](Window child) { return askGeometry(display, child); },
         [&](Window child, auto& answer) {
             const auto box = answer.takeQuietly();
             if (!box || covers(parent.x + box->x, parent.y + box->y, box->width, box->height, point))

@@ -13,9 +13,11 @@ extern "C" XtAppContext _XtDefaultAppContext(void);
 
 namespace {
 std::jmp_buf s_jumpPoint;
-XtErrorMsgHandler s_savedHandler = nullptr;
+// libXt declares handlers as functions that do not return, which clang takes for a type of their own.
+typedef void (*Handler)(String, String, String, String, String*, Cardinal*) __attribute__((noreturn));
+Handler s_savedHandler = nullptr;
 
-void _xt_error_handler(String, String, String, String, String*, Cardinal*)
+__attribute__((noreturn)) void _xt_error_handler(String, String, String, String, String*, Cardinal*)
 {
     std::longjmp(s_jumpPoint, 0); // arrives as 1
 }
@@ -25,7 +27,7 @@ bool CXtGuard::run(bool (*test)(void*), void* data)
 {
     volatile bool answer = false;
     const XtAppContext application = _XtDefaultAppContext();
-    s_savedHandler = XtAppSetErrorMsgHandler(application, _xt_error_handler);
+    s_savedHandler = reinterpret_cast<Handler>(XtAppSetErrorMsgHandler(application, _xt_error_handler));
     if (setjmp(s_jumpPoint) == 0)
         answer = test(data);
     XtAppSetErrorMsgHandler(application, s_savedHandler);
