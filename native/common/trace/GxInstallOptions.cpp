@@ -87,10 +87,15 @@ bool isSpace(char c)
 /// At most maxFileSize bytes, without the line that the limit cut.
 std::string contentOf(FILE* file)
 {
-    std::string content(maxFileSize, '\0');
-    content.resize(std::fread(content.data(), 1, maxFileSize, file));
-    if (content.size() == maxFileSize && std::fgetc(file) != EOF)
-        content.resize(content.rfind('\n') + 1);
+    std::string content;
+    char chunk[4096];
+    while (const size_t got = std::fread(chunk, 1, sizeof chunk, file)) {
+        if (content.size() + got > maxFileSize) {
+            content.resize(content.rfind('\n') + 1);
+            break;
+        }
+        content.append(chunk, got);
+    }
     return content;
 }
 
