@@ -14,6 +14,7 @@
 ///     name ends in UTF-8, C.UTF-8 takes its place: the code set is all that counts here.
 #pragma once
 
+#include <bit>
 #include <clocale>
 #include <string>
 #include <string_view>
@@ -33,6 +34,9 @@ public:
 private:
     locale_t m_before;
 };
+
+/// UTF-16 in the byte order of this machine, without a mark, for iconv.
+constexpr const char* nativeUtf16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
 
 enum class Conversion {
     complete,

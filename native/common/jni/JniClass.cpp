@@ -49,7 +49,10 @@ void CJniClass::releaseName() noexcept
 {
     if (m_nameString && m_name) {
         env()->ReleaseStringUTFChars(m_nameString, m_name);
-        env()->DeleteLocalRef(m_nameString);
+        if (m_locked)
+            env()->DeleteGlobalRef(m_nameString);
+        else
+            env()->DeleteLocalRef(m_nameString);
     }
     m_nameString = nullptr;
     m_name = nullptr;
@@ -79,7 +82,8 @@ CJniClass::operator char*()
     m_name = env()->GetStringUTFChars(name.get(), nullptr);
     if (!m_name)
         return nullptr;
-    m_nameString = name.release();
+    // The name of a locked class outlives this call, as the class does.
+    m_nameString = m_locked ? static_cast<jstring>(env()->NewGlobalRef(name.get())) : name.release();
     // The characters are this call's own copy (the JVM has no other in this form), so they may be changed.
     char* const text = const_cast<char*>(m_name);
     std::replace(text, text + std::strlen(text), '.', '/');
@@ -152,15 +156,18 @@ bool CJniClass::lock()
     if (m_locked)
         return true;
     GX_ASSERT(env() != nullptr, "m_env != 0");
+    releaseName();
     m_jclass = static_cast<jclass>(env()->NewGlobalRef(getclass()));
+    m_object = nullptr; // a local reference, which the class now outlives
     m_locked = m_jclass != nullptr;
     return m_locked;
 }
 
 void CJniClass::unlock()
 {
-    if (!m_jclass || env()->GetObjectRefType(m_jclass) != JNIGlobalRefType)
+    if (!m_locked && (!m_jclass || env()->GetObjectRefType(m_jclass) != JNIGlobalRefType))
         return;
+    releaseName();
     env()->DeleteGlobalRef(m_jclass.exchange(nullptr));
     m_locked = false;
 }

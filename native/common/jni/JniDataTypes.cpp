@@ -3,7 +3,6 @@
 #include "CodeSet.h"
 #include "LocalRef.h"
 
-#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -61,8 +60,6 @@ std::unique_ptr<char[]> cText(const std::string& text)
     return copy;
 }
 
-constexpr const char* utf16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
-
 /// Null when `text` is not text of the locale.
 jstring javaStringOf(JNIEnv* env, const char* text)
 {
@@ -71,7 +68,7 @@ jstring javaStringOf(JNIEnv* env, const char* text)
     if (characters == 0 || characters == static_cast<size_t>(-1))
         return nullptr;
     std::string units;
-    if (convertText(utf16, locale.codeSet(), text, units) != Conversion::complete)
+    if (convertText(nativeUtf16, locale.codeSet(), text, units) != Conversion::complete)
         return nullptr;
     return env->NewString(reinterpret_cast<const jchar*>(units.data()),
                           static_cast<jsize>(units.size() / sizeof(jchar)));

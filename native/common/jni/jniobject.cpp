@@ -1,13 +1,16 @@
 #include "jniobject.h"
 
 #include "CTracer.h"
+#include "CodeSet.h"
 #include "GxAssert.h"
 #include "JniDataTypes.h"
 #include "LocalRef.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -42,6 +45,19 @@ bool writeField(const CJniJObject& object, const char* name, const char* signatu
     if (field)
         (object.env()->*set)(object, field, value);
     return field != nullptr;
+}
+
+/// NewStringUTF takes characters beyond the basic plane in a form of its own only, as pairs of surrogates.
+jstring newStringUtf8(JNIEnv* env, const char* text)
+{
+    const auto beyond = [](char byte) { return static_cast<unsigned char>(byte) >= 0xF0; };
+    const std::string_view all(text);
+    std::string units;
+    if (std::none_of(all.begin(), all.end(), beyond) ||
+        convertText(nativeUtf16, "UTF-8", all, units) != Conversion::complete)
+        return env->NewStringUTF(text);
+    return env->NewString(reinterpret_cast<const jchar*>(units.data()),
+                          static_cast<jsize>(units.size() / sizeof(jchar)));
 }
 
 unsigned lengthOf(const unsigned short* text)
@@ -239,13 +255,15 @@ bool CJniJObject::getString(const char* name, char* buffer, int length) const
 
 bool CJniJObject::setString(const char* name, jstring text)
 {
+    if (!text)
+        return false; // no room; OutOfMemoryError is pending
     const auto owner = localRef(m_env, text);
     return writeField<jobject>(*this, name, "Ljava/lang/String;", &JNIEnv::SetObjectField, text);
 }
 
 bool CJniJObject::set(const char* name, const char* text)
 {
-    return isValid() && setString(name, m_env->NewStringUTF(text ? text : ""));
+    return isValid() && setString(name, newStringUtf8(m_env, text ? text : ""));
 }
 
 bool CJniJObject::set(const char* name, const unsigned short* text)

@@ -178,6 +178,8 @@ TEST(JniObject, StringFieldsAreCutAndReplaced)
     const unsigned short wide[] = {'w', 'i', 'd', 'e', 0};
     EXPECT_TRUE(error.set("detailMessage", wide));
     EXPECT_STREQ("wide", CJException(jvm, static_cast<jthrowable>(static_cast<jobject>(error))).getMessage());
+    EXPECT_TRUE(error.set("detailMessage", "\xF0\x9F\x98\x80"));
+    EXPECT_EQ(2U, CJString(error.getObject("detailMessage", "java/lang/String")).length());
     EXPECT_TRUE(error.set("detailMessage", static_cast<const char*>(nullptr)));
     EXPECT_TRUE(error.getString("detailMessage", text, sizeof text));
     EXPECT_STREQ("", text);
@@ -205,6 +207,7 @@ TEST(JniObject, ALockedObjectOutlivesItsFrameAndServesOtherThreads)
         const CLocalFrame frame(jvm);
         error = std::make_unique<CJniJObject>(jvm, newError(jvm, "kept"), nullptr);
         ASSERT_TRUE(error->lock());
+        EXPECT_STREQ("java/lang/Error", *error->getClass());
     }
     std::thread([&error] {
         const CJvmScope other;
@@ -213,7 +216,7 @@ TEST(JniObject, ALockedObjectOutlivesItsFrameAndServesOtherThreads)
         caught.throwInJVM();
         EXPECT_EQ("java.lang.Error: kept", takePendingException(other));
     }).join();
-    EXPECT_STREQ("java/lang/Error", error->className().c_str());
+    EXPECT_STREQ("java/lang/Error", *error->getClass());
     error->unlock();
     EXPECT_FALSE(error->isValid());
 }
