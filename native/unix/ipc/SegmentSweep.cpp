@@ -1,29 +1,37 @@
 #include "SegmentSweep.h"
 
 #include "SharedMemory.h"
+#include "SpyHeap.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 
 namespace {
-/// Processes that have the segment of `key` attached; -1 when there is none. `id` receives its id.
-long attachmentsOf(key_t key, int& id)
+/// Processes that have the segment attached; -1 when there is none.
+long attachmentsOf(int id)
 {
     shmid_ds status;
-    id = shmget(key, 0, 0);
-    if (id == -1 || shmctl(id, IPC_STAT, &status) == -1)
-        return -1;
-    return static_cast<long>(status.shm_nattch);
+    return id != -1 && shmctl(id, IPC_STAT, &status) == 0 ? static_cast<long>(status.shm_nattch) : -1;
+}
+
+bool isHeap(int id)
+{
+    const void* base = shmat(id, nullptr, SHM_RDONLY);
+    if (base == reinterpret_cast<void*>(-1))
+        return false;
+    const bool signedAsHeap = std::strcmp(static_cast<const char*>(base), CSpyHeap::HeapObjectName) == 0;
+    shmdt(base);
+    return signedAsHeap;
 }
 
 void removeSegment(key_t key)
 {
-    int id;
-    const long attachments = attachmentsOf(key, id);
+    const int id = shmget(key, sizeof CSpyHeap::HeapObjectName, 0);
     // With the directory nobody else's, an attachment can only be this process's own.
-    if (attachments == 0 || attachments == 1)
+    if (const long attachments = attachmentsOf(id); (attachments == 0 || attachments == 1) && isHeap(id))
         shmctl(id, IPC_RMID, nullptr);
 }
 
@@ -40,6 +48,14 @@ void CSegmentSweep::runAtExit()
     static_cast<void>(registered);
 }
 
+void CSegmentSweep::removeListed(const CSharedMemoryHeader& directory)
+{
+    for (const auto& entry : directory.m_layout.m_keys)
+        if (entry.m_key > static_cast<uint32_t>(CSharedMemoryHeader::s_headerKey) &&
+            entry.m_key < directory.m_layout.m_nextKey && entry.m_nameIndex < CSharedMemoryHeader::Names)
+            removeEntry(entry);
+}
+
 void CSegmentSweep::removeEntry(const CSharedMemoryHeader::CEntry& entry)
 {
     const auto key = static_cast<key_t>(entry.m_key);
@@ -53,13 +69,11 @@ void CSegmentSweep::removeEntry(const CSharedMemoryHeader::CEntry& entry)
 void CSegmentSweep::sweep() noexcept
 try {
     const CSharedMemoryGuard guard;
-    int directory;
     const CSharedMemoryHeader* header = CSharedMemoryHeader::attached();
-    if (!header || attachmentsOf(CSharedMemoryHeader::s_headerKey, directory) != 1)
+    const int directory = shmget(CSharedMemoryHeader::s_headerKey, 0, 0);
+    if (!header || attachmentsOf(directory) != 1)
         return;
-    for (const auto& entry : header->m_layout.m_keys)
-        if (entry.m_key != CSharedMemoryHeader::NotFound)
-            removeEntry(entry);
+    removeListed(*header);
     shmctl(directory, IPC_RMID, nullptr);
 } catch (...) {
     // An exit handler lets nothing out.

@@ -3,19 +3,22 @@
 
 #include "SharedMemoryHeader.h"
 
-/// Removes the System V objects of the directory that no process uses any more. Segments outlive the
-/// processes that forget to detach, and semaphore sets always do; the last process that has the directory
-/// attached knows that everything in it is unused.
+/// Removes the System V objects of a directory that no process uses any more. Segments outlive the processes
+/// that forget to detach, and semaphore sets always do; who finds that nobody else has the directory attached
+/// knows that everything in it is unused. Hold CSharedMemoryGuard.
 class CSegmentSweep {
 public:
-    /// Has `sweep` called when this process exits or the library is unloaded. Children made by fork inherit
-    /// it; their parent still has the directory attached then, so that they remove nothing.
+    /// Removes what is listed in the directory: segments that nobody has attached, and the semaphore sets of
+    /// the displays. What this process has attached itself goes with it. Nothing is detached, since other
+    /// threads may still be at work. The directory may be a foreign segment: only what looks like ours is
+    /// removed.
+    static void removeListed(const CSharedMemoryHeader& directory);
+    /// When this process exits or the library is unloaded, and no other has the directory attached, removes
+    /// what is listed and the directory. Children made by fork inherit it; their parent still has the
+    /// directory attached then.
     static void runAtExit();
-    /// When no other process has the directory attached: removes segments that nobody has attached, the
-    /// semaphore sets of the displays, and marks what this process has attached, the directory included, to
-    /// go with it. Nothing is detached, since other threads may still be at work.
-    static void sweep() noexcept;
 
 private:
+    static void sweep() noexcept;
     static void removeEntry(const CSharedMemoryHeader::CEntry& entry);
 };

@@ -25,8 +25,12 @@ CSharedMemoryHeader* attachDirectory()
         return nullptr;
     }
     auto* header = static_cast<CSharedMemoryHeader*>(segment->base());
-    if (!segment->existed())
+    if (!segment->existed()) {
+        // When the last process was killed, its segments are still there, and their keys are about to be
+        // lost.
+        CSegmentSweep::removeListed(*header);
         header->init();
+    }
     return header;
 }
 } // namespace
