@@ -1,0 +1,260 @@
+#include "SpyVector.h"
+
+#include "CTracer.h"
+#include "GxAssert.h"
+#include "ITalString.h"
+
+#include <algorithm>
+
+namespace {
+constexpr uint64_t SlotSize = sizeof(CSpyVariant);
+constexpr uint64_t LargestHeap = 0x1000000; ///< what references can reach; no block is larger
+
+/// Bytes of that many slots.
+uint32_t bytesFor(uint64_t slots)
+{
+    if (slots > LargestHeap / SlotSize)
+        throw COutOfSpyMemory();
+    return static_cast<uint32_t>(slots * SlotSize);
+}
+} // namespace
+
+void CSpyVectorHdr::create(CSpyMemory& vector, UNIQUEID transactionId, unsigned int startSize,
+                           unsigned int increment)
+{
+    GX_ASSERT(startSize > 0, "startSize > 0");
+    const CSpyVariant empty;
+    m_elements = vector.rawAlloc(bytesFor(startSize), transactionId);
+    m_elements.write(0, &empty, SlotSize, startSize);
+    m_size = 0;
+    m_capacity = startSize;
+    m_increment = increment;
+}
+
+CSpyVariant* CSpyVectorHdr::slots() const
+{
+    auto* first = static_cast<CSpyVariant*>(m_elements.address());
+    if (m_size > m_capacity || m_capacity > m_elements.size() / SlotSize)
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A vector is larger than its block");
+    return first;
+}
+
+CSpyVariant& CSpyVectorHdr::operator[](unsigned int index) const
+{
+    if (index >= m_capacity)
+        throw COutOfSpyMemory();
+    return slots()[index];
+}
+
+CSpyVector::CSpyVector(const CSpyMemRef& ref) : CSpyMemory(ref)
+{
+    refresh();
+}
+
+CSpyVector::CSpyVector(const CSpyMemRef& ref, int transactionId, int startSize, int increment)
+    : CSpyMemory(ref)
+{
+    create(static_cast<unsigned>(transactionId), static_cast<unsigned>(startSize),
+           static_cast<unsigned>(increment));
+}
+
+CSpyVector::~CSpyVector()
+{
+    try {
+        if (!isNull())
+            update();
+    } catch (...) {
+        CTracer::debugTrace("A spy vector could not be written back");
+    }
+}
+
+bool CSpyVector::create(const ITalString& name, int transactionId, int startSize, int increment)
+{
+    const CSpyHeapLock lock;
+    create(static_cast<unsigned>(transactionId), static_cast<unsigned>(startSize),
+           static_cast<unsigned>(increment));
+    if (name.length() != 0)
+        registerName(name);
+    return !isNull();
+}
+
+int CSpyVector::create(unsigned int transactionId, unsigned int startSize, unsigned int increment)
+{
+    const CSpyHeapLock lock;
+    allocate(sizeof m_header, transactionId);
+    try {
+        m_header.create(*this, transactionId, startSize, increment);
+    } catch (...) {
+        CSpyMemory::free();
+        throw;
+    }
+    m_dirty = true;
+    update();
+    return 0;
+}
+
+void CSpyVector::refresh()
+{
+    CSpyVectorHdr stored;
+    read(&stored, sizeof stored);
+    m_header = stored;
+    m_dirty = false;
+}
+
+void CSpyVector::update()
+{
+    if (m_dirty)
+        m_dirty = !write(&m_header, sizeof m_header);
+}
+
+void CSpyVector::free()
+{
+    const CSpyHeapLock lock;
+    removeAllElements();
+    m_header.m_elements.free();
+    m_header.m_capacity = 0;
+    CSpyMemory::free();
+}
+
+CSpyVariant CSpyVector::get(int index) const
+{
+    const auto slot = static_cast<unsigned>(index);
+    return slot < m_header.m_size ? m_header[slot] : CSpyVariant();
+}
+
+template <class Value> unsigned int CSpyVector::find(const Value& value, int start) const
+{
+    const auto first = static_cast<unsigned>(start);
+    if (first >= m_header.m_size)
+        return NotFound;
+    const CSpyHeapLock lock;
+    const CSpyVariant* const slots = m_header.slots();
+    const CSpyVariant* const end = slots + m_header.m_size;
+    const CSpyVariant* const found =
+        std::find_if(slots + first, end, [&](const CSpyVariant& slot) { return slot == value; });
+    return found == end ? NotFound : static_cast<unsigned>(found - slots);
+}
+
+unsigned int CSpyVector::indexOf(const CSpyVariant& value, int start) const
+{
+    return find(value, start);
+}
+
+unsigned int CSpyVector::indexOf(const ITalString& text, int start) const
+{
+    return find(text, start);
+}
+
+void CSpyVector::addElements(const CSpyVariant* values, unsigned int count)
+{
+    const CSpyHeapLock lock;
+    makeRoomFor(count);
+    // The last slot first, which says whether there is room for all.
+    CSpyVariant* const last = &m_header[m_header.m_size + count - 1];
+    std::copy_n(values, count, last - (count - 1));
+    resize(m_header.m_size + count);
+}
+
+CSpyVariant CSpyVector::set(int index, const CSpyVariant& value)
+{
+    const CSpyHeapLock lock;
+    const auto slot = static_cast<unsigned>(index);
+    const CSpyVariant stored = value; // it may lie in the block that moves
+    if (slot >= m_header.m_capacity)
+        grow(uint64_t{slot} + m_header.m_increment);
+    CSpyVariant& place = m_header[slot];
+    CSpyVariant previous;
+    if (slot < m_header.m_size)
+        previous = place;
+    else
+        std::fill(&m_header[m_header.m_size], &place, CSpyVariant());
+    place = stored;
+    resize(std::max(m_header.m_size, slot + 1));
+    return previous;
+}
+
+void CSpyVector::insertElement(CSpyVariant& value, int index)
+{
+    const CSpyHeapLock lock;
+    const auto slot = static_cast<unsigned>(index);
+    const CSpyVariant stored = value;
+    makeRoomFor(1);
+    if (slot > m_header.m_size) {
+        value.free();
+        return;
+    }
+    CSpyVariant* const end = &m_header[m_header.m_size];
+    CSpyVariant* const place = end - (m_header.m_size - slot);
+    std::copy_backward(place, end, end + 1);
+    *place = stored;
+    resize(m_header.m_size + 1);
+}
+
+CSpyVariant CSpyVector::remove(int index)
+{
+    // A size that is negative as a signed number can only come from damage.
+    if (static_cast<int>(m_header.m_size) < 1)
+        return {};
+    const CSpyHeapLock lock;
+    const auto slot = static_cast<unsigned>(index);
+    const CSpyVariant removed = get(index);
+    if (slot < m_header.m_size) {
+        CSpyVariant* const place = &m_header[slot];
+        std::copy(place + 1, place + (m_header.m_size - slot), place);
+    }
+    resize(m_header.m_size - 1);
+    return removed;
+}
+
+void CSpyVector::removeAllElements()
+{
+    const CSpyHeapLock lock;
+    for (unsigned int index = 0; index < m_header.m_size; ++index) {
+        try {
+            get(static_cast<int>(index)).free();
+        } catch (const CInvalidSpyMemRef& stale) {
+            CTracer::debugTrace("Invalid Element in vector during free -- ignored. (%s)\r\n",
+                                stale.message());
+        }
+    }
+    resize(0);
+}
+
+void CSpyVector::forgetElements()
+{
+    resize(0);
+}
+
+void CSpyVector::resize(uint32_t size)
+{
+    m_header.m_size = size;
+    m_dirty = true;
+}
+
+void CSpyVector::makeRoomFor(unsigned int more)
+{
+    if (uint64_t{m_header.m_size} + more > m_header.m_capacity)
+        grow(0);
+}
+
+/// @param newCapacity  0 stands for the capacity and the increment
+void CSpyVector::grow(uint64_t newCapacity)
+{
+    if (newCapacity == 0)
+        newCapacity = uint64_t{m_header.m_capacity} + m_header.m_increment;
+    if (isNull())
+        throw CInvalidSpyMemRef(ref());
+    GX_ASSERT(newCapacity != 0, "newCapacity != 0");
+    const CSpyVariant empty;
+    const CSpyMemRef before = m_header.m_elements;
+    m_header.m_elements.realloc(bytesFor(newCapacity));
+    const auto capacity = static_cast<uint32_t>(newCapacity);
+    m_header.m_elements.write(m_header.m_size * static_cast<uint32_t>(SlotSize), &empty, SlotSize,
+                              capacity - m_header.m_size);
+    m_header.m_capacity = capacity;
+    m_dirty = true;
+    // A moved block leaves the stored header with a dead reference, which a process that dies would leave for
+    // good.
+    if (!(before == m_header.m_elements))
+        update();
+}
