@@ -78,6 +78,7 @@ public:
 
 private:
     template <class Key> unsigned int findKey(const Key& key) const;
+    void replace(unsigned int index, CSpyVariant& key, const CSpyVariant& value, int number);
 
     CSpyMappedPairHdr m_header;
     std::unique_ptr<CSpyVector> m_data;

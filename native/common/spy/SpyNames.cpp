@@ -2,14 +2,12 @@
 
 #include "GxAssert.h"
 #include "ITalString.h"
+#include "SpyMap.h"
 #include "SpyMemory.h"
+#include "SpyVariant.h"
 
 #include <cstdio>
 #include <string>
-
-#if __has_include("SpyMap.h") // the registry is a map: it comes to life when the maps land
-#include "SpyMap.h"
-#include "SpyVariant.h"
 
 CSpyNames::CSpyNames() : m_pHeap(CSpyHeap::getHeap(0))
 {
@@ -76,6 +74,8 @@ CSpyMemory::CSpyMemory(const ITalString& name) : CSpyMemory()
 
 CSpyVariant CSpyMemory::locate(const ITalString& name)
 {
+    // Even a map that was only read is written back.
+    const CSpyHeapLock lock;
     CSpyNames* known = names();
     return known ? known->get(name) : CSpyVariant();
 }
@@ -96,12 +96,6 @@ bool CSpyMemory::registerName(const ITalString& name)
     CSpyVariant key(name, 0);
     return known->registerName(key, CSpyVariant(*this));
 }
-#else
-bool CSpyMemory::registerName(const ITalString&)
-{
-    return false;
-}
-#endif
 
 CSpyMemRef CSpyMemory::allocate(const ITalString& name, unsigned int size, UNIQUEID transactionId)
 {
