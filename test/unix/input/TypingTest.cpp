@@ -1,11 +1,18 @@
 // Typing into real programs: what arrives is what was typed, on every layout.
 #include "TextProgram.h"
 
+#include "processkey.h"
+
 #include <gtest/gtest.h>
+
+#include "EventWindow.h"
 
 using namespace std::chrono_literals;
 
 namespace {
+/// The programs and the library convert text in this locale.
+const int s_utf8 = setenv("LC_ALL", "C.UTF-8", 1);
+
 /// Characters that no keyboard layout has, none of them twice in a row.
 std::u16string chinese(int count)
 {
@@ -61,6 +68,129 @@ TEST_P(TypingTest, CharactersThatNoKeyHasAllArriveWithAnyDelaysOnAnIdleAndOnABus
                     static_cast<double>(text.size()) / time.count());
         EXPECT_EQ(0U, wrong);
     }
+}
+
+/// What the server has: keysyms of all keys, locks, group.
+struct CKeyboardState {
+    std::vector<KeySym> m_map;
+    unsigned m_locks;
+    unsigned m_group;
+
+    bool operator==(const CKeyboardState&) const = default;
+};
+
+CKeyboardState keyboardState()
+{
+    const ScopedDisplay display(XOpenDisplay(nullptr));
+    int lowest, highest, width;
+    XDisplayKeycodes(display.get(), &lowest, &highest);
+    const int count = highest - lowest + 1;
+    KeySym* map = XGetKeyboardMapping(display.get(), static_cast<KeyCode>(lowest), count, &width);
+    XkbStateRec state;
+    XkbGetState(display.get(), XkbUseCoreKbd, &state);
+    CKeyboardState all{{map, map + count * width}, state.locked_mods, state.locked_group};
+    XFree(map);
+    return all;
+}
+
+void lock(unsigned modifiers, unsigned group)
+{
+    const ScopedDisplay display(XOpenDisplay(nullptr));
+    XkbLockModifiers(display.get(), XkbUseCoreKbd, 0xFF, modifiers);
+    XkbLockGroup(display.get(), XkbUseCoreKbd, group);
+    XSync(display.get(), False);
+}
+
+TEST(LayoutTest, EveryCharacterIsRightOnEveryLayoutAndTheKeyboardIsAsBefore)
+{
+    constexpr unsigned numLock = Mod2Mask;
+    constexpr struct {
+        const char* why;
+        const char* layout;
+        const char* ofXTest; ///< layout of the XTEST keyboard, when it has another one
+        unsigned locks, group;
+    } rows[] = {
+        {"plain", "us", nullptr, 0, 0},
+        {"all locks", "us", nullptr, LockMask | numLock, 0},
+        {"AltGr and dead keys", "de", nullptr, 0, 0},
+        {"Caps Lock where digits are shifted", "fr", nullptr, LockMask, 0},
+        {"Num Lock", "fr", nullptr, numLock, 0},
+        {"the other group is locked", "us,ru", nullptr, 0, 1},
+        {"the strokes have another map than the last key of the user", "us", "fr", 0, 0},
+        {"dead keys on the keys of accents", "us -variant intl", nullptr, 0, 0},
+    };
+    std::u16string text;
+    for (char16_t c = u' '; c < 0x7F; ++c)
+        text += c;
+    text += u"äÖüßéÈçà^^``´¨~~€µ§°ŁłążшΩω中Aü";
+    const auto program = textProgram("gtk3-text");
+    const CKeyDelays delays(0, 0);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        useLayout(row.layout);
+        if (row.ofXTest)
+            useLayout(std::string("-device 5 ") + row.ofXTest);
+        lock(row.locks, row.group);
+        const CKeyboardState before = keyboardState();
+        program->type(text);
+        ASSERT_EQ(PlaybackDone, Event::s_playbackStatus);
+        EXPECT_EQ(utf8(text), program->text(utf8(text).size()));
+        const CKeyboardState after = keyboardState();
+        EXPECT_EQ(before.m_locks, after.m_locks);
+        EXPECT_EQ(before.m_group, after.m_group);
+        EXPECT_TRUE(row.ofXTest || before.m_map == after.m_map);
+        program->type(u"😀", KeyEvent::KeyString);
+        EXPECT_EQ(utf8(u"😀"), program->text(4));
+    }
+    lock(0, 0);
+    useLayout("us");
+}
+
+TEST(LayoutTest, KeysBeforeTheFirstTextAreThoseOfTheXTestKeyboardToo)
+{
+    useLayout("us");
+    useLayout("-device 5 fr");
+    CEventWindow window(100, 100, 50, 50);
+    KeyEvent(0, KeyEvent::Press, XK_q, static_cast<const char*>(nullptr), CWindow(), TopLevelWindow()).emit();
+    KeyEvent(0, KeyEvent::Release, XK_q, static_cast<const char*>(nullptr), CWindow(), TopLevelWindow())
+        .emit();
+    EXPECT_EQ("+q -q", window.events());
+    useLayout("us");
+}
+
+TEST(LayoutTest, ComposeTypesLatin1WhereTheKeyboardHasTheKey)
+{
+    constexpr struct {
+        const char* layout;
+        unsigned character;
+        int result;
+        const char* events;
+    } rows[] = {
+        { "us", 0xE9, 0, "" },
+        { "us -option compose:menu", 0xE9, 1, "+Multi_key -Multi_key +e -e +apostrophe -apostrophe" },
+        { "us -option compose:menu", 'a', 0, "" },
+    };
+    for (const auto& row : rows) {
+        useLayout(row.layout);
+        CEventWindow window(100, 100, 50, 50);
+        CServerStrokes strokes;
+        const CStrokeScope scope(strokes);
+        EXPECT_EQ(row.result, playCharWithCompose(row.character));
+        EXPECT_EQ(row.events, window.events());
+    }
+    useLayout("us -option");
+}
+
+TEST(LayoutTest, ModifiersAreComparedWithWhatTheKeyboardReports)
+{
+    useLayout("us");
+    CEventWindow window(100, 100, 50, 50);
+    CServerStrokes strokes;
+    const CStrokeScope scope(strokes);
+    AdjustModifiersEx(ShiftHeld | AltHeld);
+    AdjustModifiersEx(ShiftHeld | ControlHeld);
+    AdjustModifiersEx(0);
+    EXPECT_EQ("+Alt_L A+Shift_L SA-Alt_L S+Control_L SC-Control_L S-Shift_L", window.events());
 }
 
 INSTANTIATE_TEST_SUITE_P(Programs, TypingTest, testing::Values("gtk3-text", "motif-text", "xterm"),

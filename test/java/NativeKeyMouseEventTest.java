@@ -1,0 +1,128 @@
+import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+
+import com.talvern.test.gx.CoordinateOffScreenException;
+import com.talvern.test.gx.StringNotInCodePageException;
+import com.talvern.test.gx.UnableToPerformActionException;
+import com.talvern.test.gx.sys.graphical.Event;
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import com.talvern.test.gx.sys.graphical.ScrollEvent;
+import java.awt.Point;
+import java.io.BufferedReader;
+import java.io.IOException;
+import java.io.InputStreamReader;
+import java.nio.charset.StandardCharsets;
+import java.util.List;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.function.Executable;
+
+/** Input events as a Java engine plays them. */
+class NativeKeyMouseEventTest {
+    /** A GTK text view in a process of its own. */
+    private static final class TextView implements AutoCloseable {
+        private final Process process;
+        private final BufferedReader output;
+        final long window;
+
+        TextView() throws IOException {
+            process = new ProcessBuilder(System.getProperty("gx.apps") + "/gtk3-text")
+                    .redirectError(ProcessBuilder.Redirect.INHERIT)
+                    .start();
+            output = new BufferedReader(new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8));
+            window = Long.parseLong(output.readLine().substring("ready ".length()));
+        }
+
+        String text() throws IOException, InterruptedException {
+            new ProcessBuilder("kill", "-USR1", Long.toString(process.pid())).inheritIO().start().waitFor();
+            return output.readLine().substring("text ".length());
+        }
+
+        /** Asks until the text is as expected; the last one is answered. */
+        String textOnce(String expected) throws IOException, InterruptedException {
+            String text = text();
+            for (int i = 0; i < 200 && !text.equals(expected); i++) {
+                Thread.sleep(20);
+                text = text();
+            }
+            return text;
+        }
+
+        @Override
+        public void close() {
+            process.destroyForcibly();
+        }
+    }
+
+    private static void click(Point point, long window) {
+        NativeKeyMouseEvent.emitHLMouseEvent(point, window, 0, null, 0, 0, 0, 0, NativeKeyMouseEvent.CLICK, 1);
+    }
+
+    @Test
+    void textArrivesWhereItIsTyped() throws Exception {
+        NativeLowLevelPlayer.nativeSetDelays(0, 0, 0, 0, 0, -1);
+        try (TextView view = new TextView()) {
+            click(new Point(20, 20), view.window);
+            String text = "Gr\u00fc\u00dfe, {dzi\u0119ki}, \u4e2d\u6587 \ud83d\ude00";
+            NativeKeyMouseEvent.emitHLKeyEvent(view.window, 0, NativeKeyMouseEvent.INPUTCHARS, text);
+            assertEquals(text, view.textOnce(text));
+            NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "^a{DEL}+ab{c 3}");
+            assertEquals("Abccc", view.textOnce("Abccc"));
+            NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.INPUTCHARS, null);
+            NativeKeyMouseEvent.emitLLKeyEvent(0, 0, NativeKeyMouseEvent.KEY_PRESS, 'x');
+            NativeKeyMouseEvent.emitLLKeyEvent(0, 0, NativeKeyMouseEvent.KEY_RELEASE, 'x');
+            assertEquals("Abcccx", view.textOnce("Abcccx"));
+        }
+    }
+
+    @Test
+    void whatCannotBePlayedIsAnException() {
+        record Row(Class<? extends Throwable> exception, Executable call) {}
+        Point here = new Point(5, 5);
+        for (Row row : List.of(
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitLLMouseEvent(null, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE)),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitLLMouseEvent(here, 0, 0, 0, 0, 7)),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitLLMouseEvent(here, 0x7fffffff, 0, 0, 0, 3)),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitHLMouseEvent(null, 0, 0, null, 0, 0, 0, 0, 4, 1)),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitHLMouseEvent(here, 0, 0, null, 0, 0, 0, 0, 5, 1)),
+                new Row(CoordinateOffScreenException.class,
+                        () -> NativeKeyMouseEvent.emitLLMouseEvent(new Point(99999, 5), 0, 0, 0, 0, 3)),
+                new Row(CoordinateOffScreenException.class, () -> NativeKeyMouseEvent.emitHLMouseEvent(
+                        here, 0, 0, new Point(-1, 5), 0, 0, 0, 0, NativeKeyMouseEvent.DRAG, 1)),
+                new Row(UnableToPerformActionException.class, () -> NativeKeyMouseEvent.emitLLKeyEvent(0, 0, 9, 'a')),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{nobody}")),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, 9, "a")),
+                new Row(StringNotInCodePageException.class,
+                        () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.INPUTCHARS, "\ud83d")))) {
+            assertThrows(row.exception, row.call);
+        }
+    }
+
+    @Test
+    void lowLevelPlaybackActsWhereThePointerIs() {
+        NativeLowLevelPlayer.nativeSetLowLevelPlayback(true);
+        try {
+            assertDoesNotThrow(
+                    () -> NativeKeyMouseEvent.emitLLMouseEvent(null, 0, 0, 0, 0, NativeKeyMouseEvent.MOUSE_RELEASE));
+        } finally {
+            NativeLowLevelPlayer.nativeSetLowLevelPlayback(false);
+        }
+    }
+
+    @Test
+    void scrollEventsAndCountersAreAcceptedAndDoNothing() {
+        new ScrollEvent(new NativeWindow(1), 1, 5, 0, 10).emit();
+        new ScrollEvent(null, 0, 0, 0, 0).emit();
+        assertEquals(0, Event.getNumTaggedEvents() + Event.getNumHookCalls() + Event.getNumHookCallsTagged()
+                + Event.getNumWaits() + Event.getNumTimeouts());
+    }
+}
