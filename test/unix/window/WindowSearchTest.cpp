@@ -7,7 +7,7 @@
 
 #include "Scene.h"
 
-#include "Model.h"
+#include "PlainSearch.h"
 #include "WindowManagerUnix.h"
 
 namespace {
@@ -81,23 +81,25 @@ TEST_P(RandomScene, EverySearchAnswersAsThePlainAlgorithmDoes)
     ASSERT_TRUE(display);
     for (int i = 0; i < 40; ++i) {
         Point point(scene.below(400) - 60, scene.below(400) - 60);
-        EXPECT_EQ(Model::windowAtPoint(display, scene.root(), 0, 0, point), CWindow(&point).getHandle())
+        EXPECT_EQ(PlainSearch::windowAtPoint(display, scene.root(), 0, 0, point.getx(), point.gety()),
+                  CWindow(&point).getHandle())
             << point.getx() << "," << point.gety();
     }
     for (const Window window : scene.someWindows()) {
         const CWindow asked(static_cast<long>(window));
         Rect rect;
         asked.getRectangle(&rect);
+        const PlainSearch::CBox box{rect.getLeft(), rect.getTop(), rect.getWidth(), rect.getHeight()};
         std::vector<Window> anywhere, topLevel;
-        Model::windowsAtRect(display, scene.root(), rect, anywhere);
+        PlainSearch::windowsAtRect(display, scene.root(), box, anywhere);
         EXPECT_EQ(anywhere, idsOf(CWindow::windowsAt(rect)));
         EXPECT_EQ(anywhere.empty() ? 0 : anywhere.back(), CWindow(&rect).getHandle());
-        Model::topLevelWindowsAtRect(display, scene.root(), rect, topLevel);
+        PlainSearch::topLevelWindowsAtRect(display, scene.root(), box, topLevel);
         EXPECT_EQ(topLevel, idsOf(TopLevelWindow::topLevelWindowsAt(rect)));
-        EXPECT_EQ(Model::childWindows(display, window), idsOf(asked.childWindows()));
+        EXPECT_EQ(PlainSearch::childWindows(display, window), idsOf(asked.childWindows()));
     }
     std::vector<Window> all;
-    Model::topLevelWindows(display, scene.root(), all);
+    PlainSearch::topLevelWindows(display, scene.root(), all);
     EXPECT_EQ(all, idsOf(TopLevelWindow::ownedWindows()));
 }
 
@@ -119,7 +121,7 @@ TEST_P(RandomScene, RaisingAWindowRaisesItsTransientsAfterIt)
         if (GetParent(display, window) != scene.root())
             continue;
         std::vector<Window> order;
-        Model::transients(display, scene.root(), window, order);
+        PlainSearch::transients(display, scene.root(), window, order);
         order.insert(order.begin(), window);
         const auto expected = raised(childrenOf(display, scene.root()), order);
         CWindow(static_cast<long>(window)).bringToTop();

@@ -99,7 +99,10 @@ TEST(WindowZoo, ReadsCaptionsOfAnyEncodingInAHostWithoutALocale)
         {"UTF-8", "Zażółć € 中", "Zażółć € 中", "UTF8_STRING"},
         {"compound text, Greek", "\x1b-F\xe1\xe2", "αβ", "COMPOUND_TEXT"},
         {"compound text, Japanese", "\x1b$(B\x46\x7c\x4b\x5c", "日本", "COMPOUND_TEXT"},
-        {"malformed UTF-8", "a\xff" "b", "ab", "UTF8_STRING"},
+        {"malformed UTF-8",
+         "a\xff"
+         "b",
+         "ab", "UTF8_STRING"},
         {"first of several", std::string("one\0two", 7), "one"},
         {"empty first", std::string("\0two", 4), ""},
         {"another type", "\x01\x02\x03\x04", "", "WINDOW"},

@@ -1,4 +1,4 @@
-#include "Model.h"
+#include "PlainSearch.h"
 
 #include <algorithm>
 #include <optional>
@@ -6,7 +6,7 @@
 
 #include <X11/Xutil.h>
 
-namespace Model {
+namespace PlainSearch {
 struct CHint {
     std::string instance, name;
     bool given() const { return !instance.empty() || !name.empty(); }
@@ -62,13 +62,12 @@ static std::optional<XWindowAttributes> viewable(Display* display, Window window
     return attributes && attributes->map_state == IsViewable ? attributes : std::nullopt;
 }
 
-static bool covers(Display* display, Window window, const XWindowAttributes& attributes, const Rect& rect)
+static bool covers(Display* display, Window window, const XWindowAttributes& attributes, const CBox& box)
 {
-    int x = 0, y = 0;
+    int left = 0, top = 0;
     Window child;
-    return XTranslateCoordinates(display, window, DefaultRootWindow(display), 0, 0, &x, &y, &child) &&
-           x == rect.getLeft() && y == rect.getTop() && attributes.width == rect.getWidth() &&
-           attributes.height == rect.getHeight();
+    return XTranslateCoordinates(display, window, DefaultRootWindow(display), 0, 0, &left, &top, &child) &&
+           left == box.x && top == box.y && attributes.width == box.width && attributes.height == box.height;
 }
 
 static Window topLevelParent(Display* display, Window window)
@@ -80,7 +79,7 @@ static Window topLevelParent(Display* display, Window window)
     return window;
 }
 
-Window windowAtPoint(Display* display, Window window, int originX, int originY, const Point& point)
+Window windowAtPoint(Display* display, Window window, int originX, int originY, int x, int y)
 {
     for (const Window child : topFirst(display, window)) {
         if (hintOf(display, child).name == "VTXHighlighter")
@@ -88,22 +87,21 @@ Window windowAtPoint(Display* display, Window window, int originX, int originY, 
         const auto attributes = attributesOf(display, child);
         if (!attributes)
             return window;
-        const int x = originX + attributes->x, y = originY + attributes->y;
-        if (attributes->map_state == IsViewable && x <= point.getx() &&
-            point.getx() <= x + attributes->width && y <= point.gety() &&
-            point.gety() <= y + attributes->height)
-            return windowAtPoint(display, child, x, y, point);
+        const int left = originX + attributes->x, top = originY + attributes->y;
+        if (attributes->map_state == IsViewable && left <= x && x <= left + attributes->width && top <= y &&
+            y <= top + attributes->height)
+            return windowAtPoint(display, child, left, top, x, y);
     }
     return window;
 }
 
-void windowsAtRect(Display* display, Window window, const Rect& rect, std::vector<Window>& found)
+void windowsAtRect(Display* display, Window window, const CBox& box, std::vector<Window>& found)
 {
     for (const Window child : childrenOf(display, window))
         if (const auto attributes = viewable(display, child)) {
-            if (covers(display, child, *attributes, rect))
+            if (covers(display, child, *attributes, box))
                 found.push_back(child);
-            windowsAtRect(display, child, rect, found);
+            windowsAtRect(display, child, box, found);
         }
 }
 
@@ -129,21 +127,21 @@ void topLevelWindows(Display* display, Window window, std::vector<Window>& found
     }
 }
 
-void topLevelWindowsAtRect(Display* display, Window window, const Rect& rect, std::vector<Window>& found)
+void topLevelWindowsAtRect(Display* display, Window window, const CBox& box, std::vector<Window>& found)
 {
     for (const Window child : topFirst(display, window)) {
         const auto attributes = viewable(display, child);
         if (!attributes)
             continue;
         const CHint hint = hintOf(display, child);
-        if (!covers(display, child, *attributes, rect))
-            topLevelWindowsAtRect(display, child, rect, found);
+        if (!covers(display, child, *attributes, box))
+            topLevelWindowsAtRect(display, child, box, found);
         else if (hint.given() && hint.instance != "kwin" && hint.name != "Kwin")
             found.push_back(child);
         else if (hint.given())
             continue;
         else if (const Window named = topLevelParent(display, child); named == child)
-            topLevelWindowsAtRect(display, child, rect, found);
+            topLevelWindowsAtRect(display, child, box, found);
         else
             found.push_back(named);
     }
@@ -163,4 +161,4 @@ void transients(Display* display, Window window, Window owner, std::vector<Windo
             found.push_back(child);
     }
 }
-} // namespace Model
+} // namespace PlainSearch

@@ -1,0 +1,68 @@
+// The binding to toolkits, in processes that run one and in this one, which runs none.
+#include "Program.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <link.h>
+
+#include "Toolkit.h"
+#include "WindowManager.h"
+#include "dladdons.h"
+#include "gtkfuncs.h"
+
+namespace {
+class InsideOf : public testing::TestWithParam<const char*> {};
+
+TEST_P(InsideOf, TheLibraryKnowsItsToolkit)
+{
+    CProgram application({std::string(GX_APPS_DIR) + "/" + GetParam()});
+    std::string output;
+    while (const auto line = application.line(std::chrono::seconds(60)))
+        output += *line + "\n";
+    EXPECT_EQ(0, application.wait()) << output;
+}
+INSTANTIATE_TEST_SUITE_P(Applications, InsideOf,
+                         testing::Values("motif_toolkit", "gtk2_toolkit", "gtk3_toolkit"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(WithoutGtk, EveryFunctionAnswersNothingAndLoadsNothing)
+{
+    void* data = &data;
+    int x = 1;
+    EXPECT_FALSE(isGTK() || isGTK2() || isGTK3() || CToolkit::isGTK());
+    for (const unsigned long answer :
+         {_gtk_combo_get_type(), _gtk_frame_get_type(), _gtk_menu_get_type(), _gtk_menu_bar_get_type(),
+          _gdk_x11_window_get_xid(nullptr), _gdk_x11_drawable_get_xid(nullptr),
+          static_cast<unsigned long>(_g_list_length(nullptr)), static_cast<unsigned long>(_g_type_is_a(1, 1)),
+          static_cast<unsigned long>(_gtk_timeout_add(1, nullptr, nullptr))})
+        EXPECT_EQ(0u, answer);
+    for (const bool found :
+         {_gdk_window_lookup(1) != nullptr, _g_list_nth_data(nullptr, 0) != nullptr,
+          _gtk_bin_get_child(nullptr) != nullptr, _gtk_label_get_text(nullptr) != nullptr,
+          _gtk_container_get_children(nullptr) != nullptr, _gtk_menu_item_get_submenu(nullptr) != nullptr})
+        EXPECT_FALSE(found);
+    _g_list_free(nullptr);
+    _gdk_window_get_user_data(nullptr, &data);
+    _gdk_window_get_geometry(nullptr, &x, &x, &x, &x, &x);
+    _gtk_list_scroll_vertical(nullptr, {}, 0);
+    EXPECT_EQ(0, _gtk_timeout_remove(1));
+    EXPECT_EQ(&data, data);
+    EXPECT_EQ(1, x);
+    EXPECT_EQ(nullptr, GetModuleHandle("libglib-2.0"));
+    EXPECT_FALSE(CWindow(1).isMenu());
+    EXPECT_EQ(0u, CToolkit::xtWindow(0) + CToolkit::gtkWidgetWindow(0) + CToolkit::gdkWindowXid(0));
+}
+
+TEST(Modules, AreFoundByAPartOfTheirPath)
+{
+    const link_map* const module = GetModuleHandle("libX11.so");
+    ASSERT_TRUE(module);
+    EXPECT_NE(nullptr, strstr(module->l_name, "libX11.so"));
+    EXPECT_EQ(nullptr, GetModuleHandle("no such module"));
+    EXPECT_EQ(nullptr, GetModuleHandle(nullptr));
+    void* map = &map;
+    EXPECT_EQ(-1, rtdlinfo(nullptr, 1, &map));
+    EXPECT_EQ(&map, map);
+}
+} // namespace
