@@ -38,29 +38,36 @@ Window windowToPlace(Display* display, Window window)
     return isKdeFrame(display, childrenOf(display, frame)) ? frame : window;
 }
 
+/// What tells a top-level window.
+struct CNamedAnswer {
+    CNamedAnswer(Display* display, Window window) : state(display, window), hint(askClass(display, window)) {}
+    CStateAnswer state;
+    CAnswer<xcb_get_property_reply_t> hint;
+};
+
 /// Finds the transient windows of `owner`, topmost first. Windows without a name may be frames and are looked
 /// into.
 std::vector<Window> transientsOf(Display* display, Window owner)
 {
     CWindowTree tree(display, rootOf(display));
-    tree.read([&](std::span<CTreeWindow> level) {
-        readStates(display, level);
-        const auto managed = those(level, [](const CTreeWindow& entry) {
-            return entry.state.readable && !entry.state.overrideRedirect;
+    tree.read([&](Window window) { return CNamedAnswer(display, window); },
+              [&](CTreeWindow& entry, CNamedAnswer& answer) {
+                  entry.state = answer.state.take();
+                  if (!entry.state.readable || entry.state.overrideRedirect)
+                      return;
+                  entry.hint = classOf(answer.hint.take().get());
+                  entry.descend = !entry.hint->given();
+                  entry.chosen = !entry.descend && entry.state.viewable;
+              });
+    std::vector<Window> transients;
+    askAll(
+        windowsOf(tree.chosen(EOrder::topFirst)),
+        [&](Window window) { return askTransientFor(display, window); },
+        [&](Window window, auto& answer) {
+            if (transientForOf(answer.take().get()) == owner)
+                transients.push_back(window);
         });
-        readHints(display, managed);
-        for (CTreeWindow* entry : managed)
-            entry->descend = !entry->hint->given();
-        const auto named = those(level, [](const CTreeWindow& entry) {
-            return entry.hint && entry.hint->given() && entry.state.viewable;
-        });
-        askAll(
-            named, [&](const CTreeWindow* entry) { return askTransientFor(display, entry->window); },
-            [&](CTreeWindow* entry, auto& answer) {
-                entry->chosen = transientForOf(answer.take().get()) == owner;
-            });
-    });
-    return windowsOf(tree.chosen(EOrder::topFirst));
+    return transients;
 }
 
 void RaiseTransients(Display* display, Window owner)
@@ -74,15 +81,13 @@ void RaiseTransients(Display* display, Window owner)
 std::vector<Window> topLevelWindows(Display* display, Window start)
 {
     CWindowTree tree(display, start);
-    tree.read([&](std::span<CTreeWindow> level) {
-        readStates(display, level);
-        const auto viewable = those(level, [](const CTreeWindow& entry) { return entry.state.viewable; });
-        readHints(display, viewable);
-        for (CTreeWindow* entry : viewable) {
-            entry->chosen = entry->hint->given();
-            entry->descend = !entry->chosen;
-        }
-    });
+    tree.read([&](Window window) { return CNamedAnswer(display, window); },
+              [](CTreeWindow& entry, CNamedAnswer& answer) {
+                  if (!answer.state.take().viewable)
+                      return;
+                  entry.chosen = classOf(answer.hint.take().get()).given();
+                  entry.descend = !entry.chosen;
+              });
     return windowsOf(tree.chosen(EOrder::bottomFirst));
 }
 
@@ -134,15 +139,10 @@ CTreeWindow& GetTopLevelParent(Display* display, CWindowTree& tree, CTreeWindow&
 
 /// Step of the search below. A match with a name is an answer and not looked into; a match inside a window
 /// with a name stands for that window. Everything else viewable is looked into.
-void chooseTopLevelAtRect(Display* display, CWindowTree& tree, std::span<CTreeWindow> level, const Rect& rect)
+void chooseTopLevelAtRect(Display* display, CWindowTree& tree, CTreeWindow& entry)
 {
-    chooseAtRect(display, level, rect);
-    const auto matches = those(level, &CTreeWindow::chosen);
-    readHints(display, matches);
-    for (CTreeWindow* match : matches) {
-        match->chosen = match->hint->given() || &GetTopLevelParent(display, tree, *match) != match;
-        match->descend = !match->chosen;
-    }
+    entry.chosen = hintOf(display, entry).given() || &GetTopLevelParent(display, tree, entry) != &entry;
+    entry.descend = !entry.chosen;
 }
 
 /// A top-level window that matches. The KDE window manager's own windows are not handed out, yet a search
@@ -163,7 +163,12 @@ CTopLevelMatch matchOf(Display* display, CWindowTree& tree, CTreeWindow& entry)
 std::vector<CTopLevelMatch> topLevelWindowsAtRect(Display* display, const Rect& rect)
 {
     CWindowTree tree(display, rootOf(display));
-    tree.read([&](std::span<CTreeWindow> level) { chooseTopLevelAtRect(display, tree, level, rect); });
+    tree.read([&](Window window) { return CBoxAnswer(display, window); },
+              [&](CTreeWindow& entry, CBoxAnswer& answer) {
+                  chooseAtRect(entry, answer, rect);
+                  if (entry.chosen)
+                      chooseTopLevelAtRect(display, tree, entry);
+              });
     std::vector<CTopLevelMatch> found;
     for (CTreeWindow* entry : tree.chosen(EOrder::topFirst))
         found.push_back(matchOf(display, tree, *entry));

@@ -51,10 +51,8 @@ std::vector<Window> allWindows(Display* display)
 {
     std::vector<Window> windows;
     CWindowTree tree(display, rootOf(display));
-    tree.read([](std::span<CTreeWindow> level) {
-        for (CTreeWindow& entry : level)
-            entry.descend = true;
-    });
+    const auto nothing = [](Window) { return 0; };
+    tree.read(nothing, [](CTreeWindow& entry, int) { entry.descend = true; });
     tree.visit(EOrder::bottomFirst, [&](const CTreeWindow& entry) { windows.push_back(entry.window); });
     return windows;
 }

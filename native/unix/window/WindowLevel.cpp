@@ -146,11 +146,16 @@ CClassHint classOf(Display* display, Window window)
     return classOf(askClass(display, window).take().get());
 }
 
-std::vector<Window> childrenOf(Display* display, Window window)
+std::vector<Window> childrenOf(CAnswer<xcb_query_tree_reply_t> answer)
 {
-    const auto reply = askTree(display, window).take();
+    const auto reply = answer.take();
     const auto children = childrenOf(reply.get());
     return {children.begin(), children.end()};
+}
+
+std::vector<Window> childrenOf(Display* display, Window window)
+{
+    return childrenOf(askTree(display, window));
 }
 
 CWindowTree::CWindowTree(Display* display, Window start)
@@ -158,22 +163,14 @@ CWindowTree::CWindowTree(Display* display, Window start)
 {
 }
 
-void CWindowTree::appendChildren(size_t begin, size_t end)
+void CWindowTree::appendChildren(size_t parent, CAnswer<xcb_query_tree_reply_t> answer)
 {
-    std::vector<size_t> parents;
-    for (size_t i = begin; i < end; ++i)
-        if (m_windows[i].descend)
-            parents.push_back(i);
-    askAll(
-        parents, [&](size_t parent) { return askTree(m_display, m_windows[parent].window); },
-        [&](size_t parent, auto& answer) {
-            const auto reply = answer.take();
-            const auto children = childrenOf(reply.get());
-            m_windows[parent].firstChild = m_windows.size();
-            m_windows[parent].children = children.size();
-            for (const xcb_window_t child : children)
-                m_windows.push_back({.window = child, .parent = parent});
-        });
+    const auto reply = answer.take();
+    const auto children = childrenOf(reply.get());
+    m_windows[parent].firstChild = m_windows.size();
+    m_windows[parent].children = children.size();
+    for (const xcb_window_t child : children)
+        m_windows.push_back({.window = child, .parent = parent});
 }
 
 void CWindowTree::pushChildren(std::vector<size_t>& ahead, size_t parent, EOrder order) const
@@ -199,18 +196,4 @@ std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries)
     for (const CTreeWindow* entry : entries)
         windows.push_back(entry->window);
     return windows;
-}
-
-void readStates(Display* display, std::span<CTreeWindow> level)
-{
-    askAll(
-        level, [&](const CTreeWindow& entry) { return CStateAnswer(display, entry.window); },
-        [](CTreeWindow& entry, CStateAnswer& answer) { entry.state = answer.take(); });
-}
-
-void readHints(Display* display, const std::vector<CTreeWindow*>& entries)
-{
-    askAll(
-        entries, [&](const CTreeWindow* entry) { return askClass(display, entry->window); },
-        [](CTreeWindow* entry, auto& answer) { entry->hint = classOf(answer.take().get()); });
 }

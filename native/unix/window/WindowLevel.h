@@ -12,8 +12,8 @@
 #include "XErrors.h"
 
 #include <cstddef>
-#include <functional>
 #include <optional>
+#include <ranges>
 #include <span>
 #include <string>
 #include <utility>
@@ -78,11 +78,14 @@ template <class Items, class Ask, class Take> void askAll(Items&& items, Ask ask
 {
     std::vector<decltype(ask(*std::begin(items)))> answers;
     answers.reserve(std::size(items));
-    for (auto& item : items)
+    for (auto&& item : items)
         answers.push_back(ask(item));
-    auto answer = answers.begin();
-    for (auto& item : items)
-        take(item, *answer++);
+    auto next = answers.begin();
+    for (auto&& item : items) {
+        auto answer =
+            std::move(*next++); // one that is not taken is dropped here: XCB looks through what waits
+        take(item, answer);
+    }
 }
 
 /// State and outer size of a window, as XGetWindowAttributes reports them. `readable` is false when that
@@ -144,6 +147,8 @@ Window transientForOf(const xcb_get_property_reply_t* reply); ///< 0 when the wi
 /// Bottom of the stack first; none when the query failed. Valid as long as the reply.
 std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t* reply);
 
+std::vector<Window> childrenOf(CAnswer<xcb_query_tree_reply_t> answer);
+
 /// The same for one window, each a round trip.
 CWindowState stateOf(Display* display, Window window);
 CClassHint classOf(Display* display, Window window);
@@ -169,17 +174,26 @@ class CWindowTree {
 public:
     CWindowTree(Display* display, Window start);
 
-    /// @param examine  (level) is called with the windows of each level, all those with the same distance
-    /// from the
-    ///                 start, as a span of CTreeWindow; sets `descend` where the walk goes on and `chosen` on
-    ///                 what it looks for
-    template <class Examine> void read(Examine examine)
+    /// Every window of a level, all those with the same distance from the start, is asked the walk's
+    /// questions and for its children in one go; what the walk does not go on into is dropped.
+    /// @param ask   (window) -> the answers under way, any type that can be moved
+    /// @param take  (entry, answers) sets `descend` where the walk goes on and `chosen` on what it looks for
+    template <class Ask, class Take> void read(Ask ask, Take take)
     {
-        for (size_t begin = 0, end = 1; begin < end; begin = end, end = m_windows.size()) {
-            appendChildren(begin, end);
-            if (m_windows.size() > end)
-                examine(std::span(m_windows).subspan(end));
-        }
+        appendChildren(0, askTree(m_display, m_windows[0].window));
+        for (size_t begin = 1, end = m_windows.size(); begin < end; begin = end, end = m_windows.size())
+            askAll(
+                std::views::iota(begin, end),
+                [&](size_t index) {
+                    const Window window = m_windows[index].window;
+                    auto answers = ask(window);
+                    return std::pair(std::move(answers), askTree(m_display, window));
+                },
+                [&](size_t index, auto& asked) {
+                    take(m_windows[index], asked.first);
+                    if (m_windows[index].descend)
+                        appendChildren(index, std::move(asked.second));
+                });
     }
 
     CTreeWindow& at(size_t index) { return m_windows[index]; }
@@ -200,7 +214,7 @@ public:
     std::vector<CTreeWindow*> chosen(EOrder order);
 
 private:
-    void appendChildren(size_t begin, size_t end);
+    void appendChildren(size_t parent, CAnswer<xcb_query_tree_reply_t> answer);
     void pushChildren(std::vector<size_t>& ahead, size_t parent, EOrder order) const;
 
     Display* m_display;
@@ -208,17 +222,3 @@ private:
 };
 
 std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries);
-
-/// Entries of a level that a question concerns, picked by a predicate or a member.
-template <class Predicate> std::vector<CTreeWindow*> those(std::span<CTreeWindow> level, Predicate concerned)
-{
-    std::vector<CTreeWindow*> found;
-    for (CTreeWindow& entry : level)
-        if (std::invoke(concerned, entry))
-            found.push_back(&entry);
-    return found;
-}
-
-/// Fills `state` of all entries, or `hint` of some, in one go.
-void readStates(Display* display, std::span<CTreeWindow> level);
-void readHints(Display* display, const std::vector<CTreeWindow*>& entries);

@@ -11,23 +11,26 @@ namespace {
 constexpr const char* highlighterClass = "VTXHighlighter";
 
 /// A batch of windows is asked for at once. A hit near the top of the stack should not wait for the whole
-/// desktop.
-constexpr size_t firstBatch = 32;
-constexpr size_t largestBatch = 2048;
+/// desktop; a later batch is worth its round trip.
+constexpr size_t firstBatch = 64;
+constexpr size_t batchGrowth = 8;
 
 bool covers(int x, int y, int width, int height, const Point& point)
 {
     return x <= point.getx() && point.getx() <= x + width && y <= point.gety() && point.gety() <= y + height;
 }
 
-/// What decides about a window at a point.
+/// What decides about a window at a point, and where the search goes on in it.
 struct CCandidate {
+    Window window;
     CAnswer<xcb_get_property_reply_t> hint;
     CStateAnswer state;
+    CAnswer<xcb_query_tree_reply_t> tree;
 };
 
-/// The windows of a batch that may be the one at the point. Those that cannot be asked stay in, so that they
-/// are asked again in the order that the walk follows: they may be highlighters, and those don't end it.
+/// The windows of a batch that may be the one at the point, topmost first. Those that cannot be asked stay
+/// in, so that they are asked again in the order that the walk follows: they may be highlighters, and those
+/// don't end it.
 std::vector<Window> candidatesIn(Display* display, const CPlacedWindow& parent, std::span<const Window> batch,
                                  const Point& point)
 {
@@ -45,24 +48,32 @@ std::vector<Window> candidatesIn(Display* display, const CPlacedWindow& parent, 
 
 enum class EVerdict { miss, hit, vanished };
 
-/// Decides about candidates, topmost first. Later answers are dropped unread once one is decided.
-EVerdict decide(Display* display, const CPlacedWindow& parent, const std::vector<Window>& candidates,
-                const Point& point, CPlacedWindow& hit)
+EVerdict decide(CCandidate& candidate, const CPlacedWindow& parent, const Point& point, CHit& hit)
+{
+    if (classOf(candidate.hint.take().get()).name == highlighterClass)
+        return EVerdict::miss;
+    const CWindowState state = candidate.state.take();
+    if (!state.readable)
+        return EVerdict::vanished;
+    hit.at = {candidate.window, parent.x + state.x, parent.y + state.y};
+    if (!state.viewable || !covers(hit.at.x, hit.at.y, state.width, state.height, point))
+        return EVerdict::miss;
+    hit.children = childrenOf(std::move(candidate.tree));
+    return EVerdict::hit;
+}
+
+/// Decides about candidates in their order. Once one is decided the answers of the others are dropped.
+EVerdict decideAll(Display* display, const CPlacedWindow& parent, const std::vector<Window>& candidates,
+                   const Point& point, CHit& hit)
 {
     std::vector<CCandidate> asked;
     asked.reserve(candidates.size());
     for (const Window window : candidates)
-        asked.push_back({askClass(display, window), CStateAnswer(display, window)});
-    for (size_t i = 0; i < candidates.size(); ++i) {
-        if (classOf(asked[i].hint.take().get()).name == highlighterClass)
-            continue;
-        const CWindowState state = asked[i].state.take();
-        if (!state.readable)
-            return EVerdict::vanished;
-        hit = {candidates[i], parent.x + state.x, parent.y + state.y};
-        if (state.viewable && covers(hit.x, hit.y, state.width, state.height, point))
-            return EVerdict::hit;
-    }
+        asked.push_back(
+            {window, askClass(display, window), CStateAnswer(display, window), askTree(display, window)});
+    for (CCandidate& candidate : asked)
+        if (const auto verdict = decide(candidate, parent, point, hit); verdict != EVerdict::miss)
+            return verdict;
     return EVerdict::miss;
 }
 
@@ -138,14 +149,15 @@ bool isKdeFrame(Display* display, std::span<const Window> children)
     return !children.empty() && classOf(display, children.front()).isKde();
 }
 
-std::optional<CPlacedWindow> childAt(Display* display, const CPlacedWindow& parent,
-                                     std::span<const Window> children, const Point& point)
+std::optional<CHit> childAt(Display* display, const CHit& parent, const Point& point)
 {
-    for (size_t size = firstBatch; !children.empty(); size = std::min(4 * size, largestBatch)) {
+    std::span children(parent.children);
+    for (size_t size = firstBatch; !children.empty(); size *= batchGrowth) {
         const auto batch = children.last(std::min(size, children.size()));
         children = children.first(children.size() - batch.size());
-        CPlacedWindow hit{};
-        const auto verdict = decide(display, parent, candidatesIn(display, parent, batch, point), point, hit);
+        CHit hit{};
+        const auto candidates = candidatesIn(display, parent.at, batch, point);
+        const auto verdict = decideAll(display, parent.at, candidates, point, hit);
         if (verdict == EVerdict::hit)
             return hit;
         if (verdict == EVerdict::vanished)
@@ -156,34 +168,29 @@ std::optional<CPlacedWindow> childAt(Display* display, const CPlacedWindow& pare
 
 Window windowFromPoint(Display* display, const CPlacedWindow& start, const Point& point)
 {
-    CPlacedWindow deepest = start;
-    while (const auto child = childAt(display, deepest, childrenOf(display, deepest.window), point))
-        deepest = *child;
-    return deepest.window;
+    CHit deepest{start, childrenOf(display, start.window)};
+    while (auto child = childAt(display, deepest, point))
+        deepest = std::move(*child);
+    return deepest.at.window;
 }
 
-void chooseAtRect(Display* display, std::span<CTreeWindow> level, const Rect& rect)
+void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect)
 {
-    readStates(display, level);
-    for (CTreeWindow& entry : level)
-        entry.descend = entry.state.viewable;
-    // Only a window of the right size can match: the others need not be asked where they stand.
-    const auto ofThatSize = those(level, [&](const CTreeWindow& entry) {
-        return entry.state.viewable && entry.state.width == rect.getWidth() &&
-               entry.state.height == rect.getHeight();
-    });
-    askAll(
-        ofThatSize, [&](const CTreeWindow* entry) { return askPlace(display, entry->window); },
-        [&](CTreeWindow* entry, auto& answer) {
-            const CPlace place = placeOf(answer.take().get());
-            entry->chosen = place.known && place.x == rect.getLeft() && place.y == rect.getTop();
-        });
+    entry.state = answer.state.take();
+    entry.descend = entry.state.viewable;
+    // Only where a window of the right size stands matters.
+    if (!entry.state.viewable || entry.state.width != rect.getWidth() ||
+        entry.state.height != rect.getHeight())
+        return;
+    const CPlace place = placeOf(answer.place.take().get());
+    entry.chosen = place.known && place.x == rect.getLeft() && place.y == rect.getTop();
 }
 
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect)
 {
     CWindowTree tree(display, start);
-    tree.read([&](std::span<CTreeWindow> level) { chooseAtRect(display, level, rect); });
+    tree.read([&](Window window) { return CBoxAnswer(display, window); },
+              [&](CTreeWindow& entry, CBoxAnswer& answer) { chooseAtRect(entry, answer, rect); });
     return windowsOf(tree.chosen(EOrder::bottomFirst));
 }
 

@@ -30,19 +30,29 @@ struct CPlacedWindow {
     int y;
 };
 
+/// A window at a point, and its children, bottom of the stack first.
+struct CHit {
+    CPlacedWindow at;
+    std::vector<Window> children;
+};
+
 /// The child that a point belongs to: of the viewable ones whose box holds the point, edges included, the
 /// topmost that is not one of the library's own highlight frames. Nothing when there is none, or when a child
 /// above it has vanished.
-/// @param children  of `parent`, bottom of the stack first
-std::optional<CPlacedWindow> childAt(Display* display, const CPlacedWindow& parent,
-                                     std::span<const Window> children, const Point& point);
+std::optional<CHit> childAt(Display* display, const CHit& parent, const Point& point);
 
 /// The deepest window at a point: childAt, repeated from the root down.
 Window windowFromPoint(Display* display, const CPlacedWindow& start, const Point& point);
 
-/// Step of a tree walk: marks as `chosen` the windows of a level that are viewable and cover exactly `rect`,
-/// in root coordinates and without borders, and lets the walk descend into all viewable ones.
-void chooseAtRect(Display* display, std::span<CTreeWindow> level, const Rect& rect);
+/// What a search for a rectangle asks of every window.
+struct CBoxAnswer {
+    CBoxAnswer(Display* display, Window window) : state(display, window), place(askPlace(display, window)) {}
+    CStateAnswer state;
+    CAnswer<xcb_translate_coordinates_reply_t> place;
+};
+/// Marks a window as `chosen` when it is viewable and covers exactly `rect`, in root coordinates and without
+/// borders, and lets the walk descend into it when it is viewable.
+void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect);
 
 /// The viewable windows below `start` that cover exactly `rect`, parents first, bottom of the stack first.
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect);

@@ -199,15 +199,14 @@ TEST(VanishingWindows, AChildThatVanishedAboveTheHitEndsTheSearch)
 {
     CScene scene;
     Display* const display = walkDisplay();
-    const CPlacedWindow root{scene.root(), 0, 0};
     const Window hit = scene.add({});
     const Window elsewhere = scene.add({.x = 500});
     const Window gone = scene.add({});
     scene.destroy(gone);
     const Point point(25, 25);
     const auto answer = [&](std::vector<Window> children) {
-        const auto child = childAt(display, root, children, point);
-        return child ? child->window : root.window;
+        const auto child = childAt(display, {{scene.root(), 0, 0}, std::move(children)}, point);
+        return child ? child->at.window : scene.root();
     };
     {
         const CTraceCapture trace;
@@ -226,26 +225,24 @@ TEST(VanishingWindows, WindowsThatGoBetweenTwoLevelsAreLeftOut)
     CScene scene;
     Display* const display = walkDisplay();
     const Window frame = scene.add({.width = 300, .height = 300});
-    const Window doomed = scene.add(frame, {.width = 200, .height = 200});
-    scene.add(doomed, {});
+    const Window lower = scene.add(frame, {.width = 200, .height = 200});
+    const Window child = scene.add(lower, {});
     const Window kept = scene.add(frame, {});
     const Window grandchild = scene.add(kept, {});
-    std::vector<std::vector<Window>> levels;
+    const Window sibling = scene.add(kept, {});
+    std::vector<Window> met;
     const CTraceCapture trace;
     CWindowTree tree(display, frame);
-    tree.read([&](std::span<CTreeWindow> level) {
-        readStates(display, level);
-        levels.emplace_back();
-        for (CTreeWindow& entry : level) {
-            levels.back().push_back(entry.window);
-            entry.descend = entry.chosen = true;
-        }
-        if (levels.size() == 1)
-            scene.destroy(doomed);
-    });
-    EXPECT_EQ((std::vector<std::vector<Window>>{{doomed, kept}, {grandchild}}), levels);
-    EXPECT_EQ((std::vector<Window>{kept, grandchild, doomed}), windowsOf(tree.chosen(EOrder::topFirst)));
-    EXPECT_EQ(std::vector<std::string>{"BadWindow (invalid Window parameter)/15, Minor Code: 0"},
+    tree.read([&](Window window) { return askGeometry(display, window); },
+              [&](CTreeWindow& entry, auto& answer) {
+                  met.push_back(entry.window);
+                  entry.chosen = entry.descend = answer.take() != nullptr;
+                  if (entry.window == kept)
+                      scene.destroy(grandchild);
+              });
+    EXPECT_EQ((std::vector<Window>{lower, kept, child, grandchild, sibling}), met);
+    EXPECT_EQ((std::vector<Window>{kept, sibling, lower, child}), windowsOf(tree.chosen(EOrder::topFirst)));
+    EXPECT_EQ(std::vector<std::string>{"BadDrawable (invalid Pixmap or Window parameter)/14, Minor Code: 0"},
               trace.errors());
 }
 
