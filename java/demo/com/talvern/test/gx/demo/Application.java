@@ -1,0 +1,161 @@
+package com.talvern.test.gx.demo;
+
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.nio.file.Path;
+import java.util.HashSet;
+import java.util.Set;
+import java.util.concurrent.TimeUnit;
+
+/** A program under test: its process, its main window, and what a user does with them. */
+final class Application {
+    private final String name;
+    private final Process process;
+    private final NativeTopLevelWindow window;
+
+    private Application(String name, Process process, NativeTopLevelWindow window) {
+        this.name = name;
+        this.process = process;
+        this.window = window;
+    }
+
+    /** Starts a program in a directory and waits for its window. It ends with the demo at the latest. */
+    static Application start(Path directory, String... command) throws Exception {
+        final Set<NativeWindow> before = openWindows();
+        final Process process = new ProcessBuilder(command).directory(directory.toFile()).redirectErrorStream(true)
+            .redirectOutput(directory.resolveSibling(command[0] + ".log").toFile()).start();
+        Runtime.getRuntime().addShutdownHook(new Thread(process::destroyForcibly));
+        return new Application(command[0], process, newWindow(before, "window of " + command[0]));
+    }
+
+    String name() {
+        return name;
+    }
+
+    NativeTopLevelWindow window() {
+        return window;
+    }
+
+    /** The innermost window in the middle of the program's window: where it shows its text. */
+    NativeWindow textArea() {
+        final Rectangle box = window.nativeGetRectangle();
+        return Desktop.windowAt(box.x + box.width / 2, box.y + box.height / 2);
+    }
+
+    /** Plain characters, each typed as it stands; a line end is a stroke of Return. */
+    void type(String text) {
+        final String[] lines = text.split("\n", -1);
+        for (int i = 0; i < lines.length; ++i) {
+            if (i > 0) {
+                keys("~");
+            }
+            if (!lines[i].isEmpty()) {
+                characters(window, lines[i]);
+            }
+        }
+    }
+
+    /** A key string: {@code ^s} is Control and s, {@code ~} Return, <code>{END}</code> the key of that name. */
+    void keys(String keyString) {
+        keysTo(window, keyString);
+    }
+
+    /** Clicks a place of the text area, given in pixels from its corner. */
+    void click(int x, int y, int times) throws Exception {
+        click(x, y, times, NativeKeyMouseEvent.BUTTON_LEFT);
+    }
+
+    void middleClick(int x, int y) throws Exception {
+        click(x, y, 1, NativeKeyMouseEvent.BUTTON_MIDDLE);
+    }
+
+    private void click(int x, int y, int times, int button) throws Exception {
+        NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), textArea().getHandle(), 0, null, 0, 0, button, 0,
+            NativeKeyMouseEvent.CLICK, times);
+        awaitWindowManager();
+    }
+
+    /** Drags with the left button from one place of the text area to another. */
+    void drag(Point from, Point to) throws Exception {
+        final long area = textArea().getHandle();
+        NativeKeyMouseEvent.emitHLMouseEvent(from, area, 0, to, area, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+            NativeKeyMouseEvent.DRAG, 1);
+        awaitWindowManager();
+    }
+
+    /** Turns the wheel over the text area, down when the number of notches is negative. */
+    void wheel(int x, int y, int notches) {
+        final Point place = new Point(x, y);
+        final long area = textArea().getHandle();
+        NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, 0, NativeKeyMouseEvent.MOVE);
+        NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, notches, NativeKeyMouseEvent.WHEEL);
+    }
+
+    /**
+     * Waits until the window manager has let a click through. It holds clicks back to see whether they focus or raise a
+     * window, and keys that are typed meanwhile overtake them. It answers in order: once it has moved the window by a
+     * pixel, as it is asked here, the click is on its way.
+     */
+    private void awaitWindowManager() throws Exception {
+        final Rectangle place = Desktop.frameOf(window).nativeGetRectangle();
+        moveFrame(place.x + 1, place.y);
+        moveFrame(place.x, place.y);
+    }
+
+    /** Moves the frame that the window manager put around the window, and waits until it is there. */
+    void moveFrame(int x, int y) throws Exception {
+        final Rectangle box = window.nativeGetRectangle();
+        window.moveWindow(x, y, box.width, box.height);
+        Expect.equal("corner of the frame", new Point(x, y),
+            () -> Desktop.frameOf(window).nativeGetRectangle().getLocation());
+    }
+
+    /** Opens the dialog that a key string brings, answers it, and waits until it has gone. */
+    void answerDialog(String keyString, String answer) throws Exception {
+        final Set<NativeWindow> before = openWindows();
+        keys(keyString);
+        final NativeTopLevelWindow dialog = newWindow(before, "dialog of " + name);
+        Expect.soon("the dialog has the focus", () -> Desktop.isWithin(NativeWindow.nativeGetFocus(), dialog));
+        characters(dialog, answer);
+        confirm(dialog);
+    }
+
+    /** Asks the program to close its window, as the button in the title bar does, and waits until it has ended. */
+    void close() throws Exception {
+        window.close();
+        if (!process.waitFor(20, TimeUnit.SECONDS)) {
+            throw new AssertionError(name + " still runs after its window was asked to close");
+        }
+    }
+
+    /** Strokes Return until the dialog has gone: GTK ignores it while the dialog still reads the folder. */
+    private static void confirm(NativeTopLevelWindow dialog) throws Exception {
+        for (int stroke = 0; stroke < 10 && Desktop.isListed(dialog); ++stroke) {
+            keysTo(dialog, "~");
+            Expect.within(1000, () -> !Desktop.isListed(dialog));
+        }
+        Expect.soon("the dialog has gone", () -> !Desktop.isListed(dialog));
+    }
+
+    private static void characters(NativeTopLevelWindow window, String text) {
+        NativeKeyMouseEvent.emitHLKeyEvent(window.getHandle(), window.getHandle(), NativeKeyMouseEvent.INPUTCHARS,
+            text);
+    }
+
+    private static void keysTo(NativeTopLevelWindow window, String keyString) {
+        NativeKeyMouseEvent.emitHLKeyEvent(window.getHandle(), window.getHandle(), NativeKeyMouseEvent.KEYSTRING,
+            keyString);
+    }
+
+    private static Set<NativeWindow> openWindows() {
+        return new HashSet<>(Desktop.topLevelWindows());
+    }
+
+    private static NativeTopLevelWindow newWindow(Set<NativeWindow> before, String what) throws Exception {
+        return Expect.found(what, () -> Desktop.topLevelWindows().stream()
+            .filter(window -> !before.contains(window)).findFirst().orElse(null));
+    }
+}
