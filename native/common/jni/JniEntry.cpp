@@ -34,25 +34,52 @@ constexpr char HeapLockedMessage[] =
     "the problem persists, avoid recording/playing back on the specific control";
 } // namespace
 
-void raiseInJava(JNIEnv* env) noexcept
+void raiseOutOfSpyMemory(JNIEnv* env, const char* message) noexcept
+{
+    CJniJObject::throwException(env, "com/talvern/test/gx/sys/OutOfSpyMemException", message);
+}
+
+void raiseInvalidSpyReference(JNIEnv* env, const char* message) noexcept
+{
+    CJniJObject::throwException(env, "com/talvern/test/gx/sys/InvalidSpyMemReference", message);
+}
+
+void raiseSpyHeapLocked(JNIEnv* env) noexcept
+{
+    CJniJObject::throwException(env, "com/talvern/test/gx/sys/ApplicationNotRespondingException",
+                                HeapLockedMessage);
+}
+
+bool raiseDeclaredInJava(JNIEnv* env) noexcept
 {
     try {
         throw;
     } catch (const CJStringNotInCodePageException& e) {
         e.throwException(env);
-    } catch (const COutOfSpyMemory& e) {
-        CJniJObject::throwException(env, "com/talvern/test/gx/sys/OutOfSpyMemException", e.message());
     } catch (const CInvalidSpyMemRef& e) {
-        CJniJObject::throwException(env, "com/talvern/test/gx/sys/InvalidSpyMemReference", e.message());
+        raiseInvalidSpyReference(env, e.message());
+    } catch (const COutOfSpyMemory& e) {
+        raiseOutOfSpyMemory(env, e.message());
     } catch (const CSpyHeapLockedException&) {
-        CJniJObject::throwException(env, "com/talvern/test/gx/sys/ApplicationNotRespondingException",
-                                    HeapLockedMessage);
-    } catch (const CSpyHeapException& e) {
-        raiseUnknown(env, e.message());
+        raiseSpyHeapLocked(env);
     } catch (const CSpyMutexException& e) {
         CSpyMutex::throwException(env, e);
     } catch (const std::bad_alloc&) {
         CJniJObject::throwException(env, "java/lang/OutOfMemoryError", "native memory");
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+void raiseInJava(JNIEnv* env) noexcept
+{
+    if (raiseDeclaredInJava(env))
+        return;
+    try {
+        throw;
+    } catch (const CSpyHeapException& e) {
+        raiseUnknown(env, e.message());
     } catch (const std::exception& e) {
         raiseUnknown(env, e.what());
     } catch (...) {

@@ -47,6 +47,14 @@ private:
 /// Turns the exception being handled into a pending Java exception; the first pending one wins. The only
 /// place that knows which Java class a native exception becomes. Call it inside a catch block only.
 void raiseInJava(JNIEnv* env) noexcept;
+/// The same for families that answer neutrally to the kinds that no room declares a Java class for: nothing
+/// is pending for those. @return whether the exception has a Java class
+bool raiseDeclaredInJava(JNIEnv* env) noexcept;
+
+/// The Java exceptions of spy memory.
+void raiseOutOfSpyMemory(JNIEnv* env, const char* message) noexcept;
+void raiseInvalidSpyReference(JNIEnv* env, const char* message) noexcept;
+void raiseSpyHeapLocked(JNIEnv* env) noexcept;
 
 /// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending
 /// afterwards and the answer is neutral: 0, false, null.

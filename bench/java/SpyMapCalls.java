@@ -1,0 +1,30 @@
+import com.talvern.test.gx.sys.SpyMap;
+
+/** Loops over the entries of a spy map, as an engine's code would run them. */
+public final class SpyMapCalls {
+    private SpyMapCalls() {}
+
+    public static int putNumbers(SpyMap map, String[] keys) {
+        int stored = 0;
+        for (String key : keys) {
+            stored += map.put(key, keys.length) ? 1 : 0;
+        }
+        return stored;
+    }
+
+    public static int putTexts(SpyMap map, String[] keys) {
+        int stored = 0;
+        for (String key : keys) {
+            stored += map.put(key, "a caption of some thirty letters") ? 1 : 0;
+        }
+        return stored;
+    }
+
+    public static int get(SpyMap map, String[] keys) {
+        int found = 0;
+        for (String key : keys) {
+            found += map.get(key) != null ? 1 : 0;
+        }
+        return found;
+    }
+}

@@ -1,0 +1,9 @@
+package com.talvern.test.gx.object.map;
+
+import com.talvern.test.gx.sys.SpyMemory;
+
+/** A reference to a described object, kept in shared memory: stored in a container it stays an object of this class. */
+public class SpyMappedDescribedObjectReference extends SpyMemory {
+    /** An object that names nothing yet. */
+    public SpyMappedDescribedObjectReference() {}
+}

@@ -1,0 +1,120 @@
+#include "JavaSpyMap.h"
+
+#include "com_talvern_test_gx_sys_SpyMap.h"
+
+#include "IVariantIterator.h"
+#include "JavaSpyVariant.h"
+#include "SpyEntry.h"
+
+bool CJavaSpyMap::create(const CJString& name, int transactionId, int buckets)
+{
+    return m_map.create(name, transactionId, buckets) && attach(m_map.ref());
+}
+
+namespace {
+/// More entries than this no heap can hold: the count went below 0 when keys were removed that a chain
+/// lacked.
+constexpr unsigned int MostEntries = 0x1000000 / sizeof(CSpyVariant);
+
+/// One for each entry; not by the iterator, which ends the process at a key in a chain that is no string.
+std::vector<CSpyVariant> keysOf(const CSpyMap& map)
+{
+    std::vector<CSpyVariant> keys(map.size() <= MostEntries ? map.size() : 0);
+    map.getKeys(keys.data(), static_cast<unsigned>(keys.size()));
+    return keys;
+}
+} // namespace
+
+jobjectArray CJavaSpyMap::keys()
+{
+    const std::vector<CSpyVariant> keys = keysOf(m_map);
+    return areKeys(keys) ? newObjectArray(env(), keys, "java/lang/String") : nullptr;
+}
+
+jobjectArray CJavaSpyMap::elements()
+{
+    std::vector<CSpyVariant> values = keysOf(m_map);
+    if (!areKeys(values))
+        return nullptr;
+    const auto iterator = m_map.elements();
+    for (CSpyVariant& value : values)
+        value = iterator->nextElement();
+    return newObjectArray(env(), values, "java/lang/Object");
+}
+
+namespace {
+template <class Value> jboolean put(JNIEnv* env, const char* function, jobject self, jstring key, Value value)
+{
+    return onSpyEntry<jboolean, CJavaSpyMap>(
+        env, function, self, key, [&](CJavaSpyMap& map, const CJString& name) {
+            return map->put(name, variantOf(env, value, map->ref().heapId()));
+        });
+}
+} // namespace
+
+JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_create(JNIEnv* env, jobject self, jstring name,
+                                                                      jint transactionId, jint buckets)
+{
+    return spyEntry<jboolean>(env, __func__, [&] {
+        // A map without room would end the process: native callers never make one.
+        return buckets > 0 &&
+               CJavaSpyMap(env, self, CSpyMemRef()).create(CJString(env, name), transactionId, buckets);
+    });
+}
+
+#define EXPORT_PUT(Suffix, Value)                                                                            \
+    JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_put__Ljava_lang_String_2##Suffix(         \
+        JNIEnv* env, jobject self, jstring key, Value value)                                                 \
+    {                                                                                                        \
+        return put(env, __func__, self, key, value);                                                         \
+    }
+SPY_VALUE_OVERLOADS(EXPORT_PUT)
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMap_get(JNIEnv* env, jobject self, jstring key)
+{
+    return onSpyEntry<jobject, CJavaSpyMap>(
+        env, __func__, self, key,
+        [&](CJavaSpyMap& map, const CJString& name) { return newObject(env, map->get(name)); });
+}
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMap_remove(JNIEnv* env, jobject self, jstring key)
+{
+    return onSpyEntry<jobject, CJavaSpyMap>(
+        env, __func__, self, key,
+        [&](CJavaSpyMap& map, const CJString& name) { return handOver(env, map->remove(name)); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMap_removeAll(JNIEnv* env, jobject self)
+{
+    onSpyObject<void, CJavaSpyMap>(env, __func__, self, [](CJavaSpyMap& map) { map->removeAll(); });
+}
+
+JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_containsKey(JNIEnv* env, jobject self,
+                                                                           jstring key)
+{
+    return onSpyEntry<jboolean, CJavaSpyMap>(
+        env, __func__, self, key,
+        [](CJavaSpyMap& map, const CJString& name) { return map->containsKey(name); });
+}
+
+JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMap_keys(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jobjectArray, CJavaSpyMap>(env, __func__, self,
+                                                  [](CJavaSpyMap& map) { return map.keys(); });
+}
+
+JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMap_elements(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jobjectArray, CJavaSpyMap>(env, __func__, self,
+                                                  [](CJavaSpyMap& map) { return map.elements(); });
+}
+
+JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyMap_size(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jint, CJavaSpyMap>(env, __func__, self, [](CJavaSpyMap& map) { return map->size(); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMap_free(JNIEnv* env, jobject self)
+{
+    freeSpyObject<CJavaSpyMap>(env, __func__, self);
+}

@@ -1,0 +1,150 @@
+#include "JavaSpyMappedPair.h"
+
+#include "com_talvern_test_gx_sys_SpyMappedPair.h"
+
+#include "JavaSpyVariant.h"
+#include "SpyEntry.h"
+
+CJMappedPair::CJMappedPair(JNIEnv* env)
+    : CJniJObject(env, "com/talvern/test/gx/sys/SpyMappedPair$MappedPair", true)
+{
+}
+
+void CJMappedPair::set(const CSpyVariant& value, int number)
+{
+    CJniJObject::set("value1", CJavaSpyVariant(value).createObject(env()), "java/lang/Object");
+    CJniJObject::set("value2", number);
+}
+
+bool CJavaSpyMappedPair::create(const CJString& name, int transactionId)
+{
+    return m_pair.create(name, transactionId) && attach(m_pair.ref());
+}
+
+void CJavaSpyMappedPair::get(const ITalString& key, CJMappedPair& pair)
+{
+    CSpyVariant value;
+    int number = 0;
+    m_pair.get(key, value, number);
+    pair.set(value, number);
+}
+
+CJMappedPair CJavaSpyMappedPair::getPair(const ITalString& key)
+{
+    CJMappedPair pair(env());
+    get(key, pair);
+    return pair;
+}
+
+/// Every third element from `first` on: 0 the keys, 1 the values.
+std::vector<CSpyVariant> CJavaSpyMappedPair::column(unsigned int first) const
+{
+    std::vector<CSpyVariant> column(m_pair.size());
+    for (unsigned int entry = 0; entry < column.size(); ++entry)
+        column[entry] = m_pair.get(static_cast<int>(3 * entry + first));
+    return column;
+}
+
+jobjectArray CJavaSpyMappedPair::keys()
+{
+    const std::vector<CSpyVariant> keys = column(0);
+    return areKeys(keys) ? newObjectArray(env(), keys, "java/lang/String") : nullptr;
+}
+
+jobjectArray CJavaSpyMappedPair::elements()
+{
+    return newObjectArray(env(), column(1), "java/lang/Object");
+}
+
+namespace {
+template <class Value>
+jboolean put(JNIEnv* env, const char* function, jobject self, jstring key, Value value, jint number)
+{
+    return onSpyEntry<jboolean, CJavaSpyMappedPair>(
+        env, function, self, key, [&](CJavaSpyMappedPair& pair, const CJString& name) {
+            return pair->put(name, variantOf(env, value, pair->ref().heapId()), number);
+        });
+}
+} // namespace
+
+JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_create(JNIEnv* env, jobject self,
+                                                                             jstring name, jint transactionId)
+{
+    return spyEntry<jboolean>(env, __func__, [&] {
+        return CJavaSpyMappedPair(env, self, CSpyMemRef()).create(CJString(env, name), transactionId);
+    });
+}
+
+#define EXPORT_PUT(Suffix, Value)                                                                            \
+    JNIEXPORT jboolean JNICALL                                                                               \
+        Java_com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2##Suffix##I(                      \
+            JNIEnv* env, jobject self, jstring key, Value value, jint number)                                \
+    {                                                                                                        \
+        return put(env, __func__, self, key, value, number);                                                 \
+    }
+SPY_VALUE_OVERLOADS(EXPORT_PUT)
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2(JNIEnv* env,
+                                                                                              jobject self,
+                                                                                              jstring key)
+{
+    return onSpyEntry<jobject, CJavaSpyMappedPair>(
+        env, __func__, self, key,
+        [](CJavaSpyMappedPair& pair, const CJString& name) { return pair.getPair(name); });
+}
+
+JNIEXPORT void JNICALL
+Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2Lcom_talvern_test_gx_sys_SpyMappedPair_00024MappedPair_2(
+    JNIEnv* env, jobject self, jstring key, jobject filled)
+{
+    onSpyEntry<void, CJavaSpyMappedPair>(env, __func__, self, key,
+                                         [&](CJavaSpyMappedPair& pair, const CJString& name) {
+                                             CJMappedPair entry(env, filled);
+                                             pair.get(name, entry);
+                                         });
+}
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_remove(JNIEnv* env, jobject self,
+                                                                            jstring key)
+{
+    return onSpyEntry<jobject, CJavaSpyMappedPair>(
+        env, __func__, self, key,
+        [&](CJavaSpyMappedPair& pair, const CJString& name) { return handOver(env, pair->remove(name)); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_removeAll(JNIEnv* env, jobject self)
+{
+    onSpyObject<void, CJavaSpyMappedPair>(env, __func__, self,
+                                          [](CJavaSpyMappedPair& pair) { pair->removeAll(); });
+}
+
+JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_containsKey(JNIEnv* env, jobject self,
+                                                                                  jstring key)
+{
+    return onSpyEntry<jboolean, CJavaSpyMappedPair>(
+        env, __func__, self, key,
+        [](CJavaSpyMappedPair& pair, const CJString& name) { return pair->containsKey(name); });
+}
+
+JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_keys(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jobjectArray, CJavaSpyMappedPair>(
+        env, __func__, self, [](CJavaSpyMappedPair& pair) { return pair.keys(); });
+}
+
+JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_elements(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jobjectArray, CJavaSpyMappedPair>(
+        env, __func__, self, [](CJavaSpyMappedPair& pair) { return pair.elements(); });
+}
+
+JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_size(JNIEnv* env, jobject self)
+{
+    return onSpyObject<jint, CJavaSpyMappedPair>(env, __func__, self,
+                                                 [](CJavaSpyMappedPair& pair) { return pair->size(); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_free(JNIEnv* env, jobject self)
+{
+    freeSpyObject<CJavaSpyMappedPair>(env, __func__, self);
+}
