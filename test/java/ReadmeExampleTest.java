@@ -1,0 +1,68 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
+import java.io.ByteArrayOutputStream;
+import java.io.PrintStream;
+import java.net.URL;
+import java.net.URLClassLoader;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.concurrent.TimeUnit;
+import java.util.function.BooleanSupplier;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import javax.tools.ToolProvider;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** Compiles and runs the example of the README as it stands there. */
+class ReadmeExampleTest {
+    @TempDir Path folder;
+
+    private void compileExample() throws Exception {
+        String readme = Files.readString(Path.of(System.getProperty("gx.source"), "README.md"));
+        Matcher code = Pattern.compile("```java\n(.*?)```", Pattern.DOTALL).matcher(readme);
+        assertTrue(code.find(), "no example in the README");
+        Path source = Files.writeString(folder.resolve("Example.java"), code.group(1));
+        int result = ToolProvider.getSystemJavaCompiler()
+                .run(null, System.out, System.err, "-cp", System.getProperty("gx.jar"), source.toString());
+        assertEquals(0, result, "the example does not compile");
+    }
+
+    private String outputOfExample() throws Exception {
+        ByteArrayOutputStream output = new ByteArrayOutputStream();
+        PrintStream before = System.out;
+        try (URLClassLoader loader = new URLClassLoader(new URL[] {folder.toUri().toURL()})) {
+            System.setOut(new PrintStream(output, true, StandardCharsets.UTF_8));
+            loader.loadClass("Example").getMethod("main", String[].class).invoke(null, (Object) new String[0]);
+        } finally {
+            System.setOut(before);
+        }
+        return output.toString(StandardCharsets.UTF_8);
+    }
+
+    private static void waitUntil(BooleanSupplier condition) throws InterruptedException {
+        long end = System.nanoTime() + TimeUnit.SECONDS.toNanos(20);
+        while (!condition.getAsBoolean() && System.nanoTime() < end) {
+            Thread.sleep(10);
+        }
+    }
+
+    @Test
+    void itListsAWindowAndTypesIntoIt() throws Exception {
+        compileExample();
+        Path typed = folder.resolve("typed");
+        Process terminal = new ProcessBuilder("xterm", "-T", "A terminal", "-e", "cat > " + typed).inheritIO().start();
+        try {
+            waitUntil(() -> Files.exists(typed) && new NativeTopLevelWindow(0).getOwnedWindows().length == 1);
+            String output = outputOfExample();
+            assertTrue(output.startsWith("XTerm xterm, \"A terminal\", java.awt.Rectangle["), output);
+            waitUntil(() -> typed.toFile().length() > 0);
+            assertEquals("Hello, gxsys!\n", Files.readString(typed));
+        } finally {
+            terminal.destroyForcibly();
+        }
+    }
+}
