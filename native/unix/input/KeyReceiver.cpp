@@ -22,7 +22,7 @@
 using namespace std::chrono_literals;
 
 namespace {
-constexpr auto longPatience = 1s;
+constexpr auto longPatience = 10s;
 constexpr auto shortPatience = 50ms;
 constexpr auto pauseWithoutSign = 5ms;
 constexpr auto pauseBetweenLooks = 100us;
@@ -162,14 +162,14 @@ void CKeyReceiver::findReceiver()
         m_receiver = parentOf(m_receiver);
 }
 
-/// The deepest one.
+/// The deepest one; 0 when it is the root.
 CKeyReceiver::Window CKeyReceiver::windowUnderPointer()
 {
     xcb_connection_t* connection = m_connection.get();
     for (Window window = m_root;;) {
         const auto reply = answer(connection, xcb_query_pointer(connection, window), xcb_query_pointer_reply);
         if (!reply || reply->child == 0)
-            return window;
+            return window == m_root ? 0 : window;
         window = reply->child;
     }
 }
@@ -207,7 +207,7 @@ int CKeyReceiver::localProcessOf(Window window)
 void CKeyReceiver::awaitRead()
 {
     if (usable() && m_focus == 0)
-        return; // the server threw the stroke away
+        return; // nobody received the stroke
     const auto end = Clock::now() + m_patience;
     bool read = false;
     if (usable() && m_receiver != 0)
@@ -234,20 +234,26 @@ bool CKeyReceiver::pingAnswered(Clock::time_point end)
     xcb_send_event(connection, 0, m_receiver, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&ping));
     xcb_flush(connection);
     do {
-        while (const MallocPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection)})
-            if (isAnswer(event.get()))
+        while (const MallocPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+            const auto serial = answeredPing(event.get());
+            if (serial == m_serial)
                 return true;
+            if (serial) // of an earlier stroke: the window is late, but not dead
+                end = Clock::now() + longPatience;
+        }
     } while (waitForInput(end));
     CTracer::debugTrace("Window 0x%x has not answered within the time", m_receiver);
     return false;
 }
 
-bool CKeyReceiver::isAnswer(const void* event) const
+/// The serial of the ping that an event answers.
+std::optional<uint32_t> CKeyReceiver::answeredPing(const void* event) const
 {
     const auto* message = static_cast<const xcb_client_message_event_t*>(event);
-    return (message->response_type & 0x7F) == XCB_CLIENT_MESSAGE && message->type == m_protocols &&
-           message->data.data32[0] == m_ping && message->data.data32[1] == m_serial &&
-           message->data.data32[2] == m_receiver;
+    const bool answer = (message->response_type & 0x7F) == XCB_CLIENT_MESSAGE &&
+                        message->type == m_protocols && message->data.data32[0] == m_ping &&
+                        message->data.data32[2] == m_receiver;
+    return answer ? std::optional(message->data.data32[1]) : std::nullopt;
 }
 
 /// @return false when the time is over or the connection broke

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 struct xcb_connection_t;
 
@@ -23,8 +24,8 @@ public:
 
     /// Notes who receives the next stroke. Call it before the stroke.
     void aim();
-    /// Blocks until the window last aimed at has read the events sent to it. A window that lets a second pass
-    /// without a sign is waited for only briefly from then on, until it gives one.
+    /// Blocks until the window last aimed at has read the events sent to it. A window that lets ten seconds
+    /// pass without a sign is waited for only briefly from then on, until it gives one.
     void awaitRead();
 
 private:
@@ -42,7 +43,7 @@ private:
     bool answersPings(Window window);
     int localProcessOf(Window window);
     bool pingAnswered(Clock::time_point end);
-    bool isAnswer(const void* event) const;
+    std::optional<uint32_t> answeredPing(const void* event) const;
     bool bothAsleep() const;
     bool asleep(Clock::time_point end) const;
     bool waitForInput(Clock::time_point end);
