@@ -171,6 +171,7 @@ private:
     bool type(bool parse) const;
     jobject strokeForm(JNIEnv* env) const;
     jobject textForm(JNIEnv* env) const;
+    jstring javaText(JNIEnv* env) const;
 
     int m_keysym;
     int m_first = 0;

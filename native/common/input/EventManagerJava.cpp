@@ -80,9 +80,9 @@ jobject MouseEvent::toJavaEvent(JNIEnv* env) const
 {
     CLocalFrame frame(env);
     const jobject point = newPoint(env, m_start.m_point.value_or(Point()));
-    const jobject window = newWindow(env, windowClass, m_start.m_window);
-    const jobject topLevel = newWindow(env, topLevelClass, m_start.m_topLevel);
-    if (!point || !window || !topLevel)
+    const jobject window = point ? newWindow(env, windowClass, m_start.m_window) : nullptr;
+    const jobject topLevel = window ? newWindow(env, topLevelClass, m_start.m_topLevel) : nullptr;
+    if (!topLevel)
         return nullptr;
     return frame.leaveWith(
         CJniClass(env, eventClass)
@@ -108,8 +108,8 @@ jobject KeyEvent::toJavaEvent(JNIEnv* env) const
 jobject KeyEvent::strokeForm(JNIEnv* env) const
 {
     const jobject window = newWindow(env, windowClass, m_window);
-    const jobject topLevel = newWindow(env, topLevelClass, m_topLevel);
-    if (!window || !topLevel)
+    const jobject topLevel = window ? newWindow(env, topLevelClass, m_topLevel) : nullptr;
+    if (!topLevel)
         return nullptr;
     return CJniClass(env, eventClass)
         .construct("(IIIIIILcom/talvern/test/gx/sys/graphical/NativeWindow;"
@@ -118,14 +118,20 @@ jobject KeyEvent::strokeForm(JNIEnv* env) const
                    topLevel);
 }
 
+jstring KeyEvent::javaText(JNIEnv* env) const
+{
+    if (!m_wide)
+        return env->NewStringUTF(m_text.c_str());
+    const auto* units = reinterpret_cast<const jchar*>(m_text16.data());
+    return env->NewString(units, static_cast<jsize>(m_text16.size()));
+}
+
 jobject KeyEvent::textForm(JNIEnv* env) const
 {
-    const jobject window = newWindow(env, windowClass, m_window);
-    const jobject topLevel = newWindow(env, topLevelClass, m_topLevel);
-    const jstring text = m_wide ? env->NewString(reinterpret_cast<const jchar*>(m_text16.data()),
-                                                 static_cast<jsize>(m_text16.size()))
-                                : env->NewStringUTF(m_text.c_str());
-    if (!window || !topLevel || !text)
+    const jstring text = javaText(env);
+    const jobject window = text ? newWindow(env, windowClass, m_window) : nullptr;
+    const jobject topLevel = window ? newWindow(env, topLevelClass, m_topLevel) : nullptr;
+    if (!topLevel)
         return nullptr;
     return CJniClass(env, eventClass)
         .construct("(IIILjava/lang/String;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
