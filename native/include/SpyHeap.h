@@ -28,9 +28,7 @@ public:
     const char* message() const { return m_message->c_str(); }
 
 protected:
-    explicit CSpyHeapException(const char* message) : m_message(std::make_shared<const std::string>(message))
-    {
-    }
+    explicit CSpyHeapException(const char* message);
 
 private:
     std::shared_ptr<const std::string> m_message;

@@ -21,21 +21,17 @@ private:
 class CMutexTimeoutException : public CSpyMutexException {
 public:
     using CSpyMutexException::CSpyMutexException;
-    const char* javaExceptionClass() const override
-    {
-        return "com/talvern/test/gx/sys/ApplicationNotRespondingException";
-    }
+    const char* javaExceptionClass() const override;
 };
 
 /// The handle names no mutex.
 class CInvalidMutexException : public CSpyMutexException {
 public:
     using CSpyMutexException::CSpyMutexException;
-    const char* javaExceptionClass() const override
-    {
-        return "com/talvern/test/gx/sys/Mutex$InvalidMutexException";
-    }
+    const char* javaExceptionClass() const override;
 };
+
+class CJString;
 
 /// A recursive mutex between processes. The thread that holds it may take it again, which costs no call of
 /// the system, and has to release it as often. The system releases the mutex of a process that dies, in the
@@ -49,11 +45,19 @@ public:
     /// it.
     /// @param name  of the lock; there is one lock a display, whatever the name
     static CSpyMutex* create(const char* name);
+    /// The mutex that all processes of the display know by `name` (ASCII), made by the first that asks for
+    /// it. The caller deletes it; the mutex itself stays as long as spy memory does. Raises what spy memory
+    /// raises.
+    /// @return null when no semaphore is left
+    static CSpyMutex* named(const char* name);
     /// Makes the exception's Java class pending, with its message.
     static void throwException(JNIEnv* env, const CSpyMutexException& exception);
 
     ~CSpyMutex() override = default;
 
+    /// Finds the mutex of that name or makes it; a null name finds nothing. Raises what spy memory raises.
+    /// @return whether it has a semaphore now
+    virtual bool create(const CJString& name) = 0;
     /// Takes the mutex.
     /// @param timeoutMs  longest wait in milliseconds, of which only whole seconds count: below 1000 it is
     /// tried once;

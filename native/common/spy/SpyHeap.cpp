@@ -112,7 +112,6 @@ try {
             return other;
         pheap = new CSpyHeap(DefaultHeapSize, id);
     }
-    GX_ASSERT(pheap, "pheap != 0");
     // Formatting takes the heap mutex, which must not be waited for under the guard.
     pheap->startUsing();
     return pheap;
@@ -122,10 +121,10 @@ try {
 
 CSpyHeap::CSpyHeap(unsigned int size, HEAPID id)
     : m_id(id), m_size(size),
-      m_pSharedMem(CSharedMemory::create(HeapObjectName, static_cast<int>(id), static_cast<int>(size))),
-      m_area(static_cast<unsigned char*>(m_pSharedMem->area()))
+      m_pSharedMem(CSharedMemory::create(HeapObjectName, static_cast<int>(id), static_cast<int>(size)))
 {
     GX_ASSERT(m_pSharedMem, "m_pSharedMem != 0");
+    m_area = static_cast<unsigned char*>(m_pSharedMem->area());
     if (!m_area)
         throw COutOfSpyMemory();
     GX_ASSERT(!s_pSpyHeap[id].load(), "s_pSpyHeap[heapId] == 0");
@@ -197,13 +196,17 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
     const HEAPID id = base.header()->assignId(transactionId);
     if (id == NoHeap)
         return nullptr;
-    CSpyHeap* pheap = s_pSpyHeap[id].load();
-    if (pheap) {
+    if (CSpyHeap* pheap = s_pSpyHeap[id].load()) {
         GX_ASSERT(!pheap->inUse(), "!pheap->inUse()");
         pheap->init();
-    } else if (!(pheap = attachHeap(id))) {
-        base.header()->clearId(id);
+        return pheap;
     }
+    if (!attachHeap(id)) {
+        base.header()->clearId(id);
+        return nullptr;
+    }
+    CSpyHeap* pheap = s_pSpyHeap[id].load();
+    GX_ASSERT(pheap, "pheap != 0");
     return pheap;
 }
 
@@ -407,12 +410,13 @@ uint32_t CSpyHeap::splitOffEnd(uint32_t offset, uint32_t sizeNewBlock)
 /// Marks a block as allocated, the last step of every allocation.
 CSpyMemRef CSpyHeap::stamp(uint32_t offset)
 {
-    CHeapBlock& taken = block(offset);
+    CHeapBlock* pBlock = blockAt(offset);
+    GX_ASSERT(pBlock, "pBlock != 0");
     const UNIQUEID uid = ++header()->m_lastUid;
-    taken.m_uid = uid;
-    taken.m_next = 0;
+    pBlock->m_uid = uid;
+    pBlock->m_next = 0;
     CHeapChange::step();
-    taken.m_used = 1;
+    pBlock->m_used = 1;
     return CSpyMemRef::of(m_id, offset, uid);
 }
 

@@ -1,6 +1,11 @@
 #include "CTracer.h"
 #include "SpyHeap.h"
 
+CSpyHeapException::CSpyHeapException(const char* message)
+    : m_message(std::make_shared<const std::string>(message))
+{
+}
+
 COutOfSpyMemory::COutOfSpyMemory(const char* text, CSpyHeap* heap)
     : CSpyHeapException(text ? text : "out of Spy Memory")
 {

@@ -81,12 +81,12 @@ template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) co
     CAccess access(heap, failure);
     // Another thread or process may have freed the block while this one waited for the mutex.
     validHeap();
-    unsigned char* pHeapAddress = heap->blockAt(blockId())->payload();
+    const auto* pHeapAddress = heap->header();
     GX_ASSERT(pHeapAddress, "pHeapAddress != 0");
     const unsigned int size = heap->sizeAt(blockId());
     if (size != heap->blockAt(blockId())->m_size)
         throw CHeapCorrupted(failure, heap);
-    copy(pHeapAddress, size);
+    copy(heap->blockAt(blockId())->payload(), size);
     access.end();
 }
 

@@ -92,6 +92,16 @@ CSpyMutexException::CSpyMutexException(const char* message)
     m_message[sizeof m_message - 1] = 0;
 }
 
+const char* CMutexTimeoutException::javaExceptionClass() const
+{
+    return "com/talvern/test/gx/sys/ApplicationNotRespondingException";
+}
+
+const char* CInvalidMutexException::javaExceptionClass() const
+{
+    return "com/talvern/test/gx/sys/Mutex$InvalidMutexException";
+}
+
 CSpyMutex* CSpyMutex::create(const char* name)
 {
     return new CUnixMutex(name);
@@ -154,13 +164,13 @@ void CSpyMutex::throwException(JNIEnv* env, const CSpyMutexException& exception)
     CJniJObject::throwException(env, exception.javaExceptionClass(), exception.message());
 }
 
-CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()) {}
+CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()), m_isHeapLock(true) {}
 
 CUnixMutex::CUnixMutex(JNIEnv* env, jobject mutex) : CSpyMutex(env, mutex), m_handle(getLong("handle")) {}
 
 CUnixMutex::CUnixMutex(const CUnixMutex& other)
-    : CSpyMutex(other), m_handle(other.m_handle), m_count(other.m_count.load()),
-      m_process(other.m_process.load()), m_thread(other.m_thread.load())
+    : CSpyMutex(other), m_handle(other.m_handle), m_isHeapLock(other.m_isHeapLock),
+      m_count(other.m_count.load()), m_process(other.m_process.load()), m_thread(other.m_thread.load())
 {
 }
 
@@ -186,8 +196,8 @@ bool CUnixMutex::isMine() const
 
 bool CUnixMutex::lock(int timeoutMs)
 {
-    // A Java Mutex that was never created must not take the system's first semaphore, whosever that is.
-    return !(isValid() && handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
+    // Without a handle it must not take the system's first semaphore, whosever that is.
+    return (m_isHeapLock || !handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
 }
 
 bool CUnixMutex::acquire(int timeoutMs)

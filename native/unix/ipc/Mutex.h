@@ -2,11 +2,14 @@
 #pragma once
 
 #include "SemaphoreSet.h"
+#include "SpyMemRef.h"
 #include "SpyMutex.h"
 
 #include <array>
 #include <atomic>
 #include <pthread.h>
+
+class ITalString;
 
 /// A short-lived view of one semaphore as a lock: 0 is free, 1 is held. The system undoes what a process that
 /// dies held. Any thread; not recursive.
@@ -48,6 +51,16 @@ public:
     CSemaphoreHandle handle();
     void setHandle(CSemaphoreHandle handle);
 
+    bool create(const CJString& name) override;
+    bool create(const char* name); ///< in ASCII
+    /// The handle that the map of names holds for a name; null when there is none.
+    CSemaphoreHandle find(const ITalString& name);
+    CSemaphoreHandle find(const char* name);
+    /// Stores a handle in the map of names.
+    bool put(const ITalString& name, const CSemaphoreHandle& handle);
+    bool put(const char* name, const CSemaphoreHandle& handle);
+    static CSpyMemRef getMutexMap(JNIEnv* env);
+
     bool acquire(int timeoutMs) override;
     bool release() override;
     void free() override;
@@ -58,10 +71,12 @@ public:
     void update();
 
 private:
+    template <class Name> bool createNamed(const Name& name, const char* shownName);
     bool isMine() const;
     bool lock(int timeoutMs);
 
     CSemaphoreHandle m_handle;
+    bool m_isHeapLock = false; ///< the only mutex whose handle may look like the null handle
     std::atomic<int> m_count = 0;
     std::atomic<pid_t> m_process = 0;
     std::atomic<pthread_t> m_thread = 0;
@@ -75,7 +90,7 @@ public:
 
     CMutexList();
     /// The next one; callers take at most five. Good as long as this list.
-    CUnixMutex& acquire() { return m_mutexes[static_cast<size_t>(m_next++)]; }
+    CUnixMutex& acquire() { return m_mutexes.at(static_cast<size_t>(m_next++)); }
 
 private:
     std::array<CUnixMutex, Size> m_mutexes;

@@ -1,5 +1,6 @@
 #include "ChildProcess.h"
 #include "HeapCheck.h"
+#include "HexExample.h"
 #include "KernelLimit.h"
 #include "SpyMemory.h"
 
@@ -372,6 +373,14 @@ Block Id: 0x000004d0  used
                           repeated("7e7e ", 14) + "\n            " + repeated("7e7e ", 32) +
                           "\n            A dump shows words and characters..." + std::string(28, '~') +
                           "\n            " + std::string(64, '~') + "\n\nBlock Id: 0x00080300  free \n"));
+}
+
+TEST_F(SpyHeapTest, IsStoredAsItsPageShows)
+{
+    CSpyMemRef hello = allocate(5);
+    hello.write("hello", 5);
+    base().registerGlobal(2, hello);
+    expectExample("spy-heap.md", "heap", base().header());
 }
 
 TEST_F(SpyHeapTest, RunsOutOfMemoryWithADumpInTheDirectoryOfTmp)

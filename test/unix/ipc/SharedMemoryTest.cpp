@@ -1,5 +1,9 @@
 #include "ChildProcess.h"
+#include "AsciiName.h"
+#include "HexExample.h"
 #include "KernelLimit.h"
+#include "Mutex.h"
+#include "SpyMap.h"
 #include "Program.h"
 #include "SharedMemoryHeader.h"
 #include "SpyMemory.h"
@@ -221,6 +225,25 @@ void useHeaps()
     CSpyHeap::setDefaultHeapSize(0x2000);
     for (UNIQUEID transaction = 0; transaction < 6; ++transaction)
         CSpyHeap::getHeap(0)->allocate(100, transaction);
+}
+
+/// In a namespace of its own, since keys and ids are those of the first process in it.
+TEST(DISABLED_User, WhoReadsTheExamples)
+{
+    const CDisplay display(":99");
+    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("eventMutex"));
+    expectExample("shared-memory.md", "directory", CSharedMemoryHeader::get());
+    const auto& segment = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
+    expectExample("shared-memory.md", "segment", segment.base());
+    expectExample("mutexes.md", "semaphore-list", CSpyMemory(CAsciiName("%SemaphoreList%")).ref().address());
+    const CSpyVariant handle =
+        CSpyMap(CSpyMemory(CAsciiName("%Mutexes%")).ref()).get(CAsciiName("eventMutex"));
+    expectExample("mutexes.md", "mutex", &handle);
+}
+
+TEST(SharedMemoryTest, IsStoredAsItsPagesShow)
+{
+    EXPECT_EQ(std::pair(0, 0), leftBy("WhoReadsTheExamples"));
 }
 
 TEST(DISABLED_User, Alone)

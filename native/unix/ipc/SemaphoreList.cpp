@@ -1,0 +1,74 @@
+#include "SemaphoreList.h"
+
+#include "AsciiName.h"
+#include "CTracer.h"
+#include "GxAssert.h"
+#include "SpyVariant.h"
+#include "UnixSharedMemory.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+key_t keyOfBaseHeap()
+{
+    return static_cast<const CUnixSharedMemory*>(CSpyHeap::getHeap(0)->sharedMemory())->key();
+}
+} // namespace
+
+CSemaphoreList::CSemaphoreList()
+{
+    const CAsciiName name("%SemaphoreList%");
+    const CSpyHeapLock lock;
+    const CSpyVariant found = locate(name);
+    if (found.isa(CSpyVariant::SpyEmpty)) {
+        make(name);
+    } else {
+        CTracer::debugTrace("Got existing semaphoreList");
+        m_ref = found.ref();
+    }
+    m_pList = &m_list;
+}
+
+void CSemaphoreList::make(const ITalString& name)
+{
+    CTracer::debugTrace("Creating semaphore List");
+    const key_t key = keyOfBaseHeap();
+    CSemaphoreSet set;
+    if (!set.create(key, Semaphores, false)) {
+        std::fill_n(m_list.m_used, Indices, 1);
+        return;
+    }
+    m_list = {static_cast<uint32_t>(key), set.id(), {1}};
+    allocate(sizeof m_list, 0);
+    write(&m_list, sizeof m_list);
+    registerName(name);
+}
+
+CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
+{
+    GX_ASSERT(m_pList, "m_pList != 0");
+    const CSpyHeapLock lock;
+    read(&m_list, sizeof m_list);
+    if (count < 1)
+        return {m_list.m_set, 0};
+    const auto run = std::search_n(std::begin(m_list.m_used), std::end(m_list.m_used), count, 0);
+    if (run == std::end(m_list.m_used))
+        return {};
+    std::fill_n(run, count, uint8_t{1});
+    write(&m_list, sizeof m_list);
+    return {m_list.m_set, static_cast<int32_t>(run - m_list.m_used)};
+}
+
+void CSemaphoreList::freeSemaphore(CSemaphoreHandle handle, int count)
+{
+    GX_ASSERT(m_pList, "m_pList != 0");
+    const CSpyHeapLock lock;
+    read(&m_list, sizeof m_list);
+    for (int64_t index = handle.m_index; index < int64_t{handle.m_index} + count; ++index)
+        if (handle.m_set != m_list.m_set || index < 0 || index >= Indices || m_list.m_used[index] == 0)
+            CTracer::debugTrace("!Error trying to free already free semaphore!");
+        else
+            m_list.m_used[index] = 0;
+    write(&m_list, sizeof m_list);
+}

@@ -1,0 +1,90 @@
+#include "SemaphoreList.h"
+
+#include "ChildProcess.h"
+#include "KernelLimit.h"
+#include "AsciiName.h"
+#include "Mutex.h"
+#include "SpyMap.h"
+#include "UnixSharedMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
+namespace {
+class SemaphoreListTest : public testing::Test {
+protected:
+    void TearDown() override { CSpyHeap::deleteBaseHeap(); }
+};
+
+TEST_F(SemaphoreListTest, GivesAwayTheFirstRunThatIsLongEnough)
+{
+    CSemaphoreList list;
+    const auto at = [&](int index) { return CSemaphoreHandle(list.allocSemaphore(0).m_set, index); };
+    EXPECT_EQ(at(1), list.allocSemaphore(1)) << "index 0 is never given away";
+    EXPECT_EQ(at(2), list.allocSemaphore(1));
+    EXPECT_EQ(at(3), list.allocSemaphore(2));
+    list.freeSemaphore(at(1), 2);
+    EXPECT_EQ(at(5), list.allocSemaphore(3)) << "a gap of two is passed by";
+    EXPECT_EQ(at(1), list.allocSemaphore(2));
+    list.freeSemaphore(at(1), 1);
+    list.freeSemaphore(at(1), 1);
+    list.freeSemaphore({at(0).m_set + 1, 2}, 1);
+    list.freeSemaphore(at(2), 0);
+    list.freeSemaphore(at(2), -1);
+    list.freeSemaphore(at(-5), 3);
+    list.freeSemaphore(at(126), 1000);
+    CSemaphoreList same;
+    EXPECT_EQ(at(1), same.allocSemaphore(1));
+    EXPECT_EQ(at(8), same.allocSemaphore(120));
+    EXPECT_TRUE(list.allocSemaphore(1).isNull()) << "all 128 are given away";
+}
+
+TEST_F(SemaphoreListTest, IsFullWhereTheSystemGrantsNoSemaphores)
+{
+    const auto& base = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
+    CSemaphoreSet(semget(base.key(), 0, 0)).free(); // of an earlier test
+    {
+        const CKernelLimit none("sem", "32000 32000 500 0");
+        EXPECT_TRUE(CSemaphoreList().allocSemaphore(1).isNull());
+        EXPECT_EQ(nullptr, CSpyMutex::named("no semaphore"));
+    }
+    EXPECT_FALSE(CSemaphoreList().allocSemaphore(1).isNull());
+}
+
+TEST_F(SemaphoreListTest, GivesOneNameOneMutexInAllProcesses)
+{
+    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("shared name"));
+    const std::unique_ptr<CSpyMutex> other(CSpyMutex::named("another name"));
+    mutex->acquire(0);
+    CChildProcess child([](CChildProcess&) {
+        const std::unique_ptr<CSpyMutex> same(CSpyMutex::named("shared name"));
+        EXPECT_THROW(same->acquire(0), CMutexTimeoutException);
+        const std::unique_ptr<CSpyMutex> free(CSpyMutex::named("another name"));
+        EXPECT_TRUE(free->acquire(0));
+    });
+    EXPECT_EQ(0, child.join());
+    EXPECT_TRUE(other->acquire(0)) << "its holder has ended";
+    other->release();
+    mutex->release();
+    mutex->free();
+    EXPECT_THROW(mutex->acquire(0), CMutexTimeoutException) << "a mutex without semaphore";
+}
+
+TEST_F(SemaphoreListTest, MakesOneMutexWhenManyProcessesAskAtOnce)
+{
+    CSpyMemory();
+    std::vector<std::unique_ptr<CChildProcess>> children;
+    for (int number = 0; number < 8; ++number)
+        children.push_back(std::make_unique<CChildProcess>([](CChildProcess& parent) {
+            parent.wait();
+            for (int name = 0; name < 20; ++name)
+                EXPECT_TRUE(std::unique_ptr<CSpyMutex>(CSpyMutex::named(std::to_string(name).c_str())));
+        }));
+    for (auto& child : children)
+        child->pass();
+    children.clear();
+    EXPECT_EQ(21, CSemaphoreList().allocSemaphore(1).m_index);
+}
+} // namespace
