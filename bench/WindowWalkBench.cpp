@@ -87,10 +87,7 @@ private:
         while (TopLevelWindow::ownedWindows().size() < topLevels)
             std::this_thread::sleep_for(100ms);
         CWindowTree tree(walkDisplay(), root());
-        tree.read([](auto level) {
-            for (auto& entry : level)
-                entry.descend = true;
-        });
+        tree.read([](Window) { return 0; }, [](CTreeWindow& entry, int) { entry.descend = true; });
         tree.visit(EOrder::bottomFirst, [&](auto& entry) { m_windows.push_back(entry.window); });
     }
 
