@@ -15,3 +15,9 @@ inline void check(bool holds, const char* what, int line)
     std::printf("line %d: not true: %s\n", line, what);
 }
 #define CHECK(condition) check((condition), #condition, __LINE__)
+
+/// For the leak checker: fontconfig, which GTK uses, keeps its configuration to the end of the process.
+extern "C" [[gnu::used, gnu::visibility("default")]] const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig";
+}
