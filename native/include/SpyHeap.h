@@ -186,6 +186,8 @@ public:
     /// the old one.
     /// @return the same reference or the new one
     CSpyMemRef realloc(CSpyMemRef& ref, unsigned int size);
+    /// The first half of that: whether the block could be made to hold that much where it lies.
+    bool growInPlace(const CSpyMemRef& ref, unsigned int size);
     /// Frees a block of this heap; a null reference is let pass. Ends the process when the block is not
     /// allocated or carries another stamp.
     void free(CSpyMemRef ref);

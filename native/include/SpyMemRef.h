@@ -72,6 +72,9 @@ public:
 
     /// Makes the block hold at least `size` bytes; see CSpyHeap::realloc. This reference becomes the result.
     CSpyMemRef realloc(unsigned int size);
+    /// Makes the block hold at least `size` bytes where it lies. @return false when what follows it does not allow
+    /// that
+    bool growInPlace(unsigned int size) const { return validHeap()->growInPlace(*this, size); }
     /// Frees the block; this reference becomes null.
     /// @throws CInvalidSpyMemRef  it was null or stale
     void free();

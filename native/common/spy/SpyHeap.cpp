@@ -618,9 +618,13 @@ void CSpyHeap::link(CHeapBlock& pool, uint32_t offset)
 CSpyMemRef CSpyHeap::realloc(CSpyMemRef& ref, unsigned int size)
 {
     const CLocked locked;
-    if (size <= checked(ref.blockId()).m_size || growInPlace(ref.blockId(), size))
-        return ref;
-    return move(ref, size);
+    return growInPlace(ref, size) ? ref : move(ref, size);
+}
+
+bool CSpyHeap::growInPlace(const CSpyMemRef& ref, unsigned int size)
+{
+    const CLocked locked;
+    return size <= checked(ref.blockId()).m_size || growInPlace(ref.blockId(), size);
 }
 
 bool CSpyHeap::growInPlace(uint32_t offset, uint32_t size)

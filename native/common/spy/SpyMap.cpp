@@ -387,8 +387,10 @@ CSpyVariant CSpyMap::removeFromChain(unsigned int slot, const CSpyMemRef& chainR
     const unsigned int index = indexInChain(chain, key);
     if (index == CSpyVector::NotFound)
         return {};
-    const CSpyVariant value = chain.remove(at(index + 1));
-    CSpyVariant itsKey = chain.remove(at(index));
+    CSpyVariant itsKey = chain.get(at(index));
+    const CSpyVariant value = chain.get(at(index + 1));
+    chain.removeElements(index, 2);
+    chain.update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);
     if (chain.isEmpty()) {
         m_data->set(at(slot), CSpyVariant());

@@ -184,11 +184,11 @@ CSpyVariant CSpyMappedPair::remove(const ITalString& key)
     const unsigned int index = findKey(key);
     if (index == NotFound)
         return {};
-    m_data->remove(at(index + 2));
-    const CSpyVariant value = m_data->remove(at(index + 1));
-    CSpyVariant itsKey = m_data->remove(at(index));
+    CSpyVariant itsKey = m_data->get(at(index));
+    const CSpyVariant value = m_data->get(at(index + 1));
+    m_data->removeElements(index, Fields);
+    m_data->update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);
-    m_data->update();
     m_dirty = true;
     return value;
 }

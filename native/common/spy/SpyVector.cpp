@@ -198,12 +198,20 @@ CSpyVariant CSpyVector::remove(int index)
     const CSpyHeapLock lock;
     const auto slot = static_cast<unsigned>(index);
     const CSpyVariant removed = get(index);
-    if (slot < m_header.m_size) {
-        CSpyVariant* const place = &m_header[slot];
-        std::copy(place + 1, place + (m_header.m_size - slot), place);
-    }
-    resize(m_header.m_size - 1);
+    if (slot < m_header.m_size)
+        removeElements(slot, 1);
+    else
+        resize(m_header.m_size - 1);
     return removed;
+}
+
+void CSpyVector::removeElements(unsigned int first, unsigned int count)
+{
+    const CSpyHeapLock lock;
+    count = std::min(count, m_header.m_size - first);
+    CSpyVariant* const place = &m_header[first];
+    std::copy(place + count, place + (m_header.m_size - first), place);
+    resize(m_header.m_size - count);
 }
 
 void CSpyVector::removeAllElements()
@@ -245,16 +253,29 @@ void CSpyVector::grow(uint64_t newCapacity)
     if (isNull())
         throw CInvalidSpyMemRef(ref());
     GX_ASSERT(newCapacity != 0, "newCapacity != 0");
-    const CSpyVariant empty;
-    const CSpyMemRef before = m_header.m_elements;
-    m_header.m_elements.realloc(bytesFor(newCapacity));
+    const uint32_t bytes = bytesFor(newCapacity);
+    CSpyMemRef outgrown;
+    if (!m_header.m_elements.growInPlace(bytes))
+        outgrown = move(bytes);
     const auto capacity = static_cast<uint32_t>(newCapacity);
+    const CSpyVariant empty;
     m_header.m_elements.write(m_header.m_size * static_cast<uint32_t>(SlotSize), &empty, SlotSize,
                               capacity - m_header.m_size);
     m_header.m_capacity = capacity;
     m_dirty = true;
-    // A moved block leaves the stored header with a dead reference, which a process that dies would leave for
-    // good.
-    if (!(before == m_header.m_elements))
-        update();
+    if (!outgrown)
+        return;
+    // Stored before the old block goes: a process that dies must not leave a header with a dead reference.
+    update();
+    outgrown.free();
+}
+
+/// Copies the elements to a new block of the same transaction. @return the old block
+CSpyMemRef CSpyVector::move(uint32_t bytes)
+{
+    const CSpyMemRef outgrown = m_header.m_elements;
+    CSpyMemRef block = rawAlloc(bytes, CSpyHeap::getTransactionId(outgrown.heapId()));
+    block.write(0, m_header.slots(), m_header.m_size * static_cast<uint32_t>(SlotSize));
+    m_header.m_elements = block;
+    return outgrown;
 }

@@ -92,6 +92,8 @@ public:
     /// share vectors rely on the size to fall with each call.
     /// @return the element, which now is the caller's; empty beyond the end
     CSpyVariant remove(int index);
+    /// Takes `count` elements out from `first` on, which is below the size. They now are the caller's.
+    void removeElements(unsigned int first, unsigned int count);
     /// Empties the vector and frees its strings and decimals. A stale one is traced and left out.
     void removeAllElements();
     /// Empties the vector and leaves alone what the elements refer to.
@@ -99,6 +101,7 @@ public:
 
 private:
     void grow(uint64_t newCapacity);
+    CSpyMemRef move(uint32_t bytes);
     void makeRoomFor(unsigned int more);
     void resize(uint32_t size);
     template <class Value> unsigned int find(const Value& value, int start) const;

@@ -1,0 +1,121 @@
+// What a process leaves that is killed while it changes containers.
+#include "ChildProcess.h"
+#include "SpyName.h"
+#include "StoreCheck.h"
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+namespace {
+using namespace std::chrono_literals;
+
+constexpr int Deaths = 200;
+constexpr int Kept = 15; ///< entries that nobody changes
+
+/// A map, a vector and a mapped pair that processes share.
+struct CShared {
+    CSpyMemRef map, vector, pair;
+
+    CShared()
+    {
+        CSpyMap newMap((CSpyMemRef()));
+        CSpyVector newVector;
+        CSpyMappedPair newPair;
+        newMap.create(CName(""), 0, 4);
+        newVector.create(0, 2, 3);
+        newPair.create(0U);
+        for (int number = 0; number < Kept; ++number) {
+            newMap.put(kept(number), kept(number));
+            newVector.addElement(CSpyVariant(kept(number), 0));
+            newPair.put(kept(number), kept(number), number);
+        }
+        map = newMap.ref();
+        vector = newVector.ref();
+        pair = newPair.ref();
+    }
+    static CName kept(int number) { return CName("kept" + std::to_string(number)); }
+
+    void change(std::mt19937& random) const
+    {
+        const CSpyHeapLock lock;
+        const CName name("key" + std::to_string(random() % 2000));
+        switch (random() % 6) {
+        case 0:
+            removeFromVector();
+            break;
+        case 1:
+        case 2:
+            CSpyVector(vector).addElement(CSpyVariant(name, 0));
+            break;
+        case 3:
+            CSpyMappedPair(pair).put(name, name, 1);
+            break;
+        case 4:
+            CSpyMappedPair(pair).remove(name).free();
+            break;
+        default:
+            CSpyMap(map).put(name, name);
+        }
+    }
+    void removeFromVector() const
+    {
+        CSpyVector itsVector(vector);
+        if (itsVector.size() <= Kept + 5)
+            return;
+        CSpyVariant removed = itsVector.remove(Kept + 5);
+        itsVector.update(); // freed by nobody else, should this process die
+        removed.free();
+    }
+    /// As `change`. An entry that a death left twice is stale when one of the two was removed.
+    void changeAfterDeath(std::mt19937& random) const
+    {
+        try {
+            change(random);
+        } catch (const CInvalidSpyMemRef&) {
+        }
+    }
+    void expectKept() const
+    {
+        const CSpyHeapLock lock;
+        CSpyMap itsMap(map);
+        CSpyVector itsVector(vector);
+        CSpyMappedPair itsPair(pair);
+        for (int number = 0; number < Kept; ++number) {
+            EXPECT_TRUE(itsMap.get(kept(number)) == kept(number)) << number;
+            EXPECT_TRUE(itsVector.get(number) == kept(number)) << number;
+            CSpyVariant value;
+            int itsNumber = -1;
+            itsPair.get(kept(number), value, itsNumber);
+            EXPECT_TRUE(value == kept(number) && itsNumber == number) << number;
+        }
+    }
+};
+
+TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
+{
+    const unsigned seed = std::random_device{}();
+    std::printf("seed: %u\n", seed);
+    std::mt19937 random(seed);
+    CSpyMemory();
+    for (int death = 0; death < Deaths && !testing::Test::HasFailure(); ++death) {
+        const CShared shared;
+        CChildProcess child([&](CChildProcess& parent) {
+            parent.pass();
+            for (;;)
+                shared.change(random);
+        });
+        child.wait();
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 6000));
+        child.die();
+        const auto start = std::chrono::steady_clock::now();
+        shared.expectKept();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+        for (int count = 0; count < 50; ++count)
+            EXPECT_NO_THROW(shared.changeAfterDeath(random));
+        shared.expectKept();
+    }
+    const CSpyHeapLock lock;
+    CReachable().strangers(); // every heap is whole
+}
+} // namespace
