@@ -132,4 +132,7 @@ jstring javaString(JNIEnv* env, const std::u16string& text)
 }
 
 // The JVM handles SIGSEGV on purpose, and the leak checker does not survive walking through its memory.
-extern "C" const char* __asan_default_options() { return "handle_segv=0:detect_leaks=0"; }
+extern "C" [[gnu::visibility("default")]] const char* __asan_default_options()
+{
+    return "handle_segv=0:detect_leaks=0";
+}
