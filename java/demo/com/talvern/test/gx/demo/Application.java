@@ -126,7 +126,7 @@ final class Application {
     /** Asks the program to close its window, as the button in the title bar does, and waits until it has ended. */
     void close() throws Exception {
         window.close();
-        if (!process.waitFor(20, TimeUnit.SECONDS)) {
+        if (!process.waitFor(1, TimeUnit.MINUTES)) {
             throw new AssertionError(name + " still runs after its window was asked to close");
         }
     }

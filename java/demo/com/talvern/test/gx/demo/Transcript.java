@@ -49,7 +49,7 @@ final class Transcript {
         } catch (Exception | AssertionError failure) {
             ++wrong;
             result("\033[1;31m", "WRONG", start, what);
-            (failure.getMessage() == null ? failure.toString() : failure.getMessage()).lines().forEach(this::note);
+            (failure instanceof AssertionError ? failure.getMessage() : failure.toString()).lines().forEach(this::note);
         }
     }
 
