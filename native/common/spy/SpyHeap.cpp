@@ -538,6 +538,8 @@ uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, uint32_t offset, uint32_t size)
 
 bool CSpyHeap::isEmpty()
 {
+    const CLocked locked;
+    CHeapChange(*this).done(); // lists that a dead process left half-changed are rebuilt before they are read
     const CHeapHeader& head = *header();
     const auto isOneWholeBlock = [&](const CHeapBlock& pool) {
         const uint32_t only = nextOf(pool, m_size);

@@ -23,7 +23,8 @@ CSpyNames::CSpyNames() : m_pHeap(CSpyHeap::getHeap(0))
 
 bool CSpyNames::isCurrent() const
 {
-    return !!m_refNames && m_refNames == m_pHeap->global(GlobalSlot);
+    const CSpyHeap* base = CSpyHeap::getHeap(0);
+    return base == m_pHeap && !!m_refNames && m_refNames == base->global(GlobalSlot);
 }
 
 bool CSpyNames::registerName(CSpyVariant& key, const CSpyVariant& value)

@@ -164,13 +164,13 @@ void CSpyMutex::throwException(JNIEnv* env, const CSpyMutexException& exception)
     CJniJObject::throwException(env, exception.javaExceptionClass(), exception.message());
 }
 
-CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()), m_isHeapLock(true) {}
+CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()), m_wasGiven(true) {}
 
 CUnixMutex::CUnixMutex(JNIEnv* env, jobject mutex) : CSpyMutex(env, mutex), m_handle(getLong("handle")) {}
 
 CUnixMutex::CUnixMutex(const CUnixMutex& other)
-    : CSpyMutex(other), m_handle(other.m_handle), m_isHeapLock(other.m_isHeapLock),
-      m_count(other.m_count.load()), m_process(other.m_process.load()), m_thread(other.m_thread.load())
+    : CSpyMutex(other), m_handle(other.m_handle), m_wasGiven(other.m_wasGiven), m_count(other.m_count.load()),
+      m_process(other.m_process.load()), m_thread(other.m_thread.load())
 {
 }
 
@@ -184,6 +184,7 @@ CSemaphoreHandle CUnixMutex::handle()
 void CUnixMutex::setHandle(CSemaphoreHandle handle)
 {
     m_handle = handle;
+    m_wasGiven = !isValid();
     if (isValid())
         set("handle", static_cast<long>(handle.number()));
 }
@@ -197,7 +198,7 @@ bool CUnixMutex::isMine() const
 bool CUnixMutex::lock(int timeoutMs)
 {
     // Without a handle it must not take the system's first semaphore, whosever that is.
-    return (m_isHeapLock || !handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
+    return (m_wasGiven || !handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
 }
 
 bool CUnixMutex::acquire(int timeoutMs)
@@ -241,6 +242,7 @@ void CUnixMutex::free()
 {
     if (!handle().isNull())
         setHandle({});
+    m_wasGiven = false;
 }
 
 bool CUnixMutex::isAcquired()

@@ -40,7 +40,7 @@ class CUnixMutex : public CSpyMutex {
 public:
     /// No semaphore yet.
     CUnixMutex() = default;
-    explicit CUnixMutex(CSemaphoreHandle handle) : m_handle(handle) {}
+    explicit CUnixMutex(CSemaphoreHandle handle) : m_handle(handle), m_wasGiven(true) {}
     /// The lock around the spy heaps of the display in DISPLAY; see CSpyMutex::create. The name is not used.
     explicit CUnixMutex(const char* name);
     /// A view of a Java Mutex, for one call.
@@ -76,7 +76,8 @@ private:
     bool lock(int timeoutMs);
 
     CSemaphoreHandle m_handle;
-    bool m_isHeapLock = false; ///< the only mutex whose handle may look like the null handle
+    bool m_wasGiven =
+        false; ///< by native code: may be the first set of the system, and look like the null handle
     std::atomic<int> m_count = 0;
     std::atomic<pid_t> m_process = 0;
     std::atomic<pthread_t> m_thread = 0;

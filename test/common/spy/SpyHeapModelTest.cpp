@@ -7,10 +7,12 @@
 
 #include <cstdlib>
 #include <random>
+#include <thread>
 
 namespace {
 constexpr int Operations = 400000;
 constexpr int OperationsOfEachProcess = 150000;
+constexpr int OperationsOfEachThread = 50000;
 constexpr int Processes = 4;
 constexpr int BetweenChecks = 400;
 
@@ -112,7 +114,7 @@ private:
     }
     static void check(const CBlock& block)
     {
-        static std::vector<char> read;
+        thread_local std::vector<char> read;
         read.resize(block.size);
         block.ref.read(read.data(), block.size);
         ASSERT_EQ(block.size, static_cast<size_t>(std::count(read.begin(), read.end(), block.fill)));
@@ -163,6 +165,20 @@ TEST(SpyHeapModelTest, AgreesWithAModelOverRandomOperations)
     CModel model(seed(), 300);
     walk(model, Operations, true);
     checkHeaps(&model);
+    EXPECT_EQ(0U, CSpyHeap::getStats().numberUsedBlocks);
+    CSpyHeap::deleteBaseHeap();
+}
+
+TEST(SpyHeapModelTest, AgreesWithTheModelsOfTwoThreadsAtOnce)
+{
+    const auto work = [](unsigned number) {
+        CModel model(seed() + 100 + number, 60);
+        walk(model, OperationsOfEachThread, false);
+    };
+    std::thread other(work, 1);
+    work(2);
+    other.join();
+    checkHeaps(nullptr);
     EXPECT_EQ(0U, CSpyHeap::getStats().numberUsedBlocks);
     CSpyHeap::deleteBaseHeap();
 }
