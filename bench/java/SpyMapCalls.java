@@ -12,12 +12,15 @@ public final class SpyMapCalls {
         return stored;
     }
 
-    public static int putTexts(SpyMap map, String[] keys) {
-        int stored = 0;
+    public static int putAndRemoveTexts(SpyMap map, String[] keys) {
+        int removed = 0;
         for (String key : keys) {
-            stored += map.put(key, "a caption of some thirty letters") ? 1 : 0;
+            map.put(key, "a caption of some thirty letters");
         }
-        return stored;
+        for (String key : keys) {
+            removed += map.remove(key) != null ? 1 : 0;
+        }
+        return removed;
     }
 
     public static int get(SpyMap map, String[] keys) {
