@@ -16,6 +16,7 @@ import com.talvern.test.gx.sys.SpyVector;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeAll;
@@ -42,7 +43,8 @@ class SpyFailureTest {
         long before = Files.exists(trace) ? Files.readAllLines(trace).size() : 0;
         action.run();
         try (Stream<String> lines = Files.lines(trace)) {
-            return lines.skip(before).map(line -> line.replaceFirst(".*,\t", "")).filter(line -> !line.isBlank()).toList();
+            return lines.skip(before).map(line -> line.replaceFirst(".*,\t", ""))
+                    .filter(line -> !line.isBlank()).toList();
         }
     }
 
@@ -118,7 +120,7 @@ class SpyFailureTest {
         SpyMemory block = new SpyMemory();
         block.allocate(null, 40, 0);
         byte[] data = new byte[60];
-        java.util.Arrays.fill(data, (byte) 'a');
+        Arrays.fill(data, (byte) 'a');
         block.write(new byte[40], 0, 40);
         record Row(String why, int offset, int length, boolean written) {}
         for (Row row : List.of(new Row("whole", 0, 40, true), new Row("less the offset it fits", 20, 60, true),
@@ -164,14 +166,14 @@ class SpyFailureTest {
         SpyMappedPair pair = new SpyMappedPair();
         pair.create(null, 0);
         pair.put("key", 1, 2);
-        long elements = SpyValues.bytes(12).put(0, SpyValues.blockAt(SpyValues.handleOf(pair)).read(), 0, 12).getLong(0);
+        byte[] header = SpyValues.blockAt(SpyValues.handleOf(pair)).read();
+        long elements = SpyValues.bytes(8).put(0, header, 0, 8).getLong(0);
         SpyValues.store((SpyVector) SpyValues.rename(new SpyVector(), elements), 0, 4, 5);
         List<String> foreign = traceOf(() -> assertNull(pair.keys()));
         assertTrue(foreign.contains("Error - keys must be strings!!!"), foreign::toString);
         List<String> missing = traceOf(() -> assertFalse(pair.put(null, "text", 1)));
-        assertEquals(List.of("START - com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2Ljava_lang_String_2I",
-                "Error - keys must be strings!!!",
-                "END - com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2Ljava_lang_String_2I"), missing);
+        String name = "com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2Ljava_lang_String_2I";
+        assertEquals(List.of("START - " + name, "Error - keys must be strings!!!", "END - " + name), missing);
         pair.free();
     }
 

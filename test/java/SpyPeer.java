@@ -24,8 +24,9 @@ final class SpyPeer implements AutoCloseable {
 
     /** Starts a JVM that runs the method of this class with the name {@code task}. */
     static SpyPeer start(List<String> options, Map<String, String> environment, String... task) throws IOException {
-        List<String> command = new ArrayList<>(List.of(Path.of(System.getProperty("java.home"), "bin", "java").toString(),
-                "-Xcheck:jni", "-Xmx64m", "-Djava.library.path=" + System.getProperty("java.library.path")));
+        String java = Path.of(System.getProperty("java.home"), "bin", "java").toString();
+        List<String> command = new ArrayList<>(List.of(java, "-Xcheck:jni", "-Xmx64m",
+                "-Djava.library.path=" + System.getProperty("java.library.path")));
         command.addAll(options);
         command.addAll(List.of("-cp", System.getProperty("java.class.path"), SpyPeer.class.getName()));
         command.addAll(List.of(task));

@@ -13,12 +13,12 @@ package com.talvern.test.gx.sys;
  * String title = (String) found.get("title");
  * }</pre>
  *
- * <p>Keys are compared by their 16-bit units. A null key is refused: noted in the trace, and answered by false or null. An
- * object that names nothing yet looks like an empty map to {@link #size}, {@link #keys} and {@link #elements}.
+ * <p>Keys are compared by their 16-bit units. A null key is refused: noted in the trace, and answered by false or
+ * null. An object that names nothing yet looks like an empty map to {@link #size}, {@link #keys} and {@link #elements}.
  *
  * <p>Keys of one length whose units have the same remainders modulo 31 share a bucket, so the map is fast for some
- * thousand keys that differ in length or letters. What is removed frees its string; a string that is replaced is freed as
- * long as its key has the bucket to itself.
+ * thousand keys that differ in length or letters. What is removed frees its string; a string that is replaced is freed
+ * as long as its key has the bucket to itself.
  */
 public class SpyMap extends SpyMemory {
     /** An object that names no map yet. */
@@ -119,7 +119,8 @@ public class SpyMap extends SpyMemory {
      * Stores a value, in place of the one the key had.
      *
      * @param key not null
-     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as nothing
+     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as
+     *     nothing
      * @return false when it was refused
      */
     public native boolean put(String key, SpyMemory value);

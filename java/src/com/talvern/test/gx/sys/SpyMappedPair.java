@@ -131,7 +131,8 @@ public class SpyMappedPair extends SpyMemory {
      * Stores value and number, in place of those the key had.
      *
      * @param key not null
-     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as nothing
+     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as
+     *     nothing
      * @param number a number
      * @return false when it was refused: by one that names nothing, and after {@link #removeAll}
      */
@@ -172,7 +173,9 @@ public class SpyMappedPair extends SpyMemory {
      */
     public native boolean containsKey(String key);
 
-    /** @return all keys, as Strings, oldest first; null when there are none, or native code stored one that is no string */
+    /**
+     * @return all keys, as Strings, oldest first; null when there are none, or native code stored one that is no string
+     */
     public native Object[] keys();
 
     /** @return all values in the order of {@link #keys}; null when there are none */

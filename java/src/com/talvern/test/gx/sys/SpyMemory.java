@@ -1,8 +1,8 @@
 package com.talvern.test.gx.sys;
 
 /**
- * A block of the memory that all processes of an X display share, and the base of the classes that keep vectors, maps and
- * mapped pairs in it.
+ * A block of the memory that all processes of an X display share, and the base of the classes that keep vectors, maps
+ * and mapped pairs in it.
  *
  * <pre>{@code
  * SpyMemory block = new SpyMemory();
@@ -13,11 +13,11 @@ package com.talvern.test.gx.sys;
  * }</pre>
  *
  * <p><b>Handles and ownership.</b> A Java object of these classes owns nothing: it holds the reference ("handle") of an
- * object in shared memory, and any number of Java objects, in any number of processes, may hold the same one. The object
- * in shared memory lives until somebody frees it, drops the heap of its transaction, or the last process of the display
- * ends; the garbage collector frees nothing. A new Java object names nothing until {@code create}, {@link #allocate} or a
- * container gives it a reference. Freeing makes the references that others hold stale; a stale one never names what is
- * allocated later in the same place.
+ * object in shared memory, and any number of Java objects, in any number of processes, may hold the same one. The
+ * object in shared memory lives until somebody frees it, drops the heap of its transaction, or the last process of the
+ * display ends; the garbage collector frees nothing. A new Java object names nothing until {@code create}, {@link
+ * #allocate} or a container gives it a reference. Freeing makes the references that others hold stale; a stale one
+ * never names what is allocated later in the same place.
  *
  * <p><b>Transactions.</b> Whatever is made under a transaction id other than 0 lies in heaps of its own and can be
  * dropped in one step with {@link #free(int)}. Id 0 stands for the common heap of 1 MiB, which grows by further heaps.
@@ -41,9 +41,9 @@ package com.talvern.test.gx.sys;
  * {@code setElementAt} or {@code removeAll} take out of a container is freed as far as it is a string; objects that the
  * container referred to live on and have to be freed by whoever made them.
  *
- * <p><b>Threads, processes and locking.</b> One mutex guards all shared memory of a display. Each method takes it for as
- * long as it runs, so that single calls of any threads and processes never tear each other's work. A change in several
- * steps (read, decide, write) has to hold the mutex itself, and release it whatever happens:
+ * <p><b>Threads, processes and locking.</b> One mutex guards all shared memory of a display. Each method takes it for
+ * as long as it runs, so that single calls of any threads and processes never tear each other's work. A change in
+ * several steps (read, decide, write) has to hold the mutex itself, and release it whatever happens:
  *
  * <pre>{@code
  * map.lock();
@@ -54,8 +54,8 @@ package com.talvern.test.gx.sys;
  * }
  * }</pre>
  *
- * <p>The mutex belongs to the thread that took it and nests. When its process dies the system releases it. A method waits
- * for it up to 10 seconds.
+ * <p>The mutex belongs to the thread that took it and nests. When its process dies the system releases it. A method
+ * waits for it up to 10 seconds.
  *
  * <p><b>Exceptions</b> of all methods of all these classes, unless a method says otherwise:
  *
@@ -72,7 +72,9 @@ public class SpyMemory {
         NativeLibrary.load();
     }
 
-    /** The reference: the block's id in the low half, its stamp in the high half; 0 names nothing. Set by native code. */
+    /**
+     * The reference: the block's id in the low half, its stamp in the high half; 0 names nothing. Set by native code.
+     */
     private long handle;
 
     /** An object that names nothing yet. */
@@ -83,7 +85,7 @@ public class SpyMemory {
      *
      * @param name the name by which other processes find it; null or empty for none. A name that exists is redefined
      * @param size bytes, above 0
-     * @param heap id of the transaction that it belongs to, 0 for none
+     * @param heap the id of the transaction that it belongs to, 0 for none
      * @return false when the size is not above 0
      */
     public native boolean allocate(String name, int size, int heap);

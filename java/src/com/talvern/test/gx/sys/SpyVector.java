@@ -13,8 +13,8 @@ package com.talvern.test.gx.sys;
  * }
  * }</pre>
  *
- * <p>Indices are those of arrays, and a negative one lies beyond every end. An object that names nothing yet looks like an
- * empty vector to the queries.
+ * <p>Indices are those of arrays, and a negative one lies beyond every end. An object that names nothing yet looks
+ * like an empty vector to the queries.
  */
 public class SpyVector extends SpyMemory {
     /** An object that names no vector yet. */
@@ -97,7 +97,8 @@ public class SpyVector extends SpyMemory {
     /**
      * Appends a value.
      *
-     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as nothing
+     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as
+     *     nothing
      */
     public native void addElement(SpyMemory value);
 
@@ -176,7 +177,8 @@ public class SpyVector extends SpyMemory {
     /**
      * Inserts a value before an element; beyond the end nothing is inserted.
      *
-     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as nothing
+     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as
+     *     nothing
      * @param index at most the size
      */
     public native void insertElementAt(SpyMemory value, int index);
@@ -265,7 +267,8 @@ public class SpyVector extends SpyMemory {
     /**
      * Stores a value in an element; a gap up to it is filled with nothing, that is null.
      *
-     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as nothing
+     * @param value an object of shared memory, which stays its maker's; null, or one that names nothing, is stored as
+     *     nothing
      * @param index of the element, which need not be there
      * @return the previous value; null when there was none
      */
@@ -286,8 +289,8 @@ public class SpyVector extends SpyMemory {
     public native Object lastElement();
 
     /**
-     * Finds a value. Numbers are equal when they have one type and value; objects when they are the same in shared memory;
-     * characters, mapped pairs, value objects, decimals and null equal nothing and are never found.
+     * Finds a value. Numbers are equal when they have one type and value; objects when they are the same in shared
+     * memory; characters, mapped pairs, value objects, decimals and null equal nothing and are never found.
      *
      * @param value a box, a String or an object of shared memory
      * @param start index of the first element to look at
@@ -298,7 +301,8 @@ public class SpyVector extends SpyMemory {
     /**
      * Takes an element out; those behind it move up.
      *
-     * @param index of the element. One beyond the end drops the last element of all, unseen and without freeing its string
+     * @param index of the element. One beyond the end drops the last element of all, unseen and without freeing its
+     *     string
      * @return its value; null beyond the end
      */
     public native Object remove(int index);
