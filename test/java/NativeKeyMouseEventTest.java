@@ -1,6 +1,7 @@
 import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvern.test.gx.CoordinateOffScreenException;
 import com.talvern.test.gx.StringNotInCodePageException;
@@ -15,7 +16,11 @@ import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStreamReader;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
+import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 
@@ -124,5 +129,58 @@ class NativeKeyMouseEventTest {
         new ScrollEvent(null, 0, 0, 0, 0).emit();
         assertEquals(0, Event.getNumTaggedEvents() + Event.getNumHookCalls() + Event.getNumHookCallsTagged()
                 + Event.getNumWaits() + Event.getNumTimeouts());
+    }
+
+    /** What {@link #main} does in each of its threads: types a letter ten times in one event, five times. */
+    private static final Pattern WHOLE_EVENTS = Pattern.compile("(?:a{10}|b{10}|c{10}|d{10})*");
+
+    @Test
+    void eventsOfThreadsAndProcessesDoNotMixWhenTheyAreSerialised() throws Exception {
+        Path installation = Files.createTempDirectory("gx-install");
+        Path options = Files.writeString(installation.resolve("marlo.properties"),
+                "talvern.test.gx.script.playback.mouse.allow_multiple_threads=TRUE\n");
+        NativeLowLevelPlayer.nativeSetDelays(0, 0, 0, 0, 0, -1);
+        List<Process> players = new ArrayList<>();
+        try (TextView view = new TextView()) {
+            click(new Point(20, 20), view.window);
+            for (String letters : new String[] {"ab", "cd"}) {
+                ProcessBuilder builder = new ProcessBuilder(
+                        Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-Xcheck:jni",
+                        "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
+                        System.getProperty("java.class.path"), NativeKeyMouseEventTest.class.getName(), letters);
+                builder.environment().put("TALVERN_GX_INSTALL_DIRECTORY", installation.toString());
+                players.add(builder.inheritIO().start());
+            }
+            for (Process player : players) {
+                assertEquals(0, player.waitFor());
+            }
+            String text = view.text();
+            for (int i = 0; i < 200 && text.length() < 200; i++) {
+                Thread.sleep(20);
+                text = view.text();
+            }
+            assertEquals(200, text.length());
+            assertTrue(WHOLE_EVENTS.matcher(text).matches(), text);
+        } finally {
+            players.forEach(Process::destroyForcibly);
+            Files.delete(options);
+            Files.delete(installation);
+        }
+    }
+
+    /** Another player: a thread for each of the letters given. */
+    public static void main(String[] arguments) throws InterruptedException {
+        List<Thread> threads = new ArrayList<>();
+        for (char letter : arguments[0].toCharArray()) {
+            threads.add(new Thread(() -> {
+                for (int i = 0; i < 5; i++) {
+                    NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{" + letter + " 10}");
+                }
+            }));
+        }
+        threads.forEach(Thread::start);
+        for (Thread thread : threads) {
+            thread.join();
+        }
     }
 }

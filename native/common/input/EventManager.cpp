@@ -2,7 +2,9 @@
 
 #include "CTracer.h"
 #include "GxInstallOptions.h"
+#include "SpyMutex.h"
 
+#include <mutex>
 #include <strings.h>
 #include <utility>
 
@@ -33,18 +35,64 @@ void Event::setDelays(int mouseDown, int mouseUp, int mouseMove, int keyDown, in
             delay = value;
 }
 
+namespace {
+constexpr int mutexPatienceMs = 5000;
+
+/// Made by the first event that asks for it, never deleted: its name serves all processes of the display.
+/// @return null while spy memory cannot give one
+CSpyMutex* eventMutex() noexcept
+{
+    static std::mutex s_making;
+    static CSpyMutex* s_mutex = nullptr;
+    const std::lock_guard guard(s_making);
+    try {
+        if (!s_mutex)
+            s_mutex = CSpyMutex::named("eventMutex");
+    } catch (...) {
+        // Spy memory is full, locked or not to be had; its exceptions trace their reason when they are built.
+    }
+    return s_mutex;
+}
+} // namespace
+
 bool Event::event_sync_init()
 {
     static const bool wanted = [] {
         const char* option = GxInstallOptions::GetOption(GxInstallOptions::ALLOW_MULTIPLE_THREADS);
         return option && strcasecmp(option, "true") == 0;
     }();
-    // Serialising takes the named mutex "eventMutex", which this library does not have yet: it belongs here,
-    // and around the whole of an emission.
-    if (wanted)
-        CTracer::debugTrace(
-            "Events of several threads are not serialised yet, although the option asks for it");
+    if (!wanted)
+        return false;
+    if (eventMutex())
+        return true;
+    CTracer::debugTrace("CUnixMutex(eventMutex) returned False. Error!!");
+    s_playbackStatus = PlaybackFailed;
     return false;
+}
+
+bool Event::enterMutex(const char* unserialised)
+{
+    s_playbackStatus = PlaybackDone;
+    if (!event_sync_init()) {
+        CTracer::debugTrace("%s", unserialised);
+        if (s_playbackStatus != PlaybackFailed)
+            return true;
+        CTracer::debugTrace("event_sync_init() : Mutex creation failed!");
+        return false;
+    }
+    try {
+        m_holdsMutex = eventMutex()->acquire(mutexPatienceMs);
+    } catch (const CMutexTimeoutException& timeout) {
+        CTracer::debugTrace("%s", timeout.message());
+    }
+    return true;
+}
+
+void Event::leaveMutex()
+{
+    if (m_holdsMutex)
+        eventMutex()->release();
+    m_holdsMutex = false;
 }
 
 CMouseTarget::CMouseTarget(std::optional<Point> point, const CWindow* window, const TopLevelWindow* topLevel)

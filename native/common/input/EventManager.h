@@ -3,7 +3,9 @@
 ///
 /// Emission goes to the X server through the XTest extension, on g_display and on the calling thread. It
 /// blocks for the delays below and until the server has processed the event. It never throws: the outcome is
-/// Event::s_playbackStatus. The events of two threads interleave, and two threads must not type text at once.
+/// Event::s_playbackStatus. With the install option ALLOW_MULTIPLE_THREADS whole events are serialised across
+/// threads and processes by the named mutex "eventMutex"; without it the events of two threads interleave,
+/// and two threads must not type text at once.
 #pragma once
 
 #include "WindowManager.h"
@@ -48,7 +50,8 @@ extern int g_num_timeouts;
 /// One unit of synthetic input.
 class Event {
 public:
-    virtual ~Event() = default;
+    /// Gives the event mutex back if an emission that stopped early kept it.
+    virtual ~Event() { leaveMutex(); }
     /// Plays the event and leaves the outcome in s_playbackStatus.
     virtual void emit() = 0;
     /// A new local reference to the event's Java form; null when it has none, or when a class or constructor
@@ -71,13 +74,23 @@ protected:
     /// @param time  milliseconds; 0 for an event that is to be played
     Event(int64_t time, int kind) : m_time(time), m_kind(kind) {}
     /// Whether events are serialised across threads and processes. The install option that asks for it is
-    /// read once.
+    /// read once. When it does and there can be no mutex, the answer is false and the status PlaybackFailed.
     static bool event_sync_init();
+    /// Begins an emission: clears the status and takes the event mutex when events are serialised. Blocks for
+    /// 5 seconds at most; when another thread or process keeps the mutex longer, the event is played without
+    /// it.
+    /// @param unserialised  trace line for an event that is played without the mutex
+    /// @return false when the event must not be played
+    bool enterMutex(const char* unserialised);
+    /// Ends an emission; without the mutex it does nothing.
+    void leaveMutex();
 
     int64_t m_time;
     int m_kind;
 
 private:
+    bool m_holdsMutex = false;
+
     static bool isLowLevelPlayback;
 };
 

@@ -220,9 +220,8 @@ std::u16string units(const std::string& text)
 
 void MouseEvent::emit()
 {
-    s_playbackStatus = PlaybackDone;
-    if (!event_sync_init())
-        CTracer::debugTrace("event_sync_init() in MouseEvent::emit returned False!");
+    if (!enterMutex("event_sync_init() in MouseEvent::emit returned False!"))
+        return;
     if (!xTestThere()) {
         s_playbackStatus = PlaybackNoXTest;
         return;
@@ -240,6 +239,7 @@ void MouseEvent::emit()
         switchToXTestKeyboard();
     s_playbackStatus = play(start, end);
     XSync(g_display, False);
+    leaveMutex();
 }
 
 /// A window alone is enough only where nothing moves.
@@ -308,9 +308,8 @@ void MouseEvent::drag(const Point& start, const Point& end, unsigned button, int
 
 void KeyEvent::emit()
 {
-    s_playbackStatus = PlaybackDone;
-    if (!event_sync_init())
-        CTracer::debugTrace("event_sync_init() in KeyEvent::emit returned False!");
+    if (!enterMutex("event_sync_init() in KeyEvent::emit returned False!"))
+        return;
     CTracer::debugTrace("In KeyEvent::emit kind is %d", m_kind);
     if (!xTestThere()) {
         s_playbackStatus = PlaybackNoXTest;
@@ -325,6 +324,7 @@ void KeyEvent::emit()
     CTracer::debugTrace("In KeyEvent::emit got past window checks");
     s_playbackStatus = play();
     XSync(g_display, False);
+    leaveMutex();
 }
 
 /// Raises the top-level window and gives the window the focus.

@@ -3,6 +3,7 @@
 #include "CTracer.h"
 #include "CodeSet.h"
 #include "EventManager.h"
+#include "HotKeyCounter.h"
 #include "GxGlobals.h"
 #include "KeyReceiver.h"
 #include "processkey.h"
@@ -322,6 +323,19 @@ unsigned IsShifted(unsigned long keysym)
     return 0;
 }
 
+namespace {
+/// Tells the players of all processes that the press of a hot key that follows is not the user's.
+void countHotKey(unsigned long keysym) noexcept
+try {
+    if (keysym == static_cast<unsigned long>(g_stophotkey))
+        StopHotKeyCounter().increment();
+    if (keysym == static_cast<unsigned long>(g_pausehotkey))
+        PauseHotKeyCounter().increment();
+} catch (...) {
+    CTracer::debugTrace("The press of hot key 0x%lx could not be counted", keysym);
+}
+} // namespace
+
 void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs)
 {
     const KeyCode key = keyOf(keysym);
@@ -329,8 +343,8 @@ void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs)
         CTracer::debugTrace("The keyboard has no key for keysym 0x%lx", keysym);
         return;
     }
-    // The player's shared counters of synthetic presses belong here, before the press (StopHotKeyCounter and
-    // PauseHotKeyCounter). Until they exist, a player takes the second of the two presses for the user's.
+    if (isPress(action))
+        countHotKey(keysym);
     sendKey(key, isPress(action), delayMs);
     for (const int hotKey : {g_stophotkey, g_pausehotkey}) {
         if (!isPress(action) || keysym != static_cast<unsigned long>(hotKey))

@@ -1,5 +1,6 @@
 // Mouse and key events as a window receives them, and what becomes of those that cannot be played.
 #include "EventManager.h"
+#include "HotKeyCounter.h"
 #include "Program.h"
 
 #include <gtest/gtest.h>
@@ -195,10 +196,18 @@ TEST_F(EventTest, AFailedKeyEventSaysWhy)
 }
 
 // The second press itself stays in the server, for which the key is down already.
-TEST_F(EventTest, TheHotKeysOfThePlayerStayDownForASecondPress)
+TEST_F(EventTest, AHotKeyOfThePlayerIsCountedAndStaysDownForASecondPress)
 {
-    for (const char* key : { "{F11}", "{F12}" }) {
+    StopHotKeyCounter stops;
+    PauseHotKeyCounter pauses;
+    const struct {
+        const char* key;
+        HotKeyCounter& counter;
+    } rows[] = {{"{F11}", stops}, {"{F12}", pauses}};
+    for (const auto& [key, counter] : rows) {
         EXPECT_EQ(PlaybackDone, type(key));
+        EXPECT_EQ(1, counter.getValue());
+        counter.decrement();
         m_window.events();
         EXPECT_GE(m_window.releases().back() - m_window.presses().back(), 95U);
     }
