@@ -28,7 +28,7 @@ void lockAndUnlock(benchmark::State& state)
         Batch);
     semctl(set, 0, IPC_RMID);
 }
-BENCHMARK(lockAndUnlock)->UseManualTime();
+BENCHMARK(lockAndUnlock)->Iterations(300)->UseManualTime();
 
 /// A nested take beside the cheapest call of the system.
 void nestedLockAndUnlock(benchmark::State& state)
@@ -42,5 +42,5 @@ void nestedLockAndUnlock(benchmark::State& state)
         },
         [] { benchmark::DoNotOptimize(getppid()); }, Batch);
 }
-BENCHMARK(nestedLockAndUnlock)->UseManualTime();
+BENCHMARK(nestedLockAndUnlock)->Iterations(300)->UseManualTime();
 } // namespace

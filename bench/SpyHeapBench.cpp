@@ -39,32 +39,28 @@ void* touch(void* memory)
     return memory;
 }
 
-/// Blocks of 1 to 100 bytes with holes between them.
-std::vector<CSpyMemRef> liveBlocks(int count)
+/// Blocks of 1 to 50 bytes in the base heap, with holes between them.
+void fillWith(int count)
 {
     std::mt19937 random(1);
     std::vector<CSpyMemRef> blocks;
-    CSpyHeap& base = *CSpyHeap::getHeap(0);
-    for (int index = 0; index < 2 * count; ++index)
-        blocks.push_back(base.allocate(1 + random() % 100));
-    for (size_t index = 0; index < blocks.size(); ++index)
-        if (index % 2 == 0)
-            CSpyMemRef(blocks[index]).free();
-    return blocks;
+    for (int index = 0; index < count + count / 10; ++index)
+        blocks.push_back(CSpyHeap::getHeap(0)->allocate(1 + random() % 50));
+    for (size_t index = 5; index < blocks.size(); index += 11)
+        blocks[index].free();
 }
 
 void allocateAndFree(benchmark::State& state)
 {
     const auto size = static_cast<unsigned>(state.range(0));
     CSpyMemory();
-    const auto live = liveBlocks(static_cast<int>(state.range(1)));
+    fillWith(static_cast<int>(state.range(1)));
     CBareLock bare;
     compare(
         state,
         [&] {
             const CSpyHeapLock lock;
-            CSpyHeap& heap = *CSpyHeap::getHeap(0);
-            heap.free(heap.allocate(size, 0));
+            CSpyMemory().allocate(size, 0).free();
         },
         [&] {
             bare.take();
@@ -77,22 +73,26 @@ void allocateAndFree(benchmark::State& state)
 BENCHMARK(allocateAndFree)
     ->ArgNames({"bytes", "live"})
     ->ArgsProduct({{32, 1023, 1024, 65536}, {0, 10000}})
+    ->Iterations(300)
     ->UseManualTime();
 
 /// The first fit alone, without any lock on either side.
 void allocateAndFreeUnderOneLock(benchmark::State& state)
 {
     CSpyMemory();
-    const auto live = liveBlocks(static_cast<int>(state.range(1)));
+    fillWith(static_cast<int>(state.range(1)));
     const auto size = static_cast<unsigned>(state.range(0));
-    const CSpyHeapLock lock;
-    CSpyHeap& heap = *CSpyHeap::getHeap(0);
+    CSpyMemory::lockHeap(0);
     compare(
-        state, [&] { heap.free(heap.allocate(size)); }, [&] { std::free(touch(std::malloc(size))); }, Batch);
+        state, [&] { CSpyMemory().allocate(size, 0).free(); }, [&] { std::free(touch(std::malloc(size))); },
+        Batch);
+    CSpyMemory::unlockHeap();
+    CSpyHeap::deleteBaseHeap();
 }
 BENCHMARK(allocateAndFreeUnderOneLock)
     ->ArgNames({"bytes", "live"})
     ->ArgsProduct({{32, 1024}, {0, 10000}})
+    ->Iterations(300)
     ->UseManualTime();
 
 void read(benchmark::State& state)
@@ -113,5 +113,11 @@ void read(benchmark::State& state)
         });
     ref.free();
 }
-BENCHMARK(read)->ArgName("bytes")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseManualTime();
+BENCHMARK(read)
+    ->ArgName("bytes")
+    ->Arg(64)
+    ->Arg(4096)
+    ->Arg(2 * 523656 - 1) // the largest block, close to 1 MiB
+    ->Iterations(300)
+    ->UseManualTime();
 } // namespace

@@ -14,6 +14,16 @@
 namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
 
+std::atomic_ref<char> firstByte(const char* name)
+{
+    return std::atomic_ref<char>(const_cast<char&>(*name));
+}
+
+bool isFree(const char* name)
+{
+    return firstByte(name).load(std::memory_order_acquire) == 0;
+}
+
 CSharedMemoryHeader* attachDirectory()
 {
     // Never destroyed: the directory has to stay attached for the life of the process, or the next process
@@ -58,7 +68,11 @@ CSharedMemoryHeader* CSharedMemoryHeader::get()
 void CSharedMemoryHeader::init()
 {
     m_layout.m_nextKey = s_headerKey + 1;
-    std::memset(m_layout.m_keys, 0xFF, sizeof m_layout.m_keys);
+    for (auto& entry : m_layout.m_keys) {
+        entry.m_key = NotFound;
+        entry.m_nameIndex = NotFound;
+        entry.m_blockIndex = NotFound;
+    }
     for (auto& name : m_layout.m_names)
         name[0] = 0;
 }
@@ -86,7 +100,7 @@ uint32_t CSharedMemoryHeader::find(const char* name) const
 {
     const auto slot =
         std::find_if(std::begin(m_layout.m_names), std::end(m_layout.m_names), [&](const auto& stored) {
-            return stored[0] != 0 && std::strncmp(stored, name, sizeof stored) == 0;
+            return !isFree(stored) && std::strncmp(stored, name, sizeof stored) == 0;
         });
     return slot == std::end(m_layout.m_names) ? NotFound : static_cast<uint32_t>(slot - m_layout.m_names);
 }
@@ -94,15 +108,14 @@ uint32_t CSharedMemoryHeader::find(const char* name) const
 uint32_t CSharedMemoryHeader::add(const char* name)
 {
     const auto slot = std::find_if(std::begin(m_layout.m_names), std::end(m_layout.m_names),
-                                   [](const auto& stored) { return stored[0] == 0; });
+                                   [](const auto& stored) { return isFree(stored); });
     if (slot == std::end(m_layout.m_names) || name[0] == 0)
         return NotFound;
     const size_t length = strnlen(name, sizeof *slot - 1);
     std::memcpy(*slot + 1, name + 1, length - 1);
     (*slot)[length] = 0;
     // The first byte makes the slot count: it is written last, for readers without a lock.
-    std::atomic_thread_fence(std::memory_order_release);
-    (*slot)[0] = name[0];
+    firstByte(*slot).store(name[0], std::memory_order_release);
     return static_cast<uint32_t>(slot - m_layout.m_names);
 }
 
@@ -112,7 +125,7 @@ uint32_t CSharedMemoryHeader::get(uint32_t nameIndex, uint32_t blockIndex) const
         std::find_if(std::begin(m_layout.m_keys), std::end(m_layout.m_keys), [&](const CEntry& each) {
             return each.m_key != NotFound && each.m_nameIndex == nameIndex && each.m_blockIndex == blockIndex;
         });
-    return entry == std::end(m_layout.m_keys) ? NotFound : entry->m_key;
+    return entry == std::end(m_layout.m_keys) ? NotFound : entry->m_key.load();
 }
 
 uint32_t CSharedMemoryHeader::addKey(uint32_t nameIndex, uint32_t blockIndex, uint32_t key)
@@ -124,8 +137,7 @@ uint32_t CSharedMemoryHeader::addKey(uint32_t nameIndex, uint32_t blockIndex, ui
     entry->m_nameIndex = nameIndex;
     entry->m_blockIndex = blockIndex;
     // The key makes the entry count: it is written last, for readers without a lock.
-    std::atomic_thread_fence(std::memory_order_release);
-    entry->m_key = key;
+    entry->m_key.store(key, std::memory_order_release);
     return static_cast<uint32_t>(entry - m_layout.m_keys);
 }
 
@@ -133,7 +145,7 @@ void CSharedMemoryHeader::dump(FILE* out) const
 {
     for (const CEntry& entry : m_layout.m_keys)
         if (entry.m_key != NotFound)
-            std::fprintf(out, "Key=0x%04x [%s] blockIndex =%d\n ", entry.m_key,
+            std::fprintf(out, "Key=0x%04x [%s] blockIndex =%d\n ", entry.m_key.load(),
                          entry.m_nameIndex < Names ? m_layout.m_names[entry.m_nameIndex] : "",
                          static_cast<int>(entry.m_blockIndex));
 }

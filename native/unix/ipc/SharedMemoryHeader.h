@@ -2,6 +2,7 @@
 /// doc/shared-memory.md.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -24,8 +25,8 @@ public:
     static constexpr unsigned int Names = 16;
 
     struct CEntry {
-        uint32_t m_key;       ///< NotFound: the entry is free
-        uint32_t m_nameIndex; ///< slot in the name table
+        std::atomic<uint32_t> m_key; ///< NotFound: the entry is free
+        uint32_t m_nameIndex;        ///< slot in the name table
         uint32_t m_blockIndex;
     };
     struct CLayout {
