@@ -259,21 +259,33 @@ public:
         if (!m_map || m_width == 0)
             return;
         AdjustModifiers(0);
-        const KeySym saved = *m_map;
-        write(unicodeKeysyms + character);
+        const KeySym saved[] = {m_map.get()[0], m_map.get()[m_width > 1]};
+        const KeySym keysym = keysymOf(character);
+        write(keysym, keysym);
         m_receiver.aim();
         sendKey(key(), true, g_delayKeyDown);
         sendKey(key(), false, g_delayKeyUp);
         m_receiver.awaitRead();
-        write(saved);
+        write(saved[0], saved[1]);
     }
 
 private:
-    KeyCode key() const { return static_cast<KeyCode>(m_lowest); }
-    /// Gives the key a keysym. The highest key is left out: it keeps what it has.
-    void write(KeySym keysym)
+    /// The characters of Latin-1 are their own keysyms. Xlib takes the Unicode keysym of one of them for a
+    /// byte of Latin-1, whatever the locale: in UTF-8, xterm and Motif programs would read a malformed
+    /// character.
+    static KeySym keysymOf(char32_t character)
     {
-        *m_map = keysym;
+        const bool latin1 =
+            (character >= 0x20 && character < 0x7F) || (character >= 0xA0 && character < 0x100);
+        return latin1 ? character : unicodeKeysyms + character;
+    }
+    KeyCode key() const { return static_cast<KeyCode>(m_lowest); }
+    /// Gives the key a keysym without and with Shift. A capital alone would do for both: the server reads it
+    /// as the small letter and, with Shift, the capital. The highest key is left out: it keeps what it has.
+    void write(KeySym plain, KeySym shifted)
+    {
+        m_map.get()[m_width > 1] = shifted;
+        m_map.get()[0] = plain;
         XChangeKeyboardMapping(g_display, m_lowest, m_width, m_map.get(), m_highest - m_lowest);
         XSync(g_display, False);
         dropMappingEvents();

@@ -57,7 +57,9 @@ TEST_P(TypingTest, CharactersThatNoKeyHasAllArriveWithAnyDelaysOnAnIdleAndOnABus
     for (const auto& row : rows) {
         const BusyMachine busy(row.busy);
         const CKeyDelays delays(row.down, row.up);
-        const std::u16string text = chinese(characters());
+        const std::u16string text =
+            u"\u00A1Gr\u00FC\u00DFe, \u00C5ngstr\u00F6m \u00BD\u00B5\u00B1\u00B0\u00DE " +
+            chinese(characters());
         const auto start = std::chrono::steady_clock::now();
         program->type(text);
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -166,9 +168,9 @@ TEST(LayoutTest, ComposeTypesLatin1WhereTheKeyboardHasTheKey)
         int result;
         const char* events;
     } rows[] = {
-        { "us", 0xE9, 0, "" },
-        { "us -option compose:menu", 0xE9, 1, "+Multi_key -Multi_key +e -e +apostrophe -apostrophe" },
-        { "us -option compose:menu", 'a', 0, "" },
+        {"us", 0xE9, 0, ""},
+        {"us -option compose:menu", 0xE9, 1, "+Multi_key -Multi_key +e -e +apostrophe -apostrophe"},
+        {"us -option compose:menu", 'a', 0, ""},
     };
     for (const auto& row : rows) {
         useLayout(row.layout);
