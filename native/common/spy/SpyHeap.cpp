@@ -35,6 +35,23 @@ public:
     CLocked& operator=(const CLocked&) = delete;
 };
 
+/// One step along a chain of overflow heaps, which a damaged one may lead round in a circle.
+class CChainLink {
+public:
+    CChainLink()
+    {
+        if (s_depth > MaxHeap)
+            throw CHeapCorrupted("!!Spy Heap corrupted!! The overflow heaps are a circle");
+        ++s_depth;
+    }
+    ~CChainLink() { --s_depth; }
+    CChainLink(const CChainLink&) = delete;
+    CChainLink& operator=(const CChainLink&) = delete;
+
+private:
+    static inline thread_local HEAPID s_depth = 0;
+};
+
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {
     char text[128];
@@ -461,6 +478,7 @@ CSpyMemRef CSpyHeap::allocateHere(uint32_t size)
 
 CSpyMemRef CSpyHeap::allocateInOverflow(uint32_t size)
 try {
+    const CChainLink link;
     CSpyHeap* heap = overflowHeap();
     return heap ? heap->allocate(size) : CSpyMemRef();
 } catch (const COutOfSpyMemory&) {
@@ -475,8 +493,8 @@ try {
     if (size / 2 >= header()->m_poolBlockSize || size >= LargestPossibleBlock)
         return {};
     CSpyHeap* heap = overflowHeap();
-    while (heap && !heap->isEmpty())
-        heap = heap->overflowHeap();
+    for (HEAPID passed = 0; heap && !heap->isEmpty(); ++passed)
+        heap = passed < MaxHeap ? heap->overflowHeap() : nullptr;
     return heap ? heap->allocateEntireHeap() : CSpyMemRef();
 } catch (...) {
     CTracer::debugTrace("Exception in CSpyHeap::allocate trying to allocate overflow heap");

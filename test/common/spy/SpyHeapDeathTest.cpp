@@ -132,6 +132,68 @@ TEST(SpyHeapDeathTest, LeavesAWholeHeapWhereverAProcessIsKilled)
     CSpyHeap::deleteBaseHeap();
 }
 
+/// Everything that reads or changes a heap. @return whether damage was reported
+bool useDamaged(CSpyHeap& heap, std::vector<CSpyMemRef>& refs, std::mt19937& random)
+{
+    const std::function<void()> uses[] = {
+        [&] { heap.allocate(1 + random() % 3000); },
+        [&] { refs.at(random() % refs.size()).realloc(1 + random() % 3000); },
+        [&] { refs.at(random() % refs.size()).write('w', 4000); },
+        [&] { CSpyMemRef(refs.at(random() % refs.size())).free(); },
+        [&] { CSpyHeap::getStats(); },
+        [&] { heap.dump("/dev/null", false); },
+        [&] { heap.isEmpty(); },
+    };
+    bool reported = false;
+    for (int count = 0; count < 30; ++count)
+        try {
+            uses[random() % std::size(uses)]();
+        } catch (const CHeapCorrupted&) {
+            reported = true;
+        } catch (const CSpyHeapException&) {
+        } catch (const CInvalidSpyMemRef&) {
+        }
+    CSpyMemory::free(Transaction);
+    return reported;
+}
+
+TEST(SpyHeapDeathTest, ReportsDamagedBytesAndNeverLeavesTheHeapOrTheTime)
+{
+    constexpr int Rounds = 200;
+    setenv("TMP", getenv("HOME"), 1);
+    std::mt19937 random(std::random_device{}());
+    int ended = 0, reported = 0;
+    for (int round = 0; round < Rounds && !testing::Test::HasFailure(); ++round) {
+        const unsigned seed = random();
+        CSpyHeap* heap = nullptr;
+        std::vector<CSpyMemRef> refs = prepare(heap);
+        CChildProcess child([&](CChildProcess& parent) {
+            alarm(5);
+            std::mt19937 own(seed);
+            auto* area = reinterpret_cast<unsigned char*>(heap->header());
+            for (int flips = 1 + static_cast<int>(own() % 4); flips > 0; --flips) {
+                const uint32_t at =
+                    own() % 2 ? 1188 + own() % 44 : refs[own() % refs.size()].blockId() + own() % 16;
+                area[at] ^= static_cast<unsigned char>(1U << own() % 8);
+            }
+            if (!freopen("/dev/null", "w", stderr) || useDamaged(*heap, refs, own))
+                parent.pass();
+        });
+        const int status = child.join();
+        // The assertion of a free that would free somebody else's block ends the process on purpose.
+        EXPECT_TRUE(status == 0 || status == 128 + SIGABRT) << "status " << status << ", seed " << seed;
+        ended += status != 0;
+        reported += child.wait(std::chrono::milliseconds(0));
+        CSpyMemory::free(Transaction);
+    }
+    std::printf("%d processes: %d reported damage, %d were ended by an assertion\n", Rounds, reported, ended);
+    EXPECT_GT(reported, Rounds / 10);
+    EXPECT_LT(ended, Rounds / 4);
+    unsetenv("TMP");
+    CSpyHeap::setDefaultHeapSize(0x100000);
+    CSpyHeap::deleteBaseHeap();
+}
+
 void workForever(unsigned seed)
 {
     std::mt19937 random(seed);
