@@ -62,7 +62,7 @@ CSpyNames* CSpyMemory::names()
     const CSpyHeapLock lock;
     known = m_pNames.load(std::memory_order_acquire);
     if (!known || !known->isCurrent())
-        m_pNames.store(known = new CSpyNames, std::memory_order_release);
+        delete m_pNames.exchange(known = new CSpyNames, std::memory_order_acq_rel);
     return known;
 }
 

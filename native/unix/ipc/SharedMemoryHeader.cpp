@@ -28,9 +28,8 @@ CSharedMemoryHeader* attachDirectory()
 {
     // Never destroyed: the directory has to stay attached for the life of the process, or the next process
     // would take it for an abandoned one and hand the same keys out again.
-    auto* segment = new CUnixSharedMemory;
+    static CUnixSharedMemory* const segment = new CUnixSharedMemory;
     if (!segment->attach(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader))) {
-        delete segment;
         CTracer::debugTrace("U.S.E. - key in use for header");
         return nullptr;
     }
