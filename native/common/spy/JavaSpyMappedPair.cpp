@@ -36,12 +36,13 @@ CJMappedPair CJavaSpyMappedPair::getPair(const ITalString& key)
     return pair;
 }
 
-/// Every third element from `first` on: 0 the keys, 1 the values.
+/// Every third element from `first` on: 0 the keys, 1 the values. A size that is damaged raises with the
+/// first element: nothing is reserved for it.
 std::vector<CSpyVariant> CJavaSpyMappedPair::column(unsigned int first) const
 {
-    std::vector<CSpyVariant> column(m_pair.size());
-    for (unsigned int entry = 0; entry < column.size(); ++entry)
-        column[entry] = m_pair.get(static_cast<int>(3 * entry + first));
+    std::vector<CSpyVariant> column;
+    for (unsigned int entry = 0; entry < m_pair.size(); ++entry)
+        column.push_back(m_pair.get(static_cast<int>(3 * entry + first)));
     return column;
 }
 

@@ -252,6 +252,7 @@ void CSpyVector::grow(uint64_t newCapacity)
         newCapacity = uint64_t{m_header.m_capacity} + m_header.m_increment;
     if (isNull())
         throw CInvalidSpyMemRef(ref());
+    m_header.m_elements.isValid(); // what another process damaged is refused, not asserted
     GX_ASSERT(newCapacity != 0, "newCapacity != 0");
     const uint32_t bytes = bytesFor(newCapacity);
     CSpyMemRef outgrown;
