@@ -13,8 +13,9 @@ import java.util.List;
 
 /**
  * Drives a Motif editor, a GTK 3 editor and a terminal through the native layer, as a test engine does, and compares
- * what they wrote to disk with what was typed. Arguments: a directory for the programs' files, one for the screenshots,
- * and the name of the keyboard map, which is only shown.
+ * what they wrote to disk with what was typed; then shares a map with two other processes. Arguments: a directory for
+ * the programs' files, one for the screenshots, the name of the keyboard map, which is only shown, and the path of the
+ * C++ program that shares the map.
  */
 public final class Demo {
     private static final String LETTER = """
@@ -50,6 +51,7 @@ public final class Demo {
             transcript.heading(String.format("Display %s, %d x %d pixels, keyboard map %s", System.getenv("DISPLAY"),
                 screen.width, screen.height, arguments[2].isEmpty() ? "as it is" : arguments[2]));
             new Demo(transcript, Path.of(arguments[0]), pictures).play();
+            new Sharing(transcript, arguments[3]).play();
             System.exit(transcript.summary() ? 0 : 1);
         }
     }
