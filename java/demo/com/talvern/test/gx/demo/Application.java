@@ -78,6 +78,12 @@ final class Application {
         awaitWindowManager();
     }
 
+    /** Moves the pointer to a place of the text area and stays there for so many milliseconds. */
+    void hover(int x, int y, int milliseconds) {
+        NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), textArea().getHandle(), 0, null, 0, 0, 0, milliseconds,
+            NativeKeyMouseEvent.HOVER, 1);
+    }
+
     /** Drags with the left button from one place of the text area to another. */
     void drag(Point from, Point to) throws Exception {
         final long area = textArea().getHandle();
@@ -95,11 +101,12 @@ final class Application {
     }
 
     /**
-     * Waits until the window manager has let a click through. It holds clicks back to see whether they focus or raise a
-     * window, and keys that are typed meanwhile overtake them. It answers in order: once it has moved the window by a
-     * pixel, as it is asked here, the click is on its way.
+     * Waits until the window manager has done what it was asked to do before. It restores and raises windows in its own
+     * time, and it holds clicks back to see whether they focus or raise a window: what is clicked or typed meanwhile
+     * overtakes it. It answers in order: once it has moved the window by a pixel, as it is asked here, it has done the
+     * rest.
      */
-    private void awaitWindowManager() throws Exception {
+    void awaitWindowManager() throws Exception {
         final Rectangle place = Desktop.frameOf(window).nativeGetRectangle();
         moveFrame(place.x + 1, place.y);
         moveFrame(place.x, place.y);

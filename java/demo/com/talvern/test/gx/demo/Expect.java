@@ -51,9 +51,17 @@ final class Expect {
         while (!Arrays.equals(expected, found)) {
             final byte[] before = found;
             if (!within(UNCHANGED_MS, () -> !Arrays.equals(before, bytesOf(file)))) {
-                throw new AssertionError(difference(file, expected, found));
+                throw new AssertionError(difference(file.getFileName().toString(), expected, found));
             }
             found = bytesOf(file);
+        }
+    }
+
+    /** Compares two texts at once, and shows the first difference. */
+    static void same(String what, String expected, String actual) {
+        if (!expected.equals(actual)) {
+            throw new AssertionError(difference(what, expected.getBytes(StandardCharsets.UTF_8),
+                actual.getBytes(StandardCharsets.UTF_8)));
         }
     }
 
@@ -83,10 +91,10 @@ final class Expect {
         return new String(bytesOf(file), StandardCharsets.UTF_8);
     }
 
-    private static String difference(Path file, byte[] expected, byte[] found) {
+    private static String difference(String what, byte[] expected, byte[] found) {
         final int at = Arrays.mismatch(expected, found);
         return String.format("%s: %d bytes, expected %d; they differ at byte %d%n  expected ...%s%n  found    ...%s",
-            file.getFileName(), found.length, expected.length, at, around(expected, at), around(found, at));
+            what, found.length, expected.length, at, around(expected, at), around(found, at));
     }
 
     private static String around(byte[] bytes, int at) {
