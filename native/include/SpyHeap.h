@@ -246,6 +246,7 @@ private:
 
     void startUsing();
     void init();
+    void revokeReferences();
     void format();
     void repair();
     bool drop();

@@ -1,5 +1,7 @@
 #include "ChildProcess.h"
 
+#include "ThrownText.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -42,10 +44,8 @@ void CChildProcess::beChild(const std::function<void(CChildProcess&)>& body, pid
     signal(SIGPIPE, SIG_IGN);
     try {
         body(*this);
-    } catch (const std::exception& e) {
-        ADD_FAILURE() << "child: " << e.what();
     } catch (...) {
-        ADD_FAILURE() << "child: an exception that is not a std::exception";
+        ADD_FAILURE() << "child: " << thrownText();
     }
     std::fflush(nullptr);
     _exit(testing::Test::HasFailure() ? 1 : 0);

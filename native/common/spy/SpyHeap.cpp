@@ -183,10 +183,21 @@ void CSpyHeap::init()
 {
     if (m_id != 0)
         lock(0);
+    revokeReferences();
     format();
     m_inUse.store(true, std::memory_order_release);
     if (m_id != 0)
         unlock();
+}
+
+/// Formatting leaves old block headers where they are, of a heap that is dropped or one whose processes were
+/// all killed: without their stamps no reference that others still store is taken for valid.
+void CSpyHeap::revokeReferences()
+{
+    if (header()->m_poolBlockSize == 0)
+        return; // never formatted: its pages need not be touched
+    if (!forEachBlock([](uint32_t, CHeapBlock& each) { each.m_uid = 0; }))
+        std::fill_n(m_area + FirstBlock, m_size - FirstBlock, 0);
 }
 
 void CSpyHeap::format()
@@ -283,8 +294,6 @@ bool CSpyHeap::drop()
         if (CSpyHeap* heap = getHeap(overflow))
             heap->free();
     }
-    // Formatting leaves the old headers where they are: without their stamps no reference is taken for valid.
-    forEachBlock([](uint32_t, CHeapBlock& each) { each.m_uid = 0; });
     init();
     getHeap(0)->header()->clearId(m_id);
     m_inUse.store(false, std::memory_order_release);

@@ -11,7 +11,29 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int Deaths = 200;
-constexpr int Kept = 15; ///< entries that nobody changes
+constexpr int Kept = 15;  ///< entries that nobody changes
+constexpr int Heaps = 32; ///< far more than all deaths together fill
+constexpr unsigned HeapSize = 0x100000;
+
+/// Begins a store whose overflow heaps this process has attached: a heap that only the killed process had
+/// would go with it.
+void beginStore(int overflowHeaps)
+{
+    CSpyHeap::setDefaultHeapSize(HeapSize);
+    CSpyHeap::deleteBaseHeap();
+    const CSpyHeapLock lock;
+    CSpyHeap* heap = CSpyHeap::getHeap(0);
+    for (int count = 0; count < overflowHeaps; ++count)
+        heap = heap->overflowHeap();
+}
+
+/// Until even the smallest block comes from an overflow heap.
+void fillBaseHeap()
+{
+    for (const unsigned size : {500, 1})
+        while (CSpyMemRef(size, 0).heapId() == 0)
+            continue;
+}
 
 /// A map, a vector and a mapped pair that processes share.
 struct CShared {
@@ -97,7 +119,7 @@ TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
     const unsigned seed = std::random_device{}();
     std::printf("seed: %u\n", seed);
     std::mt19937 random(seed);
-    CSpyMemory();
+    beginStore(Heaps);
     for (int death = 0; death < Deaths && !testing::Test::HasFailure(); ++death) {
         const CShared shared;
         CChildProcess child([&](CChildProcess& parent) {
@@ -116,6 +138,29 @@ TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
         shared.expectKept();
     }
     const CSpyHeapLock lock;
+    CReachable().strangers(); // every heap is whole
+}
+
+TEST(SpyContainerDeathTest, ReportsAsGoneWhatLayInAHeapThatOnlyTheDeadHad)
+{
+    beginStore(0);
+    CSpyMappedPair pair;
+    pair.create(0U);
+    CChildProcess child([&](CChildProcess& parent) {
+        fillBaseHeap();
+        EXPECT_TRUE(CSpyMappedPair(pair.ref()).put(CName("key"), CName("value"), 1));
+        parent.pass();
+        parent.wait();
+    });
+    ASSERT_TRUE(child.wait());
+    child.die();
+    const CSpyHeapLock lock;
+    CSpyMappedPair itsPair(pair.ref());
+    EXPECT_THROW(itsPair.containsKey(CName("key")), CInvalidSpyMemRef);
+    for (int count = 0; count < 100; ++count)
+        fillBaseHeap(); // goes to the heap that was made anew
+    EXPECT_THROW(itsPair.containsKey(CName("key")), CInvalidSpyMemRef);
+    itsPair.removeAll();
     CReachable().strangers(); // every heap is whole
 }
 } // namespace
