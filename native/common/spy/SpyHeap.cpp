@@ -705,7 +705,9 @@ CSpyMemRef CSpyHeap::move(const CSpyMemRef& ref, uint32_t size)
 {
     CSpyMemRef moved = allocate(size, getTransactionId(m_id));
     CHeapBlock& old = checked(ref.blockId());
-    std::memcpy(getHeap(moved.heapId())->block(moved.blockId()).payload(), old.payload(), old.m_size);
+    // Blocks of a damaged heap may overlap.
+    std::memmove(getHeap(moved.heapId())->block(moved.blockId()).payload(), old.payload(),
+                 std::min<uint32_t>(old.m_size, size));
     free(ref);
     return moved;
 }
