@@ -39,6 +39,7 @@ set(JAVA_AWT_LIBRARY NotNeeded)
 set(JAVA_AWT_INCLUDE_PATH NotNeeded)
 find_package(JNI QUIET)
 gx_need(JNI_FOUND "The JNI headers" default-jdk-headless)
+set(JNI_INCLUDE_DIRS ${JAVA_INCLUDE_PATH} ${JAVA_INCLUDE_PATH2})
 find_package(Threads REQUIRED)
 
 if(GX_TESTS)
