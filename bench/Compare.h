@@ -37,7 +37,7 @@ void compare(benchmark::State& state, Ours&& ours, Peer&& peer, int batch = 1)
     for (auto _ : state) {
         oursSeconds.push_back(secondsOf([&] { for (int i = 0; i < batch; ++i) ours(); }) / batch);
         peerSeconds.push_back(secondsOf([&] { for (int i = 0; i < batch; ++i) peer(); }) / batch);
-        state.SetIterationTime(oursSeconds.back() + peerSeconds.back());
+        state.SetIterationTime((oursSeconds.back() + peerSeconds.back()) * batch);
     }
     const double oursMedian = medianOf(oursSeconds);
     const double peerMedian = medianOf(peerSeconds);
