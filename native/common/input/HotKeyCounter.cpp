@@ -1,25 +1,8 @@
 #include "HotKeyCounter.h"
 
-#include "JniDataTypes.h"
+#include "AsciiName.h"
 
 #include <cstdint>
-#include <string_view>
-
-namespace {
-/// As an argument it lives until the counter is constructed.
-class CCounterName {
-public:
-    explicit CCounterName(std::u16string_view text)
-        : m_name(reinterpret_cast<const unsigned short*>(text.data()),
-                 static_cast<unsigned short>(text.size()))
-    {
-    }
-    const ITalString& text() const { return m_name; }
-
-private:
-    CTalString m_name;
-};
-} // namespace
 
 HotKeyCounter::HotKeyCounter(const ITalString& name)
 {
@@ -47,6 +30,6 @@ void HotKeyCounter::add(int change)
     write(&value, sizeof value);
 }
 
-StopHotKeyCounter::StopHotKeyCounter() : HotKeyCounter(CCounterName(u"StopHotKeyCounter").text()) {}
+StopHotKeyCounter::StopHotKeyCounter() : HotKeyCounter(CAsciiName("StopHotKeyCounter")) {}
 
-PauseHotKeyCounter::PauseHotKeyCounter() : HotKeyCounter(CCounterName(u"PauseHotKeyCounter").text()) {}
+PauseHotKeyCounter::PauseHotKeyCounter() : HotKeyCounter(CAsciiName("PauseHotKeyCounter")) {}
