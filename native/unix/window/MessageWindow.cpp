@@ -1,0 +1,147 @@
+#include "MessageWindow.h"
+
+#include "CTracer.h"
+#include "WindowLevel.h"
+
+#include <algorithm>
+#include <list>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <vector>
+
+#include <X11/Xlib.h>
+
+namespace {
+constexpr char ChannelAtom[] = "gx_marlo_channel";
+
+struct CPendingRequest {
+    CMessageWindow::Words words;
+    std::function<void()> run;
+};
+
+/// What was sent and not delivered yet, and the windows it was sent to.
+struct CPending {
+    std::mutex lock;
+    std::list<CPendingRequest> requests;
+    std::vector<Window> windows;
+};
+
+CPending& pending()
+{
+    static CPending* const s_pending = new CPending; // other threads may still send while the process ends
+    return *s_pending;
+}
+
+Atom channelAtom(Display* display)
+{
+    static const Atom s_atom = XInternAtom(display, ChannelAtom, False);
+    return s_atom;
+}
+
+bool isNamedBy(const CPendingRequest& request, const XClientMessageEvent& message)
+{
+    return std::equal(request.words.begin(), request.words.end(), message.data.l,
+                      [](unsigned long word, long cut) {
+                          return static_cast<unsigned>(word) == static_cast<unsigned>(cut);
+                      });
+}
+
+std::function<void()> take(const XClientMessageEvent& message)
+{
+    CPending& waiting = pending();
+    const std::lock_guard guard(waiting.lock);
+    const auto found =
+        std::find_if(waiting.requests.begin(), waiting.requests.end(),
+                     [&](const CPendingRequest& request) { return isNamedBy(request, message); });
+    if (found == waiting.requests.end())
+        return {};
+    std::function<void()> run = std::move(found->run);
+    waiting.requests.erase(found);
+    return run;
+}
+
+/// Called with the display locked: asks the server nothing.
+Bool isRequest(Display*, XEvent* event, XPointer)
+{
+    CPending& waiting = pending();
+    const std::lock_guard guard(waiting.lock);
+    return event->type == ClientMessage && std::find(waiting.windows.begin(), waiting.windows.end(),
+                                                     event->xclient.window) != waiting.windows.end();
+}
+
+void runTraced(const std::function<void()>& request) noexcept
+try {
+    request();
+} catch (...) {
+    CTracer::debugTrace("A request for the GUI thread failed");
+}
+
+void emptyWakeDescriptor()
+{
+    eventfd_t count;
+    if (CMessageWindow::wakeDescriptor() >= 0)
+        static_cast<void>(eventfd_read(CMessageWindow::wakeDescriptor(), &count));
+}
+} // namespace
+
+unsigned long CMessageWindow::window()
+{
+    const std::lock_guard guard(m_making);
+    Display* const display = walkDisplay();
+    if (m_window != 0 || !display)
+        return m_window;
+    const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+    CPending& waiting = pending();
+    const std::lock_guard registering(waiting.lock);
+    waiting.windows.push_back(window);
+    return m_window = window;
+}
+
+bool CMessageWindow::send(const Words& words, std::function<void()> request)
+{
+    Display* const display = walkDisplay();
+    const Window target = window();
+    if (!display || target == 0)
+        return false;
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = target;
+    event.xclient.message_type = channelAtom(display);
+    event.xclient.format = 32;
+    std::copy(words.begin(), words.end(), event.xclient.data.l);
+    {
+        CPending& waiting = pending();
+        const std::lock_guard guard(waiting.lock);
+        waiting.requests.push_back({words, std::move(request)});
+    }
+    XSendEvent(display, target, False, 0, &event);
+    XSync(display, False);
+    wake();
+    return true;
+}
+
+int CMessageWindow::deliver()
+{
+    emptyWakeDescriptor();
+    Display* const display = walkDisplay();
+    XEvent event;
+    int delivered = 0;
+    while (display && XCheckIfEvent(display, &event, isRequest, nullptr))
+        if (const std::function<void()> request = take(event.xclient)) {
+            runTraced(request);
+            ++delivered;
+        }
+    return delivered;
+}
+
+int CMessageWindow::wakeDescriptor()
+{
+    static const int s_descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return s_descriptor;
+}
+
+void CMessageWindow::wake()
+{
+    if (wakeDescriptor() >= 0)
+        static_cast<void>(eventfd_write(wakeDescriptor(), 1));
+}
