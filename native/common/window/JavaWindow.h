@@ -12,6 +12,7 @@
 #include <atomic>
 #include <optional>
 #include <span>
+#include <string>
 
 /// A Java class and the constructor that the library calls, looked up once per process. At namespace scope;
 /// any thread.
@@ -75,3 +76,8 @@ jobjectArray newWindowArray(JNIEnv* env, CJniTrace& trace, CJavaConstructor& con
 std::optional<Point> pointOf(JNIEnv* env, jobject point);
 std::optional<Rect> rectOf(JNIEnv* env, jobject rectangle);
 jobject newRectangle(JNIEnv* env, CJniTrace& trace, const Rect& rect);
+
+/// A Java string of text in the locale's code set that may have been cut inside a character: the converter
+/// refuses a whole text for the sake of one incomplete character, so that is dropped first. Text that is
+/// none of that code set is taken for Latin-1.
+jstring newCutText(JNIEnv* env, std::string text);

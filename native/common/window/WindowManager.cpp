@@ -1,19 +1,12 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.NativeWindow and NativeScreen.
 #include "WindowManager.h"
 
-#include "CodeSet.h"
 #include "JavaWindow.h"
-#include "JniDataTypes.h"
 #include "JniEntry.h"
 #include "Toolkit.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
 #include "jniobject.h"
-
-#include <algorithm>
-#include <cwchar>
-#include <string>
-#include <string_view>
 
 #define NATIVE_WINDOW(Result, method, ...)                                                                   \
     extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_NativeWindow_##method(        \
@@ -61,47 +54,13 @@ template <class Operation> auto ifSupported(JNIEnv* env, Operation operation)
     return operation();
 }
 
-constexpr size_t malformed = static_cast<size_t>(-1);
-
-/// The bytes of a text as far as the last whole character; `malformed` when it is none of the locale's code
-/// set.
-size_t wholeCharacters(std::string_view text)
-{
-    const CEnvironmentLocale locale;
-    std::mbstate_t state{};
-    for (size_t at = 0; at < text.size();) {
-        const size_t length = std::mbrlen(text.data() + at, text.size() - at, &state);
-        if (length == static_cast<size_t>(-2))
-            return at;
-        if (length == static_cast<size_t>(-1))
-            return malformed;
-        at += std::max<size_t>(length, 1);
-    }
-    return text.size();
-}
-
-/// Class names are Latin-1 by the rules of X, although most programs that go beyond ASCII write the locale's
-/// code set.
-std::string fromLatin1(const std::string& text)
-{
-    const CEnvironmentLocale locale;
-    std::string converted;
-    convertText(locale.codeSet(), "ISO-8859-1", text, converted);
-    return converted;
-}
-
-/// A Java string of what `read(buffer, size)` writes. The buffer may end inside a character, and the
-/// converter refuses a whole text for the sake of one incomplete character: so that is cut off first.
+/// A Java string of what `read(buffer, size)` writes.
 template <class Read> jstring newText(JNIEnv* env, Read read)
 {
     char buffer[128] = "";
     read(buffer, static_cast<int>(sizeof buffer - 1));
     buffer[sizeof buffer - 1] = '\0';
-    std::string text = buffer;
-    if (wholeCharacters(text) == malformed)
-        text = fromLatin1(text);
-    text.resize(wholeCharacters(text));
-    return CJString(env, text.c_str());
+    return newCutText(env, buffer);
 }
 } // namespace
 

@@ -39,6 +39,18 @@ Widget widgetOf(Window window)
     return XtWindowToWidget(gx_app_display, window);
 }
 
+Widget findWidget(Window window)
+{
+    if (!gx_app_display || window == 0)
+        return nullptr;
+    Widget found = nullptr;
+    auto lookup = [&] {
+        found = widgetOf(window);
+        return true;
+    };
+    return CXtGuard::run(lookup) ? found : nullptr;
+}
+
 bool isOfClass(Widget widget, WidgetClass widgetClass)
 {
     return widget &&

@@ -21,5 +21,8 @@ public:
 
 /// The widget of an X window, null when the application has none. Inside of CXtGuard only.
 Widget widgetOf(Window window);
+/// The same, looked up under the guard: anywhere on the GUI thread. Null, too, for window 0, without an
+/// application's display, and when Xt reports an error.
+Widget findWidget(Window window);
 /// Whether the widget is exactly of that class; derived ones don't count. False for null.
 bool isOfClass(Widget widget, WidgetClass widgetClass);
