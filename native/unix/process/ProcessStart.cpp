@@ -1,0 +1,274 @@
+#include "ProcessStart.h"
+
+#include "CTracer.h"
+#include "Environment.h"
+#include "ErrorString.h"
+#include "ScopedFile.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <optional>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+constexpr size_t maxCommand = 1023;
+constexpr int firstOwnDescriptor = 3;
+constexpr int cannotExecute = 127;
+
+/// errno of the last failure of sig_chld that is not traced yet; 0 for none.
+constinit std::atomic<int> s_reapFailure = 0;
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
+
+bool given(const char* path)
+{
+    return path && *path;
+}
+
+/// What the child needs, laid out before it exists: between its birth and the shell it may call nothing but
+/// the system.
+struct CPlan {
+    std::string shellText;
+    std::string libraryPath;
+    std::vector<char*> environment;
+    CDescriptor output;
+    CDescriptor errorOutput;
+    CDescriptor directory;
+    bool keepFds;
+    sigset_t mask;
+};
+
+struct CStartError {
+    std::string text;
+};
+
+[[noreturn]] void fail(const std::string& what, int error)
+{
+    throw CStartError{what + ": " + CErrorString(error).text()};
+}
+
+/// Opens a file under a number that no standard descriptor has: this process may have closed some of those.
+CDescriptor openForChild(const char* path, int flags)
+{
+    CDescriptor file(open(path, flags | O_CLOEXEC, 0666));
+    if (file && file.get() < firstOwnDescriptor)
+        file = CDescriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, firstOwnDescriptor));
+    if (!file)
+        fail(std::string("cannot open ") + path, errno);
+    return file;
+}
+
+/// A pipe that nobody reads is an error, rather than a wait without end.
+CDescriptor openOutput(const char* path, bool keep)
+{
+    if (!given(path))
+        return keep ? CDescriptor() : openForChild("/dev/null", O_WRONLY);
+    CDescriptor file = openForChild(path, O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK);
+    fcntl(file.get(), F_SETFL, O_APPEND);
+    return file;
+}
+
+/// The first path of the list in TALVERN_GX_JRE that exists.
+std::optional<std::string> javaHome()
+{
+    const std::optional<std::string> list = CEnvironment::get("TALVERN_GX_JRE");
+    for (std::string_view rest = list ? *list : std::string_view(); !rest.empty();) {
+        const std::string path(rest.substr(0, rest.find(':')));
+        if (!path.empty() && access(path.c_str(), F_OK) == 0)
+            return path;
+        rest.remove_prefix(std::min(path.size() + 1, rest.size()));
+    }
+    return std::nullopt;
+}
+
+/// The entry for the environment. Without a former value it ends with a colon, as start scripts of the
+/// product expect.
+std::string libraryPath(const std::string& java)
+{
+    std::string entry = "LD_LIBRARY_PATH=";
+    for (const char* part :
+         {"/bin:", "/bin/classic:", "/lib/i386:", "/lib/i386/client:", "/lib/i386/native_threads:"})
+        entry += java + part;
+    return entry + CEnvironment::get("LD_LIBRARY_PATH").value_or("");
+}
+
+bool isEntryOf(const char* entry, std::string_view name)
+{
+    return std::string_view(entry).substr(0, name.size()) == name && entry[name.size()] == '=';
+}
+
+void planEnvironment(CPlan& plan)
+{
+    plan.environment = CEnvironment::entries();
+    std::erase_if(plan.environment, [](const char* entry) { return isEntryOf(entry, "JAVA_MAIN_VM"); });
+    if (const std::optional<std::string> java = javaHome()) {
+        plan.libraryPath = libraryPath(*java);
+        std::erase_if(plan.environment,
+                      [](const char* entry) { return isEntryOf(entry, "LD_LIBRARY_PATH"); });
+        plan.environment.push_back(plan.libraryPath.data());
+    }
+    plan.environment.push_back(nullptr);
+}
+
+void layOut(CPlan& plan, const CProcessStart& start)
+{
+    plan.shellText = std::string("exec ") + std::string(start.command, strnlen(start.command, maxCommand));
+    plan.keepFds = start.keepFds;
+    plan.output = openOutput(start.stdoutPath, start.keepFds);
+    plan.errorOutput = openOutput(start.stderrPath, start.keepFds);
+    if (given(start.workingDir))
+        plan.directory = openForChild(start.workingDir, O_PATH | O_DIRECTORY);
+    planEnvironment(plan);
+}
+
+/// For kernels that do not know close_range. Reads the directory by the bare system call: opendir allocates.
+bool markListedDescriptors()
+{
+    const int list = open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (list < 0)
+        return false;
+    alignas(dirent64) std::array<char, 4096> entries;
+    ssize_t size;
+    while ((size = getdents64(list, entries.data(), entries.size())) > 0)
+        for (ssize_t at = 0; at < size;) {
+            const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + at);
+            int descriptor = -1;
+            std::from_chars(entry->d_name, entry->d_name + std::strlen(entry->d_name), descriptor);
+            if (descriptor >= firstOwnDescriptor)
+                fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+            at += entry->d_reclen;
+        }
+    return size == 0;
+}
+
+bool markCloseOnExec()
+{
+    return close_range(firstOwnDescriptor, ~0U, CLOSE_RANGE_CLOEXEC) == 0 || markListedDescriptors();
+}
+
+/// Handlers of this process must not run in the child, which works in this process's memory.
+void dropSignalHandlers()
+{
+    for (int signal = 1; signal < NSIG; ++signal) {
+        struct sigaction action;
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN ||
+            action.sa_handler == SIG_DFL)
+            continue;
+        action = {};
+        action.sa_handler = SIG_DFL;
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+bool redirect(const CDescriptor& from, int to)
+{
+    return !from || dup2(from.get(), to) >= 0;
+}
+
+/// The child, from its birth to the shell. Leaves its errno in `error` when it does not come that far.
+[[noreturn]] void becomeShell(const CPlan& plan, volatile int& error)
+{
+    dropSignalHandlers();
+    if ((plan.keepFds || markCloseOnExec()) && redirect(plan.output, STDOUT_FILENO) &&
+        redirect(plan.errorOutput, STDERR_FILENO) && (!plan.directory || fchdir(plan.directory.get()) == 0) &&
+        sigprocmask(SIG_SETMASK, &plan.mask, nullptr) == 0) {
+        const char* const arguments[] = {"/bin/sh", "-c", plan.shellText.c_str(), nullptr};
+        execve(arguments[0], const_cast<char* const*>(arguments), plan.environment.data());
+    }
+    error = errno;
+    _exit(cannotExecute);
+}
+
+/// Nothing that this function keeps in its frame changes after the child is born: the child works on the same
+/// stack. That spares the copy of a large process, such as a JVM.
+[[gnu::noinline]] pid_t bear(const CPlan& plan, volatile int& error)
+{
+    const pid_t pid = vfork();
+    if (pid == 0)
+        becomeShell(plan, error);
+    return pid;
+}
+
+/// No signal is handled by this thread while the child uses its stack.
+pid_t bearWithoutSignals(CPlan& plan, volatile int& error)
+{
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    plan.mask = before;
+    sigaddset(&plan.mask, SIGTERM);
+    const pid_t pid = bear(plan, error);
+    const int cause = errno;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = cause;
+    return pid;
+}
+
+void installHandler()
+{
+    struct sigaction action = {};
+    // Without SA_SIGINFO the handler's second and third argument mean nothing, and without SA_RESTART the
+    // host's calls end early: engines count on being woken by the end of a child.
+    action.sa_sigaction = sig_chld;
+    action.sa_flags = SA_NOCLDSTOP;
+    if (sigaction(SIGCHLD, &action, nullptr) != 0)
+        CTracer::debugTrace("exec: sigaction failed with errno %d, %s", errno, CErrorString(errno).text());
+}
+
+pid_t run(CPlan& plan)
+{
+    volatile int error = 0;
+    const pid_t pid = bearWithoutSignals(plan, error);
+    if (pid < 0) {
+        const int cause = errno;
+        CTracer::debugTrace("exec: fork failed with errno %d, %s", cause, CErrorString(cause).text());
+        fail("cannot make a process", cause);
+    }
+    if (error != 0) {
+        waitpid(pid, nullptr, 0); // unless sig_chld was first
+        CTracer::debugTrace("Error: shouldn't get here! (after execvp())");
+        fail("cannot start /bin/sh", error);
+    }
+    return pid;
+}
+} // namespace
+
+pid_t CProcessStart::start(std::string& error) const
+{
+    try {
+        if (!command)
+            throw CStartError{"no command"};
+        CPlan plan;
+        layOut(plan, *this);
+        installHandler();
+        return run(plan);
+    } catch (const CStartError& failure) {
+        error = failure.text;
+        return -1;
+    }
+}
+
+void sig_chld(int, siginfo_t*, void*) noexcept
+{
+    const int interrupted = errno;
+    if (waitpid(-1, nullptr, WNOHANG) < 0)
+        s_reapFailure = errno;
+    siginfo_t next = {};
+    if (waitid(P_ALL, 0, &next, WEXITED | WNOHANG | WNOWAIT) == 0 && next.si_pid != 0)
+        raise(SIGCHLD);
+    errno = interrupted;
+}
+
+void traceReapFailures() noexcept
+{
+    if (const int error = s_reapFailure.exchange(0))
+        CTracer::debugTrace("sig_chld: waitpid failed with errno %d, %s", error, CErrorString(error).text());
+}
