@@ -33,7 +33,7 @@ size_t wholeCharacters(std::string_view text)
 }
 
 /// Class names are Latin-1 by the rules of X, although most programs that go beyond ASCII write the locale's
-/// code set.
+/// code set; so are the compound strings of many a Motif program.
 std::string fromLatin1(const std::string& text)
 {
     const CEnvironmentLocale locale;

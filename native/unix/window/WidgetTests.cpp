@@ -1,12 +1,11 @@
 // What kind of widget a window belongs to. Only the process that the widget lives in can tell.
 #include "WindowManagerUnix.h"
 
+#include "DialogUnix.h"
 #include "GxGlobals.h"
 #include "XtGuard.h"
 #include "gtkfuncs.h"
 
-#include <Xm/DialogS.h>
-#include <Xm/FileSB.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Xm.h>
 
@@ -27,14 +26,6 @@ bool isRowColumn(Widget widget, unsigned char type)
     unsigned char actual = 0;
     XtVaGetValues(widget, XmNrowColumnType, &actual, nullptr);
     return actual == type;
-}
-
-Widget firstChild(Widget composite)
-{
-    WidgetList children = nullptr;
-    Cardinal count = 0;
-    XtVaGetValues(composite, XmNchildren, &children, XmNnumChildren, &count, nullptr);
-    return count > 0 ? children[0] : nullptr;
 }
 
 /// Whether the widget is the option menu whose list is `list`.
@@ -105,8 +96,5 @@ bool CWindow::isComboListBox() const
 
 bool CWindow::isFileDialog() const
 {
-    return askWidget(m_handle, [](Widget widget) {
-        return isOfClass(widget, xmDialogShellWidgetClass) &&
-               isOfClass(firstChild(widget), xmFileSelectionBoxWidgetClass);
-    });
+    return askWidget(m_handle, [](Widget widget) { return getFileSelectionBox(widget) != nullptr; });
 }

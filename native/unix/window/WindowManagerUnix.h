@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 /// The root of the default screen; 0 for a null display.
@@ -56,3 +57,7 @@ void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect);
 
 /// The viewable windows below `start` that cover exactly `rect`, parents first, bottom of the stack first.
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect);
+
+/// Copies as much of a text as fits and the terminating 0. @param size  of the buffer; nothing happens below
+/// 1
+void copyText(std::string_view text, char* buffer, int size);

@@ -10,16 +10,6 @@
 #include <X11/Xutil.h>
 
 namespace {
-/// Copies as much as fits and the terminating 0. @param size  of the buffer; nothing happens below 1
-void copyText(std::string_view text, char* buffer, int size)
-{
-    if (size < 1)
-        return;
-    const size_t length = std::min(text.size(), static_cast<size_t>(size - 1));
-    std::memcpy(buffer, text.data(), length);
-    buffer[length] = '\0';
-}
-
 struct CStringListFree {
     void operator()(char** list) const noexcept { XFreeStringList(list); }
 };
@@ -78,6 +68,15 @@ std::string captionOf(Display* display, Window window)
     return fetchWindowName(display, children.empty() ? window : namedInside(display, children));
 }
 } // namespace
+
+void copyText(std::string_view text, char* buffer, int size)
+{
+    if (size < 1)
+        return;
+    const size_t length = std::min(text.size(), static_cast<size_t>(size - 1));
+    std::memcpy(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
 
 void CWindow::getWindowCaption(char* buffer, int size) const
 {

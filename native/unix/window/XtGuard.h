@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csetjmp>
+#include <memory>
 
 #include <X11/Intrinsic.h>
 
@@ -18,6 +19,12 @@ public:
         return run([](void* data) { return (*static_cast<Test*>(data))(); }, &test);
     }
 };
+
+struct CXtFree {
+    void operator()(void* memory) const noexcept { XtFree(static_cast<char*>(memory)); }
+};
+template <class T>
+using XtPtr = std::unique_ptr<T, CXtFree>; ///< memory that Xt or Motif handed out; not inside of CXtGuard
 
 /// The widget of an X window, null when the application has none. Inside of CXtGuard only.
 Widget widgetOf(Window window);
