@@ -4,7 +4,9 @@
 #include "GxGlobals.h"
 
 extern "C" {
-/// Gives the calling thread the spy port of the process, and with it a JVM and the test domain.
+/// Gives the calling thread the spy port of the process, and with it a JVM and the test domain. When Java
+/// code of the domain throws, its exception is pending in the thread's JNIEnv afterwards: the caller takes it
+/// before the thread returns to the toolkit.
 /// @param domain  name of the test domain, borrowed for the life of the process; empty for none
 /// @return the spy port of the calling thread, also when it has just been made; null when there is none for
 /// this thread, because another thread has it
@@ -17,7 +19,8 @@ GX_EXPORT void* infestCurrentThread(const char* domain);
 GX_EXPORT int gxRequestDescriptors(int* out, int room);
 
 /// Runs what waits for the calling thread, which is the GUI thread: the request of the callback globals, and
-/// those of the client messages that have arrived. Does not block. Nothing is thrown.
+/// those of the client messages that have arrived. Does not block. Nothing is thrown, and no Java exception
+/// is left pending. On another thread than that of the spy port nothing runs.
 /// @return how many ran
 GX_EXPORT int gxDeliverRequests();
 }

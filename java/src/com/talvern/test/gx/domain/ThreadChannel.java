@@ -1,0 +1,66 @@
+package com.talvern.test.gx.domain;
+
+import java.util.Objects;
+import java.util.Queue;
+import java.util.concurrent.ConcurrentLinkedQueue;
+
+/**
+ * Runs code on the GUI thread of the application under test. The native layer makes the channel once the GUI thread has
+ * its spy port:
+ *
+ * <pre>{@code
+ * channel.post(() -> System.out.println("on the GUI thread"));
+ * }</pre>
+ *
+ * <p>Any number of threads may use a channel at the same time.
+ */
+public class ThreadChannel extends NativeThreadChannel {
+    private final long threadId;
+    private final long spyPort;
+    private final Queue<Runnable> tasks = new ConcurrentLinkedQueue<>();
+
+    /**
+     * A channel to the thread of a port.
+     *
+     * @param threadId the native thread that the port serves
+     * @param spyPort the port
+     */
+    public ThreadChannel(long threadId, long spyPort) {
+        this.threadId = threadId;
+        this.spyPort = spyPort;
+    }
+
+    /**
+     * Has a task run on the GUI thread, after those that were posted before, and returns without waiting for it. None is
+     * lost: each wake-up of the GUI thread runs all that wait. A task that throws ends alone; what it threw is handed to
+     * the GUI thread's uncaught exception handler.
+     *
+     * @param task must not block the GUI thread
+     * @return false when the GUI thread cannot be reached; the task will not run then
+     */
+    public final boolean post(Runnable task) {
+        tasks.add(Objects.requireNonNull(task, "task"));
+        return activate(spyPort, threadId) || !tasks.remove(task);
+    }
+
+    /**
+     * Whether the channel leads to a thread.
+     *
+     * @return false when the process has no such port
+     */
+    public final boolean isAlive() {
+        return isAlive(spyPort, threadId);
+    }
+
+    @Override
+    protected final void open() {
+        for (Runnable task = tasks.poll(); task != null; task = tasks.poll()) {
+            try {
+                task.run();
+            } catch (Throwable failure) {
+                Thread here = Thread.currentThread();
+                here.getUncaughtExceptionHandler().uncaughtException(here, failure);
+            }
+        }
+    }
+}

@@ -1,0 +1,49 @@
+// What the in-application side calls from the toolkit's main loop.
+#include "CTracer.h"
+#include "CallbackGlobals.h"
+#include "InApplication.h"
+#include "Infestor.h"
+#include "MessageWindow.h"
+
+#include <pthread.h>
+
+#include <X11/Xlib.h>
+
+namespace {
+/// Requests wait for the thread of the spy port: on another one they would find no port and be lost.
+bool mayDeliver()
+{
+    const CSpyPort* const port = CInfestor::getDefaultSpyPort();
+    return !port || port->isAlive(pthread_self());
+}
+
+int runCallbackGlobals()
+{
+    const auto request = CCallbackGlobals::take(pthread_self());
+    return request ? run_callback(request->callback, request->param) : 0;
+}
+} // namespace
+
+extern "C" int gxRequestDescriptors(int* out, int room)
+{
+    int written = 0;
+    const int descriptors[] = {CMessageWindow::wakeDescriptor(),
+                               g_display ? ConnectionNumber(g_display) : -1};
+    for (const int descriptor : descriptors)
+        if (descriptor >= 0 && written < room)
+            out[written++] = descriptor;
+    return written;
+}
+
+extern "C" int gxDeliverRequests()
+{
+    if (!mayDeliver())
+        return 0;
+    int delivered = 0;
+    try {
+        delivered = runCallbackGlobals();
+    } catch (...) {
+        CTracer::debugTrace("The request of the callback globals failed");
+    }
+    return delivered + CMessageWindow::deliver();
+}

@@ -1,0 +1,27 @@
+// The native method of NestedDomainHelpers.
+#include "GxAssert.h"
+#include "HtmlDomainImplementation.h"
+#include "JniDataTypes.h"
+#include "JniEntry.h"
+#include "com_talvern_test_gx_domain_NestedDomainHelpers.h"
+
+namespace {
+/// Null for a null string and for one that the locale's code set cannot express.
+const char* ansiOrNull(const CJString& text)
+try {
+    return text.ansiString();
+} catch (const CJStringNotInCodePageException&) {
+    return nullptr;
+}
+} // namespace
+
+extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_domain_NestedDomainHelpers_loadHtmlDomain(
+    JNIEnv* env, jobject, jlong windowHandle, jstring domain)
+{
+    return jniEntry(env, __func__, [&]() -> jlong {
+        GX_ASSERT(windowHandle != 0, "windowHandle != 0");
+        const CJString name(env, domain);
+        const char* const text = ansiOrNull(name);
+        return text ? reinterpret_cast<jlong>(CHtmlDomainImplementation::getNativeHtmlDomain(env, text)) : 0;
+    });
+}

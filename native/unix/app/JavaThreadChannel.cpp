@@ -1,0 +1,86 @@
+// The native methods of NativeThreadChannel.
+#include "Channel.h"
+#include "GxAssert.h"
+#include "Infestor.h"
+#include "JniEntry.h"
+#include "com_talvern_test_gx_domain_NativeThreadChannel.h"
+
+#include <pthread.h>
+
+namespace {
+/// The port of that number; null when it does not serve the thread, or is no port: a process has one, or
+/// none.
+CSpyPort* servingPort(jlong spyPort, jlong threadId)
+{
+    CSpyPort* const port = CInfestor::getDefaultSpyPort();
+    const bool meant = port && reinterpret_cast<jlong>(port) == spyPort;
+    return meant && port->isAlive(static_cast<unsigned long>(threadId)) ? port : nullptr;
+}
+
+bool activate(JNIEnv* env, jobject self, CSpyPort& port)
+{
+    const jobject channel = env->NewGlobalRef(self);
+    if (!channel)
+        return false;
+    if (port.send(MsgCallback, reinterpret_cast<long>(channel)) != 0)
+        return true;
+    env->DeleteGlobalRef(channel);
+    return false;
+}
+
+CSpyPort* portOfThisThread()
+{
+    CSpyPort* port = CInfestor::getSpyPort(pthread_self());
+    if (port && !port->env())
+        port->attachJVM();
+    if (!port) {
+        CInfestor::createSpyPort("");
+        port = CInfestor::getSpyPort(pthread_self());
+    }
+    GX_ASSERT(port != nullptr, "spyPort != 0");
+    return port;
+}
+} // namespace
+
+extern "C" JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_activate(
+    JNIEnv* env, jobject self, jlong spyPort, jlong threadId)
+{
+    return jniEntry(env, __func__, [&]() -> jboolean {
+        CSpyPort* const port = servingPort(spyPort, threadId);
+        return port && activate(env, self, *port);
+    });
+}
+
+extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_getSpyport(JNIEnv* env,
+                                                                                                  jobject)
+{
+    return jniEntry(env, __func__, [&] {
+        CSpyPort* const port = portOfThisThread();
+        port->setEnv(env);
+        return reinterpret_cast<jlong>(port);
+    });
+}
+
+extern "C" JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_isAlive(
+    JNIEnv* env, jobject, jlong spyPort, jlong threadId)
+{
+    return jniEntry(env, __func__, [&]() -> jboolean { return servingPort(spyPort, threadId) != nullptr; });
+}
+
+extern "C" JNIEXPORT jint JNICALL
+Java_com_talvern_test_gx_domain_NativeThreadChannel_pumpSendMessages(JNIEnv* env, jobject)
+{
+    return jniEntry(env, __func__, [] { return 0; });
+}
+
+extern "C" JNIEXPORT jboolean JNICALL
+Java_com_talvern_test_gx_domain_NativeThreadChannel_isUnresponsive(JNIEnv* env, jobject)
+{
+    return jniEntry(env, __func__, []() -> jboolean { return JNI_FALSE; });
+}
+
+extern "C" JNIEXPORT void JNICALL
+Java_com_talvern_test_gx_domain_NativeThreadChannel_setUnresponsive(JNIEnv* env, jobject)
+{
+    jniEntry(env, __func__, [] {});
+}
