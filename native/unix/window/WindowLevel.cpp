@@ -99,6 +99,7 @@ CWindowState CStateAnswer::take()
         .y = geometry->y,
         .width = geometry->width,
         .height = geometry->height,
+        .depth = geometry->depth,
     };
 }
 
@@ -195,5 +196,20 @@ std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries)
     std::vector<Window> windows;
     for (const CTreeWindow* entry : entries)
         windows.push_back(entry->window);
+    return windows;
+}
+
+CWindowTree wholeTree(Display* display, Window start)
+{
+    CWindowTree tree(display, start);
+    const auto nothing = [](Window) { return 0; };
+    tree.read(nothing, [](CTreeWindow& entry, int) { entry.descend = true; });
+    return tree;
+}
+
+std::vector<Window> windowsOf(CWindowTree tree)
+{
+    std::vector<Window> windows;
+    tree.visit(EOrder::bottomFirst, [&](const CTreeWindow& entry) { windows.push_back(entry.window); });
     return windows;
 }

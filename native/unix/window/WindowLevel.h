@@ -100,6 +100,7 @@ struct CWindowState {
     int y = 0;
     int width = 0; ///< without the border
     int height = 0;
+    int depth = 0; ///< bits a pixel
 };
 
 /// WM_CLASS of the KDE window manager's own windows; its frames have one as their first child.
@@ -210,6 +211,18 @@ public:
             pushChildren(ahead, next, order);
         }
     }
+    /// The same, bottom of the stack first, but all children of a window before what is inside of them.
+    template <class Visit> void visitSiblingsFirst(Visit visit)
+    {
+        std::vector<size_t> ahead{0};
+        while (!ahead.empty()) {
+            const size_t parent = ahead.back();
+            ahead.pop_back();
+            for (size_t i = 0; i < m_windows[parent].children; ++i)
+                visit(m_windows[m_windows[parent].firstChild + i]);
+            pushChildren(ahead, parent, EOrder::bottomFirst);
+        }
+    }
     /// The windows that are `chosen`, in the order of visit.
     std::vector<CTreeWindow*> chosen(EOrder order);
 
@@ -222,3 +235,8 @@ private:
 };
 
 std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries);
+
+/// Everything below `start`, mapped or not.
+CWindowTree wholeTree(Display* display, Window start);
+/// The windows of a tree but its start, each before its children, bottom of the stack first.
+std::vector<Window> windowsOf(CWindowTree tree);

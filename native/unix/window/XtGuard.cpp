@@ -1,12 +1,11 @@
 #include "XtGuard.h"
 
-#include "GxGlobals.h"
-
 #include <cstring>
 
 #include <X11/IntrinsicP.h>
 
 #include <X11/CoreP.h>
+#include <Xm/RowColumn.h>
 
 // libXt exports it, but only a header of its own sources declares it.
 extern "C" XtAppContext _XtDefaultAppContext(void);
@@ -55,4 +54,13 @@ bool isOfClass(Widget widget, WidgetClass widgetClass)
 {
     return widget &&
            std::strcmp(XtClass(widget)->core_class.class_name, widgetClass->core_class.class_name) == 0;
+}
+
+bool isRowColumn(Widget widget, unsigned char type)
+{
+    if (!isOfClass(widget, xmRowColumnWidgetClass))
+        return false;
+    unsigned char actual = 0;
+    XtVaGetValues(widget, XmNrowColumnType, &actual, nullptr);
+    return actual == type;
 }

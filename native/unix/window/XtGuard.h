@@ -1,6 +1,8 @@
 /// Lookups of Motif widgets by their X windows, on the application's display (gx_app_display).
 #pragma once
 
+#include "GxGlobals.h"
+
 #include <csetjmp>
 #include <memory>
 
@@ -33,3 +35,16 @@ Widget widgetOf(Window window);
 Widget findWidget(Window window);
 /// Whether the widget is exactly of that class; derived ones don't count. False for null.
 bool isOfClass(Widget widget, WidgetClass widgetClass);
+/// Whether the widget is a RowColumn of a type such as XmMENU_BAR. Inside of CXtGuard only.
+bool isRowColumn(Widget widget, unsigned char type);
+
+/// Asks `test(widget)` about the widget of a window under the guard. The widget may be null.
+/// @return its answer; false, too, for window 0, without an application's display, and when Xt reports an
+/// error
+template <class Test> bool askWidget(Window window, Test test)
+{
+    if (!gx_app_display || window == 0)
+        return false;
+    auto guarded = [=] { return test(widgetOf(window)); };
+    return CXtGuard::run(guarded);
+}

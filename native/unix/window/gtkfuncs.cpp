@@ -27,17 +27,30 @@ constinit CLateFunction<void(_GdkDrawable*, int*, int*, int*, int*, int*)> s_geo
     "gdk_window_get_geometry", GDK2, GDK3};
 constinit CLateFunction<unsigned long(_GdkDrawable*)> s_windowXid{"gdk_x11_window_get_xid", GDK3};
 constinit CLateFunction<unsigned long(_GdkDrawable*)> s_drawableXid{"gdk_x11_drawable_get_xid", GDK2, GDK3};
+constinit CLateFunction<_GList*(_GdkDrawable*)> s_windowChildren{"gdk_window_peek_children", GDK2, GDK3};
+constinit CLateFunction<_GdkDrawable*(_GdkDrawable*)> s_parent{"gdk_window_get_parent", GDK2, GDK3};
+constinit CLateFunction<void(_GdkDrawable*, int*, int*)> s_position{"gdk_window_get_position", GDK2, GDK3};
+constinit CLateFunction<int(_GdkDrawable*)> s_scale{"gdk_window_get_scale_factor", GDK3};
+constinit CLateFunction<_GdkDisplay*()> s_defaultDisplay{"gdk_display_get_default", GDK2, GDK3};
+constinit CLateFunction<void(_GdkDisplay*)> s_displaySync{"gdk_display_sync", GDK2, GDK3};
 constinit CLateFunction<_GtkWidget*(_GtkBin*)> s_binChild{"gtk_bin_get_child", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_comboType{{GTK2, "gtk_combo_get_type"},
                                                      {GTK3, "gtk_combo_box_get_type"}};
 constinit CLateFunction<_GList*(_GtkContainer*)> s_children{"gtk_container_get_children", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_containerType{"gtk_container_get_type", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_frameType{"gtk_frame_get_type", GTK2, GTK3};
 constinit CLateFunction<const char*(_GtkLabel*)> s_labelText{"gtk_label_get_text", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_labelType{"gtk_label_get_type", GTK2, GTK3};
 constinit CLateFunction<void(_GtkList*, GtkScrollType, float)> s_scrollVertical{"gtk_list_scroll_vertical",
                                                                                 GTK2};
 constinit CLateFunction<unsigned long()> s_menuType{"gtk_menu_get_type", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_menuBarType{"gtk_menu_bar_get_type", GTK2, GTK3};
 constinit CLateFunction<_GtkWidget*(_GtkMenuItem*)> s_submenu{"gtk_menu_item_get_submenu", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_menuShellType{"gtk_menu_shell_get_type", GTK2, GTK3};
+constinit CLateFunction<void(_GtkWidget*, _GtkAllocation*)> s_allocation{"gtk_widget_get_allocation", GTK2,
+                                                                         GTK3};
+constinit CLateFunction<_GdkDrawable*(_GtkWidget*)> s_widgetWindow{"gtk_widget_get_window", GTK2, GTK3};
+constinit CLateFunction<_GList*()> s_toplevels{"gtk_window_list_toplevels", GTK2, GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_timeout_add", GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", GTK2, GTK12};
 constinit CLateFunction<void(int)> s_removeTimeout{"gtk_timeout_remove", GTK2, GTK12};
@@ -130,6 +143,36 @@ _GdkDrawable* _gdk_window_lookup(unsigned long xid)
     return nullptr;
 }
 
+_GList* _gdk_window_peek_children(_GdkDrawable* window)
+{
+    return s_windowChildren(window);
+}
+
+_GdkDrawable* _gdk_window_get_parent(_GdkDrawable* window)
+{
+    return s_parent(window);
+}
+
+void _gdk_window_get_position(_GdkDrawable* window, int* x, int* y)
+{
+    s_position(window, x, y);
+}
+
+int _gdk_window_get_scale_factor(_GdkDrawable* window)
+{
+    return s_scale(window);
+}
+
+_GdkDisplay* _gdk_display_get_default()
+{
+    return s_defaultDisplay();
+}
+
+void _gdk_display_sync(_GdkDisplay* display)
+{
+    s_displaySync(display);
+}
+
 _GtkWidget* _gtk_bin_get_child(_GtkBin* bin)
 {
     return s_binChild(bin);
@@ -145,6 +188,11 @@ _GList* _gtk_container_get_children(_GtkContainer* container)
     return s_children(container);
 }
 
+unsigned long _gtk_container_get_type()
+{
+    return s_containerType();
+}
+
 unsigned long _gtk_frame_get_type()
 {
     return s_frameType();
@@ -153,6 +201,11 @@ unsigned long _gtk_frame_get_type()
 const char* _gtk_label_get_text(_GtkLabel* label)
 {
     return s_labelText(label);
+}
+
+unsigned long _gtk_label_get_type()
+{
+    return s_labelType();
 }
 
 void _gtk_list_scroll_vertical(_GtkList* list, GtkScrollType type, float position)
@@ -175,6 +228,26 @@ _GtkWidget* _gtk_menu_item_get_submenu(_GtkMenuItem* item)
     return s_submenu(item);
 }
 
+unsigned long _gtk_menu_shell_get_type()
+{
+    return s_menuShellType();
+}
+
+void _gtk_widget_get_allocation(_GtkWidget* widget, _GtkAllocation* allocation)
+{
+    s_allocation(widget, allocation);
+}
+
+_GdkDrawable* _gtk_widget_get_window(_GtkWidget* widget)
+{
+    return s_widgetWindow(widget);
+}
+
+_GList* _gtk_window_list_toplevels()
+{
+    return s_toplevels();
+}
+
 unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data)
 {
     return isGTK3() ? s_addTimeout3(milliseconds, function, data)
@@ -186,4 +259,18 @@ int _gtk_timeout_remove(int timeout)
     if (!isGTK3())
         s_removeTimeout(timeout);
     return 0;
+}
+
+_GtkWidget* gtkWidgetOf(unsigned long xid)
+{
+    void* widget = nullptr;
+    if (_GdkDrawable* const window = xid ? _gdk_window_lookup(xid) : nullptr)
+        _gdk_window_get_user_data(window, &widget);
+    return static_cast<_GtkWidget*>(widget);
+}
+
+bool isGtkInstance(const void* object, unsigned long type)
+{
+    // A GObject starts with the address of its class, and a class with its type.
+    return object && _g_type_is_a(**static_cast<const unsigned long* const*>(object), type);
 }
