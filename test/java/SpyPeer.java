@@ -56,13 +56,17 @@ final class SpyPeer implements AutoCloseable {
         input.flush();
     }
 
+    Process process() {
+        return process;
+    }
+
     /** Kills it, in the middle of whatever it does. */
     @Override
     public void close() {
         process.destroyForcibly().onExit().join();
     }
 
-    private static void say(String line) {
+    static void say(String line) {
         System.out.println(line);
         System.out.flush();
     }
@@ -77,6 +81,8 @@ final class SpyPeer implements AutoCloseable {
             case "add" -> add((SpyVector) shared, 1, Integer.parseInt(arguments[2]));
             case "count" -> count((SpyMap) shared, Integer.parseInt(arguments[2]));
             case "hold" -> ((SpyMemory) shared).lock();
+            case "serve" -> MailslotTest.serve(arguments[1]);
+            case "ask" -> MailslotTest.ask(arguments[1], Integer.parseInt(arguments[2]));
             case "loop" -> say("grown " + growthOfLoops((SpyMap) shared));
             default -> throw new IllegalArgumentException(arguments[0]);
         }

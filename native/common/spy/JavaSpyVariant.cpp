@@ -2,6 +2,7 @@
 
 #include "CTracer.h"
 #include "GxAssert.h"
+#include "JavaMailslot.h"
 #include "JavaNetTypes.h"
 #include "JavaSpyMappedPair.h"
 #include "JavaSpyMap.h"
@@ -18,7 +19,6 @@ constexpr char MappedTestObject[] = "com/talvern/test/gx/object/map/SpyMappedTes
 constexpr char MappedDescribedObjectReference[] =
     "com/talvern/test/gx/object/map/SpyMappedDescribedObjectReference";
 constexpr char ValueClass[] = "com/talvern/test/gx/sys/SpyValueClass";
-constexpr char Mailslot[] = "com/talvern/test/gx/sys/Mailslot";
 
 /// A Java class that is looked up once per process. One that is missing is looked for again each time.
 class CKnownClass {
@@ -107,7 +107,7 @@ constinit CConversion s_conversions[] = {
     {CKnownClass("java/lang/Short"), numberOf<CJShort>},
     {CKnownClass("java/lang/Byte"), numberOf<CJByte>},
     {CKnownClass("java/lang/Character"), characterOf},
-    {CKnownClass(Mailslot), referenceOf<CSpyVariant::SpyMailslot>},
+    {CKnownClass(CJavaMailslot::getClassName()), referenceOf<CSpyVariant::SpyMailslot>},
     {CKnownClass(CJavaSpyMemory::getClassName()), referenceOf<CSpyVariant::SpyMem>},
 };
 
@@ -197,7 +197,7 @@ CJniJObject CJavaSpyVariant::createChecked(JNIEnv* env) const
     case SpyValueClass:
         return reference(ValueClass);
     case SpyMailslot:
-        return reference(Mailslot);
+        return CMailslotFactory::createObject(env, ref());
     case SpyUByte:
         return CJUByte(env, as<unsigned char>());
     case SpyUShort:

@@ -1,0 +1,659 @@
+package com.talvern.test.gx.sys;
+
+import java.util.ArrayDeque;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Queue;
+import java.util.concurrent.CancellationException;
+import java.util.concurrent.TimeUnit;
+import java.util.concurrent.locks.LockSupport;
+import java.util.concurrent.locks.ReentrantLock;
+
+/**
+ * A named place where one process receives what any number of others, on the same X display, send to it.
+ *
+ * <pre>{@code
+ * // the process that answers
+ * try (Mailslot slot = Mailslot.open("Calculator")) {
+ *     slot.serve(message -> (Integer) message + 1);      // until another thread closes it
+ * }
+ *
+ * // a process that asks
+ * Mailslot slot = Mailslot.find("Calculator");           // null when nobody has opened it
+ * slot.post(41);                                         // returns at once
+ * Object reply = slot.call(41, 5000);                    // 42, or an exception within five seconds
+ * }</pre>
+ *
+ * <p><b>Messages</b> and replies are what spy memory stores (see {@link SpyMemory}): null, numbers, characters, truth
+ * values, strings of any length, and objects of shared memory. Texts and numbers are copied. An object of shared memory
+ * travels by reference, and is freed by whomever the two sides chose, for instance by the receiver of a post, and by
+ * the sender of a request after the reply.
+ *
+ * <p><b>Order.</b> What one thread sends arrives in that order, none lost as long as the receiver lives. Requests of several threads and
+ * processes may wait at the same time. Each reply goes into its own request: one that comes after its sender has given
+ * up reaches nobody.
+ *
+ * <p><b>Limits.</b> A display has semaphores for 15 mailslots, fewer when named mutexes take some. Up to 32767 messages
+ * wait in one mailslot.
+ *
+ * <p><b>The end of a process.</b> {@link #open} makes the mailslots of a process vanish when it exits, or is ended by
+ * SIGTERM. For that the native layer takes SIGTERM over: shutdown hooks then run at a normal exit only. Start a JVM that
+ * receives with {@code -Xrs}, so that it does not install a handler of its own. A process that is killed leaves its
+ * mailslot behind, until somebody sends to it, finds it or opens it again. A receiver counts as alive while there is a
+ * process with its id, be it a zombie that its parent has not waited for, or a new process that got the same id.
+ * Whoever finds that it is a child of its own process, and dead, has taken its exit status.
+ *
+ * <p>Senders may share an object of this class; one thread at a time receives.
+ */
+public class Mailslot extends SpyMemory implements AutoCloseable {
+    private static final String REGISTRY = "MailSlots";
+    private static final long DEFAULT_TIMEOUT_MS = 120_000;
+    private static final long POLL_NANOS = 1_000_000;
+    /** Between two looks whether the receiver lives. */
+    private static final long PROBE_NANOS = 250_000_000;
+    /** Rounds of waiting that take turns with the receiver, before they begin to sleep. */
+    private static final int SHORT_POLLS = 20;
+
+    /** Requests: each is a vector of its own, see {@link #call}. Set by native code, too. */
+    private SpyVector sendMessageQueue;
+    /** Posted messages, as they are. Set by native code, too. */
+    private SpyVector postMessageQueue;
+    /** Set by native code. */
+    private String name;
+    /** Id of the semaphore set; of a mailslot that this object has created only. Set by native code. */
+    private int eventHandle;
+
+    private final ReentrantLock receiving = new ReentrantLock();
+    private final Queue<Message> taken = new ArrayDeque<>();
+    private boolean isOpened;
+    private volatile boolean closed;
+
+    /** An object that names no mailslot yet. Native code makes those that {@link #find} answers. */
+    public Mailslot() {}
+
+    /** Answers messages. */
+    @FunctionalInterface
+    public interface Handler {
+        /**
+         * Handles one message.
+         *
+         * @param message what was posted or asked
+         * @return the reply; of no account for a posted message
+         * @throws Exception goes to the sender that waits, as {@link RequestFailedException}; for a posted message, to
+         *     the uncaught exception handler of the receiving thread
+         */
+        Object handle(Object message) throws Exception;
+    }
+
+    /**
+     * Makes a mailslot for this process to receive at. One that a dead process left behind is replaced.
+     *
+     * @param name the name by which all processes of the display find it; has a form in the code set of the locale
+     * @return the mailslot
+     * @throws IllegalStateException a living process, perhaps this one, has it already; or no semaphores are left
+     */
+    public static Mailslot open(String name) {
+        if (name == null || name.isEmpty()) {
+            throw new IllegalArgumentException("A mailslot needs a name");
+        }
+        Mailslot slot = new Mailslot();
+        slot.lock();
+        try {
+            SpyMap registry = registry(true);
+            if (living(registry, name) != null) {
+                throw new IllegalStateException("Mailslot is in use: " + name);
+            }
+            slot.make(registry, name);
+            return slot;
+        } finally {
+            slot.unlock();
+        }
+    }
+
+    /**
+     * Finds the mailslot of another process, or of this one, to send to it.
+     *
+     * @param name the name
+     * @return null when there is none, or its receiver is dead
+     */
+    public static Mailslot find(String name) {
+        SpyMemory memory = new SpyMemory();
+        memory.lock();
+        try {
+            SpyMap registry = registry(false);
+            return registry == null || name == null ? null : living(registry, name);
+        } finally {
+            memory.unlock();
+        }
+    }
+
+    private static SpyMap registry(boolean make) {
+        if (new SpyMemory().locate(REGISTRY) instanceof SpyMap map) {
+            return map;
+        }
+        if (!make) {
+            return null;
+        }
+        SpyMap map = new SpyMap();
+        map.create(REGISTRY, 0, 100);
+        return map;
+    }
+
+    /** The caller holds the lock. */
+    private static Mailslot living(SpyMap registry, String name) {
+        if (!registry.containsKey(name)) {
+            return null;
+        }
+        if (registry.get(name) instanceof Mailslot slot) {
+            if (slot.isReceiving()) {
+                return slot;
+            }
+            slot.discard();
+        }
+        registry.remove(name);
+        return null;
+    }
+
+    /** A signal without a message, which receivers expect, tells whether there is one. */
+    private boolean isReceiving() {
+        try {
+            sendIPC(false);
+            return true;
+        } catch (MailslotGoneException | InvalidSpyMemReference | InvalidMailslotException e) {
+            return false;
+        }
+    }
+
+    /** The caller holds the lock. */
+    private void make(SpyMap registry, String slotName) {
+        sendMessageQueue = newVector(8);
+        postMessageQueue = newVector(64);
+        boolean made = false;
+        try {
+            if (!create(slotName)) {
+                throw new IllegalStateException("No semaphores are left for mailslot " + slotName);
+            }
+            // A wait that ends at once makes this process the owner, before anybody finds the mailslot: one that
+            // nobody owns passes for alive for ever.
+            made = sendIPC(false) && waitForIncomingMessage() && registry.put(slotName, this);
+            isOpened = made;
+        } finally {
+            if (!made) {
+                discard();
+            }
+        }
+    }
+
+    private static SpyVector newVector(int increment) {
+        SpyVector vector = new SpyVector();
+        vector.create(null, 0, increment, increment);
+        return vector;
+    }
+
+    /** @return the name of the mailslot */
+    public String getName() {
+        return name;
+    }
+
+    /**
+     * Sends a message without waiting for anything.
+     *
+     * @param message what {@link SpyMemory} can store
+     * @throws IllegalArgumentException it is of another class
+     * @throws IllegalStateException 32767 messages wait already
+     * @throws MailslotGoneException the receiver is dead, or has closed the mailslot
+     */
+    public void post(Object message) {
+        enqueue(postMessageQueue, message);
+    }
+
+    /** Either the message is in the queue and was signalled, or an exception tells that it is not. */
+    private void enqueue(SpyVector queue, Object message) {
+        checkOpen();
+        lock();
+        try {
+            add(queue, message);
+            boolean signalled = false;
+            try {
+                signalled = sendIPC(false);
+            } finally {
+                if (!signalled) {
+                    queue.remove(queue.size() - 1);
+                }
+            }
+            if (!signalled) {
+                throw new IllegalStateException("Mailslot is full: " + name);
+            }
+        } catch (MailslotGoneException | InvalidSpyMemReference e) {
+            throw gone(e);
+        } finally {
+            unlock();
+        }
+    }
+
+    /**
+     * Sends a message and waits up to 120 seconds for the reply; see {@link #call}.
+     *
+     * @param message what {@link SpyMemory} can store
+     * @return the reply
+     */
+    public Object send(Object message) {
+        return call(message, DEFAULT_TIMEOUT_MS);
+    }
+
+    /**
+     * Sends a message and waits for the reply.
+     *
+     * @param message what {@link SpyMemory} can store
+     * @param timeoutMs longest wait in milliseconds. When it is over, a receiver that has not begun with the message
+     *     does not see it any more
+     * @return the reply
+     * @throws IllegalArgumentException the message is of another class
+     * @throws MailslotGoneException the receiver is dead, noticed within a second; or has closed the mailslot
+     * @throws ApplicationNotRespondingException no reply came in that time
+     * @throws RequestFailedException the receiver could not handle the message
+     * @throws CancellationException the thread was interrupted; it still is
+     */
+    public Object call(Object message, long timeoutMs) {
+        // The request is a vector: message; once answered, reply; and when it failed, text of the failure. The sender
+        // frees it, and then whoever answers finds that it is gone.
+        SpyVector request = newVector(4);
+        try {
+            add(request, message);
+            enqueue(sendMessageQueue, request);
+            return awaitReply(request, timeoutMs);
+        } catch (InvalidSpyMemReference e) {
+            throw gone(e);
+        } finally {
+            withdraw(request);
+        }
+    }
+
+    private Object awaitReply(SpyVector request, long timeoutMs) {
+        long start = System.nanoTime();
+        long probed = start;
+        for (int polls = 0; request.size() < 2; polls++) {
+            long now = System.nanoTime();
+            if (now - start >= TimeUnit.MILLISECONDS.toNanos(timeoutMs)) {
+                throw new ApplicationNotRespondingException(
+                        "Mailslot [" + name + "] did not answer within " + timeoutMs + " ms");
+            }
+            if (Thread.currentThread().isInterrupted()) {
+                throw new CancellationException("interrupted while waiting for Mailslot [" + name + "]");
+            }
+            if (now - probed >= PROBE_NANOS) {
+                probed = now;
+                probe();
+            }
+            LockSupport.parkNanos(polls < SHORT_POLLS ? POLL_NANOS / 20 : POLL_NANOS);
+        }
+        if (request.size() > 2) {
+            throw new RequestFailedException((String) request.get(2));
+        }
+        return request.get(1);
+    }
+
+    private void probe() {
+        try {
+            sendIPC(false);
+        } catch (MailslotGoneException | InvalidMailslotException e) {
+            throw gone(e);
+        }
+    }
+
+    private void withdraw(SpyVector request) {
+        lock();
+        try {
+            int index = sendMessageQueue.indexOf(request, 0);
+            if (index >= 0) {
+                sendMessageQueue.remove(index);
+            }
+        } catch (InvalidSpyMemReference e) {
+            // The mailslot was closed.
+        } finally {
+            unlock();
+        }
+        freeQuietly(request);
+    }
+
+    /** Frees what a dead receiver has left, unless somebody did so. @return the exception to throw */
+    private RuntimeException gone(RuntimeException cause) {
+        find(name);
+        return cause instanceof MailslotGoneException ? cause
+                : new MailslotGoneException("Mailslot [" + name + "] disappeared during send");
+    }
+
+    private void checkOpen() {
+        if (closed || name == null) {
+            throw new InvalidMailslotException("Mailslot does not  exist: " + name);
+        }
+    }
+
+    /** A message that was received. */
+    public final class Message {
+        private final Object value;
+        private final SpyVector request;
+
+        private Message(Object value, SpyVector request) {
+            this.value = value;
+            this.request = request;
+        }
+
+        /** @return what was sent */
+        public Object value() {
+            return value;
+        }
+
+        /** @return whether the sender waits for a reply */
+        public boolean isRequest() {
+            return request != null;
+        }
+
+        /**
+         * Answers a request, once. Any thread.
+         *
+         * @param reply what {@link SpyMemory} can store
+         * @return false when nobody waits for it: posted, answered already, or the sender gave up
+         * @throws IllegalArgumentException the reply is of another class
+         */
+        public boolean reply(Object reply) {
+            return answer(reply, null);
+        }
+
+        /**
+         * Tells the sender of a request that it could not be handled.
+         *
+         * @param text what went wrong
+         * @return as {@link #reply}
+         */
+        public boolean fail(String text) {
+            return answer(null, text == null ? "" : text);
+        }
+
+        private boolean isWanted() {
+            try {
+                return request == null || request.size() == 1;
+            } catch (InvalidSpyMemReference e) {
+                return false;
+            }
+        }
+
+        private boolean answer(Object reply, String failure) {
+            if (request == null) {
+                return false;
+            }
+            lock();
+            try {
+                if (request.size() != 1) {
+                    return false;
+                }
+                add(request, reply);
+                if (failure != null) {
+                    request.addElement(failure);
+                }
+                return true;
+            } catch (InvalidSpyMemReference e) {
+                return false;
+            } finally {
+                unlock();
+            }
+        }
+    }
+
+    /**
+     * Waits for the next message, without limit. Only the process that has opened the mailslot receives, and one of
+     * its threads at a time.
+     *
+     * @return the message; null once the mailslot is closed
+     * @throws IllegalStateException this object has not opened the mailslot
+     */
+    public Message receive() {
+        if (!isOpened) {
+            throw new IllegalStateException("Only who has opened a mailslot receives: " + name);
+        }
+        receiving.lock();
+        try {
+            while (!closed) {
+                Message message = next();
+                if (message != null) {
+                    return message;
+                }
+                if (!waitForIncomingMessage()) {
+                    return null;
+                }
+            }
+            return null;
+        } finally {
+            receiving.unlock();
+        }
+    }
+
+    /** What waits; null for nothing. */
+    private Message next() {
+        if (taken.isEmpty()) {
+            takeAll();
+        }
+        Message message = taken.poll();
+        while (message != null && !message.isWanted()) {
+            message = taken.poll();
+        }
+        return message;
+    }
+
+    /** The posts first: a request that waits already was sent after those that its thread has posted. */
+    private void takeAll() {
+        lock();
+        try {
+            int posts = postMessageQueue.size();
+            for (int i = 0; i < posts; i++) {
+                taken.add(new Message(postMessageQueue.get(i), null));
+            }
+            postMessageQueue.removeAllElements();
+            for (SpyVector request : requests()) {
+                taken.add(new Message(request.get(0), request));
+            }
+            sendMessageQueue.removeAllElements();
+        } finally {
+            unlock();
+        }
+    }
+
+    private List<SpyVector> requests() {
+        List<SpyVector> requests = new ArrayList<>();
+        int count = sendMessageQueue.size();
+        for (int i = 0; i < count; i++) {
+            if (sendMessageQueue.get(i) instanceof SpyVector request) {
+                requests.add(request);
+            }
+        }
+        return requests;
+    }
+
+    /**
+     * Receives and answers until the mailslot is closed, by another thread or by the handler.
+     *
+     * @param handler is called with each message, on this thread
+     */
+    public void serve(Handler handler) {
+        for (Message message = receive(); message != null; message = receive()) {
+            answerBy(handler, message);
+        }
+    }
+
+    private static void answerBy(Handler handler, Message message) {
+        try {
+            message.reply(handler.handle(message.value()));
+        } catch (Exception e) {
+            if (!message.fail(e.toString())) {
+                Thread self = Thread.currentThread();
+                self.getUncaughtExceptionHandler().uncaughtException(self, e);
+            }
+        }
+    }
+
+    /**
+     * Gives the mailslot up, when this object has opened it: senders that wait get {@link MailslotGoneException}, the
+     * semaphores and all messages that wait are freed. A thread that waits in {@link #receive} comes back. An object
+     * that only sends is closed without any effect on the mailslot.
+     */
+    @Override
+    public void close() {
+        boolean remove = isOpened && !closed;
+        closed = true;
+        if (!remove) {
+            return;
+        }
+        isReceiving(); // wakes the thread that waits
+        receiving.lock();
+        try {
+            removeFromRegistry();
+        } finally {
+            receiving.unlock();
+        }
+    }
+
+    private void removeFromRegistry() {
+        lock();
+        try {
+            SpyMap registry = registry(false);
+            if (registry != null && registry.containsKey(name)) {
+                registry.remove(name);
+            }
+            discard();
+        } finally {
+            unlock();
+        }
+    }
+
+    /** Frees all that the mailslot has in spy memory. The caller holds the lock. */
+    private void discard() {
+        try {
+            detach();
+            requests().forEach(Mailslot::freeQuietly);
+        } catch (InvalidSpyMemReference e) {
+            // Somebody else did so.
+        }
+        freeQuietly(sendMessageQueue);
+        freeQuietly(postMessageQueue);
+        freeQuietly(this);
+    }
+
+    private static void freeQuietly(SpyMemory memory) {
+        try {
+            memory.free();
+        } catch (InvalidSpyMemReference e) {
+            // Somebody else did so.
+        }
+    }
+
+    private static void add(SpyVector vector, Object value) {
+        if (value == null) {
+            vector.addElement((String) null);
+        } else if (value instanceof String text) {
+            vector.addElement(text);
+        } else if (value instanceof Integer number) {
+            vector.addElement(number.intValue());
+        } else if (value instanceof Long number) {
+            vector.addElement(number.longValue());
+        } else if (value instanceof Boolean truth) {
+            vector.addElement(truth.booleanValue());
+        } else if (value instanceof Double number) {
+            vector.addElement(number.doubleValue());
+        } else if (value instanceof Float number) {
+            vector.addElement(number.floatValue());
+        } else if (value instanceof Short number) {
+            vector.addElement(number.shortValue());
+        } else if (value instanceof Byte number) {
+            vector.addElement(number.byteValue());
+        } else if (value instanceof Character character) {
+            vector.addElement(character.charValue());
+        } else if (value instanceof SpyMemory object) {
+            vector.addElement(object);
+        } else {
+            throw new IllegalArgumentException("A mailslot does not carry objects of " + value.getClass());
+        }
+    }
+
+    // What the methods above are made of.
+
+    /**
+     * Makes a mailslot on the two queues of this object, known to nobody: {@link #open} does the rest.
+     *
+     * @param name stored with it
+     * @return false when no semaphores are left
+     */
+    public native boolean create(String name);
+
+    /**
+     * Signals that a message is in a queue.
+     *
+     * @param waitForReply wait until the receiver calls {@link #replyTo}, 120 seconds at most. One sender at a time
+     *     may do so, and only for a receiver of another kind: {@link #serve} does not answer this way
+     * @return false when the message could not be signalled, or no reply came
+     * @throws InvalidMailslotException this object names no mailslot
+     * @throws MailslotGoneException the receiver is dead; the semaphores are given back then
+     */
+    public native boolean sendIPC(boolean waitForReply);
+
+    /**
+     * Waits for a signal, without limit. The first call makes this process the owner of the mailslot and sees to it
+     * that the mailslots of this process vanish when it ends.
+     *
+     * @return false when there is nothing to wait for
+     */
+    public native boolean waitForIncomingMessage();
+
+    /** @return whether a sender that waits in {@link #sendIPC} could be woken */
+    public native boolean replyTo();
+
+    /**
+     * Wakes a sender that waits in {@link #sendIPC} and gives semaphores and name back.
+     *
+     * @throws InvalidSpyMemReference the mailslot was freed
+     */
+    public native void detach();
+
+    /** @return whether this object names a mailslot that has its semaphores */
+    public native boolean pingMailslot();
+
+    /**
+     * Does nothing: {@link #sendIPC} waits 120 seconds, {@link #call} takes its own limit.
+     *
+     * @param timeoutMs of no account
+     * @return 0
+     */
+    public native int SetInvocationTimeoutValueIPC(int timeoutMs);
+
+    /** The receiver has died, or has closed the mailslot. */
+    public static class MailslotGoneException extends RuntimeException {
+        private static final long serialVersionUID = 1L;
+
+        /** An exception without a message. */
+        public MailslotGoneException() {
+            super();
+        }
+
+        /**
+         * An exception with a message.
+         *
+         * @param message names the mailslot
+         */
+        public MailslotGoneException(String message) {
+            super(message);
+        }
+    }
+
+    /** The receiver got the message and could not handle it. */
+    public static class RequestFailedException extends RuntimeException {
+        private static final long serialVersionUID = 1L;
+
+        /**
+         * An exception with a message.
+         *
+         * @param message what the receiver said
+         */
+        public RequestFailedException(String message) {
+            super(message);
+        }
+    }
+}

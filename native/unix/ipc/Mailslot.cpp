@@ -1,0 +1,289 @@
+#include "Mailslot.h"
+
+#include "CTracer.h"
+#include "ErrorString.h"
+#include "GxAssert.h"
+#include "ITalString.h"
+#include "MailslotEnd.h"
+#include "MailslotEvent.h"
+#include "SemaphoreList.h"
+#include "SpyVector.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+CMailslot::CMailbox::CReference stored(const CSpyMemRef& ref)
+{
+    return {ref.word(), ref.uid()};
+}
+
+/// Frees what a reference names; somebody else may have done so already.
+template <class Free> void freeOnce(Free&& free)
+{
+    try {
+        free();
+    } catch (const CInvalidSpyMemRef&) {
+        // Traced where it was found.
+    }
+}
+
+/// @param withVectors  also the vectors it refers to: requests belong to their queue
+void freeQueue(const CSpyMemRef& ref, bool withVectors)
+{
+    if (!ref)
+        return;
+    CSpyVector queue(ref);
+    for (int index = 0; withVectors && index < static_cast<int>(queue.size()); ++index)
+        if (const CSpyVariant element = queue.get(index); element.isa(CSpyVariant::SpyVector))
+            freeOnce([&] { CSpyVector(element.ref()).free(); });
+    queue.free();
+}
+} // namespace
+
+const char* CMailslotException::formatMessage(const char* format) const
+{
+    if (m_message.empty()) {
+        m_message = format;
+        m_message.replace(m_message.find("%s"), 2, m_name);
+    }
+    return m_message.c_str();
+}
+
+const char* CMailslot::CMailbox::name() const
+{
+    const CSpyMemRef block = m_name.ref();
+    if (!block)
+        return nullptr;
+    const auto* text = static_cast<const char*>(block.address());
+    return std::memchr(text, 0, block.size()) ? text : nullptr;
+}
+
+void CMailslot::CMailbox::free()
+{
+    CSpyMemRef block = m_name.ref();
+    if (!block)
+        return;
+    m_name = {};
+    block.free();
+}
+
+CMailslot::CMailslot(const CSpyMemRef& ref) : CSpyMemory(ref)
+{
+    loadFromSpyMem();
+}
+
+void CMailslot::loadFromSpyMem()
+{
+    if (isNull())
+        return;
+    auto* const record = static_cast<CMailbox*>(m_ref.address());
+    if (m_ref.size() < sizeof *record)
+        throw CInvalidSpyMemRef(m_ref);
+    m_pMailbox = record;
+}
+
+bool CMailslot::create(const ITalString& name, const CSpyMemRef& sendQueue, const CSpyMemRef& postQueue)
+{
+    const char* const text = name;
+    const CSpyHeapLock lock;
+    allocate(sizeof(CMailbox), 0);
+    loadFromSpyMem();
+    *m_pMailbox = CMailbox{};
+    try {
+        storeName(text ? text : "");
+        if (giveEvents()) {
+            m_pMailbox->m_owner = g_pid;
+            m_pMailbox->m_sendQueue = stored(sendQueue);
+            m_pMailbox->m_postQueue = stored(postQueue);
+            CTracer::debugTrace("Created Mailslot [%s] id = %d  index=%d\r\n", text ? text : "",
+                                handle().m_set, handle().m_index);
+            return true;
+        }
+    } catch (...) {
+        freeAll();
+        throw;
+    }
+    freeAll();
+    return false;
+}
+
+void CMailslot::storeName(const char* text)
+{
+    const auto size = static_cast<unsigned>(std::strlen(text) + 1);
+    CSpyMemRef block = rawAlloc(size, 0);
+    m_pMailbox->m_name = stored(block);
+    block.write(text, size);
+}
+
+/// The list counts more semaphores than its set has: those beyond it cannot be cleared.
+bool CMailslot::giveEvents()
+{
+    CSemaphoreList list;
+    const CSemaphoreHandle events = list.allocSemaphore(2);
+    if (events.isNull())
+        return false;
+    if (!CMailslotEvent(events).clear(CMailslotEvent::Message)) {
+        list.freeSemaphore(events, 2);
+        return false;
+    }
+    setHandle(events);
+    return true;
+}
+
+CSemaphoreHandle CMailslot::handle() const
+{
+    return m_pMailbox ? CSemaphoreHandle(m_pMailbox->m_set, m_pMailbox->m_index) : CSemaphoreHandle();
+}
+
+void CMailslot::setHandle(CSemaphoreHandle handle)
+{
+    GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
+    m_pMailbox->m_set = handle.m_set;
+    m_pMailbox->m_index = handle.m_index;
+}
+
+/// Without an owner there is nobody to reap, and waitpid would take a status that others wait for.
+bool CMailslot::isGone() const
+{
+    const pid_t owner = m_pMailbox ? m_pMailbox->m_owner : 0;
+    if (owner <= 0)
+        return false;
+    waitpid(owner, nullptr, WNOHANG);
+    return kill(owner, 0) == -1 && errno == ESRCH;
+}
+
+void CMailslot::beOwner()
+{
+    static const CEndOfProcess end(exitHandler, sig_term);
+    const pid_t process = getpid();
+    const bool isFirst = g_pid.exchange(process) != process;
+    // A mailslot that was made before the first wait has no owner yet.
+    if (isFirst || m_pMailbox->m_owner == 0)
+        m_pMailbox->m_owner = process;
+}
+
+bool CMailslot::waitForMessage()
+{
+    GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
+    beOwner();
+    const bool signalled = CMailslotEvent(handle()).wait(CMailslotEvent::Message);
+    if (!signalled)
+        logError("event.wait() returned error -> %s", CErrorString(errno).text());
+    return signalled;
+}
+
+bool CMailslot::send(bool waitForReply)
+{
+    if (!m_pMailbox) {
+        std::fputs("throwing invalid mailslot exception\n", stderr);
+        throw CInvalidMailslotException(nullptr);
+    }
+    try {
+        if (handle().isNull())
+            throw CMailslotGoneException(nullptr);
+        return waitForReply ? sendAndWait() : post();
+    } catch (const CMailslotGoneException&) {
+        const char* const text = m_pMailbox->name();
+        const CMailslotGoneException named(text);
+        detach();
+        throw named;
+    }
+}
+
+bool CMailslot::post()
+{
+    const bool signalled = CMailslotEvent(handle()).signal(CMailslotEvent::Message, *this);
+    if (!signalled)
+        logError("Post Message failed: %s", CErrorString(errno).text());
+    return signalled;
+}
+
+bool CMailslot::sendAndWait()
+{
+    CMailslotEvent event(handle());
+    if (!event.clear(CMailslotEvent::Reply) || !event.signal(CMailslotEvent::Message, *this)) {
+        logError("failed: %s", CErrorString(errno).text());
+        return false;
+    }
+    const bool replied = event.wait(CMailslotEvent::Reply, *this);
+    if (!replied) {
+        const int reason = errno;
+        logError("Error waiting for reply: %s", CErrorString(reason).text());
+        errno = reason;
+    }
+    return replied;
+}
+
+bool CMailslot::replyTo()
+{
+    if (!m_pMailbox || handle().m_set < 0 || handle().isNull()) {
+        logError("Error in replyTo");
+        return false;
+    }
+    const bool signalled = CMailslotEvent(handle()).signal(CMailslotEvent::Reply, *this);
+    if (!signalled)
+        logError("Error setting replyTo event: %s", CErrorString(errno).text());
+    return signalled;
+}
+
+bool CMailslot::attach(int)
+{
+    if (handle().isNull()) {
+        logError("Could not attach to mailslot");
+        return false;
+    }
+    if (kill(m_pMailbox->m_owner, 0) == -1) {
+        logError("Attempting to send to Mailslot which is deceased.");
+        const CInvalidMailslotException named(m_pMailbox->name());
+        detach();
+        throw named;
+    }
+    return true;
+}
+
+void CMailslot::detach()
+{
+    if (isNull() || !m_ref.isValid() || !m_pMailbox)
+        return;
+    const CSpyHeapLock lock;
+    const CSemaphoreHandle events = handle();
+    if (events.isNull())
+        return;
+    setHandle({});
+    CMailslotEvent(events).signal(CMailslotEvent::Reply, *this);
+    CSemaphoreList().freeSemaphore(events, 2);
+}
+
+void CMailslot::release()
+{
+    detach();
+    if (m_pMailbox)
+        m_pMailbox->free();
+}
+
+void CMailslot::freeAll()
+{
+    const CSpyHeapLock lock;
+    freeOnce([&] { release(); });
+    const CMailbox record = *m_pMailbox;
+    freeOnce([&] { freeQueue(record.m_sendQueue.ref(), true); });
+    freeOnce([&] { freeQueue(record.m_postQueue.ref(), false); });
+    m_pMailbox = nullptr;
+    free();
+}
+
+void CMailslot::logError(const char* format, ...) const
+{
+    char text[2048];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(text, sizeof text, format, values);
+    va_end(values);
+    CTracer::debugTrace("%s", text);
+}

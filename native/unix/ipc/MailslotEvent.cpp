@@ -1,0 +1,61 @@
+#include "MailslotEvent.h"
+
+#include <cerrno>
+#include <chrono>
+#include <sys/sem.h>
+#include <thread>
+
+namespace {
+void expectAlive(const CMailslot& slot)
+{
+    if (slot.isGone())
+        throw CMailslotGoneException(nullptr);
+}
+} // namespace
+
+bool CMailslotEvent::clear(int event)
+{
+    union CArgument { // the caller of semctl declares it
+        int val;
+        void* other;
+    } zero{0};
+    return semctl(id(), m_index + event, SETVAL, zero) != -1;
+}
+
+bool CMailslotEvent::change(int event, short by, short flags)
+{
+    sembuf operation{0, by, flags};
+    bool done = op(m_index + event, &operation, 1);
+    while (!done && errno == EINTR)
+        done = op(m_index + event, &operation, 1);
+    return done;
+}
+
+bool CMailslotEvent::signal(int event, const CMailslot& slot)
+{
+    if (event == Message)
+        expectAlive(slot);
+    return change(event, 1, 0);
+}
+
+bool CMailslotEvent::wait(int event)
+{
+    return change(event, -1, 0);
+}
+
+bool CMailslotEvent::wait(int event, const CMailslot& slot)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(CMailslot::ReplyTimeoutMs);
+    for (;;) {
+        expectAlive(slot);
+        if (change(event, -1, IPC_NOWAIT))
+            return true;
+        if (errno != EAGAIN)
+            return false;
+        if (std::chrono::steady_clock::now() >= end)
+            break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    errno = EAGAIN;
+    return false;
+}

@@ -1,0 +1,29 @@
+/// The two semaphores of a mailslot.
+#pragma once
+
+#include "Mailslot.h"
+
+/// A short-lived view. A semaphore counts how often it was signalled and not yet waited for. Any thread.
+class CMailslotEvent : public CSemaphoreSet {
+public:
+    static constexpr int Message = 0; ///< a message is waiting
+    static constexpr int Reply = 1;   ///< a reply was given
+
+    explicit CMailslotEvent(CSemaphoreHandle handle) : CSemaphoreSet(handle.m_set), m_index(handle.m_index) {}
+
+    /// All of these: @return false with errno set when the semaphore does not let it.
+    bool clear(int event);
+    /// @param slot  whose owner has to live when the event is Message
+    /// @throws CMailslotGoneException  without a name
+    bool signal(int event, const CMailslot& slot);
+    /// Blocks without limit.
+    bool wait(int event);
+    /// Tries each millisecond as long as the owner of the slot lives; EAGAIN after CMailslot::ReplyTimeoutMs.
+    /// @throws CMailslotGoneException  without a name
+    bool wait(int event, const CMailslot& slot);
+
+private:
+    bool change(int event, short by, short flags);
+
+    int m_index;
+};
