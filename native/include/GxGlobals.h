@@ -5,6 +5,8 @@
 
 #include <jni.h>
 
+#include <atomic>
+
 #define GX_EXPORT [[gnu::visibility("default")]]
 
 struct _XDisplay;
@@ -37,9 +39,11 @@ GX_EXPORT extern unsigned long GlobalThreadId; ///< the thread recorded for the 
 GX_EXPORT extern unsigned long* GlobalThreadIdP;
 }
 
-extern int g_screen;      ///< default screen number of g_display; 0 without a server
-extern int g_stophotkey;  ///< keysym of the hot key that stops playback
-extern int g_pausehotkey; ///< keysym of the hot key that pauses playback
+extern int g_screen; ///< default screen number of g_display; 0 without a server
+
+/// Set by one thread while another types or waits for the hot keys.
+extern std::atomic<int> g_stophotkey;  ///< keysym of the hot key that stops playback
+extern std::atomic<int> g_pausehotkey; ///< keysym of the hot key that pauses playback
 
 /// Fills the companions, opens g_display on the default display and has it closed at exit.
 /// @return the default screen number; 0 when no display could be opened

@@ -339,9 +339,9 @@ namespace {
 /// Tells the players of all processes that the press of a hot key that follows is not the user's.
 void countHotKey(unsigned long keysym) noexcept
 try {
-    if (keysym == static_cast<unsigned long>(g_stophotkey))
+    if (keysym == static_cast<unsigned long>(g_stophotkey.load()))
         StopHotKeyCounter().increment();
-    if (keysym == static_cast<unsigned long>(g_pausehotkey))
+    if (keysym == static_cast<unsigned long>(g_pausehotkey.load()))
         PauseHotKeyCounter().increment();
 } catch (...) {
     CTracer::debugTrace("The press of hot key 0x%lx could not be counted", keysym);
@@ -358,7 +358,7 @@ void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs)
     if (isPress(action))
         countHotKey(keysym);
     sendKey(key, isPress(action), delayMs);
-    for (const int hotKey : {g_stophotkey, g_pausehotkey}) {
+    for (const int hotKey : {g_stophotkey.load(), g_pausehotkey.load()}) {
         if (!isPress(action) || keysym != static_cast<unsigned long>(hotKey))
             continue;
         pause(100);

@@ -78,5 +78,5 @@ namespace {
 
 // In this order, and by nothing but Xlib: no other unit of the library needs to be initialised before.
 int g_screen = GetDefaultScreen();
-int g_stophotkey = GetDefaultStopHotKey();
-int g_pausehotkey = GetDefaultPauseHotKey();
+std::atomic<int> g_stophotkey = GetDefaultStopHotKey();
+std::atomic<int> g_pausehotkey = GetDefaultPauseHotKey();

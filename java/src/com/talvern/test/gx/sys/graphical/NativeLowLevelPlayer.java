@@ -15,6 +15,16 @@ public class NativeLowLevelPlayer {
     public NativeLowLevelPlayer() {}
 
     /**
+     * Chooses the hot keys, F11 and F12 at first. While a {@linkplain NativePlayerThread#startPlayback playback} runs, the
+     * new keys take over at once.
+     *
+     * @param stopKeysym X keysym of the key that stops playback, such as 0xFFC8 for F11; with 0, or a keysym that the keyboard
+     *     does not have, no key does
+     * @param pauseKeysym X keysym of the key that pauses playback, likewise
+     */
+    public static native void nativeSetHotKeys(int stopKeysym, int pauseKeysym);
+
+    /**
      * Sets the delays of synthetic input in milliseconds: how long the X server waits before it lets each press, release or
      * motion happen. A negative argument leaves its delay as it is.
      *

@@ -1,0 +1,250 @@
+#include "Player.h"
+
+#include "CTracer.h"
+#include "GxAssert.h"
+#include "GxGlobals.h"
+#include "HotKeyCounter.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "XErrors.h"
+#include <X11/Xlib.h>
+
+namespace {
+constinit Display* s_display = nullptr;
+/// Held while the connection or the state of the player is used, never while it waits.
+constinit std::mutex s_inUse;
+
+/// A thread that is at work on the connection, perhaps the very one that the end of the process came from,
+/// keeps it: it is closed with the process then.
+void closeDisplay()
+{
+    const std::unique_lock guard(s_inUse, std::try_to_lock);
+    if (guard && s_display)
+        XCloseDisplay(std::exchange(s_display, nullptr));
+}
+
+/// Depends on no other unit being initialised: XInitThreads has to come before the first connection, whose
+/// ever that is, and any number of calls do no harm.
+bool openDisplay()
+{
+    XInitThreads();
+    s_display = XOpenDisplay(nullptr);
+    return s_display && std::atexit(closeDisplay) == 0;
+}
+[[maybe_unused]] const bool s_opened = openDisplay();
+
+/// The connection, with X errors survived; null when there is none.
+Display* usableDisplay()
+{
+    if (s_display)
+        installXlibErrorHandler();
+    return s_display;
+}
+
+uint8_t codeOf(int keysym)
+{
+    const auto symbol = static_cast<unsigned>(keysym);
+    const KeyCode code = s_display && symbol != NoSymbol ? XKeysymToKeycode(s_display, symbol) : KeyCode{0};
+    if (s_display && code == 0)
+        CTracer::debugTrace("The keyboard has no key for hot key 0x%x", symbol);
+    return code;
+}
+
+CHotKeyCodes codesOfHotKeys()
+{
+    return {codeOf(g_stophotkey), codeOf(g_pausehotkey)};
+}
+
+/// Code 0 would be all keys.
+void ungrab(uint8_t code)
+{
+    if (Display* const display = usableDisplay(); display && code != 0)
+        XUngrabKey(display, code, AnyModifier, DefaultRootWindow(display));
+}
+
+/// Grabbing a key anew does no harm.
+void grab(const CHotKeyCodes& keys)
+{
+    Display* const display = usableDisplay();
+    if (!display)
+        return;
+    for (const uint8_t code : {keys.m_stop, keys.m_pause})
+        if (code != 0)
+            XGrabKey(display, code, AnyModifier, DefaultRootWindow(display), True, GrabModeAsync,
+                     GrabModeAsync);
+    XSync(display, False);
+}
+
+/// A key that is down keeps the whole keyboard grabbed.
+void ungrabKeyboard()
+{
+    if (Display* const display = usableDisplay()) {
+        XUngrabKeyboard(display, CurrentTime);
+        XSync(display, False);
+    }
+}
+
+/// @return whether the press that has been seen was counted as the library's own
+bool takeOne(HotKeyCounter& counter)
+{
+    if (counter.getValue() <= 0)
+        return false;
+    counter.decrement();
+    return true;
+}
+} // namespace
+
+constinit std::atomic<Player*> Player::s_player = nullptr;
+
+Player& Player::get()
+{
+    static Player* const s_only = s_player =
+        new Player; // never deleted: threads may wait while the process ends
+    return *s_only;
+}
+
+void Player::start()
+{
+    const StopHotKeyCounter stops; // there from now on, for all processes
+    const PauseHotKeyCounter pauses;
+    const std::lock_guard guard(s_inUse);
+    if (m_started)
+        return;
+    m_started = 1;
+    m_keys = codesOfHotKeys();
+    grab(m_keys);
+}
+
+void Player::end()
+{
+    const std::lock_guard guard(s_inUse);
+    if (!m_started)
+        return;
+    m_started = 0;
+    ungrab(m_keys.m_stop);
+    ungrab(m_keys.m_pause);
+    if (s_display)
+        XSync(s_display, False);
+}
+
+void Player::setStopHotKey(int keysym)
+{
+    setHotKey(g_stophotkey, keysym);
+}
+
+void Player::setPauseHotKey(int keysym)
+{
+    setHotKey(g_pausehotkey, keysym);
+}
+
+void Player::setHotKey(std::atomic<int>& hotKey, int keysym)
+{
+    const std::lock_guard guard(s_inUse);
+    hotKey = keysym;
+    if (m_started)
+        moveGrabs();
+}
+
+/// A key that was and remains a hot key is never let go: when the two change places, and when a press of it
+/// is on its way.
+void Player::moveGrabs()
+{
+    const CHotKeyCodes before = std::exchange(m_keys, codesOfHotKeys());
+    for (const uint8_t code : {before.m_stop, before.m_pause})
+        if (!m_keys.contain(code))
+            ungrab(code);
+    ungrabKeyboard();
+    grab(m_keys);
+}
+
+/// The layout of the keyboard may have changed.
+void Player::refreshKeys()
+{
+    const std::lock_guard guard(s_inUse);
+    if (m_started && codesOfHotKeys() != m_keys)
+        moveGrabs();
+}
+
+int Player::getNextEvent()
+{
+    StopHotKeyCounter stops;
+    PauseHotKeyCounter pauses;
+    refreshKeys();
+    for (;;) {
+        if (const std::optional<int> answer = poll(stops, pauses))
+            return *answer;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+/// Nothing when nothing more has happened.
+std::optional<int> Player::poll(HotKeyCounter& stops, HotKeyCounter& pauses)
+{
+    const std::lock_guard guard(s_inUse);
+    if (!m_started)
+        return PlaybackEnded;
+    while (s_display && XPending(s_display) > 0) {
+        XEvent event;
+        XNextEvent(s_display, &event);
+        if (event.type != KeyPress)
+            continue;
+        if (const std::optional<int> answer = keyPressed(event.xkey.keycode, stops, pauses))
+            return answer;
+    }
+    noticeRelease();
+    return std::nullopt;
+}
+
+/// The program under test must receive what is typed next, so the keyboard is given back at once.
+std::optional<int> Player::keyPressed(unsigned code, HotKeyCounter& stops, HotKeyCounter& pauses)
+{
+    ungrab(m_keys.m_stop);
+    ungrab(m_keys.m_pause);
+    ungrabKeyboard();
+    if (!m_keys.contain(code))
+        return std::nullopt; // pressed while a hot key was down; the next press of a hot key grabs both again
+    if (takeCounts(code, stops, pauses))
+        m_typing = code;
+    else if (code != m_typing && code == m_keys.m_stop)
+        return StopPressed;
+    grab(m_keys);
+    if (code == m_typing)
+        return std::nullopt;
+    return PausePressed;
+}
+
+/// @return whether a press was counted as the library's own. A key that is on both hot keys is counted for
+/// both.
+bool Player::takeCounts(unsigned code, HotKeyCounter& stops, HotKeyCounter& pauses) const
+{
+    const bool stop = code == m_keys.m_stop && takeOne(stops);
+    const bool pause = code == m_keys.m_pause && takeOne(pauses);
+    return stop || pause;
+}
+
+/// A key that stays down is pressed again and again by the server, but was counted once: until it is up, its
+/// presses are not the user's. What came before it was up is handled first.
+void Player::noticeRelease()
+{
+    if (m_typing == 0 || !s_display)
+        return;
+    char down[32];
+    XQueryKeymap(s_display, down);
+    if (!(down[m_typing / 8] >> (m_typing % 8) & 1) && XEventsQueued(s_display, QueuedAlready) == 0)
+        m_typing = 0;
+}
+
+void Player::pauseHooks()
+{
+    gxAssertFailed("0", __FILE__, __LINE__);
+}
+
+void Player::resumeHooks()
+{
+    gxAssertFailed("0", __FILE__, __LINE__);
+}
