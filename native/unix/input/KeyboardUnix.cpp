@@ -1,0 +1,50 @@
+#include "Keyboard.h"
+
+#include "InputStatus.h"
+#include "inputkeyunix.h"
+#include "processkey.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "XErrors.h"
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+
+constinit thread_local int g_keyboard_status = InputSupported;
+
+bool Keyboard::isKeyDown(int keysym)
+{
+    Display* const display = walkDisplay();
+    const KeyCode key = display ? XKeysymToKeycode(display, static_cast<unsigned>(keysym)) : KeyCode{0};
+    if (key == 0)
+        return false;
+    char down[32] = {};
+    XQueryKeymap(display, down);
+    return down[key / 8] >> (key % 8) & 1;
+}
+
+void Keyboard::setModifierKeys(unsigned wanted)
+{
+    int event, error, major, minor;
+    Display* const display = walkDisplay();
+    if (!display || !XTestQueryExtension(display, &event, &error, &major, &minor))
+        return;
+    CServerStrokes strokes;
+    const CStrokeScope scope(strokes);
+    AdjustModifiersEx(wanted & (ShiftHeld | ControlHeld | AltHeld));
+}
+
+int GetKeyCode(const char* text)
+{
+    if (!text || !*text)
+        return -1;
+    const size_t length = std::strlen(text);
+    if (length == 1)
+        return walkDisplay() ? static_cast<int16_t>(TranslateChar(text)) : -1;
+    if (text[0] != '{' || text[length - 1] != '}')
+        return -1;
+    const CSpecialKey* const key = findSpecialKey(std::string(text + 1, length - 2).c_str());
+    return key ? static_cast<int>(key->m_keysym) : -1;
+}
