@@ -107,6 +107,17 @@ public:
     bool isShowing() const; ///< mapped, and all its ancestors are
     bool isWinVisible() const { return isShowing(); }
     bool isEnabled() const { return true; }
+    // Menus of this process's toolkit; 0 and false in any other process. On the thread of the toolkit.
+
+    /// The menu bar inside of this window, else the first anywhere on the screen; 0 for the null window.
+    unsigned long getMenuBar() const;
+    /// The menu panes that are shown, at most 64. GTK's lie wholly right of and below the screen's corner.
+    static std::vector<CWindow> getPopupWindows();
+    /// The shown pane that was not opened from another menu; any of GTK's shown panes, the first, as it is
+    /// the bottom of the stack. 0 when none is shown.
+    static unsigned long getTopContextMenu();
+    /// The top-level window of the menu bar that this pane, a menu (isMenu), belongs to; else 0.
+    unsigned long getMenuParentWindow() const;
     bool isMenu() const;
     bool isPopup() const;
     bool isComboListBox() const;

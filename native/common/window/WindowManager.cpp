@@ -16,6 +16,7 @@ namespace {
 constinit CJavaField s_handle{"handle", "J"};
 constinit CJavaConstructor s_window{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",
                                     " wndClass == NULL"};
+constinit CJavaConstructor s_menu{"com/talvern/test/gx/sys/graphical/Menu", "(JJ)V", " returning NULL"};
 constinit CJavaConstructor s_windows{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",
                                      " returning NULL"};
 
@@ -35,6 +36,15 @@ jobject windowOrNull(JNIEnv* env, CJniTrace& trace, const CWindow& window, const
     if (!window.isNullWindow())
         return newWindow(env, trace, window);
     trace.note(noWindowNote);
+    return nullptr;
+}
+
+/// @param menu  window of a menu bar or pane; 0 for none
+jobject menuOrNull(JNIEnv* env, CJniTrace& trace, unsigned long menu)
+{
+    if (menu)
+        return s_menu.make(env, trace, static_cast<jlong>(menu), jlong{0});
+    trace.note(" returning NULL");
     return nullptr;
 }
 
@@ -137,6 +147,43 @@ NATIVE_WINDOW(jobject, nativeGetGwWinOwner, JNIEnv* env, jobject self)
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         const CWindow owner(static_cast<long>(windowOf(env, self).getGwOwner()));
         return windowOrNull(env, trace, owner, " owner.getHandle == 0");
+    });
+}
+
+NATIVE_WINDOW(jobject, nativeGetMenuBar, JNIEnv* env, jobject self)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) {
+        return menuOrNull(env, trace, windowOf(env, self).getMenuBar());
+    });
+}
+
+NATIVE_WINDOW(jobject, nativeGetPopupMenu, JNIEnv* env, jobject self)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) {
+        return menuOrNull(env, trace, windowOf(env, self).getHandle());
+    });
+}
+
+NATIVE_WINDOW(jobjectArray, nativeGetPopupWindows, JNIEnv* env, jclass)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) {
+        return newWindowArray(env, trace, s_windows, CWindow::getPopupWindows());
+    });
+}
+
+NATIVE_WINDOW(jobject, nativeGetTopContextMenu, JNIEnv* env, jclass)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) {
+        const CWindow menu(static_cast<long>(CWindow::getTopContextMenu()));
+        return windowOrNull(env, trace, menu, " w.getHandle == NULL");
+    });
+}
+
+NATIVE_WINDOW(jobject, nativeGetMenuParentWindow, JNIEnv* env, jobject self)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) {
+        const CWindow owner(static_cast<long>(windowOf(env, self).getMenuParentWindow()));
+        return windowOrNull(env, trace, owner, " parent.getHandle == 0");
     });
 }
 

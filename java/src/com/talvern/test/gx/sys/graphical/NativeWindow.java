@@ -213,6 +213,42 @@ public class NativeWindow {
 
     // Toolkits: what a window is for the application that this JVM has been put into; false in any other process
 
+    /**
+     * The menu bar inside this window, else the first one anywhere on the screen.
+     *
+     * @return null when this process has no menu bar, and for handle 0
+     */
+    public native Menu nativeGetMenuBar();
+
+    /**
+     * This window as a menu; whether it is one is not looked at.
+     *
+     * @return null for handle 0
+     */
+    public native Menu nativeGetPopupMenu();
+
+    /**
+     * The menu panes that are shown. A GTK pane that begins left of or above the screen is not listed.
+     *
+     * @return at most 64; empty when there is none
+     */
+    public static native NativeWindow[] nativeGetPopupWindows();
+
+    /**
+     * The menu pane that was not opened from a menu bar or from another pane. GTK makes no difference: any pane that
+     * is shown counts.
+     *
+     * @return the first such pane; null when none is shown
+     */
+    public static native NativeWindow nativeGetTopContextMenu();
+
+    /**
+     * The top-level window with the menu bar that this pane belongs to.
+     *
+     * @return null when this window is no menu ({@link #nativeIsMenu}), and when there is no menu bar
+     */
+    public native NativeWindow nativeGetMenuParentWindow();
+
     /** @return whether it is a Motif pulldown menu, or the window of a GTK menu */
     public native boolean nativeIsMenu();
 

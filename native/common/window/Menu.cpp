@@ -1,0 +1,101 @@
+// Exported functions of com.talvern.test.gx.sys.graphical.Menu.
+#include "Menu.h"
+
+#include "CodeSet.h"
+#include "JavaWindow.h"
+#include "JniClass.h"
+#include "JniDataTypes.h"
+#include "JniEntry.h"
+#include "com_talvern_test_gx_sys_graphical_Menu.h"
+#include "jniobject.h"
+
+#include <string>
+
+#define MENU(Result, method, ...)                                                                            \
+    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_Menu_##method(__VA_ARGS__)
+
+namespace {
+constinit CJavaField s_handle{"handle", "J"};
+constinit CJavaField s_menuHandle{"menuHandle", "J"};
+
+GxMenu menuOf(JNIEnv* env, jobject self)
+{
+    return GxMenu(s_handle.getLong(env, self), s_menuHandle.getLong(env, self));
+}
+
+/// A Java string of UTF-8 text. A character that the end of a buffer cut is left out.
+jstring newText(JNIEnv* env, const char* text)
+{
+    std::string units;
+    convertText(nativeUtf16, "UTF-8", text, units);
+    return CJString(env, reinterpret_cast<const unsigned short*>(units.data()),
+                    static_cast<unsigned>(units.size() / sizeof(unsigned short)));
+}
+} // namespace
+
+// Members whose answer is `expression`, in which `menu` is the menu of `this`.
+#define MENU_MEMBER(Result, method, expression)                                                              \
+    MENU(Result, method, JNIEnv* env, jobject self)                                                          \
+    {                                                                                                        \
+        return jniEntry(env, __func__, [&] {                                                                 \
+            const auto menu = menuOf(env, self);                                                             \
+            return static_cast<Result>(expression);                                                          \
+        });                                                                                                  \
+    }
+
+MENU_MEMBER(jint, getItemCount, menu.getItemCount())
+MENU_MEMBER(jboolean, isSystemMenu, menu.isSystemMenu())
+MENU_MEMBER(jboolean, isHTMLMenu, menu.isHTMLMenu())
+
+MENU(jstring, getItemText, JNIEnv* env, jobject self, jint index)
+{
+    return jniEntry(env, __func__, [&]() -> jstring {
+        char buffer[127] = "";
+        const int length = menuOf(env, self).getItemText(index, buffer, sizeof buffer);
+        return length > 0 ? newText(env, buffer) : nullptr;
+    });
+}
+
+MENU(jobject, getItemScreenRectangle, JNIEnv* env, jobject self, jint index)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
+        Rect rect(-1, -1, -1, -1);
+        menuOf(env, self).getItemScreenRectangle(index, &rect);
+        return rect.getTop() == -1 ? nullptr : newRectangle(env, trace, rect);
+    });
+}
+
+MENU(jobject, getScreenRectangle, JNIEnv* env, jobject self)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
+        const GxMenu menu = menuOf(env, self);
+        if (menu.isNullMenu())
+            return nullptr;
+        Rect rect;
+        menu.getScreenRectangle(&rect);
+        return newRectangle(env, trace, rect);
+    });
+}
+
+MENU(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
+{
+    return jniEntry(env, __func__, [&]() -> jint {
+        const auto at = pointOf(env, point);
+        return at ? menuOf(env, self).getItemAtScreenPoint(*at) : -1;
+    });
+}
+
+// The windows narrow the search on platforms where several may belong to an item; X11 has no use for them.
+MENU(jobject, getItemPopupMenu, JNIEnv* env, jobject self, jint index, jobjectArray)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
+        trace.note(" returning ret");
+        unsigned long submenu = 0, submenuHandle = 0;
+        menuOf(env, self).getItemPopupMenu(index, &submenu, &submenuHandle);
+        if (!submenu)
+            return nullptr;
+        const auto type = localRef(env, env->GetObjectClass(self));
+        return CJniClass(env, type.get())
+            .construct("(JJ)V", static_cast<jlong>(submenu), static_cast<jlong>(submenuHandle));
+    });
+}

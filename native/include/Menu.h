@@ -1,0 +1,47 @@
+/// Menus of the application under test: a menu bar or a pane, and its items.
+#pragma once
+
+#include "WindowManager.h"
+
+#include <cstdint>
+
+/// One menu bar or menu pane, named by its X window; a value, nothing is owned. Only the process whose
+/// toolkit made the menu can answer: call it on that toolkit's thread. Each call waits for the X server. GTK
+/// is asked when the process runs GTK 2 or 3, else Motif.
+///
+/// Items count from 0, separators and tear-off items included. A null handle, a window that is no menu of
+/// this process, an index beyond the items and an error of the toolkit give the answer that each operation
+/// names.
+class GxMenu {
+public:
+    /// @param menuHandle  carried along; X11 has no use for it
+    GxMenu(long handle, long menuHandle)
+        : handle(static_cast<uint64_t>(handle)), menuHandle(static_cast<uint64_t>(menuHandle))
+    {
+    }
+
+    bool isNullMenu() const { return handle == 0; }
+    int getItemCount() const; ///< -1 when it is not known
+    bool isSystemMenu() const { return false; }
+    bool isHTMLMenu() const { return false; }
+    /// The text of an item's label, UTF-8 whatever the locale. Motif does not tell.
+    /// @param buffer  receives at most size - 1 bytes and a terminating 0; it may end inside a character
+    /// @return the length of the whole text in bytes; 0 when there is none
+    int getItemText(int index, char* buffer, int size) const;
+    /// An item in root coordinates. All zero for an index that a Motif menu does not have; untouched when
+    /// nothing is known.
+    void getItemScreenRectangle(int index, Rect* rect) const;
+    /// The first item whose rectangle holds the point, edges included. @return its index, or -1
+    int getItemAtScreenPoint(const Point& point) const;
+    /// The pane in root coordinates, without the border; zero for a window that has gone. Where the pane's
+    /// parent does not hold it, the parent's rectangle in the coordinates of the window around that.
+    void getScreenRectangle(Rect* rect) const;
+    /// The window of an item's sub-menu while that is shown.
+    /// @param submenu      0 when there is none
+    /// @param submenuHandle  never set
+    void getItemPopupMenu(int index, unsigned long* submenu, unsigned long* submenuHandle) const;
+
+private:
+    uint64_t handle;
+    [[maybe_unused]] uint64_t menuHandle;
+};

@@ -1,0 +1,45 @@
+/// What the toolkit of this process knows of its menus.
+#pragma once
+
+#include "WindowManager.h"
+#include "WindowLevel.h"
+
+#include <optional>
+#include <vector>
+
+/// One implementation a toolkit. GUI thread only; windows are X windows of any process, of which a toolkit
+/// knows its own. A null window, one that is no menu of this process, and an error of the toolkit read as
+/// "none".
+class IMenuToolkit {
+public:
+    /// GTK when the process runs GTK 2 or 3, else Motif. Asked at every call: GTK may come later.
+    static const IMenuToolkit& current();
+
+    /// Makes the X server know what the toolkit has done so far. To be called before windows are read on
+    /// another connection.
+    virtual void publish() const = 0;
+
+    virtual Window menuBarAmong(const std::vector<Window>& windows) const = 0; ///< the first; 0 for none
+    /// The windows of menu panes, shown or not, in the toolkit's order.
+    virtual std::vector<Window> panesIn(CWindowTree tree) const = 0;
+    /// Whether a pane at this place may count as shown.
+    virtual bool canShowAt(const CPlace& place) const = 0;
+    /// The first of these panes, all shown, that was not opened from another menu; 0 for none.
+    virtual Window contextMenuAmong(const std::vector<Window>& panes) const = 0;
+    /// The window that owns a menu bar, given the child of the root that the bar is in.
+    virtual Window ownerOf(Display* display, Window menuBar, Window frame) const = 0;
+
+    virtual int itemCount(Window menu) const = 0; ///< -1 for none
+    /// @return the whole length in bytes; 0 for none, and nothing is written then
+    virtual int itemText(Window menu, int index, char* buffer, int size) const = 0;
+    /// An item's rectangle in the menu's window, in pixels of X11. A zero rectangle stands for an index
+    /// without an item where the toolkit makes that difference.
+    virtual std::optional<Rect> itemBox(Window menu, int index) const = 0;
+    virtual Window submenuWindow(Window menu, int index) const = 0; ///< shown or not; 0 for none
+
+protected:
+    ~IMenuToolkit() = default;
+};
+
+const IMenuToolkit& gtkMenus();
+const IMenuToolkit& motifMenus();

@@ -1,0 +1,169 @@
+// Menus on X11: finding them, and what does not depend on the toolkit that made them.
+#include "Menu.h"
+
+#include "CTracer.h"
+#include "MenuToolkit.h"
+#include "WindowManagerUnix.h"
+#include "gtkfuncs.h"
+
+namespace {
+/// More panes than this are not listed.
+constexpr size_t maxPanes = 64;
+
+std::vector<Window> shownPanes(Display* display)
+{
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    toolkit.publish();
+    std::vector<Window> shown;
+    askAll(
+        toolkit.panesIn(wholeTree(display, rootOf(display))), [&](Window window) { return CBoxAnswer(display, window); },
+        [&](Window window, CBoxAnswer& answer) {
+            const bool viewable = answer.state.take().viewable;
+            const CPlace place = placeOf(answer.place.take().get());
+            if (viewable && toolkit.canShowAt(place) && shown.size() < maxPanes)
+                shown.push_back(window);
+        });
+    return shown;
+}
+
+Window GetMenuBar(Display* display, Window window)
+{
+    return IMenuToolkit::current().menuBarAmong(windowsOf(wholeTree(display, window)));
+}
+
+/// The ancestor whose parent is the root; 0 when a window on the way up has gone.
+Window getWindowFrame(Display* display, Window window)
+{
+    const Window frame = frameOf(display, window);
+    return GetParent(display, frame) == rootOf(display) ? frame : 0;
+}
+
+/// A pane's rectangle for a translation of its own corner: the place that the pane has in its parent, taken
+/// as a point inside of it. Panes stand at (0, 0) in a shell of their own, and the caller looks at the parent
+/// for any other.
+std::optional<Rect> paneRectangle(Display* display, Window pane, const CWindowState& state)
+{
+    int x = 0, y = 0;
+    Window child = 0;
+    if (!XTranslateCoordinates(display, pane, rootOf(display), state.x, state.y, &x, &y, &child))
+        return std::nullopt;
+    CTracer::debugTrace("Menu rectangle after translation- x: %d, y: %d  child %d", x, y,
+                        static_cast<int>(child));
+    return Rect(y, x, state.height, state.width);
+}
+
+std::optional<Rect> parentRectangle(Display* display, Window pane)
+{
+    const CWindowState state = stateOf(display, GetParent(display, pane));
+    if (!state.readable)
+        return std::nullopt;
+    CTracer::debugTrace("Menu parent rect - x: %d, y: %d, width: %d, height: %d depth:%d ", state.x, state.y,
+                        state.width, state.height, state.depth);
+    return Rect(state.y, state.x, state.height, state.width);
+}
+
+/// Moves a rectangle in a window to root coordinates.
+Rect onScreen(const CPlace& window, const Rect& box)
+{
+    return {window.y + box.getTop(), window.x + box.getLeft(), box.getHeight(), box.getWidth()};
+}
+} // namespace
+
+const IMenuToolkit& IMenuToolkit::current()
+{
+    return isGTK2() || isGTK3() ? gtkMenus() : motifMenus();
+}
+
+unsigned long CWindow::getMenuBar() const
+{
+    Display* const display = walkDisplay();
+    if (!display || isNullWindow())
+        return 0;
+    IMenuToolkit::current().publish();
+    const Window own = GetMenuBar(display, m_handle);
+    return own ? own : GetMenuBar(display, rootOf(display));
+}
+
+std::vector<CWindow> CWindow::getPopupWindows()
+{
+    Display* const display = walkDisplay();
+    std::vector<CWindow> panes;
+    for (const Window pane : display ? shownPanes(display) : std::vector<Window>())
+        panes.emplace_back(static_cast<long>(pane));
+    return panes;
+}
+
+unsigned long CWindow::getTopContextMenu()
+{
+    Display* const display = walkDisplay();
+    return display ? IMenuToolkit::current().contextMenuAmong(shownPanes(display)) : 0;
+}
+
+unsigned long CWindow::getMenuParentWindow() const
+{
+    Display* const display = walkDisplay();
+    const Window menuBar = display && isMenu() ? getMenuBar() : 0;
+    const Window frame = menuBar ? getWindowFrame(display, menuBar) : 0;
+    return frame ? IMenuToolkit::current().ownerOf(display, menuBar, frame) : 0;
+}
+
+int GxMenu::getItemCount() const
+{
+    return IMenuToolkit::current().itemCount(handle);
+}
+
+int GxMenu::getItemText(int index, char* buffer, int size) const
+{
+    return IMenuToolkit::current().itemText(handle, index, buffer, size);
+}
+
+void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
+{
+    Display* const display = walkDisplay();
+    const auto box = display ? IMenuToolkit::current().itemBox(handle, index) : std::nullopt;
+    if (!box)
+        return;
+    const CPlace place =
+        box->isZero() ? CPlace{.known = true} : placeOf(askPlace(display, handle).take().get());
+    if (place.known)
+        *rect = onScreen(place, *box);
+}
+
+int GxMenu::getItemAtScreenPoint(const Point& point) const
+{
+    Display* const display = walkDisplay();
+    const int count = display ? getItemCount() : -1;
+    if (count < 1)
+        return -1;
+    const CPlace place = placeOf(askPlace(display, handle).take().get());
+    for (int index = 0; place.known && index < count; ++index)
+        if (const auto box = IMenuToolkit::current().itemBox(handle, index);
+            box && onScreen(place, *box).pointInRect(point))
+            return index;
+    return -1;
+}
+
+void GxMenu::getScreenRectangle(Rect* rect) const
+{
+    *rect = Rect();
+    Display* const display = walkDisplay();
+    const CWindowState state = display ? stateOf(display, handle) : CWindowState();
+    const auto pane = state.readable ? paneRectangle(display, handle, state) : std::nullopt;
+    if (!pane)
+        return;
+    const auto parent = parentRectangle(display, handle);
+    *rect = parent && !parent->contains(*pane) ? *parent : *pane;
+}
+
+void GxMenu::getItemPopupMenu(int index, unsigned long* submenu, unsigned long*) const
+{
+    *submenu = 0;
+    Display* const display = walkDisplay();
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    const Window window = display ? toolkit.submenuWindow(handle, index) : 0;
+    if (!window)
+        return;
+    toolkit.publish();
+    if (stateOf(display, window).viewable)
+        *submenu = window;
+}

@@ -1,0 +1,177 @@
+#include "MenuToolkit.h"
+
+#include "CTracer.h"
+#include "XtGuard.h"
+
+#include <strings.h>
+
+#include <Xm/CascadeB.h>
+#include <Xm/CascadeBG.h>
+#include <Xm/MenuShell.h>
+#include <Xm/RowColumn.h>
+#include <Xm/Xm.h>
+
+namespace {
+bool isPane(Widget widget)
+{
+    return isRowColumn(widget, XmMENU_PULLDOWN) || isRowColumn(widget, XmMENU_POPUP);
+}
+
+/// A pane hangs in a menu shell; the shell's parent is what the pane was made for: a menu bar for its
+/// pulldowns, the shell of another pane for a cascade.
+bool isOpenedByUser(Widget pane)
+{
+    const Widget shell = pane ? XtParent(pane) : nullptr;
+    const Widget opener = shell ? XtParent(shell) : nullptr;
+    return pane && !isOfClass(opener, xmMenuShellWidgetClass) && !isRowColumn(opener, XmMENU_BAR);
+}
+
+struct CItems {
+    WidgetList list = nullptr;
+    Cardinal count = 0;
+
+    bool has(int index) const { return index >= 0 && static_cast<Cardinal>(index) < count; }
+};
+
+/// Asks ask(items) under the guard. @return its answer; false when the window is no menu
+template <class Ask> bool askItems(Window menu, Ask ask)
+{
+    return askWidget(menu, [=](Widget widget) {
+        if (!isOfClass(widget, xmRowColumnWidgetClass))
+            return false;
+        CItems items;
+        XtVaGetValues(widget, XmNchildren, &items.list, XmNnumChildren, &items.count, nullptr);
+        return ask(items);
+    });
+}
+
+Rect boxOf(Widget item)
+{
+    Position x = 0, y = 0;
+    Dimension width = 0, height = 0;
+    XtVaGetValues(item, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
+    return {y, x, height, width};
+}
+
+Window submenuOf(Widget item)
+{
+    if (!isOfClass(item, xmCascadeButtonWidgetClass) && !isOfClass(item, xmCascadeButtonGadgetClass))
+        return 0;
+    Widget submenu = nullptr;
+    XtVaGetValues(item, XmNsubMenuId, &submenu, nullptr);
+    return submenu ? XtWindowOfObject(submenu) : 0;
+}
+
+bool isKwin(const CClassHint& hint)
+{
+    return strcasecmp(hint.name.c_str(), kdeInstance) == 0 ||
+           strcasecmp(hint.instance.c_str(), kdeInstance) == 0;
+}
+
+class CMotifMenus final : public IMenuToolkit {
+public:
+    void publish() const override
+    {
+        if (gx_app_display)
+            XSync(gx_app_display, False);
+    }
+    Window menuBarAmong(const std::vector<Window>& windows) const override
+    {
+        return firstThat(windows, [](Widget widget) { return isRowColumn(widget, XmMENU_BAR); });
+    }
+    std::vector<Window> panesIn(CWindowTree tree) const override;
+    bool canShowAt(const CPlace&) const override { return true; }
+    Window contextMenuAmong(const std::vector<Window>& panes) const override
+    {
+        return firstThat(panes, isOpenedByUser);
+    }
+    Window ownerOf(Display* display, Window menuBar, Window frame) const override;
+    int itemCount(Window menu) const override;
+    int itemText(Window, int, char*, int) const override { return 0; }
+    std::optional<Rect> itemBox(Window menu, int index) const override;
+    Window submenuWindow(Window menu, int index) const override;
+
+private:
+    /// The first window whose widget passes; 0, too, after an Xt error.
+    template <class Test> static Window firstThat(const std::vector<Window>& windows, Test test)
+    {
+        Window found = 0;
+        auto search = [&] {
+            for (size_t i = 0; i < windows.size() && !found; ++i)
+                if (test(widgetOf(windows[i])))
+                    found = windows[i];
+            return true;
+        };
+        return gx_app_display && CXtGuard::run(search) ? found : 0;
+    }
+};
+
+std::vector<Window> CMotifMenus::panesIn(CWindowTree tree) const
+{
+    const std::vector<Window> windows = windowsOf(std::move(tree));
+    std::vector<Window> panes(windows.size()); // with room for all: nothing may be allocated under the guard
+    size_t count = 0;
+    auto collect = [&] {
+        for (size_t i = 0; i < windows.size(); ++i)
+            if (isPane(widgetOf(windows[i])))
+                panes[count++] = windows[i];
+        return true;
+    };
+    panes.resize(gx_app_display && CXtGuard::run(collect) ? count : 0);
+    return panes;
+}
+
+/// In the frames of the KDE window manager, which have a window of its own beside the client's, the owner is
+/// the client's window, or the only one inside of that.
+Window CMotifMenus::ownerOf(Display* display, Window menuBar, Window frame) const
+{
+    CTracer::debugTrace("Menu Bar Handle: %d", static_cast<int>(menuBar));
+    const auto children = childrenOf(display, frame);
+    for (size_t i = 0; children.size() == 2 && i < 2; ++i) {
+        if (!isKwin(classOf(display, children[i])))
+            continue;
+        const Window other = children[1 - i];
+        const auto inner = childrenOf(display, other);
+        return inner.size() == 1 ? inner.front() : other;
+    }
+    return frame;
+}
+
+int CMotifMenus::itemCount(Window menu) const
+{
+    int count = -1;
+    const bool known = askItems(menu, [&count](const CItems& items) {
+        count = static_cast<int>(items.count);
+        return true;
+    });
+    return known ? count : -1;
+}
+
+std::optional<Rect> CMotifMenus::itemBox(Window menu, int index) const
+{
+    Rect box;
+    const bool known = askItems(menu, [index, &box](const CItems& items) {
+        if (items.has(index))
+            box = boxOf(items.list[index]);
+        return true;
+    });
+    return known ? std::optional(box) : std::nullopt;
+}
+
+Window CMotifMenus::submenuWindow(Window menu, int index) const
+{
+    Window submenu = 0;
+    const bool known = askItems(menu, [index, &submenu](const CItems& items) {
+        if (items.has(index))
+            submenu = submenuOf(items.list[index]);
+        return true;
+    });
+    return known ? submenu : 0;
+}
+} // namespace
+
+const IMenuToolkit& motifMenus()
+{
+    static const CMotifMenus s_menus;
+    return s_menus;
+}
