@@ -39,11 +39,13 @@ extern "C" int gxDeliverRequests()
 {
     if (!mayDeliver())
         return 0;
-    int delivered = 0;
+    // First what empties the wake descriptor: a request stored meanwhile is seen below, a later one wakes
+    // anew.
+    const int delivered = CMessageWindow::deliver();
     try {
-        delivered = runCallbackGlobals();
+        return delivered + runCallbackGlobals();
     } catch (...) {
         CTracer::debugTrace("The request of the callback globals failed");
+        return delivered;
     }
-    return delivered + CMessageWindow::deliver();
 }

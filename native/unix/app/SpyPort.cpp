@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <ctime>
 #include <pthread.h>
+#include <unistd.h>
 #include <utility>
 
 #include <X11/Xlib.h>
@@ -23,6 +24,17 @@ constexpr unsigned AcceleratedPollMs = 5;
 constexpr unsigned PlainPollMs = 50;
 
 constinit thread_local CSpyPort* t_beingMade = nullptr;
+
+/// Detaches a thread that ends: the JVM would wait for it. The main thread ends with the process.
+struct CThreadEnd {
+    ~CThreadEnd()
+    {
+        if (port && gettid() != getpid())
+            port->endThread();
+    }
+    CSpyPort* port = nullptr;
+};
+thread_local CThreadEnd t_end;
 
 void readAcceleration()
 {
@@ -54,11 +66,19 @@ void becomeApplicationUnderTest()
 
 CSpyPort::CSpyPort(unsigned long threadId, const char* domain) : m_threadId(threadId), m_domain(domain)
 {
-    t_beingMade = this;
+    t_beingMade = t_end.port = this;
     readAcceleration();
     if (attachToJVM())
         loadDomain();
     t_beingMade = nullptr;
+}
+
+void CSpyPort::endThread()
+{
+    m_threadId = 0;
+    m_env = nullptr;
+    if (m_vm)
+        m_vm->DetachCurrentThread();
 }
 
 CSpyPort* CSpyPort::beingMade()

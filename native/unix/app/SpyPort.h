@@ -6,6 +6,8 @@
 
 #include <jni.h>
 
+#include <atomic>
+
 class CHtmlDomainImplementation;
 
 /// Made on the thread that it serves and never destroyed; a process has one at most (see CInfestor).
@@ -32,6 +34,9 @@ public:
     /// @return 1; 0 when there is no X server, on the plain path: the callback never runs then
     int send(GxCallback callback, long param);
 
+    /// The thread is about to end: the port serves nobody from now on, as another thread may get the same id.
+    void endThread();
+
     /// The port that the calling thread is just making; null outside of the constructor. Java code of a
     /// domain may ask for its port while it is being loaded.
     static CSpyPort* beingMade();
@@ -48,7 +53,7 @@ private:
     int sendAccelerated(GxCallback callback, long param);
     int sendPlain(GxCallback callback, long param);
 
-    unsigned long m_threadId;
+    std::atomic<unsigned long> m_threadId;
     void* m_libjvm = nullptr; ///< of dlopen; stays open, as the JVM cannot be unloaded
     JavaVM* m_vm = nullptr;
     JNIEnv* m_env = nullptr;
