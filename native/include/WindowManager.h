@@ -141,6 +141,11 @@ private:
 class CRootWindow : public CWindow {
 public:
     CRootWindow();
+
+    /// Flashes a red frame for 1.8 s: it is hidden and shown nine times, 200 ms each. Blocks as long. Any
+    /// thread. Afterwards there is no current frame (see HighlighterUnix.h).
+    /// @param rect  root coordinates, with left and top exchanged, as CHighlighter takes rectangles
+    static void highlight(const Rect& rect);
 };
 
 /// A window that a user sees as an application window.

@@ -106,6 +106,8 @@ struct CWindowState {
 /// WM_CLASS of the KDE window manager's own windows; its frames have one as their first child.
 constexpr const char* kdeInstance = "kwin";
 constexpr const char* kdeClass = "Kwin";
+/// WM_CLASS class of the library's own highlight frames, which no search may find.
+constexpr const char* highlighterClass = "VTXHighlighter";
 
 /// The two parts of WM_CLASS. A part that is absent and one that is empty are the same: no name.
 struct CClassHint {

@@ -7,9 +7,6 @@
 int g_window_status = 0;
 
 namespace {
-/// WM_CLASS class of the library's own highlight frames, which no query may find.
-constexpr const char* highlighterClass = "VTXHighlighter";
-
 /// A batch of windows is asked for at once. A hit near the top of the stack should not wait for the whole
 /// desktop; a later batch is worth its round trip.
 constexpr size_t firstBatch = 64;
