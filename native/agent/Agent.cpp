@@ -1,0 +1,132 @@
+#include "Agent.h"
+
+#include "EndOfProgram.h"
+#include "Environment.h"
+#include "JavaMachine.h"
+#include "Say.h"
+
+#include <atomic>
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace {
+enum class State { waiting, inside, failed };
+
+std::atomic<State> s_state{State::waiting};
+pthread_t s_guiThread;
+std::atomic<_XDisplay*> s_xtDisplay{nullptr};
+void* s_library = nullptr;
+
+/// A name that the library exports; null when it is another version.
+template <class T> T* exported(const char* name)
+{
+    return static_cast<T*>(dlsym(s_library, name));
+}
+
+template <class Function> Function* exportedFunction(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(s_library, name));
+}
+
+bool isReadable(const char* path)
+{
+    if (path && access(path, R_OK) == 0)
+        return true;
+    say("there is no %s", path ? path : "library named");
+    return false;
+}
+
+bool loadLibrary()
+{
+    s_library = dlopen(CEnvironment::value(AgentVariable::library), RTLD_NOW | RTLD_LOCAL);
+    if (!s_library) {
+        say("%s", dlerror());
+        return false;
+    }
+    if (int* const isUnderTest = exported<int>("gx_MarloSUT"))
+        *isUnderTest = 1;
+    if (_XDisplay** const display = exported<_XDisplay*>("gx_app_display"))
+        *display = s_xtDisplay;
+    return true;
+}
+
+bool infest()
+{
+    const auto entry = exportedFunction<void*(const char*)>("infestCurrentThread");
+    const char* const domain = CEnvironment::value(AgentVariable::domain);
+    if (entry && entry(domain ? domain : ""))
+        return true;
+    say("the GUI thread gets no spy port");
+    return false;
+}
+
+bool startJavaAgent(JNIEnv* env, bool ownsJvm)
+{
+    const jclass agent = env->FindClass("com/talvern/test/gx/application/ApplicationAgent");
+    const jmethodID start = agent ? env->GetStaticMethodID(agent, "start", "(JZ)V") : nullptr;
+    if (start)
+        env->CallStaticVoidMethod(agent, start, static_cast<jlong>(pthread_self()),
+                                  static_cast<jboolean>(ownsJvm));
+    const bool failed = env->ExceptionCheck();
+    if (failed) {
+        char text[800];
+        JavaMachine::takeException(env, text, sizeof text);
+        say("the Java agent does not start: %s", text);
+    } else
+        CEndOfProgram::watch(env, agent);
+    env->DeleteLocalRef(agent);
+    return !failed;
+}
+} // namespace
+
+bool CAgent::bringIn()
+{
+    bool ownsJvm = false;
+    if (!isReadable(CEnvironment::value(AgentVariable::library)) ||
+        !isReadable(CEnvironment::value(AgentVariable::jar)))
+        return false;
+    JNIEnv* const env = JavaMachine::bring(ownsJvm);
+    return env && loadLibrary() && infest() && startJavaAgent(env, ownsJvm);
+}
+
+bool CAgent::start()
+{
+    if (!CEnvironment::serves() || s_state == State::failed)
+        return false;
+    if (s_state == State::inside)
+        return pthread_equal(s_guiThread, pthread_self()) != 0;
+    s_state = State::failed; // until it has worked; a main loop that is run in between finds it so
+    CEnvironment::serveOnlyThisProcess();
+    s_guiThread = pthread_self();
+    if (bringIn())
+        s_state = State::inside;
+    return s_state == State::inside;
+}
+
+int CAgent::descriptors(int* out)
+{
+    const auto entry = exportedFunction<int(int*, int)>("gxRequestDescriptors");
+    return entry ? entry(out, 2) : 0;
+}
+
+void CAgent::deliver()
+{
+    static const auto s_entry = exportedFunction<int()>("gxDeliverRequests");
+    if (CEnvironment::serves())
+        s_entry();
+}
+
+void CAgent::setXtDisplay(_XDisplay* display)
+{
+    s_xtDisplay = display;
+    if (_XDisplay** const known = s_library ? exported<_XDisplay*>("gx_app_display") : nullptr)
+        *known = display;
+}
+
+namespace {
+[[gnu::constructor(101)]] void enterProgram()
+{
+    CEnvironment::enter();
+}
+} // namespace

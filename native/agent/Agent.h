@@ -1,0 +1,26 @@
+/// The part of an application under test that is not the application's own: brings the JVM, the library and
+/// the Java agent into the process, and lets the toolkit's main loop run what they ask for.
+#pragma once
+
+struct _XDisplay;
+
+class CAgent {
+public:
+    /// Brings everything in. Called from the program's main loop once it runs; the calling thread becomes the
+    /// GUI thread, on which requests run. Takes some 100 ms the first time; later calls only answer.
+    /// @return whether requests can be delivered on the calling thread. When not, the reason has been written
+    /// as one line, and the program runs on as it is.
+    static bool start();
+    /// Descriptors for the main loop to watch once `start` has said yes; see gxRequestDescriptors.
+    /// @return how many of `out`, which has room for two
+    static int descriptors(int* out);
+    /// Runs what waits for the GUI thread; called by the main loop when a descriptor is readable.
+    static void deliver();
+
+    /// Makes a display the one that the library looks widgets up on; null for none. Any time, also before
+    /// `start`.
+    static void setXtDisplay(_XDisplay* display);
+
+private:
+    static bool bringIn();
+};

@@ -1,0 +1,33 @@
+/// Keeps a JVM that is made inside a program from changing what belongs to the whole process. It asks for
+/// such changes through functions of the C library, and the agent stands in front of these:
+///
+/// - `sigaction`: of its handlers only those of SIGSEGV, SIGBUS, SIGFPE and SIGILL are installed, for its own
+/// code is
+///   built on them. The agent's handler asks the JVM first whether a fault is one of its code; all others get
+///   what the program has set for them, or would have got by default. From then on the program sets and reads
+///   its own actions for these signals as ever, without taking the JVM's away. SIGPIPE and all the others
+///   stay the program's.
+/// - `setlocale`: the JVM wants to know the locale of the environment; it is told, and the locale of the
+/// process stays.
+#pragma once
+
+#include <csignal>
+#include <locale.h>
+
+/// Marks the calling thread as the one that makes the JVM, while it lives. Puts the thread's locale and
+/// signal mask back, except that the four signals above stay unblocked.
+class CGuest {
+public:
+    CGuest();
+    ~CGuest();
+    CGuest(const CGuest&) = delete;
+
+    /// Whether the calling thread makes the JVM right now.
+    static bool isHere();
+    /// A real-time signal that the program does not use, for the JVM's own purposes.
+    static int spareSignal();
+
+private:
+    sigset_t m_mask;
+    locale_t m_locale;
+};

@@ -1,0 +1,202 @@
+#include "JavaMachine.h"
+
+#include "Environment.h"
+#include "GuestHooks.h"
+#include "Say.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+/// Where a Java directory keeps its JVM: now, and up to Java 8 in a JRE and in a JDK.
+constexpr const char* places[] = {"/lib/server/libjvm.so", "/lib/amd64/server/libjvm.so",
+                                  "/jre/lib/amd64/server/libjvm.so"};
+
+std::string libjvmIn(const std::string& directory)
+{
+    for (const char* const place : places)
+        if (const auto path = directory + place; !directory.empty() && access(path.c_str(), R_OK) == 0)
+            return path;
+    return {};
+}
+
+/// Asks `use` for each part of a list with ":" between them until it answers something.
+template <class Use> std::string firstIn(const char* list, Use&& use)
+{
+    while (list && *list) {
+        const char* const end = strchrnul(list, ':');
+        if (const std::string answer = use(std::string(list, end)); !answer.empty())
+            return answer;
+        list = *end ? end + 1 : end;
+    }
+    return {};
+}
+
+/// The Java directory that a command belongs to: /usr/bin/java is a link to a link to <directory>/bin/java.
+std::string javaDirectoryOf(const std::string& binaries)
+{
+    char real[PATH_MAX];
+    if (!realpath((binaries + "/java").c_str(), real))
+        return {};
+    for (int level = 0; level < 2; ++level)
+        if (char* const slash = std::strrchr(real, '/'))
+            *slash = '\0';
+    return real;
+}
+
+std::string findLibjvm()
+{
+    std::string found = firstIn(std::getenv("TALVERN_GX_JRE"), libjvmIn);
+    if (const char* const home = std::getenv("JAVA_HOME"); found.empty() && home)
+        found = libjvmIn(home);
+    if (found.empty())
+        found = firstIn(std::getenv("PATH"),
+                        [](const std::string& part) { return libjvmIn(javaDirectoryOf(part)); });
+    return found.empty() ? libjvmIn("/usr/lib/jvm/default-java") : found;
+}
+
+/// What the JVM itself has to say is lost: the program's output is not the place for it.
+jint swallow(FILE*, const char*, va_list)
+{
+    return 0;
+}
+
+/// Gives the process another environment while the JVM reads it: without the options that users set for Java
+/// programs (the JVM announces them on standard error), with its private signal. Other threads find a whole
+/// environment all the while; setenv would free what they may be reading.
+class CJvmEnvironment {
+public:
+    CJvmEnvironment() : m_before(environ)
+    {
+        for (char** entry = environ; entry && *entry; ++entry)
+            if (!isForJava(*entry))
+                m_entries.push_back(*entry);
+        std::snprintf(m_signal, sizeof m_signal, "_JAVA_SR_SIGNUM=%d", CGuest::spareSignal());
+        m_entries.push_back(m_signal);
+        m_entries.push_back(nullptr);
+        environ = m_entries.data();
+    }
+    ~CJvmEnvironment()
+    {
+        if (environ == m_entries.data())
+            environ = m_before;
+        else
+            unsetenv("_JAVA_SR_SIGNUM"); // another thread has set something in the meantime, and got a copy
+    }
+    CJvmEnvironment(const CJvmEnvironment&) = delete;
+
+private:
+    static bool isForJava(const char* entry)
+    {
+        for (const char* const name :
+             {"JAVA_TOOL_OPTIONS=", "_JAVA_OPTIONS=", "JDK_JAVA_OPTIONS=", "_JAVA_SR_SIGNUM="})
+            if (std::strncmp(entry, name, std::strlen(name)) == 0)
+                return true;
+        return false;
+    }
+
+    char** m_before;
+    std::vector<char*> m_entries;
+    char m_signal[32];
+};
+
+std::vector<std::string> options()
+{
+    const char* const further = std::getenv("CLASSPATH");
+    const std::string library = CEnvironment::value(AgentVariable::library);
+    std::string classPath = CEnvironment::value(AgentVariable::jar);
+    if (further && *further)
+        classPath += std::string(":") + further;
+    return {"-Djava.class.path=" + classPath,
+            "-Djava.library.path=" + library.substr(0, library.rfind('/')),
+            "-Dcom.talvern.test.gx.library=" + library,
+            "-Djava.awt.headless=true",     // geometry classes are used, no windows
+            "-Xrs",                         // signals that end a program stay the program's
+            "-XX:-MaxFDLimit",              // the limit of open files is inherited by children
+            "-XX:-UsePerfData",             // no file in /tmp
+            "-XX:+DisplayVMOutputToStderr", // should it die, never on standard output
+            "-XX:+UseSerialGC",             // no crowd of threads
+            "-XX:TieredStopAtLevel=1",      // quick to start; requests wait for the toolkit, not for code
+            "-Xmx128m",
+            "--enable-native-access=ALL-UNNAMED"}; // newer ones warn on standard error otherwise
+}
+
+JNIEnv* create(decltype(&JNI_CreateJavaVM) entry)
+{
+    auto texts = options();
+    std::vector<JavaVMOption> table{{const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&swallow)}};
+    for (auto& text : texts)
+        table.push_back({text.data(), nullptr});
+    JavaVMInitArgs arguments{JNI_VERSION_1_8, static_cast<jint>(table.size()), table.data(), JNI_TRUE};
+    JavaVM* vm = nullptr;
+    void* env = nullptr;
+    const CJvmEnvironment environment;
+    const CGuest guest;
+    return entry(&vm, &env, &arguments) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+}
+
+/// @return null when the process has no JVM
+JNIEnv* attach(void* libjvm)
+{
+    const auto created =
+        reinterpret_cast<decltype(&JNI_GetCreatedJavaVMs)>(dlsym(libjvm, "JNI_GetCreatedJavaVMs"));
+    JavaVM* vm = nullptr;
+    jsize count = 0;
+    void* env = nullptr;
+    if (!created || created(&vm, 1, &count) != JNI_OK || count == 0)
+        return nullptr;
+    return vm->AttachCurrentThread(&env, nullptr) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+}
+
+JNIEnv* createFrom(const std::string& path)
+{
+    void* const libjvm = dlopen(path.c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    const auto entry =
+        libjvm ? reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(libjvm, "JNI_CreateJavaVM")) : nullptr;
+    JNIEnv* const env = entry ? create(entry) : nullptr;
+    if (!env)
+        say("the Java virtual machine of %s does not start", path.c_str());
+    return env;
+}
+} // namespace
+
+JNIEnv* JavaMachine::bring(bool& isOwn)
+{
+    void* const loaded = dlopen("libjvm.so", RTLD_LAZY | RTLD_NOLOAD);
+    if (JNIEnv* const env = loaded ? attach(loaded) : nullptr) {
+        isOwn = false;
+        return env;
+    }
+    isOwn = true;
+    const std::string path = findLibjvm();
+    if (!path.empty())
+        return createFrom(path);
+    say("no Java virtual machine in TALVERN_GX_JRE, JAVA_HOME, PATH or /usr/lib/jvm/default-java");
+    return nullptr;
+}
+
+void JavaMachine::takeException(JNIEnv* env, char* text, unsigned long size)
+{
+    std::snprintf(text, size, "unknown failure");
+    const jthrowable pending = env->ExceptionOccurred();
+    env->ExceptionClear();
+    if (!pending || env->PushLocalFrame(8) != 0)
+        return;
+    const jmethodID toString =
+        env->GetMethodID(env->GetObjectClass(pending), "toString", "()Ljava/lang/String;");
+    const auto made = static_cast<jstring>(env->CallObjectMethod(pending, toString));
+    const char* const characters =
+        made && !env->ExceptionCheck() ? env->GetStringUTFChars(made, nullptr) : nullptr;
+    if (characters) {
+        std::snprintf(text, size, "%s", characters);
+        env->ReleaseStringUTFChars(made, characters);
+    }
+    env->ExceptionClear();
+    env->PopLocalFrame(nullptr);
+    env->DeleteLocalRef(pending);
+}
