@@ -33,7 +33,7 @@ bool isReadable(const char* path)
 {
     if (path && access(path, R_OK) == 0)
         return true;
-    say("there is no %s", path ? path : "library named");
+    say("there is no %s: no agent in this program", path ? path : "library named");
     return false;
 }
 
@@ -41,7 +41,7 @@ bool loadLibrary()
 {
     s_library = dlopen(CEnvironment::value(AgentVariable::library), RTLD_NOW | RTLD_LOCAL);
     if (!s_library) {
-        say("%s", dlerror());
+        say("%s: no agent in this program", dlerror());
         return false;
     }
     if (int* const isUnderTest = exported<int>("gx_MarloSUT"))
@@ -51,32 +51,37 @@ bool loadLibrary()
     return true;
 }
 
-bool infest()
+/// @return the spy port of the calling thread; null when there is none for it
+void* infest()
 {
     const auto entry = exportedFunction<void*(const char*)>("infestCurrentThread");
     const char* const domain = CEnvironment::value(AgentVariable::domain);
-    if (entry && entry(domain ? domain : ""))
-        return true;
-    say("the GUI thread gets no spy port");
-    return false;
+    void* const port = entry ? entry(domain ? domain : "") : nullptr;
+    if (!port)
+        say("the GUI thread gets no spy port: no agent in this program");
+    return port;
 }
 
-bool startJavaAgent(JNIEnv* env, bool ownsJvm)
+/// Whether the Java agent runs. It does, too, when a service of it does not.
+bool startJavaAgent(JNIEnv* env, void* spyPort, bool ownsJvm)
 {
     const jclass agent = env->FindClass("com/talvern/test/gx/application/ApplicationAgent");
-    const jmethodID start = agent ? env->GetStaticMethodID(agent, "start", "(JZ)V") : nullptr;
-    if (start)
-        env->CallStaticVoidMethod(agent, start, static_cast<jlong>(pthread_self()),
-                                  static_cast<jboolean>(ownsJvm));
-    const bool failed = env->ExceptionCheck();
-    if (failed) {
-        char text[800];
-        JavaMachine::takeException(env, text, sizeof text);
-        say("the Java agent does not start: %s", text);
-    } else
-        CEndOfProgram::watch(env, agent);
+    const jmethodID start =
+        agent ? env->GetStaticMethodID(agent, "start", "(JJZ)Ljava/lang/String;") : nullptr;
+    const jobject failure =
+        start ? env->CallStaticObjectMethod(agent, start, static_cast<jlong>(pthread_self()),
+                                            reinterpret_cast<jlong>(spyPort), static_cast<jboolean>(ownsJvm))
+              : nullptr;
+    if (env->ExceptionCheck()) {
+        say("the Java agent does not start: %s", JavaMachine::takeException(env).c_str());
+        return false;
+    }
+    if (failure)
+        say("a service does not start: %s", JavaMachine::textOf(env, static_cast<jstring>(failure)).c_str());
+    CEndOfProgram::watch(env, agent);
+    env->DeleteLocalRef(failure);
     env->DeleteLocalRef(agent);
-    return !failed;
+    return true;
 }
 } // namespace
 
@@ -87,7 +92,10 @@ bool CAgent::bringIn()
         !isReadable(CEnvironment::value(AgentVariable::jar)))
         return false;
     JNIEnv* const env = JavaMachine::bring(ownsJvm);
-    return env && loadLibrary() && infest() && startJavaAgent(env, ownsJvm);
+    if (!env || !loadLibrary())
+        return false;
+    void* const spyPort = infest();
+    return spyPort && startJavaAgent(env, spyPort, ownsJvm);
 }
 
 bool CAgent::start()

@@ -118,6 +118,7 @@ std::vector<std::string> options()
             "-Djava.awt.headless=true",     // geometry classes are used, no windows
             "-Xrs",                         // signals that end a program stay the program's
             "-XX:-MaxFDLimit",              // the limit of open files is inherited by children
+            "-XX:+DisableAttachMechanism",  // no thread and no socket in /tmp for debuggers
             "-XX:-UsePerfData",             // no file in /tmp
             "-XX:+DisplayVMOutputToStderr", // should it die, never on standard output
             "-XX:+UseSerialGC",             // no crowd of threads
@@ -160,10 +161,20 @@ JNIEnv* createFrom(const std::string& path)
         libjvm ? reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(libjvm, "JNI_CreateJavaVM")) : nullptr;
     JNIEnv* const env = entry ? create(entry) : nullptr;
     if (!env)
-        say("the Java virtual machine of %s does not start", path.c_str());
+        say("the Java virtual machine of %s does not start: no agent in this program", path.c_str());
     return env;
 }
 } // namespace
+
+std::string JavaMachine::textOf(JNIEnv* env, jstring text)
+{
+    const char* const characters = text ? env->GetStringUTFChars(text, nullptr) : nullptr;
+    if (!characters)
+        return {};
+    const std::string copy = characters;
+    env->ReleaseStringUTFChars(text, characters);
+    return copy;
+}
 
 JNIEnv* JavaMachine::bring(bool& isOwn)
 {
@@ -176,27 +187,23 @@ JNIEnv* JavaMachine::bring(bool& isOwn)
     const std::string path = findLibjvm();
     if (!path.empty())
         return createFrom(path);
-    say("no Java virtual machine in TALVERN_GX_JRE, JAVA_HOME, PATH or /usr/lib/jvm/default-java");
+    say("no Java virtual machine in TALVERN_GX_JRE, JAVA_HOME, PATH or /usr/lib/jvm/default-java: no agent "
+        "in this program");
     return nullptr;
 }
 
-void JavaMachine::takeException(JNIEnv* env, char* text, unsigned long size)
+std::string JavaMachine::takeException(JNIEnv* env)
 {
-    std::snprintf(text, size, "unknown failure");
     const jthrowable pending = env->ExceptionOccurred();
     env->ExceptionClear();
     if (!pending || env->PushLocalFrame(8) != 0)
-        return;
+        return "unknown failure";
     const jmethodID toString =
         env->GetMethodID(env->GetObjectClass(pending), "toString", "()Ljava/lang/String;");
     const auto made = static_cast<jstring>(env->CallObjectMethod(pending, toString));
-    const char* const characters =
-        made && !env->ExceptionCheck() ? env->GetStringUTFChars(made, nullptr) : nullptr;
-    if (characters) {
-        std::snprintf(text, size, "%s", characters);
-        env->ReleaseStringUTFChars(made, characters);
-    }
+    const std::string text = env->ExceptionCheck() ? "unknown failure" : textOf(env, made);
     env->ExceptionClear();
     env->PopLocalFrame(nullptr);
     env->DeleteLocalRef(pending);
+    return text;
 }

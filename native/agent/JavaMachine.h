@@ -3,6 +3,8 @@
 
 #include <jni.h>
 
+#include <string>
+
 namespace JavaMachine {
 /// The JVM that the program has, else a new one, with the calling thread attached. The new one leaves the
 /// program's signals, locale, limits and output alone, and keeps a small heap; GuestHooks.h says how. Its
@@ -12,5 +14,7 @@ namespace JavaMachine {
 JNIEnv* bring(bool& isOwn);
 
 /// Class and message of the pending exception, which is cleared.
-void takeException(JNIEnv* env, char* text, unsigned long size);
+std::string takeException(JNIEnv* env);
+/// A Java string in UTF-8; empty for null.
+std::string textOf(JNIEnv* env, jstring text);
 } // namespace JavaMachine

@@ -9,8 +9,7 @@ struct _XDisplay;
 
 namespace XtLoop {
 /// The program's Xt has taken on a display. On the thread that opened it.
-/// @param app  the display's XtAppContext
-void onDisplayOpened(_XDisplay* display, void* app);
+void onDisplayOpened(_XDisplay* display);
 /// A display, of Xt or not, is about to be closed.
 void onDisplayClosing(_XDisplay* display);
 } // namespace XtLoop

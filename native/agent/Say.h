@@ -1,4 +1,4 @@
-/// The one line that a failure of the agent may cost the program.
+/// The one line on standard error that a failure of the agent may cost the program.
 #pragma once
 
 #include <cstdarg>
@@ -11,5 +11,5 @@
     va_start(values, format);
     std::vsnprintf(text, sizeof text, format, values);
     va_end(values);
-    dprintf(2, "gxagent: %s: the program runs on without an agent\n", text);
+    dprintf(2, "gxagent: %s\n", text);
 }

@@ -4,7 +4,7 @@
 //
 // - Xt, however a display came to it (XtOpenDisplay, XtDisplayInitialize, the varargs ones, a converter),
 // watches its
-//   internal connections: XAddConnectionWatch, with the application context.
+//   internal connections: XAddConnectionWatch.
 // - GDK opens its displays by XOpenDisplay.
 //
 // Error handlers belong to the process. The one of libgxsys.so is given the errors of the displays that
@@ -117,7 +117,7 @@ extern "C" GX_HOOK Status XAddConnectionWatch(Display* display, XConnectionWatch
     const bool isXt = isIn(__builtin_return_address(0), "libXt.so");
     const Status answer = s_watch(display, watch, data);
     if (isXt && CEnvironment::serves())
-        XtLoop::onDisplayOpened(display, data);
+        XtLoop::onDisplayOpened(display);
     return answer;
 }
 

@@ -17,6 +17,7 @@ constinit CRealFunction<XtIntervalId(XtAppContext, unsigned long, XtTimerCallbac
     s_addTimeOut{"XtAppAddTimeOut", libXt};
 constinit CRealFunction<XtInputId(XtAppContext, int, XtPointer, XtInputCallbackProc, XtPointer)> s_addInput{
     "XtAppAddInput", libXt};
+constinit CRealFunction<XtAppContext(Display*)> s_contextOf{"XtDisplayToApplicationContext", libXt};
 constinit CRealFunction<void(XtInputId)> s_removeInput{"XtRemoveInput", libXt};
 
 /// An application context, from its first display to its last.
@@ -69,9 +70,9 @@ void onLoop(XtPointer app, XtIntervalId*)
 }
 } // namespace
 
-void XtLoop::onDisplayOpened(Display* display, void* app)
+void XtLoop::onDisplayOpened(Display* display)
 {
-    const auto context = static_cast<XtAppContext>(app);
+    const XtAppContext context = s_contextOf(display);
     const std::lock_guard lock(s_mutex);
     if (CContext* const known = find(context)) {
         known->displays.push_back(display);
@@ -79,7 +80,7 @@ void XtLoop::onDisplayOpened(Display* display, void* app)
     }
     contexts().push_back({context, {display}, {}});
     CAgent::setXtDisplay(firstDisplay());
-    s_addTimeOut(context, 0, onLoop, app);
+    s_addTimeOut(context, 0, onLoop, context);
 }
 
 void XtLoop::onDisplayClosing(Display* display)
