@@ -1,10 +1,12 @@
 #include "Environment.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <pthread.h>
 #include <set>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -26,13 +28,23 @@ char* kept(std::string entry)
     static auto& texts = *new std::set<std::string>;
     return const_cast<char*>(texts.insert(std::move(entry)).first->c_str());
 }
+
+std::optional<std::string> valueOf(const char* name)
+{
+    const char* value = name ? std::getenv(name) : nullptr;
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+bool put(const char* name, std::string_view value)
+{
+    return putenv(kept(std::string(name).append("=").append(value))) == 0;
+}
 } // namespace
 
 std::optional<std::string> CEnvironment::get(const char* name)
 {
     const Guard guard(s_lock);
-    const char* value = name ? std::getenv(name) : nullptr;
-    return value ? std::optional<std::string>(value) : std::nullopt;
+    return valueOf(name);
 }
 
 bool CEnvironment::set(const char* name, const char* value)
@@ -40,7 +52,7 @@ bool CEnvironment::set(const char* name, const char* value)
     if (!isName(name) || !value)
         return false;
     const Guard guard(s_lock);
-    return putenv(kept(std::string(name) + "=" + value)) == 0;
+    return put(name, value);
 }
 
 void CEnvironment::unset(const char* name)
@@ -48,6 +60,18 @@ void CEnvironment::unset(const char* name)
     const Guard guard(s_lock);
     if (isName(name))
         unsetenv(name);
+}
+
+std::optional<std::string> CEnvironment::takeList(const char* name)
+{
+    const Guard guard(s_lock);
+    std::optional<std::string> list = valueOf(name);
+    if (!list)
+        return list;
+    const size_t end = list->find(':', std::min(list->find_first_not_of(':'), list->size()));
+    if (end != std::string::npos)
+        put(name, std::string_view(*list).substr(0, end));
+    return list;
 }
 
 std::vector<char*> CEnvironment::entries()

@@ -27,6 +27,10 @@ public:
     static bool set(const char* name, const char* value);
     /// Removes a variable. A name that is null, empty or has a "=" is not there.
     static void unset(const char* name);
+    /// The value of a variable that holds a list with the separator ":". From now on the variable has its
+    /// first entry only, with the separators before it.
+    /// @return the value before; nothing when it is not set
+    static std::optional<std::string> takeList(const char* name);
     /// Every entry "NAME=value". The pointers are those of the environment itself: they are valid as long as
     /// the host does not free texts that it once gave to putenv.
     static std::vector<char*> entries();

@@ -1,5 +1,6 @@
 #include "ProcessStart.h"
 
+#include "CRegistryInformation.h"
 #include "CTracer.h"
 #include "Environment.h"
 #include "ErrorString.h"
@@ -9,18 +10,17 @@
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/close_range.h>
-#include <optional>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
-constexpr size_t maxCommand = 1023;
 constexpr int firstOwnDescriptor = 3;
 constexpr int cannotExecute = 127;
 
@@ -36,7 +36,7 @@ bool given(const char* path)
 /// What the child needs, laid out before it exists: between its birth and the shell it may call nothing but
 /// the system.
 struct CPlan {
-    std::string shellText;
+    char shellText[sizeof "exec " + 1023];
     std::string libraryPath;
     std::vector<char*> environment;
     CDescriptor output;
@@ -76,19 +76,6 @@ CDescriptor openOutput(const char* path, bool keep)
     return file;
 }
 
-/// The first path of the list in TALVERN_GX_JRE that exists.
-std::optional<std::string> javaHome()
-{
-    const std::optional<std::string> list = CEnvironment::get("TALVERN_GX_JRE");
-    for (std::string_view rest = list ? *list : std::string_view(); !rest.empty();) {
-        const std::string path(rest.substr(0, rest.find(':')));
-        if (!path.empty() && access(path.c_str(), F_OK) == 0)
-            return path;
-        rest.remove_prefix(std::min(path.size() + 1, rest.size()));
-    }
-    return std::nullopt;
-}
-
 /// The entry for the environment. Without a former value it ends with a colon, as start scripts of the
 /// product expect.
 std::string libraryPath(const std::string& java)
@@ -109,8 +96,10 @@ void planEnvironment(CPlan& plan)
 {
     plan.environment = CEnvironment::entries();
     std::erase_if(plan.environment, [](const char* entry) { return isEntryOf(entry, "JAVA_MAIN_VM"); });
-    if (const std::optional<std::string> java = javaHome()) {
-        plan.libraryPath = libraryPath(*java);
+    const std::string java =
+        CRegistryInformation::firstExistingPath(CEnvironment::get("TALVERN_GX_JRE").value_or(""));
+    if (!java.empty()) {
+        plan.libraryPath = libraryPath(java);
         std::erase_if(plan.environment,
                       [](const char* entry) { return isEntryOf(entry, "LD_LIBRARY_PATH"); });
         plan.environment.push_back(plan.libraryPath.data());
@@ -120,7 +109,7 @@ void planEnvironment(CPlan& plan)
 
 void layOut(CPlan& plan, const CProcessStart& start)
 {
-    plan.shellText = std::string("exec ") + std::string(start.command, strnlen(start.command, maxCommand));
+    std::snprintf(plan.shellText, sizeof plan.shellText, "exec %.1023s", start.command);
     plan.keepFds = start.keepFds;
     plan.output = openOutput(start.stdoutPath, start.keepFds);
     plan.errorOutput = openOutput(start.stderrPath, start.keepFds);
@@ -180,7 +169,7 @@ bool redirect(const CDescriptor& from, int to)
     if ((plan.keepFds || markCloseOnExec()) && redirect(plan.output, STDOUT_FILENO) &&
         redirect(plan.errorOutput, STDERR_FILENO) && (!plan.directory || fchdir(plan.directory.get()) == 0) &&
         sigprocmask(SIG_SETMASK, &plan.mask, nullptr) == 0) {
-        const char* const arguments[] = {"/bin/sh", "-c", plan.shellText.c_str(), nullptr};
+        const char* const arguments[] = {"/bin/sh", "-c", plan.shellText, nullptr};
         execve(arguments[0], const_cast<char* const*>(arguments), plan.environment.data());
     }
     error = errno;

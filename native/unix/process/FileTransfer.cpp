@@ -1,0 +1,186 @@
+#include "FileTransfer.h"
+
+#include "CTracer.h"
+#include "ErrorString.h"
+#include "ScopedFile.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr mode_t permissionBits = 0777;
+constexpr mode_t allBits = 07777;
+
+bool report(const char* operation, const char* from, const char* to)
+{
+    CTracer::debugTrace("%s: %s to %s: %s", operation, from, to, CErrorString(errno).text());
+    return false;
+}
+
+bool refuse(int error)
+{
+    errno = error;
+    return false;
+}
+
+/// A new file in the directory of `target` that takes its place or disappears.
+class CReplacement {
+public:
+    explicit CReplacement(const std::string& target)
+        : m_path(target.substr(0, target.rfind('/') + 1) + ".gx-XXXXXX"),
+          m_file(mkostemp(m_path.data(), O_CLOEXEC)), m_placed(!m_file)
+    {
+    }
+    ~CReplacement()
+    {
+        if (!m_placed)
+            unlink(m_path.c_str());
+    }
+    CReplacement(const CReplacement&) = delete;
+    CReplacement& operator=(const CReplacement&) = delete;
+
+    int file() const { return m_file.get(); }
+    bool takePlaceOf(const std::string& target)
+    {
+        return m_placed = fsync(m_file.get()) == 0 && rename(m_path.c_str(), target.c_str()) == 0;
+    }
+
+private:
+    std::string m_path;
+    CDescriptor m_file;
+    bool m_placed; ///< nothing is left to remove
+};
+
+bool writeAll(int to, const char* bytes, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = write(to, bytes, size);
+        if (written < 0 && errno != EINTR)
+            return false;
+        bytes += std::max<ssize_t>(written, 0);
+        size -= static_cast<size_t>(std::max<ssize_t>(written, 0));
+    }
+    return true;
+}
+
+bool copyThroughMemory(int from, int to)
+{
+    std::array<char, 1 << 16> chunk;
+    for (;;) {
+        const ssize_t size = read(from, chunk.data(), chunk.size());
+        if (size == 0)
+            return true;
+        if (size < 0 && errno != EINTR)
+            return false;
+        if (size > 0 && !writeAll(to, chunk.data(), static_cast<size_t>(size)))
+            return false;
+    }
+}
+
+/// The kernel copies, where the file systems can do that; from where it stops, the rest goes through memory.
+/// That covers files whose size reads as 0 though they have content, as in /proc.
+bool copyContent(int from, int to)
+{
+    while (copy_file_range(from, nullptr, to, nullptr, SSIZE_MAX & ~0xFFF, 0) > 0) {
+    }
+    return copyThroughMemory(from, to);
+}
+
+bool copyAttributes(const struct stat& source, int to, bool withOwner)
+{
+    if (withOwner && fchown(to, source.st_uid, source.st_gid) != 0 && errno != EPERM)
+        return false;
+    struct stat made;
+    if (fstat(to, &made) != 0)
+        return false;
+    const bool sameOwner = made.st_uid == source.st_uid && made.st_gid == source.st_gid;
+    const timespec times[] = {source.st_atim, source.st_mtim};
+    return fchmod(to, source.st_mode & (sameOwner ? allBits : permissionBits)) == 0 &&
+           futimens(to, times) == 0;
+}
+
+/// @param linkFlag  O_NOFOLLOW refuses a source that is a symbolic link
+bool replace(const char* from, const std::string& target, int linkFlag, bool withOwner)
+{
+    // A pipe in the file's place must not block the call.
+    const CDescriptor source(open(from, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | linkFlag));
+    struct stat status;
+    if (!source || fstat(source.get(), &status) != 0)
+        return false;
+    if (!S_ISREG(status.st_mode))
+        return refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    CReplacement copy(target);
+    return copy.file() >= 0 && copyContent(source.get(), copy.file()) &&
+           copyAttributes(status, copy.file(), withOwner) && copy.takePlaceOf(target);
+}
+
+bool isSameFile(const struct stat& one, const struct stat& other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// The name of the file itself, where `to` is a link to one. Empty when there is something that is no file.
+std::string targetOfCopy(const char* to)
+{
+    struct stat status;
+    if (lstat(to, &status) != 0)
+        return to;
+    char resolved[PATH_MAX];
+    if (!realpath(to, resolved) || lstat(resolved, &status) != 0)
+        return {};
+    if (S_ISREG(status.st_mode))
+        return resolved;
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return {};
+}
+
+bool copy(const char* from, const char* to)
+{
+    struct stat source, present;
+    if (stat(from, &source) != 0)
+        return false;
+    if (S_ISREG(source.st_mode) && stat(to, &present) == 0 && isSameFile(source, present))
+        return true;
+    const std::string target = targetOfCopy(to);
+    return !target.empty() && replace(from, target, 0, false);
+}
+
+bool isFileOrLink(const struct stat& status)
+{
+    return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
+}
+
+bool move(const char* from, const char* to)
+{
+    struct stat source, present;
+    if (lstat(from, &source) != 0)
+        return false;
+    if (!isFileOrLink(source) || (lstat(to, &present) == 0 && !isFileOrLink(present)))
+        return refuse(EINVAL);
+    if (rename(from, to) == 0)
+        return true;
+    return errno == EXDEV && replace(from, to, O_NOFOLLOW, true) && unlink(from) == 0;
+}
+
+bool isPath(const char* path)
+{
+    return path && *path;
+}
+} // namespace
+
+bool copyFile(const char* from, const char* to)
+{
+    return isPath(from) && isPath(to) && (copy(from, to) || report("copyFile", from, to));
+}
+
+bool moveFile(const char* from, const char* to)
+{
+    return isPath(from) && isPath(to) && (move(from, to) || report("moveFile", from, to));
+}
