@@ -122,17 +122,17 @@ public:
     /// refer to live on. Hold the heap lock.
     void freeAll();
 
-    /// Whether the owner is certain to be dead.
+    /// Whether the owner is certain to be dead. @throws CInvalidSpyMemRef  the record was freed
     bool isGone() const;
 
     /// Frees the mailslots of the map "MailSlots" that this process owns. Not those of its parent, for a
-    /// child made by fork. Tries once to take the heap lock: a process at its end waits for nobody; what it
-    /// leaves behind is what a killed one leaves.
+    /// child made by fork. Tries to take the heap lock for a tenth of a second; what it leaves behind then is
+    /// what a killed process leaves.
     static void exitHandler() noexcept;
-    /// Cleans up and ends the process with _exit(-1). The thread it interrupts never goes on, so whatever
-    /// change of spy memory it was in is left as a killed process leaves it, and repaired by the next. Locks
-    /// of the C library that this thread held would block it for ever: an alarm ends the process after two
-    /// seconds.
+    /// Cleans up and ends the process with _exit(-1). The thread it interrupts never goes on: whatever change
+    /// of spy memory it was in is left as a killed process leaves it, and repaired by the next. When it was
+    /// just taking or giving back the heap lock, that is not to be had, and nothing is cleaned. When it holds
+    /// a lock of the C library that the cleaning needs, an alarm ends the process after two seconds.
     static void sig_term(int, siginfo_t*, void*);
 
 private:

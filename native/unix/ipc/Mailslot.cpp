@@ -151,6 +151,7 @@ void CMailslot::setHandle(CSemaphoreHandle handle)
 /// Without an owner there is nobody to reap, and waitpid would take a status that others wait for.
 bool CMailslot::isGone() const
 {
+    m_ref.isValid();
     const pid_t owner = m_pMailbox ? m_pMailbox->m_owner : 0;
     if (owner <= 0)
         return false;
@@ -184,15 +185,17 @@ bool CMailslot::send(bool waitForReply)
         std::fputs("throwing invalid mailslot exception\n", stderr);
         throw CInvalidMailslotException(nullptr);
     }
+    const char* const text = m_pMailbox->name();
+    const CMailslotGoneException gone(text); // keeps the name, which goes with the mailslot
     try {
         if (handle().isNull())
-            throw CMailslotGoneException(nullptr);
+            throw gone;
         return waitForReply ? sendAndWait() : post();
+    } catch (const CInvalidSpyMemRef&) {
+        throw gone;
     } catch (const CMailslotGoneException&) {
-        const char* const text = m_pMailbox->name();
-        const CMailslotGoneException named(text);
         detach();
-        throw named;
+        throw gone;
     }
 }
 

@@ -36,6 +36,7 @@ namespace {
 /// More mailslots than a display has semaphores for: a map that says so is damaged.
 constexpr unsigned int MostSlots = 1024;
 constexpr unsigned int SecondsForCleaning = 2;
+constexpr int LockTries = 100;
 
 std::vector<CSpyVariant> keysOf(const CSpyMap& slots)
 {
@@ -82,6 +83,24 @@ void freeOwnSlots()
         }
 }
 
+void freeOwnSlotsLocked()
+{
+    const CSpyHeapLock lock(1);
+    freeOwnSlots();
+}
+
+/// A process at its end waits for nobody who keeps the lock, but most hold it for microseconds.
+void freeOwnSlotsSoon()
+{
+    for (int tries = LockTries; tries > 1; --tries)
+        try {
+            return freeOwnSlotsLocked();
+        } catch (const CSpyHeapLockedException&) {
+            usleep(1000);
+        }
+    freeOwnSlotsLocked();
+}
+
 /// Ends the process should its cleaning not come to an end.
 void limitCleaning()
 {
@@ -101,8 +120,7 @@ void CMailslot::exitHandler() noexcept
     if (g_pid != getpid())
         return;
     try {
-        const CSpyHeapLock lock(1);
-        freeOwnSlots();
+        freeOwnSlotsSoon();
     } catch (...) {
         CTracer::debugTrace("The unknown exception");
     }

@@ -2,6 +2,7 @@
 #include "AsciiName.h"
 #include "HexExample.h"
 #include "KernelLimit.h"
+#include "Mailslot.h"
 #include "Mutex.h"
 #include "SpyMap.h"
 #include "Program.h"
@@ -239,6 +240,12 @@ TEST(DISABLED_User, WhoReadsTheExamples)
     const CSpyVariant handle =
         CSpyMap(CSpyMemory(CAsciiName("%Mutexes%")).ref()).get(CAsciiName("eventMutex"));
     expectExample("mutexes.md", "mutex", &handle);
+    CSpyVector queues[2];
+    for (CSpyVector& queue : queues)
+        queue.create(0, 8, 8);
+    CMailslot slot;
+    EXPECT_TRUE(slot.create(CAsciiName("Calculator"), queues[0].ref(), queues[1].ref()));
+    expectExample("mailslots.md", "record", slot.mailbox());
 }
 
 TEST(SharedMemoryTest, IsStoredAsItsPagesShow)
