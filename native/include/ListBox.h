@@ -21,7 +21,7 @@ public:
     explicit ListBox(Rect* rect);
 
     int getCount() const;    ///< of items; -1 without a list
-    int getTopIndex() const; ///< index of the first item that is shown; -1 without a list
+    int getTopIndex() const; ///< index of the first item that is shown, 0 without items; -1 without a list
     int getSelCount() const; ///< of selected items; -1 without a list
     int getCurSel() const;   ///< the lowest selected index; -1 when nothing is selected, and without a list
     bool isSelected(int index) const;

@@ -23,8 +23,8 @@ TEST_P(InsideOf, TheLibraryKnowsItsToolkit)
     EXPECT_EQ(0, application.wait()) << output;
 }
 INSTANTIATE_TEST_SUITE_P(Applications, InsideOf,
-                         testing::Values("motif_toolkit", "gtk2_toolkit", "gtk3_toolkit",
-                                         "gtk2_menus", "gtk3_menus"),
+                         testing::Values("motif_toolkit", "motif_lists_toolkit", "motif_dialogs_toolkit",
+                                         "gtk2_toolkit", "gtk3_toolkit", "gtk2_menus", "gtk3_menus"),
                          [](const auto& info) { return std::string(info.param); });
 
 TEST(WithoutGtk, EveryFunctionAnswersNothingAndLoadsNothing)

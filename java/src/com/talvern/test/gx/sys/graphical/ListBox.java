@@ -55,7 +55,7 @@ public class ListBox extends NativeWindow {
     /** @return how many items there are; -1 when this is no list box */
     public native int getCount();
 
-    /** @return the index of the first item that is shown; -1 when there is none */
+    /** @return the index of the first item that is shown, 0 when there are no items; -1 when this is no list box */
     public native int getTopIndex();
 
     /** @return how many items are selected; -1 when this is no list box */
