@@ -139,6 +139,11 @@ public:
     void emit() override;
     jobject toJavaEvent(JNIEnv* env) const override;
 
+    /// What a recorded event tells: its Kind, the number of its button (0 for none), and where it was.
+    int kind() const { return m_kind; }
+    int button() const { return m_modifiers; }
+    std::optional<Point> point() const { return m_start.m_point; }
+
     /// Step of interpolated moves in pixels; values below 1 are ignored.
     static void setMouseMoveInterpolationPx(int px);
 

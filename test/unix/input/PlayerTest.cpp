@@ -12,31 +12,11 @@
 #include <future>
 
 #include "EventWindow.h"
-#include <X11/extensions/XTest.h>
+#include "User.h"
 
 using namespace std::chrono_literals;
 
 namespace {
-/// A client that knows nothing of the library.
-class CUser {
-public:
-    Display* display() const { return m_display.get(); }
-    KeyCode code(KeySym keysym) const { return XKeysymToKeycode(display(), keysym); }
-    void press(KeySym keysym, bool down) const
-    {
-        XTestFakeKeyEvent(display(), code(keysym), down, 0);
-        XSync(display(), False);
-    }
-    void tap(KeySym keysym) const
-    {
-        press(keysym, true);
-        press(keysym, false);
-    }
-
-private:
-    ScopedDisplay m_display{XOpenDisplay(nullptr)};
-};
-
 int type(const char* text)
 {
     KeyEvent(0, KeyEvent::KeyString, 0, text, CWindow(), TopLevelWindow()).emit();
@@ -156,6 +136,7 @@ TEST_F(PlayerTest, HotKeysThatChangeDuringPlaybackAreOtherKeysAtOnce)
     EXPECT_EQ(Player::PausePressed, answer());
     hotKeys(XK_Pause, XK_F9);
     EXPECT_EQ(Player::PausePressed, answerTo(XK_F9));
+    m_focus.events();
     listen();
     m_user.tap(XK_F11);
     m_user.tap(XK_F12);
