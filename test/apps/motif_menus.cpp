@@ -48,14 +48,6 @@ Widget fill(Widget menu, const ItemNames& names, Widget cascade)
     return menu;
 }
 
-void openContextMenu(Widget, XtPointer menu, XEvent* event, Boolean*)
-{
-    if (event->xbutton.button != 3)
-        return;
-    XmMenuPosition(static_cast<Widget>(menu), &event->xbutton);
-    XtManageChild(static_cast<Widget>(menu));
-}
-
 XtAppContext s_application;
 
 void iterate()
@@ -107,8 +99,9 @@ int main(int argc, char** argv)
     XtSetArg(size[0], XmNwidth, 300);
     XtSetArg(size[1], XmNheight, 100);
     const Widget area = XmCreateDrawingArea(work, text("area"), size, 2);
-    const Widget context = fill(XmCreatePopupMenu(area, text("context"), nullptr, 0), contextNames, nullptr);
-    XtAddEventHandler(area, ButtonPressMask, False, openContextMenu, context);
+    Arg byMouse[1];
+    XtSetArg(byMouse[0], XmNpopupEnabled, XmPOPUP_AUTOMATIC);
+    const Widget context = fill(XmCreatePopupMenu(area, text("context"), byMouse, 1), contextNames, nullptr);
     XtManageChild(area);
     XtManageChild(work);
     XtRealizeWidget(shell);

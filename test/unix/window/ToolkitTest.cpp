@@ -24,7 +24,8 @@ TEST_P(InsideOf, TheLibraryKnowsItsToolkit)
 }
 INSTANTIATE_TEST_SUITE_P(Applications, InsideOf,
                          testing::Values("motif_toolkit", "motif_lists_toolkit", "motif_dialogs_toolkit",
-                                         "gtk2_toolkit", "gtk3_toolkit", "gtk2_menus", "gtk3_menus"),
+                                         "gtk2_toolkit", "gtk3_toolkit", "motif_menus", "gtk2_menus",
+                                         "gtk3_menus"),
                          [](const auto& info) { return std::string(info.param); });
 
 TEST(WithoutGtk, EveryFunctionAnswersNothingAndLoadsNothing)
