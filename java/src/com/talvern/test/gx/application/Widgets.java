@@ -1,0 +1,112 @@
+package com.talvern.test.gx.application;
+
+import com.talvern.test.gx.engine.FileDialogView;
+import com.talvern.test.gx.engine.ListView;
+import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.sys.graphical.FileDialog;
+import com.talvern.test.gx.sys.graphical.ListBox;
+import com.talvern.test.gx.sys.graphical.Menu;
+import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.util.ArrayList;
+import java.util.List;
+
+/** Takes views of this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
+final class Widgets {
+    private Widgets() {}
+
+    /** @param window the first menu bar in it, or of all when there is none, is wanted; 0 for the first of all */
+    static MenuView menuBar(long window) {
+        NativeWindow place = window == 0 ? NativeWindow.nativeGetRootNativeWindow() : new NativeWindow(window);
+        return viewOf(place.nativeGetMenuBar());
+    }
+
+    static MenuView menu(long window) {
+        return viewOf(new Menu(window, 0));
+    }
+
+    static List<MenuView> openMenus() {
+        List<MenuView> views = new ArrayList<>();
+        for (NativeWindow pane : NativeWindow.nativeGetPopupWindows()) {
+            views.add(menu(pane.getHandle()));
+        }
+        return views;
+    }
+
+    static MenuView contextMenu() {
+        NativeWindow pane = NativeWindow.nativeGetTopContextMenu();
+        return pane == null ? null : menu(pane.getHandle());
+    }
+
+    private static MenuView viewOf(Menu menu) {
+        int count = menu == null ? -1 : menu.getItemCount();
+        if (count < 0) {
+            return null;
+        }
+        List<MenuView.Item> items = new ArrayList<>(count);
+        for (int index = 0; index < count; ++index) {
+            Menu popup = menu.getItemPopupMenu(index, null);
+            items.add(new MenuView.Item(index, textOf(menu, index), menu.getItemScreenRectangle(index),
+                popup == null ? 0 : popup.getHandle()));
+        }
+        return new MenuView(menu.getHandle(), menu.getScreenRectangle(), items);
+    }
+
+    /** Under Motif the menu itself has no texts. */
+    private static String textOf(Menu menu, int index) {
+        String text = menu.getItemText(index);
+        return text != null ? text : MotifLabel.ofMenuItem(menu.getHandle(), index);
+    }
+
+    static ListView list(long window) {
+        return viewOf(new ListBox(window));
+    }
+
+    static ListView listAt(Point place) {
+        return viewOf(ListBox.listBoxAtPoint(place));
+    }
+
+    static ListView listIn(Rectangle box) {
+        return viewOf(ListBox.listBoxAtRectangle(box));
+    }
+
+    private static ListView viewOf(ListBox list) {
+        int count = list == null || list.getHandle() == 0 ? -1 : list.getCount();
+        if (count < 0) {
+            return null;
+        }
+        Rectangle bounds = list.nativeGetRectangle();
+        List<ListView.Item> items = new ArrayList<>(count);
+        for (int index = 0; index < count; ++index) {
+            items.add(new ListView.Item(index, list.getText(index), list.isSelected(index),
+                onScreen(list.getRectangle(index), bounds)));
+        }
+        return new ListView(list.getHandle(), bounds, list.getTopIndex(), items);
+    }
+
+    /** An item out of sight has no size. */
+    private static Rectangle onScreen(Rectangle box, Rectangle list) {
+        if (box.isEmpty()) {
+            return null;
+        }
+        box.translate(list.x, list.y);
+        return box;
+    }
+
+    static List<FileDialogView> fileDialogs() {
+        List<FileDialogView> views = new ArrayList<>();
+        for (NativeTopLevelWindow window : new NativeTopLevelWindow(0).getOwnedWindows()) {
+            if (window.nativeIsFileDialog()) {
+                views.add(viewOf(new FileDialog(window.getHandle())));
+            }
+        }
+        return views;
+    }
+
+    private static FileDialogView viewOf(FileDialog dialog) {
+        return new FileDialogView(dialog.getHandle(), dialog.nativeGetWindowCaption(), dialog.getOKRectangle(),
+            dialog.getCancelRectangle(), dialog.getFileRectangle());
+    }
+}

@@ -1,0 +1,370 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.ApplicationNotRespondingException;
+import com.talvern.test.gx.sys.InvalidMailslotException;
+import com.talvern.test.gx.sys.InvalidSpyMemReference;
+import com.talvern.test.gx.sys.Mailslot;
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.io.IOException;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Optional;
+import java.util.concurrent.CancellationException;
+import java.util.concurrent.TimeUnit;
+import java.util.function.Consumer;
+import java.util.function.Function;
+import java.util.function.Supplier;
+
+/**
+ * An application under test: a program that nobody here wrote, with an agent in it that answers for its widgets.
+ *
+ * <pre>{@code
+ * try (Application nedit = Application.start("nedit")) {
+ *     nedit.choose("File", "Open...");
+ *     FileDialogView dialog = nedit.awaitFileDialog();
+ *     nedit.setFile(dialog, "/etc/hostname");
+ *     nedit.click(dialog.ok());
+ * }
+ * }</pre>
+ *
+ * <p>Each question is one message to the application and runs on its GUI thread, between two events that it sees to.
+ * The answers are plain values: they say how things were then.
+ *
+ * <p><b>Exceptions</b> of all questions, each within the {@linkplain #setTimeout time} set:
+ *
+ * <ul>
+ * <li>{@link ApplicationException.Ended}: the application has ended, crashed or was killed, before or while it was asked
+ * <li>{@link ApplicationException.NotInTime}: its GUI thread has something else to do; the question is dropped
+ * <li>{@link ApplicationException.Failed}: it could not answer
+ * </ul>
+ *
+ * <p>Any number of threads may ask at once.
+ */
+public final class Application implements AutoCloseable {
+    private static final Duration DEFAULT_START = Duration.ofSeconds(30);
+    private static final long POLL_MS = 10;
+
+    private final String name;
+    private final ProcessHandle process;
+    private final Mailslot mailslot;
+    private volatile Duration timeout = Duration.ofSeconds(10);
+
+    private Application(String name, ProcessHandle process, Mailslot mailslot) {
+        this.name = name;
+        this.process = process;
+        this.mailslot = mailslot;
+    }
+
+    /**
+     * Starts a program with an agent in it and waits up to 30 seconds until the agent answers. What the program writes
+     * to its standard output is dropped; its error messages go where those of this process go.
+     *
+     * @param command the program, looked for in PATH, and its arguments
+     * @return the application
+     * @throws ApplicationException.Ended the program could not be started or ended at once
+     * @throws ApplicationException.NoAgent no agent answers: it is no program with Motif, GTK 2 or GTK 3, there is no
+     *     JVM for it, or it has shown no window yet. The program is ended then
+     */
+    public static Application start(String... command) {
+        return start(new ProcessBuilder(command).redirectOutput(ProcessBuilder.Redirect.DISCARD)
+            .redirectError(ProcessBuilder.Redirect.INHERIT), DEFAULT_START);
+    }
+
+    /**
+     * Starts a program as {@link #start(String...)} does, with a directory, an environment and files of its own.
+     *
+     * @param program what to start; {@code gxrun} is put in front of its command
+     * @param limit the longest wait until the agent answers
+     * @return the application
+     */
+    public static Application start(ProcessBuilder program, Duration limit) {
+        String name = program.command().get(0);
+        program.command().add(0, Launcher.path());
+        Process process;
+        try {
+            process = program.start();
+        } catch (IOException failure) {
+            throw new ApplicationException.Ended(name + " could not be started: " + failure.getMessage(), failure);
+        } finally {
+            program.command().remove(0);
+        }
+        try {
+            return connect(name, process.toHandle(), limit);
+        } catch (RuntimeException nobody) {
+            process.destroyForcibly();
+            throw nobody;
+        }
+    }
+
+    /**
+     * Finds an application that runs with an agent already: started by {@code gxrun}, by whomever.
+     *
+     * @param pid its process id
+     * @return the application
+     * @throws ApplicationException.Ended there is no such process
+     * @throws ApplicationException.NoAgent it has no agent, or none yet
+     */
+    public static Application attach(long pid) {
+        String name = "process " + pid;
+        ProcessHandle process = ProcessHandle.of(pid)
+            .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
+        return connect(process.info().command().orElse(name), process, Duration.ZERO);
+    }
+
+    private static Application connect(String name, ProcessHandle process, Duration limit) {
+        long start = System.nanoTime();
+        Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
+        while (mailslot == null) {
+            if (!process.isAlive()) {
+                throw new ApplicationException.Ended(name + " has ended before its agent answered", null);
+            }
+            if (System.nanoTime() - start >= limit.toNanos()) {
+                throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + process.pid());
+            }
+            pause(POLL_MS);
+            mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
+        }
+        return new Application(name, process, mailslot);
+    }
+
+    /** @return the program's name as it was started, or what the system knows of it */
+    public String name() {
+        return name;
+    }
+
+    /** @return the process id */
+    public long pid() {
+        return process.pid();
+    }
+
+    /** @return whether the process still runs */
+    public boolean isAlive() {
+        return process.isAlive();
+    }
+
+    /**
+     * Sets how long a question may take, and how long the {@code await} and {@code choose} methods wait.
+     *
+     * @param limit above 0; 10 seconds unless it is set
+     */
+    public void setTimeout(Duration limit) {
+        timeout = limit;
+    }
+
+    /**
+     * The first menu bar that the application has.
+     *
+     * @return empty when it has none
+     */
+    public Optional<MenuView> menuBar() {
+        return menuBar(0);
+    }
+
+    /**
+     * The menu bar in a window, or the first that the application has when there is none in it.
+     *
+     * @param window an X window of the application
+     * @return empty when it has none
+     */
+    public Optional<MenuView> menuBar(long window) {
+        return ask(Operation.MENU_BAR, in -> in.add(window), perhaps(MenuView::read));
+    }
+
+    /**
+     * A menu or menu bar by its window, as it is now.
+     *
+     * @param window its X window
+     * @return empty when it is none
+     */
+    public Optional<MenuView> menu(long window) {
+        return ask(Operation.MENU, in -> in.add(window), perhaps(MenuView::read));
+    }
+
+    /** @return the menus that are open, 64 at most */
+    public List<MenuView> openMenus() {
+        return ask(Operation.OPEN_MENUS, in -> { }, several(MenuView::read));
+    }
+
+    /** @return the open context menu, and not one that is cascaded from it; empty when there is none */
+    public Optional<MenuView> contextMenu() {
+        return ask(Operation.CONTEXT_MENU, in -> { }, perhaps(MenuView::read));
+    }
+
+    /**
+     * A Motif list box by its window.
+     *
+     * @param window its X window
+     * @return empty when it is none
+     */
+    public Optional<ListView> list(long window) {
+        return ask(Operation.LIST, in -> in.add(window), perhaps(ListView::read));
+    }
+
+    /**
+     * The Motif list box that shows at a point.
+     *
+     * @param place on the screen
+     * @return empty when there is none
+     */
+    public Optional<ListView> listAt(Point place) {
+        return ask(Operation.LIST_AT_POINT, in -> in.add(place.x).add(place.y), perhaps(ListView::read));
+    }
+
+    /**
+     * The Motif list box that has exactly a rectangle, or that lies in a scrolled window that has it.
+     *
+     * @param box on the screen
+     * @return empty when there is none
+     */
+    public Optional<ListView> listIn(Rectangle box) {
+        return ask(Operation.LIST_AT_RECTANGLE, in -> in.add(box), perhaps(ListView::read));
+    }
+
+    /** @return the Motif file dialogs that are open, the bottom of the stack first */
+    public List<FileDialogView> fileDialogs() {
+        return ask(Operation.FILE_DIALOGS, in -> { }, several(FileDialogView::read));
+    }
+
+    /**
+     * Puts a name into the text field of a file dialog. The dialog shows it when this returns.
+     *
+     * @param dialog the dialog; one that has gone is let pass
+     * @param file the name; has a form in the code set of the application's locale
+     */
+    public void setFile(FileDialogView dialog, String file) {
+        ask(Operation.SET_FILE, in -> in.add(dialog.window()).add(file), out -> null);
+    }
+
+    /**
+     * Waits for a file dialog.
+     *
+     * @return the one on top
+     * @throws ApplicationException.NotInTime none has come up
+     */
+    public FileDialogView awaitFileDialog() {
+        return await("a file dialog", () -> {
+            List<FileDialogView> dialogs = fileDialogs();
+            return dialogs.isEmpty() ? Optional.empty() : Optional.of(dialogs.get(dialogs.size() - 1));
+        });
+    }
+
+    /**
+     * Chooses a menu item as a user does: clicks on an item of the menu bar, waits for its menu, clicks on an item of
+     * that, and so on.
+     *
+     * @param path the texts of the items, from the menu bar
+     * @throws java.util.NoSuchElementException a menu has no such item; the menus that were opened stay open
+     * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
+     */
+    public void choose(String... path) {
+        MenuView menu = await("a menu bar", this::menuBar);
+        for (int depth = 0; depth < path.length - 1; ++depth) {
+            menu = open(menu, path[depth]);
+        }
+        click(menu.item(path[path.length - 1]).bounds());
+    }
+
+    /**
+     * Opens the menu behind an item by a click on it, and waits until it shows.
+     *
+     * @param menu a menu bar, or a menu that is open
+     * @param item the text of one of its items
+     * @return the menu that has opened
+     */
+    public MenuView open(MenuView menu, String item) {
+        MenuView.Item opener = menu.item(item);
+        click(opener.bounds());
+        return await("the menu of " + item, () -> menu(menu.window())
+            .map(now -> now.items().get(opener.index()).popup())
+            .flatMap(popup -> popup == 0 ? Optional.empty() : menu(popup)));
+    }
+
+    /**
+     * Clicks with the left button in the middle of a rectangle.
+     *
+     * @param box on the screen
+     */
+    public void click(Rectangle box) {
+        NativeKeyMouseEvent.emitLLMouseEvent(new Point((int) box.getCenterX(), (int) box.getCenterY()), 0, 0,
+            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
+    }
+
+    /** Ends the program: asks it by SIGTERM, and after two seconds by SIGKILL. Does nothing when it has ended. */
+    @Override
+    public void close() {
+        process.destroy();
+        try {
+            process.onExit().get(2, TimeUnit.SECONDS);
+        } catch (InterruptedException interrupted) {
+            Thread.currentThread().interrupt();
+            process.destroyForcibly();
+        } catch (Exception stillThere) {
+            process.destroyForcibly();
+        }
+    }
+
+    private <T> T await(String what, Supplier<Optional<T>> question) {
+        long start = System.nanoTime();
+        for (;;) {
+            Optional<T> answer = question.get();
+            if (answer.isPresent()) {
+                return answer.get();
+            }
+            if (System.nanoTime() - start >= timeout.toNanos()) {
+                throw new ApplicationException.NotInTime(
+                    name + " has not shown " + what + " within " + timeout.toMillis() + " ms", null);
+            }
+            pause(POLL_MS);
+        }
+    }
+
+    private static <T> Function<Values, Optional<T>> perhaps(Function<Values, T> read) {
+        return out -> out.nextBoolean() ? Optional.of(read.apply(out)) : Optional.empty();
+    }
+
+    private static <T> Function<Values, List<T>> several(Function<Values, T> read) {
+        return out -> {
+            List<T> list = new ArrayList<>();
+            for (int left = out.nextInt(); left > 0; --left) {
+                list.add(read.apply(out));
+            }
+            return list;
+        };
+    }
+
+    /** Both vectors are the engine's: an application that answers too late, when they are freed, writes nothing. */
+    private <T> T ask(Operation operation, Consumer<Values> arguments, Function<Values, T> read) {
+        Duration limit = timeout;
+        Values answer = Values.create(64);
+        Values request = Values.create(8);
+        try {
+            request.add(operation.name()).add(System.nanoTime() + limit.toNanos()).add(answer);
+            arguments.accept(request);
+            mailslot.call(request.vector(), limit.toMillis());
+            return read.apply(answer);
+        } catch (Mailslot.MailslotGoneException | InvalidMailslotException | InvalidSpyMemReference gone) {
+            throw new ApplicationException.Ended(name + ", process " + pid() + ", has ended", gone);
+        } catch (ApplicationNotRespondingException busy) {
+            throw new ApplicationException.NotInTime(name + " has not answered " + operation + " within "
+                + limit.toMillis() + " ms", busy);
+        } catch (Mailslot.RequestFailedException failed) {
+            throw new ApplicationException.Failed(
+                name + " could not answer " + operation + ": " + failed.getMessage(), failed);
+        } finally {
+            request.free();
+            answer.free();
+        }
+    }
+
+    private static void pause(long milliseconds) {
+        try {
+            Thread.sleep(milliseconds);
+        } catch (InterruptedException interrupted) {
+            Thread.currentThread().interrupt();
+            throw new CancellationException("interrupted while waiting for an application");
+        }
+    }
+}

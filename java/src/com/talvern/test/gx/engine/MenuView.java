@@ -1,0 +1,72 @@
+package com.talvern.test.gx.engine;
+
+import java.awt.Rectangle;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.NoSuchElementException;
+
+/**
+ * A menu bar, or a menu that is open, as it was when the application was asked.
+ *
+ * @param window its X window
+ * @param bounds where it is on the screen; null when it is not to be had
+ * @param items its items from the first, separators included
+ */
+public record MenuView(long window, Rectangle bounds, List<Item> items) {
+    /**
+     * An item of a menu.
+     *
+     * @param index its place in the menu, from 0
+     * @param text what it shows, without the mark of its mnemonic; null for a separator or a picture
+     * @param bounds where it is on the screen; null when it is not to be had
+     * @param popup X window of the menu that it has opened; 0 while it has none
+     */
+    public record Item(int index, String text, Rectangle bounds, long popup) {}
+
+    /** A menu that nobody changes any more. */
+    public MenuView {
+        items = List.copyOf(items);
+    }
+
+    /**
+     * An item by what it shows.
+     *
+     * @param text the whole text, without blanks around it: some programs pad theirs
+     * @return the first item with that text
+     * @throws NoSuchElementException there is none; the message names those that there are
+     */
+    public Item item(String text) {
+        return items.stream().filter(item -> item.text() != null && text.equals(item.text().strip())).findFirst()
+            .orElseThrow(() -> new NoSuchElementException("no item \"" + text + "\" among " + texts()));
+    }
+
+    /** @return the texts of all items in order, null for those without */
+    public List<String> texts() {
+        List<String> texts = new ArrayList<>();
+        items.forEach(item -> texts.add(item.text()));
+        return texts;
+    }
+
+    /**
+     * Sends the menu to another process.
+     *
+     * @param out is written to
+     */
+    public void write(Values out) {
+        out.add(window).add(bounds).add(items.size());
+        for (Item item : items) {
+            out.add(item.text()).add(item.bounds()).add(item.popup());
+        }
+    }
+
+    static MenuView read(Values in) {
+        long window = in.nextLong();
+        Rectangle bounds = in.nextRectangle();
+        int count = in.nextInt();
+        List<Item> items = new ArrayList<>(count);
+        for (int index = 0; index < count; ++index) {
+            items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong()));
+        }
+        return new MenuView(window, bounds, items);
+    }
+}

@@ -1,0 +1,33 @@
+package com.talvern.test.gx.engine;
+
+/** What an engine asks an application for, with the values that go with the request and come back. */
+public enum Operation {
+    /** Window that it shall lie in, 0 for any; answers a truth value and, when there is one, a {@link MenuView}. */
+    MENU_BAR,
+    /** Window of a menu; answers as {@link #MENU_BAR}. */
+    MENU,
+    /** Answers the number of menus that are open and as many of {@link MenuView}. */
+    OPEN_MENUS,
+    /** Answers as {@link #MENU_BAR}. */
+    CONTEXT_MENU,
+    /** Window of a list; answers a truth value and, when it is one, a {@link ListView}. */
+    LIST,
+    /** X and y of a point on the screen; answers as {@link #LIST}. */
+    LIST_AT_POINT,
+    /** A rectangle on the screen; answers as {@link #LIST}. */
+    LIST_AT_RECTANGLE,
+    /** Answers the number of file dialogs and as many of {@link FileDialogView}. */
+    FILE_DIALOGS,
+    /** Window of a file dialog, and the text for its text field. Answers nothing. */
+    SET_FILE;
+
+    /**
+     * The mailslot at which an application is asked.
+     *
+     * @param pid the application's process id
+     * @return the mailslot's name
+     */
+    public static String mailslotOf(long pid) {
+        return "gx-application-" + pid;
+    }
+}
