@@ -8,9 +8,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr char preloadStart[] = "LD_PRELOAD=";
-constexpr size_t preloadStartLength = sizeof preloadStart - 1;
-
 /// The variables as they came, "NAME=value", in the order of AgentVariable::all. They lie where the kernel
 /// put them.
 char* s_entries[std::size(AgentVariable::all)];
@@ -120,16 +117,17 @@ unsigned long CEnvironment::roomFor(char* const* environment)
 
 void CEnvironment::addVariables(char* const* environment, char** whole, char* preload)
 {
-    const char* others = nullptr;
-    for (; environment && *environment; ++environment)
-        if (std::strncmp(*environment, preloadStart, preloadStartLength) == 0)
-            others = *environment + preloadStartLength;
-        else if (indexOf(*environment) < 0)
+    char** place = nullptr; // of LD_PRELOAD, which keeps it
+    for (; environment && *environment; ++environment) {
+        if (!place && valueOf(*environment, "LD_PRELOAD"))
+            place = whole;
+        if (indexOf(*environment) < 0)
             *whole++ = *environment;
-    const int length = std::snprintf(preload, maxPreload, "%s%s%s%s", preloadStart, others ? others : "",
-                                     others ? ":" : "", s_agent);
+    }
+    const int length = place ? std::snprintf(preload, maxPreload, "%s:%s", *place, s_agent)
+                             : std::snprintf(preload, maxPreload, "LD_PRELOAD=%s", s_agent);
     if (length < maxPreload)
-        *whole++ = preload;
+        *(place ? place : whole++) = preload;
     for (char* const entry : s_entries)
         if (entry)
             *whole++ = entry;

@@ -17,6 +17,9 @@ namespace {
 constexpr const char* places[] = {"/lib/server/libjvm.so", "/lib/amd64/server/libjvm.so",
                                   "/jre/lib/amd64/server/libjvm.so"};
 
+/// Lists the JREs to use, with ":" between them. When it is set no other is taken.
+constexpr const char* jreVariable = "TALVERN_GX_JRE";
+
 std::string libjvmIn(const std::string& directory)
 {
     for (const char* const place : places)
@@ -51,9 +54,10 @@ std::string javaDirectoryOf(const std::string& binaries)
 
 std::string findLibjvm()
 {
-    std::string found = firstIn(std::getenv("TALVERN_GX_JRE"), libjvmIn);
-    if (const char* const home = std::getenv("JAVA_HOME"); found.empty() && home)
-        found = libjvmIn(home);
+    if (const char* const list = std::getenv(jreVariable))
+        return firstIn(list, libjvmIn);
+    const char* const home = std::getenv("JAVA_HOME");
+    std::string found = home ? libjvmIn(home) : std::string();
     if (found.empty())
         found = firstIn(std::getenv("PATH"),
                         [](const std::string& part) { return libjvmIn(javaDirectoryOf(part)); });
@@ -187,8 +191,11 @@ JNIEnv* JavaMachine::bring(bool& isOwn)
     const std::string path = findLibjvm();
     if (!path.empty())
         return createFrom(path);
-    say("no Java virtual machine in TALVERN_GX_JRE, JAVA_HOME, PATH or /usr/lib/jvm/default-java: no agent "
-        "in this program");
+    if (const char* const list = std::getenv(jreVariable))
+        say("no Java virtual machine in %s (%s): no agent in this program", jreVariable, list);
+    else
+        say("no Java virtual machine in JAVA_HOME, PATH or /usr/lib/jvm/default-java: no agent in this "
+            "program");
     return nullptr;
 }
 

@@ -6,11 +6,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <getopt.h>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -78,6 +81,24 @@ std::string firstOf(const fs::path& base, std::initializer_list<const char*> pla
     return (base / *places.begin()).lexically_normal();
 }
 
+/// The library announces on standard error that it writes a user's first preference file. It does so here,
+/// where nobody hears it, rather than in the program.
+void writePreferences(const fs::path& library)
+{
+    const char* const home = std::getenv("HOME");
+    if (!home || fs::exists(fs::path(home) / "Quessa/ZEMO/vtx_log_trace.properties"))
+        return;
+    const pid_t child = fork();
+    if (child == 0) {
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDOUT_FILENO);
+        dup2(nowhere, STDERR_FILENO);
+        dlopen(library.c_str(), RTLD_NOW);
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+}
+
 void appendToPreload(const std::string& agent)
 {
     const char* const others = std::getenv("LD_PRELOAD");
@@ -93,16 +114,16 @@ void prepare(const COptions& options, const fs::path& own)
                      agent.c_str());
         return;
     }
-    const fs::path beside = fs::path(agent).parent_path();
+    const fs::path library =
+        options.library.empty() ? fs::path(agent).replace_filename("libgxsys.so") : fs::path(options.library);
+    const fs::path jar = options.jar.empty()
+                             ? firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar", "gxsys.jar"})
+                             : options.jar;
+    writePreferences(library);
     appendToPreload(agent);
     setenv(AgentVariable::pid, std::to_string(getpid()).c_str(), 1);
-    setenv(AgentVariable::library,
-           (options.library.empty() ? beside / "libgxsys.so" : fs::path(options.library)).c_str(), 1);
-    setenv(AgentVariable::jar,
-           (options.jar.empty() ? firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar", "gxsys.jar"})
-                                : options.jar)
-               .c_str(),
-           1);
+    setenv(AgentVariable::library, library.c_str(), 1);
+    setenv(AgentVariable::jar, jar.c_str(), 1);
     if (!options.domain.empty())
         setenv(AgentVariable::domain, options.domain.c_str(), 1);
     if (options.follow)

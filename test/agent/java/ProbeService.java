@@ -1,5 +1,6 @@
 import com.talvern.test.gx.application.ApplicationService;
 import com.talvern.test.gx.application.GuiThread;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.io.PrintStream;
 import java.util.ArrayList;
 import java.util.List;
@@ -51,7 +52,8 @@ public final class ProbeService implements ApplicationService {
             case "busy" -> busy();
             case "memory" -> memory();
             case "forever" -> forever();
-            default -> System.out.println("must not reach the application's output");
+            case "print" -> System.out.println("must not reach the application's output");
+            default -> {}
         }
     }
 
@@ -84,6 +86,7 @@ public final class ProbeService implements ApplicationService {
     }
 
     private void failures() throws Exception {
+        gui.call(() -> new NativeWindow(0xdead).nativeGetRectangle(), 20000); // an X error that is the library's
         report.println("nested " + gui.call(() -> gui.call(() -> 42, 0), 20000));
         try {
             gui.call(() -> List.of().get(7), 20000);

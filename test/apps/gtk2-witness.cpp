@@ -1,0 +1,7 @@
+// gtk2-witness [modal]: tells what Witness.h says.
+#include "GtkWitness.h"
+
+int main(int argc, char** argv)
+{
+    return runWitness(argc, argv);
+}
