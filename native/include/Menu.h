@@ -9,6 +9,9 @@
 /// toolkit made the menu can answer: call it on that toolkit's thread. Each call waits for the X server. GTK
 /// is asked when the process runs GTK 2 or 3, else Motif.
 ///
+/// GTK draws its menus into windows that X11 does not know. Such a menu is named by the X window it is drawn
+/// into: a pane by that of its popup, a menu bar by the application's window.
+///
 /// Items count from 0, separators and tear-off items included. A null handle, a window that is no menu of
 /// this process, an index beyond the items and an error of the toolkit give the answer that each operation
 /// names.
@@ -33,8 +36,9 @@ public:
     void getItemScreenRectangle(int index, Rect* rect) const;
     /// The first item whose rectangle holds the point, edges included. @return its index, or -1
     int getItemAtScreenPoint(const Point& point) const;
-    /// The pane in root coordinates, without the border; zero for a window that has gone. Where the pane's
-    /// parent does not hold it, the parent's rectangle in the coordinates of the window around that.
+    /// The bar or pane in root coordinates, without the border; zero for a window that has gone. Where a
+    /// window of its own does not lie in its parent, the parent's rectangle in the coordinates of the window
+    /// around that.
     void getScreenRectangle(Rect* rect) const;
     /// The window of an item's sub-menu while that is shown.
     /// @param submenu      0 when there is none

@@ -62,7 +62,10 @@ inline int checkGtkMenus(unsigned long (*xidOf)(GdkWindow*))
     gdk_window_get_origin(gtk_widget_get_window(window), &x, &y);
     checks.run(Rect(y + 60, x + 20, 20, 20));
 
-    const unsigned long contextWindow = xidOf(gtk_widget_get_window(context));
+    // The application's windows stay as GDK made them.
+    CHECK(!gdk_window_has_native(gtk_widget_get_window(bar)));
+    CHECK(!gdk_window_has_native(gtk_widget_get_window(context)));
+    const unsigned long contextWindow = xidOf(gtk_widget_get_window(gtk_widget_get_toplevel(context)));
     CHECK(GxMenu(static_cast<long>(contextWindow), 0).getItemCount() ==
           3); // not shown any more, but still there
     gtk_widget_destroy(context);

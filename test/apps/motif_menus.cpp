@@ -87,6 +87,7 @@ int main(int argc, char** argv)
 {
     const Widget shell =
         XtAppInitialize(&s_application, "GxMotif", nullptr, 0, &argc, argv, nullptr, nullptr, 0);
+    XtSetMultiClickTime(XtDisplay(shell), 0); // two clicks in a row are two clicks
     const Widget work = XmCreateMainWindow(shell, text("work"), nullptr, 0);
     const Widget bar = XmCreateMenuBar(work, text("bar"), nullptr, 0);
     const Widget first = XmCreatePulldownMenu(bar, text("pulldown"), nullptr, 0);
@@ -110,6 +111,7 @@ int main(int argc, char** argv)
     gx_app_display = XtDisplay(shell);
     CMenuChecks checks(XtWindow(shell), false, iterate);
     checks.run(Rect(60, 20, 20, 20));
+    checks.checkNoMenu(XtWindow(shell));
     checks.checkNoMenu(XtWindow(area));
     checkKdeFrame(gx_app_display, XtWindow(shell), XtWindow(first));
 

@@ -29,11 +29,59 @@ std::vector<_GtkWidget*> childrenOf(_GtkWidget* container)
     return elementsOf<_GtkWidget>(list.get());
 }
 
-/// A menu's widget; null when the window is no menu. What is in a menu is a menu item.
+/// The widget of a type that a window shows: the window's own, or that of a window inside which GDK draws
+/// into this one. Since 2.18 GDK keeps the windows of widgets to itself. It would give one of them an X
+/// window on demand, but that window would be opaque: a menu bar without a background of its own would turn
+/// black.
+_GtkWidget* widgetIn(_GdkDrawable* window, unsigned long type)
+{
+    void* widget = nullptr;
+    _gdk_window_get_user_data(window, &widget);
+    if (isGtkInstance(widget, type))
+        return static_cast<_GtkWidget*>(widget);
+    for (_GdkDrawable* child : elementsOf<_GdkDrawable>(_gdk_window_peek_children(window)))
+        if (_GtkWidget* const found = _gdk_window_has_native(child) ? nullptr : widgetIn(child, type))
+            return found;
+    return nullptr;
+}
+
+Window xidOf(_GdkDrawable* window)
+{
+    return CToolkit::gdkWindowXid(reinterpret_cast<unsigned long>(window));
+}
+
+/// GDK also knows a top-level window by a helper window of its own, which holds the keyboard focus for it.
+_GtkWidget* widgetIn(Window window, unsigned long type)
+{
+    _GdkDrawable* const known = window ? _gdk_window_lookup(window) : nullptr;
+    return known && xidOf(known) == window ? widgetIn(known, type) : nullptr;
+}
+
+/// What is in a menu shell is a menu item.
 _GtkWidget* menuOf(Window window)
 {
-    _GtkWidget* const widget = gtkWidgetOf(window);
-    return isGtkInstance(widget, _gtk_menu_shell_get_type()) ? widget : nullptr;
+    return widgetIn(window, _gtk_menu_shell_get_type());
+}
+
+/// The X window that a GdkWindow is drawn into.
+Window xWindowOf(_GdkDrawable* window)
+{
+    while (window && !_gdk_window_has_native(window))
+        window = _gdk_window_get_parent(window);
+    return xidOf(window);
+}
+
+/// Moves a rectangle in a GdkWindow into one around it, and into pixels of X11.
+Rect boxIn(_GdkDrawable* around, _GdkDrawable* window, _GtkAllocation box)
+{
+    for (; window && window != around; window = _gdk_window_get_parent(window)) {
+        int x = 0, y = 0;
+        _gdk_window_get_position(window, &x, &y);
+        box.x += x;
+        box.y += y;
+    }
+    const int scale = std::max(_gdk_window_get_scale_factor(around), 1);
+    return {box.y * scale, box.x * scale, box.height * scale, box.width * scale};
 }
 
 _GtkWidget* itemOf(Window menu, int index)
@@ -61,29 +109,10 @@ const char* textOf(_GtkWidget* item)
     return label ? _gtk_label_get_text(reinterpret_cast<_GtkLabel*>(label)) : nullptr;
 }
 
-Window xidOf(_GdkDrawable* window)
-{
-    return CToolkit::gdkWindowXid(reinterpret_cast<unsigned long>(window));
-}
-
-/// Gives the menus below a GdkWindow X windows of their own. GDK keeps the windows of widgets to itself until
-/// somebody asks for the X window of one, and without one nobody could name the menu.
-void exposeMenusBelow(_GdkDrawable* window)
-{
-    for (_GdkDrawable* child : elementsOf<_GdkDrawable>(_gdk_window_peek_children(window))) {
-        void* widget = nullptr;
-        _gdk_window_get_user_data(child, &widget);
-        if (!isGtkInstance(widget, _gtk_menu_shell_get_type()))
-            exposeMenusBelow(child);
-        else if (_gtk_widget_get_window(static_cast<_GtkWidget*>(widget)) == child)
-            xidOf(child);
-    }
-}
-
 class CGtkMenus final : public IMenuToolkit {
 public:
     void publish() const override;
-    Window menuBarAmong(const std::vector<Window>& windows) const override;
+    Window menuBarIn(Display* display, Window start) const override;
     std::vector<Window> panesIn(CWindowTree tree) const override;
     /// A pane that begins left of or above the screen is not one that a user can click through.
     bool canShowAt(const CPlace& place) const override { return place.known && place.x >= 0 && place.y >= 0; }
@@ -94,25 +123,23 @@ public:
     Window ownerOf(Display*, Window, Window frame) const override { return frame; }
     int itemCount(Window menu) const override;
     int itemText(Window menu, int index, char* buffer, int size) const override;
+    std::optional<Rect> partOfWindow(Window menu) const override;
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;
 };
 
 void CGtkMenus::publish() const
 {
-    const ListPtr toplevels(_gtk_window_list_toplevels());
-    for (_GtkWidget* toplevel : elementsOf<_GtkWidget>(toplevels.get()))
-        if (_GdkDrawable* const window = _gtk_widget_get_window(toplevel))
-            exposeMenusBelow(window);
     if (_GdkDisplay* const display = _gdk_display_get_default())
         _gdk_display_sync(display);
 }
 
-Window CGtkMenus::menuBarAmong(const std::vector<Window>& windows) const
+/// The window itself counts, too: a menu bar is drawn into the window that it is in.
+Window CGtkMenus::menuBarIn(Display* display, Window start) const
 {
-    const auto isBar = [](Window window) {
-        return isGtkInstance(gtkWidgetOf(window), _gtk_menu_bar_get_type());
-    };
+    auto windows = windowsOf(wholeTree(display, start));
+    windows.insert(windows.begin(), start);
+    const auto isBar = [](Window window) { return widgetIn(window, _gtk_menu_bar_get_type()) != nullptr; };
     const auto found = std::find_if(windows.begin(), windows.end(), isBar);
     return found == windows.end() ? 0 : *found;
 }
@@ -121,7 +148,7 @@ std::vector<Window> CGtkMenus::panesIn(CWindowTree tree) const
 {
     std::vector<Window> panes;
     tree.visitSiblingsFirst([&](const CTreeWindow& entry) {
-        if (isGtkInstance(gtkWidgetOf(entry.window), _gtk_menu_get_type()))
+        if (isGtkMenu(entry.window))
             panes.push_back(entry.window);
     });
     return panes;
@@ -143,6 +170,19 @@ int CGtkMenus::itemText(Window menu, int index, char* buffer, int size) const
     return static_cast<int>(std::strlen(text));
 }
 
+/// A pane or bar that is drawn into the window that it is named by.
+std::optional<Rect> CGtkMenus::partOfWindow(Window menu) const
+{
+    _GtkWidget* const widget = menuOf(menu);
+    _GdkDrawable* const window = widget ? _gtk_widget_get_window(widget) : nullptr;
+    _GdkDrawable* const around = _gdk_window_lookup(menu);
+    if (!window || window == around)
+        return std::nullopt;
+    int x = 0, y = 0, width = 0, height = 0, depth = 0;
+    _gdk_window_get_geometry(window, &x, &y, &width, &height, &depth);
+    return boxIn(around, window, {0, 0, width, height});
+}
+
 /// An item's place counts from the window that it is drawn into: in a pane that is one inside of the pane's
 /// frame, and it moves when the menu scrolls.
 std::optional<Rect> CGtkMenus::itemBox(Window menu, int index) const
@@ -152,16 +192,7 @@ std::optional<Rect> CGtkMenus::itemBox(Window menu, int index) const
         return std::nullopt;
     _GtkAllocation box{};
     _gtk_widget_get_allocation(item, &box);
-    _GdkDrawable* const pane = _gdk_window_lookup(menu);
-    for (_GdkDrawable* window = _gtk_widget_get_window(item); window && window != pane;
-         window = _gdk_window_get_parent(window)) {
-        int x = 0, y = 0;
-        _gdk_window_get_position(window, &x, &y);
-        box.x += x;
-        box.y += y;
-    }
-    const int scale = std::max(_gdk_window_get_scale_factor(pane), 1);
-    return Rect(box.y * scale, box.x * scale, box.height * scale, box.width * scale);
+    return boxIn(_gdk_window_lookup(menu), _gtk_widget_get_window(item), box);
 }
 
 Window CGtkMenus::submenuWindow(Window menu, int index) const
@@ -169,9 +200,14 @@ Window CGtkMenus::submenuWindow(Window menu, int index) const
     _GtkWidget* const item = itemOf(menu, index);
     _GtkWidget* const submenu =
         item ? _gtk_menu_item_get_submenu(reinterpret_cast<_GtkMenuItem*>(item)) : nullptr;
-    return submenu ? xidOf(_gtk_widget_get_window(submenu)) : 0;
+    return submenu ? xWindowOf(_gtk_widget_get_window(submenu)) : 0;
 }
 } // namespace
+
+bool isGtkMenu(Window window)
+{
+    return widgetIn(window, _gtk_menu_get_type()) != nullptr;
+}
 
 const IMenuToolkit& gtkMenus()
 {

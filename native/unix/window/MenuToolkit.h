@@ -15,11 +15,13 @@ public:
     /// GTK when the process runs GTK 2 or 3, else Motif. Asked at every call: GTK may come later.
     static const IMenuToolkit& current();
 
-    /// Makes the X server know what the toolkit has done so far. To be called before windows are read on
+    /// Waits until the X server has done what the toolkit asked for. To be called before windows are read on
     /// another connection.
     virtual void publish() const = 0;
 
-    virtual Window menuBarAmong(const std::vector<Window>& windows) const = 0; ///< the first; 0 for none
+    /// The first window below `start` that a menu bar is known by, parents before their children, bottom of
+    /// the stack first; 0 for none.
+    virtual Window menuBarIn(Display* display, Window start) const = 0;
     /// The windows of menu panes, shown or not, in the toolkit's order.
     virtual std::vector<Window> panesIn(CWindowTree tree) const = 0;
     /// Whether a pane at this place may count as shown.
@@ -29,6 +31,8 @@ public:
     /// The window that owns a menu bar, given the child of the root that the bar is in.
     virtual Window ownerOf(Display* display, Window menuBar, Window frame) const = 0;
 
+    /// Where in its window a menu is; nothing when it is the whole window.
+    virtual std::optional<Rect> partOfWindow(Window menu) const = 0;
     virtual int itemCount(Window menu) const = 0; ///< -1 for none
     /// @return the whole length in bytes; 0 for none, and nothing is written then
     virtual int itemText(Window menu, int index, char* buffer, int size) const = 0;
@@ -40,6 +44,9 @@ public:
 protected:
     ~IMenuToolkit() = default;
 };
+
+/// Whether a window shows a GTK menu, not a menu bar.
+bool isGtkMenu(Window window);
 
 const IMenuToolkit& gtkMenus();
 const IMenuToolkit& motifMenus();

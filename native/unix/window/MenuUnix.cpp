@@ -16,7 +16,8 @@ std::vector<Window> shownPanes(Display* display)
     toolkit.publish();
     std::vector<Window> shown;
     askAll(
-        toolkit.panesIn(wholeTree(display, rootOf(display))), [&](Window window) { return CBoxAnswer(display, window); },
+        toolkit.panesIn(wholeTree(display, rootOf(display))),
+        [&](Window window) { return CBoxAnswer(display, window); },
         [&](Window window, CBoxAnswer& answer) {
             const bool viewable = answer.state.take().viewable;
             const CPlace place = placeOf(answer.place.take().get());
@@ -26,11 +27,6 @@ std::vector<Window> shownPanes(Display* display)
     return shown;
 }
 
-Window GetMenuBar(Display* display, Window window)
-{
-    return IMenuToolkit::current().menuBarAmong(windowsOf(wholeTree(display, window)));
-}
-
 /// The ancestor whose parent is the root; 0 when a window on the way up has gone.
 Window getWindowFrame(Display* display, Window window)
 {
@@ -38,14 +34,14 @@ Window getWindowFrame(Display* display, Window window)
     return GetParent(display, frame) == rootOf(display) ? frame : 0;
 }
 
-/// A pane's rectangle for a translation of its own corner: the place that the pane has in its parent, taken
-/// as a point inside of it. Panes stand at (0, 0) in a shell of their own, and the caller looks at the parent
-/// for any other.
-std::optional<Rect> paneRectangle(Display* display, Window pane, const CWindowState& state)
+/// The corner is what the pane's place in its parent becomes when it is taken for a point inside of the pane.
+std::optional<Rect> translatedRectangle(Display* display, Window pane)
 {
+    const CWindowState state = stateOf(display, pane);
     int x = 0, y = 0;
     Window child = 0;
-    if (!XTranslateCoordinates(display, pane, rootOf(display), state.x, state.y, &x, &y, &child))
+    if (!state.readable ||
+        !XTranslateCoordinates(display, pane, rootOf(display), state.x, state.y, &x, &y, &child))
         return std::nullopt;
     CTracer::debugTrace("Menu rectangle after translation- x: %d, y: %d  child %d", x, y,
                         static_cast<int>(child));
@@ -62,10 +58,25 @@ std::optional<Rect> parentRectangle(Display* display, Window pane)
     return Rect(state.y, state.x, state.height, state.width);
 }
 
+/// Right for panes that stand at (0, 0) in a shell of their own. Any other is told by not fitting into its
+/// parent, which is then taken for the shell.
+std::optional<Rect> paneRectangle(Display* display, Window pane)
+{
+    const auto own = translatedRectangle(display, pane);
+    const auto parent = own ? parentRectangle(display, pane) : std::nullopt;
+    return parent && !parent->contains(*own) ? parent : own;
+}
+
 /// Moves a rectangle in a window to root coordinates.
-Rect onScreen(const CPlace& window, const Rect& box)
+Rect movedTo(const CPlace& window, const Rect& box)
 {
     return {window.y + box.getTop(), window.x + box.getLeft(), box.getHeight(), box.getWidth()};
+}
+
+std::optional<Rect> onScreen(Display* display, Window window, const Rect& box)
+{
+    const CPlace place = placeOf(askPlace(display, window).take().get());
+    return place.known ? std::optional(movedTo(place, box)) : std::nullopt;
 }
 } // namespace
 
@@ -79,9 +90,10 @@ unsigned long CWindow::getMenuBar() const
     Display* const display = walkDisplay();
     if (!display || isNullWindow())
         return 0;
-    IMenuToolkit::current().publish();
-    const Window own = GetMenuBar(display, m_handle);
-    return own ? own : GetMenuBar(display, rootOf(display));
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    toolkit.publish();
+    const Window own = toolkit.menuBarIn(display, m_handle);
+    return own ? own : toolkit.menuBarIn(display, rootOf(display));
 }
 
 std::vector<CWindow> CWindow::getPopupWindows()
@@ -123,10 +135,8 @@ void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
     const auto box = display ? IMenuToolkit::current().itemBox(handle, index) : std::nullopt;
     if (!box)
         return;
-    const CPlace place =
-        box->isZero() ? CPlace{.known = true} : placeOf(askPlace(display, handle).take().get());
-    if (place.known)
-        *rect = onScreen(place, *box);
+    if (const auto found = box->isZero() ? box : onScreen(display, handle, *box))
+        *rect = *found;
 }
 
 int GxMenu::getItemAtScreenPoint(const Point& point) const
@@ -138,7 +148,7 @@ int GxMenu::getItemAtScreenPoint(const Point& point) const
     const CPlace place = placeOf(askPlace(display, handle).take().get());
     for (int index = 0; place.known && index < count; ++index)
         if (const auto box = IMenuToolkit::current().itemBox(handle, index);
-            box && onScreen(place, *box).pointInRect(point))
+            box && movedTo(place, *box).pointInRect(point))
             return index;
     return -1;
 }
@@ -147,12 +157,12 @@ void GxMenu::getScreenRectangle(Rect* rect) const
 {
     *rect = Rect();
     Display* const display = walkDisplay();
-    const CWindowState state = display ? stateOf(display, handle) : CWindowState();
-    const auto pane = state.readable ? paneRectangle(display, handle, state) : std::nullopt;
-    if (!pane)
+    if (!display)
         return;
-    const auto parent = parentRectangle(display, handle);
-    *rect = parent && !parent->contains(*pane) ? *parent : *pane;
+    const auto part = IMenuToolkit::current().partOfWindow(handle);
+    const auto found = part ? onScreen(display, handle, *part) : paneRectangle(display, handle);
+    if (found)
+        *rect = *found;
 }
 
 void GxMenu::getItemPopupMenu(int index, unsigned long* submenu, unsigned long*) const

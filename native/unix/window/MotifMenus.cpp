@@ -75,9 +75,10 @@ public:
         if (gx_app_display)
             XSync(gx_app_display, False);
     }
-    Window menuBarAmong(const std::vector<Window>& windows) const override
+    Window menuBarIn(Display* display, Window start) const override
     {
-        return firstThat(windows, [](Widget widget) { return isRowColumn(widget, XmMENU_BAR); });
+        return firstThat(windowsOf(wholeTree(display, start)),
+                         [](Widget widget) { return isRowColumn(widget, XmMENU_BAR); });
     }
     std::vector<Window> panesIn(CWindowTree tree) const override;
     bool canShowAt(const CPlace&) const override { return true; }
@@ -86,6 +87,7 @@ public:
         return firstThat(panes, isOpenedByUser);
     }
     Window ownerOf(Display* display, Window menuBar, Window frame) const override;
+    std::optional<Rect> partOfWindow(Window) const override { return std::nullopt; }
     int itemCount(Window menu) const override;
     int itemText(Window, int, char*, int) const override { return 0; }
     std::optional<Rect> itemBox(Window menu, int index) const override;

@@ -3,6 +3,7 @@
 
 #include "DialogUnix.h"
 #include "GxGlobals.h"
+#include "MenuToolkit.h"
 #include "XtGuard.h"
 #include "gtkfuncs.h"
 
@@ -27,7 +28,7 @@ bool CWindow::isMenu() const
         return false;
     if (isGTK2() || isGTK3())
         if (_gdk_window_lookup(m_handle))
-            return isGtkInstance(gtkWidgetOf(m_handle), _gtk_menu_get_type());
+            return isGtkMenu(m_handle);
     return askWidget(m_handle, [](Widget widget) { return isRowColumn(widget, XmMENU_PULLDOWN); });
 }
 

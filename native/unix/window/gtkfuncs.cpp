@@ -28,6 +28,7 @@ constinit CLateFunction<void(_GdkDrawable*, int*, int*, int*, int*, int*)> s_geo
 constinit CLateFunction<unsigned long(_GdkDrawable*)> s_windowXid{"gdk_x11_window_get_xid", GDK3};
 constinit CLateFunction<unsigned long(_GdkDrawable*)> s_drawableXid{"gdk_x11_drawable_get_xid", GDK2, GDK3};
 constinit CLateFunction<_GList*(_GdkDrawable*)> s_windowChildren{"gdk_window_peek_children", GDK2, GDK3};
+constinit CLateFunction<int(_GdkDrawable*)> s_hasNative{"gdk_window_has_native", GDK2, GDK3};
 constinit CLateFunction<_GdkDrawable*(_GdkDrawable*)> s_parent{"gdk_window_get_parent", GDK2, GDK3};
 constinit CLateFunction<void(_GdkDrawable*, int*, int*)> s_position{"gdk_window_get_position", GDK2, GDK3};
 constinit CLateFunction<int(_GdkDrawable*)> s_scale{"gdk_window_get_scale_factor", GDK3};
@@ -50,7 +51,6 @@ constinit CLateFunction<unsigned long()> s_menuShellType{"gtk_menu_shell_get_typ
 constinit CLateFunction<void(_GtkWidget*, _GtkAllocation*)> s_allocation{"gtk_widget_get_allocation", GTK2,
                                                                          GTK3};
 constinit CLateFunction<_GdkDrawable*(_GtkWidget*)> s_widgetWindow{"gtk_widget_get_window", GTK2, GTK3};
-constinit CLateFunction<_GList*()> s_toplevels{"gtk_window_list_toplevels", GTK2, GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_timeout_add", GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", GTK2, GTK12};
 constinit CLateFunction<void(int)> s_removeTimeout{"gtk_timeout_remove", GTK2, GTK12};
@@ -148,6 +148,11 @@ _GList* _gdk_window_peek_children(_GdkDrawable* window)
     return s_windowChildren(window);
 }
 
+int _gdk_window_has_native(_GdkDrawable* window)
+{
+    return s_hasNative(window);
+}
+
 _GdkDrawable* _gdk_window_get_parent(_GdkDrawable* window)
 {
     return s_parent(window);
@@ -243,11 +248,6 @@ _GdkDrawable* _gtk_widget_get_window(_GtkWidget* widget)
     return s_widgetWindow(widget);
 }
 
-_GList* _gtk_window_list_toplevels()
-{
-    return s_toplevels();
-}
-
 unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data)
 {
     return isGTK3() ? s_addTimeout3(milliseconds, function, data)
@@ -259,14 +259,6 @@ int _gtk_timeout_remove(int timeout)
     if (!isGTK3())
         s_removeTimeout(timeout);
     return 0;
-}
-
-_GtkWidget* gtkWidgetOf(unsigned long xid)
-{
-    void* widget = nullptr;
-    if (_GdkDrawable* const window = xid ? _gdk_window_lookup(xid) : nullptr)
-        _gdk_window_get_user_data(window, &widget);
-    return static_cast<_GtkWidget*>(widget);
 }
 
 bool isGtkInstance(const void* object, unsigned long type)

@@ -44,6 +44,7 @@ unsigned long _gdk_x11_drawable_get_xid(_GdkDrawable* window); ///< GTK 2; GTK 3
 /// The GdkWindow of an X window; null when GDK does not know it. Looked up anew at every call.
 _GdkDrawable* _gdk_window_lookup(unsigned long xid);
 _GList* _gdk_window_peek_children(_GdkDrawable* window); ///< topmost first; the list is GDK's
+int _gdk_window_has_native(_GdkDrawable* window); ///< not 0 when it has an X window of its own; GTK 2.18
 _GdkDrawable* _gdk_window_get_parent(_GdkDrawable* window);
 void _gdk_window_get_position(_GdkDrawable* window, int* x, int* y); ///< in the parent
 int _gdk_window_get_scale_factor(_GdkDrawable* window); ///< pixels of X11 for one of GTK 3; 0 under GTK 2
@@ -65,7 +66,6 @@ unsigned long _gtk_menu_shell_get_type(); ///< of menus and menu bars
 void _gtk_widget_get_allocation(_GtkWidget* widget, _GtkAllocation* allocation);
 /// The GdkWindow that the widget is drawn into, its own or an ancestor's; null before it is realized.
 _GdkDrawable* _gtk_widget_get_window(_GtkWidget* widget);
-_GList* _gtk_window_list_toplevels(); ///< the caller frees the list
 /// Has `function(data)` called every `milliseconds` until it answers 0.
 /// @return a number greater than 0
 unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data);
@@ -73,7 +73,5 @@ unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* d
 /// @return 0
 int _gtk_timeout_remove(int timeout);
 
-/// The widget that an X window belongs to; null when GTK knows of none.
-_GtkWidget* gtkWidgetOf(unsigned long xid);
 /// Whether a GObject is of a type or of one derived from it. False for null.
 bool isGtkInstance(const void* object, unsigned long type);

@@ -17,6 +17,9 @@ import java.awt.Rectangle;
  * <p><b>Where.</b> Only the process whose toolkit made the menu can answer: call these methods inside the application,
  * on the thread of its toolkit. Anywhere else a menu has no items.
  *
+ * <p><b>Windows.</b> GTK draws its menus into windows that X11 does not know. Such a menu is named by the X window that
+ * it is drawn into: a pane by that of its popup, a menu bar by the window of the application.
+ *
  * <p><b>Items</b> count from 0, separators and tear-off items included. An index beyond the items, a pane that has gone
  * and a window that is no menu give the answer named at each method; nothing is thrown.
  */
@@ -79,7 +82,7 @@ public class Menu {
     public native Rectangle getItemScreenRectangle(int index);
 
     /**
-     * Where the pane is, as its window says. Where that does not lie inside its parent, the parent's rectangle.
+     * Where the bar or pane is. Where a window of its own does not lie inside its parent, the parent's rectangle.
      *
      * @return screen coordinates, without the border; all zero for a pane that has gone; null for handle 0
      */

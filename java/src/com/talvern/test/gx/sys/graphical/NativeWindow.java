@@ -249,7 +249,7 @@ public class NativeWindow {
      */
     public native NativeWindow nativeGetMenuParentWindow();
 
-    /** @return whether it is a Motif pulldown menu, or the window of a GTK menu */
+    /** @return whether it is a Motif pulldown menu, or a window that shows a GTK menu other than a menu bar */
     public native boolean nativeIsMenu();
 
     /** @return whether it is a Motif pulldown or popup menu */
