@@ -5,14 +5,15 @@ import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.Operation;
 import com.talvern.test.gx.engine.Values;
-import com.talvern.test.gx.sys.InvalidSpyMemReference;
 import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.graphical.FileDialog;
 import java.awt.Point;
 import java.util.List;
 import java.util.concurrent.Callable;
+import java.util.concurrent.CancellationException;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
 import java.util.function.BiConsumer;
 import java.util.function.Consumer;
 import java.util.function.Function;
@@ -41,14 +42,16 @@ public final class RequestServer implements ApplicationService {
     }
 
     private void serve(GuiThread gui) {
-        mailslot.serve(message -> {
+        for (Mailslot.Message message = mailslot.receive(); message != null; message = mailslot.receive()) {
             try {
-                answer(gui, Values.of(message));
-                return true;
-            } catch (InvalidSpyMemReference givenUp) {
-                return false; // the engine does not wait any more, and has freed its request
+                answer(gui, Values.of(message.value()));
+                message.reply(true);
+            } catch (TimeoutException | CancellationException noAnswer) {
+                // The engine notices by itself that its time is over, or that the application ends.
+            } catch (Exception failure) {
+                message.fail(failure.toString()); // nobody hears it when the engine has given up and freed the request
             }
-        });
+        }
     }
 
     private static void answer(GuiThread gui, Values request) throws Exception {

@@ -48,12 +48,14 @@ public final class Application implements AutoCloseable {
     private static final long POLL_MS = 10;
 
     private final String name;
-    private final ProcessHandle process;
+    private final ProcessHandle handle;
+    private final Process process;
     private final Mailslot mailslot;
     private volatile Duration timeout = Duration.ofSeconds(10);
 
-    private Application(String name, ProcessHandle process, Mailslot mailslot) {
+    private Application(String name, ProcessHandle handle, Process process, Mailslot mailslot) {
         this.name = name;
+        this.handle = handle;
         this.process = process;
         this.mailslot = mailslot;
     }
@@ -92,7 +94,7 @@ public final class Application implements AutoCloseable {
             program.command().remove(0);
         }
         try {
-            return connect(name, process.toHandle(), limit);
+            return new Application(name, process.toHandle(), process, awaitAgent(name, process.toHandle(), limit));
         } catch (RuntimeException nobody) {
             process.destroyForcibly();
             throw nobody;
@@ -111,10 +113,11 @@ public final class Application implements AutoCloseable {
         String name = "process " + pid;
         ProcessHandle process = ProcessHandle.of(pid)
             .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
-        return connect(process.info().command().orElse(name), process, Duration.ZERO);
+        return new Application(process.info().command().orElse(name), process, null,
+            awaitAgent(name, process, Duration.ZERO));
     }
 
-    private static Application connect(String name, ProcessHandle process, Duration limit) {
+    private static Mailslot awaitAgent(String name, ProcessHandle process, Duration limit) {
         long start = System.nanoTime();
         Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
         while (mailslot == null) {
@@ -127,7 +130,7 @@ public final class Application implements AutoCloseable {
             pause(POLL_MS);
             mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
         }
-        return new Application(name, process, mailslot);
+        return mailslot;
     }
 
     /** @return the program's name as it was started, or what the system knows of it */
@@ -137,12 +140,17 @@ public final class Application implements AutoCloseable {
 
     /** @return the process id */
     public long pid() {
-        return process.pid();
+        return handle.pid();
+    }
+
+    /** @return the process with its input, output and exit status; null for one that {@link #attach} has found */
+    public Process process() {
+        return process;
     }
 
     /** @return whether the process still runs */
     public boolean isAlive() {
-        return process.isAlive();
+        return handle.isAlive();
     }
 
     /**
@@ -295,14 +303,14 @@ public final class Application implements AutoCloseable {
     /** Ends the program: asks it by SIGTERM, and after two seconds by SIGKILL. Does nothing when it has ended. */
     @Override
     public void close() {
-        process.destroy();
+        handle.destroy();
         try {
-            process.onExit().get(2, TimeUnit.SECONDS);
+            handle.onExit().get(2, TimeUnit.SECONDS);
         } catch (InterruptedException interrupted) {
             Thread.currentThread().interrupt();
-            process.destroyForcibly();
+            handle.destroyForcibly();
         } catch (Exception stillThere) {
-            process.destroyForcibly();
+            handle.destroyForcibly();
         }
     }
 

@@ -1,0 +1,180 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertNull;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.talvern.test.gx.engine.Application;
+import com.talvern.test.gx.engine.ApplicationException;
+import com.talvern.test.gx.engine.FileDialogView;
+import com.talvern.test.gx.engine.ListView;
+import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.sys.SpyMemory;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.io.BufferedReader;
+import java.io.PrintStream;
+import java.lang.ProcessBuilder.Redirect;
+import java.nio.charset.StandardCharsets;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.NoSuchElementException;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.atomic.AtomicInteger;
+import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** The engine's view of applications of each toolkit: what it is told must be what clicks meet on the screen. */
+@Timeout(120)
+class EngineTest {
+    private static final List<String> FILE = Arrays.asList("New", null, "Recent", "Gr\u00fc\u00dfe");
+
+    private Application application;
+    private PrintStream input;
+    private BufferedReader output;
+    private long window;
+
+    private void start(String program) throws Exception {
+        application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program)
+            .redirectError(Redirect.INHERIT), Duration.ofSeconds(60));
+        input = new PrintStream(application.process().getOutputStream(), true);
+        output = application.process().inputReader(StandardCharsets.UTF_8);
+        String[] ready = output.readLine().split(" ");
+        assertEquals("ready", ready[0]);
+        window = Long.parseLong(ready[1]);
+    }
+
+    @AfterEach
+    void endApplication() {
+        if (application != null) {
+            application.close();
+            assertFalse(application.isAlive());
+        }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-asked", "gtk2-asked", "gtk3-asked"})
+    void aClickOnAnItemMeetsThatItem(String program) throws Exception {
+        start(program);
+        MenuView bar = application.menuBar().orElseThrow();
+        assertEquals(List.of("File", "Help"), bar.texts());
+        assertEquals(0, bar.items().get(0).popup());
+        assertTrue(application.openMenus().isEmpty());
+
+        MenuView file = application.open(bar, "File");
+        assertEquals(FILE, file.texts().subList(0, FILE.size()));
+        assertEquals(file, application.openMenus().get(0));
+        MenuView recent = application.open(file, "Recent");
+        assertEquals(recent.window(), application.menu(file.window()).orElseThrow().item("Recent").popup());
+        application.click(recent.item("two").bounds());
+        assertEquals("chosen two", output.readLine());
+
+        for (String item : List.of("New", "Gr\u00fc\u00dfe")) {
+            application.choose("File", item);
+            assertEquals("chosen " + item, output.readLine());
+        }
+        assertThrows(NoSuchElementException.class, () -> application.choose("Nothing"));
+        assertTrue(application.menu(1).isEmpty());
+        assertTrue(application.contextMenu().isEmpty());
+    }
+
+    @Test
+    void motifListsAndFileDialogsAreThere() throws Exception {
+        start("motif-asked");
+        Rectangle inside = new NativeWindow(window).nativeGetRectangle();
+        ListView list = application.listAt(new Point((int) inside.getCenterX(), (int) inside.getCenterY())).orElseThrow();
+        assertEquals(30, list.items().size());
+        ListView.Item third = list.item("item 3");
+        assertNull(list.item("item 20").bounds());
+        application.click(third.bounds());
+        ListView after = application.list(list.window()).orElseThrow();
+        assertEquals(List.of(3), after.items().stream().filter(ListView.Item::selected).map(ListView.Item::index)
+            .toList());
+        assertEquals(list.window(), application.listIn(list.bounds()).orElseThrow().window());
+        assertTrue(application.listAt(new Point(0, 0)).isEmpty());
+        assertTrue(application.listIn(new Rectangle(1, 2, 3, 4)).isEmpty());
+
+        assertTrue(application.fileDialogs().isEmpty());
+        application.choose("File", "Open...");
+        FileDialogView dialog = application.awaitFileDialog();
+        String name = "/tmp/Gr\u00fc\u00dfe " + "x".repeat(300);
+        application.setFile(dialog, name);
+        application.click(dialog.ok());
+        assertEquals("file " + name, output.readLine());
+        assertTrue(application.fileDialogs().isEmpty());
+        application.setFile(dialog, "nobody reads this"); // the dialog does not show any more
+    }
+
+    @Test
+    void aBusyApplicationAnswersNotInTimeAndLaterAgain() throws Exception {
+        start("gtk3-asked");
+        application.menuBar();
+        application.setTimeout(Duration.ofMillis(300));
+        input.println("hang 3000");
+        assertEquals("hangs ", output.readLine());
+        endsWithin(10_000, () -> assertThrows(ApplicationException.NotInTime.class, () -> application.menuBar()));
+        application.setTimeout(Duration.ofSeconds(20));
+        assertTrue(application.menuBar().isPresent());
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"hang 500\nexit 7", "exit 7", "crash"})
+    void anApplicationThatEndsSaysSo(String order) throws Exception {
+        start("motif-asked");
+        application.menuBar();
+        input.println(order.lines().findFirst().orElseThrow());
+        CompletableFuture<?> second = CompletableFuture.runAsync(() -> order.lines().skip(1).forEach(input::println));
+        endsWithin(10_000, () -> assertThrows(ApplicationException.Ended.class, () -> {
+            for (;;) {
+                application.menuBar();
+            }
+        }));
+        second.get();
+        assertEquals(order.equals("crash") ? 128 + 9 : 7, application.process().waitFor());
+        assertThrows(ApplicationException.Ended.class, () -> application.openMenus());
+        assertThrows(ApplicationException.Ended.class, () -> Application.attach(application.pid()));
+    }
+
+    @Test
+    void programsWithoutAnAgentAreRefused() throws Exception {
+        ProcessBuilder sleeper = new ProcessBuilder("sleep", "60");
+        endsWithin(10_000, () -> assertThrows(ApplicationException.NoAgent.class,
+            () -> Application.start(sleeper, Duration.ofMillis(500))));
+        assertThrows(ApplicationException.Ended.class, () -> Application.start("true"));
+        assertThrows(ApplicationException.Ended.class, () -> Application.start("gx-no-such-program"));
+        assertThrows(ApplicationException.NoAgent.class, () -> Application.attach(ProcessHandle.current().pid()));
+    }
+
+    @Test
+    void manyThreadsAskAtOnceAndNothingIsLeft() throws Exception {
+        start("motif-asked");
+        Application again = Application.attach(application.pid());
+        MenuView bar = application.menuBar().orElseThrow();
+        int blocks = new SpyMemory().getStats().numberUsedBlocks;
+        AtomicInteger right = new AtomicInteger();
+        List<CompletableFuture<Void>> threads = new ArrayList<>();
+        for (int thread = 0; thread < 8; ++thread) {
+            Application asked = thread % 2 == 0 ? application : again;
+            threads.add(CompletableFuture.runAsync(() -> {
+                for (int i = 0; i < 50; ++i) {
+                    right.addAndGet(bar.equals(asked.menuBar().orElse(null)) ? 1 : 0);
+                }
+            }));
+        }
+        CompletableFuture.allOf(threads.toArray(CompletableFuture[]::new)).get();
+        assertEquals(400, right.get());
+        assertEquals(blocks, new SpyMemory().getStats().numberUsedBlocks);
+    }
+
+    private static void endsWithin(long milliseconds, Runnable action) {
+        long start = System.nanoTime();
+        action.run();
+        assertTrue(System.nanoTime() - start < milliseconds * 1_000_000, "took too long");
+    }
+}
