@@ -99,7 +99,8 @@ public:
 
     /// Blocks without limit until a sender signals event 0. The first wait of a process makes it the owner
     /// and has its mailslots freed when it ends: at exit, and at SIGTERM, which then ends the process in
-    /// place of whatever handler the host had. @return false when the semaphores are gone (traced)
+    /// place of whatever handler the host had. @return false when the semaphores are gone (traced), or were
+    /// given back while it waited
     bool waitForMessage();
     /// Signals event 0: the message is in its queue. With `waitForReply` it blocks for event 1, 120 seconds
     /// at most, looking each millisecond whether it came and the receiver lives.
@@ -140,8 +141,9 @@ private:
     void storeName(const char* text);
     bool giveEvents();
     void beOwner();
-    bool post();
-    bool sendAndWait();
+    bool post(CSemaphoreHandle events);
+    bool sendAndWait(CSemaphoreHandle events);
+    bool has(CSemaphoreHandle events) const;
     [[gnu::format(printf, 2, 3)]] void logError(const char* format, ...) const;
 
     CMailbox* m_pMailbox = nullptr;

@@ -16,7 +16,6 @@ import java.io.IOException;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
-import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CountDownLatch;
@@ -85,7 +84,7 @@ class MailslotTest {
     }
 
     private static SpyPeer started(String... task) throws IOException {
-        SpyPeer peer = SpyPeer.start(List.of("-Xrs"), Map.of(), task);
+        SpyPeer peer = SpyPeer.start(task);
         peer.await("ready");
         peer.tell("go");
         return peer;

@@ -173,10 +173,24 @@ bool CMailslot::waitForMessage()
 {
     GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
     beOwner();
-    const bool signalled = CMailslotEvent(handle()).wait(CMailslotEvent::Message);
-    if (!signalled)
+    const CSemaphoreHandle events = handle();
+    CMailslotEvent event(events);
+    errno = EIDRM;
+    if (events.isNull() || !event.wait(CMailslotEvent::Message)) {
         logError("event.wait() returned error -> %s", CErrorString(errno).text());
-    return signalled;
+        return false;
+    }
+    if (has(events))
+        return true;
+    event.add(CMailslotEvent::Message); // the signal is for whoever got the semaphores meanwhile
+    return false;
+}
+
+bool CMailslot::has(CSemaphoreHandle events) const
+try {
+    return m_ref.isValid() && handle() == events;
+} catch (const CInvalidSpyMemRef&) {
+    return false;
 }
 
 bool CMailslot::send(bool waitForReply)
@@ -188,9 +202,10 @@ bool CMailslot::send(bool waitForReply)
     const char* const text = m_pMailbox->name();
     const CMailslotGoneException gone(text); // keeps the name, which goes with the mailslot
     try {
-        if (handle().isNull())
+        const CSemaphoreHandle events = handle();
+        if (events.isNull())
             throw gone;
-        return waitForReply ? sendAndWait() : post();
+        return waitForReply ? sendAndWait(events) : post(events);
     } catch (const CInvalidSpyMemRef&) {
         throw gone;
     } catch (const CMailslotGoneException&) {
@@ -199,17 +214,17 @@ bool CMailslot::send(bool waitForReply)
     }
 }
 
-bool CMailslot::post()
+bool CMailslot::post(CSemaphoreHandle events)
 {
-    const bool signalled = CMailslotEvent(handle()).signal(CMailslotEvent::Message, *this);
+    const bool signalled = CMailslotEvent(events).signal(CMailslotEvent::Message, *this);
     if (!signalled)
         logError("Post Message failed: %s", CErrorString(errno).text());
     return signalled;
 }
 
-bool CMailslot::sendAndWait()
+bool CMailslot::sendAndWait(CSemaphoreHandle events)
 {
-    CMailslotEvent event(handle());
+    CMailslotEvent event(events);
     if (!event.clear(CMailslotEvent::Reply) || !event.signal(CMailslotEvent::Message, *this)) {
         logError("failed: %s", CErrorString(errno).text());
         return false;
@@ -225,11 +240,12 @@ bool CMailslot::sendAndWait()
 
 bool CMailslot::replyTo()
 {
-    if (!m_pMailbox || handle().m_set < 0 || handle().isNull()) {
+    const CSemaphoreHandle events = handle();
+    if (events.isNull() || events.m_set < 0) {
         logError("Error in replyTo");
         return false;
     }
-    const bool signalled = CMailslotEvent(handle()).signal(CMailslotEvent::Reply, *this);
+    const bool signalled = CMailslotEvent(events).signal(CMailslotEvent::Reply, *this);
     if (!signalled)
         logError("Error setting replyTo event: %s", CErrorString(errno).text());
     return signalled;

@@ -31,11 +31,16 @@ bool CMailslotEvent::change(int event, short by, short flags)
     return done;
 }
 
+bool CMailslotEvent::add(int event)
+{
+    return change(event, 1, 0);
+}
+
 bool CMailslotEvent::signal(int event, const CMailslot& slot)
 {
     if (event == Message)
         expectAlive(slot);
-    return change(event, 1, 0);
+    return add(event);
 }
 
 bool CMailslotEvent::wait(int event)

@@ -13,6 +13,7 @@ public:
 
     /// All of these: @return false with errno set when the semaphore does not let it.
     bool clear(int event);
+    bool add(int event);
     /// @param slot  whose owner has to live when the event is Message
     /// @throws CMailslotGoneException  without a name
     bool signal(int event, const CMailslot& slot);

@@ -1,6 +1,5 @@
 #include "AsciiName.h"
 #include "ChildProcess.h"
-#include "GxGlobals.h"
 #include "Mailslot.h"
 #include "SemaphoreList.h"
 #include "SpyMap.h"
@@ -10,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 #include <sys/wait.h>
 #include <thread>
@@ -173,6 +171,7 @@ TEST_F(MailslotTest, RefusesToAttachToADeadReceiverAndReapsOneOfItsOwn)
     EXPECT_THROW(CMailslot(slots().ref()), CInvalidSpyMemRef) << "a block that is too small";
 }
 
+/// At exit: in the suite for Java, whose JVMs are started anew. A fork shares its parent's X connections.
 TEST_F(MailslotTest, VanishesWithItsProcess)
 {
     const struct {
@@ -181,12 +180,6 @@ TEST_F(MailslotTest, VanishesWithItsProcess)
         int status;
         bool vanishes;
     } rows[] = {
-        {"exit",
-         [](CChildProcess&) {
-             g_display = nullptr; // is the parent's
-             std::exit(7);
-         },
-         7, true},
         {"SIGTERM", [](CChildProcess&) { raise(SIGTERM); }, EndedBySigterm, true},
         {"SIGTERM while it holds the heap lock",
          [](CChildProcess&) {
@@ -195,13 +188,10 @@ TEST_F(MailslotTest, VanishesWithItsProcess)
          },
          EndedBySigterm, true},
         {"_exit", [](CChildProcess&) { _exit(7); }, 7, false},
-        {"exit of a process it forked",
+        {"the exit handler of a process it forked",
          [](CChildProcess&) {
-             g_display = nullptr;
-             const pid_t child = fork();
-             if (child == 0)
-                 std::exit(0);
-             waitpid(child, nullptr, 0);
+             CChildProcess child([](CChildProcess&) { CMailslot::exitHandler(); });
+             child.join();
              _exit(7);
          },
          7, false},

@@ -25,25 +25,25 @@ import java.util.concurrent.locks.ReentrantLock;
  * }</pre>
  *
  * <p><b>Messages</b> and replies are what spy memory stores (see {@link SpyMemory}): null, numbers, characters, truth
- * values, strings of any length, and objects of shared memory. Texts and numbers are copied. An object of shared memory
- * travels by reference, and is freed by whomever the two sides chose, for instance by the receiver of a post, and by
- * the sender of a request after the reply.
+ * values, strings of up to half a million characters, and objects of shared memory. Texts and numbers are copied. An
+ * object of shared memory travels by reference, and is freed by whomever the two sides chose, for instance by the
+ * receiver of a post, and by the sender of a request after the reply.
  *
- * <p><b>Order.</b> What one thread sends arrives in that order, none lost as long as the receiver lives. Requests of several threads and
- * processes may wait at the same time. Each reply goes into its own request: one that comes after its sender has given
- * up reaches nobody.
+ * <p><b>Order.</b> What one thread sends arrives in that order, none lost as long as the receiver lives. Requests of
+ * several threads and processes may wait at the same time. Each reply goes into its own request: one that comes after
+ * its sender has given up reaches nobody.
  *
- * <p><b>Limits.</b> A display has semaphores for 15 mailslots, fewer when named mutexes take some. Up to 32767 messages
- * wait in one mailslot.
+ * <p><b>Limits.</b> A display has semaphores for 15 mailslots, fewer when named mutexes take some. Up to 32767
+ * messages wait in one mailslot.
  *
  * <p><b>The end of a process.</b> {@link #open} makes the mailslots of a process vanish when it exits, or is ended by
- * SIGTERM. For that the native layer takes SIGTERM over: shutdown hooks then run at a normal exit only. Start a JVM that
- * receives with {@code -Xrs}, so that it does not install a handler of its own. A process that is killed leaves its
- * mailslot behind, until somebody sends to it, finds it or opens it again. A receiver counts as alive while there is a
- * process with its id, be it a zombie that its parent has not waited for, or a new process that got the same id.
- * Whoever finds that it is a child of its own process, and dead, has taken its exit status.
+ * SIGTERM. For that the native layer takes SIGTERM over: shutdown hooks then run at a normal exit only. A process that
+ * is killed leaves its mailslot behind, until somebody sends to it, finds it or opens it again. A receiver counts as
+ * alive while there is a process with its id, be it a zombie that its parent has not waited for, or a new process that
+ * got the same id. Whoever finds that it is a child of its own process, and dead, has taken its exit status.
  *
- * <p>Senders may share an object of this class; one thread at a time receives.
+ * <p>Senders may share an object of this class; one thread at a time receives. All methods throw what those of {@link
+ * SpyMemory} do.
  */
 public class Mailslot extends SpyMemory implements AutoCloseable {
     private static final String REGISTRY = "MailSlots";
@@ -200,7 +200,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      *
      * @param message what {@link SpyMemory} can store
      * @throws IllegalArgumentException it is of another class
-     * @throws IllegalStateException 32767 messages wait already
+     * @throws IllegalStateException so many messages wait already that the receiver cannot be signalled
      * @throws MailslotGoneException the receiver is dead, or has closed the mailslot
      */
     public void post(Object message) {
@@ -222,7 +222,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
                 }
             }
             if (!signalled) {
-                throw new IllegalStateException("Mailslot is full: " + name);
+                throw new IllegalStateException("Mailslot takes no more messages: " + name);
             }
         } catch (MailslotGoneException | InvalidSpyMemReference e) {
             throw gone(e);
@@ -250,7 +250,8 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @return the reply
      * @throws IllegalArgumentException the message is of another class
      * @throws MailslotGoneException the receiver is dead, noticed within a second; or has closed the mailslot
-     * @throws ApplicationNotRespondingException no reply came in that time
+     * @throws ApplicationNotRespondingException no reply came in that time; or another process kept the lock of all
+     *     shared memory for 10 seconds, whatever the time-out
      * @throws RequestFailedException the receiver could not handle the message
      * @throws CancellationException the thread was interrupted; it still is
      */
@@ -401,7 +402,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     }
 
     /**
-     * Waits for the next message, without limit. Only the process that has opened the mailslot receives, and one of
+     * Waits for the next message, without limit; {@link #close} ends it, an interrupt does not. Only the process that has opened the mailslot receives, and one of
      * its threads at a time.
      *
      * @return the message; null once the mailslot is closed

@@ -29,8 +29,8 @@ package com.talvern.test.gx.sys;
  * <tr><td>byte, short, int, long, float, double, boolean, char</td><td>the number</td>
  *     <td>Byte, Short, Integer, Long, Float, Double, Boolean, Character</td></tr>
  * <tr><td>String</td><td>its 16-bit units, in the heap of the container</td><td>a new String</td></tr>
- * <tr><td>{@link SpyVector}, {@link SpyMap}, {@link SpyMappedPair}, {@link SpyValueClass}, the two classes of
- *     {@code object.map}, {@link SpyMemory}</td><td>its reference</td>
+ * <tr><td>{@link SpyVector}, {@link SpyMap}, {@link SpyMappedPair}, {@link SpyValueClass}, {@link Mailslot}, the two
+ *     classes of {@code object.map}, {@link SpyMemory}</td><td>its reference</td>
  *     <td>a new object of that class with the reference</td></tr>
  * <tr><td>null; an object that names nothing, or what was freed</td><td>nothing ("empty")</td><td>null</td></tr>
  * <tr><td>(native code only)</td><td>unsigned numbers, decimals</td>
