@@ -2,6 +2,7 @@
 
 #include "EndOfProgram.h"
 #include "Environment.h"
+#include "GuestHooks.h"
 #include "JavaMachine.h"
 #include "Say.h"
 
@@ -44,8 +45,10 @@ bool loadLibrary()
         say("%s: no agent in this program", dlerror());
         return false;
     }
-    if (int* const isUnderTest = exported<int>("gx_MarloSUT"))
+    if (int* const isUnderTest = exported<int>("gx_MarloSUT")) {
         *isUnderTest = 1;
+        CGuest::refuseSignalsTo(isUnderTest);
+    }
     if (_XDisplay** const display = exported<_XDisplay*>("gx_app_display"))
         *display = s_xtDisplay;
     return true;

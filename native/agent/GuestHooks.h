@@ -7,6 +7,7 @@
 ///   what the program has set for them, or would have got by default. From then on the program sets and reads
 ///   its own actions for these signals as ever, without taking the JVM's away. SIGPIPE and all the others
 ///   stay the program's.
+///   libgxsys.so is refused all handlers: those that it has for SIGTERM and SIGCHLD are for an engine.
 /// - `setlocale`: the JVM wants to know the locale of the environment; it is told, and the locale of the
 /// process stays.
 #pragma once
@@ -24,6 +25,8 @@ public:
 
     /// Whether the calling thread makes the JVM right now.
     static bool isHere();
+    /// Refuses the library that holds an address the handlers of signals from now on.
+    static void refuseSignalsTo(const void* address);
     /// A real-time signal that the program does not use, for the JVM's own purposes.
     static int spareSignal();
 

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <link.h>
 #include <pthread.h>
 #include <sched.h>
 
@@ -135,6 +137,37 @@ int actForProgram(int signal, const struct sigaction* action, struct sigaction* 
     return 0;
 }
 
+/// Where the code of libgxsys.so lies. Two numbers, for sigaction may be called where nothing can be looked
+/// up.
+std::atomic<uintptr_t> s_refusedFrom{UINTPTR_MAX};
+std::atomic<uintptr_t> s_refusedTo{0};
+
+bool isRefused(const void* caller)
+{
+    const auto address = reinterpret_cast<uintptr_t>(caller);
+    return address >= s_refusedFrom && address < s_refusedTo;
+}
+
+/// Notes the library whose segments hold the address.
+int noteIfHolds(dl_phdr_info* library, size_t, void* wanted)
+{
+    uintptr_t from = UINTPTR_MAX;
+    uintptr_t to = 0;
+    for (int index = 0; index < library->dlpi_phnum; ++index) {
+        const auto& part = library->dlpi_phdr[index];
+        if (part.p_type != PT_LOAD)
+            continue;
+        from = std::min<uintptr_t>(from, library->dlpi_addr + part.p_vaddr);
+        to = std::max<uintptr_t>(to, library->dlpi_addr + part.p_vaddr + part.p_memsz);
+    }
+    const auto address = reinterpret_cast<uintptr_t>(wanted);
+    if (address < from || address >= to)
+        return 0;
+    s_refusedTo = to;
+    s_refusedFrom = from;
+    return 1;
+}
+
 bool isTaken(int signal)
 {
     return signal > 0 && signal < NSIG && s_isTaken[signal].load(std::memory_order_acquire);
@@ -145,6 +178,8 @@ extern "C" GX_HOOK int sigaction(int signal, const struct sigaction* action, str
 {
     if (t_isHere)
         return actForJvm(signal, action, old);
+    if (action && isRefused(__builtin_return_address(0)))
+        action = nullptr;
     return isTaken(signal) ? actForProgram(signal, action, old) : s_sigaction(signal, action, old);
 }
 
@@ -179,6 +214,12 @@ CGuest::~CGuest()
 bool CGuest::isHere()
 {
     return t_isHere;
+}
+
+void CGuest::refuseSignalsTo(const void* address)
+{
+    if (s_refusedTo == 0)
+        dl_iterate_phdr(noteIfHolds, const_cast<void*>(address));
 }
 
 int CGuest::spareSignal()

@@ -116,7 +116,7 @@ public final class ProbeService implements ApplicationService {
     }
 
     private void memory() throws Exception {
-        times(2000);
+        times(1000);
         long before = residentKib();
         times(10000);
         report.println("grew " + Math.max(0, residentKib() - before));
