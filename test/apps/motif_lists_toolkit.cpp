@@ -53,9 +53,10 @@ void checkTexts(Widget widget)
     } rows[] = {
         {plain("one"), "one"},
         {plain("za\u017c\u00f3\u0142\u0107"), "za\u017c\u00f3\u0142\u0107"},
-        {XmStringConcat(tagged("first"), XmStringConcat(XmStringSeparatorCreate(), plain("second"))),
+        {XmStringConcatAndFree(tagged("first"),
+                               XmStringConcatAndFree(XmStringSeparatorCreate(), plain("second"))),
          "first"},
-        {XmStringConcat(XmStringSeparatorCreate(), tagged("after a line end")), "after a line end"},
+        {XmStringConcatAndFree(XmStringSeparatorCreate(), tagged("after a line end")), "after a line end"},
         {XmStringGenerate(const_cast<char*>("generated"), nullptr, XmMULTIBYTE_TEXT,
                           const_cast<char*>("bold")),
          "generated"},
