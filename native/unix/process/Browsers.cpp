@@ -77,12 +77,14 @@ private:
 /// The file of preferences in a browser's directory; empty when that is none.
 fs::path preferenceFile(const char* directory)
 {
+    if (!directory || !*directory)
+        return {};
     std::error_code error;
-    const fs::path home(directory ? directory : "");
+    const fs::path home(directory);
     const bool isInstalled =
         std::any_of(std::begin(programs), std::end(programs),
                     [&](std::string_view program) { return fs::is_regular_file(home / program, error); });
-    return directory && isInstalled ? home / "defaults" / "pref" / "gx-testing.js" : fs::path();
+    return isInstalled ? home / "defaults" / "pref" / "gx-testing.js" : fs::path();
 }
 
 bool writePreferences(const fs::path& file)

@@ -4,15 +4,19 @@
 #include "ErrorString.h"
 #include "ScopedFile.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 constexpr mode_t permissionBits = 0777;
@@ -157,13 +161,26 @@ bool isFileOrLink(const struct stat& status)
     return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
 }
 
+/// Whether two paths of one file are the same entry of the same directory.
+bool isSameEntry(const fs::path& one, const fs::path& other)
+{
+    const auto directoryOf = [](const fs::path& path) {
+        std::error_code error;
+        return fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+    };
+    return one.filename() == other.filename() && directoryOf(one) == directoryOf(other);
+}
+
 bool move(const char* from, const char* to)
 {
     struct stat source, present;
     if (lstat(from, &source) != 0)
         return false;
-    if (!isFileOrLink(source) || (lstat(to, &present) == 0 && !isFileOrLink(present)))
+    const bool isPresent = lstat(to, &present) == 0;
+    if (!isFileOrLink(source) || (isPresent && !isFileOrLink(present)))
         return refuse(EINVAL);
+    if (isPresent && isSameFile(source, present)) // where rename would leave both names of one file
+        return isSameEntry(from, to) || unlink(from) == 0;
     if (rename(from, to) == 0)
         return true;
     return errno == EXDEV && replace(from, to, O_NOFOLLOW, true) && unlink(from) == 0;

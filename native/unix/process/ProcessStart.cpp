@@ -66,6 +66,15 @@ CDescriptor openForChild(const char* path, int flags)
     return file;
 }
 
+/// One that this process may also enter.
+CDescriptor openDirectory(const char* path)
+{
+    CDescriptor directory = openForChild(path, O_PATH | O_DIRECTORY);
+    if (faccessat(directory.get(), ".", X_OK, 0) != 0)
+        fail(std::string("cannot enter ") + path, errno);
+    return directory;
+}
+
 /// A pipe that nobody reads is an error, rather than a wait without end.
 CDescriptor openOutput(const char* path, bool keep)
 {
@@ -114,7 +123,7 @@ void layOut(CPlan& plan, const CProcessStart& start)
     plan.output = openOutput(start.stdoutPath, start.keepFds);
     plan.errorOutput = openOutput(start.stderrPath, start.keepFds);
     if (given(start.workingDir))
-        plan.directory = openForChild(start.workingDir, O_PATH | O_DIRECTORY);
+        plan.directory = openDirectory(start.workingDir);
     planEnvironment(plan);
 }
 
@@ -201,6 +210,18 @@ pid_t bearWithoutSignals(CPlan& plan, volatile int& error)
     return pid;
 }
 
+/// Takes the handler away before its code goes, when the library is unloaded.
+class CHandlerEnd {
+public:
+    ~CHandlerEnd()
+    {
+        struct sigaction action;
+        if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_sigaction == sig_chld)
+            signal(SIGCHLD, SIG_DFL);
+    }
+};
+const CHandlerEnd s_handlerEnd;
+
 void installHandler()
 {
     struct sigaction action = {};
@@ -232,6 +253,7 @@ pid_t run(CPlan& plan)
 
 pid_t CProcessStart::start(std::string& error) const
 {
+    traceReapFailures();
     try {
         if (!command)
             throw CStartError{"no command"};

@@ -43,6 +43,6 @@ struct CProcessStart {
 /// reports.
 void sig_chld(int signal, siginfo_t* information, void* context) noexcept;
 
-/// Traces the failures of sig_chld since the last call: a signal handler cannot, as it may have interrupted
-/// the trace itself.
+/// Traces the last failure of sig_chld since the last call: a signal handler cannot, as it may have
+/// interrupted the trace itself. Called by every start and at the end of every wait.
 void traceReapFailures() noexcept;

@@ -98,7 +98,8 @@ TEST(OperatingSystemTest, WaitsHalfTheLimit)
         int timeoutMs;
         const char* seconds; ///< in the environment
         int lowest, highest;
-    } rows[] = {{1000, nullptr, 500, 950}, {-1, "2", 1000, 1900}, {60000, "0", 0, 200}, {-5, nullptr, 0, 200}};
+    } rows[] = {
+        {1000, nullptr, 500, 950}, {-1, "2", 1000, 1900}, {60000, "0", 0, 200}, {-5, nullptr, 0, 200}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.timeoutMs);
         CEnvironment::set("TALVERN_EXEC_MAX_WAIT_TIME", row.seconds);
