@@ -97,9 +97,10 @@ jobject newRectangle(JNIEnv* env, CJniTrace& trace, const Rect& rect)
                             jint{rect.getHeight()});
 }
 
-jstring newCutText(JNIEnv* env, std::string text)
+jstring newCutText(JNIEnv* env, std::string text, size_t room)
 {
-    if (wholeCharacters(text) == malformed)
+    const size_t whole = wholeCharacters(text);
+    if (whole == malformed || (whole < text.size() && text.size() < room))
         text = fromLatin1(text);
     text.resize(wholeCharacters(text));
     return CJString(env, text.c_str());

@@ -80,4 +80,5 @@ jobject newRectangle(JNIEnv* env, CJniTrace& trace, const Rect& rect);
 /// A Java string of text in the locale's code set that may have been cut inside a character: the converter
 /// refuses a whole text for the sake of one incomplete character, so that is dropped first. Text that is
 /// none of that code set is taken for Latin-1.
-jstring newCutText(JNIEnv* env, std::string text);
+/// @param room  longest text in bytes: a shorter one was not cut, and must end with a whole character
+jstring newCutText(JNIEnv* env, std::string text, size_t room);

@@ -67,7 +67,7 @@ LIST_BOX(jstring, getText, JNIEnv* env, jobject self, jint index)
         char buffer[128] = "";
         listOf(env, self).getText(index, buffer, sizeof buffer);
         buffer[sizeof buffer - 1] = '\0';
-        return newCutText(env, buffer);
+        return newCutText(env, buffer, sizeof buffer - 1);
     });
 }
 

@@ -68,9 +68,10 @@ template <class Operation> auto ifSupported(JNIEnv* env, Operation operation)
 template <class Read> jstring newText(JNIEnv* env, Read read)
 {
     char buffer[128] = "";
-    read(buffer, static_cast<int>(sizeof buffer - 1));
-    buffer[sizeof buffer - 1] = '\0';
-    return newCutText(env, buffer);
+    constexpr int size = sizeof buffer - 1;
+    read(buffer, size);
+    buffer[size] = '\0';
+    return newCutText(env, buffer, size - 1);
 }
 } // namespace
 
