@@ -4,27 +4,49 @@
 #include "XErrors.h"
 
 #include <cstdio>
+#include <mutex>
+#include <poll.h>
+#include <unistd.h>
+#include <vector>
 
 namespace {
-/// Xlib calls it in place of exit(), in the thread that noticed, with the display locked for that thread.
-void stayAlive(Display* display, void*)
+bool isConnected(Display* display)
 {
-    XUnlockDisplay(display);
+    pollfd socket{ConnectionNumber(display), POLLRDHUP, 0};
+    return poll(&socket, 1, 0) <= 0;
+}
+
+/// Gives back what a lost connection holds of the system. Its memory stays: Xlib would exit.
+void keepLost(Display* display)
+{
+    static std::mutex s_mutex;
+    static auto& s_lost = *new std::vector<Display*>;
+    const std::lock_guard lock(s_mutex);
+    close(ConnectionNumber(display));
+    s_lost.push_back(display);
 }
 } // namespace
 
 Display* openFeedbackDisplay()
 {
     XInitThreads();
-    Display* const display = XOpenDisplay(nullptr);
-    if (display)
-        XSetIOErrorExitHandler(display, stayAlive, nullptr);
-    return display;
+    return XOpenDisplay(nullptr);
 }
 
-void expectErrors()
+void closeFeedbackDisplay(Display* display)
 {
+    if (isConnected(display))
+        XCloseDisplay(display);
+    else
+        keepLost(display);
+}
+
+bool isReady(Display* display)
+{
+    if (!display || !isConnected(display))
+        return false;
     installXlibErrorHandler();
+    return true;
 }
 
 void flushRequests(Display* display)

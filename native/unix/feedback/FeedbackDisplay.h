@@ -3,14 +3,17 @@
 
 #include <X11/Xlib.h>
 
-/// A connection to the default display, for use by several threads. When the server goes, or cuts this
-/// connection, the process lives on: requests then do nothing and queries fail.
-/// @return null without a server; else the caller closes it
+/// A connection to the default display, for use by several threads. Null without a server.
 Display* openFeedbackDisplay();
 
-/// Makes sure that no X error ends the process (see XErrors.h). Before each batch of requests: the host may
-/// have set a handler of its own meanwhile.
-void expectErrors();
+/// Closes it, any display but null. A connection that was lost is not talked to any more.
+void closeFeedbackDisplay(Display* display);
+
+/// Whether requests can be made, which nothing then ends the process for. False for a null display, and once
+/// the server has gone or cut the connection, as programs that kill the owner of a window make it do: Xlib
+/// would exit. Installs the library's error handler (see XErrors.h), as the host may have set one of its own
+/// meanwhile. Call it before each batch of requests; it does not wait.
+bool isReady(Display* display);
 
 /// Sends what is buffered, and drops the events that the server sends unasked to every client: each typed
 /// character that needs a new keyboard mapping makes one, and a connection that never reads would keep them

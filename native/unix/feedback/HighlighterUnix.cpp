@@ -85,7 +85,7 @@ void closeDisplay()
         if (--patience == 0)
             return;
     stopAllThreads(lock);
-    XCloseDisplay(std::exchange(my_display, nullptr));
+    closeFeedbackDisplay(std::exchange(my_display, nullptr));
 }
 
 Display* openDisplay()
@@ -219,7 +219,7 @@ CHighlighter::CHighlighter(int x, int y, int width, int height, int red, int gre
     : m_x(x), m_y(y), m_width(width), m_height(height), m_thickness(thickness), m_interval(interval),
       m_duration(duration)
 {
-    if (my_display)
+    if (isReady(my_display))
         create(red, green, blue);
     if (m_interval >= 1 || m_duration >= 1)
         startThread();
@@ -235,7 +235,6 @@ CHighlighter::CHighlighter(const Rect& rect, int red, int green, int blue, int t
 
 void CHighlighter::create(int red, int green, int blue)
 {
-    expectErrors();
     m_color = allocateColor(my_display, red, green, blue);
     const CPlacement at = placementOf(m_x, m_y, m_width, m_height);
     m_window = createPlainWindow(my_display, at.x, at.y, at.width, at.height, m_color, NoEventMask);
@@ -266,27 +265,24 @@ CHighlighter* CHighlighter::current(unsigned long window)
 
 void CHighlighter::show()
 {
-    if (!my_display || !m_window)
+    if (!m_window || !isReady(my_display))
         return;
-    expectErrors();
     XMapWindow(my_display, m_window);
     flushRequests(my_display);
 }
 
 void CHighlighter::hide()
 {
-    if (!my_display || !m_window)
+    if (!m_window || !isReady(my_display))
         return;
-    expectErrors();
     XUnmapWindow(my_display, m_window);
     flushRequests(my_display);
 }
 
 bool CHighlighter::isVisible() const
 {
-    if (!my_display || !m_window)
+    if (!m_window || !isReady(my_display))
         return false;
-    expectErrors();
     XWindowAttributes attributes;
     return XGetWindowAttributes(my_display, m_window, &attributes) && attributes.map_state == IsViewable;
 }
@@ -294,9 +290,8 @@ bool CHighlighter::isVisible() const
 void CHighlighter::move(int x, int y, int width, int height)
 {
     const bool resized = width != m_width || height != m_height;
-    if (!my_display || !m_window || (x == m_x && y == m_y && !resized))
+    if (!m_window || !isReady(my_display) || (x == m_x && y == m_y && !resized))
         return;
-    expectErrors();
     XUnmapWindow(my_display, m_window);
     const CPlacement at = placementOf(x, y, width, height);
     XMoveResizeWindow(my_display, m_window, at.x, at.y, at.width, at.height);
@@ -334,9 +329,8 @@ void CHighlighter::destroy()
 {
     if (s_highlighter == this)
         s_highlighter = nullptr;
-    if (!my_display || !m_window)
+    if (!m_window || !isReady(my_display))
         return;
-    expectErrors();
     XDestroyWindow(my_display, std::exchange(m_window, 0));
     if (m_color.flags)
         XFreeColors(my_display, DefaultColormap(my_display, DefaultScreen(my_display)), &m_color.pixel, 1, 0);
@@ -364,7 +358,7 @@ void CHighlighter::join(Lock& lock, const CHighlighter& highlighter)
 bool CHighlighter::isHighlighter(unsigned long window)
 {
     const auto guard = lock();
-    return my_display && window != 0 && classOf(my_display, window).name == highlighterClass;
+    return window != 0 && isReady(my_display) && classOf(my_display, window).name == highlighterClass;
 }
 
 void CRootWindow::highlight(const Rect& rect)

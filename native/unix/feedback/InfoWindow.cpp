@@ -3,14 +3,20 @@
 #include "CodeSet.h"
 #include "FeedbackDisplay.h"
 #include "GxDebug.h"
+#include "XErrors.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <map>
-#include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
+
+#include "ScopedX.h"
+
+#include <X11/Xlib-xcb.h>
 
 namespace {
 constexpr int margin = 10;
@@ -19,10 +25,8 @@ constexpr const char* fontName = "-*-fixed-medium-r-normal--20-*-iso8859-1";
 /// X transfers places in 16 bits with a sign; a longer window could not be drawn to its end.
 constexpr int largest = 32767;
 
-struct CFreeFont {
-    void operator()(XFontStruct* font) const noexcept { XFreeFontInfo(nullptr, font, 1); }
-};
-using ScopedFontInfo = std::unique_ptr<XFontStruct, CFreeFont>;
+/// In the type of an event: a client sent it.
+constexpr int sentEvent = 0x80;
 
 /// A byte that is no text of the locale stands for itself: the text may be Latin-1 already.
 std::string toLatin1(std::string_view text)
@@ -43,19 +47,38 @@ std::string toLatin1(std::string_view text)
     return latin1;
 }
 
-int length(const std::string& text)
+uint16_t toSize(int pixels)
 {
-    return static_cast<int>(text.size());
+    return static_cast<uint16_t>(std::clamp(pixels, 1, largest));
 }
 
-unsigned toSize(int pixels)
+uint32_t toPlace(int pixels)
 {
-    return static_cast<unsigned>(std::clamp(pixels, 1, largest));
+    return static_cast<uint32_t>(std::clamp(pixels, -largest, largest));
 }
 
-int toPlace(int pixels)
+/// Sends an event to a window. Without an event mask: it goes to the client that made the window.
+template <class Event> void sendTo(xcb_connection_t* connection, xcb_window_t window, const Event& event)
 {
-    return std::clamp(pixels, -largest, largest);
+    char bytes[32] = "";
+    static_assert(sizeof event <= sizeof bytes);
+    std::memcpy(bytes, &event, sizeof event);
+    xcb_send_event(connection, 0, window, XCB_EVENT_MASK_NO_EVENT, bytes);
+}
+
+/// A text as requests hold it: runs of up to 254 characters, each with its length and a distance of 0 before
+/// it.
+std::string textItems(std::string_view text)
+{
+    constexpr size_t longest = 254;
+    std::string items;
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), longest))) {
+        const auto run = text.substr(0, longest);
+        items += static_cast<char>(run.size());
+        items += '\0';
+        items += run;
+    }
+    return items;
 }
 } // namespace
 
@@ -63,12 +86,11 @@ CInfoWindow::CInfoWindow(int x, int y, const char* text, bool)
     : m_display(openFeedbackDisplay()), m_x(x), m_y(y)
 {
     setText(text);
-    if (!m_display)
+    if (!isReady(m_display))
         return;
-    expectErrors();
     createWindow();
     try {
-        m_thread = std::thread([this] { doTooltip(); });
+        m_thread = std::thread([this] { doTooltip(XGetXCBConnection(m_display)); });
     } catch (const std::system_error& error) {
         GenericNative.Error("No thread for a tooltip, which is not drawn: %s", error.what());
     }
@@ -85,6 +107,7 @@ void CInfoWindow::createWindow()
     XSetForeground(m_display, m_gc, foreground.pixel);
     setFont();
     XFlush(m_display);
+    m_connection = XGetXCBConnection(m_display);
 }
 
 /// The font goes to the server at once, with the graphics context: the thread asks the server how wide it is.
@@ -125,40 +148,29 @@ void CInfoWindow::move(int x, int y)
 
 void CInfoWindow::requestRedraw()
 {
-    if (!m_display)
+    if (!m_connection)
         return;
-    expectErrors();
-    sendToThread(Expose);
-    XFlush(m_display);
-}
-
-/// Without an event mask: such an event goes to the client that made the window, which is this connection.
-void CInfoWindow::sendToThread(int eventType)
-{
-    XEvent event{};
-    event.type = eventType;
-    event.xany.window = m_window;
-    if (eventType == DestroyNotify)
-        event.xdestroywindow.window = m_window;
-    XSendEvent(m_display, m_window, False, NoEventMask, &event);
+    xcb_expose_event_t event{};
+    event.response_type = XCB_EXPOSE;
+    event.window = window();
+    sendTo(m_connection, window(), event);
+    xcb_flush(m_connection);
 }
 
 void CInfoWindow::show()
 {
-    if (!m_display)
+    if (!m_connection)
         return;
-    expectErrors();
-    XMapWindow(m_display, m_window);
-    XFlush(m_display);
+    xcb_map_window(m_connection, window());
+    xcb_flush(m_connection);
 }
 
 void CInfoWindow::hide()
 {
-    if (!m_display)
+    if (!m_connection)
         return;
-    expectErrors();
-    XUnmapWindow(m_display, m_window);
-    XFlush(m_display);
+    xcb_unmap_window(m_connection, window());
+    xcb_flush(m_connection);
 }
 
 Rect CInfoWindow::getRectangle() const
@@ -169,63 +181,97 @@ Rect CInfoWindow::getRectangle() const
 
 void CInfoWindow::destroy()
 {
-    if (!m_display)
+    if (!m_connection)
         return;
-    expectErrors();
-    sendToThread(DestroyNotify);
-    XDestroyWindow(m_display, m_window);
-    XFlush(m_display);
+    xcb_destroy_notify_event_t event{};
+    event.response_type = XCB_DESTROY_NOTIFY;
+    event.event = event.window = window();
+    sendTo(m_connection, window(), event);
+    xcb_destroy_window(m_connection, window());
+    xcb_flush(std::exchange(m_connection, nullptr));
     if (m_thread.joinable())
         m_thread.join();
-    XFreeGC(m_display, m_gc);
-    XCloseDisplay(std::exchange(m_display, nullptr));
+    if (isReady(m_display))
+        XFreeGC(m_display, m_gc);
+    closeFeedbackDisplay(m_display);
 }
 
-/// The drawing thread. Ends with the window, and when the connection is lost: XNextEvent then returns without
-/// an event.
-void CInfoWindow::doTooltip()
+/// The drawing thread. Ends with the window, and when the connection is lost.
+void CInfoWindow::doTooltip(xcb_connection_t* connection)
 {
-    for (;;) {
-        XEvent event{};
-        XNextEvent(m_display, &event);
-        if (event.type == Expose && event.xexpose.count == 0)
-            redraw();
-        else if (event.type == DestroyNotify || event.type == 0)
+    while (const MallocPtr<xcb_generic_event_t> event{xcb_wait_for_event(connection)}) {
+        const int type = event->response_type & ~sentEvent;
+        if (type == XCB_DESTROY_NOTIFY)
             return;
+        if (type == XCB_EXPOSE && reinterpret_cast<xcb_expose_event_t&>(*event).count == 0)
+            redraw(connection);
+        else if (type == 0)
+            trace(reinterpret_cast<xcb_generic_error_t&>(*event));
     }
 }
 
-void CInfoWindow::redraw()
+void CInfoWindow::trace(const xcb_generic_error_t& error) const
 {
-    const ScopedFontInfo font(XQueryFont(m_display, XGContextFromGC(m_gc)));
-    if (!font)
+    traceXError(m_display, error.error_code, error.full_sequence, error.major_code, error.minor_code);
+}
+
+void CInfoWindow::redraw(xcb_connection_t* connection)
+{
+    std::unique_lock lock(m_mutex);
+    const std::string text = m_text;
+    lock.unlock();
+    const auto size = measure(connection, text);
+    if (!size)
         return;
-    std::string text;
-    int x = 0;
-    int y = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_textWidth = XTextWidth(font.get(), m_text.data(), length(m_text));
-        m_textHeight = font->ascent + font->descent;
-        text = m_text;
-        x = m_x;
-        y = m_y;
-    }
-    draw(text, x, y, *font);
+    lock.lock();
+    m_textWidth = size->width;
+    m_textHeight = size->height;
+    const int x = m_x;
+    const int y = m_y;
+    lock.unlock();
+    draw(connection, text, *size, x, y);
 }
 
-void CInfoWindow::draw(const std::string& text, int x, int y, const XFontStruct& font)
+/// Asks the server, as far at a time as one request can hold. Nothing where the connection is lost.
+std::optional<CInfoWindow::CSize> CInfoWindow::measure(xcb_connection_t* connection,
+                                                       std::string_view text) const
 {
-    const int width = XTextWidth(const_cast<XFontStruct*>(&font), text.data(), length(text));
-    const int height = font.ascent + font.descent;
-    XMoveResizeWindow(m_display, m_window, toPlace(x), toPlace(y), toSize(width + 2 * margin),
-                      toSize(height + 2 * margin));
-    XClearWindow(m_display, m_window); // the window keeps its contents when its size stays the same
-    XDrawRectangle(m_display, m_window, m_gc, 0, 0, toSize(width + 2 * margin - 1),
-                   toSize(height + 2 * margin - 1));
-    const int drawn = std::min(length(text), largest / std::max<int>(font.max_bounds.width, 1));
-    XDrawString(m_display, m_window, m_gc, margin, height + margin, text.data(), drawn);
-    XFlush(m_display);
+    constexpr size_t atOnce = 8192;
+    CSize size{0, 0};
+    do {
+        std::vector<xcb_char2b_t> part;
+        for (const char character : text.substr(0, atOnce))
+            part.push_back({0, static_cast<uint8_t>(character)});
+        const auto asked =
+            xcb_query_text_extents(connection, graphics(), static_cast<uint32_t>(part.size()), part.data());
+        const MallocPtr<xcb_query_text_extents_reply_t> reply(
+            xcb_query_text_extents_reply(connection, asked, nullptr));
+        if (!reply)
+            return std::nullopt;
+        size = {size.width + reply->overall_width, reply->font_ascent + reply->font_descent};
+        text.remove_prefix(part.size());
+    } while (!text.empty());
+    return size;
+}
+
+void CInfoWindow::draw(xcb_connection_t* connection, std::string_view text, CSize size, int x, int y)
+{
+    const uint16_t width = toSize(size.width + 2 * margin);
+    const uint16_t height = toSize(size.height + 2 * margin);
+    const uint32_t place[] = {toPlace(x), toPlace(y), width, height};
+    xcb_configure_window(connection, window(),
+                         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                             XCB_CONFIG_WINDOW_HEIGHT,
+                         place);
+    xcb_clear_area(connection, 0, window(), 0, 0, 0, 0); // a window that keeps its size keeps the old text
+    const xcb_rectangle_t frame{0, 0, static_cast<uint16_t>(width - 1), static_cast<uint16_t>(height - 1)};
+    xcb_poly_rectangle(connection, window(), graphics(), 1, &frame);
+    const size_t fitting =
+        size.width > largest ? text.size() * largest / static_cast<size_t>(size.width) : text.size();
+    const std::string items = textItems(text.substr(0, fitting));
+    xcb_poly_text_8(connection, window(), graphics(), margin, static_cast<int16_t>(size.height + margin),
+                    static_cast<uint32_t>(items.size()), reinterpret_cast<const uint8_t*>(items.data()));
+    xcb_flush(connection);
 }
 
 namespace {

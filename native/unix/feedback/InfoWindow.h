@@ -6,17 +6,25 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include <X11/Xlib.h>
+#include <xcb/xcb.h>
 
 /// One tooltip, with a connection to the X server and a drawing thread of its own. Texts are in the locale's
 /// code set; characters outside of Latin-1, which X core fonts stop at, are shown as "?". Places are pixels
 /// of the root window.
 ///
 /// Any thread may call; the calls send their requests and return, and the drawing thread follows. Text, place
-/// and measured size are guarded by a mutex, held for no request. Without a server nothing is shown.
+/// and measured size are guarded by a mutex, held for no request. Without a
+/// server, or once it has gone, nothing is shown.
+///
+/// Once the window is made, all requests go by XCB, over Xlib's connection. Xlib would exit when the
+/// connection is lost, as when a user kills the window, and its errors would be up to the host's handler;
+/// XCB's calls just fail.
 class CInfoWindow {
 public:
     /// Makes a window that is not mapped yet, and small and off the screen until it is drawn first: by the
@@ -45,14 +53,23 @@ private:
     void createWindow();
     void setFont();
     void requestRedraw();
-    void sendToThread(int eventType);
-    void doTooltip();
-    void redraw();
-    void draw(const std::string& text, int x, int y, const XFontStruct& font);
+    void doTooltip(xcb_connection_t* connection);
+    void redraw(xcb_connection_t* connection);
+    struct CSize {
+        int width;
+        int height;
+    };
+    std::optional<CSize> measure(xcb_connection_t* connection, std::string_view text) const;
+    void draw(xcb_connection_t* connection, std::string_view text, CSize size, int x, int y);
+    void trace(const xcb_generic_error_t& error) const;
+    xcb_window_t window() const { return static_cast<xcb_window_t>(m_window); }
+    xcb_gcontext_t graphics() const { return static_cast<xcb_gcontext_t>(XGContextFromGC(m_gc)); }
 
     GC m_gc = nullptr;
     Window m_window = 0;
     Display* m_display;
+    xcb_connection_t* m_connection =
+        nullptr;        ///< of the display, once there is a window; null again after destroy()
     std::string m_text; ///< Latin-1
     int m_textWidth = 0;
     int m_textHeight = 0;

@@ -4,6 +4,9 @@
 #include <atomic>
 #include <climits>
 #include <random>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
 
 #include "FrameWatch.h"
@@ -228,4 +231,96 @@ TEST(Highlighter, ThreadsMayDoAnythingAtOnce)
     for (auto& thread : threads)
         thread.join();
     EXPECT_TRUE(within(10s, [&] { return watcher.windows() == windows; }));
+}
+
+/// Run by the next test in another process, whose library finds that other server when it is loaded.
+TEST(Highlighter, DISABLED_OnAServerWithoutShapesAndWithFewColours)
+{
+    CWatcher watcher;
+    CTraceCapture trace;
+    for (int i = 0; i < 300; ++i)
+        CFrame(i, i, 50, 50, 5, 0, 0, i % 256).remove();
+    EXPECT_FALSE(trace.has("Couldn't allocate color"));
+    const CFrame frame(10, 10, 50, 50, 5, 0, 0, 0x1000000);
+    EXPECT_TRUE(watcher.viewable(frame.window));
+    EXPECT_TRUE(trace.has("X11 Shape extension not available!"));
+    EXPECT_TRUE(trace.has("Couldn't allocate color RGB:ff/1000000/00!"));
+}
+
+namespace {
+/// Hands everything on between one client after the other and an X server, which it lets have no extension
+/// "SHAPE": no server can be told to leave that out. Its name is the path of its socket.
+class CWithoutShapes {
+public:
+    explicit CWithoutShapes(const std::string& server)
+        : name(std::string(std::getenv("HOME")) + "/without"),
+          m_listen(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)),
+          m_server(addressOf("/tmp/.X11-unix/X" + server.substr(1)))
+    {
+        const auto address = addressOf(name);
+        EXPECT_EQ(0, bind(m_listen, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        listen(m_listen, 8);
+        m_accept = std::thread([this] {
+            for (int client; (client = accept4(m_listen, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;)
+                m_clients.emplace_back([this, client] { serve(client); });
+        });
+    }
+    ~CWithoutShapes()
+    {
+        shutdown(m_listen, SHUT_RDWR);
+        m_accept.join();
+        for (auto& client : m_clients)
+            client.join();
+        close(m_listen);
+        std::filesystem::remove(name);
+    }
+    const std::string name;
+
+private:
+    static sockaddr_un addressOf(const std::string& path)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        return address;
+    }
+    static bool forward(int from, int to)
+    {
+        char bytes[65536];
+        const ssize_t count = read(from, bytes, sizeof bytes);
+        const std::string_view text(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        if (const auto at = text.find("SHAPE"); at != text.npos)
+            bytes[at] = '-';
+        return count > 0 && send(to, bytes, text.size(), MSG_NOSIGNAL) == count;
+    }
+    void serve(int client) const
+    {
+        const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(0, connect(server, reinterpret_cast<const sockaddr*>(&m_server), sizeof m_server));
+        for (pollfd ends[2] = {{client, POLLIN, 0}, {server, POLLIN, 0}}; poll(ends, 2, -1) > 0;)
+            if ((ends[0].revents && !forward(client, server)) ||
+                (ends[1].revents && !forward(server, client)))
+                break;
+        close(server);
+        close(client);
+    }
+
+    const int m_listen;
+    const sockaddr_un m_server;
+    std::thread m_accept;
+    std::vector<std::thread> m_clients;
+};
+} // namespace
+
+TEST(Highlighter, WorksWithoutShapesAndFreesItsColours)
+{
+    CXvfb server({"-screen", "0", "640x480x8", "-cc", "3"});
+    const CWithoutShapes without(server.name());
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    CProgram other({"/usr/bin/env", "DISPLAY=" + without.name, self, "--gtest_also_run_disabled_tests",
+                    "--gtest_filter=*DISABLED_On*"});
+    std::string output;
+    while (const auto line = other.line(30s))
+        output += *line + "\n";
+    EXPECT_EQ(0, other.wait(30s)) << output;
 }
