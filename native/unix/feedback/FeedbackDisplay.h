@@ -9,10 +9,11 @@ Display* openFeedbackDisplay();
 /// Closes it, any display but null. A connection that was lost is not talked to any more.
 void closeFeedbackDisplay(Display* display);
 
-/// Whether requests can be made, which nothing then ends the process for. False for a null display, and once
-/// the server has gone or cut the connection, as programs that kill the owner of a window make it do: Xlib
-/// would exit. Installs the library's error handler (see XErrors.h), as the host may have set one of its own
-/// meanwhile. Call it before each batch of requests; it does not wait.
+/// Whether requests can be made. False for a null display, and once the server has gone or cut the
+/// connection, as a program that kills the owner of a window makes it do: the next request would make Xlib
+/// exit. (One that is lost between this call and the request still does.) Installs the library's error
+/// handler (see XErrors.h), as the host may have set one of its own meanwhile. Call it before each batch of
+/// requests; it does not wait.
 bool isReady(Display* display);
 
 /// Sends what is buffered, and drops the events that the server sends unasked to every client: each typed

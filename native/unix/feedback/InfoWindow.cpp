@@ -191,8 +191,7 @@ void CInfoWindow::destroy()
     xcb_flush(std::exchange(m_connection, nullptr));
     if (m_thread.joinable())
         m_thread.join();
-    if (isReady(m_display))
-        XFreeGC(m_display, m_gc);
+    XFreeGC(m_display, m_gc); // only buffers its request, which a lost connection has room for
     closeFeedbackDisplay(m_display);
 }
 

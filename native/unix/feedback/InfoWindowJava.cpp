@@ -11,11 +11,16 @@
     extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_ui_NativeTooltipWindow_##method(__VA_ARGS__)
 
 namespace {
+jlong checked(jlong handle)
+{
+    GX_ASSERT(handle != 0, "handle != 0");
+    return handle;
+}
+
 /// Runs `operation(tooltip)`; nothing for a tooltip that has been destroyed.
 template <class Operation> void withTooltip(jlong handle, Operation operation)
 {
-    GX_ASSERT(handle != 0, "handle != 0");
-    if (const auto tooltip = InfoWindows::find(handle))
+    if (const auto tooltip = InfoWindows::find(checked(handle)))
         operation(*tooltip);
 }
 } // namespace
@@ -70,8 +75,5 @@ TOOLTIP(void, show, JNIEnv* env, jclass, jlong handle)
 
 TOOLTIP(void, destroy, JNIEnv* env, jclass, jlong handle)
 {
-    jniEntry(env, __func__, [&] {
-        withTooltip(handle, [](CInfoWindow&) {});
-        InfoWindows::remove(handle);
-    });
+    jniEntry(env, __func__, [&] { InfoWindows::remove(checked(handle)); });
 }

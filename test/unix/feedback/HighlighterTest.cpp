@@ -248,17 +248,16 @@ TEST(Highlighter, DISABLED_OnAServerWithoutShapesAndWithFewColours)
 }
 
 namespace {
-/// Hands everything on between one client after the other and an X server, which it lets have no extension
-/// "SHAPE": no server can be told to leave that out. Its name is the path of its socket.
+/// Hands everything on between its clients and an X server, which it lets have no extension "SHAPE": no
+/// server can be told to leave that out.
 class CWithoutShapes {
 public:
     explicit CWithoutShapes(const std::string& server)
-        : name(std::string(std::getenv("HOME")) + "/without"),
-          m_listen(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-          m_server(addressOf("/tmp/.X11-unix/X" + server.substr(1)))
+        : name(":" + std::to_string(10000 + getpid())),
+          m_listen(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), m_address(addressOf(name)),
+          m_server(addressOf(server))
     {
-        const auto address = addressOf(name);
-        EXPECT_EQ(0, bind(m_listen, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        EXPECT_EQ(0, bind(m_listen, reinterpret_cast<const sockaddr*>(&m_address), sizeof m_address));
         listen(m_listen, 8);
         m_accept = std::thread([this] {
             for (int client; (client = accept4(m_listen, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;)
@@ -272,16 +271,16 @@ public:
         for (auto& client : m_clients)
             client.join();
         close(m_listen);
-        std::filesystem::remove(name);
+        unlink(m_address.sun_path);
     }
     const std::string name;
 
 private:
-    static sockaddr_un addressOf(const std::string& path)
+    static sockaddr_un addressOf(const std::string& display)
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        ("/tmp/.X11-unix/X" + display.substr(1)).copy(address.sun_path, sizeof address.sun_path - 1);
         return address;
     }
     static bool forward(int from, int to)
@@ -306,6 +305,7 @@ private:
     }
 
     const int m_listen;
+    const sockaddr_un m_address;
     const sockaddr_un m_server;
     std::thread m_accept;
     std::vector<std::thread> m_clients;
