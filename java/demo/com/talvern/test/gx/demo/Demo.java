@@ -13,7 +13,7 @@ import java.util.List;
 
 /**
  * Drives a Motif editor, a GTK 3 editor and a terminal through the native layer, as a test engine does, and compares
- * what they wrote to disk with what was typed; then shares a map with two other processes. Arguments: a directory for
+ * what they wrote to disk with what was typed; then shares a map with two other processes, and looks into applications. Arguments: a directory for
  * the programs' files, one for the screenshots, the name of the keyboard map, which is only shown, and the path of the
  * C++ program that shares the map.
  */
@@ -54,6 +54,7 @@ public final class Demo {
                 screen.width, screen.height, arguments[2].isEmpty() ? "as it is" : arguments[2]));
             new Demo(transcript, Path.of(arguments[0]), pictures).play();
             new Sharing(transcript, arguments[3]).play();
+            new Inside(transcript, Path.of(arguments[0]), pictures).play();
             System.exit(transcript.summary() ? 0 : 1);
         }
     }

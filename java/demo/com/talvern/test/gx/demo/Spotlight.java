@@ -1,0 +1,43 @@
+package com.talvern.test.gx.demo;
+
+import com.talvern.test.gx.sys.graphical.Highlighter;
+import com.talvern.test.gx.ui.NativeTooltipWindow;
+import java.awt.Rectangle;
+import java.util.List;
+
+/** Shows on the screen what the demo is about to do: a red frame around the control and a text beside it. */
+final class Spotlight {
+    private static final int THICKNESS = 3;
+    private static final int FLASH_MS = 120;
+    private static final int FLASHES_MS = 360;
+    private static final int BESIDE = 12;
+
+    private static final long TOOLTIP = NativeTooltipWindow.create(0, 0, "gxsys", false);
+
+    private Spotlight() {}
+
+    /** Says what comes next, below a rectangle of the screen. The text stays until the next one or {@link #off}. */
+    static void say(Rectangle box, String text) {
+        NativeTooltipWindow.setText(TOOLTIP, text);
+        NativeTooltipWindow.move(TOOLTIP, box.x + BESIDE, box.y + box.height + BESIDE);
+    }
+
+    /** Says what comes next, flashes a frame around the control that it is done with, and returns when that is over. */
+    static void flash(Rectangle box, String text) {
+        say(box, text);
+        frame(box, FLASH_MS, FLASHES_MS).joinNativeThread();
+    }
+
+    /** Frames that vanish by themselves after so many milliseconds, so that a picture can be taken meanwhile. */
+    static void frames(List<Rectangle> boxes, int milliseconds) {
+        boxes.forEach(box -> frame(box, 0, milliseconds));
+    }
+
+    static void off() {
+        NativeTooltipWindow.hide(TOOLTIP);
+    }
+
+    private static Highlighter frame(Rectangle box, int interval, int duration) {
+        return Highlighter.create(box, 255, 0, 0, THICKNESS, interval, duration);
+    }
+}
