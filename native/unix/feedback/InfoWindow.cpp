@@ -103,20 +103,20 @@ void CInfoWindow::createWindow()
     const XColor background = allocateColor(m_display, 255, 255, 100);
     const XColor foreground = allocateColor(m_display, 0, 0, 0);
     m_window = createPlainWindow(m_display, -2, -2, 2, 2, background, ExposureMask | StructureNotifyMask);
-    m_gc = XCreateGC(m_display, m_window, 0, nullptr);
-    XSetForeground(m_display, m_gc, foreground.pixel);
-    setFont();
+    createGraphics(static_cast<uint32_t>(foreground.pixel));
     XFlush(m_display);
     m_connection = XGetXCBConnection(m_display);
 }
 
-/// The font goes to the server at once, with the graphics context: the thread asks the server how wide it is.
-void CInfoWindow::setFont()
+/// The graphics context keeps the font, which is not needed otherwise. Without it, it has the server's own
+/// one.
+void CInfoWindow::createGraphics(uint32_t foreground)
 {
+    xcb_connection_t* const connection = XGetXCBConnection(m_display);
     XFontStruct* const font = XLoadQueryFont(m_display, fontName);
-    if (font)
-        XSetFont(m_display, m_gc, font->fid);
-    XFlushGC(m_display, m_gc);
+    const uint32_t values[] = {foreground, font ? static_cast<uint32_t>(font->fid) : 0};
+    m_gc = xcb_generate_id(connection);
+    xcb_create_gc(connection, m_gc, window(), XCB_GC_FOREGROUND | (font ? XCB_GC_FONT : 0), values);
     if (font)
         XFreeFont(m_display, font);
 }
@@ -191,7 +191,6 @@ void CInfoWindow::destroy()
     xcb_flush(std::exchange(m_connection, nullptr));
     if (m_thread.joinable())
         m_thread.join();
-    XFreeGC(m_display, m_gc); // only buffers its request, which a lost connection has room for
     closeFeedbackDisplay(m_display);
 }
 
@@ -242,7 +241,7 @@ std::optional<CInfoWindow::CSize> CInfoWindow::measure(xcb_connection_t* connect
         for (const char character : text.substr(0, atOnce))
             part.push_back({0, static_cast<uint8_t>(character)});
         const auto asked =
-            xcb_query_text_extents(connection, graphics(), static_cast<uint32_t>(part.size()), part.data());
+            xcb_query_text_extents(connection, m_gc, static_cast<uint32_t>(part.size()), part.data());
         const MallocPtr<xcb_query_text_extents_reply_t> reply(
             xcb_query_text_extents_reply(connection, asked, nullptr));
         if (!reply)
@@ -264,11 +263,11 @@ void CInfoWindow::draw(xcb_connection_t* connection, std::string_view text, CSiz
                          place);
     xcb_clear_area(connection, 0, window(), 0, 0, 0, 0); // a window that keeps its size keeps the old text
     const xcb_rectangle_t frame{0, 0, static_cast<uint16_t>(width - 1), static_cast<uint16_t>(height - 1)};
-    xcb_poly_rectangle(connection, window(), graphics(), 1, &frame);
+    xcb_poly_rectangle(connection, window(), m_gc, 1, &frame);
     const size_t fitting =
         size.width > largest ? text.size() * largest / static_cast<size_t>(size.width) : text.size();
     const std::string items = textItems(text.substr(0, fitting));
-    xcb_poly_text_8(connection, window(), graphics(), margin, static_cast<int16_t>(size.height + margin),
+    xcb_poly_text_8(connection, window(), m_gc, margin, static_cast<int16_t>(size.height + margin),
                     static_cast<uint32_t>(items.size()), reinterpret_cast<const uint8_t*>(items.data()));
     xcb_flush(connection);
 }

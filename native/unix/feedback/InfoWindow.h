@@ -51,7 +51,7 @@ public:
 
 private:
     void createWindow();
-    void setFont();
+    void createGraphics(uint32_t foreground);
     void requestRedraw();
     void doTooltip(xcb_connection_t* connection);
     void redraw(xcb_connection_t* connection);
@@ -63,9 +63,8 @@ private:
     void draw(xcb_connection_t* connection, std::string_view text, CSize size, int x, int y);
     void trace(const xcb_generic_error_t& error) const;
     xcb_window_t window() const { return static_cast<xcb_window_t>(m_window); }
-    xcb_gcontext_t graphics() const { return static_cast<xcb_gcontext_t>(XGContextFromGC(m_gc)); }
 
-    GC m_gc = nullptr;
+    xcb_gcontext_t m_gc = 0; ///< Xlib's would hold memory that a lost connection cannot give back
     Window m_window = 0;
     Display* m_display;
     xcb_connection_t* m_connection =
