@@ -82,3 +82,29 @@ Window createPlainWindow(Display* display, int x, int y, unsigned width, unsigne
     return XCreateWindow(display, DefaultRootWindow(display), x, y, width, height, 0, CopyFromParent,
                          InputOutput, nullptr, CWBackPixel | CWOverrideRedirect | CWEventMask, &attributes);
 }
+
+namespace {
+sigset_t brokenPipe()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    return set;
+}
+} // namespace
+
+CNoBrokenPipe::CNoBrokenPipe()
+{
+    const sigset_t set = brokenPipe();
+    pthread_sigmask(SIG_BLOCK, &set, &m_before);
+}
+
+CNoBrokenPipe::~CNoBrokenPipe()
+{
+    const sigset_t set = brokenPipe();
+    const timespec atOnce{};
+    if (!sigismember(&m_before, SIGPIPE))
+        while (sigtimedwait(&set, nullptr, &atOnce) == SIGPIPE) {
+        }
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}

@@ -1,6 +1,8 @@
 /// What frames and tooltips share: connections of their own to the X server, and colours on them.
 #pragma once
 
+#include <csignal>
+
 #include <X11/Xlib.h>
 
 /// A connection to the default display, for use by several threads. Null without a server.
@@ -30,3 +32,16 @@ XColor allocateColor(Display* display, int red, int green, int blue);
 /// visual.
 Window createPlainWindow(Display* display, int x, int y, unsigned width, unsigned height,
                          const XColor& background, long eventMask);
+
+/// Keeps SIGPIPE from the calling thread while it lives: a request on a lost connection raises it, and not
+/// every host ignores it.
+class CNoBrokenPipe {
+public:
+    CNoBrokenPipe();
+    ~CNoBrokenPipe();
+    CNoBrokenPipe(const CNoBrokenPipe&) = delete;
+    CNoBrokenPipe& operator=(const CNoBrokenPipe&) = delete;
+
+private:
+    sigset_t m_before;
+};

@@ -150,6 +150,7 @@ void CInfoWindow::requestRedraw()
 {
     if (!m_connection)
         return;
+    const CNoBrokenPipe guard;
     xcb_expose_event_t event{};
     event.response_type = XCB_EXPOSE;
     event.window = window();
@@ -161,6 +162,7 @@ void CInfoWindow::show()
 {
     if (!m_connection)
         return;
+    const CNoBrokenPipe guard;
     xcb_map_window(m_connection, window());
     xcb_flush(m_connection);
 }
@@ -169,6 +171,7 @@ void CInfoWindow::hide()
 {
     if (!m_connection)
         return;
+    const CNoBrokenPipe guard;
     xcb_unmap_window(m_connection, window());
     xcb_flush(m_connection);
 }
@@ -183,6 +186,7 @@ void CInfoWindow::destroy()
 {
     if (!m_connection)
         return;
+    const CNoBrokenPipe guard;
     xcb_destroy_notify_event_t event{};
     event.response_type = XCB_DESTROY_NOTIFY;
     event.event = event.window = window();
@@ -197,6 +201,7 @@ void CInfoWindow::destroy()
 /// The drawing thread. Ends with the window, and when the connection is lost.
 void CInfoWindow::doTooltip(xcb_connection_t* connection)
 {
+    const CNoBrokenPipe guard;
     while (const MallocPtr<xcb_generic_event_t> event{xcb_wait_for_event(connection)}) {
         const int type = event->response_type & ~sentEvent;
         if (type == XCB_DESTROY_NOTIFY)
