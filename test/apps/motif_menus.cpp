@@ -103,6 +103,11 @@ int main(int argc, char** argv)
     Arg byMouse[1];
     XtSetArg(byMouse[0], XmNpopupEnabled, XmPOPUP_AUTOMATIC);
     const Widget context = fill(XmCreatePopupMenu(area, text("context"), byMouse, 1), contextNames, nullptr);
+    const Widget choices = fill(XmCreatePulldownMenu(area, text("choices"), nullptr, 0), moreNames, nullptr);
+    Arg list[1];
+    XtSetArg(list[0], XmNsubMenuId, choices);
+    const Widget option = XmCreateOptionMenu(area, text("option"), list, 1);
+    XtManageChild(option);
     XtManageChild(area);
     XtManageChild(work);
     XtRealizeWidget(shell);
@@ -110,7 +115,14 @@ int main(int argc, char** argv)
     CHECK(CWindow(static_cast<long>(XtWindow(shell))).getMenuBar() == 0); // the display is not known yet
     gx_app_display = XtDisplay(shell);
     CMenuChecks checks(XtWindow(shell), false, iterate);
-    checks.run(Rect(60, 20, 20, 20));
+    checks.run(Rect(100, 20, 20, 20));
+    checks.checkPane(moreNames, [&] { // an option menu's list is no child of a menu bar
+        Position x = 0, y = 0;
+        XtTranslateCoords(XmOptionButtonGadget(option), 0, 0, &x, &y);
+        checks.click(Rect(y, x, 20, 20));
+        CHECK(checks.within([] { return CWindow::getTopContextMenu() != 0; }));
+        return CWindow::getTopContextMenu();
+    });
     checks.checkNoMenu(XtWindow(shell));
     checks.checkNoMenu(XtWindow(area));
     checkKdeFrame(gx_app_display, XtWindow(shell), XtWindow(first));
