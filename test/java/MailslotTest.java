@@ -155,8 +155,8 @@ class MailslotTest {
         vector.create(null, 0, 1, 1);
         vector.addElement("inside");
         String large = "\u20ac0123456789".repeat(40_000);
-        List<Object> values = Arrays.asList(null, "", "\0\ud83d\ude00", large, (byte) -1, (short) -2, 3, Long.MIN_VALUE, 1.5f,
-                -0.0, true, 'x');
+        List<Object> values = Arrays.asList(null, "", "\0\ud83d\ude00", large, (byte) -1, (short) -2, 3,
+                Long.MIN_VALUE, 1.5f, -0.0, true, 'x');
         try (Mailslot slot = Mailslot.open("values")) {
             Thread server = new Thread(() -> slot.serve(message -> message));
             server.start();

@@ -402,8 +402,8 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     }
 
     /**
-     * Waits for the next message, without limit; {@link #close} ends it, an interrupt does not. Only the process that has opened the mailslot receives, and one of
-     * its threads at a time.
+     * Waits for the next message, without limit; {@link #close} ends it, an interrupt does not. Only the process that
+     * has opened the mailslot receives, and one of its threads at a time.
      *
      * @return the message; null once the mailslot is closed
      * @throws IllegalStateException this object has not opened the mailslot
