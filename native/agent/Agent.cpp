@@ -1,9 +1,9 @@
 #include "Agent.h"
 
-#include "EndOfProgram.h"
 #include "Environment.h"
 #include "GuestHooks.h"
 #include "JavaMachine.h"
+#include "JavaThread.h"
 #include "Say.h"
 
 #include <atomic>
@@ -66,14 +66,14 @@ void* infest()
 }
 
 /// Whether the Java agent runs. It does, too, when a service of it does not.
-bool startJavaAgent(JNIEnv* env, void* spyPort, bool ownsJvm)
+bool startJavaAgent(void* spyPort)
 {
-    const jclass agent = env->FindClass("com/talvern/test/gx/application/ApplicationAgent");
-    const jmethodID start =
-        agent ? env->GetStaticMethodID(agent, "start", "(JJZ)Ljava/lang/String;") : nullptr;
+    JNIEnv* const env = CJavaThread::env();
+    const jmethodID start = env->GetStaticMethodID(CJavaThread::agent(), "start", "(JJZ)Ljava/lang/String;");
     const jobject failure =
-        start ? env->CallStaticObjectMethod(agent, start, static_cast<jlong>(pthread_self()),
-                                            reinterpret_cast<jlong>(spyPort), static_cast<jboolean>(ownsJvm))
+        start ? env->CallStaticObjectMethod(CJavaThread::agent(), start, static_cast<jlong>(pthread_self()),
+                                            reinterpret_cast<jlong>(spyPort),
+                                            static_cast<jboolean>(CJavaThread::ownsJvm()))
               : nullptr;
     if (env->ExceptionCheck()) {
         say("the Java agent does not start: %s", JavaMachine::takeException(env).c_str());
@@ -81,38 +81,46 @@ bool startJavaAgent(JNIEnv* env, void* spyPort, bool ownsJvm)
     }
     if (failure)
         say("a service does not start: %s", JavaMachine::textOf(env, static_cast<jstring>(failure)).c_str());
-    CEndOfProgram::watch(env, agent);
     env->DeleteLocalRef(failure);
-    env->DeleteLocalRef(agent);
     return true;
+}
+
+bool bringInTheRest()
+{
+    if (!CJavaThread::agent() || !loadLibrary())
+        return false;
+    const CSignalsHeldOff held; // the thread is attached to the JVM, and services start threads
+    void* const spyPort = infest();
+    return spyPort && startJavaAgent(spyPort);
+}
+
+int beginOnce()
+{
+    if (!CEnvironment::serves() || !isReadable(CEnvironment::value(AgentVariable::library)) ||
+        !isReadable(CEnvironment::value(AgentVariable::jar)))
+        return -1;
+    CEnvironment::serveOnlyThisProcess();
+    return CJavaThread::start();
 }
 } // namespace
 
-bool CAgent::bringIn()
+int CAgent::begin()
 {
-    bool ownsJvm = false;
-    if (!isReadable(CEnvironment::value(AgentVariable::library)) ||
-        !isReadable(CEnvironment::value(AgentVariable::jar)))
-        return false;
-    JNIEnv* const env = JavaMachine::bring(ownsJvm);
-    if (!env || !loadLibrary())
-        return false;
-    void* const spyPort = infest();
-    return spyPort && startJavaAgent(env, spyPort, ownsJvm);
+    static const int s_isReady = beginOnce();
+    return s_isReady;
 }
 
 bool CAgent::start()
 {
-    if (!CEnvironment::serves() || s_state == State::failed)
+    if (!CEnvironment::serves())
         return false;
-    if (s_state == State::inside)
-        return pthread_equal(s_guiThread, pthread_self()) != 0;
-    s_state = State::failed; // until it has worked; a main loop that is run in between finds it so
-    CEnvironment::serveOnlyThisProcess();
-    s_guiThread = pthread_self();
-    if (bringIn())
-        s_state = State::inside;
-    return s_state == State::inside;
+    if (s_state == State::waiting) {
+        s_state = State::failed; // until it has worked; a main loop that is run in between finds it so
+        s_guiThread = pthread_self();
+        if (bringInTheRest())
+            s_state = State::inside;
+    }
+    return s_state == State::inside && pthread_equal(s_guiThread, pthread_self()) != 0;
 }
 
 int CAgent::descriptors(int* out)

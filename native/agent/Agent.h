@@ -6,21 +6,23 @@ struct _XDisplay;
 
 class CAgent {
 public:
-    /// Brings everything in. Called from the program's main loop once it runs; the calling thread becomes the
-    /// GUI thread, on which requests run. Takes some 100 ms the first time; later calls only answer.
+    /// Begins to bring everything in, on a thread of its own, which makes the JVM: that takes some 100 ms,
+    /// for which the program goes on. Called from a main loop once it runs; later calls begin nothing.
+    /// @return a descriptor that becomes readable, and stays so, when it is time to call `start`; -1 for
+    /// never
+    static int begin();
+    /// Brings in the rest. Called from the main loop; the first thread to do so becomes the GUI thread, on
+    /// which requests run. Later calls only answer.
     /// @return whether requests can be delivered on the calling thread. When not, the reason has been written
     /// as one line, and the program runs on as it is.
     static bool start();
     /// Descriptors for the main loop to watch once `start` has said yes; see gxRequestDescriptors.
     /// @return how many of `out`, which has room for two
     static int descriptors(int* out);
-    /// Runs what waits for the GUI thread; called by the main loop when a descriptor is readable.
+    /// Runs what waits for the GUI thread; called by the main loop when one of them is readable.
     static void deliver();
 
     /// Makes a display the one that the library looks widgets up on; null for none. Any time, also before
     /// `start`.
     static void setXtDisplay(_XDisplay* display);
-
-private:
-    static bool bringIn();
 };

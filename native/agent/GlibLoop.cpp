@@ -26,8 +26,7 @@ int onRequest(int, int, void*)
     return 1; // goes on watching
 }
 
-/// Of lower priority than drawing: the first window is up by then.
-int onIdle(void*)
+int onReady(int, int, void*)
 {
     s_enterGdk();
     const bool started = CAgent::start();
@@ -36,6 +35,14 @@ int onIdle(void*)
     const int count = started ? CAgent::descriptors(descriptors) : 0;
     for (int index = 0; index < count; ++index)
         s_addDescriptor(descriptors[index], readable, onRequest, nullptr);
+    return 0; // once
+}
+
+/// Of lower priority than drawing: the first window is up by then.
+int onIdle(void*)
+{
+    if (const int ready = CAgent::begin(); ready >= 0)
+        s_addDescriptor(ready, readable, onReady, nullptr);
     return 0; // once
 }
 } // namespace

@@ -15,8 +15,7 @@
 #include <csignal>
 #include <locale.h>
 
-/// Marks the calling thread as the one that makes the JVM, while it lives. Puts the thread's locale and
-/// signal mask back, except that the four signals above stay unblocked.
+/// Marks the calling thread as the one that makes the JVM, while it lives. Puts the thread's locale back.
 class CGuest {
 public:
     CGuest();
@@ -31,6 +30,18 @@ public:
     static int spareSignal();
 
 private:
-    sigset_t m_mask;
     locale_t m_locale;
+};
+
+/// Holds the program's signals off the calling thread while it lives, and for good off the threads that are
+/// started from it meanwhile, the JVM's. Puts the mask back, except that the four signals above stay
+/// unblocked: the JVM's code is built on them.
+class CSignalsHeldOff {
+public:
+    CSignalsHeldOff();
+    ~CSignalsHeldOff();
+    CSignalsHeldOff(const CSignalsHeldOff&) = delete;
+
+private:
+    sigset_t m_mask;
 };

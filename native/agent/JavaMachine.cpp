@@ -70,45 +70,6 @@ jint swallow(FILE*, const char*, va_list)
     return 0;
 }
 
-/// Gives the process another environment while the JVM reads it: without the options that users set for Java
-/// programs (the JVM announces them on standard error), with its private signal. Other threads find a whole
-/// environment all the while; setenv would free what they may be reading.
-class CJvmEnvironment {
-public:
-    CJvmEnvironment() : m_before(environ)
-    {
-        for (char** entry = environ; entry && *entry; ++entry)
-            if (!isForJava(*entry))
-                m_entries.push_back(*entry);
-        std::snprintf(m_signal, sizeof m_signal, "_JAVA_SR_SIGNUM=%d", CGuest::spareSignal());
-        m_entries.push_back(m_signal);
-        m_entries.push_back(nullptr);
-        environ = m_entries.data();
-    }
-    ~CJvmEnvironment()
-    {
-        if (environ == m_entries.data())
-            environ = m_before;
-        else
-            unsetenv("_JAVA_SR_SIGNUM"); // another thread has set something in the meantime, and got a copy
-    }
-    CJvmEnvironment(const CJvmEnvironment&) = delete;
-
-private:
-    static bool isForJava(const char* entry)
-    {
-        for (const char* const name :
-             {"JAVA_TOOL_OPTIONS=", "_JAVA_OPTIONS=", "JDK_JAVA_OPTIONS=", "_JAVA_SR_SIGNUM="})
-            if (std::strncmp(entry, name, std::strlen(name)) == 0)
-                return true;
-        return false;
-    }
-
-    char** m_before;
-    std::vector<char*> m_entries;
-    char m_signal[32];
-};
-
 std::vector<std::string> options()
 {
     const char* const further = std::getenv("CLASSPATH");
@@ -140,7 +101,6 @@ JNIEnv* create(decltype(&JNI_CreateJavaVM) entry)
     JavaVMInitArgs arguments{JNI_VERSION_1_8, static_cast<jint>(table.size()), table.data(), JNI_TRUE};
     JavaVM* vm = nullptr;
     void* env = nullptr;
-    const CJvmEnvironment environment;
     const CGuest guest;
     return entry(&vm, &env, &arguments) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
 }
@@ -155,7 +115,7 @@ JNIEnv* attach(void* libjvm)
     void* env = nullptr;
     if (!created || created(&vm, 1, &count) != JNI_OK || count == 0)
         return nullptr;
-    return vm->AttachCurrentThread(&env, nullptr) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+    return vm->AttachCurrentThreadAsDaemon(&env, nullptr) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
 }
 
 JNIEnv* createFrom(const std::string& path)

@@ -199,16 +199,28 @@ extern "C" GX_HOOK sighandler_t signal(int signal, sighandler_t handler) noexcep
 CGuest::CGuest() : m_locale(uselocale(nullptr))
 {
     t_isHere = true;
-    pthread_sigmask(SIG_SETMASK, nullptr, &m_mask);
 }
 
 CGuest::~CGuest()
 {
+    t_isHere = false;
+    uselocale(m_locale);
+}
+
+CSignalsHeldOff::CSignalsHeldOff()
+{
+    sigset_t all;
+    sigfillset(&all);
+    for (const int fault : faults)
+        sigdelset(&all, fault);
+    pthread_sigmask(SIG_SETMASK, &all, &m_mask);
+}
+
+CSignalsHeldOff::~CSignalsHeldOff()
+{
     for (const int fault : faults)
         sigdelset(&m_mask, fault);
     pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
-    uselocale(m_locale);
-    t_isHere = false;
 }
 
 bool CGuest::isHere()

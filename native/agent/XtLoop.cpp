@@ -54,19 +54,39 @@ void onRequest(XtPointer, int*, XtInputId*)
     CAgent::deliver();
 }
 
+/// Has the loop of a context, if that is still there, call `callback` while a descriptor is readable.
+void watch(XtAppContext app, int descriptor, XtInputCallbackProc callback)
+{
+    const std::lock_guard lock(s_mutex);
+    if (CContext* const context = find(app))
+        context->inputs.push_back(
+            s_addInput(app, descriptor, reinterpret_cast<XtPointer>(XtInputReadMask), callback, app));
+}
+
+void unwatch(XtAppContext app, XtInputId input)
+{
+    const std::lock_guard lock(s_mutex);
+    s_removeInput(input);
+    if (CContext* const context = find(app))
+        context->inputs.erase(std::remove(context->inputs.begin(), context->inputs.end(), input),
+                              context->inputs.end());
+}
+
+void onReady(XtPointer app, int*, XtInputId* input)
+{
+    const auto context = static_cast<XtAppContext>(app);
+    unwatch(context, *input);
+    int descriptors[2];
+    const int count = CAgent::start() ? CAgent::descriptors(descriptors) : 0;
+    for (int index = 0; index < count; ++index)
+        watch(context, descriptors[index], onRequest);
+}
+
 /// The first thing that the loop does when no event waits.
 void onLoop(XtPointer app, XtIntervalId*)
 {
-    if (!CAgent::start())
-        return;
-    int descriptors[2];
-    const int count = CAgent::descriptors(descriptors);
-    const std::lock_guard lock(s_mutex);
-    CContext* const context = find(static_cast<XtAppContext>(app));
-    for (int index = 0; context && index < count; ++index)
-        context->inputs.push_back(s_addInput(context->app, descriptors[index],
-                                             reinterpret_cast<XtPointer>(XtInputReadMask), onRequest,
-                                             nullptr));
+    if (const int ready = CAgent::begin(); ready >= 0)
+        watch(static_cast<XtAppContext>(app), ready, onReady);
 }
 } // namespace
 
