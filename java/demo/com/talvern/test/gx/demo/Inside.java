@@ -15,7 +15,6 @@ import java.time.Duration;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
-import java.util.Objects;
 import java.util.Set;
 import java.util.concurrent.Callable;
 
@@ -92,7 +91,7 @@ final class Inside {
         });
         final Path file = files.resolve("inside.txt");
         transcript.step("put the name into its text field, on the application's own GUI thread", () -> {
-            application.setFile(dialog[0], file.toString());
+            application.setFile(dialog[0], file.getFileName().toString()); // nedit takes no path here
             Spotlight.say(dialog[0].file(), "setFile");
             Spotlight.frames(List.of(dialog[0].file(), dialog[0].ok(), dialog[0].cancel()), FRAMES_MS);
             return Desktop.picture(pictures.resolve("7-nedit-dialog.png"));
@@ -113,7 +112,7 @@ final class Inside {
         final List<String> counts = new ArrayList<>();
         transcript.step("open every menu by a click and read its items", () -> {
             for (MenuView.Item item : bar[0].items()) {
-                counts.add(item.text() + " " + application.open(bar[0], item.text()).items().size());
+                counts.add(item.text() + " " + shownItems(application.open(bar[0], item.text())).size());
                 keys("{ESC}");
                 Expect.soon(item.text() + " is closed", () -> application.openMenus().isEmpty());
             }
@@ -126,11 +125,11 @@ final class Inside {
     private void showMenu(String program, Callable<MenuView> open) {
         transcript.step("frame the items of a menu where the agent says that they are", () -> {
             final MenuView menu = open.call();
-            Spotlight.say(menu.bounds(), menu.items().size() + " items");
-            Spotlight.frames(menu.items().stream().filter(item -> item.text() != null).map(MenuView.Item::bounds)
-                .toList(), FRAMES_MS);
+            final List<MenuView.Item> shown = shownItems(menu).stream().filter(item -> item.text() != null).toList();
+            Spotlight.say(menu.bounds(), shown.size() + " items");
+            Spotlight.frames(shown.stream().map(MenuView.Item::bounds).toList(), FRAMES_MS);
             final String picture = Desktop.picture(pictures.resolve("6-menu-of-" + program + ".png"));
-            return menu.texts().stream().filter(Objects::nonNull).map(String::strip).toList() + ", " + picture;
+            return shown.stream().map(item -> item.text().strip()).toList() + ", " + picture;
         });
     }
 
@@ -138,7 +137,7 @@ final class Inside {
     private void compareWithScreen() {
         transcript.step("compare the rectangles of the items with the windows on the screen", () -> {
             final MenuView menu = application.openMenus().get(0);
-            for (MenuView.Item item : menu.items()) {
+            for (MenuView.Item item : shownItems(menu)) {
                 final Rectangle box = item.bounds();
                 final NativeWindow shown = Desktop.windowAt((int) box.getCenterX(), (int) box.getCenterY());
                 final boolean ownWindow = shown.getHandle() != menu.window();
@@ -147,8 +146,12 @@ final class Inside {
                     throw new AssertionError(item + " shows " + Desktop.describe(shown));
                 }
             }
-            return menu.items().size() + " items";
+            return shownItems(menu).size() + " items";
         });
+    }
+
+    private static List<MenuView.Item> shownItems(MenuView menu) {
+        return menu.items().stream().filter(item -> item.bounds() != null).toList();
     }
 
     private void openInXpdf() {
@@ -184,9 +187,12 @@ final class Inside {
     }
 
     private void askGtkDemo() {
-        transcript.step("start its application main window with ~", () -> {
-            mainWindow();
-            keys("~");
+        transcript.step("start its application main window with a double-click on the first entry", () -> {
+            final Rectangle box = mainWindow().nativeGetRectangle();
+            final Point entry = new Point(box.x + 80, box.y + 42);
+            Spotlight.say(new Rectangle(entry.x, entry.y - 10, 100, 20), "double-click");
+            NativeKeyMouseEvent.emitHLMouseEvent(entry, 0, 0, null, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+                NativeKeyMouseEvent.CLICK, 2);
             Expect.soon("it has a menu bar", () -> application.menuBar().isPresent());
             return "";
         });

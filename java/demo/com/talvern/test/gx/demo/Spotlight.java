@@ -1,6 +1,7 @@
 package com.talvern.test.gx.demo;
 
 import com.talvern.test.gx.sys.graphical.Highlighter;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
 import com.talvern.test.gx.ui.NativeTooltipWindow;
 import java.awt.Rectangle;
 import java.util.List;
@@ -11,15 +12,22 @@ final class Spotlight {
     private static final int FLASH_MS = 120;
     private static final int FLASHES_MS = 360;
     private static final int BESIDE = 12;
+    /** More than any text of the demo is wide. */
+    private static final int ROOM = 250;
+    private static final Rectangle SCREEN = NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
 
     private static final long TOOLTIP = NativeTooltipWindow.create(0, 0, "gxsys", false);
 
     private Spotlight() {}
 
-    /** Says what comes next, below a rectangle of the screen. The text stays until the next one or {@link #off}. */
+    /**
+     * Says what comes next, to the right of a rectangle of the screen, or to its left where there is no room. The text
+     * stays until the next one or {@link #off}.
+     */
     static void say(Rectangle box, String text) {
+        final int right = box.x + box.width + BESIDE;
         NativeTooltipWindow.setText(TOOLTIP, text);
-        NativeTooltipWindow.move(TOOLTIP, box.x + BESIDE, box.y + box.height + BESIDE);
+        NativeTooltipWindow.move(TOOLTIP, right + ROOM < SCREEN.width ? right : box.x - ROOM, box.y);
     }
 
     /** Says what comes next, flashes a frame around the control that it is done with, and returns when that is over. */

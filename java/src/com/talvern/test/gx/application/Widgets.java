@@ -48,10 +48,15 @@ final class Widgets {
         List<MenuView.Item> items = new ArrayList<>(count);
         for (int index = 0; index < count; ++index) {
             Menu popup = menu.getItemPopupMenu(index, null);
-            items.add(new MenuView.Item(index, textOf(menu, index), menu.getItemScreenRectangle(index),
+            items.add(new MenuView.Item(index, textOf(menu, index), shown(menu.getItemScreenRectangle(index)),
                 popup == null ? 0 : popup.getHandle()));
         }
         return new MenuView(menu.getHandle(), menu.getScreenRectangle(), items);
+    }
+
+    /** An item of GTK that is not shown has the size of one pixel. */
+    private static Rectangle shown(Rectangle box) {
+        return box == null || box.width <= 1 && box.height <= 1 ? null : box;
     }
 
     /** Under Motif the menu itself has no texts. */

@@ -45,7 +45,9 @@ import java.util.function.Supplier;
  */
 public final class Application implements AutoCloseable {
     private static final Duration DEFAULT_START = Duration.ofSeconds(30);
-    private static final long POLL_MS = 10;
+    private static final long FIRST_POLL_MS = 10;
+    /** Asked more often, an application has too little time for what it is waited for. */
+    private static final long LAST_POLL_MS = 160;
 
     private final String name;
     private final ProcessHandle handle;
@@ -83,15 +85,17 @@ public final class Application implements AutoCloseable {
      * @return the application
      */
     public static Application start(ProcessBuilder program, Duration limit) {
-        String name = program.command().get(0);
-        program.command().add(0, Launcher.path());
+        List<String> command = program.command();
+        String name = command.get(0);
+        List<String> launched = new ArrayList<>(command);
+        launched.add(0, Launcher.path());
         Process process;
         try {
-            process = program.start();
+            process = program.command(launched).start();
         } catch (IOException failure) {
             throw new ApplicationException.Ended(name + " could not be started: " + failure.getMessage(), failure);
         } finally {
-            program.command().remove(0);
+            program.command(command);
         }
         try {
             return new Application(name, process.toHandle(), process, awaitAgent(name, process.toHandle(), limit));
@@ -127,7 +131,7 @@ public final class Application implements AutoCloseable {
             if (System.nanoTime() - start >= limit.toNanos()) {
                 throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + process.pid());
             }
-            pause(POLL_MS);
+            pause(FIRST_POLL_MS);
             mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
         }
         return mailslot;
@@ -316,7 +320,7 @@ public final class Application implements AutoCloseable {
 
     private <T> T await(String what, Supplier<Optional<T>> question) {
         long start = System.nanoTime();
-        for (;;) {
+        for (long poll = FIRST_POLL_MS; ; poll = Math.min(2 * poll, LAST_POLL_MS)) {
             Optional<T> answer = question.get();
             if (answer.isPresent()) {
                 return answer.get();
@@ -325,7 +329,7 @@ public final class Application implements AutoCloseable {
                 throw new ApplicationException.NotInTime(
                     name + " has not shown " + what + " within " + timeout.toMillis() + " ms", null);
             }
-            pause(POLL_MS);
+            pause(poll);
         }
     }
 

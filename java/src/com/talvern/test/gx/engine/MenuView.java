@@ -18,7 +18,7 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
      *
      * @param index its place in the menu, from 0
      * @param text what it shows, without the mark of its mnemonic; null for a separator or a picture
-     * @param bounds where it is on the screen; null when it is not to be had
+     * @param bounds where it is on the screen; null for one that the menu does not show
      * @param popup X window of the menu that it has opened; 0 while it has none
      */
     public record Item(int index, String text, Rectangle bounds, long popup) {}
