@@ -3,43 +3,66 @@ package com.talvern.test.gx.demo;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Dimension;
 import java.awt.Point;
 import java.awt.Rectangle;
 import java.nio.file.Path;
 import java.util.HashSet;
+import java.util.List;
 import java.util.Set;
-import java.util.concurrent.TimeUnit;
 
-/** A program under test: its process, its main window, and what a user does with them. */
+/**
+ * A program under test: its process, its main window, and what a user does with them. The text area flashes in a frame
+ * before the mouse is used in it.
+ */
 final class Application {
-    private final String name;
-    private final Process process;
-    private final NativeTopLevelWindow window;
+    private static final int FRAME_GAP = 3;
 
-    private Application(String name, Process process, NativeTopLevelWindow window) {
-        this.name = name;
-        this.process = process;
+    private final Program program;
+    private final NativeTopLevelWindow window;
+    private String announced = "";
+
+    private Application(Program program, NativeTopLevelWindow window) {
+        this.program = program;
         this.window = window;
     }
 
     /** Starts a program in a directory and waits for its window. It ends with the demo at the latest. */
     static Application start(Path directory, String... command) throws Exception {
         final Set<NativeWindow> before = openWindows();
-        final Process process = new ProcessBuilder(command).directory(directory.toFile()).redirectErrorStream(true)
-            .redirectOutput(directory.resolveSibling(command[0] + ".log").toFile()).start();
-        Runtime.getRuntime().addShutdownHook(new Thread(process::destroyForcibly));
-        return new Application(command[0], process, newWindow(before, "window of " + command[0]));
+        final Program program = Program.start(directory, directory.resolveSibling(command[0] + ".log"), command);
+        return new Application(program, newWindow(before, "window of " + command[0]));
     }
 
     String name() {
-        return name;
+        return program.name();
     }
 
     NativeTopLevelWindow window() {
         return window;
     }
 
-    /** The innermost window in the middle of the program's window: where it shows its text. */
+    Dimension size() {
+        return window.nativeGetRectangle().getSize();
+    }
+
+    /** A step of the transcript that a text below the window tells of, while mouse and keys are used. */
+    void step(Transcript transcript, String what, Transcript.Step step) {
+        transcript.step(what, () -> {
+            announced = what;
+            Spotlight.say(window.nativeGetRectangle(), what);
+            try {
+                return step.run();
+            } finally {
+                Spotlight.off();
+            }
+        });
+    }
+
+    /**
+     * The innermost window in the middle of the program's window: where it shows its text. Nothing must cover it there,
+     * no text about another program either.
+     */
     NativeWindow textArea() {
         final Rectangle box = window.nativeGetRectangle();
         return Desktop.windowAt(box.x + box.width / 2, box.y + box.height / 2);
@@ -73,9 +96,32 @@ final class Application {
     }
 
     private void click(int x, int y, int times, int button) throws Exception {
-        NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), textArea().getHandle(), 0, null, 0, 0, button, 0,
+        NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), flash().getHandle(), 0, null, 0, 0, button, 0,
             NativeKeyMouseEvent.CLICK, times);
         awaitWindowManager();
+    }
+
+    /** Flashes a frame around the text area, with what the step does below it. @return the text area */
+    private NativeWindow flash() {
+        Spotlight.off();
+        final NativeWindow area = textArea();
+        Spotlight.flash(frameAround(area), announced);
+        return area;
+    }
+
+    /** Frames the text area for so many milliseconds and says something below it, for a picture. */
+    void frame(int milliseconds, String what) {
+        Spotlight.off();
+        final Rectangle box = frameAround(textArea());
+        Spotlight.frames(List.of(box), milliseconds);
+        Spotlight.say(box, what);
+    }
+
+    /** Around the area rather than on it: what is clicked at its edge is not the frame. */
+    private static Rectangle frameAround(NativeWindow area) {
+        final Rectangle box = area.nativeGetRectangle();
+        box.grow(FRAME_GAP, FRAME_GAP);
+        return box;
     }
 
     /** Moves the pointer to a place of the text area and stays there for so many milliseconds. */
@@ -86,7 +132,7 @@ final class Application {
 
     /** Drags with the left button from one place of the text area to another. */
     void drag(Point from, Point to) throws Exception {
-        final long area = textArea().getHandle();
+        final long area = flash().getHandle();
         NativeKeyMouseEvent.emitHLMouseEvent(from, area, 0, to, area, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
             NativeKeyMouseEvent.DRAG, 1);
         awaitWindowManager();
@@ -95,7 +141,7 @@ final class Application {
     /** Turns the wheel over the text area, down when the number of notches is negative. */
     void wheel(int x, int y, int notches) {
         final Point place = new Point(x, y);
-        final long area = textArea().getHandle();
+        final long area = flash().getHandle();
         NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, 0, NativeKeyMouseEvent.MOVE);
         NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, notches, NativeKeyMouseEvent.WHEEL);
     }
@@ -124,18 +170,20 @@ final class Application {
     void answerDialog(String keyString, String answer) throws Exception {
         final Set<NativeWindow> before = openWindows();
         keys(keyString);
-        final NativeTopLevelWindow dialog = newWindow(before, "dialog of " + name);
+        final NativeTopLevelWindow dialog = newWindow(before, "dialog of " + name());
         Expect.soon("the dialog has the focus", () -> Desktop.isWithin(NativeWindow.nativeGetFocus(), dialog));
         characters(dialog, answer);
         confirm(dialog);
     }
 
-    /** Asks the program to close its window, as the button in the title bar does, and waits until it has ended. */
-    void close() throws Exception {
+    /**
+     * Asks the program to close its window, as the button in the title bar does, and waits until it has ended.
+     *
+     * @return its exit status, which is 0
+     */
+    int close() throws Exception {
         window.close();
-        if (!process.waitFor(1, TimeUnit.MINUTES)) {
-            throw new AssertionError(name + " still runs after its window was asked to close");
-        }
+        return program.awaitEnd();
     }
 
     /** Strokes Return until the dialog has gone: GTK ignores it while the dialog still reads the folder. */

@@ -13,9 +13,10 @@ import java.util.List;
 
 /**
  * Drives a Motif editor, a GTK 3 editor and a terminal through the native layer, as a test engine does, and compares
- * what they wrote to disk with what was typed; then shares a map with two other processes, and looks into applications. Arguments: a directory for
- * the programs' files, one for the screenshots, the name of the keyboard map, which is only shown, and the path of the
- * C++ program that shares the map.
+ * what they wrote to disk with what was typed; lets a user stop a playback; then shares a map with two other processes,
+ * talks to one, and looks into applications. Arguments: a directory for the programs' files, one for the screenshots,
+ * the name of the keyboard map, which is only shown, and the paths of the C++ program that shares the map and of the
+ * one that is the user.
  */
 public final class Demo {
     /** No toolkit takes two clicks for a double-click that are so many milliseconds apart. */
@@ -29,20 +30,23 @@ public final class Demo {
         Greek: Καλημέρα κόσμε
         Chinese: 你好世界
         """;
-    private static final int TERMINAL_ROWS = 20;
+    private static final int FRAMES_MS = 1500;
+    private static final int TERMINAL_ROWS = 18;
     private static final int LINES_A_NOTCH = 5;
 
     private final Transcript transcript;
     private final Path files;
     private final Path pictures;
+    private final String userProgram;
     private Application nedit;
     private Application mousepad;
     private Application xterm;
 
-    private Demo(Transcript transcript, Path files, Path pictures) {
+    private Demo(Transcript transcript, Path files, Path pictures, String userProgram) {
         this.transcript = transcript;
         this.files = files;
         this.pictures = pictures;
+        this.userProgram = userProgram;
     }
 
     public static void main(String[] arguments) throws Exception {
@@ -52,8 +56,9 @@ public final class Demo {
             final Rectangle screen = NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
             transcript.heading(String.format("Display %s, %d x %d pixels, keyboard map %s", System.getenv("DISPLAY"),
                 screen.width, screen.height, arguments[2].isEmpty() ? "as it is" : arguments[2]));
-            new Demo(transcript, Path.of(arguments[0]), pictures).play();
+            new Demo(transcript, Path.of(arguments[0]), pictures, arguments[4]).play();
             new Sharing(transcript, arguments[3]).play();
+            new Messages(transcript).play();
             new Inside(transcript, Path.of(arguments[0]), pictures).play();
             System.exit(transcript.summary() ? 0 : 1);
         }
@@ -70,17 +75,18 @@ public final class Demo {
         transcript.note("nedit knows no UTF-8: it keeps the bytes as they are and shows each as a Latin-1 character");
         writeLetter(mousepad, "mousepad.txt");
         writeLetterInTerminal();
-        picture("2-typed");
+        pictureOfLetters();
         useMouse(nedit, "nedit.txt");
         useMouse(mousepad, "mousepad.txt");
         useMouseInTerminal();
         picture("4-mouse");
+        new Playback(transcript, mousepad, files.resolve("mousepad.txt"), userProgram).play();
         closePrograms();
         picture("5-after");
     }
 
     private void startPrograms() {
-        transcript.heading("Start");
+        transcript.heading("Start programs with exec");
         transcript.step("nedit, a Motif editor", () -> {
             nedit = Application.start(files, "nedit");
             return Desktop.captionOf(nedit.window());
@@ -131,7 +137,7 @@ public final class Demo {
         transcript.step("resize mousepad to 600 x 420", () -> {
             final Point corner = Desktop.frameOf(mousepad.window()).nativeGetRectangle().getLocation();
             mousepad.window().moveWindow(corner.x, corner.y, 600, 420);
-            Expect.equal("size of the window", new Dimension(600, 420), () -> sizeOf(mousepad));
+            Expect.equal("size of the window", new Dimension(600, 420), () -> mousepad.size());
             return Desktop.describe(mousepad.window().nativeGetRectangle());
         });
         transcript.step("raise mousepad, then xterm, where they overlap", () -> {
@@ -161,9 +167,9 @@ public final class Demo {
 
     private void moveTo(Application program, int x, int y) {
         transcript.step("move " + program.name() + "'s frame to " + x + "," + y, () -> {
-            final Dimension size = sizeOf(program);
+            final Dimension size = program.size();
             program.moveFrame(x, y);
-            Expect.equal("size of the window", size, () -> sizeOf(program));
+            Expect.equal("size of the window", size, () -> program.size());
             return "the window in it is " + Desktop.describe(program.window().nativeGetRectangle());
         });
     }
@@ -172,7 +178,7 @@ public final class Demo {
         transcript.heading("Write a letter in " + editor.name());
         clickIntoText(editor);
         typeLetter(editor);
-        transcript.step("save with ^s, answer the dialog with " + file, () -> {
+        editor.step(transcript, "save with ^s, answer the dialog with " + file, () -> {
             editor.answerDialog("^s", file);
             return "";
         });
@@ -182,13 +188,13 @@ public final class Demo {
     private void writeLetterInTerminal() {
         transcript.heading("Write a letter in xterm");
         clickIntoText(xterm);
-        transcript.step("start cat > xterm.txt", () -> {
+        xterm.step(transcript, "start cat > xterm.txt", () -> {
             xterm.type("cat > xterm.txt\n");
             Expect.soon("the shell opened the file", () -> files.resolve("xterm.txt").toFile().exists());
             return "";
         });
         typeLetter(xterm);
-        transcript.step("end it with ^d", () -> {
+        xterm.step(transcript, "end it with ^d", () -> {
             xterm.keys("^d");
             return "";
         });
@@ -196,7 +202,7 @@ public final class Demo {
     }
 
     private void clickIntoText(Application program) {
-        transcript.step("click into the text area", () -> {
+        program.step(transcript, "click into the text area", () -> {
             program.window().nativeBringToTop();
             program.awaitWindowManager();
             program.click(40, program.textArea().nativeGetRectangle().height / 2, 1);
@@ -207,7 +213,7 @@ public final class Demo {
     }
 
     private void typeLetter(Application program) {
-        transcript.step("type " + LETTER.length() + " characters", () -> {
+        program.step(transcript, "type " + LETTER.length() + " characters", () -> {
             final Instant start = Instant.now();
             program.type(LETTER);
             return String.format("%.0f a second", LETTER.length() / Transcript.secondsSince(start));
@@ -233,14 +239,14 @@ public final class Demo {
         final int bottom = area.height - 10;
         final int middle = area.height / 2;
 
-        transcript.step("make the text longer than the window with ^a^c and ten times ^v", () -> {
+        editor.step(transcript, "make the text longer than the window with ^a^c and ten times ^v", () -> {
             editor.window().nativeBringToTop();
             editor.keys("^a^c^{END}{RIGHT}^{v 10}^s");
             text.append(LETTER.repeat(10));
             Expect.fileHolds(file, text.toString());
             return text.toString().lines().count() + " lines";
         });
-        transcript.step("turn the wheel: clicks at one height meet different lines", () -> {
+        editor.step(transcript, "turn the wheel: clicks at one height meet different lines", () -> {
             editor.keys("^{HOME}");
             mark(editor, file, "<top>");
             editor.click(40, middle, 1);
@@ -259,7 +265,7 @@ public final class Demo {
             text.replace(0, text.length(), saved);
             return "line " + before + ", then line " + after;
         });
-        transcript.step("double-click a word, copy it with ^c, paste it below", () -> {
+        editor.step(transcript, "double-click a word, copy it with ^c, paste it below", () -> {
             editor.keys("^{END}");
             editor.type("Kangaroo jumps high");
             editor.click(12, bottom, 2);
@@ -268,9 +274,10 @@ public final class Demo {
             Expect.fileHolds(file, text.toString());
             return "Kangaroo";
         });
-        transcript.step("drag over a line, cut it with ^x, paste it between brackets", () -> {
+        editor.step(transcript, "drag over a line, cut it with ^x, paste it between brackets", () -> {
             editor.type("A drag selects this line");
             editor.drag(new Point(2, bottom), new Point(area.width - 40, bottom));
+            editor.frame(FRAMES_MS, "what the drag has selected");
             Desktop.picture(pictures.resolve("3-drag-in-" + editor.name() + ".png"));
             editor.keys("^x");
             editor.type("<");
@@ -294,13 +301,14 @@ public final class Demo {
         transcript.heading("Use the mouse in xterm");
         final int above = 2 * LINES_A_NOTCH;
         final String topNumber = String.valueOf(200 - (TERMINAL_ROWS - 1) + 1 - above);
-        transcript.step("print the numbers to 200", () -> {
+        xterm.step(transcript, "print the numbers to 200", () -> {
             xterm.window().nativeBringToTop();
             xterm.type("seq 200; printf '\\033]0;counted\\007'\n");
             Expect.equal("caption, set by the last output", "counted", () -> Desktop.captionOf(xterm.window()));
             return "";
         });
-        transcript.step("wheel up " + above + " lines, double-click the top row, paste with the middle button", () -> {
+        final String step = "wheel up " + above + " lines, double-click the top row, paste with the middle button";
+        xterm.step(transcript, step, () -> {
             xterm.wheel(12, 10, 2);
             xterm.click(12, 10, 2);
             xterm.type("echo ");
@@ -315,11 +323,19 @@ public final class Demo {
         transcript.heading("Close through the window manager");
         for (Application program : programs()) {
             transcript.step("close " + program.name(), () -> {
-                program.close();
+                final int status = program.close();
                 Expect.soon("its window has gone", () -> !Desktop.isListed(program.window()));
-                return "its process has ended";
+                return "its process has ended with exit status " + status;
             });
         }
+    }
+
+    /** All three programs, with a frame around the text area of the one in front. */
+    private void pictureOfLetters() {
+        xterm.step(transcript, "screenshot", () -> {
+            xterm.frame(FRAMES_MS, "the same " + LETTER.length() + " characters, typed into three programs");
+            return Desktop.picture(pictures.resolve("2-typed.png"));
+        });
     }
 
     private void picture(String name) {
@@ -328,10 +344,6 @@ public final class Demo {
 
     private List<Application> programs() {
         return List.of(nedit, mousepad, xterm);
-    }
-
-    private static Dimension sizeOf(Application program) {
-        return program.window().nativeGetRectangle().getSize();
     }
 
     private static int lineOf(String mark, String text) {

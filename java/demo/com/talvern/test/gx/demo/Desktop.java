@@ -69,10 +69,7 @@ final class Desktop {
 
     /** Saves what the screen shows as a picture. */
     static String picture(Path file) throws Exception {
-        final Process grab = new ProcessBuilder("import", "-window", "root", file.toString()).inheritIO().start();
-        if (grab.waitFor() != 0) {
-            throw new AssertionError("import could not save " + file);
-        }
+        Program.run("import", "-window", "root", file.toString());
         return file.toString();
     }
 }

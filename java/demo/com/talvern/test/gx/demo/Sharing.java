@@ -52,7 +52,7 @@ final class Sharing {
 
     private void startPeers() {
         transcript.step("a second JVM finds the map by its name and puts an entry", () -> {
-            final Peer started = Peer.startJvm("the second JVM", name);
+            final Peer started = Peer.startJvm("the second JVM", JavaPeer.class, name);
             final String entry = putByPeer(started, "second-jvm");
             jvm = started;
             return entry;
