@@ -17,10 +17,15 @@ import java.util.List;
 final class Widgets {
     private Widgets() {}
 
-    /** @param window the first menu bar in it, or of all when there is none, is wanted; 0 for the first of all */
+    /**
+     * A menu bar that can be clicked on: a program that starts has one before its window is on the screen.
+     *
+     * @param window the first menu bar in it, or of all when there is none, is wanted; 0 for the first of all
+     */
     static MenuView menuBar(long window) {
         NativeWindow place = window == 0 ? NativeWindow.nativeGetRootNativeWindow() : new NativeWindow(window);
-        return viewOf(place.nativeGetMenuBar());
+        Menu bar = place.nativeGetMenuBar();
+        return bar != null && new NativeWindow(bar.getHandle()).nativeIsShowing() ? viewOf(bar) : null;
     }
 
     static MenuView menu(long window) {

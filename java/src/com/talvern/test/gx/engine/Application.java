@@ -169,7 +169,7 @@ public final class Application implements AutoCloseable {
     /**
      * The first menu bar that the application has.
      *
-     * @return empty when it has none
+     * @return empty when it has none, or none that is on the screen
      */
     public Optional<MenuView> menuBar() {
         return menuBar(0);
@@ -179,7 +179,7 @@ public final class Application implements AutoCloseable {
      * The menu bar in a window, or the first that the application has when there is none in it.
      *
      * @param window an X window of the application
-     * @return empty when it has none
+     * @return empty when it has none, or it is not on the screen
      */
     public Optional<MenuView> menuBar(long window) {
         return ask(Operation.MENU_BAR, in -> in.add(window), perhaps(MenuView::read));
@@ -280,18 +280,27 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Opens the menu behind an item by a click on it, and waits until it shows.
+     * Opens the menu behind an item by a click on it, and waits until it shows. When the item moves meanwhile, as the
+     * window manager places a new window, it is clicked on again where it is then.
      *
      * @param menu a menu bar, or a menu that is open
      * @param item the text of one of its items
      * @return the menu that has opened
      */
     public MenuView open(MenuView menu, String item) {
-        MenuView.Item opener = menu.item(item);
-        click(opener.bounds());
-        return await("the menu of " + item, () -> menu(menu.window())
-            .map(now -> now.items().get(opener.index()).popup())
-            .flatMap(popup -> popup == 0 ? Optional.empty() : menu(popup)));
+        Rectangle[] clicked = new Rectangle[1];
+        return await("the menu of " + item, () -> {
+            Optional<MenuView.Item> now = menu(menu.window()).map(view -> view.item(item));
+            long popup = now.map(MenuView.Item::popup).orElse(0L);
+            if (popup != 0) {
+                return menu(popup);
+            }
+            now.map(MenuView.Item::bounds).filter(bounds -> !bounds.equals(clicked[0])).ifPresent(bounds -> {
+                click(bounds);
+                clicked[0] = bounds;
+            });
+            return Optional.empty();
+        });
     }
 
     /**
