@@ -105,7 +105,7 @@ class EngineTest {
         FileDialogView dialog = application.awaitFileDialog();
         String name = "/tmp/Gr\u00fc\u00dfe " + "x".repeat(300);
         application.setFile(dialog, name);
-        application.click(dialog.ok());
+        application.confirm(dialog);
         assertEquals("file " + name, output.readLine());
         assertTrue(application.fileDialogs().isEmpty());
         application.setFile(dialog, "nobody reads this"); // the dialog does not show any more

@@ -17,26 +17,28 @@ import javax.tools.ToolProvider;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
-/** Compiles and runs the example of the README as it stands there. */
+/** Compiles and runs the examples of the README as they stand there. */
 class ReadmeExampleTest {
     @TempDir Path folder;
 
-    private void compileExample() throws Exception {
+    /** Compiles the example that is the class of that name. */
+    private void compile(String name) throws Exception {
         String readme = Files.readString(Path.of(System.getProperty("gx.source"), "README.md"));
-        Matcher code = Pattern.compile("```java\n(.*?)```", Pattern.DOTALL).matcher(readme);
-        assertTrue(code.find(), "no example in the README");
-        Path source = Files.writeString(folder.resolve("Example.java"), code.group(1));
+        Matcher code = Pattern.compile("```java\n((?:(?!```).)*?public class " + name + " .*?)```", Pattern.DOTALL)
+                .matcher(readme);
+        assertTrue(code.find(), "no such example in the README");
+        Path source = Files.writeString(folder.resolve(name + ".java"), code.group(1));
         int result = ToolProvider.getSystemJavaCompiler()
                 .run(null, System.out, System.err, "-cp", System.getProperty("gx.jar"), source.toString());
         assertEquals(0, result, "the example does not compile");
     }
 
-    private String outputOfExample() throws Exception {
+    private String outputOf(String name, String... arguments) throws Exception {
         ByteArrayOutputStream output = new ByteArrayOutputStream();
         PrintStream before = System.out;
         try (URLClassLoader loader = new URLClassLoader(new URL[] {folder.toUri().toURL()})) {
             System.setOut(new PrintStream(output, true, StandardCharsets.UTF_8));
-            loader.loadClass("Example").getMethod("main", String[].class).invoke(null, (Object) new String[0]);
+            loader.loadClass(name).getMethod("main", String[].class).invoke(null, (Object) arguments);
         } finally {
             System.setOut(before);
         }
@@ -52,17 +54,26 @@ class ReadmeExampleTest {
 
     @Test
     void itListsAWindowAndTypesIntoIt() throws Exception {
-        compileExample();
+        compile("Example");
         Path typed = folder.resolve("typed");
         Process terminal = new ProcessBuilder("xterm", "-T", "A terminal", "-e", "cat > " + typed).inheritIO().start();
         try {
             waitUntil(() -> Files.exists(typed) && new NativeTopLevelWindow(0).getOwnedWindows().length == 1);
-            String output = outputOfExample();
+            String output = outputOf("Example");
             assertTrue(output.startsWith("XTerm xterm, \"A terminal\", java.awt.Rectangle["), output);
             waitUntil(() -> typed.toFile().length() > 0);
             assertEquals("Hello, gxsys!\n", Files.readString(typed));
         } finally {
             terminal.destroyForcibly();
         }
+    }
+
+    @Test
+    void itOpensAFileThroughTheMenuOfAnUnmodifiedProgram() throws Exception {
+        compile("OpenFile");
+        Path file = Files.writeString(folder.resolve("letter.txt"), "Dear reader");
+        // nedit takes names in the directory that its dialog shows.
+        String output = outputOf("OpenFile", Path.of("").toAbsolutePath().relativize(file).toString());
+        assertTrue(output.startsWith("Open File: [") && output.contains(", letter.txt - "), output);
     }
 }

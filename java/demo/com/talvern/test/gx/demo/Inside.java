@@ -91,13 +91,13 @@ final class Inside {
         });
         final Path file = files.resolve("inside.txt");
         transcript.step("put the name into its text field, on the application's own GUI thread", () -> {
-            application.setFile(dialog[0], file.getFileName().toString()); // nedit takes no path here
+            application.setFile(dialog[0], file.getFileName().toString()); // in the directory that it shows
             Spotlight.say(dialog[0].file(), "setFile");
             Spotlight.frames(List.of(dialog[0].file(), dialog[0].ok(), dialog[0].cancel()), FRAMES_MS);
             return Desktop.picture(pictures.resolve("7-nedit-dialog.png"));
         });
         transcript.step("click on OK; the file is on the disk", () -> {
-            click(dialog[0].ok(), "OK");
+            confirm(dialog[0]);
             return Expect.fileWith(file, SENTENCE).strip();
         });
     }
@@ -168,7 +168,7 @@ final class Inside {
             click(application.contextMenu().orElseThrow().item("Open...").bounds(), "Open...");
             final FileDialogView dialog = application.awaitFileDialog();
             application.setFile(dialog, pdf.toString());
-            click(dialog.ok(), "OK");
+            confirm(dialog);
             return awaitCaption("sample.pdf");
         });
     }
@@ -214,6 +214,11 @@ final class Inside {
     private void click(Rectangle box, String what) {
         Spotlight.flash(box, "click on " + what);
         application.click(box);
+    }
+
+    private void confirm(FileDialogView dialog) {
+        Spotlight.flash(dialog.ok(), "click on OK");
+        application.confirm(dialog);
     }
 
     private static void keys(String keys) {

@@ -116,7 +116,18 @@ final class Widgets {
     }
 
     private static FileDialogView viewOf(FileDialog dialog) {
-        return new FileDialogView(dialog.getHandle(), dialog.nativeGetWindowCaption(), dialog.getOKRectangle(),
-            dialog.getCancelRectangle(), dialog.getFileRectangle());
+        return new FileDialogView(dialog.getHandle(), frameOf(dialog).nativeGetWindowCaption(),
+            dialog.getOKRectangle(), dialog.getCancelRectangle(), dialog.getFileRectangle());
+    }
+
+    /** The window manager's frame answers for the caption of the window in it; without one a window is its own. */
+    private static NativeWindow frameOf(NativeWindow window) {
+        NativeWindow root = NativeWindow.nativeGetRootNativeWindow();
+        NativeWindow frame = window;
+        for (NativeWindow parent = window; parent != null && !parent.equals(root);
+                parent = parent.nativeGetParentWindow()) {
+            frame = parent;
+        }
+        return frame;
     }
 }

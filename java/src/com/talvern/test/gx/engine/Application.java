@@ -26,7 +26,7 @@ import java.util.function.Supplier;
  *     nedit.choose("File", "Open...");
  *     FileDialogView dialog = nedit.awaitFileDialog();
  *     nedit.setFile(dialog, "/etc/hostname");
- *     nedit.click(dialog.ok());
+ *     nedit.confirm(dialog);
  * }
  * }</pre>
  *
@@ -261,6 +261,18 @@ public final class Application implements AutoCloseable {
             List<FileDialogView> dialogs = fileDialogs();
             return dialogs.isEmpty() ? Optional.empty() : Optional.of(dialogs.get(dialogs.size() - 1));
         });
+    }
+
+    /**
+     * Clicks on OK in a file dialog and waits until the dialog has gone.
+     *
+     * @param dialog the dialog
+     * @throws ApplicationException.NotInTime it is still there, perhaps with another dialog that says why
+     */
+    public void confirm(FileDialogView dialog) {
+        click(dialog.ok());
+        await("its window without the file dialog", () -> fileDialogs().stream()
+            .anyMatch(open -> open.window() == dialog.window()) ? Optional.empty() : Optional.of(dialog));
     }
 
     /**
