@@ -20,7 +20,7 @@ final class Application {
 
     private final Program program;
     private final NativeTopLevelWindow window;
-    private String announced = "";
+    private String said = "";
 
     private Application(Program program, NativeTopLevelWindow window) {
         this.program = program;
@@ -49,8 +49,8 @@ final class Application {
     /** A step of the transcript that a text below the window tells of, while mouse and keys are used. */
     void step(Transcript transcript, String what, Transcript.Step step) {
         transcript.step(what, () -> {
-            announced = what;
-            Spotlight.say(window.nativeGetRectangle(), what);
+            said = what;
+            say();
             try {
                 return step.run();
             } finally {
@@ -101,20 +101,24 @@ final class Application {
         awaitWindowManager();
     }
 
-    /** Flashes a frame around the text area, with what the step does below it. @return the text area */
+    /** Flashes a frame around the text area before the mouse is used in it. @return the text area */
     private NativeWindow flash() {
         Spotlight.off();
         final NativeWindow area = textArea();
-        Spotlight.flash(frameAround(area), announced);
+        say();
+        Spotlight.flash(frameAround(area));
         return area;
     }
 
-    /** Frames the text area for so many milliseconds and says something below it, for a picture. */
-    void frame(int milliseconds, String what) {
+    /** Frames the text area for so many milliseconds, so that a picture can be taken meanwhile. */
+    void frame(int milliseconds) {
         Spotlight.off();
-        final Rectangle box = frameAround(textArea());
-        Spotlight.frames(List.of(box), milliseconds);
-        Spotlight.say(box, what);
+        Spotlight.frames(List.of(frameAround(textArea())), milliseconds);
+        say();
+    }
+
+    private void say() {
+        Spotlight.sayBelow(window.nativeGetRectangle(), said);
     }
 
     /** Around the area rather than on it: what is clicked at its edge is not the frame. */

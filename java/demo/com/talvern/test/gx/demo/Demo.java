@@ -30,7 +30,7 @@ public final class Demo {
         Greek: Καλημέρα κόσμε
         Chinese: 你好世界
         """;
-    private static final int FRAMES_MS = 1500;
+    private static final int FRAMES_MS = 1200;
     private static final int TERMINAL_ROWS = 18;
     private static final int LINES_A_NOTCH = 5;
 
@@ -277,7 +277,7 @@ public final class Demo {
         editor.step(transcript, "drag over a line, cut it with ^x, paste it between brackets", () -> {
             editor.type("A drag selects this line");
             editor.drag(new Point(2, bottom), new Point(area.width - 40, bottom));
-            editor.frame(FRAMES_MS, "what the drag has selected");
+            editor.frame(FRAMES_MS);
             Desktop.picture(pictures.resolve("3-drag-in-" + editor.name() + ".png"));
             editor.keys("^x");
             editor.type("<");
@@ -332,8 +332,8 @@ public final class Demo {
 
     /** All three programs, with a frame around the text area of the one in front. */
     private void pictureOfLetters() {
-        xterm.step(transcript, "screenshot", () -> {
-            xterm.frame(FRAMES_MS, "the same " + LETTER.length() + " characters, typed into three programs");
+        xterm.step(transcript, "screenshot of the same " + LETTER.length() + " characters in three programs", () -> {
+            xterm.frame(FRAMES_MS);
             return Desktop.picture(pictures.resolve("2-typed.png"));
         });
     }

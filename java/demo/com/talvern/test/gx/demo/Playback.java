@@ -87,7 +87,7 @@ final class Playback {
             }
             return "getNextEvent answered " + NativePlayerThread.STOP + ", stopped after " + typed + " characters";
         });
-        editor.step(transcript, "that is what the editor has; the key, which makes it fill the screen, never came", () -> {
+        editor.step(transcript, "the editor has that text and has not seen the key, which would maximize it", () -> {
             editor.keys("^s");
             // What is typed while the hot key is down goes to the player.
             final String sure = TEXT.substring(0, typed - 2 * PIECE);
@@ -111,10 +111,10 @@ final class Playback {
             }
             return "getNextEvent still waits after " + SILENCE_MS + " ms";
         });
-        editor.step(transcript, "the user presses " + PAUSE_KEY + ", the key that pauses", () ->
-            userPresses(PAUSE_KEY, NativePlayerThread.PAUSE));
-        editor.step(transcript, "the user presses " + STOP_KEY + ", which is not taken for the one that was typed", () ->
-            userPresses(STOP_KEY, NativePlayerThread.STOP));
+        editor.step(transcript, "the user presses " + PAUSE_KEY + ", the key that pauses",
+            () -> userPresses(PAUSE_KEY, NativePlayerThread.PAUSE));
+        editor.step(transcript, "the user presses " + STOP_KEY + ", which is not taken for the one that was typed",
+            () -> userPresses(STOP_KEY, NativePlayerThread.STOP));
         transcript.step("end the playback: the thread that listens ends", () -> {
             end();
             return "";

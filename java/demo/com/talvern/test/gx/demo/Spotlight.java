@@ -14,9 +14,11 @@ final class Spotlight {
     private static final int BESIDE = 12;
     /** More than any text of the demo is wide. */
     private static final int ROOM = 250;
+    private static final int HEIGHT = 40;
     private static final Rectangle SCREEN = NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
 
     private static final long TOOLTIP = NativeTooltipWindow.create(0, 0, "gxsys", false);
+    private static Highlighter last;
 
     private Spotlight() {}
 
@@ -26,23 +28,50 @@ final class Spotlight {
      */
     static void say(Rectangle box, String text) {
         final int right = box.x + box.width + BESIDE;
-        NativeTooltipWindow.setText(TOOLTIP, text);
-        NativeTooltipWindow.move(TOOLTIP, right + ROOM < SCREEN.width ? right : box.x - ROOM, box.y);
+        put(right + ROOM < SCREEN.width ? right : box.x - ROOM, box.y, text);
+    }
+
+    /** Says what comes next below a rectangle of the screen, where there is room for long texts. */
+    static void sayBelow(Rectangle box, String text) {
+        put(box.x + BESIDE, Math.min(box.y + box.height + BESIDE, SCREEN.height - HEIGHT), text);
     }
 
     /** Says what comes next, flashes a frame around the control that it is done with, and returns when that is over. */
     static void flash(Rectangle box, String text) {
         say(box, text);
-        frame(box, FLASH_MS, FLASHES_MS).joinNativeThread();
+        flash(box);
     }
 
-    /** Frames that vanish by themselves after so many milliseconds, so that a picture can be taken meanwhile. */
+    /** Flashes a frame around a control and returns when that is over. */
+    static void flash(Rectangle box) {
+        awaitFrames();
+        last = frame(box, FLASH_MS, FLASHES_MS);
+        awaitFrames();
+    }
+
+    /**
+     * Frames that vanish by themselves after so many milliseconds, so that a picture can be taken meanwhile. The next
+     * frame waits for that.
+     */
     static void frames(List<Rectangle> boxes, int milliseconds) {
-        boxes.forEach(box -> frame(box, 0, milliseconds));
+        awaitFrames();
+        boxes.forEach(box -> last = frame(box, 0, milliseconds));
     }
 
     static void off() {
         NativeTooltipWindow.hide(TOOLTIP);
+    }
+
+    /** Frames that are made together vanish in their order. */
+    private static void awaitFrames() {
+        if (last != null) {
+            last.joinNativeThread();
+        }
+    }
+
+    private static void put(int x, int y, String text) {
+        NativeTooltipWindow.setText(TOOLTIP, text);
+        NativeTooltipWindow.move(TOOLTIP, x, y);
     }
 
     private static Highlighter frame(Rectangle box, int interval, int duration) {
