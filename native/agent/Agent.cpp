@@ -69,6 +69,10 @@ void* infest()
 bool startJavaAgent(void* spyPort)
 {
     JNIEnv* const env = CJavaThread::env();
+    if (!env) {
+        say("the GUI thread is not attached to the JVM: no agent in this program");
+        return false;
+    }
     const jmethodID start = env->GetStaticMethodID(CJavaThread::agent(), "start", "(JJZ)Ljava/lang/String;");
     const jobject failure =
         start ? env->CallStaticObjectMethod(CJavaThread::agent(), start, static_cast<jlong>(pthread_self()),

@@ -22,6 +22,15 @@ namespace {
 const std::string gxrun = GX_GXRUN;
 const std::string apps = GX_APPS_DIR "/";
 
+// The programs of test/apps are sanitized, too; the agent comes before the sanitizer, and faults are what
+// they test.
+[[maybe_unused]] const bool s_hasOptions =
+    GX_SANITIZED &&
+    setenv("ASAN_OPTIONS",
+           "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:"
+           "detect_leaks=0:quarantine_size_mb=1",
+           1) == 0;
+
 std::string contentOf(const std::string& path)
 {
     std::ostringstream content;

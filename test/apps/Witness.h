@@ -76,7 +76,7 @@ inline void printSignals()
 }
 
 /// Has the program's handler called. @return 10 times what it got, plus 1 for a fault, which nobody sent
-[[gnu::noinline]] inline int caught(int signal, bool isFault)
+[[gnu::noinline, gnu::no_sanitize("address", "undefined")]] inline int caught(int signal, bool isFault)
 {
     const int got = sigsetjmp(s_afterFault, 1);
     if (got == 0 && isFault)
