@@ -38,11 +38,17 @@ CHighlighter* CHighlighter::s_highlighter = nullptr;
 namespace {
 std::mutex s_mutex; // guards everything below, and all objects of this unit
 
-/// The timing threads that nobody has waited for yet. Never freed: at exit, threads may still be started.
+/// The timing threads that nobody has waited for yet. Not destroyed: at exit, threads may still be started.
+union CTimingThreads {
+    constexpr CTimingThreads() : list() {}
+    ~CTimingThreads() {}
+    std::vector<std::shared_ptr<CHighlighterThread>> list;
+};
+constinit CTimingThreads s_threads;
+
 std::vector<std::shared_ptr<CHighlighterThread>>& threads()
 {
-    static auto& s_threads = *new std::vector<std::shared_ptr<CHighlighterThread>>;
-    return s_threads;
+    return s_threads.list;
 }
 
 /// Gives back what threads that have ended still hold.

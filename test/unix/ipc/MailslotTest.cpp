@@ -133,7 +133,8 @@ TEST_F(MailslotTest, TellsAWaitingSenderWithinASecond)
         });
         receiver.wait();
         CChildProcess sender([&](CChildProcess& parent) {
-            EXPECT_EQ(what == Detached ? "" : Gone, failure(true));
+            const std::string told = failure(true); // an exiting receiver detaches first: either may be seen
+            EXPECT_TRUE(told == Gone ? what != Detached : told.empty() && what != Killed) << told;
             parent.pass();
         });
         receiver.wait();
