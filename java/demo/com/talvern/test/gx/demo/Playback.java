@@ -46,8 +46,8 @@ final class Playback {
         int event;
         do {
             event = player.getNextEvent();
-            if (event == NativePlayerThread.STOP) {
-                stopped = true;
+            if (event != NativePlayerThread.PAUSE) {
+                stopped = true; // by the user, or since the playback has ended
             }
             events.add(event);
         } while (event != NativePlayerThread.ENDED);
@@ -87,7 +87,7 @@ final class Playback {
             }
             return "getNextEvent answered " + NativePlayerThread.STOP + ", stopped after " + typed + " characters";
         });
-        editor.step(transcript, "the editor has that text and has not seen the key, which would maximize it", () -> {
+        editor.step(transcript, "the editor has that text and has not seen the key, by which it fills the screen", () -> {
             editor.keys("^s");
             // What is typed while the hot key is down goes to the player.
             final String sure = TEXT.substring(0, typed - 2 * PIECE);
