@@ -75,13 +75,20 @@ private:
     void refreshKeys();
     void moveGrabs();
     std::optional<int> poll(HotKeyCounter& stops, HotKeyCounter& pauses);
-    std::optional<int> keyPressed(unsigned code, HotKeyCounter& stops, HotKeyCounter& pauses);
+    std::optional<int> keyPressed(unsigned code, uint32_t time, HotKeyCounter& stops, HotKeyCounter& pauses);
     bool takeCounts(unsigned code, HotKeyCounter& stops, HotKeyCounter& pauses) const;
+    bool isTyped(unsigned code, uint32_t time) const;
     void noticeRelease();
+
+    /// A hot key that the library pressed and nobody has released yet.
+    struct CTypedKey {
+        unsigned m_code = 0; ///< 0: none
+        uint32_t m_time = 0; ///< of the press that was counted, in milliseconds of the server's clock
+    };
 
     static std::atomic<Player*> s_player;
 
     std::atomic<int> m_started = 0;
-    CHotKeyCodes m_keys;   ///< that are grabbed while started
-    unsigned m_typing = 0; ///< code of the hot key that the library pressed and nobody has released yet
+    CHotKeyCodes m_keys; ///< that are grabbed while started
+    CTypedKey m_typed;
 };

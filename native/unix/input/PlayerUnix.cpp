@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "XErrors.h"
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 
 namespace {
@@ -87,6 +88,15 @@ void ungrabKeyboard()
         XUngrabKeyboard(display, CurrentTime);
         XSync(display, False);
     }
+}
+
+/// Milliseconds after which the server repeats a key that stays down.
+unsigned repeatDelay()
+{
+    unsigned delay = 0;
+    unsigned interval = 0;
+    XkbGetAutoRepeatRate(s_display, XkbUseCoreKbd, &delay, &interval);
+    return delay;
 }
 
 /// @return whether the press that has been seen was counted as the library's own
@@ -193,7 +203,8 @@ std::optional<int> Player::poll(HotKeyCounter& stops, HotKeyCounter& pauses)
         XNextEvent(s_display, &event);
         if (event.type != KeyPress)
             continue;
-        if (const std::optional<int> answer = keyPressed(event.xkey.keycode, stops, pauses))
+        if (const std::optional<int> answer =
+                keyPressed(event.xkey.keycode, static_cast<uint32_t>(event.xkey.time), stops, pauses))
             return answer;
     }
     noticeRelease();
@@ -201,21 +212,25 @@ std::optional<int> Player::poll(HotKeyCounter& stops, HotKeyCounter& pauses)
 }
 
 /// The program under test must receive what is typed next, so the keyboard is given back at once.
-std::optional<int> Player::keyPressed(unsigned code, HotKeyCounter& stops, HotKeyCounter& pauses)
+std::optional<int> Player::keyPressed(unsigned code, uint32_t time, HotKeyCounter& stops,
+                                      HotKeyCounter& pauses)
 {
     ungrab(m_keys.m_stop);
     ungrab(m_keys.m_pause);
     ungrabKeyboard();
     if (!m_keys.contain(code))
         return std::nullopt; // pressed while a hot key was down; the next press of a hot key grabs both again
-    if (takeCounts(code, stops, pauses))
-        m_typing = code;
-    else if (code != m_typing && code == m_keys.m_stop)
-        return StopPressed;
+    if (takeCounts(code, stops, pauses)) {
+        m_typed = {code, time};
+    } else if (!isTyped(code, time)) {
+        m_typed = {};
+        if (code == m_keys.m_stop)
+            return StopPressed;
+        grab(m_keys);
+        return PausePressed;
+    }
     grab(m_keys);
-    if (code == m_typing)
-        return std::nullopt;
-    return PausePressed;
+    return std::nullopt;
 }
 
 /// @return whether a press was counted as the library's own. A key that is on both hot keys is counted for
@@ -227,16 +242,25 @@ bool Player::takeCounts(unsigned code, HotKeyCounter& stops, HotKeyCounter& paus
     return stop || pause;
 }
 
-/// A key that stays down is pressed again and again by the server, but was counted once: until it is up, its
-/// presses are not the user's. What came before it was up is handled first.
+/// A key that stays down is pressed again and again by the server, but was counted once. What comes sooner
+/// than the server repeats a key is a press by the user after a release that noticeRelease was too late for;
+/// the second press that goes with each typed hot key never comes, as servers leave out a press of a key that
+/// is down.
+bool Player::isTyped(unsigned code, uint32_t time) const
+{
+    return code == m_typed.m_code && time - m_typed.m_time >= repeatDelay();
+}
+
+/// From now on a press is the user's. What came before it was up is handled first.
 void Player::noticeRelease()
 {
-    if (m_typing == 0 || !s_display)
+    if (m_typed.m_code == 0 || !s_display)
         return;
     char down[32];
     XQueryKeymap(s_display, down);
-    if (!(down[m_typing / 8] >> (m_typing % 8) & 1) && XEventsQueued(s_display, QueuedAlready) == 0)
-        m_typing = 0;
+    if (!(down[m_typed.m_code / 8] >> (m_typed.m_code % 8) & 1) &&
+        XEventsQueued(s_display, QueuedAlready) == 0)
+        m_typed = {};
 }
 
 void Player::pauseHooks()
