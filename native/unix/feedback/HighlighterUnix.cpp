@@ -208,6 +208,8 @@ void runHighlighter(CHighlighterThread& timing)
 {
     auto lock = CHighlighter::lock();
     runTiming(timing, lock);
+    if (!timing.stop)
+        CHighlighter::forgetCurrent(); // whichever it is: engines make a new frame once the last has gone
     timing.highlighter->destroy();
     delete timing.highlighter;
     timing.ended = true;

@@ -6,7 +6,8 @@
 /// connection of this unit's own, opened when the library is loaded and closed at exit; without a server
 /// nothing is shown.
 ///
-/// One frame is the current one, the last that was made: the only one that Java can reach.
+/// One frame is the current one, the last that was made: the only one that Java can reach. When the time of a
+/// timed frame is over, there is no current one any more, be it that frame or another.
 ///
 /// Threads. Frames are shared by the threads that call from Java and by one timing thread for each timed
 /// frame. Everything here wants the lock that CHighlighter::lock() gives, except isHighlighter, which takes
@@ -33,8 +34,7 @@ public:
     /// Makes a frame, shows it and makes it the current one. Allocate it with new: a timed frame is deleted
     /// by its thread.
     /// @param x          pixels of the root window, as y, width and height; the outer edge. A frame without
-    /// an area is
-    ///                   parked just off the screen.
+    ///                   an area is parked just off the screen.
     /// @param red        0 to 255, as green and blue
     /// @param thickness  of the line, in pixels; 1 where twice as much does not fit
     /// @param interval   milliseconds after which the frame changes between hidden and shown; 0: it does not

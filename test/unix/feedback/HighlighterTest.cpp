@@ -150,10 +150,18 @@ TEST(Highlighter, OnlyTheLastFrameCanBeReached)
     timed.remove();
     EXPECT_TRUE(watcher.viewable(timed.window));
     EXPECT_TRUE(watcher.isGone(timed.window));
-    EXPECT_TRUE(last.isVisible()); // although the other's end came later
+    EXPECT_FALSE(last.isVisible()); // the end of any timed frame leaves no current one
+    EXPECT_TRUE(watcher.viewable(last.window));
+    XDestroyWindow(watcher.display(), last.window);
+}
+
+TEST(Highlighter, AFrameThatSomebodyElseDestroysIsSurvived)
+{
+    CWatcher watcher;
+    CTraceCapture trace;
+    const CFrame last(10, 10, 60, 60);
     XDestroyWindow(watcher.display(), last.window);
     watcher.sync();
-    CTraceCapture trace;
     EXPECT_FALSE(last.isVisible());
     last.move(1, 1, 10, 10);
     last.remove();

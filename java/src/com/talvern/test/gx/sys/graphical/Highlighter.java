@@ -17,7 +17,8 @@ import java.awt.Rectangle;
  * }</pre>
  *
  * <p><b>The current frame.</b> Only the frame that was made last can be reached. Making another one leaves the older one
- * on the screen: destroy it before, or let it go by itself. Calls for a frame that is not the current one, be it
+ * on the screen: destroy it before, or let it go by itself. When a timed frame goes, whichever frame is the current one
+ * then cannot be reached any more either: wait with {@link #joinNativeThread} before making one that stays. Calls for a frame that is not the current one, be it
  * replaced, destroyed or gone by itself, do nothing and answer false or 0. That holds without an X server too.
  *
  * <p><b>Units.</b> Pixels of the screen for the outer edge of the frame, and milliseconds. Any thread may call.
