@@ -19,8 +19,8 @@
 /// of the root window.
 ///
 /// Any thread may call; the calls send their requests and return, and the drawing thread follows. Text, place
-/// and measured size are guarded by a mutex, held for no request. Without a
-/// server, or once it has gone, nothing is shown.
+/// and measured size are guarded by a mutex, held for no request. Without a server, or once it has gone,
+/// nothing is shown.
 ///
 /// Once the window is made, all requests go by XCB, over Xlib's connection. Xlib would exit when the
 /// connection is lost, as when a user kills the window, and its errors would be up to the host's handler;
@@ -30,7 +30,7 @@ public:
     /// Makes a window that is not mapped yet, and small and off the screen until it is drawn first: by the
     /// first move() or changeText().
     /// @param x     where it appears when the text changes before any move()
-    /// @param text  null counts as empty
+    /// @param text  null counts as empty; the flag after it has no meaning
     CInfoWindow(int x, int y, const char* text, bool);
     ~CInfoWindow() { destroy(); }
     CInfoWindow(const CInfoWindow&) = delete;
@@ -67,8 +67,8 @@ private:
     xcb_gcontext_t m_gc = 0; ///< Xlib's would hold memory that a lost connection cannot give back
     Window m_window = 0;
     Display* m_display;
-    xcb_connection_t* m_connection =
-        nullptr;        ///< of the display, once there is a window; null again after destroy()
+    /// Of the display, once there is a window; null again after destroy().
+    xcb_connection_t* m_connection = nullptr;
     std::string m_text; ///< Latin-1
     int m_textWidth = 0;
     int m_textHeight = 0;
