@@ -121,10 +121,10 @@ TEST(Highlighter, GoesByItselfWhenItsTimeHasCome)
     constexpr struct {
         int interval, duration;
         const char* events;
-        int atLeast, atMost; // milliseconds, coarse: others use this machine too
-    } rows[] = {{0, 300, "mud", 300, 900},  {200, 500, "mumud", 600, 1200},
-                {100, 0, "mud", 0, 300},    {0, 1500, "mud", 1000, 1450}, // the rest of 500 modulo 1 second
-                {-5, 100, "mud", 100, 600}, {5000, 100, "mud", 5000, 9000}};
+        int atLeast; // milliseconds
+    } rows[] = {{0, 300, "mud", 300},    {200, 500, "mumud", 600}, {100, 0, "mud", 0},
+                {-5, 100, "mud", 100},   {0, 1999, "mud", 1000}, // the rest of 999 modulo 1 second
+                {1999, 100, "mud", 1000}};
     CWatcher watcher;
     CTraceCapture trace;
     for (const auto& row : rows) {
@@ -134,7 +134,7 @@ TEST(Highlighter, GoesByItselfWhenItsTimeHasCome)
         frame.join();
         const auto taken = (std::chrono::steady_clock::now() - start) / 1ms;
         EXPECT_LE(row.atLeast, taken);
-        EXPECT_GE(row.atMost, taken);
+        EXPECT_GT(row.atLeast + 990, taken); // coarse: others use this machine too
         EXPECT_TRUE(watcher.isGone(frame.window));
         EXPECT_EQ(row.events, watcher.events(frame.window));
         EXPECT_FALSE(frame.isVisible());
