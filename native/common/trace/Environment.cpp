@@ -1,8 +1,10 @@
 #include "Environment.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <list>
 #include <mutex>
 #include <pthread.h>
 #include <set>
@@ -35,9 +37,29 @@ std::optional<std::string> valueOf(const char* name)
     return value ? std::optional<std::string>(value) : std::nullopt;
 }
 
+/// Adds an entry behind all others. The C library would move the array and free the old one, which threads
+/// that read a variable at this moment walk over. Here every array stays.
+void append(char* entry)
+{
+    static auto& arrays = *new std::list<std::vector<char*>>(1);
+    size_t count = 0;
+    while (environ && environ[count])
+        ++count;
+    if (environ != arrays.back().data() || count + 2 > arrays.back().size()) {
+        std::vector<char*>& larger = arrays.emplace_back(2 * count + 32);
+        std::copy_n(environ, count, larger.begin());
+        std::atomic_ref(environ).store(larger.data());
+    }
+    std::atomic_ref(environ[count]).store(entry);
+}
+
 bool put(const char* name, std::string_view value)
 {
-    return putenv(kept(std::string(name).append("=").append(value))) == 0;
+    char* const entry = kept(std::string(name).append("=").append(value));
+    if (std::getenv(name))
+        return putenv(entry) == 0;
+    append(entry);
+    return true;
 }
 } // namespace
 

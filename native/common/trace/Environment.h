@@ -9,14 +9,14 @@
 /// one lock covers them, so they never see each other half-way. A child that is forked meanwhile finds it
 /// free.
 ///
-/// The C library guards its environment by no lock that a reader takes. A host's own getenv, or a walk over
-/// `environ`, can therefore still race with a change made here:
-///  - the array of entries moves when a variable is added, so that a reader may walk over freed memory;
-///  - a variable's removal moves the entries behind it up, so that a reader may miss one of them.
-/// Replacing the value of a variable is one store and harms no reader, and the text of a value that was read
-/// stays valid: what is set here lives until the process ends. Set variables before other threads start, or
-/// set them once (to any value) while there is one thread. The JVM reads its environment only once, when Java
-/// first asks for it: System.getenv does not see what is set here.
+/// A host's own getenv, which takes no lock, may be called at any time as well: adding a variable and
+/// replacing a value are one store each, and what was read stays valid, for arrays of entries and texts that
+/// are set here live until the process ends. Two things are not covered:
+///  - a variable's removal moves the entries behind it up, so that such a reader may miss one of them;
+///  - of a variable added here and one that the host adds by setenv or putenv at the same moment, one may be
+///    lost.
+/// The JVM reads its environment only once, when Java first asks for it: System.getenv does not see what is
+/// set here.
 class CEnvironment {
 public:
     /// A copy of a variable's value; nothing when it is not set, or when `name` is null.

@@ -10,8 +10,8 @@
 struct CProcessStart {
     const char* command = nullptr;    ///< for the shell; only its first 1023 bytes count
     const char* workingDir = nullptr; ///< not given: that of this process
-    const char* stdoutPath =
-        nullptr; ///< appended to, created when missing; relative to this process's directory
+    /// Appended to, created when missing; relative to this process's directory.
+    const char* stdoutPath = nullptr;
     const char* stderrPath = nullptr; ///< the same for standard error
     bool keepFds = false; ///< false: the program has standard input, the two outputs, and no other
                           ///< descriptor; outputs without a path go to /dev/null
@@ -29,10 +29,9 @@ struct CProcessStart {
     ///
     /// @param error  receives why nothing was started; untouched otherwise
     /// @return the process id; -1 when nothing was started: no command, no process to be had, a directory
-    /// that
-    ///         cannot be entered, an output that cannot be opened, no shell, an environment that is too
-    ///         large. A command that the shell cannot run is started all the same and ends with status 127 or
-    ///         126.
+    ///         that cannot be entered, an output that cannot be opened, no shell, an environment that is too
+    ///         large. A command that the shell cannot run is started all the same and ends with status 127
+    ///         or 126.
     pid_t start(std::string& error) const;
 };
 

@@ -57,8 +57,8 @@ public final class OperatingSystem {
      * @param stdoutPath file that standard output is appended to, made when it is missing; relative to the directory of
      *     this JVM; null or empty: /dev/null, or, with {@code keepFds}, this JVM's standard output
      * @param stderrPath the same for standard error
-     * @param keepFds true: the program inherits every open descriptor that is not marked close-on-exec (a JVM marks
-     *     its own); false: only standard input and the two outputs
+     * @param keepFds true: the program inherits every open descriptor that is not marked close-on-exec, some of
+     *     this JVM's files among them; false: only standard input and the two outputs
      * @return always an object. Its process id is -1 when nothing was started, and its error message says why: no
      *     command, a directory that cannot be entered, an output that cannot be opened, no process or memory to be had,
      *     an environment that is too large. A command that the shell does not find or may not run counts as started and
@@ -145,8 +145,8 @@ public final class OperatingSystem {
 
     /**
      * Sets a variable for this process and the programs that it starts by {@link #exec}. {@link System#getenv(String)} and
-     * {@link ProcessBuilder} do not see it. The methods of this class may be used by many threads at once; other native
-     * code that reads the environment at the very moment when a variable is added is in danger, so add variables early.
+     * {@link ProcessBuilder} do not see it. The methods of this class may be used by many threads at once, and while other
+     * native code reads the environment; native code that changes it at the same moment is in danger.
      *
      * @param name its name; nothing happens when it is null, empty or has a "="
      * @param value its value; nothing happens when it is null
