@@ -76,6 +76,11 @@ void CMailslot::CMailbox::free()
 CMailslot::CMailslot(const CSpyMemRef& ref) : CSpyMemory(ref)
 {
     loadFromSpyMem();
+    // The list gives index 0 to nobody. In the set of the heap mutex it is that mutex, as is every index
+    // whose low 16 bits are 0: signals to a block that is no mailslot's would lock the heap for good.
+    const int index = handle().m_index;
+    if (!handle().isNull() && (index < 1 || index >= CSemaphoreList::Indices))
+        throw CInvalidSpyMemRef(m_ref);
 }
 
 void CMailslot::loadFromSpyMem()
@@ -128,7 +133,8 @@ bool CMailslot::giveEvents()
     const CSemaphoreHandle events = list.allocSemaphore(2);
     if (events.isNull())
         return false;
-    if (!CMailslotEvent(events).clear(CMailslotEvent::Message)) {
+    CMailslotEvent event(events);
+    if (!event.clear(CMailslotEvent::Message) || !event.clear(CMailslotEvent::Reply)) {
         list.freeSemaphore(events, 2);
         return false;
     }

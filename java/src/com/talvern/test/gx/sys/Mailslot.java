@@ -256,6 +256,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @throws CancellationException the thread was interrupted; it still is
      */
     public Object call(Object message, long timeoutMs) {
+        checkOpen();
         // The request is a vector: message; once answered, reply; and when it failed, text of the failure. The sender
         // frees it, and then whoever answers finds that it is gone.
         SpyVector request = newVector(4);
