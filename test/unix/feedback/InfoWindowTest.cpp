@@ -80,17 +80,20 @@ struct CUtf8 {
     ~CUtf8() { std::setlocale(LC_CTYPE, "C"); }
 };
 
-/// Another server for what is made while it lives.
-class COtherServer : public CXvfb {
+/// What DISPLAY names while it lives.
+class CDisplayName {
 public:
-    explicit COtherServer(const std::vector<std::string>& options) : CXvfb(options)
-    {
-        setenv("DISPLAY", name().c_str(), 1);
-    }
-    ~COtherServer() { setenv("DISPLAY", m_before.c_str(), 1); }
+    explicit CDisplayName(const std::string& name) { setenv("DISPLAY", name.c_str(), 1); }
+    ~CDisplayName() { setenv("DISPLAY", m_before.c_str(), 1); }
 
 private:
     const std::string m_before = std::getenv("DISPLAY");
+};
+
+/// Another server for what is made while it lives.
+struct COtherServer : CXvfb {
+    explicit COtherServer(const std::vector<std::string>& options) : CXvfb(options), m_name(name()) {}
+    const CDisplayName m_name;
 };
 } // namespace
 
@@ -224,7 +227,7 @@ TEST(InfoWindow, TheProcessOutlivesTheServer)
     server.reset();
     tooltip.changeText("still here");
     tooltip.hide();
-    setenv("DISPLAY", ":999", 1);
+    const CDisplayName none(":999");
     CInfoWindow nowhere(0, 0, "tip", false);
     nowhere.show();
     nowhere.move(1, 2);
