@@ -5,6 +5,7 @@ import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.Operation;
 import com.talvern.test.gx.engine.Values;
+import com.talvern.test.gx.sys.ApplicationNotRespondingException;
 import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.graphical.FileDialog;
 import java.awt.Point;
@@ -41,17 +42,33 @@ public final class RequestServer implements ApplicationService {
         mailslot.close();
     }
 
+    /** Goes on whatever comes: nobody would take this thread's place. */
     private void serve(GuiThread gui) {
-        for (Mailslot.Message message = mailslot.receive(); message != null; message = mailslot.receive()) {
+        boolean open = true;
+        while (open) {
             try {
-                answer(gui, Values.of(message.value()));
-                message.reply(true);
-            } catch (TimeoutException | CancellationException noAnswer) {
-                // The engine notices by itself that its time is over, or that the application ends.
-            } catch (Exception failure) {
-                message.fail(failure.toString()); // nobody hears it when the engine has given up and freed the request
+                open = serveNext(gui);
+            } catch (ApplicationNotRespondingException stopped) {
+                // A process that holds the lock of shared memory does not run: that took ten seconds. Try again.
             }
         }
+    }
+
+    /** @return false once the mailslot is closed */
+    private boolean serveNext(GuiThread gui) {
+        Mailslot.Message message = mailslot.receive();
+        if (message == null) {
+            return false;
+        }
+        try {
+            answer(gui, Values.of(message.value()));
+            message.reply(true);
+        } catch (TimeoutException | CancellationException | ApplicationNotRespondingException noAnswer) {
+            // The engine notices by itself that its time is over, or that the application ends.
+        } catch (Exception | LinkageError failure) {
+            message.fail(failure.toString()); // nobody hears it when the engine has given up and freed the request
+        }
+        return true;
     }
 
     private static void answer(GuiThread gui, Values request) throws Exception {
@@ -67,7 +84,7 @@ public final class RequestServer implements ApplicationService {
     /** @param end on the clock of {@link System#nanoTime}, which all processes of a machine share */
     private static <T> T onGuiThread(GuiThread gui, Callable<T> work, long end) throws Exception {
         try {
-            return gui.call(work, TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime()));
+            return gui.call(work, TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime()) + 1); // what is left counts
         } catch (ExecutionException failure) {
             throw failure.getCause() instanceof Exception cause ? cause : failure;
         }

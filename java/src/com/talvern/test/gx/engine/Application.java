@@ -11,12 +11,13 @@ import java.io.IOException;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.NoSuchElementException;
+import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
 import java.util.function.Consumer;
 import java.util.function.Function;
-import java.util.function.Supplier;
 
 /**
  * An application under test: a program that nobody here wrote, with an agent in it that answers for its widgets.
@@ -45,6 +46,9 @@ import java.util.function.Supplier;
  */
 public final class Application implements AutoCloseable {
     private static final Duration DEFAULT_START = Duration.ofSeconds(30);
+    private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
+    /** More than anybody waits, and few enough nanoseconds to count with. */
+    private static final Duration LONGEST = Duration.ofDays(365);
     private static final long FIRST_POLL_MS = 10;
     /** Asked more often, an application has too little time for what it is waited for. */
     private static final long LAST_POLL_MS = 160;
@@ -53,13 +57,19 @@ public final class Application implements AutoCloseable {
     private final ProcessHandle handle;
     private final Process process;
     private final Mailslot mailslot;
-    private volatile Duration timeout = Duration.ofSeconds(10);
+    private volatile Duration timeout;
 
-    private Application(String name, ProcessHandle handle, Process process, Mailslot mailslot) {
+    private Application(String name, ProcessHandle handle, Process process, Mailslot mailslot, Duration timeout) {
         this.name = name;
         this.handle = handle;
         this.process = process;
         this.mailslot = mailslot;
+        this.timeout = timeout;
+    }
+
+    /** The same application, asked by somebody with less time. */
+    private Application within(Duration limit) {
+        return new Application(name, handle, process, mailslot, limit);
     }
 
     /**
@@ -98,7 +108,8 @@ public final class Application implements AutoCloseable {
             program.command(command);
         }
         try {
-            return new Application(name, process.toHandle(), process, awaitAgent(name, process.toHandle(), limit));
+            return new Application(name, process.toHandle(), process, awaitAgent(name, process.toHandle(), limit),
+                DEFAULT_TIMEOUT);
         } catch (RuntimeException nobody) {
             process.destroyForcibly();
             throw nobody;
@@ -118,17 +129,17 @@ public final class Application implements AutoCloseable {
         ProcessHandle process = ProcessHandle.of(pid)
             .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
         return new Application(process.info().command().orElse(name), process, null,
-            awaitAgent(name, process, Duration.ZERO));
+            awaitAgent(name, process, Duration.ZERO), DEFAULT_TIMEOUT);
     }
 
     private static Mailslot awaitAgent(String name, ProcessHandle process, Duration limit) {
-        long start = System.nanoTime();
+        long end = System.nanoTime() + nanosOf(limit);
         Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
         while (mailslot == null) {
             if (!process.isAlive()) {
                 throw new ApplicationException.Ended(name + " has ended before its agent answered", null);
             }
-            if (System.nanoTime() - start >= limit.toNanos()) {
+            if (System.nanoTime() - end >= 0) {
                 throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + process.pid());
             }
             pause(FIRST_POLL_MS);
@@ -158,11 +169,16 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Sets how long a question may take, and how long the {@code await} and {@code choose} methods wait.
+     * Sets how long a question may take, and how long the methods that wait for something to show wait for each such
+     * thing: {@link #awaitFileDialog}, {@link #confirm}, {@link #open}, and {@link #choose} for each menu on its way.
      *
      * @param limit above 0; 10 seconds unless it is set
+     * @throws IllegalArgumentException the limit is not above 0
      */
     public void setTimeout(Duration limit) {
+        if (limit.isNegative() || limit.isZero()) {
+            throw new IllegalArgumentException("a time-out of " + limit + " lets nobody answer");
+        }
         timeout = limit;
     }
 
@@ -200,7 +216,12 @@ public final class Application implements AutoCloseable {
         return ask(Operation.OPEN_MENUS, in -> { }, several(MenuView::read));
     }
 
-    /** @return the open context menu, and not one that is cascaded from it; empty when there is none */
+    /**
+     * The open context menu, and not one that is cascaded from it. Under GTK it is the first menu that is open, and
+     * that may be one of the menu bar.
+     *
+     * @return empty when there is none
+     */
     public Optional<MenuView> contextMenu() {
         return ask(Operation.CONTEXT_MENU, in -> { }, perhaps(MenuView::read));
     }
@@ -241,12 +262,13 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Puts a name into the text field of a file dialog. The dialog shows it when this returns.
+     * Puts a name into the text field of a Motif file dialog. The dialog shows it when this returns.
      *
      * @param dialog the dialog; one that has gone is let pass
      * @param file the name; has a form in the code set of the application's locale
      */
     public void setFile(FileDialogView dialog, String file) {
+        Objects.requireNonNull(file, "a file name");
         ask(Operation.SET_FILE, in -> in.add(dialog.window()).add(file), out -> null);
     }
 
@@ -257,8 +279,8 @@ public final class Application implements AutoCloseable {
      * @throws ApplicationException.NotInTime none has come up
      */
     public FileDialogView awaitFileDialog() {
-        return await("a file dialog", () -> {
-            List<FileDialogView> dialogs = fileDialogs();
+        return await("a file dialog", asked -> {
+            List<FileDialogView> dialogs = asked.fileDialogs();
             return dialogs.isEmpty() ? Optional.empty() : Optional.of(dialogs.get(dialogs.size() - 1));
         });
     }
@@ -267,11 +289,12 @@ public final class Application implements AutoCloseable {
      * Clicks on OK in a file dialog and waits until the dialog has gone.
      *
      * @param dialog the dialog
+     * @throws NoSuchElementException its OK button is not to be seen
      * @throws ApplicationException.NotInTime it is still there, perhaps with another dialog that says why
      */
     public void confirm(FileDialogView dialog) {
-        click(dialog.ok());
-        await("its window without the file dialog", () -> fileDialogs().stream()
+        click(shown(dialog.ok(), "OK"));
+        await("its window without the file dialog", asked -> asked.fileDialogs().stream()
             .anyMatch(open -> open.window() == dialog.window()) ? Optional.empty() : Optional.of(dialog));
     }
 
@@ -279,16 +302,22 @@ public final class Application implements AutoCloseable {
      * Chooses a menu item as a user does: clicks on an item of the menu bar, waits for its menu, clicks on an item of
      * that, and so on.
      *
-     * @param path the texts of the items, from the menu bar
-     * @throws java.util.NoSuchElementException a menu has no such item; the menus that were opened stay open
+     * @param path the texts of the items, from the menu bar; one at least
+     * @throws IllegalArgumentException the path is empty
+     * @throws NoSuchElementException a menu has no such item, or does not show it; the menus that were
+     *     opened stay open
      * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
      */
     public void choose(String... path) {
-        MenuView menu = await("a menu bar", this::menuBar);
+        if (path.length == 0) {
+            throw new IllegalArgumentException("no item to choose");
+        }
+        MenuView menu = await("a menu bar", Application::menuBar);
         for (int depth = 0; depth < path.length - 1; ++depth) {
             menu = open(menu, path[depth]);
         }
-        click(menu.item(path[path.length - 1]).bounds());
+        String last = path[path.length - 1];
+        click(shown(menu.item(last).bounds(), last));
     }
 
     /**
@@ -298,14 +327,16 @@ public final class Application implements AutoCloseable {
      * @param menu a menu bar, or a menu that is open
      * @param item the text of one of its items
      * @return the menu that has opened
+     * @throws NoSuchElementException the menu has no such item
+     * @throws ApplicationException.NotInTime no menu has opened: the item has none, is disabled, or does not show
      */
     public MenuView open(MenuView menu, String item) {
         Rectangle[] clicked = new Rectangle[1];
-        return await("the menu of " + item, () -> {
-            Optional<MenuView.Item> now = menu(menu.window()).map(view -> view.item(item));
+        return await("the menu of " + item, asked -> {
+            Optional<MenuView.Item> now = asked.menu(menu.window()).map(view -> view.item(item));
             long popup = now.map(MenuView.Item::popup).orElse(0L);
             if (popup != 0) {
-                return menu(popup);
+                return asked.menu(popup);
             }
             now.map(MenuView.Item::bounds).filter(bounds -> !bounds.equals(clicked[0])).ifPresent(bounds -> {
                 click(bounds);
@@ -318,16 +349,23 @@ public final class Application implements AutoCloseable {
     /**
      * Clicks with the left button in the middle of a rectangle.
      *
-     * @param box on the screen
+     * @param box on the screen; that of an item that shows
+     * @throws com.talvern.test.gx.CoordinateOffScreenException its middle is not on the screen
      */
     public void click(Rectangle box) {
         NativeKeyMouseEvent.emitLLMouseEvent(new Point((int) box.getCenterX(), (int) box.getCenterY()), 0, 0,
             NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
     }
 
-    /** Ends the program: asks it by SIGTERM, and after two seconds by SIGKILL. Does nothing when it has ended. */
+    /**
+     * Ends the program that {@link #start(String...) start} has started: asks it by SIGTERM, and after two seconds by
+     * SIGKILL. One that {@link #attach} has found runs on.
+     */
     @Override
     public void close() {
+        if (process == null) {
+            return;
+        }
         handle.destroy();
         try {
             handle.onExit().get(2, TimeUnit.SECONDS);
@@ -339,19 +377,35 @@ public final class Application implements AutoCloseable {
         }
     }
 
-    private <T> T await(String what, Supplier<Optional<T>> question) {
-        long start = System.nanoTime();
+    /** Asks until there is an answer. A question that comes late has the time that is left. */
+    private <T> T await(String what, Function<Application, Optional<T>> question) {
+        Duration limit = timeout;
+        long end = System.nanoTime() + nanosOf(limit);
+        Application asked = this;
         for (long poll = FIRST_POLL_MS; ; poll = Math.min(2 * poll, LAST_POLL_MS)) {
-            Optional<T> answer = question.get();
+            Optional<T> answer = question.apply(asked);
             if (answer.isPresent()) {
                 return answer.get();
             }
-            if (System.nanoTime() - start >= timeout.toNanos()) {
-                throw new ApplicationException.NotInTime(
-                    name + " has not shown " + what + " within " + timeout.toMillis() + " ms", null);
-            }
             pause(poll);
+            long left = end - System.nanoTime();
+            if (left <= 0) {
+                throw new ApplicationException.NotInTime(
+                    name + " has not shown " + what + " within " + limit.toMillis() + " ms", null);
+            }
+            asked = within(Duration.ofNanos(left));
         }
+    }
+
+    private static Rectangle shown(Rectangle bounds, String what) {
+        if (bounds == null) {
+            throw new NoSuchElementException("\"" + what + "\" is not to be seen");
+        }
+        return bounds;
+    }
+
+    private static long nanosOf(Duration limit) {
+        return (limit.compareTo(LONGEST) < 0 ? limit : LONGEST).toNanos();
     }
 
     private static <T> Function<Values, Optional<T>> perhaps(Function<Values, T> read) {
@@ -374,9 +428,9 @@ public final class Application implements AutoCloseable {
         Values answer = Values.create(64);
         Values request = Values.create(8);
         try {
-            request.add(operation.name()).add(System.nanoTime() + limit.toNanos()).add(answer);
+            request.add(operation.name()).add(System.nanoTime() + nanosOf(limit)).add(answer);
             arguments.accept(request);
-            mailslot.call(request.vector(), limit.toMillis());
+            mailslot.call(request.vector(), Math.max(1, nanosOf(limit) / 1_000_000));
             return read.apply(answer);
         } catch (Mailslot.MailslotGoneException | InvalidMailslotException | InvalidSpyMemReference gone) {
             throw new ApplicationException.Ended(name + ", process " + pid() + ", has ended", gone);
