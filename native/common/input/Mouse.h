@@ -34,7 +34,7 @@ public:
     static int getDoubleClickInterval();
 
     /// Begins a capture. The left button, which the user may be holding down, is released before and pressed
-    /// again within; that press is not reported.
+    /// again within; that press is not reported. The server has done so when this returns.
     /// @param window  of no meaning here
     /// @return false when the mouse is captured already, another client has grabbed the pointer, or there is
     /// no server

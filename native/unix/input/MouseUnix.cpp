@@ -168,6 +168,7 @@ bool Mouse::capture(const CWindow&, GX_MOUSE_CURSOR)
     ignore_buttonpress = true;
     m_captured = true;
     fakeLeftButton(display, true);
+    XSync(display, False); // a release by another client must not come before the press
     return true;
 }
 
