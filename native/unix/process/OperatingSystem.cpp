@@ -12,6 +12,7 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
+#include <sched.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <thread>
@@ -67,9 +68,13 @@ void joinName(std::string& stat)
 
 CProcessEnd COperatingSystem::wait(pid_t pid)
 {
-    for (;;)
+    for (;;) {
         if (const std::optional<CProcessEnd> end = endOf(pid))
             return *end;
+        // No pause: where nobody else wants the processor, this comes back at once. Where somebody does, it
+        // may be the child.
+        sched_yield();
+    }
 }
 
 CProcessEnd COperatingSystem::waitWithTimeout(pid_t pid, int timeoutMs)

@@ -21,8 +21,8 @@ struct CProcessEnd {
 /// group of processes, or every process of the user.
 class COperatingSystem {
 public:
-    /// Waits for the end of a child. Asks without a pause, which keeps a processor busy: engines that wait
-    /// this way measure how long a program takes.
+    /// Waits for the end of a child. Asks without a pause, which keeps a processor busy as long as nobody
+    /// else wants it: engines that wait this way measure how long a program takes.
     static CProcessEnd wait(pid_t pid);
     /// Waits for the end of a child, asking every 10 ms. The time left shrinks by twice the pause, as engines
     /// reckon with: the wait lasts half the limit.
