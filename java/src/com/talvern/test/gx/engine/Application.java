@@ -42,7 +42,8 @@ import java.util.function.Function;
  * <li>{@link ApplicationException.Failed}: it could not answer
  * </ul>
  *
- * <p>Any number of threads may ask at once.
+ * <p>Any number of threads may ask at once. Clicks and keys go through the X server and questions do not: a question may
+ * be answered before the application has seen a click, so wait for its effect, as the {@code await} methods do.
  */
 public final class Application implements AutoCloseable {
     private static final Duration DEFAULT_START = Duration.ofSeconds(30);
@@ -347,7 +348,7 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Clicks with the left button in the middle of a rectangle.
+     * Clicks with the left button in the middle of a rectangle. Returns when the server has played the click.
      *
      * @param box on the screen; that of an item that shows
      * @throws com.talvern.test.gx.CoordinateOffScreenException its middle is not on the screen
