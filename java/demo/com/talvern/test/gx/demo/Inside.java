@@ -24,7 +24,7 @@ import java.util.concurrent.Callable;
  */
 final class Inside {
     private static final String SENTENCE = "Saved through the file dialog of the application under test.";
-    private static final int FRAMES_MS = 2500;
+    private static final int FRAMES_MS = 1500;
     private static final String PDF = """
         %PDF-1.4
         1 0 obj << /Type /Catalog /Pages 2 0 R >> endobj
