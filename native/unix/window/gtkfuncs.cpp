@@ -55,24 +55,35 @@ constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_tim
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", GTK2, GTK12};
 constinit CLateFunction<void(int)> s_removeTimeout{"gtk_timeout_remove", GTK2, GTK12};
 
-/// A function looked up for one call.
-template <class Function> Function symbolOf(const LibraryHandle& library, const char* name)
+/// How the GDK that is loaded finds the window of an X window; finds none where no GDK is.
+struct CWindowLookup {
+    _GdkDrawable* (*gtk2)(unsigned long) = nullptr;
+    _GdkDrawable* (*gtk3)(void*, unsigned long) = nullptr;
+    void* (*gtk3Display)() = nullptr;
+
+    _GdkDrawable* operator()(unsigned long xid) const
+    {
+        if (gtk2)
+            return gtk2(xid);
+        return gtk3 && gtk3Display ? gtk3(gtk3Display(), xid) : nullptr;
+    }
+};
+
+template <class Function> void find(Function& function, const LibraryHandle& library, const char* name)
 {
-    return reinterpret_cast<Function>(dlsym(library.get(), name));
+    function = reinterpret_cast<Function>(dlsym(library.get(), name));
 }
 
-_GdkDrawable* lookUpGtk2(const LibraryHandle& gdk, unsigned long xid)
+CWindowLookup windowLookup()
 {
-    const auto lookUp = symbolOf<_GdkDrawable* (*)(unsigned long)>(gdk, "gdk_window_lookup");
-    return lookUp ? lookUp(xid) : nullptr;
-}
-
-_GdkDrawable* lookUpGtk3(const LibraryHandle& gdk, unsigned long xid)
-{
-    const auto lookUp =
-        symbolOf<_GdkDrawable* (*)(void*, unsigned long)>(gdk, "gdk_x11_window_lookup_for_display");
-    const auto display = symbolOf<void* (*)()>(gdk, "gdk_display_get_default");
-    return lookUp && display ? lookUp(display(), xid) : nullptr;
+    CWindowLookup lookup;
+    if (const auto gdk2 = loadedLibrary(GDK2)) {
+        find(lookup.gtk2, gdk2, "gdk_window_lookup");
+    } else if (const auto gdk3 = loadedLibrary(GDK3)) {
+        find(lookup.gtk3, gdk3, "gdk_x11_window_lookup_for_display");
+        find(lookup.gtk3Display, gdk3, "gdk_display_get_default");
+    }
+    return lookup;
 }
 } // namespace
 
@@ -136,11 +147,13 @@ unsigned long _gdk_x11_drawable_get_xid(_GdkDrawable* window)
 
 _GdkDrawable* _gdk_window_lookup(unsigned long xid)
 {
-    if (const auto gdk = loadedLibrary(GDK2))
-        return lookUpGtk2(gdk, xid);
-    if (const auto gdk = loadedLibrary(GDK3))
-        return lookUpGtk3(gdk, xid);
-    return nullptr;
+    static constinit thread_local CWindowLookup t_lookup;
+    static constinit thread_local unsigned long long t_changes = 0;
+    if (const unsigned long long changes = libraryChanges(); changes != t_changes) {
+        t_lookup = windowLookup();
+        t_changes = changes;
+    }
+    return t_lookup(xid);
 }
 
 _GList* _gdk_window_peek_children(_GdkDrawable* window)
