@@ -89,6 +89,7 @@ std::vector<std::string> options()
             "-XX:+UseSerialGC",             // no crowd of threads
             "-XX:TieredStopAtLevel=1",      // quick to start; requests wait for the toolkit, not for code
             "-Xmx128m",
+            "-Xmn1m", // the program does not grow by garbage that waits to be collected
             "--enable-native-access=ALL-UNNAMED"}; // newer ones warn on standard error otherwise
 }
 
