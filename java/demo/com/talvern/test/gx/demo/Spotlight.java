@@ -4,7 +4,9 @@ import com.talvern.test.gx.sys.graphical.Highlighter;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import com.talvern.test.gx.ui.NativeTooltipWindow;
 import java.awt.Rectangle;
+import java.util.ArrayList;
 import java.util.List;
+import java.util.concurrent.locks.LockSupport;
 
 /** Shows on the screen what the demo is about to do: a red frame around the control and a text beside it. */
 final class Spotlight {
@@ -18,7 +20,8 @@ final class Spotlight {
     private static final Rectangle SCREEN = NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
 
     private static final long TOOLTIP = NativeTooltipWindow.create(0, 0, "gxsys", false);
-    private static Highlighter last;
+    /** Those that may still be on the screen. */
+    private static final List<Highlighter> FRAMES = new ArrayList<>();
 
     private Spotlight() {}
 
@@ -45,7 +48,7 @@ final class Spotlight {
     /** Flashes a frame around a control and returns when that is over. */
     static void flash(Rectangle box) {
         awaitFrames();
-        last = frame(box, FLASH_MS, FLASHES_MS);
+        frame(box, FLASH_MS, FLASHES_MS);
         awaitFrames();
     }
 
@@ -55,18 +58,21 @@ final class Spotlight {
      */
     static void frames(List<Rectangle> boxes, int milliseconds) {
         awaitFrames();
-        boxes.forEach(box -> last = frame(box, 0, milliseconds));
+        boxes.forEach(box -> frame(box, 0, milliseconds));
     }
 
     static void off() {
         NativeTooltipWindow.hide(TOOLTIP);
     }
 
-    /** Frames that are made together vanish in their order. */
+    /** Only the last frame that was made could be waited for natively, and not once an older one has vanished. */
     private static void awaitFrames() {
-        if (last != null) {
-            last.joinNativeThread();
+        for (Highlighter frame : FRAMES) {
+            while (!new NativeWindow(frame.getHandle()).nativeGetRectangle().isEmpty()) {
+                LockSupport.parkNanos(5_000_000);
+            }
         }
+        FRAMES.clear();
     }
 
     private static void put(int x, int y, String text) {
@@ -74,7 +80,7 @@ final class Spotlight {
         NativeTooltipWindow.move(TOOLTIP, x, y);
     }
 
-    private static Highlighter frame(Rectangle box, int interval, int duration) {
-        return Highlighter.create(box, 255, 0, 0, THICKNESS, interval, duration);
+    private static void frame(Rectangle box, int interval, int duration) {
+        FRAMES.add(Highlighter.create(box, 255, 0, 0, THICKNESS, interval, duration));
     }
 }
