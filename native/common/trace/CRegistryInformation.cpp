@@ -16,11 +16,6 @@ bool answer(std::string_view value, char* buffer, unsigned size)
     buffer[value.size()] = '\0';
     return true;
 }
-
-bool answerVariable(const char* name, char* buffer, unsigned size)
-{
-    return answer(CEnvironment::get(name).value_or(""), buffer, size);
-}
 } // namespace
 
 bool CRegistryInformation::getMarloInstall(char* buffer, unsigned size) noexcept
@@ -31,40 +26,18 @@ bool CRegistryInformation::getMarloInstall(char* buffer, unsigned size) noexcept
     return answer(firstExistingPath(list.value_or("")), buffer, size);
 }
 
-bool CRegistryInformation::getPlandeckInstall(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("TALV_PLHOME", buffer, size);
-}
-
-bool CRegistryInformation::getCustomizationDir(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("TALVERN_GX_CUSTOMIZATION_DIRECTORY", buffer, size);
-}
-
-bool CRegistryInformation::getConfigurationDir(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("TALVERN_GX_CONFIGURATION_DIRECTORY", buffer, size);
-}
-
-bool CRegistryInformation::getInputFiles(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("VTX_INPUT_FILES", buffer, size);
-}
-
-bool CRegistryInformation::getEclipseDir(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("QUESSA_TALVERN_VTX_ECLIPSE_DIR", buffer, size);
-}
-
-bool CRegistryInformation::getDefaultJRE(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("TALVERN_GX_JRE", buffer, size);
-}
-
-bool CRegistryInformation::getPlaybackJRE(char* buffer, unsigned size) noexcept
-{
-    return answerVariable("TALVERN_GX_JRE", buffer, size);
-}
+#define VARIABLE_GETTER(getter, variable)                                                                    \
+    bool CRegistryInformation::getter(char* buffer, unsigned size) noexcept                                  \
+    {                                                                                                        \
+        return answer(CEnvironment::get(variable).value_or(""), buffer, size);                               \
+    }
+VARIABLE_GETTER(getPlandeckInstall, "TALV_PLHOME")
+VARIABLE_GETTER(getCustomizationDir, "TALVERN_GX_CUSTOMIZATION_DIRECTORY")
+VARIABLE_GETTER(getConfigurationDir, "TALVERN_GX_CONFIGURATION_DIRECTORY")
+VARIABLE_GETTER(getInputFiles, "VTX_INPUT_FILES")
+VARIABLE_GETTER(getEclipseDir, "QUESSA_TALVERN_VTX_ECLIPSE_DIR")
+VARIABLE_GETTER(getDefaultJRE, "TALVERN_GX_JRE")
+VARIABLE_GETTER(getPlaybackJRE, "TALVERN_GX_JRE")
 
 std::string CRegistryInformation::firstExistingPath(std::string_view list)
 {

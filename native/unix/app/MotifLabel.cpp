@@ -6,20 +6,9 @@
 
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
-#include <Xm/RowColumn.h>
 #include <Xm/Xm.h>
 
 namespace {
-Widget itemOf(Widget menu, int index)
-{
-    if (!isOfClass(menu, xmRowColumnWidgetClass))
-        return nullptr;
-    WidgetList items = nullptr;
-    Cardinal count = 0;
-    XtVaGetValues(menu, XmNchildren, &items, XmNnumChildren, &count, nullptr);
-    return index >= 0 && static_cast<Cardinal>(index) < count ? items[index] : nullptr;
-}
-
 /// A copy of the label, in the code set of the application's locale; null for a widget that shows no text.
 char* textOf(Widget item)
 {
@@ -43,7 +32,7 @@ extern "C" JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_application_MotifL
     return jniEntry(env, __func__, [&]() -> jstring {
         char* found = nullptr;
         askWidget(static_cast<Window>(menu), [&found, index](Widget widget) {
-            found = textOf(itemOf(widget, index));
+            found = textOf(itemsOf(widget).at(index));
             return found != nullptr;
         });
         const XtPtr<char> text(found);

@@ -26,22 +26,12 @@ bool isOpenedByUser(Widget pane)
     return pane && !isOfClass(opener, xmMenuShellWidgetClass) && !isRowColumn(opener, XmMENU_BAR);
 }
 
-struct CItems {
-    WidgetList list = nullptr;
-    Cardinal count = 0;
-
-    bool has(int index) const { return index >= 0 && static_cast<Cardinal>(index) < count; }
-};
-
 /// Asks ask(items) under the guard. @return its answer; false when the window is no menu
 template <class Ask> bool askItems(Window menu, Ask ask)
 {
     return askWidget(menu, [=](Widget widget) {
-        if (!isOfClass(widget, xmRowColumnWidgetClass))
-            return false;
-        CItems items;
-        XtVaGetValues(widget, XmNchildren, &items.list, XmNnumChildren, &items.count, nullptr);
-        return ask(items);
+        const CMenuItems items = itemsOf(widget);
+        return items.isMenu && ask(items);
     });
 }
 
@@ -142,7 +132,7 @@ Window CMotifMenus::ownerOf(Display* display, Window menuBar, Window frame) cons
 int CMotifMenus::itemCount(Window menu) const
 {
     int count = -1;
-    const bool known = askItems(menu, [&count](const CItems& items) {
+    const bool known = askItems(menu, [&count](const CMenuItems& items) {
         count = static_cast<int>(items.count);
         return true;
     });
@@ -152,9 +142,9 @@ int CMotifMenus::itemCount(Window menu) const
 std::optional<Rect> CMotifMenus::itemBox(Window menu, int index) const
 {
     Rect box;
-    const bool known = askItems(menu, [index, &box](const CItems& items) {
-        if (items.has(index))
-            box = boxOf(items.list[index]);
+    const bool known = askItems(menu, [index, &box](const CMenuItems& items) {
+        if (const Widget item = items.at(index))
+            box = boxOf(item);
         return true;
     });
     return known ? std::optional(box) : std::nullopt;
@@ -163,9 +153,9 @@ std::optional<Rect> CMotifMenus::itemBox(Window menu, int index) const
 Window CMotifMenus::submenuWindow(Window menu, int index) const
 {
     Window submenu = 0;
-    const bool known = askItems(menu, [index, &submenu](const CItems& items) {
-        if (items.has(index))
-            submenu = submenuOf(items.list[index]);
+    const bool known = askItems(menu, [index, &submenu](const CMenuItems& items) {
+        if (const Widget item = items.at(index))
+            submenu = submenuOf(item);
         return true;
     });
     return known ? submenu : 0;

@@ -64,3 +64,11 @@ bool isRowColumn(Widget widget, unsigned char type)
     XtVaGetValues(widget, XmNrowColumnType, &actual, nullptr);
     return actual == type;
 }
+
+CMenuItems itemsOf(Widget menu)
+{
+    CMenuItems items{.isMenu = isOfClass(menu, xmRowColumnWidgetClass)};
+    if (items.isMenu)
+        XtVaGetValues(menu, XmNchildren, &items.list, XmNnumChildren, &items.count, nullptr);
+    return items;
+}

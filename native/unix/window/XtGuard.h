@@ -38,6 +38,21 @@ bool isOfClass(Widget widget, WidgetClass widgetClass);
 /// Whether the widget is a RowColumn of a type such as XmMENU_BAR. Inside of CXtGuard only.
 bool isRowColumn(Widget widget, unsigned char type);
 
+/// The items of a Motif menu pane or menu bar, separators included; borrowed from the widget.
+struct CMenuItems {
+    bool isMenu = false; ///< whether there is such a menu at all
+    WidgetList list = nullptr;
+    Cardinal count = 0;
+
+    /// Null for an index that no item has.
+    Widget at(int index) const
+    {
+        return index >= 0 && static_cast<Cardinal>(index) < count ? list[index] : nullptr;
+    }
+};
+/// Inside of CXtGuard only.
+CMenuItems itemsOf(Widget menu);
+
 /// Asks `test(widget)` about the widget of a window under the guard. The widget may be null.
 /// @return its answer; false, too, for window 0, without an application's display, and when Xt reports an
 /// error
