@@ -20,7 +20,7 @@ constexpr bool isPress(unsigned action)
     return (action & ~4U) == KeyPressed;
 }
 
-/// One text is typed at a time, from one thread.
+/// The keyboard of one text, used by the thread that types it.
 class IStrokeSink {
 public:
     virtual ~IStrokeSink() = default;
@@ -31,8 +31,9 @@ public:
     virtual bool needsShift(unsigned long keysym) = 0;
     /// Presses or releases the key of a keysym; a keysym without a key does nothing.
     /// @param delayMs  milliseconds before it happens
+    /// @param flag     a CSpecialKey::Flag: which kind of key asks for it
     /// @return false: nothing more is wanted, repetitions end here
-    virtual bool stroke(unsigned action, unsigned long keysym, int delayMs) = 0;
+    virtual bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) = 0;
     virtual void typeUnicode(char32_t character) = 0; ///< types a character that no key produces
     virtual unsigned modifiersDown() = 0;             ///< KeyModifier bits of the modifier keys that are down
 };

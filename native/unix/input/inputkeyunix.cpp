@@ -348,7 +348,7 @@ try {
 }
 } // namespace
 
-void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs)
+void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
 {
     const KeyCode key = keyOf(keysym);
     if (key == 0) { // the server answers key code 0 with an error
@@ -412,9 +412,9 @@ CLockState CServerStrokes::locks()
     return {(state & LockMask) != 0, (state & numLock) != 0};
 }
 
-bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs)
+bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int flag)
 {
-    QueueVirtualKey(action, keysym, delayMs);
+    QueueVirtualKey(action, keysym, delayMs, flag);
     return true;
 }
 

@@ -26,6 +26,11 @@ void BuildKeyMappingTable();
 size_t FindInKeyMappingTable(const char* text);
 /// The keysym of the first byte of `text`; 0xFFFF when no key produces it. Builds the table.
 unsigned long TranslateChar(const char* text);
+/// The same: on this platform there is one keyboard layout, that of the server.
+inline unsigned long TranslateCharEx(const char* text)
+{
+    return TranslateChar(text);
+}
 /// 1 when the first entry of a keysym is one with Shift, else 0.
 unsigned IsShifted(unsigned long keysym);
 inline unsigned HIBYTE(unsigned long keysym)
@@ -36,7 +41,8 @@ inline unsigned HIBYTE(unsigned long keysym)
 /// Sends one stroke (KeyAction) to the key of a keysym. A press of a hot key of the player is sent twice, 100
 /// ms apart: the player drops the first one, which it was told to expect.
 /// @param delayMs  milliseconds that the server waits before it
-void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs);
+/// @param flag     a CSpecialKey::Flag; the keys of an X server need none
+void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int flag);
 
 /// Types a character by the Compose key and the two characters of g_SpecialChars.
 /// @return 1; 0 when the keyboard has no Compose key, or the table not this character
@@ -55,7 +61,7 @@ public:
     CLockState locks() override;
     unsigned long translate(const char* text) override { return TranslateChar(text); }
     bool needsShift(unsigned long keysym) override { return IsShifted(keysym) != 0; }
-    bool stroke(unsigned action, unsigned long keysym, int delayMs) override;
+    bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) override;
     void typeUnicode(char32_t character) override;
     unsigned modifiersDown() override;
 

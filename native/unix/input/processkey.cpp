@@ -2,6 +2,7 @@
 
 #include "CodeSet.h"
 #include "EventManager.h"
+#include "GxAssert.h"
 #include "StrokeSink.h"
 #include "inputkeyunix.h"
 
@@ -12,9 +13,9 @@
 #include <cwchar>
 #include <limits>
 #include <optional>
-#include <set>
 #include <string>
 #include <strings.h>
+#include <utility>
 #include <vector>
 
 #include <X11/keysym.h>
@@ -121,15 +122,14 @@ constexpr unsigned long noKey = 0xFFFF;
 constexpr size_t longestName = 14;
 constexpr char32_t replacementCharacter = 0xFFFD;
 
-constinit IStrokeSink* g_sink = nullptr;
-constinit const char16_t* g_szKeys = u""; ///< what is still to be typed
-constinit int g_nKeyDelay = 0;            ///< of a press, milliseconds
-constinit int g_nKeyUpDelay = 0;          ///< of a release, milliseconds
-constinit unsigned g_uModifiers = 0;      ///< held now, KeyModifier bits
-constinit int gnCpsLckStatement = 0;      ///< 1: the text switches Caps Lock
-constinit int gnNumLckStatement = 0;
-constinit bool g_brokenNumLock = false; ///< pressing Num Lock does not switch it
-std::set<unsigned> g_KeyDownCollection; ///< keysyms of the keys that {... KeyDn} left down
+constinit thread_local CStrokeScope* s_innermost = nullptr;
+
+/// Of the text that the calling thread types.
+CStrokeScope& state()
+{
+    GX_ASSERT(s_innermost, "strokes belong to a text");
+    return *s_innermost;
+}
 
 /// What stands between braces.
 struct CBracedItem {
@@ -140,14 +140,14 @@ struct CBracedItem {
 
 bool atEnd()
 {
-    return *g_szKeys == 0;
+    return *state().g_szKeys == 0;
 }
 
 bool take(char16_t unit)
 {
-    if (*g_szKeys != unit)
+    if (*state().g_szKeys != unit)
         return false;
-    ++g_szKeys;
+    ++state().g_szKeys;
     return true;
 }
 
@@ -193,36 +193,42 @@ std::optional<std::string> inLocale(char32_t character)
 unsigned long keysymOf(char32_t character)
 {
     const auto text = inLocale(character);
-    return text ? g_sink->translate(text->c_str()) : noKey;
+    return text ? state().m_sink.translate(text->c_str()) : noKey;
 }
 
 /// Presses and releases with the action codes of the modifiers that are held.
-void strokes(unsigned long keysym, unsigned count, bool altAlone)
+void strokes(unsigned long keysym, unsigned count, bool altAlone, int flag)
 {
-    const unsigned press = altAlone ? AltKeyPressed : KeyPressed;
-    const unsigned release = altAlone ? AltKeyReleased : KeyReleased;
+    const auto press = [&] {
+        return state().m_sink.stroke(altAlone ? AltKeyPressed : KeyPressed, keysym, state().g_nKeyDelay,
+                                     flag);
+    };
+    const auto release = [&] {
+        return state().m_sink.stroke(altAlone ? AltKeyReleased : KeyReleased, keysym, state().g_nKeyUpDelay,
+                                     flag);
+    };
     if (count == PressOnly)
-        g_sink->stroke(press, keysym, g_nKeyDelay);
+        press();
     else if (count == ReleaseOnly)
-        g_sink->stroke(release, keysym, g_nKeyUpDelay);
+        release();
     else
-        for (unsigned i = 0; i < count; ++i)
-            if (!g_sink->stroke(press, keysym, g_nKeyDelay) ||
-                !g_sink->stroke(release, keysym, g_nKeyUpDelay))
-                return;
+        while (count-- > 0 && press() && release()) {
+        }
 }
 
 unsigned withShift(unsigned modifiers, unsigned long keysym)
 {
-    return g_sink->needsShift(keysym) ? modifiers | ShiftHeld : modifiers;
+    return state().m_sink.needsShift(keysym) ? modifiers | ShiftHeld : modifiers;
 }
 
 /// Switches Num Lock for a key of the numeric keypad, by a stroke, or by half a one where strokes do not
 /// switch it.
 void switchNumLock(unsigned action)
 {
-    if (g_brokenNumLock)
-        g_sink->stroke(action, XK_Num_Lock, isPress(action) ? g_nKeyDelay : g_nKeyUpDelay);
+    if (state().g_brokenNumLock)
+        state().m_sink.stroke(action, XK_Num_Lock,
+                              isPress(action) ? state().g_nKeyDelay : state().g_nKeyUpDelay,
+                              CSpecialKey::OwnNumLock);
     else
         PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
 }
@@ -231,9 +237,9 @@ void copyKey(const char* from, const char* to, bool withFlag)
 {
     const CSpecialKey* source = findSpecialKey(from);
     CSpecialKey* target = findSpecialKey(to);
-    target->m_keysym = source->m_keysym;
+    target->m_keysym = source->m_keysym.load();
     if (withFlag)
-        target->m_flag = source->m_flag;
+        target->m_flag = source->m_flag.load();
 }
 
 /// From now on Win, Ctrl, Shift and Alt mean the keys of one side. Win and Shift keep their flags: the keys
@@ -250,9 +256,9 @@ void chooseSide(bool left)
 bool noteLock(unsigned long keysym, int flag)
 {
     if (keysym == XK_Caps_Lock && flag != CSpecialKey::OwnCapsLock)
-        gnCpsLckStatement = 1 - gnCpsLckStatement;
+        state().gnCpsLckStatement = 1 - state().gnCpsLckStatement;
     else if (keysym == XK_Num_Lock && flag != CSpecialKey::OwnNumLock)
-        gnNumLckStatement = 1 - gnNumLckStatement;
+        state().gnNumLckStatement = 1 - state().gnNumLckStatement;
     else
         return false;
     return true;
@@ -275,16 +281,16 @@ unsigned takePrefixes()
 
 int readName(std::u16string& name)
 {
-    if (g_szKeys[0] == u'}' && g_szKeys[1] == u'}') {
-        name = *g_szKeys++;
+    if (state().g_szKeys[0] == u'}' && state().g_szKeys[1] == u'}') {
+        name = *state().g_szKeys++;
         return KeysPlayed;
     }
-    while (*g_szKeys != u' ' && *g_szKeys != u'}') {
+    while (*state().g_szKeys != u' ' && *state().g_szKeys != u'}') {
         if (atEnd())
             return KeysNoBrace;
         if (name.size() == longestName)
             return KeysUnknownName;
-        name += *g_szKeys++;
+        name += *state().g_szKeys++;
     }
     return KeysPlayed;
 }
@@ -297,8 +303,8 @@ bool isDigit(char16_t unit)
 int readCount(unsigned& count)
 {
     long value = 0;
-    while (isDigit(*g_szKeys)) {
-        value = value * 10 + (*g_szKeys++ - u'0');
+    while (isDigit(*state().g_szKeys)) {
+        value = value * 10 + (*state().g_szKeys++ - u'0');
         if (value > std::numeric_limits<int>::max())
             return KeysCountOverflow;
     }
@@ -310,8 +316,8 @@ int readCount(unsigned& count)
 int readSelector(int& selector)
 {
     std::u16string word;
-    while (word.size() < 5 && g_szKeys[word.size()] != 0)
-        word += g_szKeys[word.size()];
+    while (word.size() < 5 && state().g_szKeys[word.size()] != 0)
+        word += state().g_szKeys[word.size()];
     const std::string name = asciiOf(word);
     if (strcasecmp(name.c_str(), "KeyDn") == 0)
         selector = 1;
@@ -319,7 +325,7 @@ int readSelector(int& selector)
         selector = 2;
     else
         return KeysNoCount;
-    g_szKeys += word.size();
+    state().g_szKeys += word.size();
     return KeysPlayed;
 }
 
@@ -328,7 +334,8 @@ int readBracedItem(CBracedItem& item)
     if (const int result = readName(item.m_name); result != KeysPlayed)
         return result;
     if (take(u' ')) {
-        const int result = isDigit(*g_szKeys) ? readCount(item.m_count) : readSelector(item.m_selector);
+        const int result =
+            isDigit(*state().g_szKeys) ? readCount(item.m_count) : readSelector(item.m_selector);
         if (result != KeysPlayed)
             return result;
     }
@@ -352,9 +359,9 @@ int playBracedCharacter(char32_t character, const CBracedItem& item, unsigned mo
         return PlayChar(character, item.m_count, modifiers);
     const unsigned long keysym = keysymOf(character);
     if (item.m_selector == 2)
-        g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
+        state().g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
     else if (keysym != noKey)
-        g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
+        state().g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
     return PlayChar(character, item.m_selector == 1 ? PressOnly : ReleaseOnly, modifiers);
 }
 
@@ -382,28 +389,28 @@ int playSimpleItem(unsigned modifiers)
         return playBracedItem(modifiers);
     if (take(u'~'))
         return PlayVirtualKey(XK_Return, modifiers, 0);
-    return PlayChar(takeCharacter(g_szKeys), modifiers);
+    return PlayChar(takeCharacter(state().g_szKeys), modifiers);
 }
 
 int playText(bool parse)
 {
     int result = KeysPlayed;
     while (!atEnd() && result == KeysPlayed)
-        result = parse ? ProcessKeys(0) : PlayChar(takeCharacter(g_szKeys), 0);
+        result = parse ? ProcessKeys(0) : PlayChar(takeCharacter(state().g_szKeys), 0);
     return result;
 }
 
 /// Switches both locks off and finds out whether Num Lock can be switched at all.
 CLockState switchLocksOff()
 {
-    const CLockState before = g_sink->locks();
+    const CLockState before = state().m_sink.locks();
     if (before.capsLock)
         PlayVirtualKey(XK_Caps_Lock, 0, CSpecialKey::OwnCapsLock);
     if (before.numLock)
         PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
     PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
-    g_brokenNumLock = !g_sink->locks().numLock;
-    if (!g_brokenNumLock)
+    state().g_brokenNumLock = !state().m_sink.locks().numLock;
+    if (!state().g_brokenNumLock)
         PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
     return before;
 }
@@ -411,33 +418,29 @@ CLockState switchLocksOff()
 /// The locks as they were, less or more what the text asked for.
 void restoreLocks(const CLockState& before)
 {
-    if (before.capsLock + gnCpsLckStatement == 1)
+    if (before.capsLock + state().gnCpsLckStatement == 1)
         PlayVirtualKey(XK_Caps_Lock, 0, CSpecialKey::OwnCapsLock);
-    if (before.numLock + gnNumLckStatement == 1)
-        PlayVirtualKey(XK_Num_Lock, g_brokenNumLock ? PressOnly : 1, 0, CSpecialKey::OwnNumLock);
+    if (before.numLock + state().gnNumLckStatement == 1)
+        PlayVirtualKey(XK_Num_Lock, state().g_brokenNumLock ? PressOnly : 1, 0, CSpecialKey::OwnNumLock);
 }
 
 void releaseHeldKeys()
 {
-    const std::set<unsigned> held = std::move(g_KeyDownCollection);
-    g_KeyDownCollection.clear();
-    for (const unsigned keysym : held)
+    for (const unsigned keysym : std::exchange(state().g_KeyDownCollection, {}))
         PlayVirtualKey(keysym, ReleaseOnly, 0, 0);
     AdjustModifiers(0);
 }
 } // namespace
 
-CStrokeScope::CStrokeScope(IStrokeSink& sink) : m_outer(g_sink)
+CStrokeScope::CStrokeScope(IStrokeSink& sink, const char16_t* text)
+    : m_sink(sink), g_szKeys(text), g_nKeyDelay(g_delayKeyDown), g_nKeyUpDelay(g_delayKeyUp),
+      m_outer(std::exchange(s_innermost, this))
 {
-    g_sink = &sink;
-    g_nKeyDelay = g_delayKeyDown;
-    g_nKeyUpDelay = g_delayKeyUp;
-    g_uModifiers = 0;
 }
 
 CStrokeScope::~CStrokeScope()
 {
-    g_sink = m_outer;
+    s_innermost = m_outer;
 }
 
 size_t GetSizeofSpecialKeys()
@@ -462,17 +465,10 @@ int SendKeys(const char16_t* text, bool parse)
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)
 {
     const CEnvironmentLocale locale;
-    const CStrokeScope scope(sink);
-    g_szKeys = text;
-    gnCpsLckStatement = 0;
-    gnNumLckStatement = 0;
+    const CStrokeScope scope(sink, text);
     const CLockState before = switchLocksOff();
-    const int result = playText(parse);
-    g_szKeys = u"";
-    if (result != KeysPlayed) {
-        g_KeyDownCollection.clear();
+    if (const int result = playText(parse); result != KeysPlayed)
         return result;
-    }
     releaseHeldKeys();
     restoreLocks(before);
     return KeysPlayed;
@@ -501,10 +497,15 @@ int PlayChar(char32_t character, unsigned count, unsigned modifiers)
 {
     const unsigned long keysym = keysymOf(character);
     if (keysym == noKey)
-        g_sink->typeUnicode(character);
+        playUnicodeChar(character);
     else
-        strokes(keysym, count, AdjustModifiers(withShift(modifiers, keysym)));
+        strokes(keysym, count, AdjustModifiers(withShift(modifiers, keysym)), CSpecialKey::Ordinary);
     return KeysPlayed;
+}
+
+void playUnicodeChar(char32_t character)
+{
+    state().m_sink.typeUnicode(character);
 }
 
 int PlayChar(char32_t character, unsigned modifiers)
@@ -520,7 +521,7 @@ int PlayVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int
         if (flag == CSpecialKey::LeftKeys || flag == CSpecialKey::RightKeys)
             chooseSide(flag == CSpecialKey::LeftKeys);
     } else if (!noteLock(keysym, flag)) {
-        strokes(keysym, count, AdjustModifiers(withShift(modifiers, keysym)));
+        strokes(keysym, count, AdjustModifiers(withShift(modifiers, keysym)), flag);
     }
     if (flag == CSpecialKey::Keypad)
         switchNumLock(KeyReleased);
@@ -538,10 +539,10 @@ int ExecVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int
     case 0:
         return PlayVirtualKey(keysym, count, modifiers, flag);
     case 1:
-        g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
+        state().g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
         return PlayVirtualKey(keysym, PressOnly, modifiers, flag);
     case 2:
-        g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
+        state().g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
         return PlayVirtualKey(keysym, ReleaseOnly, modifiers, flag);
     default:
         return 0;
@@ -557,23 +558,25 @@ bool QueueModifiers(unsigned wanted, unsigned changed)
         if (!(changed & bit))
             continue;
         if (wanted & bit)
-            g_sink->stroke(altAlone ? AltKeyPressed : KeyPressed, keysym, g_nKeyDelay);
+            state().m_sink.stroke(altAlone ? AltKeyPressed : KeyPressed, keysym, state().g_nKeyDelay,
+                                  CSpecialKey::Ordinary);
         else
-            g_sink->stroke(altAlone ? AltKeyReleased : KeyReleased, keysym, g_nKeyUpDelay);
+            state().m_sink.stroke(altAlone ? AltKeyReleased : KeyReleased, keysym, state().g_nKeyUpDelay,
+                                  CSpecialKey::Ordinary);
     }
     return altAlone;
 }
 
 bool AdjustModifiers(unsigned wanted)
 {
-    const bool altAlone = QueueModifiers(wanted, wanted ^ g_uModifiers);
-    g_uModifiers = wanted;
+    const bool altAlone = QueueModifiers(wanted, wanted ^ state().g_uModifiers);
+    state().g_uModifiers = wanted;
     return altAlone;
 }
 
 bool AdjustModifiersEx(unsigned wanted)
 {
-    const bool altAlone = QueueModifiers(wanted, wanted ^ g_sink->modifiersDown());
-    g_uModifiers = wanted;
+    const bool altAlone = QueueModifiers(wanted, wanted ^ state().m_sink.modifiersDown());
+    state().g_uModifiers = wanted;
     return altAlone;
 }

@@ -1,10 +1,15 @@
+// clang-format off
 /// From text to key strokes: the key-string syntax, and plain characters.
 ///
-///     +x ^x %x      the next item with Shift, Control, Alt; they combine, and a second one takes the first
-///     back (items)       modifiers before the parenthesis hold for all items ~             Return {name} a
-///     special key such as {ENTER}, {F1}, {Num5} (any case), or the character itself: {+}, {~}, {}} {name n}
-///     n times {name KeyDn}  presses it and leaves it down; {name KeyUp} releases it. What is still down at
-///     the end is released {vk65}        the key of a keysym, decimal
+///     +x ^x %x      the next item with Shift, Control, Alt; they combine, a second one takes the first back
+///     (items)       modifiers before the parenthesis hold for all items
+///     ~             Return
+///     {name}        a special key such as {ENTER}, {F1}, {Num5} (any case), or the character itself:
+///                   {+}, {~}, {}}
+///     {name n}      n times
+///     {name KeyDn}  presses it and leaves it down; what is still down at the end of the text is released
+///     {name KeyUp}  releases it
+///     {vk65}        the key of a keysym, decimal
 ///
 /// Text is 16-bit units up to a terminating 0. Two units that form a surrogate pair are one character; half a
 /// pair is typed as U+FFFD, so that the loss can be seen. A character that no key types alone or with Shift
@@ -12,10 +17,14 @@
 /// makes of U+000A and the like: for the keys write ~ and {TAB}.
 ///
 /// Caps Lock and Num Lock are off while a text is typed and are put back at its end; the lock keys in a text
-/// take effect there. One text at a time in the process: the state of the call is global.
+/// take effect there. Threads that type at once share the keyboard, so their strokes mix and each reads the
+/// modifiers and locks of the others; the state of the call is each one's own.
+// clang-format on
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <set>
 
 class IStrokeSink;
 
@@ -37,16 +46,27 @@ int SendKeys(const char16_t* text, bool parse);
 /// As above with the strokes going to `sink`.
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink);
 
-/// The operations below work within SendKeys or while a CStrokeScope lives.
+/// The state of one text. SendKeys has its own; the operations below work on that of the calling thread, the
+/// innermost one that lives, and may be used wherever there is one.
 class CStrokeScope {
 public:
-    explicit CStrokeScope(IStrokeSink& sink);
+    explicit CStrokeScope(IStrokeSink& sink, const char16_t* text = u"");
     ~CStrokeScope();
     CStrokeScope(const CStrokeScope&) = delete;
     CStrokeScope& operator=(const CStrokeScope&) = delete;
 
+    IStrokeSink& m_sink;
+    const char16_t* g_szKeys;               ///< what is still to be typed
+    const int g_nKeyDelay;                  ///< of a press, milliseconds
+    const int g_nKeyUpDelay;                ///< of a release, milliseconds
+    unsigned g_uModifiers = 0;              ///< held now, KeyModifier bits
+    int gnCpsLckStatement = 0;              ///< 1: the text switches Caps Lock
+    int gnNumLckStatement = 0;              ///< 1: the text switches Num Lock
+    bool g_brokenNumLock = false;           ///< pressing Num Lock does not switch it
+    std::set<unsigned> g_KeyDownCollection; ///< keysyms of the keys that {... KeyDn} left down
+
 private:
-    IStrokeSink* m_outer;
+    CStrokeScope* const m_outer;
 };
 
 constexpr unsigned PressOnly = 0;            ///< as a count
@@ -58,6 +78,8 @@ int ProcessKeys(unsigned modifiers);
 /// Types one character. The modifiers stay held until a stroke wants others. @return KeysPlayed
 int PlayChar(char32_t character, unsigned count, unsigned modifiers);
 int PlayChar(char32_t character, unsigned modifiers);
+/// Types a character that no key types.
+void playUnicodeChar(char32_t character);
 /// Strokes the key of a keysym. @param flag  the one of its CSpecialKey; 0 without
 int PlayVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag);
 int PlayVirtualKey(unsigned long keysym, unsigned modifiers, int flag);
@@ -89,12 +111,12 @@ struct CSpecialKey {
         OwnNumLock = 5,
         Keypad = 6
     };
-    unsigned long m_keysym;
+    std::atomic<unsigned long> m_keysym;
     const char* m_name;
-    int m_flag;
+    std::atomic<int> m_flag;
 };
 /// {LKeys} and {RKeys} write to it: which of two keys Ctrl, Shift, Alt and Win stand for. That lasts for the
-/// process.
+/// process, and holds for the texts of all threads.
 extern CSpecialKey g_SpecialKeys[];
 size_t GetSizeofSpecialKeys();
 /// The row of a name, without regard to case; null when there is none.

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include "RecordingSink.h"
 
 namespace {
@@ -53,7 +55,9 @@ TEST(KeyStringTest, ItemsBecomeStrokes)
         {u"€", 1, "U+20AC"},
         {u"😀", 1, "U+1F600"},
         {u"{😀}", 1, "U+1F600"},
-        {u"\xDE00\xD83D" u"a", 1, "U+FFFD U+FFFD +a -a"},
+        {u"\xDE00\xD83D"
+         u"a",
+         1, "U+FFFD U+FFFD +a -a"},
         {u"A€{€ 3}", 1, "+Shift_L +A -A U+20AC U+20AC -Shift_L"},
         {u"ab{", 612, "+a -a +b -b"},
         {u"{a", 612, ""},
@@ -122,6 +126,29 @@ TEST(KeyStringTest, AFailureForgetsHeldKeysWithoutReleasingThem)
     CRecordingSink next;
     EXPECT_EQ(KeysPlayed, SendKeys(u"", true, next));
     EXPECT_EQ("", withoutTrial(next.strokes()));
+}
+
+/// Begins another text, on another thread, with every stroke of its own.
+class CInterruptedSink : public CRecordingSink {
+public:
+    bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) override
+    {
+        std::async(std::launch::async, [] {
+            CRecordingSink sink({true, true});
+            EXPECT_EQ(KeysPlayed, SendKeys(u"%({x KeyDn}{CAPSLOCK}{NUMLOCK}y)", true, sink));
+            EXPECT_EQ(KeysUnknownName, SendKeys(u"^{z KeyDn}{what}", true, sink));
+        }).get();
+        return CRecordingSink::stroke(action, keysym, delayMs, flag);
+    }
+};
+
+TEST(KeyStringTest, TextsOfTwoThreadsKnowNothingOfEachOther)
+{
+    CInterruptedSink sink;
+    EXPECT_EQ(KeysPlayed, SendKeys(u"+(a{b KeyDn}{c 2}){Num5}d", true, sink));
+    EXPECT_EQ("+Shift_L +a -a +b +c -c +c -c -Shift_L +Num_Lock -Num_Lock +KP_5 -KP_5 +Num_Lock -Num_Lock "
+              "+d -d -b",
+              withoutTrial(sink.strokes()));
 }
 
 TEST(KeyStringTest, AMillionOfTheSameCharacterExhaustsNoStack)

@@ -29,7 +29,7 @@ public:
         return keysym < 0x7F &&
                (std::isupper(character) || std::strchr("~!@#$%^&*()_+{}|:\"<>?", character)) && keysym;
     }
-    bool stroke(unsigned action, unsigned long keysym, int) override
+    bool stroke(unsigned action, unsigned long keysym, int, int) override
     {
         const char* name = XKeysymToString(keysym);
         add((action >= AltKeyPressed ? "!" : "") + std::string(isPress(action) ? "+" : "-") +
