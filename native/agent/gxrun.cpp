@@ -1,4 +1,5 @@
 // gxrun [options] PROGRAM [ARGUMENT ...]: becomes PROGRAM, with the agent preloaded.
+#include "Companion.h"
 #include "Environment.h"
 #include "ProgramFile.h"
 
@@ -27,6 +28,7 @@ constexpr char usage[] =
     "  --library FILE  libgxsys.so to use, instead of the one that belongs to gxrun\n"
     "  --jar FILE      gxsys.jar to use, likewise\n"
     "  --domain NAME   test domain to load in the program\n"
+    "  --end-with PID  the program and what it starts end when that process does\n"
     "  --help          this text\n"
     "The Java runtime is the first that is found of: the directories in TALVERN_GX_JRE, JAVA_HOME, the one "
     "of java\n"
@@ -35,15 +37,19 @@ constexpr char usage[] =
 struct COptions {
     bool follow = false;
     std::string library, jar, domain;
+    pid_t master = 0; ///< the process to end with; 0 for none
 };
 
 /// @return what to exit with; nothing to go on
 std::optional<int> parse(int argc, char** argv, COptions& options)
 {
-    const option known[] = {
-        {"follow", no_argument, nullptr, 'f'},    {"library", required_argument, nullptr, 'l'},
-        {"jar", required_argument, nullptr, 'j'}, {"domain", required_argument, nullptr, 'd'},
-        {"help", no_argument, nullptr, 'h'},      {nullptr, 0, nullptr, 0}};
+    const option known[] = {{"follow", no_argument, nullptr, 'f'},
+                            {"library", required_argument, nullptr, 'l'},
+                            {"jar", required_argument, nullptr, 'j'},
+                            {"domain", required_argument, nullptr, 'd'},
+                            {"end-with", required_argument, nullptr, 'e'},
+                            {"help", no_argument, nullptr, 'h'},
+                            {nullptr, 0, nullptr, 0}};
     for (int found; (found = getopt_long(argc, argv, "+h", known, nullptr)) != -1;)
         switch (found) {
         case 'f':
@@ -57,6 +63,9 @@ std::optional<int> parse(int argc, char** argv, COptions& options)
             break;
         case 'd':
             options.domain = optarg;
+            break;
+        case 'e':
+            options.master = std::atoi(optarg);
             break;
         case 'h':
             std::fputs(usage, stdout);
@@ -152,6 +161,9 @@ int main(int argc, char** argv)
     }
     if (ProgramFile::takesPreload(path))
         prepare(options, fs::read_symlink("/proc/self/exe").parent_path());
+    if (options.master != 0 && !Companion::endWith(options.master))
+        std::fprintf(stderr, "gxrun: the program does not end with process %d, which is not to be seen\n",
+                     options.master);
     correctUnderscore(argv[0], path);
     execvp(path.c_str(), command);
     const int failure = errno;

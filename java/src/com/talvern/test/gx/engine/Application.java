@@ -18,6 +18,7 @@ import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
 import java.util.function.Consumer;
 import java.util.function.Function;
+import java.util.stream.Stream;
 
 /**
  * An application under test: a program that nobody here wrote, with an agent in it that answers for its widgets.
@@ -46,8 +47,8 @@ import java.util.function.Function;
  * be answered before the application has seen a click, so wait for its effect, as the {@code await} methods do.
  */
 public final class Application implements AutoCloseable {
-    private static final Duration DEFAULT_START = Duration.ofSeconds(30);
     private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
+    private static final Duration CLOSE = Duration.ofSeconds(2);
     /** More than anybody waits, and few enough nanoseconds to count with. */
     private static final Duration LONGEST = Duration.ofDays(365);
     private static final long FIRST_POLL_MS = 10;
@@ -57,35 +58,40 @@ public final class Application implements AutoCloseable {
     private final String name;
     private final ProcessHandle handle;
     private final Process process;
+    private final boolean endsOnClose;
     private final Mailslot mailslot;
     private volatile Duration timeout;
 
-    private Application(String name, ProcessHandle handle, Process process, Mailslot mailslot, Duration timeout) {
+    private Application(String name, ProcessHandle handle, Process process, boolean endsOnClose, Mailslot mailslot,
+            Duration timeout) {
         this.name = name;
         this.handle = handle;
         this.process = process;
+        this.endsOnClose = endsOnClose;
         this.mailslot = mailslot;
         this.timeout = timeout;
     }
 
     /** The same application, asked by somebody with less time. */
     private Application within(Duration limit) {
-        return new Application(name, handle, process, mailslot, limit);
+        return new Application(name, handle, process, endsOnClose, mailslot, limit);
     }
 
     /**
      * Starts a program with an agent in it and waits up to 30 seconds until the agent answers. What the program writes
-     * to its standard output is dropped; its error messages go where those of this process go.
+     * to its standard output is dropped; its error messages go where those of this process go. It ends with this JVM at
+     * the latest.
      *
      * @param command the program, looked for in PATH, and its arguments
      * @return the application
      * @throws ApplicationException.Ended the program could not be started or ended at once
-     * @throws ApplicationException.NoAgent no agent answers: it is no program with Motif, GTK 2 or GTK 3, there is no
-     *     JVM for it, or it has shown no window yet. The program is ended then
+     * @throws ApplicationException.NoAgent no agent answers: there is no JVM for it, or it has shown no window yet; or
+     *     there cannot be one, which is said within two seconds of its first window: it uses neither Motif, GTK 2 nor
+     *     GTK 3, or a script has started it. The program is ended then
      */
     public static Application start(String... command) {
-        return start(new ProcessBuilder(command).redirectOutput(ProcessBuilder.Redirect.DISCARD)
-            .redirectError(ProcessBuilder.Redirect.INHERIT), DEFAULT_START);
+        return start(LaunchOptions.DEFAULTS, new ProcessBuilder(command)
+            .redirectOutput(ProcessBuilder.Redirect.DISCARD).redirectError(ProcessBuilder.Redirect.INHERIT));
     }
 
     /**
@@ -96,10 +102,21 @@ public final class Application implements AutoCloseable {
      * @return the application
      */
     public static Application start(ProcessBuilder program, Duration limit) {
+        return start(LaunchOptions.DEFAULTS.within(limit), program);
+    }
+
+    /**
+     * Starts a program as {@link #start(String...)} does, in its own way.
+     *
+     * @param options how
+     * @param program what to start; {@code gxrun} is put in front of its command
+     * @return the application
+     */
+    public static Application start(LaunchOptions options, ProcessBuilder program) {
         List<String> command = program.command();
         String name = command.get(0);
-        List<String> launched = new ArrayList<>(command);
-        launched.add(0, Launcher.path());
+        List<String> launched = options.launcher();
+        launched.addAll(command);
         Process process;
         try {
             process = program.command(launched).start();
@@ -109,10 +126,11 @@ public final class Application implements AutoCloseable {
             program.command(command);
         }
         try {
-            return new Application(name, process.toHandle(), process, awaitAgent(name, process.toHandle(), limit),
+            AgentSearch.Found found = new AgentSearch(name, process.toHandle()).await(options.limit());
+            return new Application(name, found.process(), process, !options.leavesRunning(), found.mailslot(),
                 DEFAULT_TIMEOUT);
         } catch (RuntimeException nobody) {
-            process.destroyForcibly();
+            end(process.toHandle(), Duration.ZERO);
             throw nobody;
         }
     }
@@ -129,24 +147,11 @@ public final class Application implements AutoCloseable {
         String name = "process " + pid;
         ProcessHandle process = ProcessHandle.of(pid)
             .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
-        return new Application(process.info().command().orElse(name), process, null,
-            awaitAgent(name, process, Duration.ZERO), DEFAULT_TIMEOUT);
-    }
-
-    private static Mailslot awaitAgent(String name, ProcessHandle process, Duration limit) {
-        long end = System.nanoTime() + nanosOf(limit);
-        Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
-        while (mailslot == null) {
-            if (!process.isAlive()) {
-                throw new ApplicationException.Ended(name + " has ended before its agent answered", null);
-            }
-            if (System.nanoTime() - end >= 0) {
-                throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + process.pid());
-            }
-            pause(FIRST_POLL_MS);
-            mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
+        Mailslot mailslot = Mailslot.find(Operation.mailslotOf(pid));
+        if (mailslot == null) {
+            throw new ApplicationException.NoAgent("no agent answers in " + name);
         }
-        return mailslot;
+        return new Application(process.info().command().orElse(name), process, null, false, mailslot, DEFAULT_TIMEOUT);
     }
 
     /** @return the program's name as it was started, or what the system knows of it */
@@ -359,22 +364,29 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Ends the program that {@link #start(String...) start} has started: asks it by SIGTERM, and after two seconds by
-     * SIGKILL. One that {@link #attach} has found runs on.
+     * Ends the program that {@link #start(String...) start} has started, and what it has started: asks them by SIGTERM,
+     * and after two seconds by SIGKILL. One that {@link #attach} has found, or that was to be left running, runs on.
      */
     @Override
     public void close() {
-        if (process == null) {
-            return;
+        if (endsOnClose) {
+            end(process.toHandle(), CLOSE);
         }
-        handle.destroy();
-        try {
-            handle.onExit().get(2, TimeUnit.SECONDS);
-        } catch (InterruptedException interrupted) {
-            Thread.currentThread().interrupt();
-            handle.destroyForcibly();
-        } catch (Exception stillThere) {
-            handle.destroyForcibly();
+    }
+
+    private static void end(ProcessHandle eldest, Duration patience) {
+        List<ProcessHandle> family = Stream.concat(eldest.descendants(), Stream.of(eldest)).toList();
+        family.forEach(ProcessHandle::destroy);
+        long end = System.nanoTime() + patience.toNanos();
+        for (ProcessHandle member : family) {
+            try {
+                member.onExit().get(Math.max(0, end - System.nanoTime()), TimeUnit.NANOSECONDS);
+            } catch (InterruptedException interrupted) {
+                Thread.currentThread().interrupt();
+                member.destroyForcibly();
+            } catch (Exception stillThere) {
+                member.destroyForcibly();
+            }
         }
     }
 
@@ -405,7 +417,7 @@ public final class Application implements AutoCloseable {
         return bounds;
     }
 
-    private static long nanosOf(Duration limit) {
+    static long nanosOf(Duration limit) {
         return (limit.compareTo(LONGEST) < 0 ? limit : LONGEST).toNanos();
     }
 
@@ -447,7 +459,7 @@ public final class Application implements AutoCloseable {
         }
     }
 
-    private static void pause(long milliseconds) {
+    static void pause(long milliseconds) {
         try {
             Thread.sleep(milliseconds);
         } catch (InterruptedException interrupted) {

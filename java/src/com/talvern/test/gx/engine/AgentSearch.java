@@ -1,0 +1,123 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.Mailslot;
+import com.talvern.test.gx.sys.NativeLibrary;
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.List;
+import java.util.stream.Stream;
+
+/** Looks for the agent in a program that has just been started, and in those that it starts. */
+final class AgentSearch {
+    /** What an agent serves, as the files are called that a process has mapped. */
+    private static final List<String> TOOLKITS = List.of("/libXt.so", "/libgdk-x11-2.0.so", "/libgdk-3.so");
+    private static final String AGENT = "/libgxagent.so";
+    private static final long POLL_MS = 10;
+    private static final long HOPELESS_POLL_NS = Duration.ofMillis(100).toNanos();
+    /** Between its first window and its last library a program may take its time. */
+    private static final long HOPELESS_NS = Duration.ofSeconds(1).toNanos();
+
+    private final String name;
+    private final ProcessHandle started;
+    private long nextLook;
+    private long hopelessSince;
+
+    /** An agent, and the process that it is in. */
+    record Found(ProcessHandle process, Mailslot mailslot) {}
+
+    static {
+        NativeLibrary.load();
+    }
+
+    AgentSearch(String name, ProcessHandle started) {
+        this.name = name;
+        this.started = started;
+        this.nextLook = System.nanoTime();
+    }
+
+    /**
+     * Waits for an agent.
+     *
+     * @throws ApplicationException.Ended all of the program has ended
+     * @throws ApplicationException.NoAgent there is none in time, or there cannot be one
+     */
+    Found await(Duration limit) {
+        long end = System.nanoTime() + Application.nanosOf(limit);
+        while (true) {
+            List<ProcessHandle> family = family();
+            for (ProcessHandle process : family) {
+                Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
+                if (mailslot != null) {
+                    return new Found(process, mailslot);
+                }
+            }
+            if (!started.isAlive() && family.size() <= 1) {
+                throw new ApplicationException.Ended(name + " has ended before its agent answered", null);
+            }
+            giveUpHopeless(family);
+            if (System.nanoTime() - end >= 0) {
+                throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + started.pid());
+            }
+            Application.pause(POLL_MS);
+        }
+    }
+
+    private List<ProcessHandle> family() {
+        return Stream.concat(Stream.of(started), started.descendants()).toList();
+    }
+
+    /** A program that shows a window and has no toolkit that an agent serves will not get one. */
+    private void giveUpHopeless(List<ProcessHandle> family) {
+        long now = System.nanoTime();
+        if (now - nextLook < 0) {
+            return;
+        }
+        nextLook = now + HOPELESS_POLL_NS;
+        String reason = whyHopeless(family);
+        if (reason == null) {
+            hopelessSince = now;
+        } else if (now - hopelessSince >= HOPELESS_NS) {
+            throw new ApplicationException.NoAgent("there will be no agent in " + name + ", process "
+                + started.pid() + ": " + reason);
+        }
+    }
+
+    /** @return null while there is hope */
+    private static String whyHopeless(List<ProcessHandle> family) {
+        boolean toolkit = false;
+        for (ProcessHandle process : family) {
+            String files = mappedBy(process);
+            if (TOOLKITS.stream().anyMatch(files::contains)) {
+                if (files.contains(AGENT)) {
+                    return null;
+                }
+                toolkit = true;
+            }
+        }
+        if (!showsWindow(family.stream().mapToLong(ProcessHandle::pid).toArray())) {
+            return null;
+        }
+        return toolkit ? "what shows the window was started by the program, which LaunchOptions.follow() would follow"
+            : "it shows a window, and uses neither Xt (Motif) nor GDK 2 or 3 (GTK)";
+    }
+
+    /** The names of the files that a process has mapped, among other things; empty when it does not let us look. */
+    private static String mappedBy(ProcessHandle process) {
+        try {
+            return Files.readString(Path.of("/proc", Long.toString(process.pid()), "maps"), StandardCharsets.ISO_8859_1);
+        } catch (IOException gone) {
+            return "";
+        }
+    }
+
+    /**
+     * Whether one of the processes has a window on the screen. On a connection of its own; any thread.
+     *
+     * @param processes their ids
+     * @return false, too, where the X server does not say whose a window is
+     */
+    private static native boolean showsWindow(long[] processes);
+}

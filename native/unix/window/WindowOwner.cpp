@@ -1,0 +1,129 @@
+#include "WindowOwner.h"
+
+#include "JniEntry.h"
+#include "com_talvern_test_gx_engine_AgentSearch.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <unistd.h>
+
+#include <xcb/res.h>
+#include <xcb/xcb.h>
+
+namespace {
+constexpr int maxDepth = 4; ///< window managers put a window into up to three of theirs
+
+struct CFree {
+    void operator()(void* memory) const noexcept { std::free(memory); }
+};
+template <class T> using Reply = std::unique_ptr<T, CFree>;
+
+/// Asks the server about windows and processes, on a connection of its own.
+class CQuestions {
+public:
+    CQuestions() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect) {}
+
+    bool knowsProcesses()
+    {
+        if (xcb_connection_has_error(get()) || !xcb_get_extension_data(get(), &xcb_res_id)->present)
+            return false;
+        reply(xcb_res_query_version(get(), 1, 2), xcb_res_query_version_reply);
+        return processOf(xcb_generate_id(get())) == getpid();
+    }
+
+    /// The process that made a window or another resource; 0 when the server does not say. Asked once a
+    /// client.
+    int processOf(uint32_t resource)
+    {
+        const uint32_t client = resource & ~xcb_get_setup(get())->resource_id_mask;
+        const auto [known, isNew] = m_processes.try_emplace(client, 0);
+        if (isNew)
+            known->second = askProcessOf(resource);
+        return known->second;
+    }
+
+    std::vector<uint32_t> childrenOf(uint32_t window)
+    {
+        const auto tree = reply(xcb_query_tree(get(), window), xcb_query_tree_reply);
+        if (!tree)
+            return {};
+        const uint32_t* const first = xcb_query_tree_children(tree.get());
+        return {first, first + tree->length};
+    }
+
+    bool isSeen(uint32_t window)
+    {
+        const auto state = reply(xcb_get_window_attributes(get(), window), xcb_get_window_attributes_reply);
+        const auto box = reply(xcb_get_geometry(get(), window), xcb_get_geometry_reply);
+        return state && box && state->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
+               state->map_state == XCB_MAP_STATE_VIEWABLE && box->width > 1 && box->height > 1;
+    }
+
+    std::vector<uint32_t> roots()
+    {
+        std::vector<uint32_t> roots;
+        for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(get())); screen.rem > 0;
+             xcb_screen_next(&screen))
+            roots.push_back(screen.data->root);
+        return roots;
+    }
+
+private:
+    xcb_connection_t* get() const { return m_connection.get(); }
+
+    template <class Cookie, class Answer>
+    Reply<Answer> reply(Cookie cookie, Answer* (*take)(xcb_connection_t*, Cookie, xcb_generic_error_t**))
+    {
+        xcb_generic_error_t* error = nullptr;
+        Reply<Answer> answer(take(get(), cookie, &error));
+        std::free(error);
+        return answer;
+    }
+
+    int askProcessOf(uint32_t resource)
+    {
+        const xcb_res_client_id_spec_t spec{resource, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+        const auto ids = reply(xcb_res_query_client_ids(get(), 1, &spec), xcb_res_query_client_ids_reply);
+        if (!ids)
+            return 0;
+        auto id = xcb_res_query_client_ids_ids_iterator(ids.get());
+        return id.rem > 0 && xcb_res_client_id_value_value_length(id.data) > 0
+                   ? static_cast<int>(*xcb_res_client_id_value_value(id.data))
+                   : 0;
+    }
+
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> m_connection;
+    std::map<uint32_t, int> m_processes; ///< by the first id of each client
+};
+
+bool isSeenBelow(CQuestions& server, uint32_t window, const std::vector<int>& processes, int depth)
+{
+    for (const uint32_t child : server.childrenOf(window)) {
+        const bool isTheirs = std::ranges::find(processes, server.processOf(child)) != processes.end();
+        if (isTheirs ? server.isSeen(child) : depth > 1 && isSeenBelow(server, child, processes, depth - 1))
+            return true;
+    }
+    return false;
+}
+} // namespace
+
+bool WindowOwner::showsWindow(const std::vector<int>& processes)
+{
+    CQuestions server;
+    if (!server.knowsProcesses())
+        return false;
+    return std::ranges::any_of(server.roots(),
+                               [&](uint32_t root) { return isSeenBelow(server, root, processes, maxDepth); });
+}
+
+extern "C" JNIEXPORT jboolean JNICALL
+Java_com_talvern_test_gx_engine_AgentSearch_showsWindow(JNIEnv* env, jclass, jlongArray processes)
+{
+    return jniEntry(env, __func__, [&]() -> jboolean {
+        std::vector<jlong> ids(static_cast<size_t>(env->GetArrayLength(processes)));
+        env->GetLongArrayRegion(processes, 0, static_cast<jsize>(ids.size()), ids.data());
+        return WindowOwner::showsWindow({ids.begin(), ids.end()});
+    });
+}
