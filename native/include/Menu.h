@@ -4,6 +4,7 @@
 #include "WindowManager.h"
 
 #include <cstdint>
+#include <string>
 
 /// One menu bar or menu pane, named by its X window; a value, nothing is owned. Only the process whose
 /// toolkit made the menu can answer: call it on that toolkit's thread. Each call waits for the X server. GTK
@@ -44,6 +45,17 @@ public:
     /// @param submenu      0 when there is none
     /// @param submenuHandle  never set
     void getItemPopupMenu(int index, unsigned long* submenu, unsigned long* submenuHandle) const;
+
+    /// What the item says, UTF-8 and not cut, Motif's as well; empty when it says nothing.
+    std::string getWholeItemText(int index) const;
+    struct ItemState {
+        bool shown = false;   ///< part of the menu, though perhaps scrolled out of sight
+        bool enabled = false; ///< a click on it does something
+    };
+    ItemState getItemState(int index) const;
+    /// The part of an item that is not scrolled out of its menu, in root coordinates, whether the menu is
+    /// open or not. Zero for an item that is hidden or that there is not.
+    Rect getSeenPartOfItem(int index) const;
 
 private:
     uint64_t handle;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <csignal>
 #include <cstring>
+#include <string>
 #include <unistd.h>
 
 inline void say(const char* what, const char* text)
@@ -14,11 +15,21 @@ inline void say(const char* what, const char* text)
     std::fflush(stdout);
 }
 
+/// Takes one line, and leaves what follows for the next time that there is something to read.
+inline std::string nextOrder()
+{
+    std::string order;
+    for (char letter = 0; read(STDIN_FILENO, &letter, 1) == 1 && letter != '\n';)
+        order += letter;
+    return order;
+}
+
 /// Follows an order on the standard input: "hang <ms>" keeps the GUI thread busy, "exit <status>", "crash".
 inline void obey()
 {
-    char order[64] = "";
-    if (read(STDIN_FILENO, order, sizeof order - 1) <= 0)
+    const std::string line = nextOrder();
+    const char* const order = line.c_str();
+    if (line.empty())
         std::exit(0);
     int number = 0;
     if (std::sscanf(order, "hang %d", &number) == 1) {

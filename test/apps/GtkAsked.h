@@ -3,6 +3,8 @@
 
 #include "Asked.h"
 
+#include <string>
+
 inline GtkWidget* itemIn(GtkWidget* menu, const char* label, GtkWidget* submenu)
 {
     GtkWidget* const item = label ? gtk_menu_item_new_with_mnemonic(label) : gtk_separator_menu_item_new();
@@ -18,13 +20,29 @@ inline GtkWidget* itemIn(GtkWidget* menu, const char* label, GtkWidget* submenu)
     return menu;
 }
 
+inline GtkWidget* lastOf(GtkWidget* menu)
+{
+    GList* const items = gtk_container_get_children(GTK_CONTAINER(menu));
+    GtkWidget* const last = GTK_WIDGET(g_list_last(items)->data);
+    g_list_free(items);
+    return last;
+}
+
 inline GtkWidget* menuBar()
 {
     GtkWidget* const recent = itemIn(itemIn(gtk_menu_new(), "one", nullptr), "_two", nullptr);
     GtkWidget* const file = gtk_menu_new();
     itemIn(itemIn(file, "_New", nullptr), nullptr, nullptr);
     itemIn(itemIn(file, "_Recent", recent), "Gr\303\274\303\237e", nullptr);
-    return itemIn(itemIn(gtk_menu_bar_new(), "_File", file), "_Help", nullptr);
+    gtk_widget_set_no_show_all(lastOf(itemIn(file, "Hidden", nullptr)), TRUE);
+    gtk_widget_set_sensitive(lastOf(itemIn(file, "Grey", nullptr)), FALSE);
+    GtkWidget* const many = gtk_menu_new();
+    for (int number = 0; number < 100; ++number)
+        itemIn(many, ("number " + std::to_string(number)).c_str(), nullptr);
+    GtkWidget* const bar =
+        itemIn(itemIn(itemIn(gtk_menu_bar_new(), "_File", file), "_Help", nullptr), "_Many", many);
+    gtk_widget_set_no_show_all(lastOf(itemIn(bar, "Secret", gtk_menu_new())), TRUE);
+    return bar;
 }
 
 inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)

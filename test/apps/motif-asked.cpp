@@ -75,6 +75,9 @@ Widget menuBar(Widget main)
     addItem(XmCreatePushButtonGadget, recent, "two", choose);
     addItem(XmCreatePushButtonGadget, file, "Gr\303\274\303\237e", choose);
     addItem(XmCreatePushButton, file, "Open...", openDialog);
+    XtUnmanageChild(make(XmCreatePushButton, file, "Hidden"));
+    XtSetSensitive(make(XmCreatePushButton, file, "Grey"), False);
+    XtUnmanageChild(make(XmCreateCascadeButton, bar, "Secret"));
     addItem(XmCreateCascadeButton, bar, "Help", choose);
     return bar;
 }

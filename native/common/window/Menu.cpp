@@ -6,6 +6,7 @@
 #include "JniClass.h"
 #include "JniDataTypes.h"
 #include "JniEntry.h"
+#include "com_talvern_test_gx_application_MenuItems.h"
 #include "com_talvern_test_gx_sys_graphical_Menu.h"
 #include "jniobject.h"
 
@@ -97,5 +98,34 @@ MENU(jobject, getItemPopupMenu, JNIEnv* env, jobject self, jint index, jobjectAr
         const auto type = localRef(env, env->GetObjectClass(self));
         return CJniClass(env, type.get())
             .construct("(JJ)V", static_cast<jlong>(submenu), static_cast<jlong>(submenuHandle));
+    });
+}
+
+#define MENU_ITEMS(Type, Method)                                                                             \
+    extern "C" JNIEXPORT Type JNICALL Java_com_talvern_test_gx_application_MenuItems_##Method(               \
+        JNIEnv* env, jclass, jlong menu, jint index)
+
+MENU_ITEMS(jstring, text)
+{
+    return jniEntry(env, __func__, [&]() -> jstring {
+        const std::string text = GxMenu(menu, 0).getWholeItemText(index);
+        return text.empty() ? nullptr : newText(env, text.c_str());
+    });
+}
+
+MENU_ITEMS(jint, state)
+{
+    return jniEntry(env, __func__, [&]() -> jint {
+        const GxMenu::ItemState state = GxMenu(menu, 0).getItemState(index);
+        return (state.shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0) |
+               (state.enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0);
+    });
+}
+
+MENU_ITEMS(jobject, seenPart)
+{
+    return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
+        const Rect part = GxMenu(menu, 0).getSeenPartOfItem(index);
+        return part.isZero() ? nullptr : newRectangle(env, trace, part);
     });
 }

@@ -84,6 +84,25 @@ Rect boxIn(_GdkDrawable* around, _GdkDrawable* window, _GtkAllocation box)
     return {box.y * scale, box.x * scale, box.height * scale, box.width * scale};
 }
 
+/// The same for what the windows on the way do not cut off; nothing when they cut off all.
+std::optional<Rect> clippedBoxIn(_GdkDrawable* around, _GdkDrawable* window, _GtkAllocation box)
+{
+    for (_GdkDrawable* next = window; next; next = _gdk_window_get_parent(next)) {
+        int x = 0, y = 0, width = 0, height = 0, depth = 0;
+        _gdk_window_get_geometry(next, &x, &y, &width, &height, &depth);
+        const Rect part = clipped(Rect(box.y, box.x, box.height, box.width), width, height);
+        if (part.isZero())
+            return std::nullopt;
+        box = {part.getLeft(), part.getTop(), part.getWidth(), part.getHeight()};
+        if (next == around)
+            break;
+        _gdk_window_get_position(next, &x, &y);
+        box.x += x;
+        box.y += y;
+    }
+    return boxIn(around, around, box);
+}
+
 _GtkWidget* itemOf(Window menu, int index)
 {
     _GtkWidget* const widget = menuOf(menu);
@@ -126,6 +145,9 @@ public:
     std::optional<Rect> partOfWindow(Window menu) const override;
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;
+    std::string wholeText(Window menu, int index) const override;
+    GxMenu::ItemState itemState(Window menu, int index) const override;
+    std::optional<Rect> seenPart(Window menu, int index) const override;
 };
 
 void CGtkMenus::publish() const
@@ -201,6 +223,31 @@ Window CGtkMenus::submenuWindow(Window menu, int index) const
     _GtkWidget* const submenu =
         item ? _gtk_menu_item_get_submenu(reinterpret_cast<_GtkMenuItem*>(item)) : nullptr;
     return submenu ? xWindowOf(_gtk_widget_get_window(submenu)) : 0;
+}
+
+std::string CGtkMenus::wholeText(Window menu, int index) const
+{
+    _GtkWidget* const item = itemOf(menu, index);
+    const char* const text = item ? textOf(item) : nullptr;
+    return text ? text : "";
+}
+
+GxMenu::ItemState CGtkMenus::itemState(Window menu, int index) const
+{
+    _GtkWidget* const item = itemOf(menu, index);
+    return item ? GxMenu::ItemState{_gtk_widget_get_visible(item) != 0, _gtk_widget_is_sensitive(item) != 0}
+                : GxMenu::ItemState();
+}
+
+/// A menu that is too long for the screen scrolls in a window of its own, between the two arrows.
+std::optional<Rect> CGtkMenus::seenPart(Window menu, int index) const
+{
+    _GtkWidget* const item = itemOf(menu, index);
+    if (!item || !_gtk_widget_get_visible(item))
+        return std::nullopt;
+    _GtkAllocation box{};
+    _gtk_widget_get_allocation(item, &box);
+    return clippedBoxIn(_gdk_window_lookup(menu), _gtk_widget_get_window(item), box);
 }
 } // namespace
 

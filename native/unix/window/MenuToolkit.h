@@ -1,10 +1,13 @@
 /// What the toolkit of this process knows of its menus.
 #pragma once
 
+#include "Menu.h"
 #include "WindowManager.h"
 #include "WindowLevel.h"
 
+#include <algorithm>
 #include <optional>
+#include <string>
 #include <vector>
 
 /// One implementation a toolkit. GUI thread only; windows are X windows of any process, of which a toolkit
@@ -41,9 +44,24 @@ public:
     virtual std::optional<Rect> itemBox(Window menu, int index) const = 0;
     virtual Window submenuWindow(Window menu, int index) const = 0; ///< shown or not; 0 for none
 
+    virtual std::string wholeText(Window menu, int index) const = 0; ///< UTF-8; empty for none
+    virtual GxMenu::ItemState itemState(Window menu, int index) const = 0;
+    /// What the menu does not hide of an item that is shown, in the menu's window; empty when it hides it
+    /// all.
+    virtual std::optional<Rect> seenPart(Window menu, int index) const = 0;
+
 protected:
     ~IMenuToolkit() = default;
 };
+
+/// The part of a box that lies in a window of that size.
+inline Rect clipped(const Rect& box, int width, int height)
+{
+    const int left = std::max(box.getLeft(), 0), top = std::max(box.getTop(), 0);
+    const int right = std::min(box.getLeft() + box.getWidth(), width);
+    const int bottom = std::min(box.getTop() + box.getHeight(), height);
+    return right > left && bottom > top ? Rect(top, left, bottom - top, right - left) : Rect();
+}
 
 /// Whether a window shows a GTK menu, not a menu bar.
 bool isGtkMenu(Window window);

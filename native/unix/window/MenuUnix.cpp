@@ -139,6 +139,23 @@ void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
         *rect = *found;
 }
 
+std::string GxMenu::getWholeItemText(int index) const
+{
+    return IMenuToolkit::current().wholeText(handle, index);
+}
+
+GxMenu::ItemState GxMenu::getItemState(int index) const
+{
+    return IMenuToolkit::current().itemState(handle, index);
+}
+
+Rect GxMenu::getSeenPartOfItem(int index) const
+{
+    Display* const display = walkDisplay();
+    const auto part = display ? IMenuToolkit::current().seenPart(handle, index) : std::nullopt;
+    return part && !part->isZero() ? onScreen(display, handle, *part).value_or(Rect()) : Rect();
+}
+
 int GxMenu::getItemAtScreenPoint(const Point& point) const
 {
     Display* const display = walkDisplay();

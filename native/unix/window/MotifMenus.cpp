@@ -1,12 +1,15 @@
 #include "MenuToolkit.h"
 
 #include "CTracer.h"
+#include "CodeSet.h"
 #include "XtGuard.h"
 
 #include <strings.h>
 
 #include <Xm/CascadeB.h>
 #include <Xm/CascadeBG.h>
+#include <Xm/Label.h>
+#include <Xm/LabelG.h>
 #include <Xm/MenuShell.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Xm.h>
@@ -41,6 +44,24 @@ Rect boxOf(Widget item)
     Dimension width = 0, height = 0;
     XtVaGetValues(item, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
     return {y, x, height, width};
+}
+
+/// A copy of the label, in the code set of the application's locale; null for a widget that shows no text.
+/// Inside of CXtGuard only.
+char* labelOf(Widget item)
+{
+    if (!item || (!XtIsSubclass(item, xmLabelWidgetClass) && !XtIsSubclass(item, xmLabelGadgetClass)))
+        return nullptr;
+    unsigned char type = XmPIXMAP;
+    XtVaGetValues(item, XmNlabelType, &type, nullptr);
+    if (type == XmPIXMAP)
+        return nullptr;
+    XmString label = nullptr;
+    XtVaGetValues(item, XmNlabelString, &label, nullptr);
+    char* const text = static_cast<char*>(
+        XmStringUnparse(label, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL));
+    XmStringFree(label);
+    return text;
 }
 
 Window submenuOf(Widget item)
@@ -82,6 +103,9 @@ public:
     int itemText(Window, int, char*, int) const override { return 0; }
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;
+    std::string wholeText(Window menu, int index) const override;
+    GxMenu::ItemState itemState(Window menu, int index) const override;
+    std::optional<Rect> seenPart(Window menu, int index) const override;
 
 private:
     /// The first window whose widget passes; 0, too, after an Xt error.
@@ -159,6 +183,46 @@ Window CMotifMenus::submenuWindow(Window menu, int index) const
         return true;
     });
     return known ? submenu : 0;
+}
+
+std::string CMotifMenus::wholeText(Window menu, int index) const
+{
+    char* found = nullptr;
+    askItems(menu, [index, &found](const CMenuItems& items) {
+        found = labelOf(items.at(index));
+        return true;
+    });
+    const XtPtr<char> text(found);
+    const CEnvironmentLocale locale;
+    std::string utf8;
+    if (text)
+        convertText("UTF-8", locale.codeSet(), text.get(), utf8);
+    return utf8;
+}
+
+GxMenu::ItemState CMotifMenus::itemState(Window menu, int index) const
+{
+    GxMenu::ItemState state;
+    askItems(menu, [index, &state](const CMenuItems& items) {
+        if (const Widget item = items.at(index))
+            state = {XtIsManaged(item) != False, XtIsSensitive(item) != False};
+        return true;
+    });
+    return state;
+}
+
+std::optional<Rect> CMotifMenus::seenPart(Window menu, int index) const
+{
+    Rect part;
+    askItems(menu, [index, &part](const CMenuItems& items) {
+        const Widget item = items.at(index);
+        if (item && XtIsManaged(item)) {
+            const Rect around = boxOf(XtParent(item));
+            part = clipped(boxOf(item), around.getWidth(), around.getHeight());
+        }
+        return true;
+    });
+    return part.isZero() ? std::nullopt : std::optional(part);
 }
 } // namespace
 

@@ -50,6 +50,8 @@ constinit CLateFunction<_GtkWidget*(_GtkMenuItem*)> s_submenu{"gtk_menu_item_get
 constinit CLateFunction<unsigned long()> s_menuShellType{"gtk_menu_shell_get_type", GTK2, GTK3};
 constinit CLateFunction<void(_GtkWidget*, _GtkAllocation*)> s_allocation{"gtk_widget_get_allocation", GTK2,
                                                                          GTK3};
+constinit CLateFunction<int(_GtkWidget*)> s_isVisible{"gtk_widget_get_visible", GTK2, GTK3};
+constinit CLateFunction<int(_GtkWidget*)> s_isSensitive{"gtk_widget_is_sensitive", GTK2, GTK3};
 constinit CLateFunction<_GdkDrawable*(_GtkWidget*)> s_widgetWindow{"gtk_widget_get_window", GTK2, GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_timeout_add", GTK3};
 constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", GTK2, GTK12};
@@ -254,6 +256,16 @@ unsigned long _gtk_menu_shell_get_type()
 void _gtk_widget_get_allocation(_GtkWidget* widget, _GtkAllocation* allocation)
 {
     s_allocation(widget, allocation);
+}
+
+int _gtk_widget_get_visible(_GtkWidget* widget)
+{
+    return s_isVisible(widget);
+}
+
+int _gtk_widget_is_sensitive(_GtkWidget* widget)
+{
+    return s_isSensitive(widget);
 }
 
 _GdkDrawable* _gtk_widget_get_window(_GtkWidget* widget)

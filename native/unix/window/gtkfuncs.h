@@ -64,6 +64,8 @@ unsigned long _gtk_menu_bar_get_type();
 _GtkWidget* _gtk_menu_item_get_submenu(_GtkMenuItem* item);
 unsigned long _gtk_menu_shell_get_type(); ///< of menus and menu bars
 void _gtk_widget_get_allocation(_GtkWidget* widget, _GtkAllocation* allocation);
+int _gtk_widget_get_visible(_GtkWidget* widget);  ///< not 0 when it is not hidden; GTK 2.18
+int _gtk_widget_is_sensitive(_GtkWidget* widget); ///< not 0 when it and all around it react; GTK 2.18
 /// The GdkWindow that the widget is drawn into, its own or an ancestor's; null before it is realized.
 _GdkDrawable* _gtk_widget_get_window(_GtkWidget* widget);
 /// Has `function(data)` called every `milliseconds` until it answers 0.

@@ -50,24 +50,22 @@ final class Widgets {
         if (count < 0) {
             return null;
         }
+        boolean isOpen = new NativeWindow(menu.getHandle()).nativeIsShowing();
         List<MenuView.Item> items = new ArrayList<>(count);
         for (int index = 0; index < count; ++index) {
-            Menu popup = menu.getItemPopupMenu(index, null);
-            items.add(new MenuView.Item(index, textOf(menu, index), shown(menu.getItemScreenRectangle(index)),
-                popup == null ? 0 : popup.getHandle()));
+            items.add(viewOf(menu, index, isOpen));
         }
         return new MenuView(menu.getHandle(), menu.getScreenRectangle(), items);
     }
 
-    /** An item of GTK that is not shown has the size of one pixel. */
-    private static Rectangle shown(Rectangle box) {
-        return box == null || box.width <= 1 && box.height <= 1 ? null : box;
-    }
-
-    /** Under Motif the menu itself has no texts. */
-    private static String textOf(Menu menu, int index) {
-        String text = menu.getItemText(index);
-        return text != null ? text : MotifLabel.ofMenuItem(menu.getHandle(), index);
+    /** An item of a menu that is not open has a place, too, where nobody would find it. */
+    private static MenuView.Item viewOf(Menu menu, int index, boolean isOpen) {
+        long window = menu.getHandle();
+        int state = MenuItems.state(window, index);
+        Menu popup = menu.getItemPopupMenu(index, null);
+        return new MenuView.Item(index, MenuItems.text(window, index),
+            isOpen ? MenuItems.seenPart(window, index) : null, popup == null ? 0 : popup.getHandle(),
+            (state & MenuItems.SHOWN) != 0, (state & MenuItems.ENABLED) != 0);
     }
 
     static ListView list(long window) {

@@ -306,48 +306,122 @@ public final class Application implements AutoCloseable {
 
     /**
      * Chooses a menu item as a user does: clicks on an item of the menu bar, waits for its menu, clicks on an item of
-     * that, and so on.
+     * that, and so on; in a menu that is longer than the screen it turns the wheel until the item shows. When it cannot,
+     * the menus are closed again.
      *
      * @param path the texts of the items, from the menu bar; one at least
      * @throws IllegalArgumentException the path is empty
-     * @throws NoSuchElementException a menu has no such item, or does not show it; the menus that were
-     *     opened stay open
+     * @throws NoSuchElementException a menu has no such item, or hides it
+     * @throws ApplicationException.Disabled an item is disabled
      * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
      */
     public void choose(String... path) {
         if (path.length == 0) {
             throw new IllegalArgumentException("no item to choose");
         }
-        MenuView menu = await("a menu bar", Application::menuBar);
-        for (int depth = 0; depth < path.length - 1; ++depth) {
-            menu = open(menu, path[depth]);
+        try {
+            MenuView menu = await("a menu bar", Application::menuBar);
+            for (int depth = 0; depth < path.length - 1; ++depth) {
+                menu = open(menu, path[depth]);
+            }
+            click(reveal(menu, path[path.length - 1]).bounds());
+        } catch (NoSuchElementException | ApplicationException.Disabled | ApplicationException.NotInTime cannot) {
+            closeMenusAfter(cannot);
+            throw cannot;
         }
-        String last = path[path.length - 1];
-        click(shown(menu.item(last).bounds(), last));
+    }
+
+    private void closeMenusAfter(RuntimeException failure) {
+        try {
+            closeMenus();
+        } catch (RuntimeException notEven) {
+            failure.addSuppressed(notEven);
+        }
     }
 
     /**
      * Opens the menu behind an item by a click on it, and waits until it shows. When the item moves meanwhile, as the
-     * window manager places a new window, it is clicked on again where it is then.
+     * window manager places a new window, it is clicked on again where it is then; and so it is when the click has
+     * closed another menu that was open.
      *
      * @param menu a menu bar, or a menu that is open
      * @param item the text of one of its items
      * @return the menu that has opened
-     * @throws NoSuchElementException the menu has no such item
-     * @throws ApplicationException.NotInTime no menu has opened: the item has none, is disabled, or does not show
+     * @throws NoSuchElementException the menu has no such item, or hides it
+     * @throws ApplicationException.Disabled the item is disabled
+     * @throws ApplicationException.NotInTime no menu has opened: the item has none
      */
     public MenuView open(MenuView menu, String item) {
         Rectangle[] clicked = new Rectangle[1];
+        boolean[] closesAnother = new boolean[1];
         return await("the menu of " + item, asked -> {
-            Optional<MenuView.Item> now = asked.menu(menu.window()).map(view -> view.item(item));
-            long popup = now.map(MenuView.Item::popup).orElse(0L);
-            if (popup != 0) {
-                return asked.menu(popup);
+            MenuView.Item now = asked.reveal(menu, item);
+            if (now.popup() != 0) {
+                return asked.menu(now.popup());
             }
-            now.map(MenuView.Item::bounds).filter(bounds -> !bounds.equals(clicked[0])).ifPresent(bounds -> {
-                click(bounds);
-                clicked[0] = bounds;
-            });
+            boolean noneIsOpen = asked.openMenus().isEmpty();
+            if (!now.bounds().equals(clicked[0]) || closesAnother[0] && noneIsOpen) {
+                closesAnother[0] = !noneIsOpen;
+                clicked[0] = now.bounds();
+                click(now.bounds());
+            }
+            return Optional.empty();
+        });
+    }
+
+    /**
+     * Turns the mouse wheel over a menu until an item shows that the menu has scrolled out of sight.
+     *
+     * @param menu a menu that is open, or a menu bar
+     * @param item the text of one of its items
+     * @return the item as it is then, with bounds
+     * @throws NoSuchElementException the menu has no such item, or hides it
+     * @throws ApplicationException.Disabled the item is disabled
+     * @throws ApplicationException.NotInTime it has not come into sight
+     */
+    public MenuView.Item reveal(MenuView menu, String item) {
+        return await("the item " + item, asked -> {
+            Optional<MenuView> now = asked.menu(menu.window());
+            Optional<MenuView.Item> found = now.map(view -> usable(view.item(item)));
+            found.filter(hidden -> hidden.bounds() == null).ifPresent(hidden -> scrollTowards(hidden, now.get()));
+            return found.filter(seen -> seen.bounds() != null);
+        });
+    }
+
+    /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
+    private static void scrollTowards(MenuView.Item item, MenuView view) {
+        List<MenuView.Item> seen = view.items().stream().filter(other -> other.bounds() != null).toList();
+        if (seen.isEmpty()) {
+            return;
+        }
+        int above = seen.get(0).index() - item.index();
+        int below = seen.get(seen.size() - 1).index() - item.index();
+        Point place = middleOf(seen.get(seen.size() / 2).bounds());
+        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE);
+        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, above > 0 ? above : below, NativeKeyMouseEvent.WHEEL);
+    }
+
+    private MenuView.Item usable(MenuView.Item item) {
+        if (!item.shown()) {
+            throw new NoSuchElementException("\"" + item.text() + "\" is hidden");
+        }
+        if (!item.enabled()) {
+            throw new ApplicationException.Disabled("\"" + item.text() + "\" is disabled in " + name);
+        }
+        return item;
+    }
+
+    /**
+     * Closes all menus that are open, as a user does by the Escape key. The menu bar counts as none of them.
+     *
+     * @throws ApplicationException.NotInTime one is still open
+     */
+    public void closeMenus() {
+        await("its window without menus", asked -> {
+            if (asked.openMenus().isEmpty()) {
+                return Optional.of(true);
+            }
+            NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{ESC}");
             return Optional.empty();
         });
     }
@@ -359,8 +433,12 @@ public final class Application implements AutoCloseable {
      * @throws com.talvern.test.gx.CoordinateOffScreenException its middle is not on the screen
      */
     public void click(Rectangle box) {
-        NativeKeyMouseEvent.emitLLMouseEvent(new Point((int) box.getCenterX(), (int) box.getCenterY()), 0, 0,
-            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
+        NativeKeyMouseEvent.emitLLMouseEvent(middleOf(box), 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+            NativeKeyMouseEvent.CLICK);
+    }
+
+    private static Point middleOf(Rectangle box) {
+        return new Point((int) box.getCenterX(), (int) box.getCenterY());
     }
 
     /**

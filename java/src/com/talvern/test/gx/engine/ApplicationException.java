@@ -35,6 +35,15 @@ public class ApplicationException extends RuntimeException {
         }
     }
 
+    /** What was to be used is disabled: a click on it would do nothing. */
+    public static final class Disabled extends ApplicationException {
+        private static final long serialVersionUID = 1L;
+
+        Disabled(String message) {
+            super(message, null);
+        }
+    }
+
     /** The application answered that the request failed in it. */
     public static final class Failed extends ApplicationException {
         private static final long serialVersionUID = 1L;

@@ -18,10 +18,13 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
      *
      * @param index its place in the menu, from 0
      * @param text what it shows, without the mark of its mnemonic; null for a separator or a picture
-     * @param bounds where it is on the screen; null for one that the menu does not show
+     * @param bounds what is to be seen of it, on the screen; null for one that the menu hides, or has scrolled out of
+     *     sight, and for all items of a menu that is not open
      * @param popup X window of the menu that it has opened; 0 while it has none
+     * @param shown whether it is part of the menu: a user finds it, perhaps by scrolling
+     * @param enabled whether a click on it does something
      */
-    public record Item(int index, String text, Rectangle bounds, long popup) {}
+    public record Item(int index, String text, Rectangle bounds, long popup, boolean shown, boolean enabled) {}
 
     /** A menu that nobody changes any more. */
     public MenuView {
@@ -55,7 +58,7 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
     public void write(Values out) {
         out.add(window).add(bounds).add(items.size());
         for (Item item : items) {
-            out.add(item.text()).add(item.bounds()).add(item.popup());
+            out.add(item.text()).add(item.bounds()).add(item.popup()).add(item.shown()).add(item.enabled());
         }
     }
 
@@ -65,7 +68,8 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
         int count = in.nextInt();
         List<Item> items = new ArrayList<>(count);
         for (int index = 0; index < count; ++index) {
-            items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong()));
+            items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong(), in.nextBoolean(),
+                in.nextBoolean()));
         }
         return new MenuView(window, bounds, items);
     }
