@@ -10,6 +10,9 @@ import com.talvern.test.gx.NotSupportedOnUnixException;
 import com.talvern.test.gx.sys.OSProcess;
 import com.talvern.test.gx.sys.OperatingSystem;
 import com.talvern.test.gx.sys.ProcessInformation;
+import java.io.RandomAccessFile;
+import java.lang.management.ManagementFactory;
+import java.lang.management.ThreadMXBean;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
 import java.nio.file.Files;
@@ -18,6 +21,8 @@ import java.util.Arrays;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.concurrent.CountDownLatch;
+import java.util.function.ToIntFunction;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -28,7 +33,7 @@ class OperatingSystemTest {
     @TempDir
     Path directory;
 
-    /** Both answers of a wait mean that the program has ended: the JVM may have heard of its end first. */
+    /** Both answers of a wait mean that the program has ended: it may have ended before the wait began. */
     private static void assertEnded(ProcessInformation process, int answer, int exitCode) {
         assertEquals(answer == 0, process.noProcess);
         assertEquals(answer == 0 ? 0 : exitCode, process.exitCode);
@@ -50,6 +55,57 @@ class OperatingSystemTest {
             assertEnded(process, answer, 3);
         }
         assertEquals(("one  two \u20ac\n" + directory + "\noops\n").repeat(20), Files.readString(output));
+    }
+
+    /** Once each has used the processor for a while: a call's beginning takes less, a wait that asks and asks more. */
+    private static void awaitUnderWay(Thread... waiters) throws InterruptedException {
+        long end = System.nanoTime() + 20 * SECOND;
+        ThreadMXBean times = ManagementFactory.getThreadMXBean();
+        long[] before = Arrays.stream(waiters).mapToLong(waiter -> times.getThreadCpuTime(waiter.getId())).toArray();
+        for (int i = 0; i < waiters.length; ++i) {
+            while (times.getThreadCpuTime(waiters[i].getId()) < before[i] + 500_000) {
+                assertTrue(System.nanoTime() < end && waiters[i].isAlive(), "the wait does not ask");
+                Thread.sleep(1);
+            }
+        }
+    }
+
+    /** Programs with the exit statuses 1, 2, 3 ... that end together once all of them are waited for. */
+    private void assertExitCodesArrive(int programs, ToIntFunction<ProcessInformation> waitFor) throws Exception {
+        Path go = directory.resolve("go");
+        OperatingSystem.wait(OperatingSystem.exec("mkfifo " + go, null, null, null, false));
+        ProcessInformation[] processes = new ProcessInformation[programs];
+        Thread[] waiters = new Thread[programs];
+        int[] answers = new int[programs];
+        CountDownLatch entered = new CountDownLatch(programs);
+        for (int i = 0; i < programs; ++i) {
+            int index = i;
+            processes[i] = OperatingSystem.exec("sh -c ': <" + go + "; exit " + (i + 1) + "'", null, null, null, false);
+            waiters[i] = new Thread(() -> {
+                entered.countDown();
+                answers[index] = waitFor.applyAsInt(processes[index]);
+            });
+            waiters[i].start();
+        }
+        entered.await();
+        awaitUnderWay(waiters);
+        RandomAccessFile opened = new RandomAccessFile(go.toFile(), "rw");
+        for (int i = 0; i < programs; ++i) {
+            waiters[i].join();
+            assertEquals(1, answers[i]);
+            assertEquals(i + 1, processes[i].exitCode);
+            assertFalse(processes[i].noProcess);
+        }
+        opened.close();
+        Files.delete(go);
+    }
+
+    @Test
+    void anExitCodeArrivesWhereverTheWaitWasUnderWay() throws Exception {
+        for (int round = 0; round < 50; ++round) {
+            assertExitCodesArrive(2, OperatingSystem::wait);
+        }
+        assertExitCodesArrive(100, process -> OperatingSystem.waitWithTimeout(process, 120_000));
     }
 
     @Test

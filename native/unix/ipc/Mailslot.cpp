@@ -1,6 +1,7 @@
 #include "Mailslot.h"
 
 #include "CTracer.h"
+#include "ChildWait.h"
 #include "ErrorString.h"
 #include "GxAssert.h"
 #include "ITalString.h"
@@ -14,7 +15,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -154,14 +154,14 @@ void CMailslot::setHandle(CSemaphoreHandle handle)
     m_pMailbox->m_index = handle.m_index;
 }
 
-/// Without an owner there is nobody to reap, and waitpid would take a status that others wait for.
+/// Without an owner there is nobody to reap: 0 would stand for any child of this process group.
 bool CMailslot::isGone() const
 {
     m_ref.isValid();
     const pid_t owner = m_pMailbox ? m_pMailbox->m_owner : 0;
     if (owner <= 0)
         return false;
-    waitpid(owner, nullptr, WNOHANG);
+    reapChild(owner);
     return kill(owner, 0) == -1 && errno == ESRCH;
 }
 

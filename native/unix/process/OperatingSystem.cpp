@@ -2,10 +2,8 @@
 
 #include "CTracer.h"
 #include "Environment.h"
-#include "ProcessStart.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -14,7 +12,6 @@
 #include <iterator>
 #include <sched.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -24,22 +21,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds pollPause(10);
 constexpr milliseconds defaultLimit(120'000);
 constexpr time_t killSeconds = 5;
-
-/// How the child ended; nothing while it runs.
-std::optional<CProcessEnd> endOf(pid_t pid)
-{
-    int status = 0;
-    const pid_t reaped = pid > 0 ? waitpid(pid, &status, WNOHANG) : -1;
-    if (pid <= 0 || (reaped < 0 && errno == ECHILD)) {
-        traceReapFailures();
-        return CProcessEnd{CProcessEnd::noChild};
-    }
-    if (reaped <= 0)
-        return std::nullopt;
-    traceReapFailures();
-    return WIFSIGNALED(status) ? CProcessEnd{CProcessEnd::killed, WTERMSIG(status)}
-                               : CProcessEnd{CProcessEnd::exited, WEXITSTATUS(status)};
-}
 
 milliseconds waitLimit(int timeoutMs)
 {
@@ -68,8 +49,8 @@ void joinName(std::string& stat)
 
 CProcessEnd COperatingSystem::wait(pid_t pid)
 {
-    for (;;) {
-        if (const std::optional<CProcessEnd> end = endOf(pid))
+    for (CChildWait child(pid);;) {
+        if (const std::optional<CProcessEnd> end = child.end())
             return *end;
         // No pause: where nobody else wants the processor, this comes back at once. Where somebody does, it
         // may be the child.
@@ -79,8 +60,9 @@ CProcessEnd COperatingSystem::wait(pid_t pid)
 
 CProcessEnd COperatingSystem::waitWithTimeout(pid_t pid, int timeoutMs)
 {
+    CChildWait child(pid);
     for (milliseconds left = waitLimit(timeoutMs);;) {
-        if (const std::optional<CProcessEnd> end = endOf(pid))
+        if (const std::optional<CProcessEnd> end = child.end())
             return *end;
         if (left <= milliseconds::zero())
             break;

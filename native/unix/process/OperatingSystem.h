@@ -1,27 +1,17 @@
 /// Questions about processes and the system, waiting for children and ending processes.
 #pragma once
 
+#include "ChildWait.h"
+
 #include <optional>
 #include <string>
 #include <sys/types.h>
-
-/// How a wait for a child ended.
-struct CProcessEnd {
-    enum Kind {
-        noChild, ///< there is no such child, or sig_chld (ProcessStart.h) has reaped it
-        exited,  ///< `code` is its exit status
-        killed,  ///< `code` is the number of the signal that ended it
-        expired, ///< it still ran when the time was over
-    };
-    Kind kind;
-    int code = 0;
-};
 
 /// Any thread. An id of 0 or below never stands for a process here: for the system it would mean a whole
 /// group of processes, or every process of the user.
 class COperatingSystem {
 public:
-    /// Waits for the end of a child. Asks without a pause, which keeps a processor busy as long as nobody
+    /// Waits for the end of a child, whoever reaps it (CChildWait). Asks without a pause, which keeps a processor busy as long as nobody
     /// else wants it: engines that wait this way measure how long a program takes.
     static CProcessEnd wait(pid_t pid);
     /// Waits for the end of a child, asking every 10 ms. The time left shrinks by twice the pause, as engines

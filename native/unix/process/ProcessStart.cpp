@@ -2,14 +2,15 @@
 
 #include "CRegistryInformation.h"
 #include "CTracer.h"
+#include "ChildWait.h"
 #include "Environment.h"
 #include "ErrorString.h"
 #include "ScopedFile.h"
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
@@ -23,10 +24,6 @@
 namespace {
 constexpr int firstOwnDescriptor = 3;
 constexpr int cannotExecute = 127;
-
-/// errno of the last failure of sig_chld that is not traced yet; 0 for none.
-constinit std::atomic<int> s_reapFailure = 0;
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
 
 bool given(const char* path)
 {
@@ -210,29 +207,6 @@ pid_t bearWithoutSignals(CPlan& plan, volatile int& error)
     return pid;
 }
 
-/// Takes the handler away before its code goes, when the library is unloaded.
-class CHandlerEnd {
-public:
-    ~CHandlerEnd()
-    {
-        struct sigaction action;
-        if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_sigaction == sig_chld)
-            signal(SIGCHLD, SIG_DFL);
-    }
-};
-const CHandlerEnd s_handlerEnd;
-
-void installHandler()
-{
-    struct sigaction action = {};
-    // Without SA_SIGINFO the handler's second and third argument mean nothing, and without SA_RESTART the
-    // host's calls end early: engines count on being woken by the end of a child.
-    action.sa_sigaction = sig_chld;
-    action.sa_flags = SA_NOCLDSTOP;
-    if (sigaction(SIGCHLD, &action, nullptr) != 0)
-        CTracer::debugTrace("exec: sigaction failed with errno %d, %s", errno, CErrorString(errno).text());
-}
-
 pid_t run(CPlan& plan)
 {
     volatile int error = 0;
@@ -243,7 +217,7 @@ pid_t run(CPlan& plan)
         fail("cannot make a process", cause);
     }
     if (error != 0) {
-        waitpid(pid, nullptr, 0); // unless sig_chld was first
+        waitpid(pid, nullptr, 0); // unless sig_chld was first; nobody waits for it
         CTracer::debugTrace("Error: shouldn't get here! (after execvp())");
         fail("cannot start /bin/sh", error);
     }
@@ -259,27 +233,10 @@ pid_t CProcessStart::start(std::string& error) const
             throw CStartError{"no command"};
         CPlan plan;
         layOut(plan, *this);
-        installHandler();
+        CChildSignals::ofLibrary().takeOver();
         return run(plan);
     } catch (const CStartError& failure) {
         error = failure.text;
         return -1;
     }
-}
-
-void sig_chld(int, siginfo_t*, void*) noexcept
-{
-    const int interrupted = errno;
-    if (waitpid(-1, nullptr, WNOHANG) < 0)
-        s_reapFailure = errno;
-    siginfo_t next = {};
-    if (waitid(P_ALL, 0, &next, WEXITED | WNOHANG | WNOWAIT) == 0 && next.si_pid != 0)
-        raise(SIGCHLD);
-    errno = interrupted;
-}
-
-void traceReapFailures() noexcept
-{
-    if (const int error = s_reapFailure.exchange(0))
-        CTracer::debugTrace("sig_chld: waitpid failed with errno %d, %s", error, CErrorString(error).text());
 }

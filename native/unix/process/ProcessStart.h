@@ -1,7 +1,6 @@
 /// Starting programs.
 #pragma once
 
-#include <csignal>
 #include <string>
 #include <sys/types.h>
 
@@ -23,7 +22,7 @@ struct CProcessStart {
     /// an existing path, with that JRE's directories before LD_LIBRARY_PATH. It has SIGTERM blocked, and so
     /// has all that it starts in turn: COperatingSystem::kill does not end it unless it unblocks the signal.
     ///
-    /// From now on SIGCHLD belongs to this library (sig_chld, below): the handler that the host had is
+    /// From now on SIGCHLD belongs to this library (sig_chld in ChildWait.h): the handler that the host had is
     /// replaced, system calls of the host may fail with EINTR when a child ends, and children are reaped
     /// whoever made them.
     ///
@@ -34,14 +33,3 @@ struct CProcessStart {
     ///         or 126.
     pid_t start(std::string& error) const;
 };
-
-/// The handler of SIGCHLD: reaps one exited child of any kind, without blocking. While more of them wait to
-/// be reaped it raises the signal anew, since several that end at once make one signal only: so no child
-/// stays a zombie, waited for or not. Who waits for a child that was reaped here is told that there is no
-/// such child. The exit of a child that somebody else has reaped is a failure, which traceReapFailures()
-/// reports.
-void sig_chld(int signal, siginfo_t* information, void* context) noexcept;
-
-/// Traces the last failure of sig_chld since the last call: a signal handler cannot, as it may have
-/// interrupted the trace itself. Called by every start and at the end of every wait.
-void traceReapFailures() noexcept;

@@ -4,6 +4,7 @@
 #include "ChildProcess.h"
 #include "Environment.h"
 #include "ProcessStart.h"
+#include "ScopedFile.h"
 #include "Within.h"
 
 #include <gtest/gtest.h>
@@ -12,12 +13,14 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 using std::chrono::milliseconds;
+using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 pid_t start(const char* command)
@@ -84,11 +87,80 @@ TEST(OperatingSystemTest, TellsHowAChildEnded)
             EXPECT_EQ(row.end.code, end.code);
         }
     const pid_t reaped = start("true");
-    ASSERT_TRUE(within(std::chrono::seconds(10), [&] { return !COperatingSystem::isAlive(reaped); }));
+    ASSERT_TRUE(within(seconds(10), [&] { return !COperatingSystem::isAlive(reaped); }));
     for (const pid_t pid : {reaped, getpid(), 0, -1}) {
         EXPECT_EQ(CProcessEnd::noChild, COperatingSystem::wait(pid).kind);
         EXPECT_EQ(CProcessEnd::noChild, COperatingSystem::waitWithTimeout(pid, 1000).kind);
     }
+}
+
+std::string newPipe()
+{
+    const std::string pipe = std::getenv("HOME") + std::string("/pipe");
+    unlink(pipe.c_str());
+    EXPECT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    return pipe;
+}
+
+/// A program that ends with this status once somebody has opened the pipe for writing.
+pid_t startEnding(int status, const std::string& pipe)
+{
+    return start(("sh -c ': <" + pipe + "; exit " + std::to_string(status) + "'").c_str());
+}
+
+TEST(OperatingSystemTest, EveryWaitUnderWayLearnsHowTheChildEnded)
+{
+    const std::string pipe = newPipe();
+    for (int round = 0; round < 100; ++round) {
+        SCOPED_TRACE(round);
+        const pid_t pid = startEnding(round, pipe);
+        CChildWait first(pid), second(pid);
+        EXPECT_FALSE(first.end());
+        const CDescriptor go(open(pipe.c_str(), O_RDWR));
+        // In every other round the handler reaps, else whoever is first.
+        EXPECT_TRUE(within(seconds(20), [&] { return round % 2 == 0 || !COperatingSystem::isAlive(pid); }));
+        std::optional<CProcessEnd> end;
+        ASSERT_TRUE(within(seconds(20), [&] { return (end = first.end()).has_value(); }));
+        for (const auto& known : {end, second.end()}) {
+            ASSERT_TRUE(known);
+            EXPECT_EQ(CProcessEnd::exited, known->kind);
+            EXPECT_EQ(round, known->code);
+        }
+        EXPECT_EQ(CProcessEnd::noChild, COperatingSystem::wait(pid).kind) << "it begins too late";
+    }
+}
+
+/// Starts a program that gets a certain id; 0 where the system does not let its choice be steered.
+pid_t startWithId(pid_t wanted, int status, const std::string& pipe)
+{
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::ofstream last("/proc/sys/kernel/ns_last_pid");
+        if (!(last << wanted - 1 << std::flush))
+            return 0;
+        const pid_t pid = startEnding(status, pipe);
+        if (pid == wanted)
+            return pid;
+        const CDescriptor go(open(pipe.c_str(), O_RDWR));
+        COperatingSystem::wait(pid);
+    }
+    return 0;
+}
+
+TEST(OperatingSystemTest, AnIdThatIsUsedAgainHasAnEndOfItsOwn)
+{
+    const std::string pipe = newPipe();
+    const pid_t pid = startEnding(1, pipe);
+    {
+        CChildWait unfinished(pid); // the handler leaves it a status that is not fetched
+        const CDescriptor go(open(pipe.c_str(), O_RDWR));
+        ASSERT_TRUE(within(seconds(20), [&] { return !COperatingSystem::isAlive(pid); }));
+    }
+    if (!startWithId(pid, 2, pipe))
+        GTEST_SKIP() << "process ids cannot be chosen here (CAP_CHECKPOINT_RESTORE)";
+    CChildWait again(pid);
+    EXPECT_FALSE(again.end());
+    const CDescriptor go(open(pipe.c_str(), O_RDWR));
+    EXPECT_EQ(2, COperatingSystem::wait(pid).code);
 }
 
 TEST(OperatingSystemTest, WaitsHalfTheLimit)
@@ -114,6 +186,33 @@ TEST(OperatingSystemTest, WaitsHalfTheLimit)
     COperatingSystem::wait(pid);
 }
 
+void childHandlerOfTheHost(int) {}
+
+TEST(OperatingSystemTest, GivesTheHostsHandlerBackUnlessTheHostTookItItself)
+{
+    const auto handlerAfter = [](const std::function<void(CChildSignals&)>& use) {
+        signal(SIGCHLD, SIG_IGN);
+        {
+            CChildSignals signals;
+            use(signals);
+        }
+        return signal(SIGCHLD, SIG_DFL);
+    };
+    EXPECT_EQ(SIG_IGN, handlerAfter([](CChildSignals& signals) {
+                  signals.takeOver();
+                  signals.takeOver();
+              }));
+    EXPECT_EQ(childHandlerOfTheHost, handlerAfter([](CChildSignals& signals) {
+                  signals.takeOver();
+                  signal(SIGCHLD, childHandlerOfTheHost);
+              }));
+    EXPECT_EQ(childHandlerOfTheHost, handlerAfter([](CChildSignals& signals) {
+                  signals.takeOver();
+                  signal(SIGCHLD, childHandlerOfTheHost);
+                  signals.takeOver();
+              }));
+}
+
 TEST(OperatingSystemTest, AThousandChildrenThatEndAtOnceLeaveNoZombie)
 {
     {
@@ -122,7 +221,7 @@ TEST(OperatingSystemTest, AThousandChildrenThatEndAtOnceLeaveNoZombie)
         for (int child = 1; child < 1000; ++child)
             bearAndForget();
     }
-    EXPECT_TRUE(within(std::chrono::seconds(60), haveNoChild));
+    EXPECT_TRUE(within(seconds(60), haveNoChild));
 }
 
 TEST(OperatingSystemTest, EndsWhatListensAndLeavesAloneWhatDoesNot)

@@ -26,11 +26,13 @@ import com.talvern.test.gx.NotSupportedOnUnixException;
  * <p>{@link #exec} makes SIGCHLD the library's own. From then on whoever ends as a child of this JVM is reaped by the
  * library's handler, programs started by {@link ProcessBuilder} as well. Two things follow:
  * <ul>
- *   <li>{@link #wait} and {@link #waitWithTimeout} may find that a child which has just ended is known to nobody any
- *       more. They answer 0 then and set {@link ProcessInformation#noProcess}; its exit status is lost. Both answers mean
- *       that the program has ended.
- *   <li>{@link Process#waitFor} may answer 0 for a program that failed. An engine that needs the exit status of
- *       {@link ProcessBuilder} programs should not mix the two, or have the program write its status to a file.
+ *   <li>A {@link #wait} or {@link #waitWithTimeout} that is under way when its program ends learns how it ended, in
+ *       whatever thread, and however many wait for the same program. One that begins later finds a program that nobody
+ *       knows any more: it answers 0 and sets {@link ProcessInformation#noProcess}, and the exit status is lost. Both
+ *       answers mean that the program has ended.
+ *   <li>{@link Process#waitFor} may answer 0 for a program that failed, since the handler may reap it before the JVM does.
+ *       An engine that needs the exit status of {@link ProcessBuilder} programs should not mix the two, or have the
+ *       program write its status to a file.
  * </ul>
  * The JVM takes SIGCHLD back when {@link ProcessBuilder} is used for the first time, and the next {@code exec} takes it
  * again.
@@ -73,7 +75,8 @@ public final class OperatingSystem {
      *
      * @param process the child; null is none
      * @return 1 when it has ended: its exit status is stored in {@code exitCode}, or the text for the signal that ended
-     *     it in {@code errorMessage}; 0 when there is no such child, or none any more: {@code noProcess} is set then
+     *     it in {@code errorMessage}; 0 when there is no such child, or none any more when the wait begins:
+     *     {@code noProcess} is set then
      */
     public static native int wait(ProcessInformation process);
 
