@@ -29,12 +29,9 @@ final class Desktop {
     /** A window and all windows that it lies in, the root window last. */
     static List<NativeWindow> withParents(NativeWindow window) {
         final List<NativeWindow> chain = new ArrayList<>();
-        final NativeWindow root = NativeWindow.nativeGetRootNativeWindow();
-        for (NativeWindow next = window; next != null; next = next.nativeGetParentWindow()) {
+        // The root window is its own parent, and so is one that has gone.
+        for (NativeWindow next = window; next != null && !chain.contains(next); next = next.nativeGetParentWindow()) {
             chain.add(next);
-            if (next.equals(root)) {
-                break; // it would answer itself for ever
-            }
         }
         return chain;
     }

@@ -122,9 +122,10 @@ final class Widgets {
     private static NativeWindow frameOf(NativeWindow window) {
         NativeWindow root = NativeWindow.nativeGetRootNativeWindow();
         NativeWindow frame = window;
-        for (NativeWindow parent = window; parent != null && !parent.equals(root);
-                parent = parent.nativeGetParentWindow()) {
+        NativeWindow parent = window.nativeGetParentWindow();
+        while (parent != null && !parent.equals(root) && !parent.equals(frame)) { // one that has gone is its own parent
             frame = parent;
+            parent = frame.nativeGetParentWindow();
         }
         return frame;
     }
