@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <future>
+#include <regex>
+#include <set>
+#include <string>
 
 #include "RecordingSink.h"
 
@@ -86,6 +90,23 @@ TEST(KeyStringTest, ItemsBecomeStrokes)
         EXPECT_EQ(row.result, SendKeys(row.text, true, sink));
         EXPECT_EQ(row.strokes, withoutTrial(sink.strokes()));
     }
+}
+
+/// Users know a key by the name that the page of names has, and by no other.
+TEST(KeyStringTest, ThePageOfNamesHasEveryNameAndNoOther)
+{
+    std::ifstream page(GX_SOURCE_DIR "/doc/key-strings.md");
+    std::string line;
+    while (std::getline(page, line) && line != "## The names") {
+    }
+    std::set<std::string> told, known;
+    const std::regex name("`([^`]+)`");
+    while (std::getline(page, line) && line.rfind("`{Win}`", 0) != 0)
+        for (std::sregex_iterator found(line.begin(), line.end(), name), end; found != end; ++found)
+            told.insert((*found)[1]);
+    for (size_t row = 0; row < GetSizeofSpecialKeys(); ++row)
+        known.insert(g_SpecialKeys[row].m_name);
+    EXPECT_EQ(known, told);
 }
 
 TEST(KeyStringTest, PlainTextHasNoSyntax)
