@@ -1,53 +1,8 @@
 #include "FeedbackDisplay.h"
 
 #include "GxDebug.h"
-#include "XErrors.h"
 
 #include <cstdio>
-#include <mutex>
-#include <poll.h>
-#include <unistd.h>
-#include <vector>
-
-namespace {
-bool isConnected(Display* display)
-{
-    pollfd socket{ConnectionNumber(display), POLLRDHUP, 0};
-    return poll(&socket, 1, 0) <= 0;
-}
-
-/// Gives back what a lost connection holds of the system. Its memory stays: Xlib would exit.
-void keepLost(Display* display)
-{
-    static std::mutex s_mutex;
-    static auto& s_lost = *new std::vector<Display*>;
-    const std::lock_guard lock(s_mutex);
-    close(ConnectionNumber(display));
-    s_lost.push_back(display);
-}
-} // namespace
-
-Display* openFeedbackDisplay()
-{
-    XInitThreads();
-    return XOpenDisplay(nullptr);
-}
-
-void closeFeedbackDisplay(Display* display)
-{
-    if (isConnected(display))
-        XCloseDisplay(display);
-    else
-        keepLost(display);
-}
-
-bool isReady(Display* display)
-{
-    if (!display || !isConnected(display))
-        return false;
-    installXlibErrorHandler();
-    return true;
-}
 
 void flushRequests(Display* display)
 {
@@ -81,30 +36,4 @@ Window createPlainWindow(Display* display, int x, int y, unsigned width, unsigne
     attributes.event_mask = eventMask;
     return XCreateWindow(display, DefaultRootWindow(display), x, y, width, height, 0, CopyFromParent,
                          InputOutput, nullptr, CWBackPixel | CWOverrideRedirect | CWEventMask, &attributes);
-}
-
-namespace {
-sigset_t brokenPipe()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGPIPE);
-    return set;
-}
-} // namespace
-
-CNoBrokenPipe::CNoBrokenPipe()
-{
-    const sigset_t set = brokenPipe();
-    pthread_sigmask(SIG_BLOCK, &set, &m_before);
-}
-
-CNoBrokenPipe::~CNoBrokenPipe()
-{
-    const sigset_t set = brokenPipe();
-    const timespec atOnce{};
-    if (!sigismember(&m_before, SIGPIPE))
-        while (sigtimedwait(&set, nullptr, &atOnce) == SIGPIPE) {
-        }
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }

@@ -2,6 +2,7 @@
 
 #include "FeedbackDisplay.h"
 #include "GxDebug.h"
+#include "OwnDisplay.h"
 #include "WindowLevel.h"
 
 #include <algorithm>
@@ -91,12 +92,12 @@ void closeDisplay()
         if (--patience == 0)
             return;
     stopAllThreads(lock);
-    closeFeedbackDisplay(std::exchange(my_display, nullptr));
+    closeOwnDisplay(std::exchange(my_display, nullptr));
 }
 
 Display* openDisplay()
 {
-    Display* const display = openFeedbackDisplay();
+    Display* const display = openOwnDisplay();
     if (display)
         std::atexit(closeDisplay);
     return display;
@@ -227,7 +228,7 @@ CHighlighter::CHighlighter(int x, int y, int width, int height, int red, int gre
     : m_x(x), m_y(y), m_width(width), m_height(height), m_thickness(thickness), m_interval(interval),
       m_duration(duration)
 {
-    if (isReady(my_display))
+    if (usableDisplay(my_display))
         create(red, green, blue);
     if (m_interval >= 1 || m_duration >= 1)
         startThread();
@@ -273,7 +274,7 @@ CHighlighter* CHighlighter::current(unsigned long window)
 
 void CHighlighter::show()
 {
-    if (!m_window || !isReady(my_display))
+    if (!m_window || !usableDisplay(my_display))
         return;
     XMapWindow(my_display, m_window);
     flushRequests(my_display);
@@ -281,7 +282,7 @@ void CHighlighter::show()
 
 void CHighlighter::hide()
 {
-    if (!m_window || !isReady(my_display))
+    if (!m_window || !usableDisplay(my_display))
         return;
     XUnmapWindow(my_display, m_window);
     flushRequests(my_display);
@@ -289,7 +290,7 @@ void CHighlighter::hide()
 
 bool CHighlighter::isVisible() const
 {
-    if (!m_window || !isReady(my_display))
+    if (!m_window || !usableDisplay(my_display))
         return false;
     XWindowAttributes attributes;
     return XGetWindowAttributes(my_display, m_window, &attributes) && attributes.map_state == IsViewable;
@@ -298,7 +299,7 @@ bool CHighlighter::isVisible() const
 void CHighlighter::move(int x, int y, int width, int height)
 {
     const bool resized = width != m_width || height != m_height;
-    if (!m_window || !isReady(my_display) || (x == m_x && y == m_y && !resized))
+    if (!m_window || !usableDisplay(my_display) || (x == m_x && y == m_y && !resized))
         return;
     XUnmapWindow(my_display, m_window);
     const CPlacement at = placementOf(x, y, width, height);
@@ -337,7 +338,7 @@ void CHighlighter::destroy()
 {
     if (s_highlighter == this)
         s_highlighter = nullptr;
-    if (!m_window || !isReady(my_display))
+    if (!m_window || !usableDisplay(my_display))
         return;
     XDestroyWindow(my_display, std::exchange(m_window, 0));
     if (m_color.flags)
@@ -366,7 +367,7 @@ void CHighlighter::join(Lock& lock, const CHighlighter& highlighter)
 bool CHighlighter::isHighlighter(unsigned long window)
 {
     const auto guard = lock();
-    return window != 0 && isReady(my_display) && classOf(my_display, window).name == highlighterClass;
+    return window != 0 && usableDisplay(my_display) && classOf(my_display, window).name == highlighterClass;
 }
 
 void CRootWindow::highlight(const Rect& rect)

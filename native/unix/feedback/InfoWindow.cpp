@@ -3,6 +3,7 @@
 #include "CodeSet.h"
 #include "FeedbackDisplay.h"
 #include "GxDebug.h"
+#include "OwnDisplay.h"
 #include "XErrors.h"
 
 #include <algorithm>
@@ -82,11 +83,10 @@ std::string textItems(std::string_view text)
 }
 } // namespace
 
-CInfoWindow::CInfoWindow(int x, int y, const char* text, bool)
-    : m_display(openFeedbackDisplay()), m_x(x), m_y(y)
+CInfoWindow::CInfoWindow(int x, int y, const char* text, bool) : m_display(openOwnDisplay()), m_x(x), m_y(y)
 {
     setText(text);
-    if (!isReady(m_display))
+    if (!usableDisplay(m_display))
         return;
     createWindow();
     try {
@@ -195,7 +195,7 @@ void CInfoWindow::destroy()
     xcb_flush(std::exchange(m_connection, nullptr));
     if (m_thread.joinable())
         m_thread.join();
-    closeFeedbackDisplay(m_display);
+    closeOwnDisplay(m_display);
 }
 
 /// The drawing thread. Ends with the window, and when the connection is lost.

@@ -22,9 +22,8 @@
 /// and measured size are guarded by a mutex, held for no request. Without a server, or once it has gone,
 /// nothing is shown.
 ///
-/// Once the window is made, all requests go by XCB, over Xlib's connection. Xlib would exit when the
-/// connection is lost, as when a user kills the window, and its errors would be up to the host's handler;
-/// XCB's calls just fail.
+/// Once the window is made, all requests go by XCB, over Xlib's connection: errors that Xlib sees would be up
+/// to the host's handler; XCB's calls just fail.
 class CInfoWindow {
 public:
     /// Makes a window that is not mapped yet, and small and off the screen until it is drawn first: by the

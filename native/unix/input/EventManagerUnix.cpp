@@ -13,6 +13,7 @@
 #include <ctime>
 #include <strings.h>
 
+#include "OwnDisplay.h"
 #include "WindowManagerUnix.h"
 #include "XErrors.h"
 #include <X11/extensions/XTest.h>
@@ -48,15 +49,26 @@ bool xTestThere()
     return walkDisplay() && XTestQueryExtension(g_display, &event, &error, &major, &minor);
 }
 
+/// Waits until the server has played what was sent. Nobody knows what became of it where the server has gone.
+void awaitServer()
+{
+    XSync(g_display, False);
+    if (!isConnected(g_display))
+        Event::s_playbackStatus = PlaybackNoXTest;
+}
+
 void pressKey(KeySym keysym, bool press, int delay)
 {
+    if (!isConnected(g_display))
+        return;
     if (const KeyCode key = XKeysymToKeycode(g_display, keysym); key != 0)
         XTestFakeKeyEvent(g_display, key, press, delayOf(delay));
 }
 
 void pressButton(unsigned button, bool press, int delay)
 {
-    XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
+    if (isConnected(g_display))
+        XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
 }
 
 void click(unsigned button, int pressDelay)
@@ -95,7 +107,7 @@ void interpolate(const Point& from, const Point& to)
     const long step = g_mouseMoveInterpolationPx > 0 ? g_mouseMoveInterpolationPx : fallbackStep;
     long x = from.getx();
     long y = from.gety();
-    while (x != to.getx() || y != to.gety()) {
+    while ((x != to.getx() || y != to.gety()) && isConnected(g_display)) {
         x = stepTowards(x, to.getx(), step);
         y = stepTowards(y, to.gety(), step);
         moveTo(static_cast<int>(x), static_cast<int>(y));
@@ -238,7 +250,7 @@ void MouseEvent::emit()
     if (m_modifiers & (WithShift | WithControl | WithAlt))
         switchToXTestKeyboard();
     s_playbackStatus = play(start, end);
-    XSync(g_display, False);
+    awaitServer();
     leaveMutex();
 }
 
@@ -270,7 +282,7 @@ int MouseEvent::play(const Point& start, const Point& end) const
         CTracer::debugTrace("Click: clicking at location (%d, %d) %d time(s)", start.getx(), start.gety(),
                             m_count);
         InterpolateMove(start, single, pause);
-        for (int i = 0; i < m_count; ++i)
+        for (int i = 0; i < m_count && isConnected(g_display); ++i)
             click(button, i == 0 ? g_delayMouseDown : pauseBetweenClicks);
         return PlaybackDone;
     case Drag:
@@ -283,7 +295,7 @@ int MouseEvent::play(const Point& start, const Point& end) const
         sleepFor(m_delay);
         return PlaybackDone;
     case Wheel:
-        for (long i = std::labs(m_wheelAmount); i > 0; --i)
+        for (long i = std::labs(m_wheelAmount); i > 0 && isConnected(g_display); --i)
             click(m_wheelAmount < 0 ? Button5 : Button4, g_delayMouseDown);
         return PlaybackDone;
     default:
@@ -296,7 +308,7 @@ void MouseEvent::drag(const Point& start, const Point& end, unsigned button, int
     CTracer::debugTrace("Drag: doing move-to-start-location %d, %d", start.getx(), start.gety());
     InterpolateMove(start, false, pause);
     CTracer::debugTrace("Drag: doing nClick before drag, n=%d", m_count - 1);
-    for (int i = 1; i < m_count; ++i)
+    for (int i = 1; i < m_count && isConnected(g_display); ++i)
         click(button, pauseBetweenClicks);
     CTracer::debugTrace("Drag: doing button-down");
     pressButton(button, true, g_delayMouseDown);
@@ -323,7 +335,7 @@ void KeyEvent::emit()
     }
     CTracer::debugTrace("In KeyEvent::emit got past window checks");
     s_playbackStatus = play();
-    XSync(g_display, False);
+    awaitServer();
     leaveMutex();
 }
 

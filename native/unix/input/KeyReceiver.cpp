@@ -197,7 +197,8 @@ bool CKeyReceiver::answersPings(Window window)
 int CKeyReceiver::localProcessOf(Window window)
 {
     xcb_connection_t* connection = m_connection.get();
-    if (window == 0 || m_server == 0 || !xcb_get_extension_data(connection, &xcb_res_id)->present)
+    const auto* const extension = xcb_get_extension_data(connection, &xcb_res_id);
+    if (window == 0 || m_server == 0 || !extension || !extension->present)
         return 0;
     answer(connection, xcb_res_query_version(connection, 1, 2), xcb_res_query_version_reply);
     const bool sameNumbers = processOf(connection, xcb_generate_id(connection)) == getpid();

@@ -5,6 +5,7 @@
 
 #include <poll.h>
 
+#include "OwnDisplay.h"
 #include "XErrors.h"
 #include <X11/Xlib.h>
 #include <X11/cursorfont.h>
@@ -190,7 +191,9 @@ std::unique_ptr<MouseEvent> Mouse::getNextEvent()
 {
     XEvent event;
     while (m_captured) {
-        if (!takeEvent(event))
+        if (!isConnected(g_display))
+            m_captured = false; // nothing comes from a server that has gone
+        else if (!takeEvent(event))
             awaitInput();
         else if (auto reported = mouseEventOf(event, ignore_buttonpress))
             return reported;

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "XErrors.h"
+#include "OwnDisplay.h"
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 
@@ -26,32 +26,28 @@ void closeDisplay()
 {
     const std::unique_lock guard(s_inUse, std::try_to_lock);
     if (guard && s_display)
-        XCloseDisplay(std::exchange(s_display, nullptr));
+        closeOwnDisplay(std::exchange(s_display, nullptr));
 }
 
-/// Depends on no other unit being initialised: XInitThreads has to come before the first connection, whose
-/// ever that is, and any number of calls do no harm.
 bool openDisplay()
 {
-    XInitThreads();
-    s_display = XOpenDisplay(nullptr);
+    s_display = openOwnDisplay();
     return s_display && std::atexit(closeDisplay) == 0;
 }
 [[maybe_unused]] const bool s_opened = openDisplay();
 
-/// The connection, with X errors survived; null when there is none.
+/// The connection, with X errors survived; null when there is none or it is lost.
 Display* usableDisplay()
 {
-    if (s_display)
-        installXlibErrorHandler();
-    return s_display;
+    return ::usableDisplay(s_display);
 }
 
 uint8_t codeOf(int keysym)
 {
     const auto symbol = static_cast<unsigned>(keysym);
-    const KeyCode code = s_display && symbol != NoSymbol ? XKeysymToKeycode(s_display, symbol) : KeyCode{0};
-    if (s_display && code == 0)
+    Display* const display = usableDisplay();
+    const KeyCode code = display && symbol != NoSymbol ? XKeysymToKeycode(display, symbol) : KeyCode{0};
+    if (display && code == 0)
         CTracer::debugTrace("The keyboard has no key for hot key 0x%x", symbol);
     return code;
 }
@@ -138,8 +134,8 @@ void Player::end()
     m_started = 0;
     ungrab(m_keys.m_stop);
     ungrab(m_keys.m_pause);
-    if (s_display)
-        XSync(s_display, False);
+    if (Display* const display = usableDisplay())
+        XSync(display, False);
 }
 
 void Player::setStopHotKey(int keysym)
@@ -196,11 +192,14 @@ int Player::getNextEvent()
 std::optional<int> Player::poll(HotKeyCounter& stops, HotKeyCounter& pauses)
 {
     const std::lock_guard guard(s_inUse);
+    Display* const display = usableDisplay();
+    if (s_display && !display)
+        m_started = 0; // the server has gone, and with it whoever could press a key
     if (!m_started)
         return PlaybackEnded;
-    while (s_display && XPending(s_display) > 0) {
+    while (display && XPending(display) > 0) {
         XEvent event;
-        XNextEvent(s_display, &event);
+        XNextEvent(display, &event);
         if (event.type != KeyPress)
             continue;
         if (const std::optional<int> answer =
@@ -254,12 +253,12 @@ bool Player::isTyped(unsigned code, uint32_t time) const
 /// From now on a press is the user's. What came before it was up is handled first.
 void Player::noticeRelease()
 {
-    if (m_typed.m_code == 0 || !s_display)
+    Display* const display = usableDisplay();
+    if (m_typed.m_code == 0 || !display)
         return;
-    char down[32];
-    XQueryKeymap(s_display, down);
-    if (!(down[m_typed.m_code / 8] >> (m_typed.m_code % 8) & 1) &&
-        XEventsQueued(s_display, QueuedAlready) == 0)
+    char down[32] = {};
+    XQueryKeymap(display, down);
+    if (!(down[m_typed.m_code / 8] >> (m_typed.m_code % 8) & 1) && XEventsQueued(display, QueuedAlready) == 0)
         m_typed = {};
 }
 

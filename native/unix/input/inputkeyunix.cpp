@@ -6,6 +6,7 @@
 #include "HotKeyCounter.h"
 #include "GxGlobals.h"
 #include "KeyReceiver.h"
+#include "OwnDisplay.h"
 #include "processkey.h"
 
 #include <cstdlib>
@@ -156,6 +157,8 @@ void pause(long milliseconds)
 
 void sendKey(KeyCode key, bool press, int delayMs)
 {
+    if (!isConnected(g_display))
+        return;
     XTestFakeKeyEvent(g_display, key, press, static_cast<unsigned long>(delayMs));
     XSync(g_display, False);
 }
@@ -415,11 +418,13 @@ CLockState CServerStrokes::locks()
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int flag)
 {
     QueueVirtualKey(action, keysym, delayMs, flag);
-    return true;
+    return isConnected(g_display);
 }
 
 void CServerStrokes::typeUnicode(char32_t character)
 {
+    if (!isConnected(g_display))
+        return;
     if (!m_unicodeKey)
         m_unicodeKey = std::make_unique<CUnicodeKey>();
     m_unicodeKey->playUnicodeChar(character);

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include <X11/Xlib.h>
+#include "OwnDisplay.h"
 
 extern "C" {
 constinit _XDisplay* g_display = nullptr;
@@ -46,15 +46,14 @@ void close_display()
 {
     Display* const display = g_display;
     g_display = nullptr;
-    if (display)
-        XCloseDisplay(display);
+    closeOwnDisplay(display);
 }
 } // namespace
 
 int GetDefaultScreen()
 {
     fillCompanions();
-    g_display = XOpenDisplay(nullptr);
+    g_display = openOwnDisplay();
     if (!g_display)
         return 0;
     std::atexit(close_display);
@@ -70,13 +69,7 @@ int GetDefaultPauseHotKey()
     return 0xFFC9;
 } // XK_F12
 
-namespace {
-// Before any connection is opened: tooltips and highlights draw from threads of their own. An Xlib of 1.8 and
-// later has done so itself, and calling it again does nothing.
-[[maybe_unused]] const Status s_threads = XInitThreads();
-} // namespace
-
-// In this order, and by nothing but Xlib: no other unit of the library needs to be initialised before.
+// In this order: no other unit of the library needs to be initialised before.
 int g_screen = GetDefaultScreen();
 std::atomic<int> g_stophotkey = GetDefaultStopHotKey();
 std::atomic<int> g_pausehotkey = GetDefaultPauseHotKey();

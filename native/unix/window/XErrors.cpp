@@ -2,6 +2,7 @@
 
 #include "CTracer.h"
 #include "GxGlobals.h"
+#include "OwnDisplay.h"
 
 namespace {
 XErrorHandler s_previousHandler = nullptr;
@@ -30,7 +31,5 @@ void installXlibErrorHandler()
 
 Display* walkDisplay()
 {
-    if (g_display)
-        installXlibErrorHandler();
-    return g_display;
+    return usableDisplay(g_display);
 }

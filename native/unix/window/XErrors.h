@@ -9,8 +9,8 @@
 /// calls; any thread.
 void installXlibErrorHandler();
 
-/// The library's connection, ready for a walk: the error handler is installed. Null when there is no X
-/// server; every operation then gives its neutral answer.
+/// The library's connection, ready for a walk (see usableDisplay). Null without an X server and once it has
+/// gone; every operation then gives its neutral answer.
 Display* walkDisplay();
 
 /// Writes the trace line of an X error; the same whichever way the error came in.

@@ -1,0 +1,255 @@
+#include "OwnDisplay.h"
+
+#include "CTracer.h"
+#include "XErrors.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+#include "ScopedX.h"
+
+#include <X11/Xlib-xcb.h>
+// The buffer of a connection, as the extension libraries know it; its macros break what follows.
+#include <X11/Xlibint.h>
+
+namespace {
+/// The library's connections, those that were lost included. Never destroyed: others may be lost while the
+/// process ends.
+union COwn {
+    constexpr COwn() : list() {}
+    ~COwn() {}
+    std::vector<Display*> list;
+};
+constinit std::mutex s_mutex; ///< guards what follows; nothing is asked of Xlib while it is held
+constinit COwn s_own;
+constinit int s_open = 0;
+
+/// What Xlib is to call for a connection of the host. The first one that was found stays known, too: a
+/// handler of the host that was set after ours may hand on what it gets, and it comes back here.
+constinit std::atomic<XIOErrorHandler> s_hostHandler = nullptr;
+constinit std::atomic<XIOErrorHandler> s_firstHandler = nullptr;
+
+bool isOwn(Display* display)
+{
+    const std::lock_guard guard(s_mutex);
+    return std::find(s_own.list.begin(), s_own.list.end(), display) != s_own.list.end();
+}
+
+int lostConnection(Display* display)
+{
+    static thread_local bool s_handingOn = false;
+    if (isOwn(display))
+        return 0;
+    const XIOErrorHandler next = s_handingOn ? s_firstHandler : s_hostHandler;
+    s_handingOn = true;
+    if (next)
+        next(display);
+    s_handingOn = false;
+    return 0;
+}
+
+void installLossHandler()
+{
+    const XIOErrorHandler previous = XSetIOErrorHandler(lostConnection);
+    if (previous == lostConnection)
+        return;
+    s_hostHandler = previous;
+    XIOErrorHandler none = nullptr;
+    s_firstHandler.compare_exchange_strong(none, previous);
+}
+
+/// The library may be unloaded next.
+void giveLossHandlerBack()
+{
+    const XIOErrorHandler current = XSetIOErrorHandler(s_hostHandler);
+    if (current != lostConnection)
+        XSetIOErrorHandler(current);
+}
+
+/// All connections of a process fail or are lost for one reason: the first line is enough.
+constinit std::atomic_flag s_traced = ATOMIC_FLAG_INIT;
+
+void traceLoss(Display* display)
+{
+    if (!s_traced.test_and_set())
+        CTracer::debugTrace("The connection to X server %s is lost", DisplayString(display));
+}
+
+/// In place of the end of the process. Xlib goes on with the call that found out, and with those after it: it
+/// sends and awaits nothing any more, but writes requests to the buffer, which nobody would empty, and takes
+/// it for granted that there is room. So there is more than an operation writes before it asks isConnected,
+/// which begins the buffer anew. Xlib holds the connection for this thread, since programs end here: others
+/// may be waiting for it. The old buffer stays: a request that is being written points into it.
+void surviveLoss(Display* display, void*)
+{
+    constexpr size_t room = 256 * 1024;
+    XUnlockDisplay(display);
+    LockDisplay(display);
+    if (auto* const buffer = static_cast<char*>(std::malloc(room))) {
+        display->buffer = display->bufptr = buffer;
+        display->bufmax = buffer + room;
+    }
+    UnlockDisplay(display);
+    traceLoss(display);
+}
+
+void dropRequests(Display* display)
+{
+    LockDisplay(display);
+    if (display->flags & XlibDisplayIOError)
+        display->bufptr = display->buffer;
+    UnlockDisplay(display);
+}
+
+/// Whether a server takes connections on the socket of this name; errno says why not.
+/// @param abstract  the name is one of the kernel's, which has no file
+bool answersAt(const std::string& name, bool abstract)
+{
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path + abstract, sizeof address.sun_path - 2);
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + abstract + name.size());
+    const bool answers = connect(descriptor, reinterpret_cast<sockaddr*>(&address), length) == 0;
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return answers;
+}
+
+/// Why there is no connection, for the trace. Of servers on other machines it says no more than Xlib does.
+std::string reasonOfFailure(const char* name)
+{
+    char* host = nullptr;
+    int number = 0;
+    if (!name || !*name)
+        return "DISPLAY is not set";
+    if (!xcb_parse_display(name, &host, &number, nullptr))
+        return "this is not the name of a display";
+    const MallocPtr<char> owner(host);
+    if (*host && std::strcmp(host, "unix") != 0)
+        return "the server does not answer or refuses";
+    const std::string socketName = "/tmp/.X11-unix/X" + std::to_string(number);
+    if (answersAt(socketName, true) || answersAt(socketName, false))
+        return "the server refuses";
+    return std::strerror(errno);
+}
+
+void traceFailure()
+{
+    if (s_traced.test_and_set())
+        return;
+    const char* const name = std::getenv("DISPLAY");
+    CTracer::debugTrace("No connection to X server %s: %s", name ? name : "", reasonOfFailure(name).c_str());
+}
+
+void adopt(Display* display)
+{
+    {
+        const std::lock_guard guard(s_mutex);
+        s_own.list.push_back(display);
+        ++s_open;
+    }
+    XSetIOErrorExitHandler(display, surviveLoss, nullptr);
+    installLossHandler();
+}
+
+/// @return whether it was the last
+bool forget(Display* display)
+{
+    const std::lock_guard guard(s_mutex);
+    std::erase(s_own.list, display);
+    return --s_open == 0;
+}
+
+/// The memory of a lost connection stays: an extension that was to be asked for first when the server had
+/// gone has left libXext with a list that it cannot free. @return whether it was the last
+bool keep(Display* display)
+{
+    const std::lock_guard guard(s_mutex);
+    close(ConnectionNumber(display));
+    return --s_open == 0;
+}
+
+bool closeAndForget(Display* display)
+{
+    const CNoBrokenPipe guard;
+    XCloseDisplay(display);
+    return forget(display);
+}
+
+sigset_t brokenPipe()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    return set;
+}
+} // namespace
+
+Display* openOwnDisplay()
+{
+    XInitThreads(); // before any connection is opened; any number of calls
+    Display* const display = XOpenDisplay(nullptr);
+    if (display)
+        adopt(display);
+    else
+        traceFailure();
+    return display;
+}
+
+void closeOwnDisplay(Display* display)
+{
+    if (!display)
+        return;
+    if (isConnected(display) ? closeAndForget(display) : keep(display))
+        giveLossHandlerBack();
+}
+
+bool isConnected(Display* display)
+{
+    if (!display)
+        return false;
+    pollfd socket{ConnectionNumber(display), POLLRDHUP, 0};
+    if (xcb_connection_has_error(XGetXCBConnection(display)) == 0 && poll(&socket, 1, 0) <= 0)
+        return true;
+    dropRequests(display);
+    traceLoss(display);
+    return false;
+}
+
+Display* usableDisplay(Display* display)
+{
+    if (!isConnected(display))
+        return nullptr;
+    installXlibErrorHandler();
+    installLossHandler();
+    return display;
+}
+
+CNoBrokenPipe::CNoBrokenPipe()
+{
+    const sigset_t set = brokenPipe();
+    pthread_sigmask(SIG_BLOCK, &set, &m_before);
+}
+
+CNoBrokenPipe::~CNoBrokenPipe()
+{
+    const sigset_t set = brokenPipe();
+    const timespec atOnce{};
+    if (!sigismember(&m_before, SIGPIPE))
+        while (sigtimedwait(&set, nullptr, &atOnce) == SIGPIPE) {
+        }
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
