@@ -95,7 +95,8 @@ std::string firstOf(const fs::path& base, std::initializer_list<const char*> pla
 void writePreferences(const fs::path& library)
 {
     const char* const home = std::getenv("HOME");
-    if (!home || fs::exists(fs::path(home) / "Quessa/ZEMO/vtx_log_trace.properties"))
+    std::error_code error; // of a name that is too long, say
+    if (!home || fs::exists(fs::path(home) / "Quessa/ZEMO/vtx_log_trace.properties", error))
         return;
     const pid_t child = fork();
     if (child == 0) {

@@ -1,5 +1,6 @@
 // What a heap tells about itself: figures, dumps, snapshots.
 #include "CTracer.h"
+#include "FilePlace.h"
 #include "GxAssert.h"
 #include "SharedMemory.h"
 #include "SpyHeap.h"
@@ -9,17 +10,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <vector>
 
 namespace {
 constexpr char Line[] = "---------------------------------\n";
 constexpr char Indent[] = "\n            ";
 constexpr size_t PerRow = 32; ///< words of a dumped payload in a row, of which there are two
-
-struct CFileCloser {
-    void operator()(FILE* file) const noexcept { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<FILE, CFileCloser>;
 
 std::string defaultDumpFile()
 {
@@ -112,7 +109,7 @@ void CSpyHeap::updateStats(CHeapStats& stats) const
 void CSpyHeap::dump(const char* file, bool append) const
 {
     const std::string path = file ? file : defaultDumpFile();
-    const FilePtr out(std::fopen(path.c_str(), append ? "a" : "w"));
+    const ScopedFile out(openStream(path.c_str(), append ? O_APPEND : O_TRUNC));
     if (!out) {
         CTracer::debugTrace("Tried to dump heap but could not open file %s", path.c_str());
         return;

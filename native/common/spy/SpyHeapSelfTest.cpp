@@ -1,10 +1,12 @@
 // The self test that support has run on a machine in question.
+#include "CTracer.h"
+#include "FilePlace.h"
 #include "SpyHeap.h"
 #include "SpyMemory.h"
 
 #include <cstdlib>
 #include <ctime>
-#include <memory>
+#include <fcntl.h>
 #include <vector>
 
 namespace {
@@ -155,10 +157,12 @@ private:
 
 void CSpyHeap::heaptest(const char* file)
 {
-    const std::unique_ptr<FILE, int (*)(FILE*)> out(std::fopen(file ? file : "HeapTest.Log", "a+"),
-                                                    std::fclose);
-    if (!out)
+    const char* const path = file ? file : "HeapTest.Log";
+    const ScopedFile out(openStream(path, O_APPEND));
+    if (!out) {
+        CTracer::debugTrace("Could not open file %s", path);
         return;
+    }
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
     const CSpyHeapLock lock;
     CHeapSelfTest(out.get()).run();

@@ -149,7 +149,7 @@ CInvalidSpyMemRef::CInvalidSpyMemRef(const CSpyMemRef& ref, CSpyHeap* heap) : m_
 
 const char* CInvalidSpyMemRef::message() const
 {
-    static char text[128];
+    static thread_local char text[128];
     std::snprintf(text, sizeof text, "Invalid Spy Memory reference: Heap#=%d blockId=0x%08x uid=0x%08x",
                   static_cast<int>(m_ref.heapId()), m_ref.blockId(), m_ref.uid());
     return text;

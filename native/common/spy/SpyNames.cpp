@@ -1,5 +1,7 @@
 #include "SpyNames.h"
 
+#include "CTracer.h"
+#include "FilePlace.h"
 #include "GxAssert.h"
 #include "ITalString.h"
 #include "SpyMap.h"
@@ -7,6 +9,7 @@
 #include "SpyVariant.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 
 CSpyNames::CSpyNames() : m_pHeap(CSpyHeap::getHeap(0))
@@ -109,11 +112,13 @@ CSpyMemRef CSpyMemory::allocate(const ITalString& name, unsigned int size, UNIQU
 void CSpyMemory::dump(const ITalString& file)
 {
     const char* path = file;
-    FILE* out = path ? std::fopen(path, "a") : nullptr;
-    if (!out)
+    ScopedFile out(path ? openStream(path, O_APPEND) : nullptr);
+    if (!out) {
+        CTracer::debugTrace("Tried to dump heap but could not open file %s", path ? path : "(null)");
         return;
-    std::fputs("****** Heap Dump ******\n", out);
-    std::fclose(out);
+    }
+    std::fputs("****** Heap Dump ******\n", out.get());
+    out.reset();
     for (HEAPID id = 0; id <= MaxHeap; ++id)
         if (const CSpyHeap* heap = CSpyHeap::getHeap(id))
             heap->dump(path, true);

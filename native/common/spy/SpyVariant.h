@@ -60,9 +60,8 @@ public:
     explicit CSpyVariant(float value) : CSpyVariant(SpyFloat, bytesOf(value)) {}
     explicit CSpyVariant(double value) : CSpyVariant(SpyDouble, bytesOf(value)) {}
     explicit CSpyVariant(bool value) : CSpyVariant(SpyBool, bytesOf(value)) {}
-    /// Only the kind: readers of unsigned bytes get by without the number, and whatever the memory held
-    /// stays.
-    explicit CSpyVariant(unsigned char) : m_type(SpyUByte) {}
+    /// Only the kind, without the number: readers of unsigned bytes get by without it.
+    explicit CSpyVariant(unsigned char) : CSpyVariant(SpyUByte, uint64_t{0}) {}
     explicit CSpyVariant(unsigned int value) : CSpyVariant(SpyUInt, bytesOf(value)) {}
     explicit CSpyVariant(unsigned long value) : CSpyVariant(SpyULong, bytesOf(value)) {}
     /// A new string in heap `heapId`; see setString.

@@ -14,9 +14,9 @@ void CComponentFilter::SetComponentLevelFilter(const char* text)
     char* nextPair = nullptr;
     for (char* pair = strtok_r(copy.data(), ";", &nextPair); pair; pair = strtok_r(nullptr, ";", &nextPair)) {
         char* rest = nullptr;
-        const char* const component = strtok_r(pair, ",", &rest);
+        char* const component = strtok_r(pair, ",", &rest);
         const char* const level = strtok_r(nullptr, ",", &rest);
-        if (component && level && strcasecmp(component, "default") != 0)
+        if (component && level && *GxInstallOptions::Trim(component) && strcasecmp(component, "default") != 0)
             table().setProperty(component, level);
     }
 }

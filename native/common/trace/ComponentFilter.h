@@ -11,8 +11,8 @@ public:
     CComponentFilter(const CComponentFilter&) = delete;
     CComponentFilter& operator=(const CComponentFilter&) = delete;
 
-    /// Adds the pairs of a text such as "talvern_gx,2;native,2"; the component "default" is left out. Null
-    /// adds none.
+    /// Adds the pairs of a text such as "talvern_gx,2; native, 2", with or without white space; the component
+    /// "default" is left out. Null adds none.
     void SetComponentLevelFilter(const char* text);
     void set(const char* component, unsigned level);
     /// The threshold of exactly this component (in any case), `globalLevel` when it has none.

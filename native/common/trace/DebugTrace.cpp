@@ -100,9 +100,9 @@ void DebugTrace::readFacilities(const char* list)
 {
     forEachPiece(list, [this](char* pair) {
         char* rest = nullptr;
-        const char* const name = strtok_r(pair, levelDelimiter, &rest);
+        char* const name = strtok_r(pair, levelDelimiter, &rest);
         const char* const level = strtok_r(nullptr, levelDelimiter, &rest);
-        if (name && level)
+        if (name && level && *GxInstallOptions::Trim(name))
             m_facilities.Add(lowerCase(name).c_str(), static_cast<int>(parseUnsigned(level)));
     });
 }

@@ -21,6 +21,8 @@
 #include <cstdarg>
 #include <type_traits>
 
+class CFilePlace;
+
 class GxDebug {
 public:
     /// Levels of the legacy trace (DebugTrace).
@@ -115,9 +117,12 @@ public:
     /// Creates a directory; one that exists is left as it is. @return 1, or 0 when that fails
     static int MkDir(const char* path) noexcept;
     static int MkDirs(const char* path) noexcept; ///< as MkDir, with the directories above it
-    /// When the tool runs under sudo, makes the calling user the owner of a file (not of what a link points
-    /// to).
+    /// When the tool runs under sudo, gives what this library has just made to the user who called sudo: a
+    /// file with one name or an empty directory, that lies in a directory of that user's or is $HOME/Quessa.
+    /// What is reached through a link, or lies elsewhere, stays root's. See FilePlace.h.
     static void setOwner(const char* path) noexcept;
+    static void setOwner(const char* path,
+                         const CFilePlace& place) noexcept; ///< the same, in the place of `path`
     static bool DEBUG_PRINT; ///< set by a host that wants each step with files on its standard output
     [[gnu::format(printf, 1, 2)]] static void printStep(const char* format, ...) noexcept; ///< one such step
 

@@ -2,17 +2,17 @@
 
 #include "CRegistryInformation.h"
 #include "GxDebug.h"
-#include "ScopedFile.h"
+#include "FilePlace.h"
 
 #include <charconv>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <unistd.h>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <strings.h>
-#include <sys/stat.h>
 
 const char* const GxInstallOptions::installKeyName = "Software\\Quessa\\Helio Bench";
 const char* const GxInstallOptions::installDirValueName = "Talvern GX Install Directory";
@@ -138,11 +138,11 @@ bool writePairs(const GxInstallOptions::Properties& table, FILE* file)
 }
 
 /// Creates a file that nothing else has open; what a crashed process of the same id left there goes first.
-FILE* createFile(const char* path)
+FILE* createFile(const CFilePlace& place)
 {
-    unlink(path);
-    CDescriptor created(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    return created ? fdopen(created.release(), "wb+") : nullptr;
+    place.remove();
+    CDescriptor created = openToWrite(place, O_EXCL);
+    return created ? fdopen(created.release(), "wb") : nullptr;
 }
 } // namespace
 
@@ -154,21 +154,10 @@ bool isTrue(const char* text) noexcept
 unsigned parseUnsigned(const char* text) noexcept
 {
     unsigned number = 0;
+    while (isSpace(*text))
+        ++text;
     const auto end = std::from_chars(text, text + std::strlen(text), number);
     return end.ec == std::errc::result_out_of_range ? UINT_MAX : number;
-}
-
-FILE* openRegularFile(const char* path) noexcept
-{
-    // O_NONBLOCK: opening a pipe must not wait for its writer.
-    CDescriptor opened(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status;
-    if (!opened || fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return nullptr;
-    FILE* const file = fdopen(opened.get(), "rb");
-    if (file)
-        opened.release();
-    return file;
 }
 
 char* GxInstallOptions::Properties::GetProperty(const char* key, const char* defaultValue,
@@ -226,25 +215,27 @@ void GxInstallOptions::Properties::loadLine(char* line)
 
 void GxInstallOptions::Properties::save(const char* path)
 {
-    if (std::remove(path) != 0)
+    const CFilePlace place(path);
+    if (!place.remove())
         GxDebug::ConsoleWrite("Error removing preference file");
     // Written beside its place and moved there: another process that starts now must not read half of it.
-    const std::string draft = std::string(path) + '.' + std::to_string(getpid());
+    const std::string draftPath = std::string(path) + '.' + std::to_string(getpid());
+    const CFilePlace draft(draftPath.c_str());
     GxDebug::printStep("Now opening the file : %s\n", path);
-    ScopedFile file(createFile(draft.c_str()));
+    ScopedFile file(createFile(draft));
     if (file)
         GxDebug::printStep("Successfully opened the file : %s\n", path);
     else
         GxDebug::printStep("Failed to open the file : %s\n", path);
     const bool written = file && writePairs(*this, file.get());
     file.reset();
-    if (!written || std::rename(draft.c_str(), path) != 0) {
-        unlink(draft.c_str());
+    if (!written || !draft.moveTo(place)) {
+        draft.remove();
         GxDebug::ConsoleWrite("Error writing preference file");
         return;
     }
     GxDebug::printStep("Calling setOwner on file : %s\n", path);
-    GxDebug::setOwner(path);
+    GxDebug::setOwner(path, place);
 }
 
 void GxInstallOptions::Properties::dump(FILE* stream) const

@@ -111,13 +111,9 @@ public:
     static const char* const VBC;
 };
 
-/// Opens a regular file for reading. Anything else in its place (a pipe that nobody writes to, a directory)
-/// counts as missing and never blocks. @return null when it cannot be opened; the caller closes it
-FILE* openRegularFile(const char* path) noexcept;
-
 /// Whether an option or a preference says yes: "true" in any case. Null says no.
 bool isTrue(const char* text) noexcept;
 
-/// An unsigned decimal at the start of a text: 0 when there is none, the largest number when it is larger
-/// still.
+/// An unsigned decimal at the start of a text, behind white space: 0 when there is none, the largest number
+/// when it is larger still.
 unsigned parseUnsigned(const char* text) noexcept;

@@ -1,8 +1,9 @@
 #include "LogFile.h"
 
-#include "ScopedFile.h"
+#include "FilePlace.h"
 #include "TraceLock.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -14,14 +15,25 @@
 #include <sys/stat.h>
 
 namespace {
-/// O_NONBLOCK: a pipe in the file's place that nobody reads is an error, not an endless wait.
-CDescriptor openToWrite(const char* path, int mode) noexcept
+CDescriptor openReporting(const CFilePlace& place, const char* path, int mode) noexcept
 {
-    int opened;
-    do {
-        opened = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | mode, 0666);
-    } while (opened < 0 && errno == EINTR);
-    return CDescriptor(opened);
+    CDescriptor file = openToWrite(place, mode);
+    if (!file && errno == ELOOP)
+        reportRefused(path);
+    return file;
+}
+
+/// Gives the piece of a line that a full disk let through a line end, in place of its last bytes: the rest,
+/// were it written later, would stand behind what others wrote meanwhile, and the next line behind the piece.
+void endPiece(int file, std::string_view text, size_t written) noexcept
+{
+    const std::string_view lineEnd = text.ends_with("\r\n") ? "\r\n" : "\n";
+    const size_t length = std::min(written, lineEnd.size());
+    const off_t end = lseek(file, 0, SEEK_CUR);
+    if (end < 0 || fcntl(file, F_SETFL, 0) != 0) // a file opened for appending is written at its end only
+        return;
+    [[maybe_unused]] const ssize_t ignored =
+        pwrite(file, lineEnd.data() + lineEnd.size() - length, length, end - static_cast<off_t>(length));
 }
 
 /// A single write to a file opened for appending is atomic among all threads and processes that write it so:
@@ -32,12 +44,14 @@ bool writeWhole(int file, std::string_view text) noexcept
     do {
         written = write(file, text.data(), text.size());
     } while (written < 0 && errno == EINTR);
+    if (written > 0 && static_cast<size_t>(written) < text.size())
+        endPiece(file, text, static_cast<size_t>(written));
     return written == static_cast<ssize_t>(text.size());
 }
 
 bool isAbove(const struct stat& file, unsigned limitKiB) noexcept
 {
-    return S_ISREG(file.st_mode) && file.st_size / 1024 > static_cast<off_t>(limitKiB);
+    return file.st_size / 1024 > static_cast<off_t>(limitKiB);
 }
 
 /// The name of a file that is rolled over now: "dir/vtx_log_c_2026.02.15_10.20.30.txt".
@@ -55,15 +69,15 @@ bool ReCalculateName(const char* path, char* name, size_t size) noexcept
 }
 
 /// Renames without ever replacing a file. @return 0, or the error
-int moveAside(const char* path, const char* name) noexcept
+int moveAside(const CFilePlace& file, const CFilePlace& free) noexcept
 {
-    if (renameat2(AT_FDCWD, path, AT_FDCWD, name, RENAME_NOREPLACE) == 0)
+    if (renameat2(file.directory(), file.name(), free.directory(), free.name(), RENAME_NOREPLACE) == 0)
         return 0;
     if (errno != EINVAL && errno != ENOSYS)
         return errno;
-    if (access(name, F_OK) == 0) // a file system that knows no such renaming
+    if (free.isTaken()) // a file system that knows no such renaming
         return EEXIST;
-    return std::rename(path, name) == 0 ? 0 : errno;
+    return file.moveTo(free) ? 0 : errno;
 }
 
 /// Remembers that a file's name of this second is taken, so that a burst of lines does not try it at each of
@@ -86,16 +100,19 @@ private:
 constinit CTakenName s_takenName;
 
 /// Renames the file that is open as `file`, unless another thread or process is doing so or has done it: who
-/// holds the lock of the file that still has its name does the renaming. Names have whole seconds; where that
-/// of this second is taken, the file just grows until the next one.
-void rollOver(const char* path, int file, const struct stat& opened) noexcept
+/// holds the lock of the file that still has its name does the renaming. Where there are no locks (some
+/// network file systems) two may try at once, and one of them fails. Names have whole seconds; where that of
+/// this second is taken, the file just grows until the next one.
+void rollOver(const char* path, const CFilePlace& place, int file, const struct stat& opened) noexcept
 {
     struct stat named;
     char name[1024];
-    if (s_takenName.isTaken(opened) || flock(file, LOCK_EX | LOCK_NB) != 0 || stat(path, &named) != 0 ||
+    const bool isOthers = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (isOthers || fstatat(place.directory(), place.name(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
         named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
         return;
-    const int error = ReCalculateName(path, name, sizeof name) ? moveAside(path, name) : ENAMETOOLONG;
+    const int error =
+        ReCalculateName(path, name, sizeof name) ? moveAside(place, CFilePlace(name)) : ENAMETOOLONG;
     if (error == EEXIST)
         s_takenName.take(opened);
     else if (error != 0)
@@ -105,13 +122,15 @@ void rollOver(const char* path, int file, const struct stat& opened) noexcept
 /// Opens the file for one more line, in place of one that has grown above the limit.
 CDescriptor openWithinLimit(const char* path, unsigned limitKiB) noexcept
 {
-    CDescriptor file = openToWrite(path, O_APPEND);
+    const CFilePlace place(path);
+    CDescriptor file = openReporting(place, path, O_APPEND);
     struct stat status;
-    if (!file || limitKiB == noSizeLimit || fstat(file.get(), &status) != 0 || !isAbove(status, limitKiB))
+    if (!file || limitKiB == noSizeLimit || fstat(file.get(), &status) != 0 || !isAbove(status, limitKiB) ||
+        s_takenName.isTaken(status))
         return file;
-    rollOver(path, file.get(), status);
+    rollOver(path, place, file.get(), status);
     file = CDescriptor(); // gives up the lock
-    return openToWrite(path, O_APPEND);
+    return openReporting(place, path, O_APPEND);
 }
 
 void printInstead(const char* why, std::string_view text) noexcept
@@ -133,11 +152,11 @@ bool WriteMessage(const char* path, std::string_view text, unsigned limitKiB) no
 
 bool appendToFile(const char* path, std::string_view text) noexcept
 {
-    const CDescriptor file = openToWrite(path, O_APPEND);
+    const CDescriptor file = openReporting(CFilePlace(path), path, O_APPEND);
     return file && writeWhole(file.get(), text);
 }
 
 void emptyFile(const char* path) noexcept
 {
-    openToWrite(path, O_TRUNC);
+    openReporting(CFilePlace(path), path, O_TRUNC);
 }

@@ -1,8 +1,9 @@
 #include "Preferences.h"
 
+#include "FilePlace.h"
 #include "GxDebug.h"
-#include "ScopedFile.h"
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -48,12 +49,18 @@ bool CPreferences::load()
     m_options = new GxInstallOptions::Properties;
     char directory[1024];
     GxDebug::GetVtxPreferenceDirectory(directory);
-    const std::string path = std::string(directory) + "/" + "vtx_log_trace.properties";
-    ScopedFile file(openRegularFile(path.c_str()));
+    if (!*directory)
+        return true;
+    const std::string path = std::string(directory) + "/vtx_log_trace.properties";
+    ScopedFile file(openOwnFile(path.c_str()));
+    if (!file && errno == ELOOP) {
+        reportRefused(path.c_str());
+        return true;
+    }
     if (!file) {
         fillWithDefaults(*m_options);
         m_options->save(path.c_str());
-        file.reset(openRegularFile(path.c_str()));
+        file.reset(openOwnFile(path.c_str()));
     }
     m_couldOpen = file != nullptr;
     if (file)

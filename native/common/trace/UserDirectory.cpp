@@ -1,10 +1,14 @@
 // The part of GxDebug that makes the user's directories.
+#include "FilePlace.h"
 #include "GxDebug.h"
+#include "SudoUser.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
 #include <pwd.h>
 #include <string>
 #include <sys/stat.h>
@@ -19,20 +23,47 @@ bool exists(const char* path)
     return access(path, F_OK) == 0;
 }
 
-struct Owner {
-    uid_t user = 0;
-    gid_t group = 0;
-};
-
-/// Zeros for a user that nobody knows.
-Owner ownerNamed(const char* user)
-{
+CSudoUser userNamed(const char* user)
+try {
     std::vector<char> texts(16384);
     struct passwd entry = {};
     struct passwd* found = nullptr;
     if (getpwnam_r(user, &entry, texts.data(), texts.size(), &found) != 0 || !found)
         return {};
     return {found->pw_uid, found->pw_gid};
+} catch (const std::exception&) {
+    return {}; // no memory for the look-up: root's files stay root's
+}
+
+bool isEmpty(int directory)
+{
+    DIR* const entries = fdopendir(fcntl(directory, F_DUPFD_CLOEXEC, 0));
+    int count = 0;
+    while (entries && readdir(entries))
+        ++count;
+    if (entries)
+        closedir(entries);
+    return count == 2; // "." and ".."
+}
+
+/// Whether this is what the library makes: a file with one name, a directory with nothing in it yet.
+bool isNew(int file)
+{
+    struct stat status;
+    if (fstat(file, &status) != 0 || status.st_uid != geteuid())
+        return false;
+    return S_ISDIR(status.st_mode) ? isEmpty(file) : S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
+/// Whether the user could have made it in this place himself, or it is the product's directory in the home
+/// directory, which is root's under many a sudo.
+bool isPlaceOf(const CSudoUser& user, const CFilePlace& place, const char* path)
+{
+    struct stat directory;
+    if (fstatat(place.directory(), "", &directory, AT_EMPTY_PATH) != 0)
+        return false;
+    const char* const home = std::getenv("HOME");
+    return directory.st_uid == user.user || (home && path == std::string(home) + "/Quessa");
 }
 
 bool makeAncestors(const char* path)
@@ -60,6 +91,15 @@ void GxDebug::printStep(const char* format, ...) noexcept
     va_end(arguments);
 }
 
+const CSudoUser& sudoUser() noexcept
+{
+    static const CSudoUser s_user = [] {
+        const char* const name = std::getenv("SUDO_USER");
+        return name ? userNamed(name) : CSudoUser();
+    }();
+    return s_user;
+}
+
 void GxDebug::GetVtxUserDirectory(char (&buffer)[1024]) noexcept
 {
     const char* const home = std::getenv("HOME");
@@ -82,10 +122,11 @@ int GxDebug::MkDir(const char* path) noexcept
     if (exists(path))
         return 1;
     printStep("Creating dir : %s\n", path);
-    if (mkdir(path, 0777) != 0)
+    const CFilePlace place(path);
+    if (mkdirat(place.directory(), place.name(), 0777) != 0)
         return errno == EEXIST ? 1 : 0;
     printStep("Calling setOwner on dir : %s\n", path);
-    setOwner(path);
+    setOwner(path, place);
     return 1;
 }
 
@@ -102,12 +143,18 @@ try {
 }
 
 void GxDebug::setOwner(const char* path) noexcept
+{
+    if (std::getenv("SUDO_USER"))
+        setOwner(path, CFilePlace(path));
+}
+
+void GxDebug::setOwner(const char* path, const CFilePlace& place) noexcept
 try {
     const char* const user = std::getenv("SUDO_USER");
     if (!user)
         return;
     printStep("setOwner(): Got Username = %s\n", user);
-    const Owner owner = ownerNamed(user);
+    const CSudoUser& owner = sudoUser();
     printStep("setOwner(): Inside if username \n");
     printStep("setOwner(): userid = %d \n", static_cast<int>(owner.user));
     printStep("setOwner(): groupid = %d \n", static_cast<int>(owner.group));
@@ -116,9 +163,12 @@ try {
         return;
     }
     printStep("Running chown on the file\n");
-    // Not through a link: the user could point it at a file of root's.
-    if (lchown(path, owner.user, owner.group) != 0)
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const CDescriptor file(openat(place.directory(), place.name(), flags));
+    if (!file || !isNew(file.get()) || !isPlaceOf(owner, place, path))
+        return;
+    if (fchown(file.get(), owner.user, owner.group) != 0)
         printStep("%s: %s\n", path, strerrordesc_np(errno));
 } catch (const std::exception&) {
-    // No memory for the look-up: the file stays root's.
+    // No memory: it stays root's.
 }

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 using testing::HasSubstr;
@@ -373,6 +375,15 @@ Block Id: 0x000004d0  used
                           repeated("7e7e ", 14) + "\n            " + repeated("7e7e ", 32) +
                           "\n            A dump shows words and characters..." + std::string(28, '~') +
                           "\n            " + std::string(64, '~') + "\n\nBlock Id: 0x00080300  free \n"));
+    const std::string link = path + ".link", pipe = path + ".pipe";
+    std::ofstream(path) << "of somebody else";
+    ASSERT_EQ(0, symlink(path.c_str(), link.c_str()));
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    for (const std::string& trap : {link, pipe}) {
+        base().dump(trap.c_str(), false);
+        CSpyHeap::heaptest(trap.c_str());
+    }
+    EXPECT_EQ("of somebody else", contentsOf(path));
 }
 
 TEST_F(SpyHeapTest, IsStoredAsItsPageShows)

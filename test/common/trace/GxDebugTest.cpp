@@ -8,10 +8,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <set>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -128,6 +130,7 @@ TEST(GxDebugTest, AComponentHasItsOwnThresholdThenThatOfNativeThenTheGlobalOne)
         {"a global 8 silences", "Any", tracing + "traceLevel=8", "", 0},
         {"pieces without a level are skipped", "b", tracing + "traceComponentLevelFilter=a;;,;b,6;c", "67",
          0},
+        {"blanks around names and levels", "b", tracing + "traceComponentLevelFilter=a, 7; b , 6", "67", 0},
         {"JNI below everything", "JNI", tracing + "traceComponentLevelFilter=jni,0", "01234567", 1},
         {"JNI at 1", "JNI", tracing + "traceComponentLevelFilter=JNI,1", "1234567", 0},
     };
@@ -277,8 +280,6 @@ TEST(GxDebugTest, OddPreferenceFilesNeitherBlockNorBreakAnything)
 SCRIPT(traceToNowhere)
 {
     traceOnce();
-    GxDebug::TraceSetFileName("/dev/full");
-    GenericNative.fatal("full");
 }
 
 TEST(GxDebugTest, WhatCannotBeWrittenIsPrinted)
@@ -286,13 +287,12 @@ TEST(GxDebugTest, WhatCannotBeWrittenIsPrinted)
     CTraceHome home;
     writeFile(home.path() / "Quessa", "in the way");
     ASSERT_EQ(0, home.run("traceToNowhere"));
-    EXPECT_THAT(home.standardOutput(),
-                AllOf(HasSubstr(",\tonce\r\n"), HasSubstr(",\tfull\r\n"), Not(HasSubstr("logged"))));
+    EXPECT_THAT(home.standardOutput(), AllOf(HasSubstr(",\tonce\r\n"), Not(HasSubstr("logged"))));
     EXPECT_THAT(
         home.standardError(),
         AllOf(HasSubstr("Exception creating preference file directory: " + home.directory().string() + "\n"),
               HasSubstr("DEBUG: Error writing preference file\n"),
-              HasSubstr("Error writing to the file (1).\n"), HasSubstr("Error writing to the file (2).\n")));
+              HasSubstr("Error writing to the file (2).\n")));
 }
 
 SCRIPT(traceWithoutHome)
@@ -341,9 +341,22 @@ SCRIPT(rollOver)
         GenericNative.log(7, "line %d", i);
 }
 
-TEST(GxDebugTest, ALogAboveItsLimitIsRenamedAndKept)
+/// In place of the C library's: some network file systems have no locks.
+extern "C" int flock(int file, int operation) noexcept
+{
+    if (!std::getenv("GX_NO_LOCKS"))
+        return static_cast<int>(syscall(SYS_flock, file, operation));
+    errno = ENOLCK;
+    return -1;
+}
+
+class GxDebugRollover : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(, GxDebugRollover, testing::Values("GX_LOCKS=1", "GX_NO_LOCKS=1"));
+
+TEST_P(GxDebugRollover, ALogAboveItsLimitIsRenamedAndKept)
 {
     CTraceHome home;
+    home.environment(GetParam());
     home.preferences("memoryTraceInterval=1\n");
     ASSERT_EQ(0, home.run("rollOver"));
     ASSERT_THAT(home.filesLike("vtx_log.*txt"), SizeIs(2));

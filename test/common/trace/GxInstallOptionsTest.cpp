@@ -1,5 +1,7 @@
 #include "GxInstallOptions.h"
 
+#include "FilePlace.h"
+
 #include "ErrorString.h"
 #include "TraceHome.h"
 
