@@ -59,8 +59,9 @@ class ServerLossTest {
         Rectangle nothing = new Rectangle();
         while (!NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle().equals(nothing)) {
             NativeTopLevelWindow.topLevelWindowsAtRectangle(nothing);
-            NativeWindow.nativeWindowAtPoint(new Point(10, 10)).nativeGetWindowCaption();
-            NativeWindow.nativeGetForeground().nativeBringToTop();
+            NativeWindow.nativeWindowAtPoint(new Point(10, 10));
+            NativeWindow.nativeGetForeground().nativeGetWindowCaption();
+            NativeWindow.nativeGetFocus().nativeBringToTop();
         }
         return "";
     }
@@ -150,11 +151,12 @@ class ServerLossTest {
     private void awaitEnd(Process engine, BufferedReader output, String traced) throws Exception {
         List<String> rest = output.lines().toList();
         assertEquals(true, engine.waitFor(20, TimeUnit.SECONDS), rest::toString);
-        assertEquals(List.of("ended: ", "hook"), rest.stream().filter(line -> !line.equals("ready")).toList());
+        assertEquals(List.of("ended: ", "hook"), rest.stream().filter(line -> line.matches("ended.*|hook")).toList(), rest::toString);
         assertEquals(STATUS, engine.exitValue());
         try (Stream<String> lines = Files.lines(home.resolve("Quessa/ZEMO/vtx_trace.txt"))) {
-            assertEquals(List.of(traced), lines.filter(line -> line.contains("X server "))
-                    .map(line -> line.replaceFirst(".*,\t", "").trim()).toList());
+            List<String> told = lines.filter(line -> line.contains("X server ")).toList();
+            assertEquals(List.of(true), told.stream().map(line -> line.matches(".*" + traced + "\\s*")).toList(),
+                    told::toString);
         }
     }
 
@@ -170,7 +172,7 @@ class ServerLossTest {
             assertEquals("ready", output.readLine());
             server.destroyForcibly().waitFor();
             engine.getOutputStream().close();
-            awaitEnd(engine, output, "The connection to X server " + display + " is lost");
+            awaitEnd(engine, output, "X server " + display + "( is lost|: Connection refused)");
         } finally {
             server.destroyForcibly();
             engine.destroyForcibly();

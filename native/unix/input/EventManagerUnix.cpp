@@ -49,12 +49,10 @@ bool xTestThere()
     return walkDisplay() && XTestQueryExtension(g_display, &event, &error, &major, &minor);
 }
 
-/// Waits until the server has played what was sent. Nobody knows what became of it where the server has gone.
-void awaitServer()
+/// The status of an event: nobody knows what became of it where the server has gone meanwhile.
+int unlessLost(int status)
 {
-    XSync(g_display, False);
-    if (!isConnected(g_display))
-        Event::s_playbackStatus = PlaybackNoXTest;
+    return isConnected(g_display) ? status : int{PlaybackNoXTest};
 }
 
 void pressKey(KeySym keysym, bool press, int delay)
@@ -245,12 +243,15 @@ void MouseEvent::emit()
         s_playbackStatus = place(m_end, end);
     if (s_playbackStatus == PlaybackDone && needsPointThatIsMissing())
         s_playbackStatus = PlaybackNoPoint;
-    if (s_playbackStatus != PlaybackDone)
+    if (s_playbackStatus != PlaybackDone) {
+        s_playbackStatus = unlessLost(s_playbackStatus);
         return;
+    }
     if (m_modifiers & (WithShift | WithControl | WithAlt))
         switchToXTestKeyboard();
-    s_playbackStatus = play(start, end);
-    awaitServer();
+    const int status = play(start, end);
+    XSync(g_display, False);
+    s_playbackStatus = unlessLost(status);
     leaveMutex();
 }
 
@@ -330,12 +331,13 @@ void KeyEvent::emit()
     CTracer::debugTrace("Window checks hwnd=0x%x top_hwnd=0x%x", static_cast<unsigned>(m_window.getHandle()),
                         static_cast<unsigned>(m_topLevel.getHandle()));
     if (!aimAtWindow()) {
-        s_playbackStatus = PlaybackOtherTopLevel;
+        s_playbackStatus = unlessLost(PlaybackOtherTopLevel);
         return;
     }
     CTracer::debugTrace("In KeyEvent::emit got past window checks");
-    s_playbackStatus = play();
-    awaitServer();
+    const int status = play();
+    XSync(g_display, False);
+    s_playbackStatus = unlessLost(status);
     leaveMutex();
 }
 
