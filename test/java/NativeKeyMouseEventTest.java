@@ -102,6 +102,10 @@ class NativeKeyMouseEventTest {
                 new Row(CoordinateOffScreenException.class, () -> NativeKeyMouseEvent.emitHLMouseEvent(
                         here, 0, 0, new Point(-1, 5), 0, 0, 0, 0, NativeKeyMouseEvent.DRAG, 1)),
                 new Row(UnableToPerformActionException.class, () -> NativeKeyMouseEvent.emitLLKeyEvent(0, 0, 9, 'a')),
+                new Row(UnableToPerformActionException.class, () -> NativeKeyMouseEvent.emitLLKeyEvent(0, 0, 3, 'a')),
+                new Row(UnableToPerformActionException.class, () -> NativeKeyMouseEvent.emitLLKeyEvent(0, 0, 1, 0)),
+                new Row(UnableToPerformActionException.class,
+                        () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEY_PRESS, "a")),
                 new Row(UnableToPerformActionException.class,
                         () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{nobody}")),
                 new Row(UnableToPerformActionException.class,

@@ -8,13 +8,13 @@
 #include <strings.h>
 #include <utility>
 
-constinit int g_delayMouseDown = 0;
-constinit int g_delayMouseUp = 0;
-constinit int g_delayMouseMove = 0;
-constinit int g_delayKeyDown = 1;
-constinit int g_delayKeyUp = 10;
-constinit int g_delayWindowActivate = 0;
-constinit int g_mouseMoveInterpolationPx = 5;
+constinit std::atomic<int> g_delayMouseDown = 0;
+constinit std::atomic<int> g_delayMouseUp = 0;
+constinit std::atomic<int> g_delayMouseMove = 0;
+constinit std::atomic<int> g_delayKeyDown = 1;
+constinit std::atomic<int> g_delayKeyUp = 10;
+constinit std::atomic<int> g_delayWindowActivate = 0;
+constinit std::atomic<int> g_mouseMoveInterpolationPx = 5;
 
 constinit int g_num_tagged_events = 0;
 constinit int g_num_hook_calls = 0;
@@ -22,12 +22,12 @@ constinit int g_num_hook_calls_tagged = 0;
 constinit int g_num_waits = 0;
 constinit int g_num_timeouts = 0;
 
-constinit int Event::s_playbackStatus = PlaybackDone;
-constinit bool Event::isLowLevelPlayback = false;
+constinit std::atomic<int> Event::s_playbackStatus = PlaybackDone;
+constinit std::atomic<bool> Event::isLowLevelPlayback = false;
 
 void Event::setDelays(int mouseDown, int mouseUp, int mouseMove, int keyDown, int keyUp, int windowActivate)
 {
-    const std::pair<int&, int> delays[] = {
+    const std::pair<std::atomic<int>&, int> delays[] = {
         {g_delayMouseDown, mouseDown}, {g_delayMouseUp, mouseUp}, {g_delayMouseMove, mouseMove},
         {g_delayKeyDown, keyDown},     {g_delayKeyUp, keyUp},     {g_delayWindowActivate, windowActivate}};
     for (const auto& [delay, value] : delays)
@@ -37,6 +37,10 @@ void Event::setDelays(int mouseDown, int mouseUp, int mouseMove, int keyDown, in
 
 namespace {
 constexpr int mutexPatienceMs = 5000;
+
+/// Held around a text while events are serialised. A text may last for minutes, so the patience of the event
+/// mutex is too short to keep two of one process apart.
+constinit std::recursive_mutex s_oneText;
 
 /// Made by the first event that asks for it, never deleted: its name serves all processes of the display.
 /// @return null while spy memory cannot give one
@@ -53,6 +57,31 @@ CSpyMutex* eventMutex() noexcept
     }
     return s_mutex;
 }
+
+/// What a status means, for the trace.
+const char* meaningOf(int status)
+{
+    switch (status) {
+    case PlaybackTargetNotShown:
+        return "a target window is not shown";
+    case PlaybackUnknownKind:
+        return "no such kind of event";
+    case PlaybackOutsideTarget:
+        return "the point lies outside of the window";
+    case PlaybackTargetCovered:
+        return "another window is in front at the point";
+    case PlaybackNoPoint:
+        return "the action needs a point";
+    case PlaybackNoXTest:
+        return "no X server, or none with the XTest extension";
+    case PlaybackOtherTopLevel:
+        return "the window lies in another top-level window";
+    case PlaybackOffScreen:
+        return "the point lies outside of the screen";
+    default:
+        return "the text could not be typed, or events could not be serialised";
+    }
+}
 } // namespace
 
 bool Event::event_sync_init()
@@ -66,20 +95,23 @@ bool Event::event_sync_init()
     if (eventMutex())
         return true;
     CTracer::debugTrace("CUnixMutex(eventMutex) returned False. Error!!");
-    s_playbackStatus = PlaybackFailed;
+    m_status = PlaybackFailed;
     return false;
 }
 
-bool Event::enterMutex(const char* unserialised)
+bool Event::enterMutex(const char* unserialised, bool isText)
 {
-    s_playbackStatus = PlaybackDone;
+    s_playbackStatus = m_status = PlaybackDone;
     if (!event_sync_init()) {
         CTracer::debugTrace("%s", unserialised);
-        if (s_playbackStatus != PlaybackFailed)
+        if (m_status != PlaybackFailed)
             return true;
         CTracer::debugTrace("event_sync_init() : Mutex creation failed!");
+        endWith(PlaybackFailed);
         return false;
     }
+    if (isText)
+        m_oneText = std::unique_lock(s_oneText);
     try {
         m_holdsMutex = eventMutex()->acquire(mutexPatienceMs);
     } catch (const CMutexTimeoutException& timeout) {
@@ -93,6 +125,14 @@ void Event::leaveMutex()
     if (m_holdsMutex)
         eventMutex()->release();
     m_holdsMutex = false;
+    m_oneText = {};
+}
+
+void Event::endWith(int status)
+{
+    s_playbackStatus = m_status = status;
+    if (status != PlaybackDone)
+        CTracer::debugTrace("The event ended with playback status %d: %s", status, meaningOf(status));
 }
 
 CMouseTarget::CMouseTarget(std::optional<Point> point, const CWindow* window, const TopLevelWindow* topLevel)
@@ -127,7 +167,7 @@ void MouseEvent::setMouseMoveInterpolationPx(int px)
 
 KeyEvent::KeyEvent(int64_t time, int kind, int keysym, const char* text, const CWindow& window,
                    const TopLevelWindow& topLevel)
-    : Event(time, kind), m_keysym(keysym), m_window(window), m_topLevel(topLevel)
+    : Event(time, kind), m_keysym(keysym), m_hasText(text != nullptr), m_window(window), m_topLevel(topLevel)
 {
     if (text)
         m_text = text;
@@ -135,7 +175,8 @@ KeyEvent::KeyEvent(int64_t time, int kind, int keysym, const char* text, const C
 
 KeyEvent::KeyEvent(int64_t time, int kind, int keysym, const unsigned short* text, const CWindow& window,
                    const TopLevelWindow& topLevel)
-    : Event(time, kind), m_keysym(keysym), m_wide(true), m_window(window), m_topLevel(topLevel)
+    : Event(time, kind), m_keysym(keysym), m_hasText(text != nullptr), m_wide(true), m_window(window),
+      m_topLevel(topLevel)
 {
     while (text && *text)
         m_text16 += static_cast<char16_t>(*text++);
@@ -153,5 +194,5 @@ ScrollEvent::ScrollEvent(int64_t time, const CWindow& window, const int (&data)[
 
 void ScrollEvent::emit()
 {
-    s_playbackStatus = PlaybackDone;
+    endWith(PlaybackDone);
 }

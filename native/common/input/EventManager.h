@@ -3,16 +3,21 @@
 ///
 /// Emission goes to the X server through the XTest extension, on g_display and on the calling thread. It
 /// blocks for the delays below and until the server has processed the event. It never throws: the outcome is
-/// Event::s_playbackStatus. With the install option ALLOW_MULTIPLE_THREADS whole events are serialised across
-/// threads and processes by the named mutex "eventMutex"; without it the events of two threads interleave,
-/// and two threads must not type text at once.
+/// the event's status. With the install option ALLOW_MULTIPLE_THREADS whole events are serialised across
+/// threads and processes by the named mutex "eventMutex", for which an event waits 5 seconds at most before
+/// it is played all the same; a text waits for another one of its own process however long that lasts.
+/// Without the option the events of threads interleave, and texts that are typed at once may come out wrong.
+/// When the process ends, an event that is being played is cut short (RunningInput.h), and those that come
+/// later end with PlaybackNoXTest.
 #pragma once
 
 #include "WindowManager.h"
 
 #include <jni.h>
 
+#include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -32,13 +37,14 @@ enum PlaybackStatus : int {
 
 /// Delays of synthetic input in milliseconds. The server waits before it lets the press, release or motion
 /// happen, so they hold for the distance to the event before.
-extern int g_delayMouseDown;
-extern int g_delayMouseUp;
-extern int g_delayMouseMove; ///< of each motion; also the least pause before a move
-extern int g_delayKeyDown;   ///< of a press, and of the release of a modifier held for a mouse action
-extern int g_delayKeyUp;
-extern int g_delayWindowActivate;
-extern int g_mouseMoveInterpolationPx; ///< pixels that one step of an interpolated move covers
+extern std::atomic<int> g_delayMouseDown;
+extern std::atomic<int> g_delayMouseUp;
+extern std::atomic<int> g_delayMouseMove; ///< of each motion; also the least pause before a move
+extern std::atomic<int>
+    g_delayKeyDown; ///< of a press, and of the release of a modifier held for a mouse action
+extern std::atomic<int> g_delayKeyUp;
+extern std::atomic<int> g_delayWindowActivate;
+extern std::atomic<int> g_mouseMoveInterpolationPx; ///< pixels that one step of an interpolated move covers
 
 /// Counters of the recording hooks, read by the Java class Event. X11 has no such hooks: they stay 0.
 extern int g_num_tagged_events;
@@ -52,7 +58,7 @@ class Event {
 public:
     /// Gives the event mutex back if an emission that stopped early kept it.
     virtual ~Event() { leaveMutex(); }
-    /// Plays the event and leaves the outcome in s_playbackStatus.
+    /// Plays the event and leaves the outcome in status().
     virtual void emit() = 0;
     /// A new local reference to the event's Java form; null when it has none, or when a class or constructor
     /// is missing.
@@ -68,30 +74,37 @@ public:
     static void setIsLowLevelPlayback(bool lowLevel) { isLowLevelPlayback = lowLevel; }
     static bool getIsLowLevelPlayback() { return isLowLevelPlayback; }
 
-    static int s_playbackStatus; ///< a PlaybackStatus: the outcome of the last emission of the process
+    int status() const { return m_status; } ///< a PlaybackStatus: the outcome of this event's emission
+    /// The outcome of the last emission of the process; while several threads play, whose that is is open.
+    static std::atomic<int> s_playbackStatus;
 
 protected:
     /// @param time  milliseconds; 0 for an event that is to be played
     Event(int64_t time, int kind) : m_time(time), m_kind(kind) {}
     /// Whether events are serialised across threads and processes. The install option that asks for it is
     /// read once. When it does and there can be no mutex, the answer is false and the status PlaybackFailed.
-    static bool event_sync_init();
+    bool event_sync_init();
     /// Begins an emission: clears the status and takes the event mutex when events are serialised. Blocks for
     /// 5 seconds at most; when another thread or process keeps the mutex longer, the event is played without
     /// it.
     /// @param unserialised  trace line for an event that is played without the mutex
+    /// @param isText        another text of this process is waited for first, without limit
     /// @return false when the event must not be played
-    bool enterMutex(const char* unserialised);
+    bool enterMutex(const char* unserialised, bool isText);
     /// Ends an emission; without the mutex it does nothing.
     void leaveMutex();
+    /// Notes the outcome, and traces it when it is a failure.
+    void endWith(int status);
 
     int64_t m_time;
     int m_kind;
 
 private:
+    int m_status = PlaybackDone;
     bool m_holdsMutex = false;
+    std::unique_lock<std::recursive_mutex> m_oneText;
 
-    static bool isLowLevelPlayback;
+    static std::atomic<bool> isLowLevelPlayback;
 };
 
 /// What a mouse event acts on.
@@ -148,6 +161,7 @@ public:
     static void setMouseMoveInterpolationPx(int px);
 
 private:
+    int aim(Point& start, Point& end) const;
     bool needsPointThatIsMissing() const;
     int play(const Point& start, const Point& end) const;
     void drag(const Point& start, const Point& end, unsigned button, int pause) const;
@@ -170,10 +184,10 @@ public:
         InputChars = 4, ///< plain characters
     };
 
-    /// @param text  modified UTF-8; null without a text
+    /// @param text  modified UTF-8; null for a press or release
     KeyEvent(int64_t time, int kind, int keysym, const char* text, const CWindow& window,
              const TopLevelWindow& topLevel);
-    /// @param text  16-bit units up to a terminating 0, copied; null without a text
+    /// @param text  16-bit units up to a terminating 0, copied; null for a press or release
     KeyEvent(int64_t time, int kind, int keysym, const unsigned short* text, const CWindow& window,
              const TopLevelWindow& topLevel);
     /// @param first   what the Java form carries beyond the keysym, with `second`; not used here
@@ -184,6 +198,7 @@ public:
 
 private:
     bool aimAtWindow();
+    bool isText() const { return m_kind == KeyString || m_kind == InputChars; }
     unsigned long ancestorOrTopLevel() const;
     int play() const;
     bool type(bool parse) const;
@@ -194,6 +209,7 @@ private:
     int m_keysym;
     int m_first = 0;
     int m_second = 0;
+    bool m_hasText = false;
     std::string m_text;      ///< modified UTF-8, when m_wide is false
     std::u16string m_text16; ///< when m_wide is true
     bool m_wide = false;

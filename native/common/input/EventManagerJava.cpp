@@ -27,10 +27,11 @@ void raise(JNIEnv* env, const char* exception)
     CJniJObject::throwException(env, exception, nullptr);
 }
 
-/// Raises what a failed emission of a mouse event means.
-void raiseMouseStatus(JNIEnv* env)
+/// Plays a mouse event and raises what a failure means.
+void emitMouse(JNIEnv* env, MouseEvent&& event)
 {
-    switch (Event::s_playbackStatus) {
+    event.emit();
+    switch (event.status()) {
     case PlaybackDone:
         return;
     case PlaybackNoXTest:
@@ -42,11 +43,12 @@ void raiseMouseStatus(JNIEnv* env)
     }
 }
 
-/// Raises what a failed emission of a key or scroll event means.
-void raiseKeyStatus(JNIEnv* env)
+/// Plays a key or scroll event and raises what a failure means.
+void emitKey(JNIEnv* env, Event&& event)
 {
-    if (Event::s_playbackStatus != PlaybackDone)
-        raise(env, Event::s_playbackStatus == PlaybackNoXTest ? noXTest : cannotPerform);
+    event.emit();
+    if (event.status() != PlaybackDone)
+        raise(env, event.status() == PlaybackNoXTest ? noXTest : cannotPerform);
 }
 
 std::optional<Point> pointOf(JNIEnv* env, jobject object)
@@ -164,8 +166,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
             trace.note(" - Exception thrown");
             return raise(env, cannotPerform);
         }
-        MouseEvent(0, kind, 1, targetOf(place, window, topWindow), {}, modifiers, 0, wheelAmount).emit();
-        raiseMouseStatus(env);
+        emitMouse(env, {0, kind, 1, targetOf(place, window, topWindow), {}, modifiers, 0, wheelAmount});
     });
 }
 
@@ -174,10 +175,8 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     jlong endTopWindow, jint modifiers, jint delay, jint kind, jint count)
 {
     jniEntry(env, __func__, [&] {
-        MouseEvent(0, kind, count, targetOf(pointOf(env, start), window, topWindow),
-                   targetOf(pointOf(env, end), endWindow, endTopWindow), modifiers, delay, 0)
-            .emit();
-        raiseMouseStatus(env);
+        emitMouse(env, {0, kind, count, targetOf(pointOf(env, start), window, topWindow),
+                        targetOf(pointOf(env, end), endWindow, endTopWindow), modifiers, delay, 0});
     });
 }
 
@@ -185,10 +184,8 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     JNIEnv* env, jclass, jlong window, jlong topWindow, jint kind, jint keysym)
 {
     jniEntry(env, __func__, [&] {
-        KeyEvent(0, kind, keysym, static_cast<const char*>(nullptr), CWindow(window),
-                 TopLevelWindow(topWindow))
-            .emit();
-        raiseKeyStatus(env);
+        emitKey(env, KeyEvent(0, kind, keysym, static_cast<const char*>(nullptr), CWindow(window),
+                              TopLevelWindow(topWindow)));
     });
 }
 
@@ -197,8 +194,9 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
 {
     jniEntry(env, __func__, [&] {
         const CJString characters(env, text);
-        KeyEvent(0, kind, 0, characters.ansiStringW(), CWindow(window), TopLevelWindow(topWindow)).emit();
-        raiseKeyStatus(env);
+        constexpr unsigned short none = 0;
+        const unsigned short* const units = characters.ansiStringW();
+        emitKey(env, KeyEvent(0, kind, 0, units ? units : &none, CWindow(window), TopLevelWindow(topWindow)));
     });
 }
 
@@ -207,11 +205,9 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_ScrollEvent_emit(J
     jniEntry(env, __func__, [&] {
         const CJniJObject event(env, self, nullptr);
         const CWindow window(event.getObject("window", windowClass).getLong("handle"));
-        ScrollEvent(0, window,
-                    {event.getInt("orientation"), event.getInt("position"), event.getInt("minimum"),
-                     event.getInt("maximum")})
-            .emit();
-        raiseKeyStatus(env);
+        emitKey(env, ScrollEvent(0, window,
+                                 {event.getInt("orientation"), event.getInt("position"),
+                                  event.getInt("minimum"), event.getInt("maximum")}));
     });
 }
 

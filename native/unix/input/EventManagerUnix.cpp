@@ -4,13 +4,12 @@
 #include "CodeSet.h"
 #include "GxGlobals.h"
 #include "GxInstallOptions.h"
+#include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <ctime>
 #include <strings.h>
 
 #include "OwnDisplay.h"
@@ -28,19 +27,10 @@ constexpr KeyAndBit heldKeys[] = {{XK_Shift_L, MouseEvent::WithShift},
                                   {XK_Control_L, MouseEvent::WithControl},
                                   {XK_Alt_L, MouseEvent::WithAlt}};
 
+/// For a request; none once the process ends.
 unsigned long delayOf(int milliseconds)
 {
-    return static_cast<unsigned long>(std::max(milliseconds, 0));
-}
-
-/// Resumes after signals.
-void sleepFor(int milliseconds)
-{
-    if (milliseconds <= 0)
-        return;
-    timespec left{milliseconds / 1000, milliseconds % 1000 * 1000000L};
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    return CRunningInput::mustStop() ? 0 : static_cast<unsigned long>(std::max(milliseconds, 0));
 }
 
 bool xTestThere()
@@ -55,6 +45,13 @@ int unlessLost(int status)
     return isConnected(g_display) ? status : int{PlaybackNoXTest};
 }
 
+/// Waits until the server has played what was sent. @return the status of it
+int oncePlayed(int status)
+{
+    XSync(g_display, False);
+    return unlessLost(status);
+}
+
 void pressKey(KeySym keysym, bool press, int delay)
 {
     if (!isConnected(g_display))
@@ -63,10 +60,20 @@ void pressKey(KeySym keysym, bool press, int delay)
         XTestFakeKeyEvent(g_display, key, press, delayOf(delay));
 }
 
+/// The server keeps a delay before the request, so what is sent after it could not be taken back when the
+/// process ends.
+void awaitDelay(int delay)
+{
+    if (delay > 0)
+        XSync(g_display, False);
+}
+
 void pressButton(unsigned button, bool press, int delay)
 {
-    if (isConnected(g_display))
-        XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
+    if (!isConnected(g_display))
+        return;
+    XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
+    awaitDelay(delay);
 }
 
 void click(unsigned button, int pressDelay)
@@ -75,9 +82,17 @@ void click(unsigned button, int pressDelay)
     pressButton(button, false, g_delayMouseUp);
 }
 
+/// The clicks; fewer when the process ends or the server goes meanwhile.
+void clicks(unsigned button, long count, int pressDelay)
+{
+    for (long i = 0; i < count && mayGoOn(); ++i)
+        click(button, pressDelay);
+}
+
 void moveTo(int x, int y)
 {
     XTestFakeMotionEvent(g_display, -1, x, y, delayOf(g_delayMouseMove));
+    awaitDelay(g_delayMouseMove);
 }
 
 /// Where the pointer is on the root window of the default screen.
@@ -102,10 +117,11 @@ long stepTowards(long from, long target, long step)
 
 void interpolate(const Point& from, const Point& to)
 {
-    const long step = g_mouseMoveInterpolationPx > 0 ? g_mouseMoveInterpolationPx : fallbackStep;
+    const int wanted = g_mouseMoveInterpolationPx;
+    const long step = wanted > 0 ? wanted : fallbackStep;
     long x = from.getx();
     long y = from.gety();
-    while ((x != to.getx() || y != to.gety()) && isConnected(g_display)) {
+    while ((x != to.getx() || y != to.gety()) && mayGoOn()) {
         x = stepTowards(x, to.getx(), step);
         y = stepTowards(y, to.gety(), step);
         moveTo(static_cast<int>(x), static_cast<int>(y));
@@ -116,7 +132,7 @@ void interpolate(const Point& from, const Point& to)
 /// @param pause  milliseconds to wait before
 void InterpolateMove(const Point& to, bool single, int pause)
 {
-    sleepFor(pause);
+    CRunningInput::pause(pause);
     if (!single) {
         interpolate(pointer(), to);
         return;
@@ -230,29 +246,29 @@ std::u16string units(const std::string& text)
 
 void MouseEvent::emit()
 {
-    if (!enterMutex("event_sync_init() in MouseEvent::emit returned False!"))
+    if (!enterMutex("event_sync_init() in MouseEvent::emit returned False!", false))
         return;
-    if (!xTestThere()) {
-        s_playbackStatus = PlaybackNoXTest;
-        return;
-    }
+    const CRunningInput running;
+    if (!running.mayBegin() || !xTestThere())
+        return endWith(PlaybackNoXTest);
     Point start;
     Point end;
-    s_playbackStatus = place(m_start, start);
-    if (s_playbackStatus == PlaybackDone && m_kind == Drag)
-        s_playbackStatus = place(m_end, end);
-    if (s_playbackStatus == PlaybackDone && needsPointThatIsMissing())
-        s_playbackStatus = PlaybackNoPoint;
-    if (s_playbackStatus != PlaybackDone) {
-        s_playbackStatus = unlessLost(s_playbackStatus);
-        return;
-    }
+    if (const int status = aim(start, end); status != PlaybackDone)
+        return endWith(unlessLost(status));
     if (m_modifiers & (WithShift | WithControl | WithAlt))
         switchToXTestKeyboard();
-    const int status = play(start, end);
-    XSync(g_display, False);
-    s_playbackStatus = unlessLost(status);
+    endWith(oncePlayed(play(start, end)));
     leaveMutex();
+}
+
+/// Makes both points those of the screen.
+/// @return a PlaybackStatus: whether the targets are there, visible and in front
+int MouseEvent::aim(Point& start, Point& end) const
+{
+    int status = place(m_start, start);
+    if (status == PlaybackDone && m_kind == Drag)
+        status = place(m_end, end);
+    return status == PlaybackDone && needsPointThatIsMissing() ? int{PlaybackNoPoint} : status;
 }
 
 /// A window alone is enough only where nothing moves.
@@ -267,7 +283,7 @@ int MouseEvent::play(const Point& start, const Point& end) const
     const CHeldModifiers held(m_modifiers);
     const unsigned button = buttonOf(m_modifiers);
     const bool single = singleMoves();
-    const int pause = std::max(g_delayMouseMove, m_delay);
+    const int pause = std::max(g_delayMouseMove.load(), m_delay);
     switch (m_kind) {
     case Press:
         InterpolateMove(start, single, m_delay);
@@ -283,8 +299,8 @@ int MouseEvent::play(const Point& start, const Point& end) const
         CTracer::debugTrace("Click: clicking at location (%d, %d) %d time(s)", start.getx(), start.gety(),
                             m_count);
         InterpolateMove(start, single, pause);
-        for (int i = 0; i < m_count && isConnected(g_display); ++i)
-            click(button, i == 0 ? g_delayMouseDown : pauseBetweenClicks);
+        clicks(button, std::min(m_count, 1), g_delayMouseDown);
+        clicks(button, m_count - 1L, pauseBetweenClicks);
         return PlaybackDone;
     case Drag:
         drag(start, end, button, pause);
@@ -293,11 +309,10 @@ int MouseEvent::play(const Point& start, const Point& end) const
         if (m_start.m_point)
             InterpolateMove(start, false, 0);
         XFlush(g_display);
-        sleepFor(m_delay);
+        CRunningInput::pause(m_delay);
         return PlaybackDone;
     case Wheel:
-        for (long i = std::labs(m_wheelAmount); i > 0 && isConnected(g_display); --i)
-            click(m_wheelAmount < 0 ? Button5 : Button4, g_delayMouseDown);
+        clicks(m_wheelAmount < 0 ? Button5 : Button4, std::labs(m_wheelAmount), g_delayMouseDown);
         return PlaybackDone;
     default:
         return PlaybackUnknownKind;
@@ -309,8 +324,7 @@ void MouseEvent::drag(const Point& start, const Point& end, unsigned button, int
     CTracer::debugTrace("Drag: doing move-to-start-location %d, %d", start.getx(), start.gety());
     InterpolateMove(start, false, pause);
     CTracer::debugTrace("Drag: doing nClick before drag, n=%d", m_count - 1);
-    for (int i = 1; i < m_count && isConnected(g_display); ++i)
-        click(button, pauseBetweenClicks);
+    clicks(button, m_count - 1L, pauseBetweenClicks);
     CTracer::debugTrace("Drag: doing button-down");
     pressButton(button, true, g_delayMouseDown);
     CTracer::debugTrace("Drag: doing interpolated moves to %d, %d", end.getx(), end.gety());
@@ -321,23 +335,18 @@ void MouseEvent::drag(const Point& start, const Point& end, unsigned button, int
 
 void KeyEvent::emit()
 {
-    if (!enterMutex("event_sync_init() in KeyEvent::emit returned False!"))
+    if (!enterMutex("event_sync_init() in KeyEvent::emit returned False!", isText()))
         return;
+    const CRunningInput running;
     CTracer::debugTrace("In KeyEvent::emit kind is %d", m_kind);
-    if (!xTestThere()) {
-        s_playbackStatus = PlaybackNoXTest;
-        return;
-    }
+    if (!running.mayBegin() || !xTestThere())
+        return endWith(PlaybackNoXTest);
     CTracer::debugTrace("Window checks hwnd=0x%x top_hwnd=0x%x", static_cast<unsigned>(m_window.getHandle()),
                         static_cast<unsigned>(m_topLevel.getHandle()));
-    if (!aimAtWindow()) {
-        s_playbackStatus = unlessLost(PlaybackOtherTopLevel);
-        return;
-    }
+    if (!aimAtWindow())
+        return endWith(unlessLost(PlaybackOtherTopLevel));
     CTracer::debugTrace("In KeyEvent::emit got past window checks");
-    const int status = play();
-    XSync(g_display, False);
-    s_playbackStatus = unlessLost(status);
+    endWith(oncePlayed(play()));
     leaveMutex();
 }
 
@@ -377,11 +386,15 @@ unsigned long KeyEvent::ancestorOrTopLevel() const
 
 int KeyEvent::play() const
 {
+    if (isText() != m_hasText)
+        return PlaybackUnknownKind; // a text to press, or nothing to type
     switch (m_kind) {
     case Press:
     case Release:
+        if (m_keysym == NoSymbol)
+            return PlaybackUnknownKind; // Xlib takes a key that has no keysym for its key
         switchToXTestKeyboard();
-        pressKey(static_cast<KeySym>(m_keysym), m_kind == Press,
+        pressKey(static_cast<unsigned>(m_keysym), m_kind == Press,
                  m_kind == Press ? g_delayKeyDown : g_delayKeyUp);
         return PlaybackDone;
     case KeyString:

@@ -1,6 +1,7 @@
 #include "Keyboard.h"
 
 #include "InputStatus.h"
+#include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
 
@@ -27,8 +28,9 @@ bool Keyboard::isKeyDown(int keysym)
 
 void Keyboard::setModifierKeys(unsigned wanted)
 {
+    const CRunningInput running;
     int event, error, major, minor;
-    Display* const display = walkDisplay();
+    Display* const display = running.mayBegin() ? walkDisplay() : nullptr;
     if (!display || !XTestQueryExtension(display, &event, &error, &major, &minor))
         return;
     CServerStrokes strokes;

@@ -2,6 +2,7 @@
 
 #include "GxGlobals.h"
 #include "InputStatus.h"
+#include "RunningInput.h"
 
 #include <poll.h>
 
@@ -189,14 +190,19 @@ void Mouse::release()
 
 std::unique_ptr<MouseEvent> Mouse::getNextEvent()
 {
+    const CRunningInput running;
     XEvent event;
-    while (m_captured) {
+    while (m_captured && !CRunningInput::mustStop()) {
         if (!isConnected(g_display))
             m_captured = false; // nothing comes from a server that has gone
         else if (!takeEvent(event))
             awaitInput();
         else if (auto reported = mouseEventOf(event, ignore_buttonpress))
             return reported;
+    }
+    if (m_captured && walkDisplay()) {
+        fakeLeftButton(g_display, false); // the process ends: nobody would let go of it any more
+        XSync(g_display, False);
     }
     return nullptr;
 }

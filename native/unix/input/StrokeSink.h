@@ -32,8 +32,9 @@ public:
     /// Presses or releases the key of a keysym; a keysym without a key does nothing.
     /// @param delayMs  milliseconds before it happens
     /// @param flag     a CSpecialKey::Flag: which kind of key asks for it
-    /// @return false: nothing more is wanted, repetitions end here
+    /// @return false: no more is wanted; the text ends as after its last character
     virtual bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) = 0;
-    virtual void typeUnicode(char32_t character) = 0; ///< types a character that no key produces
-    virtual unsigned modifiersDown() = 0;             ///< KeyModifier bits of the modifier keys that are down
+    /// Types a character that no key produces. @return as stroke
+    virtual bool typeUnicode(char32_t character) = 0;
+    virtual unsigned modifiersDown() = 0; ///< KeyModifier bits of the modifier keys that are down
 };

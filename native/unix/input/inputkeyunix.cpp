@@ -7,6 +7,7 @@
 #include "GxGlobals.h"
 #include "KeyReceiver.h"
 #include "OwnDisplay.h"
+#include "RunningInput.h"
 #include "processkey.h"
 
 #include <cstdlib>
@@ -302,6 +303,11 @@ private:
     int m_highest = 0;
 };
 
+bool mayGoOn()
+{
+    return !CRunningInput::mustStop() && isConnected(g_display);
+}
+
 void BuildKeyMappingTable()
 {
     const CEnvironmentLocale locale;
@@ -417,17 +423,18 @@ CLockState CServerStrokes::locks()
 
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int flag)
 {
-    QueueVirtualKey(action, keysym, delayMs, flag);
-    return isConnected(g_display);
+    QueueVirtualKey(action, keysym, CRunningInput::mustStop() ? 0 : delayMs, flag);
+    return mayGoOn();
 }
 
-void CServerStrokes::typeUnicode(char32_t character)
+bool CServerStrokes::typeUnicode(char32_t character)
 {
-    if (!isConnected(g_display))
-        return;
+    if (!mayGoOn())
+        return false;
     if (!m_unicodeKey)
         m_unicodeKey = std::make_unique<CUnicodeKey>();
     m_unicodeKey->playUnicodeChar(character);
+    return true;
 }
 
 unsigned CServerStrokes::modifiersDown()

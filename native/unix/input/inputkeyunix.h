@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <memory>
 
+/// Whether what is being played may go on: the process does not end and the server has not gone.
+bool mayGoOn();
+
 /// What one key types without modifiers or with Shift, in the first group of the layout.
 struct CKeyMapping {
     unsigned m_keyCode;
@@ -62,7 +65,7 @@ public:
     unsigned long translate(const char* text) override { return TranslateChar(text); }
     bool needsShift(unsigned long keysym) override { return IsShifted(keysym) != 0; }
     bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) override;
-    void typeUnicode(char32_t character) override;
+    bool typeUnicode(char32_t character) override;
     unsigned modifiersDown() override;
 
 private:

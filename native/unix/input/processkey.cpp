@@ -1,5 +1,6 @@
 #include "processkey.h"
 
+#include "CTracer.h"
 #include "CodeSet.h"
 #include "EventManager.h"
 #include "GxAssert.h"
@@ -120,6 +121,7 @@ static_assert(std::size(g_SpecialKeys) == 93);
 namespace {
 constexpr unsigned long noKey = 0xFFFF;
 constexpr size_t longestName = 14;
+constexpr size_t longestTraced = 20;
 constexpr char32_t replacementCharacter = 0xFFFD;
 
 constinit thread_local CStrokeScope* s_innermost = nullptr;
@@ -140,7 +142,7 @@ struct CBracedItem {
 
 bool atEnd()
 {
-    return *state().g_szKeys == 0;
+    return state().m_stopped || *state().g_szKeys == 0;
 }
 
 bool take(char16_t unit)
@@ -196,24 +198,26 @@ unsigned long keysymOf(char32_t character)
     return text ? state().m_sink.translate(text->c_str()) : noKey;
 }
 
+void send(unsigned action, unsigned long keysym, int flag)
+{
+    const int delay = isPress(action) ? state().g_nKeyDelay : state().g_nKeyUpDelay;
+    if (!state().m_sink.stroke(action, keysym, delay, flag))
+        state().m_stopped = true;
+}
+
 /// Presses and releases with the action codes of the modifiers that are held.
 void strokes(unsigned long keysym, unsigned count, bool altAlone, int flag)
 {
-    const auto press = [&] {
-        return state().m_sink.stroke(altAlone ? AltKeyPressed : KeyPressed, keysym, state().g_nKeyDelay,
-                                     flag);
-    };
-    const auto release = [&] {
-        return state().m_sink.stroke(altAlone ? AltKeyReleased : KeyReleased, keysym, state().g_nKeyUpDelay,
-                                     flag);
-    };
+    const auto press = [&] { send(altAlone ? AltKeyPressed : KeyPressed, keysym, flag); };
+    const auto release = [&] { send(altAlone ? AltKeyReleased : KeyReleased, keysym, flag); };
     if (count == PressOnly)
+        return press();
+    if (count == ReleaseOnly)
+        return release();
+    do {
         press();
-    else if (count == ReleaseOnly)
         release();
-    else
-        while (count-- > 0 && press() && release()) {
-        }
+    } while (--count > 0 && !state().m_stopped);
 }
 
 unsigned withShift(unsigned modifiers, unsigned long keysym)
@@ -226,9 +230,7 @@ unsigned withShift(unsigned modifiers, unsigned long keysym)
 void switchNumLock(unsigned action)
 {
     if (state().g_brokenNumLock)
-        state().m_sink.stroke(action, XK_Num_Lock,
-                              isPress(action) ? state().g_nKeyDelay : state().g_nKeyUpDelay,
-                              CSpecialKey::OwnNumLock);
+        send(action, XK_Num_Lock, CSpecialKey::OwnNumLock);
     else
         PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
 }
@@ -385,6 +387,7 @@ int playSimpleItem(unsigned modifiers)
 {
     if (atEnd())
         return KeysPlayed;
+    state().m_item = state().g_szKeys;
     if (take(u'{'))
         return playBracedItem(modifiers);
     if (take(u'~'))
@@ -424,6 +427,16 @@ void restoreLocks(const CLockState& before)
         PlayVirtualKey(XK_Num_Lock, state().g_brokenNumLock ? PressOnly : 1, 0, CSpecialKey::OwnNumLock);
 }
 
+/// @param place  of the item that failed, in units from the start of the text
+void traceFailure(int result, size_t place)
+{
+    std::u16string item;
+    for (const char16_t* unit = state().m_item; *unit != 0 && item.size() < longestTraced; ++unit)
+        item += *unit;
+    CTracer::debugTrace("The key string failed with result %d at index %zu: '%s'", result, place,
+                        asciiOf(item).c_str());
+}
+
 void releaseHeldKeys()
 {
     for (const unsigned keysym : std::exchange(state().g_KeyDownCollection, {}))
@@ -433,7 +446,7 @@ void releaseHeldKeys()
 } // namespace
 
 CStrokeScope::CStrokeScope(IStrokeSink& sink, const char16_t* text)
-    : m_sink(sink), g_szKeys(text), g_nKeyDelay(g_delayKeyDown), g_nKeyUpDelay(g_delayKeyUp),
+    : m_sink(sink), g_szKeys(text), m_item(text), g_nKeyDelay(g_delayKeyDown), g_nKeyUpDelay(g_delayKeyUp),
       m_outer(std::exchange(s_innermost, this))
 {
 }
@@ -467,8 +480,10 @@ int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)
     const CEnvironmentLocale locale;
     const CStrokeScope scope(sink, text);
     const CLockState before = switchLocksOff();
-    if (const int result = playText(parse); result != KeysPlayed)
+    if (const int result = playText(parse); result != KeysPlayed) {
+        traceFailure(result, static_cast<size_t>(scope.m_item - text));
         return result;
+    }
     releaseHeldKeys();
     restoreLocks(before);
     return KeysPlayed;
@@ -476,17 +491,23 @@ int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)
 
 int ProcessKeys(unsigned modifiers)
 {
-    std::vector<unsigned> groups; // a text of a million "(" must not exhaust the stack of a Java thread
+    struct CGroup {
+        unsigned m_modifiers;
+        const char16_t* m_start;
+    };
+    std::vector<CGroup> groups; // a text of a million "(" must not exhaust the stack of a Java thread
     do {
-        if (!groups.empty() && atEnd())
-            return KeysNoParenthesis;
+        if (!groups.empty() && atEnd()) {
+            state().m_item = groups.back().m_start;
+            return state().m_stopped ? KeysPlayed : KeysNoParenthesis;
+        }
         if (!groups.empty() && take(u')')) {
             groups.pop_back();
             continue;
         }
-        const unsigned held = (groups.empty() ? modifiers : groups.back()) ^ takePrefixes();
+        const unsigned held = (groups.empty() ? modifiers : groups.back().m_modifiers) ^ takePrefixes();
         if (take(u'('))
-            groups.push_back(held);
+            groups.push_back({held, state().g_szKeys - 1});
         else if (const int result = playSimpleItem(held); result != KeysPlayed)
             return result;
     } while (!groups.empty());
@@ -505,7 +526,8 @@ int PlayChar(char32_t character, unsigned count, unsigned modifiers)
 
 void playUnicodeChar(char32_t character)
 {
-    state().m_sink.typeUnicode(character);
+    if (!state().m_sink.typeUnicode(character))
+        state().m_stopped = true;
 }
 
 int PlayChar(char32_t character, unsigned modifiers)
@@ -558,11 +580,9 @@ bool QueueModifiers(unsigned wanted, unsigned changed)
         if (!(changed & bit))
             continue;
         if (wanted & bit)
-            state().m_sink.stroke(altAlone ? AltKeyPressed : KeyPressed, keysym, state().g_nKeyDelay,
-                                  CSpecialKey::Ordinary);
+            send(altAlone ? AltKeyPressed : KeyPressed, keysym, CSpecialKey::Ordinary);
         else
-            state().m_sink.stroke(altAlone ? AltKeyReleased : KeyReleased, keysym, state().g_nKeyUpDelay,
-                                  CSpecialKey::Ordinary);
+            send(altAlone ? AltKeyReleased : KeyReleased, keysym, CSpecialKey::Ordinary);
     }
     return altAlone;
 }

@@ -41,7 +41,8 @@ enum KeyResult : int {
 /// Types a text into the window with the keyboard focus; blocks until the server has processed the last
 /// stroke.
 /// @param parse  true: key-string syntax; false: every character as it stands
-/// @return a KeyResult. After a failure modifiers, locks and keys pressed with KeyDn stay as they are.
+/// @return a KeyResult. After a failure modifiers, locks and keys pressed with KeyDn stay as they are; a
+/// trace line names the result and the place in the text.
 int SendKeys(const char16_t* text, bool parse);
 /// As above with the strokes going to `sink`.
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink);
@@ -57,6 +58,8 @@ public:
 
     IStrokeSink& m_sink;
     const char16_t* g_szKeys;               ///< what is still to be typed
+    const char16_t* m_item;                 ///< the item that is being played
+    bool m_stopped = false;                 ///< no further item and no further repetition is wanted
     const int g_nKeyDelay;                  ///< of a press, milliseconds
     const int g_nKeyUpDelay;                ///< of a release, milliseconds
     unsigned g_uModifiers = 0;              ///< held now, KeyModifier bits

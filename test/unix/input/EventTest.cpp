@@ -3,7 +3,13 @@
 #include "HotKeyCounter.h"
 #include "Program.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <sstream>
 
 #include "EventWindow.h"
 
@@ -28,8 +34,10 @@ CMouseTarget nowhere(long window = 0)
 int play(int kind, const CMouseTarget& start, int count = 1, int modifiers = 0, int wheel = 0, int delay = 0,
          const CMouseTarget& end = {})
 {
-    MouseEvent(0, kind, count, start, end, modifiers, delay, wheel).emit();
-    return Event::s_playbackStatus;
+    MouseEvent event(0, kind, count, start, end, modifiers, delay, wheel);
+    event.emit();
+    EXPECT_EQ(event.status(), Event::s_playbackStatus);
+    return event.status();
 }
 
 int press(int kind, unsigned long keysym, long window = 0, long topLevel = 0)
@@ -193,6 +201,59 @@ TEST_F(EventTest, AFailedKeyEventSaysWhy)
     EXPECT_EQ(PlaybackDone, press(KeyEvent::Press, 0x1004E00)); // on no key
     EXPECT_EQ(PlaybackDone, press(KeyEvent::Press, 0xFFFFFFFF));
     EXPECT_EQ(PlaybackDone, type("{vk123456}"));
+    m_window.events();
+    EXPECT_EQ(PlaybackUnknownKind, press(KeyEvent::Press, 0)); // Xlib knows a key without keysyms for it
+    EXPECT_EQ(PlaybackUnknownKind, press(KeyEvent::KeyString, XK_a));
+    EXPECT_EQ(PlaybackUnknownKind, type("a", KeyEvent::Press));
+    EXPECT_EQ("", m_window.events());
+}
+
+TEST_F(EventTest, EveryEventKnowsItsOwnOutcomeWhileOthersPlay)
+{
+    std::vector<std::future<int>> threads;
+    for (const int wrong : {0, 1, 2, 3})
+        threads.push_back(std::async(std::launch::async, [wrong] {
+            int mistaken = 0;
+            for (int i = 0; i < 1000; ++i) {
+                const bool fails = i % 4 == wrong;
+                MouseEvent event(0, Kind::Hover, 1, fails ? at(5, -1) : at(5, 5), {}, 0, 0, 0);
+                event.emit();
+                mistaken += event.status() != (fails ? PlaybackOffScreen : PlaybackDone);
+            }
+            return mistaken;
+        }));
+    for (auto& thread : threads)
+        EXPECT_EQ(0, thread.get());
+}
+
+TEST(DISABLED_Traced, Fails)
+{
+    for (const char* text : {"ab{what}c", "(a(b", "x{", "{a -1}"})
+        type(text);
+    play(Kind::Move, at(5, -1));
+}
+
+TEST(EventTraceTest, AFailureNamesItsStatusAndItsPlaceInTheText)
+{
+    const std::filesystem::path home = std::string(getenv("HOME")) + "/traced";
+    const auto directory = home / "Quessa" / "ZEMO";
+    std::filesystem::create_directories(directory);
+    std::ofstream(directory / "vtx_log_trace.properties") << "enableTrace=true\r\n"
+                                                             "traceComponentLevelFilter=native,0\r\n";
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    CProgram failing({"env", "HOME=" + home.string(), self, "--gtest_also_run_disabled_tests",
+                      "--gtest_filter=DISABLED_Traced.*"});
+    EXPECT_EQ(0, failing.wait());
+    std::stringstream trace;
+    trace << std::ifstream(directory / "vtx_trace.txt").rdbuf();
+    for (const char* line : {"The key string failed with result 613 at index 2: '{what}c'",
+                             "The key string failed with result 614 at index 2: '(b'",
+                             "The key string failed with result 612 at index 1: '{'",
+                             "The key string failed with result 651 at index 0: '{a -1}'",
+                             "The event ended with playback status 4: the text could not be typed",
+                             "The event ended with playback status 9: the point lies outside of the screen"})
+        EXPECT_THAT(trace.str(), testing::HasSubstr(line));
+    std::filesystem::remove_all(home);
 }
 
 // The second press itself stays in the server, for which the key is down already.

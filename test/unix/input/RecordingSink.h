@@ -38,11 +38,12 @@ public:
         m_locks.numLock ^= isPress(action) && keysym == XK_Num_Lock && m_numLockWorks;
         return m_count < m_most;
     }
-    void typeUnicode(char32_t character) override
+    bool typeUnicode(char32_t character) override
     {
         char text[16];
         std::snprintf(text, sizeof text, "U+%X", static_cast<unsigned>(character));
         add(text);
+        return m_count < m_most;
     }
     unsigned modifiersDown() override { return 0; }
 

@@ -1,0 +1,74 @@
+#include "RunningInput.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+
+namespace {
+constexpr std::chrono::seconds patience(2);
+
+struct CPlayback {
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_ends = false;
+    int m_running = 0;
+};
+
+constinit thread_local int s_ownRunning = 0; ///< a thread does not wait for itself
+
+/// Never deleted: threads may play while the process ends.
+CPlayback& playback()
+{
+    static CPlayback* const s_only = new CPlayback;
+    return *s_only;
+}
+
+void endPlayback()
+{
+    CPlayback& all = playback();
+    std::unique_lock guard(all.m_mutex);
+    all.m_ends = true;
+    all.m_changed.notify_all();
+    all.m_changed.wait_for(guard, patience, [&] { return all.m_running <= s_ownRunning; });
+}
+
+/// @return whether it may begin
+bool enter()
+{
+    // Later than the connections have registered theirs: what was registered last runs first.
+    [[maybe_unused]] static const int s_registered = std::atexit(endPlayback);
+    CPlayback& all = playback();
+    const std::lock_guard guard(all.m_mutex);
+    ++all.m_running;
+    ++s_ownRunning;
+    return !all.m_ends;
+}
+} // namespace
+
+CRunningInput::CRunningInput() : m_mayBegin(enter()) {}
+
+CRunningInput::~CRunningInput()
+{
+    CPlayback& all = playback();
+    const std::lock_guard guard(all.m_mutex);
+    --all.m_running;
+    --s_ownRunning;
+    all.m_changed.notify_all();
+}
+
+bool CRunningInput::mustStop()
+{
+    CPlayback& all = playback();
+    const std::lock_guard guard(all.m_mutex);
+    return all.m_ends;
+}
+
+void CRunningInput::pause(int milliseconds)
+{
+    CPlayback& all = playback();
+    std::unique_lock guard(all.m_mutex);
+    all.m_changed.wait_for(guard, std::chrono::milliseconds(std::max(milliseconds, 0)),
+                           [&] { return all.m_ends; });
+}

@@ -1,0 +1,93 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+
+import com.talvern.test.gx.sys.graphical.Keyboard;
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer;
+import com.talvern.test.gx.sys.graphical.NativeMouse;
+import com.talvern.test.gx.sys.graphical.NativeMouseCaptureThread;
+import com.talvern.test.gx.sys.graphical.NativePlayerThread;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.util.Map;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** {@code System.exit} while other threads are at work, as after the stop hot key. */
+class ExitTest {
+    private static final int SHIFT_L = 0xFFE1;
+    private static final int STATUS = 7;
+
+    private static void type(String text) {
+        NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, text);
+    }
+
+    private static void mouse(int kind, int delay, int count, int modifiers) {
+        NativeKeyMouseEvent.emitHLMouseEvent(
+                new Point(5, 5), 0, 0, new Point(900, 900), 0, 0, modifiers, delay, kind, count);
+    }
+
+    private static final Map<String, Runnable> WORK = Map.of(
+            "text", () -> type("{Shift KeyDn}^({a 100000})"),
+            "unicode", () -> type("{CAPSLOCK}+(\u4e2d\u6587)".repeat(1000)),
+            "clicks", () -> mouse(NativeKeyMouseEvent.CLICK, 0, 1000, NativeKeyMouseEvent.SHIFT),
+            "drag", () -> mouse(NativeKeyMouseEvent.DRAG, 0, 1, NativeKeyMouseEvent.CONTROL),
+            "hover", () -> mouse(NativeKeyMouseEvent.HOVER, 100000, 1, NativeKeyMouseEvent.ALT),
+            "capture", () -> {
+                new NativeMouseCaptureThread().startCapture(0, 0);
+                new NativeMouseCaptureThread().getNextEvent();
+                new NativeMouseCaptureThread().getNextEvent();
+            },
+            "hot keys", () -> {
+                new NativePlayerThread().startPlayback();
+                new NativePlayerThread().getNextEvent();
+            },
+            "queries", () -> {
+                new NativeMouse().getCursorPos();
+                new Keyboard().isKeyDown(SHIFT_L);
+                NativeWindow.nativeWindowsAtRectangle(new Rectangle(0, 0, 10, 10));
+            });
+
+    /** Does the work that it is told in two threads, again and again, and exits in the middle of it. */
+    public static void main(String[] arguments) throws InterruptedException {
+        NativeLowLevelPlayer.nativeSetDelays(20, 20, 5, 1, 1, -1);
+        for (int i = 0; i < 2; i++) {
+            Thread thread = new Thread(() -> {
+                while (true) {
+                    WORK.get(arguments[0]).run();
+                }
+            });
+            thread.setDaemon(true);
+            thread.start();
+        }
+        Thread.sleep(Long.parseLong(arguments[1]));
+        System.exit(STATUS);
+    }
+
+    /** The keyboard map and locks of the server. */
+    private static String keyboard() throws IOException {
+        Process process = new ProcessBuilder("xkbcomp", System.getenv("DISPLAY"), "-").redirectErrorStream(true).start();
+        return new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8);
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"text", "unicode", "clicks", "drag", "hover", "capture", "hot keys", "queries"})
+    void whatRunsIsEndedAndNothingStaysDown(String work) throws Exception {
+        String before = keyboard();
+        for (int i = 0; i < Integer.getInteger("gx.exits", 1); i++) {
+            Process process = new ProcessBuilder(System.getProperty("java.home") + "/bin/java",
+                    "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
+                    System.getProperty("java.class.path"), "ExitTest", work, Integer.toString(100 + 13 * i))
+                    .inheritIO().start();
+            assertEquals(STATUS, process.waitFor());
+            assertEquals(0, new NativeMouse().getMouseState());
+            for (int key : new int[] {SHIFT_L, 0xFFE3, 0xFFE9, 'a'}) {
+                assertFalse(new Keyboard().isKeyDown(key), Integer.toString(key));
+            }
+            assertEquals(before, keyboard());
+        }
+    }
+}
