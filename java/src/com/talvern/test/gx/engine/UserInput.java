@@ -1,0 +1,233 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.graphical.Keyboard;
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativePlayerThread;
+import java.awt.Point;
+import java.util.List;
+import java.util.Objects;
+import java.util.function.BooleanSupplier;
+
+/**
+ * Clicks and types as a user does, and lets the user stop it.
+ *
+ * <pre>{@code
+ * try (UserInput user = new UserInput()) {
+ *     user.click(new Point(400, 300));
+ *     user.type("Gr\u00fc\u00dfe {not a key}");
+ *     user.keys("^s{ENTER}{DOWN 20}");
+ * }
+ * }</pre>
+ *
+ * <p>While an object is open, the stop hot key (F11, or what {@link
+ * com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer#nativeSetHotKeys} says) belongs to this process; the pause hot key
+ * belongs to it too, and does nothing. Once the user has pressed the stop hot key, or the calling thread has been
+ * interrupted, the text that is being typed ends within half a second, with all of its keys up, in an {@link
+ * InputStoppedException}; so do all further calls, of every open object after the hot key, of that thread while it is
+ * interrupted. To go on after the hot key, close all objects and make a new one.
+ *
+ * <p>For that a text of more than a few strokes is played in pieces of at most 100 strokes and about a quarter of a second.
+ * Keys that a key string holds down over many strokes ({@code {Shift KeyDn}}, {@code ^(...)}) stay down from piece to
+ * piece. What a receiver can notice:
+ * <ul>
+ *   <li>Num Lock is tried out before every piece, not only before the text, and locks that are on are switched off and on
+ *       again for every piece.
+ *   <li>Shift goes up between pieces that are shifted for the sake of their characters alone, as a row of capitals.
+ *   <li>A character that is held down by {@code KeyDn} is pressed with Shift if it is a capital, else without; the keys of
+ *       the numeric keypad are held down without Num Lock.
+ * </ul>
+ * The half second is for the delays of a new process. A single item cannot be cut: with {@linkplain
+ * com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer#nativeSetDelays delays} of half a second for each stroke, or an X
+ * server that does not answer, a text ends later.
+ *
+ * <p>Text goes to the window with the keyboard focus. Any thread may use an object, but one text at a time is played in a
+ * process, as {@link NativeKeyMouseEvent} says.
+ */
+public final class UserInput implements AutoCloseable {
+    static final int CAPS_LOCK = 0xFFE5;
+    static final int NUM_LOCK = 0xFF7F;
+
+    private final BooleanSupplier isStopped;
+    private final StopKey stopKey;
+    private boolean isClosed;
+
+    /**
+     * Listens for the stop hot key, together with all other open objects that were made so.
+     *
+     * @throws com.talvern.test.gx.sys.OutOfSpyMemException there is no room for the counters of hot keys
+     * @throws com.talvern.test.gx.sys.ApplicationNotRespondingException another process keeps spy memory locked
+     */
+    public UserInput() {
+        stopKey = StopKey.open();
+        isStopped = stopKey::isPressed;
+    }
+
+    /**
+     * Leaves the hot keys to the engine, for one that listens with a {@link NativePlayerThread} of its own: there can be only
+     * one thread that does.
+     *
+     * @param isStopped asked before each piece of input, by the thread that plays: true ends it
+     */
+    public UserInput(BooleanSupplier isStopped) {
+        this.isStopped = Objects.requireNonNull(isStopped, "isStopped");
+        stopKey = null;
+    }
+
+    /**
+     * Moves the pointer to a point of the screen and clicks with the left button.
+     *
+     * @param point in pixels of the screen
+     * @throws InputStoppedException the user has pressed the stop hot key, or this thread is interrupted: nothing is done
+     * @throws com.talvern.test.gx.CoordinateOffScreenException the point lies outside of the screen
+     * @throws com.talvern.test.gx.sys.graphical.UnsupportedXServerException there is no X server, or it lacks the XTest
+     *     extension
+     */
+    public void click(Point point) {
+        Objects.requireNonNull(point, "point");
+        goOn(0);
+        NativeKeyMouseEvent.emitLLMouseEvent(point, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
+    }
+
+    /**
+     * Types a text as it stands.
+     *
+     * @param text any characters; line ends and tabs are keys rather than characters, see {@link #keys}
+     * @throws InputStoppedException the user has pressed the stop hot key, or this thread was interrupted; the message says
+     *     which, and how much was typed
+     * @throws com.talvern.test.gx.StringNotInCodePageException the text has half a surrogate pair, U+0000 or a character that
+     *     the code set of the locale lacks; nothing was typed
+     * @throws com.talvern.test.gx.sys.graphical.UnsupportedXServerException there is no X server, or it lacks the XTest
+     *     extension
+     */
+    public void type(String text) {
+        checkCharacters(text);
+        long strokes = text.codePoints().mapToLong(each -> each < 0x80 ? 1 : PiecewiseTyping.REMAPPED).sum();
+        if (strokes > PiecewiseTyping.FEW_STROKES) {
+            new PiecewiseTyping(this, NativeKeyMouseEvent.INPUTCHARS).characters(text);
+        } else {
+            playWhole(NativeKeyMouseEvent.INPUTCHARS, text);
+        }
+    }
+
+    /**
+     * Types a key string.
+     *
+     * @param keyString in the syntax that {@link NativeKeyMouseEvent} describes
+     * @throws IllegalArgumentException there is an error in the key string: 612 an item without a closing brace, 613 no such
+     *     key, 614 a group without a closing parenthesis, 615 a count above 2147483647, 651 neither a count above 0 nor
+     *     KeyDn nor KeyUp after the blank; the message says which, and the index at which the item begins; nothing was typed
+     * @throws InputStoppedException as for {@link #type}
+     * @throws com.talvern.test.gx.StringNotInCodePageException as for {@link #type}
+     * @throws com.talvern.test.gx.sys.graphical.UnsupportedXServerException there is no X server, or it lacks the XTest
+     *     extension
+     */
+    public void keys(String keyString) {
+        checkCharacters(keyString);
+        List<KeyString.Item> items = KeyString.parse(keyString);
+        if (items.stream().mapToLong(PiecewiseTyping::weight).sum() > PiecewiseTyping.FEW_STROKES) {
+            new PiecewiseTyping(this, NativeKeyMouseEvent.KEYSTRING).items(items);
+        } else {
+            playWhole(NativeKeyMouseEvent.KEYSTRING, keyString);
+        }
+    }
+
+    /** Gives the hot keys back, unless another open object listens for them. A closed object types no more. */
+    @Override
+    public synchronized void close() {
+        if (!isClosed && stopKey != null) {
+            stopKey.close();
+        }
+        isClosed = true;
+    }
+
+    /** Looking for the key of a text fails as playing the text would. */
+    private static void checkCharacters(String text) {
+        new Keyboard().getKeyCode(Objects.requireNonNull(text, "text"));
+    }
+
+    private void playWhole(int kind, String text) {
+        goOn(0);
+        NativeKeyMouseEvent.emitHLKeyEvent(0, 0, kind, text);
+    }
+
+    /** Returns when input may go on. */
+    void goOn(long strokesTyped) {
+        if (isClosed()) {
+            throw new IllegalStateException("this UserInput is closed");
+        }
+        if (isStopped.getAsBoolean()) {
+            throw new InputStoppedException("the user pressed the stop hot key" + after(strokesTyped));
+        }
+        if (Thread.currentThread().isInterrupted()) {
+            throw new InputStoppedException("the thread was interrupted" + after(strokesTyped));
+        }
+    }
+
+    private synchronized boolean isClosed() {
+        return isClosed;
+    }
+
+    private static String after(long strokesTyped) {
+        return strokesTyped == 0 ? "" : " after some " + strokesTyped + " strokes of the text";
+    }
+
+    /** Listens for the stop hot key, for all objects that are open at a time. */
+    private static final class StopKey {
+        private static StopKey current;
+
+        private final NativePlayerThread player = new NativePlayerThread();
+        private final Thread listener = new Thread(this::listen, "stop hot key");
+        private volatile boolean isPressed;
+        private int users;
+
+        static synchronized StopKey open() {
+            if (current == null) {
+                StopKey key = new StopKey();
+                key.player.startPlayback();
+                key.listener.setDaemon(true);
+                key.listener.start();
+                current = key;
+            }
+            ++current.users;
+            return current;
+        }
+
+        boolean isPressed() {
+            return isPressed;
+        }
+
+        void close() {
+            synchronized (StopKey.class) {
+                if (--users > 0) {
+                    return;
+                }
+                current = null;
+                player.endPlayback();
+                joinListener();
+            }
+        }
+
+        /** It ends within milliseconds; the next one must not begin before. */
+        private void joinListener() {
+            boolean wasInterrupted = Thread.interrupted();
+            while (listener.isAlive()) {
+                try {
+                    listener.join();
+                } catch (InterruptedException e) {
+                    wasInterrupted = true;
+                }
+            }
+            if (wasInterrupted) {
+                Thread.currentThread().interrupt();
+            }
+        }
+
+        private void listen() {
+            int event;
+            do {
+                event = player.getNextEvent();
+            } while (event == NativePlayerThread.PAUSE);
+            isPressed = event == NativePlayerThread.STOP;
+        }
+    }
+}
