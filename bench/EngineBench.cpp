@@ -20,11 +20,7 @@ public:
         call("start", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)I",
              {m_env->NewStringUTF(GX_GXRUN), m_env->NewStringUTF(GX_MENU), m_env->NewStringUTF(jars.c_str())});
     }
-    ~CEngine()
-    {
-        call("stop");
-        [[maybe_unused]] const int status = std::system("ipcrm --all"); // of the JVM that was killed
-    }
+    ~CEngine() { call("stop"); }
     void call(const char* method, const char* signature = "()I",
               std::initializer_list<jstring> arguments = {})
     {

@@ -39,9 +39,6 @@ struct CBothMaps {
         if (env->ExceptionCheck())
             fail();
     }
-    /// Each copy of the library takes the other for a process that still needs the segments, so none removes
-    /// them. Benchmarks have an IPC namespace of their own.
-    ~CBothMaps() { [[maybe_unused]] const int status = std::system("ipcrm --all"); }
     void addKey(int index)
     {
         std::u16string name;

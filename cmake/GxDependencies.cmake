@@ -18,6 +18,7 @@ function(gx_pkg target module package)
 endfunction()
 
 gx_pkg(X11 x11 libx11-dev)
+gx_pkg(XAU xau libxau-dev)
 gx_pkg(X11XCB x11-xcb libx11-xcb-dev)
 gx_pkg(XCB xcb libxcb1-dev)
 gx_pkg(XCBRES xcb-res libxcb-res0-dev)

@@ -1,5 +1,6 @@
 #include "PrivateSession.h"
 
+#include "PrivateIpc.h"
 #include "Program.h"
 
 #include <cerrno>
@@ -7,12 +8,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sched.h>
+#include <memory>
+#include <sys/random.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <X11/Xauth.h>
 
 namespace {
 constexpr const char* insideMark = "GX_PRIVATE_SESSION";
@@ -21,49 +26,6 @@ constexpr const char* insideMark = "GX_PRIVATE_SESSION";
 {
     std::fprintf(stderr, "private session: %s: %s\n", what, std::strerror(errno));
     std::exit(1);
-}
-
-void writeTo(const char* path, const std::string& text)
-{
-    std::ofstream(path) << text;
-}
-
-/// An ordinary user needs a user namespace around the IPC namespace; root does without.
-void enterPrivateIpc()
-{
-    const auto uid = getuid();
-    const auto gid = getgid();
-    if (unshare(CLONE_NEWIPC) == 0)
-        return;
-    if (unshare(CLONE_NEWUSER | CLONE_NEWIPC) != 0)
-        die("no private IPC namespace (unshare)");
-    writeTo("/proc/self/setgroups", "deny");
-    writeTo("/proc/self/uid_map", std::to_string(uid) + " " + std::to_string(uid) + " 1");
-    writeTo("/proc/self/gid_map", std::to_string(gid) + " " + std::to_string(gid) + " 1");
-}
-
-/// Lines of a table of /proc/sysvipc, less its heading.
-int entriesOf(const char* table)
-{
-    std::ifstream file(table);
-    std::string line;
-    int lines = -1;
-    while (std::getline(file, line))
-        ++lines;
-    return lines;
-}
-
-bool nothingLeft()
-{
-    bool clean = true;
-    for (const char* kind : { "shm", "sem", "msg" }) {
-        const int left = entriesOf((std::string("/proc/sysvipc/") + kind).c_str());
-        if (left > 0) {
-            std::fprintf(stderr, "private session: %d System V objects of kind %s were left behind\n", left, kind);
-            clean = false;
-        }
-    }
-    return clean;
 }
 
 class CPrivateHome {
@@ -78,6 +40,7 @@ public:
         setenv("XDG_CONFIG_HOME", (m_path + "/.config").c_str(), 1);
         setenv("XDG_CACHE_HOME", (m_path + "/.cache").c_str(), 1);
         setenv("XDG_DATA_HOME", (m_path + "/.local").c_str(), 1);
+        writeCookie(m_path + "/.Xauthority");
     }
     ~CPrivateHome()
     {
@@ -87,6 +50,21 @@ public:
     CPrivateHome(const CPrivateHome&) = delete;
 
 private:
+    /// One cookie for every X server of the session: the entry names neither a host nor a display.
+    static void writeCookie(const std::string& path)
+    {
+        char cookie[16];
+        char name[] = "MIT-MAGIC-COOKIE-1";
+        Xauth entry{FamilyWild, 0, nullptr, 0, nullptr, sizeof name - 1, name, sizeof cookie, cookie};
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        const std::unique_ptr<FILE, int (*)(FILE*)> stream(file < 0 ? nullptr : fdopen(file, "w"),
+                                                           std::fclose);
+        if (!stream || getrandom(cookie, sizeof cookie, 0) != sizeof cookie ||
+            !XauWriteAuth(stream.get(), &entry) || std::fflush(stream.get()) != 0)
+            die("no cookie for the X server");
+        setenv("XAUTHORITY", path.c_str(), 1);
+    }
+
     std::string m_path;
 };
 
@@ -99,29 +77,67 @@ int statusOf(const std::vector<std::string>& command)
             die("waitpid");
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
-}
 
-int CPrivateSession::run(const std::vector<std::string>& command)
+int runInside(const std::vector<std::string>& command, const CPrivateSession::COptions& options)
 {
-    enterPrivateIpc();
-    unsetenv("SUDO_USER");
-    unsetenv("QUESSA_TALVERN_VTX_INSTALL_DIR");
-    unsetenv("TALVERN_GX_INSTALL_DIRECTORY");
+    CSessionIpc ipc;
+    if (const std::string obstacle = ipc.obstacle(); !obstacle.empty()) {
+        std::fprintf(stderr, "skipped: %s: %s\n", command[0].c_str(), obstacle.c_str());
+        return CPrivateSession::Skipped;
+    }
+    for (const char* name : {"SUDO_USER", "QUESSA_TALVERN_VTX_INSTALL_DIR", "TALVERN_GX_INSTALL_DIRECTORY"})
+        unsetenv(name);
     setenv("NO_AT_BRIDGE", "1", 1);
     setenv("GTK_A11Y", "none", 1);
-    const CPrivateHome home;
-    CXvfb server;
-    setenv("DISPLAY", server.name().c_str(), 1);
-    setenv(insideMark, "1", 1);
-    const int status = statusOf(command);
-    return nothingLeft() ? status : status ? status : 1;
+    int status;
+    {
+        const CPrivateHome home;
+        CXvfb server({"-screen", "0", options.screen});
+        setenv("DISPLAY", server.name().c_str(), 1);
+        setenv(insideMark, ipc.isPrivate() ? "private" : "common", 1);
+        status = statusOf(command);
+    }
+    const bool failed = ipc.removeLeft() > 0 && !options.mayLeave;
+    return status == 0 && failed ? 1 : status;
+}
+} // namespace
+
+int CPrivateSession::run(const std::vector<std::string>& command, const COptions& options)
+{
+    try {
+        return runInside(command, options);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "private session: %s\n", e.what());
+        return 1;
+    }
 }
 
-void CPrivateSession::ensure(int argc, char** argv)
+void CPrivateSession::ensure(int argc, char** argv, bool mayLeave)
 {
     if (getenv(insideMark))
         return;
     std::vector<std::string> command(argv, argv + argc);
     command[0] = std::filesystem::read_symlink("/proc/self/exe");
-    std::exit(run(command));
+    COptions options;
+    options.mayLeave = mayLeave;
+    std::exit(run(command, options));
+}
+
+const char* CPrivateSession::whyNoPrivateIpc()
+{
+    const char* const mark = getenv(insideMark);
+    return mark && std::strcmp(mark, "common") == 0 ? "no private IPC namespace can be had here" : nullptr;
+}
+
+std::string CPrivateSession::environment()
+{
+    const std::string user = geteuid() == 0 ? "root" : "an ordinary user";
+    switch (enterPrivateIpc()) {
+    case PrivateIpc::Plain:
+        return user + ", with private IPC namespaces";
+    case PrivateIpc::InUserNamespace:
+        return user + ", with private IPC namespaces inside of user namespaces";
+    default:
+        return user + ", without private IPC namespaces: sessions take turns, and what needs one is skipped";
+    }
 }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -17,15 +18,26 @@ using Clock = std::chrono::steady_clock;
 namespace {
 int millisecondsUntil(Clock::time_point end)
 {
-    return std::max<int>(0, static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
+    return std::max<int>(
+        0, static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
 }
 
-std::vector<std::string> withOptions(std::vector<std::string> command, const std::vector<std::string>& options)
+std::vector<std::string> withOptions(std::vector<std::string> command,
+                                     const std::vector<std::string>& options)
 {
     command.insert(command.end(), options.begin(), options.end());
     return command;
 }
+
+/// The cookies of the session; without such a file the server would take every user of the machine.
+std::string authority()
+{
+    const char* const file = getenv("XAUTHORITY");
+    if (!file)
+        throw std::runtime_error("XAUTHORITY is not set");
+    return file;
 }
+} // namespace
 
 pid_t spawn(const std::vector<std::string>& command, int output)
 {
@@ -93,7 +105,7 @@ std::optional<std::string> CProgram::line(std::chrono::milliseconds limit)
             m_read.erase(0, at + 1);
             return found;
         }
-        pollfd ready { m_output, POLLIN, 0 };
+        pollfd ready{m_output, POLLIN, 0};
         const int answer = poll(&ready, 1, millisecondsUntil(end));
         if (answer < 0 && errno == EINTR)
             continue;
@@ -140,9 +152,9 @@ void CProgram::kill(int signal)
 }
 
 CXvfb::CXvfb(const std::vector<std::string>& options)
-    : m_program(withOptions({ "Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-noreset", "-nolisten",
-                                "tcp" },
-        options))
+    : m_program(withOptions({"Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-auth", authority(),
+                             "-screen", "0", "1280x1024x24"},
+                            options))
 {
     const auto number = m_program.line(30s);
     if (!number)

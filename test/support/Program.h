@@ -34,7 +34,8 @@ private:
     std::string m_read;
 };
 
-/// An X server of its own, found by the display number that it chose itself.
+/// An X server of its own, found by the display number that it chose itself. It takes who knows the cookie of the
+/// private session (XAUTHORITY).
 class CXvfb {
 public:
     /// @param options  further arguments, such as "-extension", "XTEST"

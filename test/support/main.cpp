@@ -7,12 +7,20 @@
 #include <exception>
 
 namespace {
-/// Says what GoogleTest cannot know of an exception that is no std::exception and escapes a test.
-class CEscapes : public testing::EmptyTestEventListener {
+/// Says what GoogleTest cannot know of an exception that is no std::exception and escapes a test, and in one
+/// line which case is skipped and why, for the summary of scripts/test.
+class CReport : public testing::EmptyTestEventListener {
     void OnTestPartResult(const testing::TestPartResult& result) override
     {
         if (result.failed() && !result.file_name() && std::current_exception())
             std::printf("escaped: %s\n", thrownText().c_str());
+    }
+    void OnTestEnd(const testing::TestInfo& test) override
+    {
+        const testing::TestResult& result = *test.result();
+        for (int i = 0; i < result.total_part_count(); ++i)
+            if (const auto& part = result.GetTestPartResult(i); part.skipped())
+                std::printf("skipped: %s.%s: %s\n", test.test_suite_name(), test.name(), part.message());
     }
 };
 } // namespace
@@ -21,6 +29,6 @@ int main(int argc, char** argv)
 {
     CPrivateSession::ensure(argc, argv);
     testing::InitGoogleTest(&argc, argv);
-    testing::UnitTest::GetInstance()->listeners().Append(new CEscapes);
+    testing::UnitTest::GetInstance()->listeners().Append(new CReport);
     return RUN_ALL_TESTS();
 }

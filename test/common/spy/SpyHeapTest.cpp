@@ -1,8 +1,9 @@
 #include "ChildProcess.h"
 #include "HeapCheck.h"
 #include "HexExample.h"
-#include "KernelLimit.h"
+#include "PrivateSession.h"
 #include "SpyMemory.h"
+#include "UsedUp.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -243,9 +244,11 @@ TEST_F(SpyHeapTest, RefusesThe256thHeapAndGoesOnWhenOneIsFree)
 
 TEST_F(SpyHeapTest, ReportsThatTheSystemRefusesASegmentAndRecovers)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     allocate(100);
     {
-        const CKernelLimit noMoreSegments("shmmni", "2"); // directory and base heap
+        const CUsedUp noMore(CUsedUp::Segments);
         EXPECT_THROW(base().allocate(100, 5), COutOfSpyMemory);
         EXPECT_THROW(allocate(PoolBlock + 1), COutOfSpyMemory);
         EXPECT_EQ(NoHeap, CSpyHeap::getHeapId(5)) << "the id of the heap that never was is free again";
@@ -255,9 +258,11 @@ TEST_F(SpyHeapTest, ReportsThatTheSystemRefusesASegmentAndRecovers)
 
 TEST_F(SpyHeapTest, ReportsThatTheBaseHeapCannotBeMade)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     CSpyHeap::deleteBaseHeap();
     {
-        const CKernelLimit noMoreSegments("shmmni", "1"); // the directory
+        const CUsedUp noMore(CUsedUp::Segments);
         EXPECT_THROW(CSpyMemory(), COutOfSpyMemory);
     }
     EXPECT_NO_THROW(CSpyMemory());

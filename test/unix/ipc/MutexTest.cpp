@@ -1,5 +1,4 @@
 #include "ChildProcess.h"
-#include "KernelLimit.h"
 #include "Mutex.h"
 #include "SpyMemory.h"
 #include "Within.h"

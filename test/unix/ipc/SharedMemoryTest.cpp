@@ -1,14 +1,16 @@
 #include "ChildProcess.h"
 #include "AsciiName.h"
 #include "HexExample.h"
-#include "KernelLimit.h"
 #include "Mailslot.h"
 #include "Mutex.h"
 #include "SpyMap.h"
+#include "PrivateIpc.h"
+#include "PrivateSession.h"
 #include "Program.h"
 #include "SharedMemoryHeader.h"
 #include "SpyMemory.h"
 #include "UnixSharedMemory.h"
+#include "UsedUp.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,7 +20,6 @@
 #include <set>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <sched.h>
 #include <sys/shm.h>
 #include <sys/wait.h>
 #include <thread>
@@ -75,11 +76,20 @@ TEST(SharedMemoryTest, HandsOutConsecutiveKeysThatStayWithDisplayAndBlock)
     EXPECT_EQ(first + 3, directory.getKey(":one", 5));
 }
 
+/// For tests in which processes are the first in an IPC namespace.
+class FreshStoreTest : public testing::Test {
+    void SetUp() override
+    {
+        if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+            GTEST_SKIP() << why;
+    }
+};
+
 /// The directory of a process of its own, in a namespace where it is the first.
 void withFreshDirectory(const std::function<void(CSharedMemoryHeader&)>& test)
 {
     CChildProcess fresh([&](CChildProcess&) {
-        ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+        ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
         CUnixSharedMemory segment;
         ASSERT_TRUE(segment.attach(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader)));
         auto& directory = *static_cast<CSharedMemoryHeader*>(segment.base());
@@ -90,7 +100,7 @@ void withFreshDirectory(const std::function<void(CSharedMemoryHeader&)>& test)
     });
 }
 
-TEST(SharedMemoryTest, GivesTheSeventeenthDisplayAKeyThatNobodyFindsAgain)
+TEST_F(FreshStoreTest, GivesTheSeventeenthDisplayAKeyThatNobodyFindsAgain)
 {
     withFreshDirectory([](CSharedMemoryHeader& directory) {
         for (int name = 1; name <= 16; ++name)
@@ -102,7 +112,7 @@ TEST(SharedMemoryTest, GivesTheSeventeenthDisplayAKeyThatNobodyFindsAgain)
     });
 }
 
-TEST(SharedMemoryTest, StopsRecordingAfterAThousandEntries)
+TEST_F(FreshStoreTest, StopsRecordingAfterAThousandEntries)
 {
     withFreshDirectory([](CSharedMemoryHeader& directory) {
         for (int block = 0; block < 1000; ++block)
@@ -163,9 +173,11 @@ TEST(SharedMemoryTest, RefusesAForeignSignatureAndRecyclesAnAbandonedSegment)
 
 TEST(SharedMemoryTest, HasNoAreaWhenTheSystemRefusesASegment)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     const key_t key = CSharedMemoryHeader::get()->getKey(getenv("DISPLAY"), Block);
     {
-        const CKernelLimit noMore("shmmni", std::to_string(segments()));
+        const CUsedUp noMore(CUsedUp::Segments);
         EXPECT_EQ(nullptr, CUnixSharedMemory(Signature, Block, Size).area());
     }
     const int id = shmget(key, 100, IPC_CREAT | 0666); // smaller than what is asked for
@@ -204,7 +216,7 @@ std::pair<int, int> leftBy(const std::string& user)
     int report[2];
     EXPECT_EQ(0, pipe(report));
     CChildProcess keeper([&](CChildProcess&) {
-        ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+        ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
         const pid_t program = spawn({"/proc/self/exe", "--gtest_also_run_disabled_tests", "--gtest_brief=1",
                                      "--gtest_filter=DISABLED_User." + user},
                                     -1);
@@ -248,7 +260,7 @@ TEST(DISABLED_User, WhoReadsTheExamples)
     expectExample("mailslots.md", "record", slot.mailbox());
 }
 
-TEST(SharedMemoryTest, IsStoredAsItsPagesShow)
+TEST_F(FreshStoreTest, IsStoredAsItsPagesShow)
 {
     EXPECT_EQ(std::pair(0, 0), leftBy("WhoReadsTheExamples"));
 }
@@ -305,13 +317,13 @@ TEST(DISABLED_User, WithEightProcessesOfThreeThreads)
     CSpyMemory();
 }
 
-TEST(SharedMemoryTest, LeavesNothingWhenTheLastProcessEnds)
+TEST_F(FreshStoreTest, LeavesNothingWhenTheLastProcessEnds)
 {
     for (const char* user : {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled"})
         EXPECT_EQ(std::pair(0, 0), leftBy(user)) << user;
 }
 
-TEST(SharedMemoryTest, IsStartedByOneOfManyProcessesThatComeAtOnce)
+TEST_F(FreshStoreTest, IsStartedByOneOfManyProcessesThatComeAtOnce)
 {
     for (int round = 0; round < 20 && !testing::Test::HasFailure(); ++round)
         EXPECT_EQ(std::pair(0, 0), leftBy("WithEightProcessesOfThreeThreads"));
