@@ -37,7 +37,7 @@ public:
     /// again within; that press is not reported. The server has done so when this returns.
     /// @param window  of no meaning here
     /// @return false when the mouse is captured already, another client has grabbed the pointer, or there is
-    /// no server
+    /// no server, or one without XTest
     bool capture(const CWindow& window, GX_MOUSE_CURSOR cursor);
     /// Ends the capture; its events that nobody has fetched are dropped, and who waits for one gets none. The
     /// left button stays as it is.

@@ -36,6 +36,14 @@ std::optional<CPointerState> queryPointer()
     return CPointerState{Point(x, y), state};
 }
 
+/// Asked before anything is faked: Xlib would write to standard error that the extension is missing, or that a
+/// server which goes at that moment lacks it.
+bool hasXTest(Display* display)
+{
+    int event, error, major, minor;
+    return XTestQueryExtension(display, &event, &error, &major, &minor);
+}
+
 void fakeLeftButton(Display* display, bool press)
 {
     XTestFakeButtonEvent(display, Button1, press, 0);
@@ -158,7 +166,7 @@ bool Mouse::capture(const CWindow&, GX_MOUSE_CURSOR)
 {
     const std::lock_guard guard(m_changing);
     Display* const display = walkDisplay();
-    if (m_captured || !display)
+    if (m_captured || !display || !hasXTest(display))
         return false;
     s_grabCursor = XCreateFontCursor(display, XC_hand2);
     fakeLeftButton(display, false);
