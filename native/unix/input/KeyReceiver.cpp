@@ -3,12 +3,13 @@
 #include "CTracer.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fcntl.h>
 #include <optional>
+#include <map>
+#include <mutex>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -22,8 +23,15 @@
 using namespace std::chrono_literals;
 
 namespace {
-constexpr auto longPatience = 10s;
+/// All waits without a sign for one object.
+constexpr auto longestInVain = 500ms;
+/// One wait without a sign; for a window that is known to give none.
+constexpr auto longPatience = 300ms;
 constexpr auto shortPatience = 50ms;
+/// After this time a client that says that it answers pings may be one that does not.
+constexpr auto pingAlone = 20ms;
+/// A thread that has not come to rest in this time, while others have, reads no events.
+constexpr auto timeToRest = 200ms;
 constexpr auto pauseWithoutSign = 5ms;
 constexpr auto pauseBetweenLooks = 100us;
 
@@ -91,23 +99,32 @@ std::optional<long> switchesOf(const std::string& status)
     return sum;
 }
 
-/// Context switches of all threads of a process but the calling one; nothing when one of them does not sleep.
-std::optional<long> switchesAsleep(int process)
+/// Context switches of threads, by thread id; nothing for one that does not sleep.
+using Switches = std::map<int, std::optional<long>>;
+
+/// Of all threads of a process but the calling one; nothing when there is no such process.
+std::optional<Switches> switchesOfThreads(int process)
 {
     const std::string own = std::to_string(gettid());
     std::error_code error;
-    long sum = 0;
+    Switches all;
     for (const auto& thread :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", error)) {
-        if (thread.path().filename() == own)
-            continue;
-        const auto switches = switchesOf(startOf(thread.path() / "status"));
-        if (!switches)
-            return std::nullopt;
-        sum += *switches;
-    }
-    return error ? std::nullopt : std::optional(sum);
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", error))
+        if (const std::string id = thread.path().filename(); id != own)
+            all[std::atoi(id.c_str())] = switchesOf(startOf(thread.path() / "status"));
+    return error ? std::nullopt : std::optional(all);
 }
+
+bool allAsleep(int process)
+{
+    const auto threads = switchesOfThreads(process);
+    return threads && std::all_of(threads->begin(), threads->end(),
+                                  [](const auto& thread) { return thread.second.has_value(); });
+}
+
+/// So much is kept of windows that have been typed into; then everything is found out anew.
+constexpr size_t mostRemembered = 64;
+constinit std::mutex s_remembering;
 } // namespace
 
 void CKeyReceiver::CDisconnect::operator()(xcb_connection_t* connection) const noexcept
@@ -115,12 +132,10 @@ void CKeyReceiver::CDisconnect::operator()(xcb_connection_t* connection) const n
     xcb_disconnect(connection);
 }
 
+/// The serial numbers start where no late answer is taken for a new one.
 CKeyReceiver::CKeyReceiver(const char* display)
     : m_connection(xcb_connect(display, nullptr)),
-      m_serial(static_cast<uint32_t>(
-          Clock::now().time_since_epoch().count())) // no late answer is taken for a new one
-      ,
-      m_patience(longPatience)
+      m_serial(static_cast<uint32_t>(Clock::now().time_since_epoch().count()))
 {
     if (!usable())
         return;
@@ -128,9 +143,14 @@ CKeyReceiver::CKeyReceiver(const char* display)
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())).data->root;
     m_protocols = atomOf(m_connection.get(), "WM_PROTOCOLS");
     m_ping = atomOf(m_connection.get(), "_NET_WM_PING");
-    // The answers to pings are sent to the root window.
-    const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    // The answers to pings are sent to the root window, by Qt to those who want its structure.
+    const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(m_connection.get(), m_root, XCB_CW_EVENT_MASK, &events);
+}
+
+CKeyReceiver::~CKeyReceiver()
+{
+    remember();
 }
 
 bool CKeyReceiver::usable() const
@@ -138,28 +158,49 @@ bool CKeyReceiver::usable() const
     return xcb_connection_has_error(m_connection.get()) == 0;
 }
 
-void CKeyReceiver::aim()
+bool CKeyReceiver::aim()
 {
     if (!usable())
-        return;
+        return false;
     xcb_connection_t* connection = m_connection.get();
     const auto reply = answer(connection, xcb_get_input_focus(connection), xcb_get_input_focus_reply);
     Window focus = reply ? reply->focus : 0;
     if (focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_root)
         focus = windowUnderPointer();
     if (focus == m_focus)
-        return;
+        return false;
+    remember();
     m_focus = focus;
     findReceiver();
+    return !m_known.m_silent;
 }
 
 void CKeyReceiver::findReceiver()
 {
     m_receiver = m_focus;
     m_process = localProcessOf(m_focus);
-    m_patience = longPatience;
     while (m_receiver != 0 && !answersPings(m_receiver))
         m_receiver = parentOf(m_receiver);
+    const std::lock_guard guard(s_remembering);
+    const auto found = remembered().find({m_focus, m_process});
+    m_known = found != remembered().end() ? found->second : CKnown();
+}
+
+/// Never deleted: threads may type while the process ends.
+CKeyReceiver::Memory& CKeyReceiver::remembered()
+{
+    static auto* const s_remembered = new Memory;
+    return *s_remembered;
+}
+
+void CKeyReceiver::remember() const
+{
+    if (m_focus == 0)
+        return;
+    const std::lock_guard guard(s_remembering);
+    if (remembered().size() >= mostRemembered)
+        remembered().clear();
+    remembered()[{m_focus, m_process}] = m_known;
 }
 
 /// The deepest one; 0 when it is the root.
@@ -209,19 +250,60 @@ void CKeyReceiver::awaitRead()
 {
     if (usable() && m_focus == 0)
         return; // nobody received the stroke
-    const auto end = Clock::now() + m_patience;
-    bool read = false;
-    if (usable() && m_receiver != 0)
-        read = pingAnswered(end);
-    else if (usable() && m_process != 0)
-        read = asleep(end);
-    else
+    if (!usable() || (m_receiver == 0 && m_process == 0)) {
         std::this_thread::sleep_for(pauseWithoutSign);
-    if (m_receiver != 0 || m_process != 0)
-        m_patience = read ? longPatience : shortPatience;
+        return;
+    }
+    const auto start = Clock::now();
+    m_known.m_silent = !sign();
+    if (m_known.m_silent)
+        noSign(Clock::now() - start);
 }
 
-bool CKeyReceiver::pingAnswered(Clock::time_point end)
+CKeyReceiver::Clock::duration CKeyReceiver::patience() const
+{
+    const auto left = longestInVain - m_inVain;
+    return std::max<Clock::duration>(
+        std::min<Clock::duration>(left, m_known.m_silent ? shortPatience : longPatience), 0ms);
+}
+
+void CKeyReceiver::noSign(Clock::duration waited)
+{
+    const bool over = m_inVain >= longestInVain;
+    m_inVain += waited;
+    if (!over && m_inVain >= longestInVain)
+        CTracer::debugTrace(
+            "Window 0x%x of process %d does not read its keys in time: the text is typed on without "
+            "waiting for it",
+            m_focus, m_process);
+}
+
+/// Waits for a sign that the events have been read. @return whether one came
+bool CKeyReceiver::sign()
+{
+    const auto start = Clock::now();
+    const auto end = start + patience();
+    Rests rests;
+    if (m_receiver != 0)
+        ping();
+    if (m_receiver != 0 && pingAnswered(m_process != 0 ? std::min(end, start + pingAlone) : end))
+        return true;
+    while (m_process != 0) {
+        if (atRest(rests))
+            return true;
+        if (Clock::now() - start >= timeToRest && onlyWorkersAwake(rests))
+            return true;
+        if (Clock::now() >= end)
+            return false;
+        if (m_receiver == 0)
+            std::this_thread::sleep_for(pauseBetweenLooks);
+        else if (pingAnswered(std::min(end, Clock::now() + 1ms)))
+            return true;
+    }
+    return false;
+}
+
+void CKeyReceiver::ping()
 {
     xcb_connection_t* connection = m_connection.get();
     xcb_client_message_event_t ping{};
@@ -234,61 +316,72 @@ bool CKeyReceiver::pingAnswered(Clock::time_point end)
     ping.data.data32[2] = m_receiver;
     xcb_send_event(connection, 0, m_receiver, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&ping));
     xcb_flush(connection);
-    do {
-        while (const MallocPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
-            const auto serial = answeredPing(event.get());
-            if (serial == m_serial)
-                return true;
-            if (serial) // of an earlier stroke: the window is late, but not dead
-                end = Clock::now() + longPatience;
-        }
-    } while (waitForInput(end));
-    CTracer::debugTrace("Window 0x%x has not answered within the time", m_receiver);
-    return false;
 }
 
-/// The serial of the ping that an event answers.
-std::optional<uint32_t> CKeyReceiver::answeredPing(const void* event) const
-{
-    const auto* message = static_cast<const xcb_client_message_event_t*>(event);
-    const bool answer = (message->response_type & 0x7F) == XCB_CLIENT_MESSAGE &&
-                        message->type == m_protocols && message->data.data32[0] == m_ping &&
-                        message->data.data32[2] == m_receiver;
-    return answer ? std::optional(message->data.data32[1]) : std::nullopt;
-}
-
-/// @return false when the time is over or the connection broke
-bool CKeyReceiver::waitForInput(Clock::time_point end)
+/// Waits until the last ping has been answered. Whatever else anybody sends to the root window, however much,
+/// does not make the wait longer.
+bool CKeyReceiver::pingAnswered(Clock::time_point end)
 {
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        if (left <= 0 || !usable())
-            return false;
-        pollfd input{xcb_get_file_descriptor(m_connection.get()), POLLIN, 0};
-        const int ready = poll(&input, 1, static_cast<int>(left));
-        if (ready > 0)
+        const MallocPtr<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())};
+        if (event && isAnswer(event.get()))
             return true;
-        if (ready < 0 && errno != EINTR)
+        const auto left = end - Clock::now();
+        if (left <= 0ms || !usable())
             return false;
+        if (!event)
+            waitForInput(left);
     }
 }
 
-/// Whether both slept at the moment at which the server was looked at: then there was neither an event on its
-/// way to the client nor a request or an answer.
-bool CKeyReceiver::bothAsleep() const
+bool CKeyReceiver::isAnswer(const void* event) const
 {
-    const auto before = switchesAsleep(m_process);
-    return before && switchesAsleep(m_server) && switchesAsleep(m_process) == before;
+    const auto* message = static_cast<const xcb_client_message_event_t*>(event);
+    return (message->response_type & 0x7F) == XCB_CLIENT_MESSAGE && message->type == m_protocols &&
+           message->data.data32[0] == m_ping && message->data.data32[1] == m_serial &&
+           message->data.data32[2] == m_receiver;
 }
 
-bool CKeyReceiver::asleep(Clock::time_point end) const
+void CKeyReceiver::waitForInput(Clock::duration longest) const
 {
-    while (!bothAsleep()) {
-        if (Clock::now() >= end) {
-            CTracer::debugTrace("Process %d has not come to rest within the time", m_process);
-            return false;
-        }
-        std::this_thread::sleep_for(pauseBetweenLooks);
+    const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(longest).count();
+    const timespec limit{left / 1'000'000'000, left % 1'000'000'000};
+    pollfd input{xcb_get_file_descriptor(m_connection.get()), POLLIN, 0};
+    ppoll(&input, 1, &limit, nullptr);
+}
+
+/// Whether client and server slept at the moment at which the server was looked at: then there was neither an
+/// event on its way to the client nor a request or an answer. A thread that is about to sleep reads as asleep
+/// before its switch is counted, so what was found is looked at once more.
+bool CKeyReceiver::atRest(Rests& rests)
+{
+    const auto before = switchesOfThreads(m_process);
+    const bool serverAsleep = allAsleep(m_server);
+    const auto after = switchesOfThreads(m_process);
+    if (!before || !after)
+        return false;
+    bool all = serverAsleep;
+    for (const auto& [thread, switches] : *after) {
+        const auto found = before->find(thread);
+        const bool rested = switches && found != before->end() && found->second == switches;
+        rests[thread] |= rested;
+        if (rested)
+            m_known.m_restless.erase(thread);
+        all = all && (rested || m_known.m_restless.contains(thread));
     }
+    return all && (!m_known.m_restless.empty() || switchesOfThreads(m_process) == after);
+}
+
+/// Whether all threads have come to rest at some time but some that never have, which are remembered. The
+/// first thread of a process is taken for one that reads events.
+bool CKeyReceiver::onlyWorkersAwake(const Rests& rests)
+{
+    std::set<int> restless;
+    for (const auto& [thread, rested] : rests)
+        if (!rested)
+            restless.insert(thread);
+    if (restless.empty() || restless.contains(m_process))
+        return false;
+    m_known.m_restless.merge(restless);
     return true;
 }

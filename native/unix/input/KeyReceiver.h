@@ -3,29 +3,35 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <optional>
+#include <set>
+#include <utility>
 
 struct xcb_connection_t;
 
 /// Waits until the receiver of a key event has looked it up in the keyboard map, so that the map may change
-/// again. There is no such acknowledgement in the X protocol; the first of these applies:
-///  1. The top-level window takes part in _NET_WM_PING: its client answers messages in the order of its
-///  events.
-///  2. Client and server run on this machine: both sleep at the same time, so the client has nothing left to
-///  read, and
-///     is not merely waiting for an answer of the server.
-///  3. A pause.
+/// again. There is no such acknowledgement in the X protocol; any of these is taken for one:
+///  1. The top-level window takes part in _NET_WM_PING and answers: its client answers in the order of its
+///     events.
+///  2. Client and server run on this machine and sleep at the same time: the client has nothing left to read,
+///     and is not merely waiting for an answer of the server. Threads of the client that never come to rest
+///     while the others do are no readers, and are not waited for again.
+///  3. A pause, where there is neither.
+/// Waits that end without a sign add up to half a second at most for one object; then there are no further
+/// ones, and the trace says so. What has been found out about a window and its process holds for later
+/// objects of this process, too: a window that gave no sign is waited for only briefly until it gives one.
 /// It works on a connection of its own, open while the object lives, and asks the server. One thread.
 class CKeyReceiver {
 public:
     /// @param display  name of the display; without a connection, every wait is the pause
     explicit CKeyReceiver(const char* display);
+    ~CKeyReceiver();
 
     /// Notes who receives the next stroke. Call it before the stroke.
-    void aim();
-    /// Blocks until the window last aimed at has read the events sent to it. A window that lets ten seconds
-    /// pass without a sign is waited for only briefly from then on, until it gives one.
+    /// @return whether that is another window than before, and not known to give no sign
+    bool aim();
+    /// Blocks until the window last aimed at has read the events sent to it, or gives no sign.
     void awaitRead();
 
 private:
@@ -35,18 +41,32 @@ private:
     struct CDisconnect {
         void operator()(xcb_connection_t* connection) const noexcept;
     };
+    /// What stays known of a window and the process that it belongs to.
+    struct CKnown {
+        bool m_silent = false;    ///< the last wait ended without a sign
+        std::set<int> m_restless; ///< threads that do not come to rest while the others do
+    };
+    /// Which threads of the process have been seen at rest during a wait; by thread id.
+    using Rests = std::map<int, bool>;
+    using Memory = std::map<std::pair<Window, int>, CKnown>;
 
     bool usable() const;
     void findReceiver();
+    static Memory& remembered();
+    void remember() const;
     Window windowUnderPointer();
     Window parentOf(Window window);
     bool answersPings(Window window);
     int localProcessOf(Window window);
+    bool sign();
+    void noSign(Clock::duration waited);
+    Clock::duration patience() const;
+    void ping();
     bool pingAnswered(Clock::time_point end);
-    std::optional<uint32_t> answeredPing(const void* event) const;
-    bool bothAsleep() const;
-    bool asleep(Clock::time_point end) const;
-    bool waitForInput(Clock::time_point end);
+    bool isAnswer(const void* event) const;
+    bool atRest(Rests& rests);
+    bool onlyWorkersAwake(const Rests& rests);
+    void waitForInput(Clock::duration longest) const;
 
     std::unique_ptr<xcb_connection_t, CDisconnect> m_connection;
     uint32_t m_protocols = 0; ///< atom WM_PROTOCOLS
@@ -57,5 +77,6 @@ private:
     int m_process = 0;          ///< process of the focus window, when it is on this machine; else 0
     int m_server = 0;           ///< process of the X server, likewise
     uint32_t m_serial = 0;      ///< of the last ping
-    Clock::duration m_patience; ///< longest wait
+    CKnown m_known;             ///< of m_focus and m_process
+    Clock::duration m_inVain{}; ///< length of all waits that ended without a sign
 };

@@ -265,8 +265,11 @@ public:
         AdjustModifiers(0);
         const KeySym saved[] = {m_map.get()[0], m_map.get()[m_width > 1]};
         const KeySym keysym = keysymOf(character);
+        // An Xlib client asks to be told of changes of the map when it looks its first key up. It may have
+        // been sent keys that it has not read yet.
+        if (m_receiver.aim())
+            m_receiver.awaitRead();
         write(keysym, keysym);
-        m_receiver.aim();
         sendKey(key(), true, g_delayKeyDown);
         sendKey(key(), false, g_delayKeyUp);
         m_receiver.awaitRead();

@@ -5,7 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <mutex>
+#include <poll.h>
+#include <thread>
+
 #include "EventWindow.h"
+#include <X11/Xutil.h>
 
 using namespace std::chrono_literals;
 
@@ -146,6 +152,134 @@ TEST(LayoutTest, EveryCharacterIsRightOnEveryLayoutAndTheKeyboardIsAsBefore)
     }
     lock(0, 0);
     useLayout("us");
+}
+
+/// A plain Xlib client on a thread of this process: a window with the focus that looks its keys up.
+class CPlainClient {
+public:
+    enum Habit {
+        Ordinary,
+        BusyBeside,   ///< another thread never rests
+        WrongAnswers, ///< never rests itself, and answers pings that nobody sent
+    };
+    explicit CPlainClient(Habit habit = Ordinary) : m_habit(habit)
+    {
+        if (habit == WrongAnswers)
+            XSetWMProtocols(m_window.display(), window(), &m_ping, 1);
+        XSync(m_window.display(), False);
+        if (habit == BusyBeside)
+            m_beside = std::thread([this] {
+                while (!m_stop) {
+                }
+            });
+        m_reader = std::thread([this] { read(); });
+    }
+    ~CPlainClient()
+    {
+        m_stop = true;
+        m_reader.join();
+        if (m_beside.joinable())
+            m_beside.join();
+    }
+    /// The keysyms of the presses read so far but those of modifiers, once there are `count`.
+    std::vector<KeySym> keys(size_t count)
+    {
+        within(10s, [&] { return m_count >= count; });
+        const std::lock_guard guard(m_using);
+        return m_keys;
+    }
+
+private:
+    Window window() const { return static_cast<Window>(m_window.id()); }
+    void read()
+    {
+        Display* const display = m_window.display();
+        pollfd connection{ConnectionNumber(display), POLLIN, 0};
+        while (!m_stop) {
+            if (m_habit == WrongAnswers)
+                answerPing();
+            else
+                poll(&connection, 1, 20);
+            while (XPending(display) > 0)
+                readOne();
+        }
+    }
+    void readOne()
+    {
+        XEvent event;
+        XNextEvent(m_window.display(), &event);
+        if (event.type == MappingNotify)
+            XRefreshKeyboardMapping(&event.xmapping);
+        KeySym keysym = NoSymbol;
+        if (event.type != KeyPress)
+            return;
+        XLookupString(&event.xkey, nullptr, 0, &keysym, nullptr);
+        if (IsModifierKey(keysym))
+            return;
+        const std::lock_guard guard(m_using);
+        m_keys.push_back(keysym);
+        m_count = m_keys.size();
+    }
+    void answerPing()
+    {
+        XEvent answer{};
+        answer.xclient = {ClientMessage,
+                          0,
+                          True,
+                          m_window.display(),
+                          DefaultRootWindow(m_window.display()),
+                          XInternAtom(m_window.display(), "WM_PROTOCOLS", False),
+                          32,
+                          {}};
+        answer.xclient.data.l[0] = static_cast<long>(m_ping);
+        answer.xclient.data.l[1] = ++m_serial;
+        answer.xclient.data.l[2] = m_window.id();
+        XSendEvent(m_window.display(), answer.xclient.window, False, SubstructureNotifyMask, &answer);
+        XSync(m_window.display(), False);
+    }
+
+    const Habit m_habit;
+    CEventWindow m_window{0, 0, 50, 50};
+    Atom m_ping = XInternAtom(m_window.display(), "_NET_WM_PING", False);
+    long m_serial = 0;
+    std::mutex m_using;
+    std::vector<KeySym> m_keys;
+    std::atomic<size_t> m_count = 0;
+    std::atomic<bool> m_stop = false;
+    std::thread m_reader;
+    std::thread m_beside;
+};
+
+/// Types plain characters into the window with the focus.
+void typeHere(const char* text)
+{
+    KeyEvent(0, KeyEvent::InputChars, 0, text, CWindow(), TopLevelWindow()).emit();
+}
+
+TEST(ReceiverTest, TheFirstKeysOfAClientAreReadBeforeTheMapChanges)
+{
+    const CKeyDelays delays(0, 0);
+    for (int i = 0; i < 75; ++i) {
+        CPlainClient client;
+        typeHere("\u00E9a");
+        ASSERT_EQ((std::vector<KeySym>{XK_eacute, XK_a}), client.keys(2)) << "client " << i;
+    }
+}
+
+TEST(ReceiverTest, ATextIsNotHeldUpByABusyThreadNorByWrongAnswersAndWhatIsKnownHoldsForTheNext)
+{
+    const CKeyDelays delays(0, 0);
+    constexpr int texts = 20;
+    for (const auto habit : {CPlainClient::BusyBeside, CPlainClient::WrongAnswers}) {
+        SCOPED_TRACE(habit);
+        CPlainClient client(habit);
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < texts; ++i)
+            typeHere("\u00E9");
+        EXPECT_GT(texts * 100ms, std::chrono::steady_clock::now() - start);
+        const std::vector<KeySym> keys = client.keys(texts);
+        EXPECT_TRUE(habit == CPlainClient::WrongAnswers || keys == std::vector<KeySym>(texts, XK_eacute));
+    }
 }
 
 TEST(LayoutTest, KeysBeforeTheFirstTextAreThoseOfTheXTestKeyboardToo)
