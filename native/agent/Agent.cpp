@@ -95,7 +95,9 @@ bool bringInTheRest()
         return false;
     const CSignalsHeldOff held; // the thread is attached to the JVM, and services start threads
     void* const spyPort = infest();
-    return spyPort && startJavaAgent(spyPort);
+    const bool starts = spyPort && startJavaAgent(spyPort);
+    CJavaThread::endBeforeLibrary();
+    return starts;
 }
 
 int beginOnce()

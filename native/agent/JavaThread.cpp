@@ -73,8 +73,9 @@ void waitAtMost(long milliseconds)
 /// Runs in `exit`.
 void end()
 {
-    if (getpid() != s_process)
-        return; // a forked child, in which no other thread lives
+    static std::atomic_flag s_hasEnded;
+    if (getpid() != s_process || s_hasEnded.test_and_set())
+        return; // a forked child, in which no other thread lives; or it has run
     sem_post(&s_ends);
     waitAtMost(s_isMaking ? whileMaking : whileStopping);
 }
@@ -100,6 +101,11 @@ int CJavaThread::start()
     }
     std::atexit(end);
     return s_isReady;
+}
+
+void CJavaThread::endBeforeLibrary()
+{
+    std::atexit(end);
 }
 
 jclass CJavaThread::agent()

@@ -19,6 +19,9 @@ public:
     /// @return the JVM's class ApplicationAgent; null when there is none, which has been said then. Only once
     /// the descriptor is readable
     static jclass agent();
+    /// Has the Java side stopped before what the library and the services have registered for the end until
+    /// now: what is registered last runs first, and they stop at once only while the library still works.
+    static void endBeforeLibrary();
     /// Whether the JVM was made here, so that its standard output is nobody's.
     static bool ownsJvm();
     /// The JVM's environment on the calling thread, which must be attached.

@@ -1,6 +1,7 @@
 #include "ExitCondition.h"
 
 #include "CTracer.h"
+#include "ProcessEnd.h"
 #include "ProcessStart.h"
 #include "ScopedFile.h"
 
@@ -68,7 +69,7 @@ void restart()
 
 void CExitCondition::watch()
 {
-    [[maybe_unused]] static const int s_registered = std::atexit(handleExitCondition);
+    [[maybe_unused]] static const int s_registered = atProcessEnd<handleExitCondition>();
 }
 
 void handleExitCondition()

@@ -3,12 +3,12 @@
 #include "FeedbackDisplay.h"
 #include "GxDebug.h"
 #include "OwnDisplay.h"
+#include "ProcessEnd.h"
 #include "WindowLevel.h"
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <limits>
 #include <system_error>
 #include <thread>
@@ -99,7 +99,7 @@ Display* openDisplay()
 {
     Display* const display = openOwnDisplay();
     if (display)
-        std::atexit(closeDisplay);
+        atProcessEnd<closeDisplay>();
     return display;
 }
 

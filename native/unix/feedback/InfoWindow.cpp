@@ -4,10 +4,10 @@
 #include "FeedbackDisplay.h"
 #include "GxDebug.h"
 #include "OwnDisplay.h"
+#include "ProcessEnd.h"
 #include "XErrors.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <map>
@@ -298,7 +298,7 @@ void destroyAll()
 
 long InfoWindows::add(std::shared_ptr<CInfoWindow> tooltip)
 {
-    [[maybe_unused]] static const int s_registered = std::atexit(destroyAll);
+    [[maybe_unused]] static const int s_registered = atProcessEnd<destroyAll>();
     const long handle = reinterpret_cast<intptr_t>(tooltip.get());
     const std::lock_guard lock(s_mutex);
     tooltips()[handle] = std::move(tooltip);

@@ -4,9 +4,9 @@
 #include "GxAssert.h"
 #include "GxGlobals.h"
 #include "HotKeyCounter.h"
+#include "ProcessEnd.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -32,7 +32,7 @@ void closeDisplay()
 bool openDisplay()
 {
     s_display = openOwnDisplay();
-    return s_display && std::atexit(closeDisplay) == 0;
+    return s_display && atProcessEnd<closeDisplay>();
 }
 [[maybe_unused]] const bool s_opened = openDisplay();
 

@@ -1,9 +1,9 @@
 #include "SegmentSweep.h"
 
+#include "ProcessEnd.h"
 #include "SharedMemory.h"
 #include "SpyHeap.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -44,7 +44,7 @@ void removeSemaphores(key_t key)
 
 void CSegmentSweep::runAtExit()
 {
-    static const int registered = std::atexit([] { sweep(); });
+    static const int registered = atProcessEnd<sweep>();
     static_cast<void>(registered);
 }
 

@@ -2,9 +2,9 @@
 // into applications that have no JVM.
 #include "GxGlobals.h"
 
-#include <cstdlib>
 
 #include "OwnDisplay.h"
+#include "ProcessEnd.h"
 
 extern "C" {
 constinit _XDisplay* g_display = nullptr;
@@ -56,7 +56,7 @@ int GetDefaultScreen()
     g_display = openOwnDisplay();
     if (!g_display)
         return 0;
-    std::atexit(close_display);
+    atProcessEnd<close_display>();
     return DefaultScreen(g_display);
 }
 
