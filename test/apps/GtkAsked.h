@@ -45,6 +45,21 @@ inline GtkWidget* menuBar()
     return bar;
 }
 
+/// Fills the rest of a box with two equal buttons that say when they are clicked.
+inline void addButtons(GtkWidget* box)
+{
+    GtkWidget* const row = gtk_hbox_new(TRUE, 0);
+    for (const char* const name : {"left", "right"}) {
+        GtkWidget* const button = gtk_button_new_with_label(name);
+        g_signal_connect(button, "clicked", G_CALLBACK(+[](GtkButton* clicked, gpointer) {
+                             say("clicked", gtk_button_get_label(clicked));
+                         }),
+                         nullptr);
+        gtk_box_pack_start(GTK_BOX(row), button, TRUE, TRUE, 0);
+    }
+    gtk_box_pack_start(GTK_BOX(box), row, TRUE, TRUE, 0);
+}
+
 inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
 {
     obey();
@@ -57,6 +72,7 @@ inline int runGtk(int argc, char** argv)
     GtkWidget* const window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     GtkWidget* const box = gtk_vbox_new(FALSE, 0);
     gtk_box_pack_start(GTK_BOX(box), menuBar(), FALSE, FALSE, 0);
+    addButtons(box);
     gtk_container_add(GTK_CONTAINER(window), box);
     gtk_window_set_default_size(GTK_WINDOW(window), 300, 200);
     g_signal_connect(window, "map-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer) {

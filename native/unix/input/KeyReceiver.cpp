@@ -167,12 +167,29 @@ bool CKeyReceiver::aim()
     Window focus = reply ? reply->focus : 0;
     if (focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_root)
         focus = windowUnderPointer();
-    if (focus == m_focus)
+    return aimAt(focus);
+}
+
+bool CKeyReceiver::aimAt(Window window)
+{
+    if (window == m_focus)
         return false;
     remember();
-    m_focus = focus;
+    m_focus = window;
     findReceiver();
     return !m_known.m_silent;
+}
+
+void CKeyReceiver::aimAtFrameUnderPointer()
+{
+    if (usable())
+        aimAt(frameUnderPointer());
+}
+
+void CKeyReceiver::aimUnderPointer()
+{
+    if (usable())
+        aimAt(windowUnderPointer());
 }
 
 void CKeyReceiver::findReceiver()
@@ -201,6 +218,14 @@ void CKeyReceiver::remember() const
     if (remembered().size() >= mostRemembered)
         remembered().clear();
     remembered()[{m_focus, m_process}] = m_known;
+}
+
+/// The child of the root that the pointer is in; 0 for none.
+CKeyReceiver::Window CKeyReceiver::frameUnderPointer()
+{
+    const auto reply =
+        answer(m_connection.get(), xcb_query_pointer(m_connection.get(), m_root), xcb_query_pointer_reply);
+    return reply ? reply->child : 0;
 }
 
 /// The deepest one; 0 when it is the root.

@@ -31,6 +31,10 @@ public:
     /// Notes who receives the next stroke. Call it before the stroke.
     /// @return whether that is another window than before, and not known to give no sign
     bool aim();
+    /// Aims at who receives a click: the window manager, which may hold it back, when the window under the
+    /// pointer is in a frame of its; else the client of that window.
+    void aimAtFrameUnderPointer();
+    void aimUnderPointer();
     /// Blocks until the window last aimed at has read the events sent to it, or gives no sign.
     void awaitRead();
 
@@ -51,6 +55,8 @@ private:
     using Memory = std::map<std::pair<Window, int>, CKnown>;
 
     bool usable() const;
+    bool aimAt(Window window);
+    Window frameUnderPointer();
     void findReceiver();
     static Memory& remembered();
     void remember() const;

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.sys.NativeLibrary;
 import com.talvern.test.gx.sys.graphical.Keyboard;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativePlayerThread;
@@ -40,10 +41,19 @@ import java.util.function.BooleanSupplier;
  * com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer#nativeSetDelays delays} of half a second for each stroke, or an X
  * server that does not answer, a text ends later.
  *
+ * <p>Each call returns when the program has taken what was played: once it has answered a ping of window managers, or it
+ * and the X server rest; after a click the window manager's turn comes first, which may hold a click back. A program that
+ * gives no such sign, one that is busy say, is waited for half a second. Questions to an {@link Application} may then still
+ * be ahead of what the program does with the input.
+ *
  * <p>Text goes to the window with the keyboard focus. Any thread may use an object, but one text at a time is played in a
  * process, as {@link NativeKeyMouseEvent} says.
  */
 public final class UserInput implements AutoCloseable {
+    static {
+        NativeLibrary.load();
+    }
+
     static final int CAPS_LOCK = 0xFFE5;
     static final int NUM_LOCK = 0xFF7F;
 
@@ -86,7 +96,14 @@ public final class UserInput implements AutoCloseable {
         Objects.requireNonNull(point, "point");
         goOn(0);
         NativeKeyMouseEvent.emitLLMouseEvent(point, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
+        awaitClickTaken();
     }
+
+    /** Waits for the window manager and the program under the pointer to read the click, and for a frame of GTK 3. */
+    private static native void awaitClickTaken();
+
+    /** Waits for the window with the focus to read what was typed. */
+    private static native void awaitKeysTaken();
 
     /**
      * Types a text as it stands.
@@ -104,6 +121,7 @@ public final class UserInput implements AutoCloseable {
         long strokes = text.codePoints().mapToLong(each -> each < 0x80 ? 1 : PiecewiseTyping.REMAPPED).sum();
         if (strokes > PiecewiseTyping.FEW_STROKES) {
             new PiecewiseTyping(this, NativeKeyMouseEvent.INPUTCHARS).characters(text);
+            awaitKeysTaken();
         } else {
             playWhole(NativeKeyMouseEvent.INPUTCHARS, text);
         }
@@ -126,6 +144,7 @@ public final class UserInput implements AutoCloseable {
         List<KeyString.Item> items = KeyString.parse(keyString);
         if (items.stream().mapToLong(PiecewiseTyping::weight).sum() > PiecewiseTyping.FEW_STROKES) {
             new PiecewiseTyping(this, NativeKeyMouseEvent.KEYSTRING).items(items);
+            awaitKeysTaken();
         } else {
             playWhole(NativeKeyMouseEvent.KEYSTRING, keyString);
         }
@@ -148,6 +167,7 @@ public final class UserInput implements AutoCloseable {
     private void playWhole(int kind, String text) {
         goOn(0);
         NativeKeyMouseEvent.emitHLKeyEvent(0, 0, kind, text);
+        awaitKeysTaken();
     }
 
     /** Returns when input may go on. */
