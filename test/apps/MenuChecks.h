@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Checks.h"
+#include "ClickSpacing.h"
 
 #include "Menu.h"
 #include "WindowManager.h"
@@ -46,9 +47,9 @@ public:
     ~CMenuChecks() { XCloseDisplay(m_display); }
     CMenuChecks(const CMenuChecks&) = delete;
 
-    bool within(const std::function<bool()>& holds, std::chrono::seconds limit = std::chrono::seconds(10))
+    bool within(const std::function<bool()>& holds)
     {
-        const auto end = std::chrono::steady_clock::now() + limit;
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < end) {
             m_iterate();
             if (holds())
@@ -65,11 +66,25 @@ public:
     }
     void click(const Rect& rect, unsigned button = 1)
     {
+        m_spacing.await(m_iterate);
         moveTo(rect);
         m_iterate();
         XTestFakeButtonEvent(m_display, button, True, 0);
         XTestFakeButtonEvent(m_display, button, False, 0);
         XSync(m_display, False);
+        m_spacing.clicked();
+    }
+    /// Waits until no menu has the pointer any more: a click would close that, and open nothing.
+    bool pointerIsFree()
+    {
+        return within([&] {
+            const Window root = DefaultRootWindow(m_display);
+            const bool isFree = XGrabPointer(m_display, root, False, 0, GrabModeAsync, GrabModeAsync, 0, 0,
+                                             CurrentTime) == GrabSuccess;
+            XUngrabPointer(m_display, CurrentTime);
+            XSync(m_display, False);
+            return isFree;
+        });
     }
 
     GxMenu bar() const { return GxMenu(static_cast<long>(m_shell.getMenuBar()), 0); }
@@ -90,6 +105,7 @@ public:
     /// Opens the first pulldown of the bar. @return its window
     unsigned long openFirst()
     {
+        CHECK(pointerIsFree());
         click(rectOf(bar(), 0));
         CHECK(within([&] { return submenuOf(bar(), 0) != 0; }));
         return submenuOf(bar(), 0);
@@ -104,13 +120,9 @@ public:
     }
     unsigned long openContext(const Rect& at)
     {
-        // On a busy machine the click may come while the last menu still has the pointer.
-        bool isOpen = false;
-        for (int tries = 0; tries < 5 && !isOpen; ++tries) {
-            click(at, 3);
-            isOpen = within([] { return CWindow::getTopContextMenu() != 0; }, std::chrono::seconds(4));
-        }
-        CHECK(isOpen);
+        CHECK(pointerIsFree());
+        click(at, 3);
+        CHECK(within([] { return CWindow::getTopContextMenu() != 0; }));
         return CWindow::getTopContextMenu();
     }
 
@@ -212,4 +224,5 @@ private:
     const CWindow m_shell;
     const bool m_texts;
     const std::function<void()> m_iterate;
+    CClickSpacing m_spacing;
 };

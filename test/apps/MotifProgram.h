@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Checks.h"
+#include "ClickSpacing.h"
 
 #include "GxGlobals.h"
 #include "WindowManager.h"
@@ -24,7 +25,6 @@ public:
         XtSetLanguageProc(nullptr, nullptr, nullptr);
         m_shell = XtVaAppInitialize(&m_application, "GxMotif", nullptr, 0, &argc, argv, nullptr, XmNx, 20,
                                     XmNy, 30, nullptr);
-        XtSetMultiClickTime(XtDisplay(m_shell), 0); // two clicks in a row are two clicks
         m_board = XmCreateBulletinBoard(m_shell, const_cast<char*>("board"), nullptr, 0);
         XtManageChild(m_board);
     }
@@ -47,16 +47,19 @@ public:
     }
     void click(int x, int y)
     {
+        m_spacing.await([&] { settle(); });
         XTestFakeMotionEvent(display(), -1, x, y, CurrentTime);
         XTestFakeButtonEvent(display(), 1, True, CurrentTime);
         XTestFakeButtonEvent(display(), 1, False, CurrentTime);
         settle();
+        m_spacing.clicked();
     }
 
 private:
     XtAppContext m_application = nullptr;
     Widget m_shell = nullptr;
     Widget m_board = nullptr;
+    CClickSpacing m_spacing;
 };
 
 inline long handleOf(Widget widget)

@@ -147,12 +147,14 @@ TEST(Highlighter, OnlyTheLastFrameCanBeReached)
     CWatcher watcher;
     const CFrame timed(10, 10, 60, 60, 5, 0, 300);
     const CFrame last(10, 10, 60, 60);
+    CHighlighter* const object = CHighlighter::current(last.window);
     timed.remove();
     EXPECT_TRUE(watcher.viewable(timed.window));
     EXPECT_TRUE(watcher.isGone(timed.window));
     EXPECT_FALSE(last.isVisible()); // the end of any timed frame leaves no current one
     EXPECT_TRUE(watcher.viewable(last.window));
-    XDestroyWindow(watcher.display(), last.window);
+    const auto lock = CHighlighter::lock();
+    CHighlighter::remove(object);
 }
 
 TEST(Highlighter, AFrameThatSomebodyElseDestroysIsSurvived)
