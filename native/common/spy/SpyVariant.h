@@ -125,7 +125,7 @@ private:
     }
 
     uint32_t m_type;
-    uint32_t m_unused;
+    [[maybe_unused]] uint32_t m_unused; ///< fills up the stored form
     uint64_t
         m_value; ///< the number in its natural width from the first byte on, or the two words of a reference
 

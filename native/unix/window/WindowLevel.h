@@ -13,7 +13,7 @@
 
 #include <cstddef>
 #include <optional>
-#include <ranges>
+#include <numeric>
 #include <span>
 #include <string>
 #include <utility>
@@ -184,9 +184,11 @@ public:
     template <class Ask, class Take> void read(Ask ask, Take take)
     {
         appendChildren(0, askTree(m_display, m_windows[0].window));
-        for (size_t begin = 1, end = m_windows.size(); begin < end; begin = end, end = m_windows.size())
+        for (size_t begin = 1, end = m_windows.size(); begin < end; begin = end, end = m_windows.size()) {
+            std::vector<size_t> level(end - begin);
+            std::iota(level.begin(), level.end(), begin);
             askAll(
-                std::views::iota(begin, end),
+                level,
                 [&](size_t index) {
                     const Window window = m_windows[index].window;
                     auto answers = ask(window);
@@ -197,6 +199,7 @@ public:
                     if (m_windows[index].descend)
                         appendChildren(index, std::move(asked.second));
                 });
+        }
     }
 
     CTreeWindow& at(size_t index) { return m_windows[index]; }
