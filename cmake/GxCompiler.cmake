@@ -13,6 +13,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # A cast between function pointer types is what dlsym and the X error handlers are made of.
     add_compile_options(-Wno-cast-function-type)
 endif()
+# The library runs in programs of all kinds: overrun buffers end the program, and the tables of addresses that the
+# loader fills in are read-only before any code of the library runs. A sanitizer has checks of its own.
+add_compile_options(-fstack-protector-strong)
+add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+if(NOT GX_SANITIZE)
+    add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+endif()
 if(GX_SANITIZE)
     add_compile_options(-fsanitize=${GX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     add_link_options(-fsanitize=${GX_SANITIZE})
