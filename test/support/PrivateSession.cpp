@@ -68,9 +68,21 @@ private:
     std::string m_path;
 };
 
+volatile pid_t s_child = 0;
+
+void passOn(int signal)
+{
+    if (s_child > 0)
+        kill(s_child, signal);
+}
+
+/// Who ends the session by a signal ends the command, so that the session can clear up behind it.
 int statusOf(const std::vector<std::string>& command)
 {
     const pid_t child = spawn(command, -1);
+    s_child = child;
+    for (const int ending : {SIGHUP, SIGINT, SIGTERM})
+        signal(ending, passOn);
     int status = 0;
     while (waitpid(child, &status, 0) < 0)
         if (errno != EINTR)

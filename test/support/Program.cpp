@@ -152,8 +152,8 @@ void CProgram::kill(int signal)
 }
 
 CXvfb::CXvfb(const std::vector<std::string>& options)
-    : m_program(withOptions({"Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-auth", authority(),
-                             "-screen", "0", "1280x1024x24"},
+    : m_program(withOptions({"setsid", "Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-auth",
+                             authority(), "-screen", "0", "1280x1024x24"},
                             options))
 {
     const auto number = m_program.line(30s);

@@ -35,7 +35,7 @@ private:
 };
 
 /// An X server of its own, found by the display number that it chose itself. It takes who knows the cookie of the
-/// private session (XAUTHORITY).
+/// private session (XAUTHORITY). A Ctrl-C at the terminal does not reach it.
 class CXvfb {
 public:
     /// @param options  further arguments, such as "-extension", "XTEST"

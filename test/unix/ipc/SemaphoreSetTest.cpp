@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr key_t Key = 0xE3A;
+constexpr key_t Key = 0x5E3A;
 
 class SemaphoreSetTest : public testing::Test {
 protected:
