@@ -16,7 +16,8 @@ using GxCallback = int (*)(JNIEnv*, long);
 
 extern "C" {
 /// The library's own connection to the X server, for windows and input. Null when there is no server. Opened
-/// when the library is loaded, closed at exit. Work on it from one thread at a time.
+/// when the library is loaded, closed at exit unless other threads still run. Work on it from one thread at a
+/// time.
 GX_EXPORT extern _XDisplay* g_display;
 GX_EXPORT extern _XDisplay** g_displayP;
 /// The Xt display of the application under test, set by the in-application side; null elsewhere. Widget tests

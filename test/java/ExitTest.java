@@ -1,5 +1,6 @@
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvern.test.gx.sys.graphical.Keyboard;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
@@ -10,9 +11,12 @@ import com.talvern.test.gx.sys.graphical.NativePlayerThread;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
 import java.awt.Rectangle;
+import java.io.BufferedReader;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.util.Map;
+import java.util.concurrent.TimeUnit;
+import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -45,16 +49,12 @@ class ExitTest {
                 new NativePlayerThread().startPlayback();
                 new NativePlayerThread().getNextEvent();
             },
-            "queries", () -> {
-                new NativeMouse().getCursorPos();
-                new Keyboard().isKeyDown(SHIFT_L);
-                NativeWindow.nativeWindowsAtRectangle(new Rectangle(0, 0, 10, 10));
-            });
+            "walk", () -> NativeWindow.nativeWindowsAtRectangle(new Rectangle(0, 0, 10, 10)));
 
-    /** Does the work that it is told in some threads, again and again, and exits in the middle of it. */
-    public static void main(String[] arguments) throws InterruptedException {
+    /** Does the work that it is told in some threads, again and again, and exits in the middle of it when it is told to. */
+    public static void main(String[] arguments) throws IOException {
         NativeLowLevelPlayer.nativeSetDelays(20, 20, 5, 1, 1, -1);
-        for (int i = 0; i < Integer.parseInt(arguments[2]); i++) {
+        for (int i = 0; i < Integer.parseInt(arguments[1]); i++) {
             Thread thread = new Thread(() -> {
                 while (true) {
                     WORK.get(arguments[0]).run();
@@ -62,33 +62,63 @@ class ExitTest {
             });
             thread.setDaemon(true);
             thread.start();
+            ServerLossTest.sayWhenInNative(thread);
         }
-        Thread.sleep(Long.parseLong(arguments[1]));
+        System.in.read();
         System.exit(STATUS);
     }
 
-    /** The keyboard map and locks of the server. */
+    /** @param meanwhile is done before the engine is told to exit */
+    private static void exitInTheMiddleOf(String work, String display, Executable meanwhile) throws Throwable {
+        int threads = work.equals("unicode") ? 1 : 2; // two texts at once do not keep each other's borrowed key apart
+        ProcessBuilder builder = new ProcessBuilder(System.getProperty("java.home") + "/bin/java",
+                "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
+                System.getProperty("java.class.path"), "ExitTest", work, Integer.toString(threads));
+        builder.environment().put("DISPLAY", display);
+        Process engine = builder.redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        try (BufferedReader output = engine.inputReader()) {
+            for (int i = 0; i < threads; i++) {
+                assertEquals("ready", output.readLine());
+            }
+            meanwhile.execute();
+            engine.getOutputStream().close();
+            assertTrue(engine.waitFor(10, TimeUnit.SECONDS));
+            assertEquals(STATUS, engine.exitValue());
+        } finally {
+            engine.destroyForcibly();
+        }
+    }
+
+    /** The keyboard map of the server. */
     private static String keyboard() throws IOException {
         Process process = new ProcessBuilder("xkbcomp", System.getenv("DISPLAY"), "-").redirectErrorStream(true).start();
         return new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8);
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {"text", "unicode", "clicks", "drag", "hover", "capture", "hot keys", "queries"})
-    void whatRunsIsEndedAndNothingStaysDown(String work) throws Exception {
+    @ValueSource(strings = {"text", "unicode", "clicks", "drag", "hover", "capture", "hot keys", "walk"})
+    void whatRunsIsEndedAndNothingStaysDown(String work) throws Throwable {
         String before = keyboard();
         for (int i = 0; i < Integer.getInteger("gx.exits", 1); i++) {
-            Process process = new ProcessBuilder(System.getProperty("java.home") + "/bin/java",
-                    "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
-                    System.getProperty("java.class.path"), "ExitTest", work, Integer.toString(100 + 13 * i),
-                    work.equals("unicode") ? "1" : "2") // two texts at once do not keep each other's borrowed key apart
-                    .inheritIO().start();
-            assertEquals(STATUS, process.waitFor());
+            exitInTheMiddleOf(work, System.getenv("DISPLAY"), () -> { });
             assertEquals(0, new NativeMouse().getMouseState());
             for (int key : new int[] {SHIFT_L, 0xFFE3, 0xFFE9, 'a'}) {
                 assertFalse(new Keyboard().isKeyDown(key), Integer.toString(key));
             }
             assertEquals(before, keyboard());
+        }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"text", "hot keys", "walk"})
+    void aServerThatHasStoppedHoldsUpNoExit(String work) throws Throwable {
+        Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp")
+                .redirectError(ProcessBuilder.Redirect.DISCARD).start();
+        try {
+            exitInTheMiddleOf(work, ":" + server.inputReader().readLine(), () -> new ProcessBuilder(
+                    "kill", "-STOP", Long.toString(server.pid())).inheritIO().start().waitFor());
+        } finally {
+            server.destroyForcibly();
         }
     }
 }

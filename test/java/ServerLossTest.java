@@ -111,7 +111,7 @@ class ServerLossTest {
     }
 
     /** Says "ready" once the other thread is inside of a native method, as it is most of the time. */
-    private static void sayWhenInNative(Thread caller) {
+    static void sayWhenInNative(Thread caller) {
         while (true) {
             StackTraceElement[] stack = caller.getStackTrace();
             if (stack.length == 0 || stack[0].isNativeMethod()) {

@@ -92,7 +92,8 @@ void closeDisplay()
         if (--patience == 0)
             return;
     stopAllThreads(lock);
-    closeOwnDisplay(std::exchange(my_display, nullptr));
+    if (!endsWithProcess())
+        closeOwnDisplay(std::exchange(my_display, nullptr));
 }
 
 Display* openDisplay()

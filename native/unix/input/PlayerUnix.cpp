@@ -20,12 +20,11 @@ constinit Display* s_display = nullptr;
 /// Held while the connection or the state of the player is used, never while it waits.
 constinit std::mutex s_inUse;
 
-/// A thread that is at work on the connection, perhaps the very one that the end of the process came from,
-/// keeps it: it is closed with the process then.
+/// The lock may be held by the very thread that the end of the process came from.
 void closeDisplay()
 {
     const std::unique_lock guard(s_inUse, std::try_to_lock);
-    if (guard && s_display)
+    if (guard && !endsWithProcess())
         closeOwnDisplay(std::exchange(s_display, nullptr));
 }
 

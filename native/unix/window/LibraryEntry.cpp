@@ -44,6 +44,8 @@ void fillCompanions()
 /// Runs at exit, and when the library is unloaded. Whoever comes later finds no display.
 void close_display()
 {
+    if (endsWithProcess())
+        return;
     Display* const display = g_display;
     g_display = nullptr;
     closeOwnDisplay(display);

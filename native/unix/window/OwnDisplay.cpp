@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <vector>
@@ -189,6 +190,18 @@ bool closeAndForget(Display* display)
     return forget(display);
 }
 
+constinit bool s_isUnloaded = false;
+
+/// When the library is unloaded this runs before the handlers of atexit, at the end of the process after
+/// them.
+[[gnu::destructor]] void noteUnloading()
+{
+    s_isUnloaded = true;
+}
+
+/// Of a directory: itself, its name in its parent, and one for each directory that it holds.
+constexpr nlink_t linksOfOneThread = 3;
+
 sigset_t brokenPipe()
 {
     sigset_t set;
@@ -215,6 +228,13 @@ void closeOwnDisplay(Display* display)
         return;
     if (isConnected(display) ? closeAndForget(display) : keep(display))
         giveLossHandlerBack();
+}
+
+bool endsWithProcess()
+{
+    struct stat threads;
+    const bool hasOthers = stat("/proc/self/task", &threads) != 0 || threads.st_nlink > linksOfOneThread;
+    return !s_isUnloaded && hasOthers;
 }
 
 bool isConnected(Display* display)

@@ -19,6 +19,12 @@ Display* openOwnDisplay();
 /// Of a lost one some memory stays.
 void closeOwnDisplay(Display* display);
 
+/// For handlers of atexit, which run when the process ends and when the library is unloaded: whether a
+/// connection is to be left to the end of the process, since other threads run that may be at work on it for
+/// as long as the server takes. It is closed when the library is unloaded, and at the end of a process
+/// without other threads.
+bool endsWithProcess();
+
 /// Whether the server is there and has not cut the connection, as a program that kills the owner of a window
 /// makes it do; false for null. Does not wait: a loop that sends requests without answers asks it in every
 /// turn.

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <string>
 
@@ -52,12 +53,15 @@ int openSockets()
 TEST(LibraryEntry, OpensItsConnectionWhenLoadedAndClosesItWhenUnloaded)
 {
     const int before = openSockets();
+    std::promise<void> end;
+    const auto other = std::async(std::launch::async, [&] { end.get_future().wait(); });
     {
         const auto library = loadLibrary();
         EXPECT_NE(nullptr, global<void*>(library, "g_display"));
         EXPECT_LT(before, openSockets());
     }
     EXPECT_EQ(before, openSockets());
+    end.set_value();
 }
 
 TEST(LibraryEntry, LoadsWithoutAServer)
