@@ -23,7 +23,8 @@ using namespace std::chrono_literals;
 
 namespace {
 constexpr int directoryKey = 0x6D; // the store's, and the first of those it hands out
-constexpr int lastKey = 0xFFFF;    // the tests' own are below, too; those that ftok makes for other programs are not
+// The tests' own keys are below, too; those that ftok makes for other programs are not.
+constexpr int lastKey = 0xFFFF;
 
 void writeTo(const char* path, const std::string& text)
 {

@@ -37,8 +37,8 @@ public:
     /// Why no session can run here, such as somebody else's process at the store; empty when one can.
     std::string obstacle() const;
     /// Reports on standard error what the session has left behind, and removes it from the common namespace.
-    /// Of that, only what this user has made since the start, under a key such as the store hands out, and what
-    /// no process uses any more, is the session's.
+    /// Of that, only what this user has made since the start, under a key such as the store hands out, and
+    /// what no process uses any more, is the session's.
     /// @return how many objects were left
     int removeLeft();
 
