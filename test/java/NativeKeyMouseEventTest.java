@@ -20,7 +20,6 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
-import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 
@@ -135,23 +134,20 @@ class NativeKeyMouseEventTest {
                 + Event.getNumWaits() + Event.getNumTimeouts());
     }
 
-    /** What {@link #main} does in each of its threads: types a letter ten times in one event, five times. */
-    private static final Pattern WHOLE_EVENTS = Pattern.compile("(?:a{10}|b{10}|c{10}|d{10})*");
-
-    @Test
-    void eventsOfThreadsAndProcessesDoNotMixWhenTheyAreSerialised() throws Exception {
+    /** The text that players of {@link #main} leave behind when events are serialised: letters are the arguments' threads. */
+    private static String typedBy(int length, String... arguments) throws Exception {
         Path installation = Files.createTempDirectory("gx-install");
         Path options = Files.writeString(installation.resolve("marlo.properties"),
                 "talvern.test.gx.script.playback.mouse.allow_multiple_threads=TRUE\n");
-        NativeLowLevelPlayer.nativeSetDelays(0, 0, 0, 0, 0, -1);
         List<Process> players = new ArrayList<>();
         try (TextView view = new TextView()) {
             click(new Point(20, 20), view.window);
-            for (String letters : new String[] {"ab", "cd"}) {
+            for (String player : arguments) {
                 ProcessBuilder builder = new ProcessBuilder(
                         Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-Xcheck:jni",
                         "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
-                        System.getProperty("java.class.path"), NativeKeyMouseEventTest.class.getName(), letters);
+                        System.getProperty("java.class.path"), NativeKeyMouseEventTest.class.getName());
+                builder.command().addAll(List.of(player.split(" ")));
                 builder.environment().put("TALVERN_GX_INSTALL_DIRECTORY", installation.toString());
                 players.add(builder.inheritIO().start());
             }
@@ -159,12 +155,11 @@ class NativeKeyMouseEventTest {
                 assertEquals(0, player.waitFor());
             }
             String text = view.text();
-            for (int i = 0; i < 200 && text.length() < 200; i++) {
+            for (int i = 0; i < 200 && text.length() < length; i++) {
                 Thread.sleep(20);
                 text = view.text();
             }
-            assertEquals(200, text.length());
-            assertTrue(WHOLE_EVENTS.matcher(text).matches(), text);
+            return text;
         } finally {
             players.forEach(Process::destroyForcibly);
             Files.delete(options);
@@ -172,13 +167,29 @@ class NativeKeyMouseEventTest {
         }
     }
 
-    /** Another player: a thread for each of the letters given. */
+    @Test
+    void eventsOfThreadsAndProcessesDoNotMixWhenTheyAreSerialised() throws Exception {
+        String text = typedBy(200, "ab 5 10 0", "cd 5 10 0");
+        assertEquals(200, text.length());
+        assertTrue(text.matches("(?:a{10}|b{10}|c{10}|d{10})*"), text);
+    }
+
+    @Test
+    void aTextWaitsForOneOfItsProcessLongerThanForOtherEvents() throws Exception {
+        String text = typedBy(1200, "ab 1 600 5"); // each takes more than the 5 s of the event mutex
+        assertTrue(text.matches("a{600}b{600}|b{600}a{600}"), text);
+    }
+
+    /** Another player: a thread for each of the letters given, the number of its events, strokes of each, delay of each. */
     public static void main(String[] arguments) throws InterruptedException {
+        int delay = Integer.parseInt(arguments[3]);
+        NativeLowLevelPlayer.nativeSetDelays(0, 0, 0, delay, delay, -1);
         List<Thread> threads = new ArrayList<>();
         for (char letter : arguments[0].toCharArray()) {
             threads.add(new Thread(() -> {
-                for (int i = 0; i < 5; i++) {
-                    NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{" + letter + " 10}");
+                for (int i = 0; i < Integer.parseInt(arguments[1]); i++) {
+                    NativeKeyMouseEvent.emitHLKeyEvent(
+                            0, 0, NativeKeyMouseEvent.KEYSTRING, "{" + letter + " " + arguments[2] + "}");
                 }
             }));
         }

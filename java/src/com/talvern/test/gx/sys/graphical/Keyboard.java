@@ -54,7 +54,9 @@ public class Keyboard {
 
     /**
      * Presses and releases the left Shift, Control and Alt keys until exactly those wanted are down; also such as a user
-     * holds. They stay down until this is called again.
+     * holds. They stay down until this is called again, but do not outlast a text or a mouse event with modifiers: those let
+     * go of the modifiers that they press, and so of these. To hold a modifier over a text, write it into the text: {@code
+     * ^(ac)} or {@code {Shift KeyDn}}.
      *
      * @param modifiers the sum of {@link #SHIFT}, {@link #CONTROL} and {@link #ALT}; further bits are ignored
      */

@@ -6,8 +6,12 @@ import java.awt.Point;
  * Mouse and key events: plays them into the X server as if a user had made them, and carries recorded ones.
  *
  * <p>The static methods play one event each. They block until the server has processed it, with all
- * {@linkplain NativeLowLevelPlayer#nativeSetDelays delays}, and raise an exception when it could not be played. One event at
- * a time: two threads must not type text at once.
+ * {@linkplain NativeLowLevelPlayer#nativeSetDelays delays}, and raise an exception when it could not be played; it has no
+ * message, but the trace names the status that the event ended with and, for a key string, the result and the index of the item
+ * that failed. Any thread may play; the events of two threads mix, and two texts at once come out wrong, unless the install
+ * option {@code talvern.test.gx.script.playback.mouse.allow_multiple_threads} is {@code true}: then an event waits until another
+ * one has ended, up to 5 seconds, and a text for a text of the same process without limit. When the process exits meanwhile, the
+ * event is cut short: its keys and buttons are released, locks and keyboard map are put back, for up to 2 seconds.
  *
  * <pre>{@code
  * NativeKeyMouseEvent.emitLLMouseEvent(new Point(400, 300), 0, 0, 0, 0, NativeKeyMouseEvent.CLICK);
@@ -21,7 +25,10 @@ import java.awt.Point;
  * a point is in pixels of the screen. With one it is in pixels from the window's upper left corner, and the event is played
  * only if that window is in front there: no parent, child or other window of it. A top-level window is the child of the
  * root window that the window lies in, the frame where a window manager draws one. Without it nothing more is checked; alone
- * it serves as the window, too.
+ * it serves as the window, too. A null point with a window stands for no place in it: the window must be shown, but need not be in
+ * front, and nothing moves the pointer.
+ *
+ * <p>A window of a key event that has gone meanwhile is no error: the keys go to whatever has the keyboard focus.
  *
  * <h2>Modifiers</h2>
  *
@@ -316,9 +323,9 @@ public class NativeKeyMouseEvent extends Event {
      * @param window is given the keyboard focus first, and its top-level window is raised; 0 leaves the focus
      * @param topWindow the top-level window that the window must lie in, raised first; 0 for none
      * @param kind {@link #KEY_PRESS} or {@link #KEY_RELEASE}
-     * @param keysym X keysym of the key; nothing happens when the keyboard has no such key
-     * @throws com.talvern.test.gx.UnableToPerformActionException the window lies in another top-level window; there is no
-     *     such kind
+     * @param keysym X keysym of the key, not 0; nothing happens when the keyboard has no such key
+     * @throws com.talvern.test.gx.UnableToPerformActionException the window lies in another top-level window; the keysym
+     *     is 0; the kind is another one
      * @throws UnsupportedXServerException there is no X server, or it lacks the XTest extension
      */
     public static native void emitLLKeyEvent(long window, long topWindow, int kind, int keysym);
@@ -331,7 +338,7 @@ public class NativeKeyMouseEvent extends Event {
      * @param kind {@link #KEYSTRING} or {@link #INPUTCHARS}
      * @param text what to type; null is the empty text
      * @throws com.talvern.test.gx.UnableToPerformActionException the window lies in another top-level window; there is an
-     *     error in the key string; there is no such kind
+     *     error in the key string; the kind is another one
      * @throws com.talvern.test.gx.StringNotInCodePageException the text has half a surrogate pair, U+0000 or a character that
      *     the code set of the locale lacks
      * @throws UnsupportedXServerException there is no X server, or it lacks the XTest extension

@@ -21,9 +21,10 @@ import com.talvern.test.gx.sys.NativeLibrary;
  * its events. Other threads may meanwhile ask for windows and for the pointer.
  *
  * <p>A capture is meant to begin while the user holds the left button down. The X server would not allow it then, so the
- * button is released in the server, and pressed again once the pointer is captured; no program and no event tells of either.
- * That press lasts until the left button is released the next time: when the user was not holding it, the test must send
- * the release ({@link NativeKeyMouseEvent#MOUSE_RELEASE}), or a click.
+ * button is released in the server, and pressed again once the pointer is captured. The first press that arrives in a capture
+ * is taken for that one and is not reported, whichever button it is of. The button stays down until it is released the next
+ * time: when the user was not holding it, the test must send the release ({@link NativeKeyMouseEvent#MOUSE_RELEASE}), or a
+ * click.
  */
 public class NativeMouseCaptureThread {
     static {
@@ -39,13 +40,14 @@ public class NativeMouseCaptureThread {
      * @param window ignored: what is captured is the whole screen
      * @param cursor the kind of pointer to show; on Unix all are the same hand
      * @return false when the mouse is captured already, another program has grabbed the pointer, as one does that has a menu
-     *     open, or there is no X server
+     *     open, or there is no X server, or one without the XTest extension. Where another program had the pointer, the left
+     *     button has been released in the server and stays so
      */
     public native boolean startCapture(long window, int cursor);
 
     /**
      * Ends the capture and drops events that nobody has fetched. A thread that waits for one returns within some 20
-     * milliseconds. Nothing happens when the mouse is not captured.
+     * milliseconds. The left button stays as it is in the server. Nothing happens when the mouse is not captured.
      */
     public native void stopCapture();
 

@@ -27,6 +27,10 @@ import com.talvern.test.gx.sys.NativeLibrary;
  *
  * <p>Another program that has grabbed a hot key, or for the time being the whole keyboard (as an open menu may), keeps it: the
  * trace then says so, and presses of that key are not seen. Without an X server nothing is ever pressed.
+ *
+ * <p>Keep a thread in {@link #getNextEvent} while playback runs. A hot key that is pressed while nobody asks keeps the whole
+ * keyboard for the player until it is up, and another key that is pressed meanwhile makes both hot keys free, unnoticed, once
+ * somebody asks again; {@link NativeLowLevelPlayer#nativeSetHotKeys} or a new start takes them back.
  */
 public class NativePlayerThread {
     static {
