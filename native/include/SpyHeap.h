@@ -2,6 +2,8 @@
 /// The stored form is described in doc/spy-heap.md.
 #pragma once
 
+#include "SharedValue.h"
+
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -83,42 +85,60 @@ struct CHeapStats {
 /// blocks stay whole: the next change finds the mark that the dead process left and rebuilds the lists of
 /// free blocks.
 ///
-/// A heap whose bytes contradict each other raises CHeapCorrupted. A time-out of the mutex raises
+/// A heap whose bytes contradict each other raises CHeapCorrupted, save where an operation says that it ends
+/// the process. Whatever other processes write meanwhile, no operation reads or writes beyond the segment:
+/// each number is read once, checked, and computed with from then on. A time-out of the mutex raises
 /// CSpyHeapLockedException from every operation that takes it.
 class CSpyHeap {
 public:
-    /// Header of a block; the payload follows. Sizes are whatever was asked for, so that a block may start at
-    /// any address: hence packed.
-    struct [[gnu::packed]] CHeapBlock {
-        uint32_t m_size; ///< payload bytes
-        uint32_t m_used; ///< bit 0: allocated
-        uint32_t m_uid;  ///< stamp of the allocation, 0 once freed
-        uint32_t m_next; ///< offset of the next free block of the pool, 0 at its end and in allocated blocks
+    /// What one look at a block's header found: the block's numbers, as far as this process is concerned.
+    struct CBlockCopy {
+        uint32_t m_offset = 0; ///< of the header in the heap; 0 stands for no block
+        uint32_t m_size = 0;
+        uint32_t m_used = 0;
+        uint32_t m_uid = 0;
+        uint32_t m_next = 0;
 
         bool isUsed() const { return (m_used & 1U) != 0; }
         bool isFree() const { return !isUsed(); }
+        uint32_t behind() const; ///< offset of the block that follows in memory
+    };
+
+    /// Header of a block; the payload follows. Sizes are whatever was asked for, so that a block may start at
+    /// any address: hence packed.
+    struct [[gnu::packed]] CHeapBlock {
+        CShared<uint32_t> m_size; ///< payload bytes
+        CShared<uint32_t> m_used; ///< bit 0: allocated
+        CShared<uint32_t> m_uid;  ///< stamp of the allocation, 0 once freed
+        CShared<uint32_t> m_next; ///< offset of the next free block of the pool, 0 at its end and if used
+
+        bool isFree() const { return (m_used.load() & 1U) == 0; }
         unsigned char* payload() { return reinterpret_cast<unsigned char*>(this + 1); }
+        void store(const CBlockCopy& numbers);
     };
 
     /// A block reference as it is stored: see CSpyMemRef.
     struct CStoredRef {
-        uint32_t m_blockId;
-        uint32_t m_uid;
+        CShared<uint32_t> m_blockId;
+        CShared<uint32_t> m_uid;
+
+        CSpyMemRef load() const;
+        void store(const CSpyMemRef& ref);
     };
 
     static constexpr unsigned int GlobalSlots = 16;
 
     /// Start of a heap's area. Change count, globals and the tables of heaps count in the base heap only.
     struct CHeapHeader {
-        uint32_t m_changeCount;               ///< grows with each heap id assigned or cleared
-        CStoredRef m_globals[GlobalSlots];    ///< both words 0: free
-        std::atomic<uint8_t> m_usedIds[32];   ///< heap n is in use: bit n mod 8 of byte n / 8
-        uint32_t m_transactions[MaxHeap + 1]; ///< transaction of each heap; entry 0 is never written
-        uint32_t m_lastUid;                   ///< stamp of the latest allocation in this heap
-        uint32_t m_poolBlockSize; ///< payload of each pool's first block; more is an oversized request
-        CHeapBlock m_largePool;   ///< m_next: first free block; m_used: see CHeapChange
-        CHeapBlock m_smallPool;   ///< m_next: first free block
-        uint32_t m_overflowHeap;  ///< heap that extends this one, 0 for none
+        CShared<uint32_t> m_changeCount;               ///< grows with each heap id assigned or cleared
+        CStoredRef m_globals[GlobalSlots];             ///< both words 0: free
+        std::atomic<uint8_t> m_usedIds[32];            ///< heap n is in use: bit n mod 8 of byte n / 8
+        CShared<uint32_t> m_transactions[MaxHeap + 1]; ///< transaction of each heap; entry 0 is never written
+        CShared<uint32_t> m_lastUid;                   ///< stamp of the latest allocation in this heap
+        CShared<uint32_t> m_poolBlockSize; ///< payload of each pool's first block; more is oversized
+        CHeapBlock m_largePool;            ///< m_next: first free block; m_used: see CHeapChange
+        CHeapBlock m_smallPool;            ///< m_next: first free block
+        CShared<uint32_t> m_overflowHeap;  ///< heap that extends this one, 0 for none
 
         /// Lowest heap of a transaction, 1 to 255; NoHeap when it has none.
         HEAPID heapId(UNIQUEID transactionId) const;
@@ -133,10 +153,11 @@ public:
     static uint32_t LargestPossibleBlock; ///< payload of a whole heap of that size
     static constexpr char HeapObjectName[] = "DD86B62A-E406-11d3-A96C-00C04F72D71B_MARLO";
 
-    /// The heap of this process with that id: attaches it when it is in use and was not attached before.
-    /// Takes no heap lock. Heap 0 is made when it does not exist.
+    /// The heap of this process with that id: attaches it when it is in use and was not attached before,
+    /// which is all it takes the heap mutex for. Heap 0 is made when it does not exist.
     /// @return null for an id that no heap has; owned by this class, good until the heap is dropped
-    /// @throws COutOfSpyMemory  heap 0 cannot be attached or DISPLAY is not set
+    /// @throws COutOfSpyMemory          heap 0 cannot be attached or DISPLAY is not set
+    /// @throws CSpyHeapLockedException  a heap was to be attached, and the mutex was busy
     static CSpyHeap* getHeap(HEAPID id)
     {
         CSpyHeap* heap = id <= MaxHeap ? s_pSpyHeap[id].load(std::memory_order_acquire) : nullptr;
@@ -221,6 +242,14 @@ public:
     /// Payload bytes of the block at `offset`, without a lock; 0 when no block can start there, and never
     /// more than the heap has room for.
     unsigned int sizeAt(unsigned int offset) const;
+    /// The numbers of the block at `offset`, which verifyBlock has accepted, as they were found.
+    CBlockCopy copyAt(uint32_t offset) const
+    {
+        const CHeapBlock& found = *blockAt(offset);
+        return {offset, found.m_size.load(), found.m_used.load(), found.m_uid.load(), found.m_next.load()};
+    }
+    /// Whether the block ends inside the heap.
+    bool holds(const CBlockCopy& found) const { return found.m_size <= roomAt(found.m_offset); }
     /// The block at `offset`, which verifyBlock has accepted.
     CHeapBlock* blockAt(unsigned int offset) const { return reinterpret_cast<CHeapBlock*>(m_area + offset); }
 
@@ -242,6 +271,7 @@ private:
     static CSpyHeap* findHeap(HEAPID id);
     static CSpyHeap* findBaseHeap();
     static CSpyHeap* attachHeap(HEAPID id);
+    static void dropMutex();
     static void sync();
 
     void startUsing();
@@ -253,29 +283,30 @@ private:
 
     uint32_t half() const;
     bool mayStartAt(uint32_t offset) const;
+    uint32_t roomAt(uint32_t offset) const { return m_size - sizeof(CHeapBlock) - offset; }
     CHeapBlock& block(uint32_t offset) const { return *blockAt(offset); }
     CHeapBlock& getPool(uint32_t offset) const;
-    CHeapBlock& checked(uint32_t offset) const;
-    uint32_t behind(uint32_t offset) const;
-    uint32_t nextOf(const CHeapBlock& node, uint32_t below) const;
+    CBlockCopy checked(uint32_t offset) const;
+    CBlockCopy listed(uint32_t offset, uint32_t below) const;
+    CBlockCopy firstOf(const CHeapBlock& pool) const { return listed(pool.m_next.load(), m_size); }
+    CBlockCopy after(const CBlockCopy& node) const { return listed(node.m_next, node.m_offset); }
 
     CSpyMemRef stamp(uint32_t offset);
     uint32_t take(uint32_t size);
     uint32_t firstFit(CHeapBlock& pool, uint32_t size);
     uint32_t lastFit(CHeapBlock& pool, uint32_t size);
-    void takeFront(CHeapBlock& previous, uint32_t offset, uint32_t size);
-    uint32_t takeEnd(CHeapBlock& previous, uint32_t offset, uint32_t size);
-    uint32_t split(uint32_t offset, uint32_t sizeThisBlock);
-    uint32_t splitOffEnd(uint32_t offset, uint32_t sizeNewBlock);
+    uint32_t takeEnd(CHeapBlock& previous, const CBlockCopy& found, uint32_t size);
+    uint32_t split(const CBlockCopy& whole, uint32_t sizeThisBlock);
+    uint32_t splitOffEnd(const CBlockCopy& whole, uint32_t sizeNewBlock);
     CSpyMemRef allocateHere(uint32_t size);
     CSpyMemRef allocateOversized(uint32_t size);
     CSpyMemRef allocateInOverflow(uint32_t size);
 
-    void link(CHeapBlock& pool, uint32_t offset);
-    bool growInPlace(uint32_t offset, uint32_t size);
+    void link(CHeapBlock& pool, const CBlockCopy& freed);
+    bool absorbNext(const CBlockCopy& grown, uint32_t size);
     CHeapBlock* findPrevFree(uint32_t offset) const;
     CSpyMemRef move(const CSpyMemRef& ref, uint32_t size);
-    uint32_t relink(uint32_t offset, uint32_t previous);
+    CBlockCopy relink(const CBlockCopy& found, const CBlockCopy& previous);
 
     template <class Visit> void forEachFree(const CHeapBlock& pool, Visit visit) const;
     template <class Visit> bool forEachBlock(Visit visit) const;
@@ -291,6 +322,11 @@ private:
     std::unique_ptr<CSharedMemory> m_pSharedMem;
     unsigned char* m_area = nullptr;
 };
+
+inline uint32_t CSpyHeap::CBlockCopy::behind() const
+{
+    return m_offset + static_cast<uint32_t>(sizeof(CHeapBlock)) + m_size;
+}
 
 static_assert(sizeof(CSpyHeap::CHeapBlock) == 16 && alignof(CSpyHeap::CHeapBlock) == 1);
 static_assert(offsetof(CSpyHeap::CHeapBlock, m_used) == 4 && offsetof(CSpyHeap::CHeapBlock, m_uid) == 8 &&

@@ -52,6 +52,13 @@ private:
     static inline thread_local HEAPID s_depth = 0;
 };
 
+bool takenAtOnce(CSpyMutex& mutex)
+try {
+    return mutex.acquire(0);
+} catch (const CMutexTimeoutException&) {
+    return false;
+}
+
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {
     char text[128];
@@ -79,23 +86,29 @@ CSpyHeap* CSpyHeap::findHeap(HEAPID id)
         return base;
     if (!base->header()->isUsed(id))
         return nullptr;
-    CSpyHeap* heap = s_pSpyHeap[id].load(std::memory_order_acquire);
-    if (!heap) {
-        heap = attachHeap(id);
-        if (heap && !heap->m_pSharedMem->existed())
-            CTracer::debugTrace("ALERT: Probably attaching todefunct heap:%d ", static_cast<int>(id));
-    }
-    if (heap)
+    if (CSpyHeap* heap = s_pSpyHeap[id].load(std::memory_order_acquire)) {
         heap->m_inUse.store(true, std::memory_order_release);
+        return heap;
+    }
+    const CLocked locked;
+    if (!base->header()->isUsed(id))
+        return nullptr; // dropped meanwhile
+    CSpyHeap* heap = attachHeap(id);
+    if (heap && !heap->m_pSharedMem->existed())
+        CTracer::debugTrace("ALERT: Probably attaching todefunct heap:%d ", static_cast<int>(id));
     return heap;
 }
 
 CSpyHeap* CSpyHeap::findBaseHeap()
 {
-    const CSharedMemoryGuard guard;
     CSpyHeap* pHeap = s_pSpyHeap[0].load(std::memory_order_acquire);
-    if (!pHeap)
-        pHeap = createBaseHeap(BaseHeapSize);
+    if (!pHeap || !m_pMutex.load(std::memory_order_acquire)) {
+        // Another thread may be about to make them.
+        const CSharedMemoryGuard guard;
+        pHeap = s_pSpyHeap[0].load(std::memory_order_acquire);
+        if (!pHeap)
+            pHeap = createBaseHeap(BaseHeapSize);
+    }
     GX_ASSERT(pHeap, "pHeap != 0");
     pHeap->m_inUse.store(true, std::memory_order_release);
     return pHeap;
@@ -107,12 +120,12 @@ CSpyHeap* CSpyHeap::createBaseHeap(unsigned int size)
     GX_ASSERT(!m_pMutex.load(), "m_pMutex == 0");
     // Under the guard, since the mutex that guards everything else only comes after the heap.
     const CSharedMemoryGuard guard;
-    auto* base = new CSpyHeap(size, 0);
+    auto base = std::unique_ptr<CSpyHeap>(new CSpyHeap(size, 0));
     if (!base->m_pSharedMem->existed())
         std::fill_n(base->m_area, FirstBlock, 0);
     base->startUsing();
     m_pMutex.store(CSpyMutex::create(HeapObjectName), std::memory_order_release);
-    return base;
+    return base.release();
 }
 
 void CSpyHeap::deleteBaseHeap()
@@ -120,18 +133,14 @@ void CSpyHeap::deleteBaseHeap()
     delete s_pSpyHeap[0].load();
 }
 
+/// Under the heap mutex, which keeps other processes from making the same segment or removing it.
 CSpyHeap* CSpyHeap::attachHeap(HEAPID id)
 try {
-    CSpyHeap* pheap = nullptr;
-    {
-        const CSharedMemoryGuard guard;
-        if (CSpyHeap* other = s_pSpyHeap[id].load())
-            return other;
-        pheap = new CSpyHeap(DefaultHeapSize, id);
-    }
-    // Formatting takes the heap mutex, which must not be waited for under the guard.
-    pheap->startUsing();
-    return pheap;
+    if (CSpyHeap* other = s_pSpyHeap[id].load())
+        return other;
+    auto heap = std::unique_ptr<CSpyHeap>(new CSpyHeap(DefaultHeapSize, id));
+    heap->startUsing();
+    return heap.release();
 } catch (const COutOfSpyMemory&) {
     return nullptr;
 }
@@ -149,28 +158,36 @@ CSpyHeap::CSpyHeap(unsigned int size, HEAPID id)
 }
 
 void CSpyHeap::startUsing()
-try {
+{
     if (m_pSharedMem->existed())
         m_inUse.store(true, std::memory_order_release);
     else
         init();
-} catch (...) {
-    delete this;
-    throw;
 }
 
 CSpyHeap::~CSpyHeap()
 {
-    if (m_id == 0) {
-        if (CSpyMutex* mutex = m_pMutex.exchange(nullptr)) {
-            mutex->free();
-            delete mutex;
-        }
-        for (HEAPID id = 1; id <= MaxHeap; ++id)
-            delete s_pSpyHeap[id].load();
-    }
-    m_pSharedMem.reset();
+    if (m_id == 0)
+        dropMutex();
     s_pSpyHeap[m_id].store(nullptr, std::memory_order_release);
+    if (m_id != 0)
+        return;
+    const CSharedMemoryGuard guard;
+    m_pSharedMem.reset();
+}
+
+/// With it go the other heaps, and under it while it is free, so that nobody attaches what is being removed.
+void CSpyHeap::dropMutex()
+{
+    CSpyMutex* mutex = m_pMutex.exchange(nullptr);
+    const bool held = mutex && takenAtOnce(*mutex);
+    for (HEAPID id = 1; id <= MaxHeap; ++id)
+        delete s_pSpyHeap[id].load();
+    if (held)
+        mutex->release();
+    if (mutex)
+        mutex->free();
+    delete mutex;
 }
 
 void CSpyHeap::setDefaultHeapSize(unsigned int bytes)
@@ -194,9 +211,9 @@ void CSpyHeap::init()
 /// all killed: without their stamps no reference that others still store is taken for valid.
 void CSpyHeap::revokeReferences()
 {
-    if (header()->m_poolBlockSize == 0)
+    if (header()->m_poolBlockSize.load() == 0)
         return; // never formatted: its pages need not be touched
-    if (!forEachBlock([](uint32_t, CHeapBlock& each) { each.m_uid = 0; }))
+    if (!forEachBlock([this](const CBlockCopy& each) { block(each.m_offset).m_uid.store(0); }))
         std::fill_n(m_area + FirstBlock, m_size - FirstBlock, 0);
 }
 
@@ -205,21 +222,21 @@ void CSpyHeap::format()
     CHeapHeader& head = *header();
     const uint32_t small = FirstBlock + half();
     CHeapChange::mark(*this, CHeapChange::Formatting);
-    head.m_changeCount = 0;
+    head.m_changeCount.store(0);
     // Upper block first: until the lower one has its new size, whoever walks the blocks never gets here.
-    block(small) = {m_size - BlockHeader - small, 0, 0, 0};
-    block(FirstBlock) = {half() - BlockHeader, 0, 0, 0};
-    head.m_largePool.m_next = FirstBlock;
-    head.m_smallPool.m_next = small;
-    head.m_overflowHeap = 0;
-    head.m_poolBlockSize = half() - BlockHeader;
+    block(small).store({small, m_size - BlockHeader - small});
+    block(FirstBlock).store({FirstBlock, half() - BlockHeader});
+    head.m_largePool.m_next.store(FirstBlock);
+    head.m_smallPool.m_next.store(small);
+    head.m_overflowHeap.store(0);
+    head.m_poolBlockSize.store(half() - BlockHeader);
     CHeapChange::mark(*this, CHeapChange::None);
 }
 
 CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
 {
     CSpyHeap& base = *getHeap(0);
-    if (base.m_changeCount != base.header()->m_changeCount)
+    if (base.m_changeCount != base.header()->m_changeCount.load())
         sync();
     const HEAPID id = base.header()->assignId(transactionId);
     if (id == NoHeap)
@@ -246,7 +263,7 @@ void CSpyHeap::sync()
         if (heap && heap->inUse() && !base.header()->isUsed(id))
             heap->free();
     }
-    base.m_changeCount = base.header()->m_changeCount;
+    base.m_changeCount = base.header()->m_changeCount.load();
 }
 
 HEAPID CSpyHeap::getHeapId(UNIQUEID transactionId)
@@ -263,8 +280,7 @@ UNIQUEID CSpyHeap::getTransactionId(HEAPID id)
 
 CSpyHeap* CSpyHeap::overflowHeap()
 {
-    uint32_t& overflow = header()->m_overflowHeap;
-    if (overflow != 0) {
+    if (const uint32_t overflow = header()->m_overflowHeap.load(); overflow != 0) {
         CSpyHeap* heap = getHeap(overflow);
         if (!heap)
             CTracer::debugTrace("***Error! Cannot get allocated overflow heap");
@@ -272,7 +288,7 @@ CSpyHeap* CSpyHeap::overflowHeap()
     }
     CSpyHeap* heap = createHeap(getTransactionId(m_id));
     if (heap)
-        overflow = heap->m_id;
+        header()->m_overflowHeap.store(heap->m_id);
     return heap;
 }
 
@@ -286,11 +302,11 @@ void CSpyHeap::free()
 /// Empties the heap and gives its id back. @return whether this object stays
 bool CSpyHeap::drop()
 {
-    if (const HEAPID overflow = header()->m_overflowHeap; overflow != 0 && overflow <= MaxHeap) {
+    if (const HEAPID overflow = header()->m_overflowHeap.load(); overflow != 0 && overflow <= MaxHeap) {
         if (!s_pSpyHeap[overflow].load())
             CTracer::debugTrace("SpyHeap::free spyheap array pointing to null for overflow heap");
         // Unchained first, so that a chain which was damaged into a ring ends.
-        header()->m_overflowHeap = 0;
+        header()->m_overflowHeap.store(0);
         if (CSpyHeap* heap = getHeap(overflow))
             heap->free();
     }
@@ -304,14 +320,15 @@ bool CSpyHeap::drop()
 
 HEAPID CSpyHeap::CHeapHeader::heapId(UNIQUEID transactionId) const
 {
-    const auto found = std::find(m_transactions + 1, std::end(m_transactions), transactionId);
+    const auto found = std::find_if(m_transactions + 1, std::end(m_transactions),
+                                    [&](const auto& each) { return each.load() == transactionId; });
     return static_cast<HEAPID>(found - m_transactions);
 }
 
 UNIQUEID CSpyHeap::CHeapHeader::transactionId(HEAPID heapId) const
 {
     GX_ASSERT(heapId <= MaxHeap, "heapId <= MaxHeap");
-    return m_transactions[heapId];
+    return m_transactions[heapId].load();
 }
 
 bool CSpyHeap::CHeapHeader::isUsed(HEAPID id) const
@@ -331,8 +348,8 @@ HEAPID CSpyHeap::CHeapHeader::assignId(UNIQUEID transactionId)
         return NoHeap;
     m_usedIds[id >> 3].fetch_or(static_cast<uint8_t>(1U << (id & 7)), std::memory_order_relaxed);
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    m_transactions[id] = transactionId;
-    ++m_changeCount;
+    m_transactions[id].store(transactionId);
+    m_changeCount.store(m_changeCount.load() + 1);
     return id;
 }
 
@@ -340,10 +357,10 @@ void CSpyHeap::CHeapHeader::clearId(HEAPID id)
 {
     if (id == 0)
         return;
-    m_transactions[id] = 0;
+    m_transactions[id].store(0);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     m_usedIds[id >> 3].fetch_and(static_cast<uint8_t>(~(1U << (id & 7))), std::memory_order_relaxed);
-    ++m_changeCount;
+    m_changeCount.store(m_changeCount.load() + 1);
 }
 
 // Blocks
@@ -360,29 +377,33 @@ CSpyHeap::CHeapBlock& CSpyHeap::getPool(uint32_t offset) const
     return offset >= half() ? header()->m_smallPool : header()->m_largePool;
 }
 
-uint32_t CSpyHeap::behind(uint32_t offset) const
+void CSpyHeap::CHeapBlock::store(const CBlockCopy& numbers)
 {
-    return offset + BlockHeader + block(offset).m_size;
+    m_size.store(numbers.m_size);
+    m_used.store(numbers.m_used);
+    m_uid.store(numbers.m_uid);
+    m_next.store(numbers.m_next);
 }
 
 /// The block at `offset`, which came out of shared memory; throws when it does not lie inside the heap.
-CSpyHeap::CHeapBlock& CSpyHeap::checked(uint32_t offset) const
+CSpyHeap::CBlockCopy CSpyHeap::checked(uint32_t offset) const
 {
-    if (!mayStartAt(offset) || block(offset).m_size > m_size - BlockHeader - offset)
-        throw CHeapCorrupted("!!Spy Heap corrupted!! A block lies outside of its heap");
-    return block(offset);
+    if (mayStartAt(offset))
+        if (const CBlockCopy found = copyAt(offset); holds(found))
+            return found;
+    throw CHeapCorrupted("!!Spy Heap corrupted!! A block lies outside of its heap");
 }
 
-/// The block that follows `node` in its list of free blocks, 0 at the end. The lists descend, so that a
-/// damaged one cannot lead round in a circle.
-uint32_t CSpyHeap::nextOf(const CHeapBlock& node, uint32_t below) const
+/// The block that a list of free blocks names next; none at its end. The lists descend, so that a damaged one
+/// cannot lead round in a circle.
+CSpyHeap::CBlockCopy CSpyHeap::listed(uint32_t offset, uint32_t below) const
 {
-    const uint32_t next = node.m_next;
-    if (next == 0)
-        return 0;
-    if (next >= below || checked(next).isUsed())
-        throw CHeapCorrupted("!!Spy Heap corrupted!! A list of free blocks leads astray");
-    return next;
+    if (offset == 0)
+        return {};
+    if (offset < below)
+        if (const CBlockCopy found = checked(offset); found.isFree())
+            return found;
+    throw CHeapCorrupted("!!Spy Heap corrupted!! A list of free blocks leads astray");
 }
 
 bool CSpyHeap::mayStartAt(uint32_t offset) const
@@ -393,43 +414,37 @@ bool CSpyHeap::mayStartAt(uint32_t offset) const
 // Without the mutex another thread may be writing what these two read. What a valid reference names stays as
 // it is, and what a stale one finds is tested again under the mutex.
 
-__attribute__((no_sanitize("thread"))) bool CSpyHeap::verifyBlock(unsigned int offset, UNIQUEID uid) const
+bool CSpyHeap::verifyBlock(unsigned int offset, UNIQUEID uid) const
 {
-    return uid != 0 && mayStartAt(offset) &&
-           const_cast<const volatile CHeapBlock*>(blockAt(offset))->m_uid == uid;
+    return uid != 0 && mayStartAt(offset) && blockAt(offset)->m_uid.peek() == uid;
 }
 
-__attribute__((no_sanitize("thread"))) unsigned int CSpyHeap::sizeAt(unsigned int offset) const
+unsigned int CSpyHeap::sizeAt(unsigned int offset) const
 {
-    if (!mayStartAt(offset))
-        return 0;
-    const uint32_t size = const_cast<const volatile CHeapBlock*>(blockAt(offset))->m_size;
-    return std::min(size, m_size - BlockHeader - offset);
+    return mayStartAt(offset) ? std::min(blockAt(offset)->m_size.peek(), roomAt(offset)) : 0;
 }
 
 /// What is left of a block that keeps `sizeThisBlock` becomes a free block, not yet in a list. @return its
 /// offset
-uint32_t CSpyHeap::split(uint32_t offset, uint32_t sizeThisBlock)
+uint32_t CSpyHeap::split(const CBlockCopy& whole, uint32_t sizeThisBlock)
 {
-    CHeapBlock& whole = block(offset);
     GX_ASSERT(whole.m_size > sizeThisBlock + BlockHeader, "m_size > sizeThisBlock+sizeof(CHeapBlock)");
-    const uint32_t rest = offset + BlockHeader + sizeThisBlock;
-    block(rest) = {whole.m_size - sizeThisBlock - BlockHeader, 0, 0, whole.m_next};
+    const uint32_t rest = whole.m_offset + BlockHeader + sizeThisBlock;
+    block(rest).store({rest, whole.m_size - sizeThisBlock - BlockHeader, 0, 0, whole.m_next});
     CHeapChange::step();
-    whole.m_size = sizeThisBlock;
+    block(whole.m_offset).m_size.store(sizeThisBlock);
     return rest;
 }
 
 /// The last `sizeNewBlock` bytes of a free block become a used one. @return its offset
-uint32_t CSpyHeap::splitOffEnd(uint32_t offset, uint32_t sizeNewBlock)
+uint32_t CSpyHeap::splitOffEnd(const CBlockCopy& whole, uint32_t sizeNewBlock)
 {
-    CHeapBlock& whole = block(offset);
     GX_ASSERT(whole.m_size > sizeNewBlock + BlockHeader, "m_size > sizeNewBlock+sizeof(CHeapBlock)");
     const uint32_t rest = whole.m_size - sizeNewBlock - BlockHeader;
-    const uint32_t end = offset + BlockHeader + rest;
-    block(end) = {sizeNewBlock, 0, 0, 0};
+    const uint32_t end = whole.m_offset + BlockHeader + rest;
+    block(end).store({end, sizeNewBlock});
     CHeapChange::step();
-    whole.m_size = rest;
+    block(whole.m_offset).m_size.store(rest);
     return end;
 }
 
@@ -438,11 +453,13 @@ CSpyMemRef CSpyHeap::stamp(uint32_t offset)
 {
     CHeapBlock* pBlock = blockAt(offset);
     GX_ASSERT(pBlock, "pBlock != 0");
-    const UNIQUEID uid = ++header()->m_lastUid;
-    pBlock->m_uid = uid;
-    pBlock->m_next = 0;
+    // After 2^32 allocations they begin anew; 0 would be no stamp.
+    const UNIQUEID uid = std::max(header()->m_lastUid.load() + 1, 1U);
+    header()->m_lastUid.store(uid);
+    pBlock->m_uid.store(uid);
+    pBlock->m_next.store(0);
     CHeapChange::step();
-    pBlock->m_used = 1;
+    pBlock->m_used.store(1);
     return CSpyMemRef::of(m_id, offset, uid);
 }
 
@@ -455,7 +472,7 @@ CSpyMemRef CSpyHeap::allocate(unsigned int sizeNeeded)
     CSpyMemRef ref;
     {
         const CLocked locked;
-        ref = size > header()->m_poolBlockSize ? allocateOversized(size) : allocateHere(size);
+        ref = size > header()->m_poolBlockSize.load() ? allocateOversized(size) : allocateHere(size);
     }
     if (!ref)
         throwOutOfMemory("allocation failure heap# %d: %d bytes requested", m_id, size, this);
@@ -499,7 +516,7 @@ try {
 
 CSpyMemRef CSpyHeap::allocateOversized(uint32_t size)
 try {
-    if (size / 2 >= header()->m_poolBlockSize || size >= LargestPossibleBlock)
+    if (size / 2 >= header()->m_poolBlockSize.load() || size >= LargestPossibleBlock)
         return {};
     CSpyHeap* heap = overflowHeap();
     for (HEAPID passed = 0; heap && !heap->isEmpty(); ++passed)
@@ -522,20 +539,16 @@ uint32_t CSpyHeap::take(uint32_t size)
 uint32_t CSpyHeap::firstFit(CHeapBlock& pool, uint32_t size)
 {
     CHeapBlock* previous = &pool;
-    uint32_t offset = nextOf(pool, m_size);
-    while (offset != 0 && block(offset).m_size < size) {
-        previous = &block(offset);
-        offset = nextOf(*previous, offset);
+    CBlockCopy found = firstOf(pool);
+    while (found.m_offset != 0 && found.m_size < size) {
+        previous = &block(found.m_offset);
+        found = after(found);
     }
-    if (offset != 0)
-        takeFront(*previous, offset, size);
-    return offset;
-}
-
-void CSpyHeap::takeFront(CHeapBlock& previous, uint32_t offset, uint32_t size)
-{
-    const bool worthSplitting = block(offset).m_size - size >= SmallestRest;
-    previous.m_next = worthSplitting ? split(offset, size) : block(offset).m_next;
+    if (found.m_offset != 0) {
+        const bool worthSplitting = found.m_size - size >= SmallestRest;
+        previous->m_next.store(worthSplitting ? split(found, size) : found.m_next);
+    }
+    return found.m_offset;
 }
 
 /// Small requests that the small pool cannot meet come off the end of the lowest block that is larger: the
@@ -544,23 +557,23 @@ uint32_t CSpyHeap::lastFit(CHeapBlock& pool, uint32_t size)
 {
     CHeapBlock* beforeBest = nullptr;
     CHeapBlock* previous = &pool;
-    uint32_t best = 0;
-    for (uint32_t offset = nextOf(pool, m_size); offset != 0; offset = nextOf(*previous, offset)) {
-        if (block(offset).m_size > size) {
-            best = offset;
+    CBlockCopy best;
+    for (CBlockCopy found = firstOf(pool); found.m_offset != 0; found = after(found)) {
+        if (found.m_size > size) {
+            best = found;
             beforeBest = previous;
         }
-        previous = &block(offset);
+        previous = &block(found.m_offset);
     }
-    return best != 0 ? takeEnd(*beforeBest, best, size) : 0;
+    return best.m_offset != 0 ? takeEnd(*beforeBest, best, size) : 0;
 }
 
-uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, uint32_t offset, uint32_t size)
+uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, const CBlockCopy& found, uint32_t size)
 {
-    if (block(offset).m_size - size >= SmallestRest)
-        return splitOffEnd(offset, size);
-    previous.m_next = block(offset).m_next;
-    return offset;
+    if (found.m_size - size >= SmallestRest)
+        return splitOffEnd(found, size);
+    previous.m_next.store(found.m_next);
+    return found.m_offset;
 }
 
 bool CSpyHeap::isEmpty()
@@ -568,9 +581,10 @@ bool CSpyHeap::isEmpty()
     const CLocked locked;
     CHeapChange(*this).done(); // lists that a dead process left half-changed are rebuilt before they are read
     const CHeapHeader& head = *header();
+    const uint32_t whole = head.m_poolBlockSize.load();
     const auto isOneWholeBlock = [&](const CHeapBlock& pool) {
-        const uint32_t only = nextOf(pool, m_size);
-        return only != 0 && block(only).m_next == 0 && block(only).m_size >= head.m_poolBlockSize;
+        const CBlockCopy only = firstOf(pool);
+        return only.m_offset != 0 && only.m_next == 0 && only.m_size >= whole;
     };
     return isOneWholeBlock(head.m_largePool) && isOneWholeBlock(head.m_smallPool);
 }
@@ -580,15 +594,16 @@ CSpyMemRef CSpyHeap::allocateEntireHeap()
     const CLocked locked;
     CHeapChange change(*this);
     CHeapHeader& head = *header();
-    const uint32_t oneBigBlock = nextOf(head.m_largePool, m_size);
-    GX_ASSERT(oneBigBlock != 0, "oneBigBlock != 0");
-    CHeapBlock& big = block(oneBigBlock);
-    const CHeapBlock& absorbed = checked(head.m_smallPool.m_next);
-    big.m_size = big.m_size + absorbed.m_size + BlockHeader;
-    head.m_poolBlockSize = big.m_size;
-    head.m_largePool.m_next = 0;
-    head.m_smallPool.m_next = 0;
-    const CSpyMemRef ref = stamp(oneBigBlock);
+    const CBlockCopy oneBigBlock = firstOf(head.m_largePool), absorbed = firstOf(head.m_smallPool);
+    GX_ASSERT(oneBigBlock.m_offset != 0, "oneBigBlock != 0");
+    if (absorbed.m_offset != oneBigBlock.behind())
+        throw CHeapCorrupted("!!Spy Heap corrupted!! An empty heap is not of one piece");
+    const uint32_t size = oneBigBlock.m_size + absorbed.m_size + BlockHeader;
+    block(oneBigBlock.m_offset).m_size.store(size);
+    head.m_poolBlockSize.store(size);
+    head.m_largePool.m_next.store(0);
+    head.m_smallPool.m_next.store(0);
+    const CSpyMemRef ref = stamp(oneBigBlock.m_offset);
     change.done();
     return ref;
 }
@@ -604,43 +619,42 @@ void CSpyHeap::free(CSpyMemRef ref)
     const bool valid = verifyBlock(offset, ref.uid()) && checked(offset).isUsed();
     GX_ASSERT(valid, "pBlock->isUsed() && verifyBlock(ref.blockId(), ref.uid())");
     CHeapChange change(*this);
-    CHeapBlock& freed = block(offset);
-    freed.m_used = 0;
-    freed.m_uid = 0;
-    link(getPool(offset), offset);
+    const CBlockCopy freed = checked(offset);
+    block(offset).m_used.store(0);
+    block(offset).m_uid.store(0);
+    link(getPool(offset), freed);
     change.done();
 }
 
 /// Puts a free block into its place in a list and joins it with the neighbours that are in the same list.
-void CSpyHeap::link(CHeapBlock& pool, uint32_t offset)
+void CSpyHeap::link(CHeapBlock& pool, const CBlockCopy& freed)
 {
     CHeapBlock* beforeUpper = nullptr;
-    CHeapBlock* upper = &pool;
-    uint32_t upperOffset = m_size;
-    uint32_t lowerOffset = nextOf(pool, m_size);
-    while (lowerOffset > offset) {
-        beforeUpper = upper;
-        upper = &block(lowerOffset);
-        upperOffset = lowerOffset;
-        lowerOffset = nextOf(*upper, upperOffset);
+    CHeapBlock* previous = &pool;
+    CBlockCopy upper;
+    CBlockCopy lower = firstOf(pool);
+    while (lower.m_offset > freed.m_offset) {
+        beforeUpper = previous;
+        previous = &block(lower.m_offset);
+        upper = lower;
+        lower = after(lower);
     }
-    CHeapBlock& freed = block(offset);
-    const bool joinsUpper = beforeUpper && behind(offset) == upperOffset;
-    if (lowerOffset != 0 && behind(lowerOffset) == offset) {
-        CHeapBlock& lower = block(lowerOffset);
+    CHeapBlock& stored = block(freed.m_offset);
+    const bool joinsUpper = beforeUpper && freed.behind() == upper.m_offset;
+    if (lower.m_offset != 0 && lower.behind() == freed.m_offset) {
         uint32_t joined = lower.m_size + freed.m_size + BlockHeader;
         if (joinsUpper) {
-            joined += upper->m_size + BlockHeader;
-            beforeUpper->m_next = lowerOffset;
+            joined += upper.m_size + BlockHeader;
+            beforeUpper->m_next.store(lower.m_offset);
         }
-        lower.m_size = joined;
+        block(lower.m_offset).m_size.store(joined);
     } else if (joinsUpper) {
-        freed.m_next = upper->m_next;
-        freed.m_size += upper->m_size + BlockHeader;
-        beforeUpper->m_next = offset;
+        stored.m_next.store(upper.m_next);
+        stored.m_size.store(freed.m_size + upper.m_size + BlockHeader);
+        beforeUpper->m_next.store(freed.m_offset);
     } else {
-        freed.m_next = lowerOffset;
-        upper->m_next = offset;
+        stored.m_next.store(lower.m_offset);
+        previous->m_next.store(freed.m_offset);
     }
 }
 
@@ -653,36 +667,36 @@ CSpyMemRef CSpyHeap::realloc(CSpyMemRef& ref, unsigned int size)
 bool CSpyHeap::growInPlace(const CSpyMemRef& ref, unsigned int size)
 {
     const CLocked locked;
-    return size <= checked(ref.blockId()).m_size || growInPlace(ref.blockId(), size);
+    if (size <= checked(ref.blockId()).m_size)
+        return true;
+    CHeapChange change(*this); // which may rebuild the lists: the blocks are looked at afterwards
+    const bool grew = absorbNext(checked(ref.blockId()), size);
+    change.done();
+    return grew;
 }
 
-bool CSpyHeap::growInPlace(uint32_t offset, uint32_t size)
+bool CSpyHeap::absorbNext(const CBlockCopy& grown, uint32_t size)
 {
-    const uint32_t nextOffset = behind(offset);
-    if (nextOffset >= m_size || checked(nextOffset).isUsed())
+    if (grown.behind() >= m_size)
         return false;
-    CHeapChange change(*this);
-    CHeapBlock& grown = block(offset);
-    CHeapBlock& next = block(nextOffset);
+    const CBlockCopy next = checked(grown.behind());
     const uint32_t need = size - grown.m_size;
-    const uint32_t available = next.m_size + BlockHeader;
-    if (need > available) {
-        change.done();
+    uint32_t taken = next.m_size + BlockHeader;
+    if (next.isUsed() || need > taken)
         return false;
-    }
-    CHeapBlock* prevFree = findPrevFree(nextOffset);
+    CHeapBlock* prevFree = findPrevFree(next.m_offset);
     GX_ASSERT(prevFree && prevFree->isFree(), "prevFree != 0 && prevFree->isFree()");
-    // The size of the grown block is what takes the next one in: it is written in one piece.
-    if (available - need >= SmallestRest) {
-        const uint32_t pNewBlock = split(nextOffset, need);
+    if (taken - need >= SmallestRest) {
+        const uint32_t pNewBlock = split(next, need);
         GX_ASSERT(pNewBlock != 0, "pNewBlock != 0");
-        prevFree->m_next = pNewBlock;
+        prevFree->m_next.store(pNewBlock);
+        taken = need + BlockHeader;
     } else {
-        prevFree->m_next = next.m_next;
+        prevFree->m_next.store(next.m_next);
     }
+    // The size of the grown block is what takes the next one in: it is written in one piece.
     CHeapChange::step();
-    grown.m_size += next.m_size + BlockHeader;
-    change.done();
+    block(grown.m_offset).m_size.store(grown.m_size + taken);
     return true;
 }
 
@@ -690,12 +704,10 @@ CSpyHeap::CHeapBlock* CSpyHeap::findPrevFree(uint32_t offset) const
 {
     for (CHeapBlock* pool : {&header()->m_largePool, &header()->m_smallPool}) {
         CHeapBlock* node = pool;
-        uint32_t next = nextOf(*node, m_size);
-        while (next > offset) {
-            node = &block(next);
-            next = nextOf(*node, next);
-        }
-        if (next == offset)
+        CBlockCopy next = firstOf(*pool);
+        for (; next.m_offset > offset; next = after(next))
+            node = &block(next.m_offset);
+        if (next.m_offset == offset)
             return node;
     }
     return nullptr;
@@ -704,10 +716,13 @@ CSpyHeap::CHeapBlock* CSpyHeap::findPrevFree(uint32_t offset) const
 CSpyMemRef CSpyHeap::move(const CSpyMemRef& ref, uint32_t size)
 {
     CSpyMemRef moved = allocate(size, getTransactionId(m_id));
-    CHeapBlock& old = checked(ref.blockId());
-    // Blocks of a damaged heap may overlap.
-    std::memmove(getHeap(moved.heapId())->block(moved.blockId()).payload(), old.payload(),
-                 std::min<uint32_t>(old.m_size, size));
+    const CBlockCopy old = checked(ref.blockId());
+    CSpyHeap* const target = getHeap(moved.heapId());
+    if (!target)
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A block lies in a heap that is not in use");
+    // Blocks of a damaged heap may overlap, and a whole heap may hold less than it says.
+    std::memmove(target->block(moved.blockId()).payload(), block(old.m_offset).payload(),
+                 std::min({old.m_size, size, target->sizeAt(moved.blockId())}));
     free(ref);
     return moved;
 }
@@ -718,36 +733,37 @@ void CSpyHeap::repair()
 {
     CTracer::debugTrace("A process died while it changed spy heap %d: rebuilding the lists of free blocks",
                         static_cast<int>(m_id));
-    if (header()->m_largePool.m_used == CHeapChange::Formatting) {
+    if (header()->m_largePool.m_used.load() == CHeapChange::Formatting) {
         format();
         return;
     }
-    header()->m_largePool.m_next = 0;
-    header()->m_smallPool.m_next = 0;
-    uint32_t previous = 0;
-    for (uint32_t offset = FirstBlock; offset != m_size; offset = behind(previous)) {
-        checked(offset);
-        previous = relink(offset, previous);
-    }
+    header()->m_largePool.m_next.store(0);
+    header()->m_smallPool.m_next.store(0);
+    CBlockCopy previous;
+    for (uint32_t offset = FirstBlock; offset != m_size; offset = previous.behind())
+        previous = relink(checked(offset), previous);
 }
 
 /// Puts a block that is free into its list, or joins it with the one before it; they come in ascending order.
 /// @return the block that now ends where this one does
-uint32_t CSpyHeap::relink(uint32_t offset, uint32_t previous)
+CSpyHeap::CBlockCopy CSpyHeap::relink(const CBlockCopy& found, const CBlockCopy& previous)
 {
-    CHeapBlock& found = block(offset);
-    CHeapBlock& pool = getPool(offset);
-    found.m_next = 0;
+    CHeapBlock& stored = block(found.m_offset);
+    CHeapBlock& pool = getPool(found.m_offset);
+    stored.m_next.store(0);
     if (found.isUsed())
-        return offset;
-    found.m_uid = 0;
-    if (previous != 0 && pool.m_next == previous) {
-        block(previous).m_size += found.m_size + BlockHeader;
-        return previous;
+        return found;
+    stored.m_uid.store(0);
+    const uint32_t first = pool.m_next.load();
+    if (previous.m_offset != 0 && first == previous.m_offset) {
+        CBlockCopy joined = previous;
+        joined.m_size += found.m_size + BlockHeader;
+        block(joined.m_offset).m_size.store(joined.m_size);
+        return joined;
     }
-    found.m_next = pool.m_next;
-    pool.m_next = offset;
-    return offset;
+    stored.m_next.store(first);
+    pool.m_next.store(found.m_offset);
+    return found;
 }
 
 // The mutex
@@ -784,10 +800,9 @@ bool CSpyHeap::registerGlobal(unsigned int id, CSpyMemRef& ref)
     lock(0);
     if (id >= GlobalSlots)
         throw new CInvalidGlobal(id);
-    CStoredRef& slot = header()->m_globals[id];
-    const bool isFree = slot.m_blockId == 0 && slot.m_uid == 0;
+    const bool isFree = !global(id);
     if (isFree)
-        slot = {ref.word(), ref.uid()};
+        header()->m_globals[id].store(ref);
     unlock();
     return isFree;
 }
@@ -798,13 +813,23 @@ CSpyMemRef CSpyHeap::unregisterGlobal(unsigned int id)
     if (id >= GlobalSlots)
         throw new CInvalidGlobal(id);
     const CSpyMemRef ref = global(id);
-    header()->m_globals[id] = {};
+    header()->m_globals[id].store(CSpyMemRef());
     unlock();
     return ref;
 }
 
 CSpyMemRef CSpyHeap::global(unsigned int id) const
 {
-    const CStoredRef& slot = header()->m_globals[id];
-    return CSpyMemRef::fromWords(slot.m_blockId, slot.m_uid);
+    return header()->m_globals[id].load();
+}
+
+CSpyMemRef CSpyHeap::CStoredRef::load() const
+{
+    return CSpyMemRef::fromWords(m_blockId.load(), m_uid.load());
+}
+
+void CSpyHeap::CStoredRef::store(const CSpyMemRef& ref)
+{
+    m_blockId.store(ref.word());
+    m_uid.store(ref.uid());
 }

@@ -20,7 +20,7 @@ public:
 
     explicit CHeapChange(CSpyHeap& heap) : m_heap(heap)
     {
-        if (heap.header()->m_largePool.m_used != None) [[unlikely]]
+        if (heap.header()->m_largePool.m_used.load() != None) [[unlikely]]
             heap.repair();
         mark(heap, Blocks);
     }
@@ -34,7 +34,7 @@ public:
     static void mark(CSpyHeap& heap, EState state)
     {
         step();
-        heap.header()->m_largePool.m_used = state;
+        heap.header()->m_largePool.m_used.store(state);
         step();
     }
 

@@ -98,7 +98,7 @@ CHeapStats CSpyHeap::getStats()
 
 void CSpyHeap::updateStats(CHeapStats& stats) const
 {
-    forEachBlock([&](uint32_t, const CHeapBlock& found) {
+    forEachBlock([&](const CBlockCopy& found) {
         if (found.isUsed())
             addTo(stats.numberBytesAllocated, stats.numberUsedBlocks, stats.largestUsedBlock, found.m_size);
         else
@@ -130,9 +130,9 @@ void CSpyHeap::walk(FILE* out) const
 void CSpyHeap::walkPool(FILE* out, const CHeapBlock& pool) const
 {
     std::fputs(Line, out);
-    std::fprintf(out, "First free block: 0x%08x\n", pool.m_next);
-    forEachFree(pool, [&](uint32_t offset, const CHeapBlock& found) {
-        std::fprintf(out, "Block Id: 0x%08x", offset);
+    std::fprintf(out, "First free block: 0x%08x\n", pool.m_next.load());
+    forEachFree(pool, [&](const CBlockCopy& found) {
+        std::fprintf(out, "Block Id: 0x%08x", found.m_offset);
         std::fprintf(out, " size = %d\n", static_cast<int>(found.m_size));
     });
     std::fputs(Line, out);
@@ -142,12 +142,12 @@ void CSpyHeap::walkAll(FILE* out) const
 {
     std::fputs("---------------------------------", out);
     std::fputs("Walking all blocks: \n", out);
-    forEachBlock([&](uint32_t offset, CHeapBlock& found) {
-        std::fprintf(out, "Block Id: 0x%08x %s\n", offset, found.isUsed() ? " used" : " free ");
+    forEachBlock([&](const CBlockCopy& found) {
+        std::fprintf(out, "Block Id: 0x%08x %s\n", found.m_offset, found.isUsed() ? " used" : " free ");
         std::fprintf(out, " UID: 0x%08x\n", found.m_uid);
         std::fprintf(out, " size: %d\n", static_cast<int>(found.m_size));
         std::fprintf(out, " next: 0x%08x\n", found.m_next);
-        writePayload(out, found.payload(), found.m_size);
+        writePayload(out, block(found.m_offset).payload(), found.m_size);
     });
 }
 

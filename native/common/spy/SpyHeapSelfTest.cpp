@@ -83,7 +83,7 @@ private:
     {
         const HEAPID heap = allocate(SmallTestBlock, TestTransaction).heapId();
         CSpyHeap* tested = CSpyHeap::getHeap(heap);
-        const unsigned int largest = tested->header()->m_poolBlockSize;
+        const unsigned int largest = tested->header()->m_poolBlockSize.load();
         const bool large = allocate(largest, TestTransaction).heapId() == heap;
         while (allocate(SmallTestBlock, TestTransaction).heapId() == heap) {
         }

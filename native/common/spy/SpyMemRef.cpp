@@ -83,10 +83,10 @@ template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) co
     validHeap();
     const auto* pHeapAddress = heap->header();
     GX_ASSERT(pHeapAddress, "pHeapAddress != 0");
-    const unsigned int size = heap->sizeAt(blockId());
-    if (size != heap->blockAt(blockId())->m_size)
+    const CSpyHeap::CBlockCopy found = heap->copyAt(blockId());
+    if (!heap->holds(found))
         throw CHeapCorrupted(failure, heap);
-    copy(heap->blockAt(blockId())->payload(), size);
+    copy(heap->blockAt(blockId())->payload(), found.m_size);
     access.end();
 }
 

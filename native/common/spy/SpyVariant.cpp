@@ -23,9 +23,10 @@ CText textIn(const CSpyMemRef& block)
     if (!block)
         return {nullptr, 0};
     const auto* payload = static_cast<const unsigned char*>(block.address());
-    uint32_t length;
-    std::memcpy(&length, payload, CountSize);
-    if (uint64_t{length} + CountSize > block.size())
+    const uint32_t room = block.size();
+    const uint32_t length =
+        room < CountSize ? room : reinterpret_cast<const CShared<uint32_t>*>(payload)->load();
+    if (uint64_t{length} + CountSize > room)
         throw CHeapCorrupted("!!Spy Heap corrupted!! A string is longer than its block");
     return {payload + CountSize, length};
 }

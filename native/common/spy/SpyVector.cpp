@@ -97,6 +97,8 @@ void CSpyVector::refresh()
 {
     CSpyVectorHdr stored;
     read(&stored, sizeof stored);
+    if (stored.m_size > stored.m_capacity || stored.m_capacity > LargestHeap / SlotSize)
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A vector has more elements than room");
     m_header = stored;
     m_dirty = false;
 }
@@ -119,7 +121,7 @@ void CSpyVector::free()
 CSpyVariant CSpyVector::get(int index) const
 {
     const auto slot = static_cast<unsigned>(index);
-    return slot < m_header.m_size ? m_header[slot] : CSpyVariant();
+    return slot < m_header.m_size ? readOnce(m_header[slot]) : CSpyVariant();
 }
 
 template <class Value> unsigned int CSpyVector::find(const Value& value, int start) const
@@ -131,7 +133,7 @@ template <class Value> unsigned int CSpyVector::find(const Value& value, int sta
     const CSpyVariant* const slots = m_header.slots();
     const CSpyVariant* const end = slots + m_header.m_size;
     const CSpyVariant* const found =
-        std::find_if(slots + first, end, [&](const CSpyVariant& slot) { return slot == value; });
+        std::find_if(slots + first, end, [&](const CSpyVariant& slot) { return readOnce(slot) == value; });
     return found == end ? NotFound : static_cast<unsigned>(found - slots);
 }
 
@@ -165,7 +167,7 @@ CSpyVariant CSpyVector::set(int index, const CSpyVariant& value)
     CSpyVariant& place = m_header[slot];
     CSpyVariant previous;
     if (slot < m_header.m_size)
-        previous = place;
+        previous = readOnce(place);
     else
         std::fill(&m_header[m_header.m_size], &place, CSpyVariant());
     place = stored;

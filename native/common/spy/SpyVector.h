@@ -17,7 +17,7 @@ struct CSpyVectorHdr {
     /// Allocates room for `startSize` elements, above 0, all empty.
     void create(CSpyMemory& vector, UNIQUEID transactionId, unsigned int startSize, unsigned int increment);
     /// An element's slot in this process; below the capacity it need not be in use. Hold the heap mutex to
-    /// use it.
+    /// use it, and take what is there with readOnce.
     /// @throws COutOfSpyMemory  beyond the capacity
     CSpyVariant& operator[](unsigned int index) const;
     /// All slots, with the same conditions. @throws CHeapCorrupted  the block is smaller than the header says

@@ -235,7 +235,7 @@ TEST(SpyHeapDeathTest, GivesTheLockBackWithinASecondHoweverOftenHoldersAreKilled
         const CSpyHeapLock lock;
         EXPECT_EQ("", CHeapImage(base).fault());
         for (HEAPID id = CSpyHeap::getHeapId(Transaction); id != 0 && id <= MaxHeap;
-             id = CSpyHeap::getHeap(id)->header()->m_overflowHeap)
+             id = CSpyHeap::getHeap(id)->header()->m_overflowHeap.load())
             EXPECT_EQ("", CHeapImage(*CSpyHeap::getHeap(id)).fault());
         CSpyMemory::free(Transaction);
     }
