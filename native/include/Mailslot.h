@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 class ITalString;
@@ -19,8 +20,9 @@ public:
     virtual const char* message() const = 0;
 
 protected:
-    /// @param name  is copied; null stands for "(Unknown)"
-    explicit CMailslotException(const char* name) : m_name(name ? name : "(Unknown)") {}
+    explicit CMailslotException(const std::optional<std::string>& name) : m_name(name.value_or("(Unknown)"))
+    {
+    }
     const char* formatMessage(const char* format) const;
 
 private:
@@ -31,14 +33,14 @@ private:
 /// The process that receives there has died, or has given the mailslot up.
 class CMailslotGoneException : public CMailslotException {
 public:
-    explicit CMailslotGoneException(const char* name) : CMailslotException(name) {}
+    explicit CMailslotGoneException(const std::optional<std::string>& name) : CMailslotException(name) {}
     const char* message() const override { return formatMessage("Mailslot [%s] disappeared during send"); }
 };
 
 /// There is no such mailslot.
 class CInvalidMailslotException : public CMailslotException {
 public:
-    explicit CInvalidMailslotException(const char* name) : CMailslotException(name) {}
+    explicit CInvalidMailslotException(const std::optional<std::string>& name) : CMailslotException(name) {}
     const char* message() const override { return formatMessage("Mailslot does not  exist: %s"); }
 };
 
@@ -62,20 +64,21 @@ public:
     /// As stored. At any address, hence packed; references as their two words.
     struct [[gnu::packed]] CMailbox {
         struct [[gnu::packed]] CReference {
-            uint32_t m_word;
-            uint32_t m_uid;
-            CSpyMemRef ref() const { return CSpyMemRef::fromWords(m_word, m_uid); }
+            CShared<uint32_t> m_word;
+            CShared<uint32_t> m_uid;
+            CSpyMemRef ref() const { return CSpyMemRef::fromWords(m_word.load(), m_uid.load()); }
+            void store(const CSpyMemRef& ref);
         };
-        int32_t
-            m_owner; ///< process id of the receiver; 0 until it first waits, unless its process did before
-        int32_t m_set;
-        int32_t m_index; ///< of event 0 in the set
+        /// Process id of the receiver; 0 until it first waits, unless its process did before.
+        CShared<int32_t> m_owner;
+        CShared<int32_t> m_set;
+        CShared<int32_t> m_index; ///< of event 0 in the set
         CReference m_name;
         CReference m_sendQueue;
         CReference m_postQueue;
 
-        /// The ANSI name where it lies; null without one. Good while its block lives.
-        const char* name() const;
+        /// The ANSI name; none without a block, or when that holds no text.
+        std::optional<std::string> name() const;
         /// Frees the block of the name, once.
         void free();
     };
@@ -138,6 +141,7 @@ public:
 
 private:
     void loadFromSpyMem();
+    CSemaphoreHandle events() const;
     void storeName(const char* text);
     bool giveEvents();
     void beOwner();

@@ -44,8 +44,9 @@ public:
     virtual bool initialize(int semnum);
 
     /// Makes the set of `key` with `count` semaphores of value 0, or takes over the one that a dead process
-    /// left there. A set is alive when the process that last changed or tested its semaphore 0 is. The view
-    /// must not have a set yet. Needs no lock; blocks only in `initialize`.
+    /// left there. A set is alive when the process that last changed or tested its semaphore 0 is. A set with
+    /// other rights than ours, or another number of semaphores, belongs to another program and is left alone.
+    /// The view must not have a set yet. Needs no lock; blocks only in `initialize`.
     /// @param attachLive  what becomes of a set in use: true keeps its id without changing anything, false
     /// refuses it
     ///                    and leaves the id at -1; the answer is false either way
@@ -65,6 +66,7 @@ public:
 private:
     bool createNew(key_t key);
     bool reattach(key_t key, int count, bool attachLive);
+    bool isOurs(key_t key, int count) const;
     bool recycle(key_t key, int count);
 
     key_t m_key = 0;

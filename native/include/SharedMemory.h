@@ -7,7 +7,8 @@
 class CSharedMemory {
 public:
     /// Attaches the segment that belongs to `blockIndex` on the display of this process, and makes it when it
-    /// does not exist. Does not block, save for `CSharedMemoryGuard`. Failures of the system are traced and
+    /// does not exist. For one process at a time, and so is the deletion: hold CSharedMemoryGuard for block
+    /// 0, the lock around the store of the display for all others. Failures of the system are traced and
     /// leave an object without area.
     /// @param name  signature; a segment that starts with another one has no usable area
     /// @param size  bytes of the area
@@ -38,9 +39,11 @@ protected:
     bool m_existed = false;
 };
 
-/// Lets one thread of one process at a time attach, make, format or remove segments, so that nobody meets a
-/// half-made one. Recursive. Released by the system when its process dies. Waits at most ten seconds for
-/// another process, then goes on without it and says so in the trace. Take no other lock while it is held.
+/// Lets one thread of one process at a time make or remove the directory of segments and the first segment of
+/// a display, with the lock for everything else, so that nobody meets a half-made one. Recursive. Released by
+/// the system when its process dies. Any user can keep it: a process waits one second for it, once in its
+/// life, then goes on without it and says so in the trace. Take no other lock while it is held, and do not
+/// take it with the heap mutex held.
 class CSharedMemoryGuard {
 public:
     CSharedMemoryGuard();

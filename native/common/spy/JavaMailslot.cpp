@@ -22,8 +22,9 @@ CJavaMailslot::CJavaMailslot(JNIEnv* env, const CSpyMemRef& ref)
     const CMailslot::CMailbox* const record = m_mailslot.mailbox();
     if (!record || env->ExceptionCheck())
         return;
+    const std::optional<std::string> name = record->name();
     setQueues(record->m_sendQueue.ref(), record->m_postQueue.ref());
-    set("name", CJString(env, record->name()), "java/lang/String");
+    set("name", CJString(env, name ? name->c_str() : nullptr), "java/lang/String");
 }
 
 void CJavaMailslot::setQueues(const CSpyMemRef& sendQueue, const CSpyMemRef& postQueue)

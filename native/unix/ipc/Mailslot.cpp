@@ -18,11 +18,6 @@
 #include <unistd.h>
 
 namespace {
-CMailslot::CMailbox::CReference stored(const CSpyMemRef& ref)
-{
-    return {ref.word(), ref.uid()};
-}
-
 /// Frees what a reference names; somebody else may have done so already.
 template <class Free> void freeOnce(Free&& free)
 {
@@ -55,13 +50,21 @@ const char* CMailslotException::formatMessage(const char* format) const
     return m_message.c_str();
 }
 
-const char* CMailslot::CMailbox::name() const
+void CMailslot::CMailbox::CReference::store(const CSpyMemRef& ref)
+{
+    m_word.store(ref.word());
+    m_uid.store(ref.uid());
+}
+
+std::optional<std::string> CMailslot::CMailbox::name() const
 {
     const CSpyMemRef block = m_name.ref();
     if (!block)
-        return nullptr;
-    const auto* text = static_cast<const char*>(block.address());
-    return std::memchr(text, 0, block.size()) ? text : nullptr;
+        return std::nullopt;
+    std::string text(block.isValid() ? block.size() : 0, '\0');
+    block.read(text.data(), static_cast<unsigned>(text.size()));
+    const size_t end = text.find('\0');
+    return end == std::string::npos ? std::nullopt : std::optional(text.substr(0, end));
 }
 
 void CMailslot::CMailbox::free()
@@ -69,7 +72,7 @@ void CMailslot::CMailbox::free()
     CSpyMemRef block = m_name.ref();
     if (!block)
         return;
-    m_name = {};
+    m_name.store({});
     block.free();
 }
 
@@ -78,8 +81,8 @@ CMailslot::CMailslot(const CSpyMemRef& ref) : CSpyMemory(ref)
     loadFromSpyMem();
     // The list gives index 0 to nobody. In the set of the heap mutex it is that mutex, as is every index
     // whose low 16 bits are 0: signals to a block that is no mailslot's would lock the heap for good.
-    const int index = handle().m_index;
-    if (!handle().isNull() && (index < 1 || index >= CSemaphoreList::Indices))
+    const CSemaphoreHandle named = handle();
+    if (!named.isNull() && (named.m_index < 1 || named.m_index >= CSemaphoreList::Indices))
         throw CInvalidSpyMemRef(m_ref);
 }
 
@@ -103,9 +106,9 @@ bool CMailslot::create(const ITalString& name, const CSpyMemRef& sendQueue, cons
     try {
         storeName(text ? text : "");
         if (giveEvents()) {
-            m_pMailbox->m_owner = g_pid;
-            m_pMailbox->m_sendQueue = stored(sendQueue);
-            m_pMailbox->m_postQueue = stored(postQueue);
+            m_pMailbox->m_owner.store(g_pid);
+            m_pMailbox->m_sendQueue.store(sendQueue);
+            m_pMailbox->m_postQueue.store(postQueue);
             CTracer::debugTrace("Created Mailslot [%s] id = %d  index=%d\r\n", text ? text : "",
                                 handle().m_set, handle().m_index);
             return true;
@@ -122,7 +125,7 @@ void CMailslot::storeName(const char* text)
 {
     const auto size = static_cast<unsigned>(std::strlen(text) + 1);
     CSpyMemRef block = rawAlloc(size, 0);
-    m_pMailbox->m_name = stored(block);
+    m_pMailbox->m_name.store(block);
     block.write(text, size);
 }
 
@@ -144,21 +147,34 @@ bool CMailslot::giveEvents()
 
 CSemaphoreHandle CMailslot::handle() const
 {
-    return m_pMailbox ? CSemaphoreHandle(m_pMailbox->m_set, m_pMailbox->m_index) : CSemaphoreHandle();
+    return m_pMailbox ? CSemaphoreHandle(m_pMailbox->m_set.load(), m_pMailbox->m_index.load())
+                      : CSemaphoreHandle();
+}
+
+/// The semaphores to work on: those of the record when they are the list's, as all that this library stores
+/// are.
+CSemaphoreHandle CMailslot::events() const
+{
+    const CSemaphoreHandle named = handle();
+    if (named.isNull() || CSemaphoreList::has(named))
+        return named;
+    logError("A mailslot names semaphores that are not its display's: set %d, index %d", named.m_set,
+             named.m_index);
+    return {};
 }
 
 void CMailslot::setHandle(CSemaphoreHandle handle)
 {
     GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
-    m_pMailbox->m_set = handle.m_set;
-    m_pMailbox->m_index = handle.m_index;
+    m_pMailbox->m_set.store(handle.m_set);
+    m_pMailbox->m_index.store(handle.m_index);
 }
 
 /// Without an owner there is nobody to reap: 0 would stand for any child of this process group.
 bool CMailslot::isGone() const
 {
     m_ref.isValid();
-    const pid_t owner = m_pMailbox ? m_pMailbox->m_owner : 0;
+    const pid_t owner = m_pMailbox ? m_pMailbox->m_owner.load() : 0;
     if (owner <= 0)
         return false;
     reapChild(owner);
@@ -171,15 +187,15 @@ void CMailslot::beOwner()
     const pid_t process = getpid();
     const bool isFirst = g_pid.exchange(process) != process;
     // A mailslot that was made before the first wait has no owner yet.
-    if (isFirst || m_pMailbox->m_owner == 0)
-        m_pMailbox->m_owner = process;
+    if (isFirst || m_pMailbox->m_owner.load() == 0)
+        m_pMailbox->m_owner.store(process);
 }
 
 bool CMailslot::waitForMessage()
 {
     GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
     beOwner();
-    const CSemaphoreHandle events = handle();
+    const CSemaphoreHandle events = this->events();
     CMailslotEvent event(events);
     errno = EIDRM;
     if (events.isNull() || !event.wait(CMailslotEvent::Message)) {
@@ -203,12 +219,11 @@ bool CMailslot::send(bool waitForReply)
 {
     if (!m_pMailbox) {
         std::fputs("throwing invalid mailslot exception\n", stderr);
-        throw CInvalidMailslotException(nullptr);
+        throw CInvalidMailslotException(std::nullopt);
     }
-    const char* const text = m_pMailbox->name();
-    const CMailslotGoneException gone(text); // keeps the name, which goes with the mailslot
+    const CMailslotGoneException gone(m_pMailbox->name()); // keeps the name, which goes with the mailslot
     try {
-        const CSemaphoreHandle events = handle();
+        const CSemaphoreHandle events = this->events();
         if (events.isNull())
             throw gone;
         return waitForReply ? sendAndWait(events) : post(events);
@@ -246,7 +261,7 @@ bool CMailslot::sendAndWait(CSemaphoreHandle events)
 
 bool CMailslot::replyTo()
 {
-    const CSemaphoreHandle events = handle();
+    const CSemaphoreHandle events = this->events();
     if (events.isNull() || events.m_set < 0) {
         logError("Error in replyTo");
         return false;
@@ -263,7 +278,7 @@ bool CMailslot::attach(int)
         logError("Could not attach to mailslot");
         return false;
     }
-    if (kill(m_pMailbox->m_owner, 0) == -1) {
+    if (kill(m_pMailbox->m_owner.load(), 0) == -1) {
         logError("Attempting to send to Mailslot which is deceased.");
         const CInvalidMailslotException named(m_pMailbox->name());
         detach();
@@ -277,10 +292,10 @@ void CMailslot::detach()
     if (isNull() || !m_ref.isValid() || !m_pMailbox)
         return;
     const CSpyHeapLock lock;
-    const CSemaphoreHandle events = handle();
+    const CSemaphoreHandle events = this->events();
+    setHandle({});
     if (events.isNull())
         return;
-    setHandle({});
     CMailslotEvent(events).signal(CMailslotEvent::Reply, *this);
     CSemaphoreList().freeSemaphore(events, 2);
 }
@@ -296,7 +311,7 @@ void CMailslot::freeAll()
 {
     const CSpyHeapLock lock;
     freeOnce([&] { release(); });
-    const CMailbox record = *m_pMailbox;
+    const CMailbox record = readOnce(*m_pMailbox);
     freeOnce([&] { freeQueue(record.m_sendQueue.ref(), true); });
     freeOnce([&] { freeQueue(record.m_postQueue.ref(), false); });
     m_pMailbox = nullptr;

@@ -1,5 +1,7 @@
 #include "MailslotEvent.h"
 
+#include "IpcStatus.h"
+
 #include <cerrno>
 #include <chrono>
 #include <sys/sem.h>
@@ -9,16 +11,14 @@ namespace {
 void expectAlive(const CMailslot& slot)
 {
     if (slot.isGone())
-        throw CMailslotGoneException(nullptr);
+        throw CMailslotGoneException(std::nullopt);
 }
 } // namespace
 
 bool CMailslotEvent::clear(int event)
 {
-    union CArgument { // the caller of semctl declares it
-        int val;
-        void* other;
-    } zero{0};
+    CSemaphoreArgument zero;
+    zero.val = 0;
     return semctl(id(), m_index + event, SETVAL, zero) != -1;
 }
 

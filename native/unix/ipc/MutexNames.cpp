@@ -50,7 +50,9 @@ CSemaphoreHandle CUnixMutex::find(const ITalString& name)
         return {};
     }
     const CSpyVariant found = CSpyMap(mutexes).get(name);
-    return found.isa(CSpyVariant::SpyLong) ? CSemaphoreHandle(found.as<int64_t>()) : CSemaphoreHandle();
+    const auto handle =
+        found.isa(CSpyVariant::SpyLong) ? CSemaphoreHandle(found.as<int64_t>()) : CSemaphoreHandle();
+    return CSemaphoreList::has(handle) ? handle : CSemaphoreHandle();
 }
 
 CSemaphoreHandle CUnixMutex::find(const char* name)

@@ -1,46 +1,60 @@
 #include "SegmentSweep.h"
 
+#include "IpcStatus.h"
 #include "ProcessEnd.h"
 #include "SharedMemory.h"
 #include "SpyHeap.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstring>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 
 namespace {
-/// Processes that have the segment attached; -1 when there is none.
-long attachmentsOf(int id)
-{
-    shmid_ds status;
-    return id != -1 && shmctl(id, IPC_STAT, &status) == 0 ? static_cast<long>(status.shm_nattch) : -1;
-}
+std::array<std::atomic<key_t>, CSharedMemoryHeader::Names> s_baseHeaps; ///< 0: free
+std::atomic<size_t> s_remembered = 0;
 
-bool isHeap(int id)
+bool isSignedAsHeap(int id)
 {
     const void* base = shmat(id, nullptr, SHM_RDONLY);
     if (base == reinterpret_cast<void*>(-1))
         return false;
-    const bool signedAsHeap = std::strcmp(static_cast<const char*>(base), CSpyHeap::HeapObjectName) == 0;
+    const bool isSigned = std::strncmp(static_cast<const char*>(base), CSpyHeap::HeapObjectName,
+                                       sizeof CSpyHeap::HeapObjectName) == 0;
     shmdt(base);
-    return signedAsHeap;
+    return isSigned;
 }
 
-void removeSegment(key_t key)
+/// @return whether there is a heap of ours at that key, or was one that this process had
+bool removeHeap(key_t key)
 {
-    const int id = shmget(key, sizeof CSpyHeap::HeapObjectName, 0);
+    const int id = shmget(key, 0, 0);
+    const CSegmentStatus status(id);
+    if (!status.isKnown())
+        return std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) != s_baseHeaps.end();
+    if (!status.mayBeOurs() || status.size() < sizeof CSpyHeap::HeapObjectName || !isSignedAsHeap(id))
+        return false;
     // With the directory nobody else's, an attachment can only be this process's own.
-    if (const long attachments = attachmentsOf(id); (attachments == 0 || attachments == 1) && isHeap(id))
+    if (status.attachments() <= 1)
         shmctl(id, IPC_RMID, nullptr);
+    return true;
 }
 
-void removeSemaphores(key_t key)
+void removeSemaphores(key_t key, int size)
 {
-    if (const int id = semget(key, 0, 0); id != -1)
+    if (const int id = semget(key, 0, 0); CSemaphoreStatus(id).isOurs(size))
         semctl(id, 0, IPC_RMID);
 }
 } // namespace
+
+void CSegmentSweep::rememberBaseHeap(key_t key)
+{
+    if (std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) == s_baseHeaps.end())
+        s_baseHeaps[s_remembered++ % s_baseHeaps.size()] = key;
+}
 
 void CSegmentSweep::runAtExit()
 {
@@ -50,19 +64,16 @@ void CSegmentSweep::runAtExit()
 
 void CSegmentSweep::removeListed(const CSharedMemoryHeader& directory)
 {
-    for (const auto& entry : directory.m_layout.m_keys)
-        if (entry.m_key > static_cast<uint32_t>(CSharedMemoryHeader::s_headerKey) &&
-            entry.m_key < directory.m_layout.m_nextKey && entry.m_nameIndex < CSharedMemoryHeader::Names)
-            removeEntry(entry);
-}
-
-void CSegmentSweep::removeEntry(const CSharedMemoryHeader::CEntry& entry)
-{
-    const auto key = static_cast<key_t>(entry.m_key);
-    removeSegment(key);
-    if (entry.m_blockIndex == 0) {
-        removeSemaphores(key);     // the semaphore list
-        removeSemaphores(key - 1); // the heap mutex
+    const uint32_t nextKey = directory.m_layout.m_nextKey.load();
+    for (const auto& entry : directory.m_layout.m_keys) {
+        const uint32_t listed = entry.m_key.load();
+        if (listed <= static_cast<uint32_t>(CSharedMemoryHeader::s_headerKey) || listed >= nextKey)
+            continue;
+        const auto key = static_cast<key_t>(listed);
+        if (removeHeap(key) && entry.m_blockIndex.load() == 0) {
+            removeSemaphores(key, CSemaphoreStatus::ListSize);
+            removeSemaphores(key - 1, CSemaphoreStatus::LockSize);
+        }
     }
 }
 
@@ -71,7 +82,8 @@ try {
     const CSharedMemoryGuard guard;
     const CSharedMemoryHeader* header = CSharedMemoryHeader::attached();
     const int directory = shmget(CSharedMemoryHeader::s_headerKey, 0, 0);
-    if (!header || attachmentsOf(directory) != 1)
+    const CSegmentStatus status(directory);
+    if (!header || !status.mayBeOurs() || status.attachments() != 1)
         return;
     removeListed(*header);
     shmctl(directory, IPC_RMID, nullptr);

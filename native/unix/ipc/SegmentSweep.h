@@ -8,11 +8,14 @@
 /// knows that everything in it is unused. Hold CSharedMemoryGuard.
 class CSegmentSweep {
 public:
-    /// Removes what is listed in the directory: segments that nobody has attached, and the semaphore sets of
-    /// the displays. What this process has attached itself goes with it. Nothing is detached, since other
-    /// threads may still be at work. The directory may be a foreign segment: only what looks like ours is
-    /// removed.
+    /// Removes what is listed in the directory: heaps that nobody has attached, and the semaphore sets of the
+    /// displays. What this process has attached itself goes with it. Nothing is detached, since other threads
+    /// may still be at work. Anybody may have written the directory: only what is a heap of ours is removed,
+    /// and a set that is like ours only with its heap.
     static void removeListed(const CSharedMemoryHeader& directory);
+    /// A heap that this process had as the first of a display may have gone before its semaphores. Any
+    /// thread.
+    static void rememberBaseHeap(key_t key);
     /// When this process exits or the library is unloaded, and no other has the directory attached, removes
     /// what is listed and the directory. Children made by fork inherit it; their parent still has the
     /// directory attached then.
@@ -20,5 +23,4 @@ public:
 
 private:
     static void sweep() noexcept;
-    static void removeEntry(const CSharedMemoryHeader::CEntry& entry);
 };

@@ -8,13 +8,24 @@
 
 #include <algorithm>
 #include <iterator>
+#include <sys/sem.h>
 
 namespace {
 key_t keyOfBaseHeap()
 {
     return static_cast<const CUnixSharedMemory*>(CSpyHeap::getHeap(0)->sharedMemory())->key();
 }
+
+bool isSetOfBaseHeap(int set)
+{
+    return set == semget(keyOfBaseHeap(), 0, 0) && CSemaphoreStatus(set).isOurs(CSemaphoreStatus::ListSize);
+}
 } // namespace
+
+bool CSemaphoreList::has(CSemaphoreHandle handle)
+{
+    return handle.m_index >= 1 && handle.m_index < Indices && isSetOfBaseHeap(handle.m_set);
+}
 
 CSemaphoreList::CSemaphoreList()
 {
@@ -55,6 +66,10 @@ CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
     const auto run = std::search_n(std::begin(m_list.m_used), std::end(m_list.m_used), count, 0);
     if (run == std::end(m_list.m_used))
         return {};
+    if (!isSetOfBaseHeap(m_list.m_set)) {
+        CTracer::debugTrace("The semaphore list names a set that is not its own: %d", m_list.m_set);
+        return {};
+    }
     std::fill_n(run, count, uint8_t{1});
     write(&m_list, sizeof m_list);
     return {m_list.m_set, static_cast<int32_t>(run - m_list.m_used)};

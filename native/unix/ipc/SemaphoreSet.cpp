@@ -3,6 +3,7 @@
 #include "CTracer.h"
 #include "ErrorString.h"
 #include "GxAssert.h"
+#include "IpcStatus.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,22 +12,6 @@
 #include <unistd.h>
 
 namespace {
-union CSemaphoreArgument { // the caller of semctl declares it
-    int val;
-    semid_ds* buf;
-    unsigned short* array;
-    seminfo* __buf;
-};
-
-/// Semaphores that one set may have; -1 when the system does not tell.
-int systemLimit()
-{
-    seminfo info;
-    CSemaphoreArgument argument;
-    argument.__buf = &info;
-    return semctl(0, 0, SEM_INFO, argument) == -1 ? -1 : info.semmsl;
-}
-
 bool isAlive(pid_t process)
 {
     return process > 0 && (getpgid(process) != -1 || errno != ESRCH);
@@ -44,11 +29,11 @@ bool CSemaphoreSet::create(key_t key, int count, bool attachLive)
 {
     GX_ASSERT(m_id == -1, "m_id == -1");
     TRACE_SET("Creating semaphore Set");
-    if (const int limit = systemLimit(); limit != -1) {
+    if (const int limit = CSemaphoreStatus::systemLimit(); limit != -1) {
         count = std::min(count, limit);
         TRACE_SET("max number of semaphores on this system %d. Creating %d semphores", limit, count);
     }
-    m_id = semget(key, count, IPC_CREAT | IPC_EXCL | 0666);
+    m_id = semget(key, count, IPC_CREAT | IPC_EXCL | IpcRights);
     if (m_id != -1)
         return createNew(key);
     if (errno == EEXIST)
@@ -78,10 +63,14 @@ bool CSemaphoreSet::createNew(key_t key)
 bool CSemaphoreSet::reattach(key_t key, int count, bool attachLive)
 {
     TRACE_SET("Semaphore already exists, reattaching ...");
-    m_id = semget(key, count, IPC_CREAT | 0666);
+    m_id = semget(key, count, IPC_CREAT | IpcRights);
     if (m_id == -1) {
         TRACE_SET("Still can't open semaphore key=0x%08x : %s", static_cast<unsigned>(key),
                   CErrorString(errno).text());
+        return false;
+    }
+    if (!isOurs(key, count)) {
+        m_id = -1;
         return false;
     }
     if (!isAlive(semctl(m_id, 0, GETPID)))
@@ -90,6 +79,16 @@ bool CSemaphoreSet::reattach(key_t key, int count, bool attachLive)
         TRACE_SET("Error: Semaphore %d last accessed by a live process.", m_id);
         m_id = -1;
     }
+    return false;
+}
+
+bool CSemaphoreSet::isOurs(key_t key, int count) const
+{
+    const CSemaphoreStatus status(m_id);
+    if (status.isOurs(count))
+        return true;
+    TRACE_SET("Semaphore set of another program: key = 0x%08x, rights %o, %d semaphores instead of %d",
+              static_cast<unsigned>(key), static_cast<unsigned>(status.rights()), status.size(), count);
     return false;
 }
 

@@ -15,6 +15,7 @@ using namespace std::chrono_literals;
 std::recursive_mutex s_threads;
 int s_depth = 0;
 int s_namespace = -1;
+bool s_isKept = false; ///< somebody kept it for longer than anybody needs it: it is not waited for any more
 
 bool lockWithin(int file, std::chrono::milliseconds limit)
 {
@@ -36,8 +37,10 @@ CSharedMemoryGuard::CSharedMemoryGuard()
     if (s_depth++ > 0)
         return;
     s_namespace = open("/proc/self/ns/ipc", O_RDONLY | O_CLOEXEC);
-    if (s_namespace == -1 || !lockWithin(s_namespace, 10s))
-        CTracer::debugTrace("Shared memory is not guarded against other processes that start now");
+    if (s_namespace != -1 && lockWithin(s_namespace, s_isKept ? 0s : 1s))
+        return;
+    s_isKept = s_namespace != -1;
+    CTracer::debugTrace("Shared memory is not guarded against other processes that start now");
 }
 
 CSharedMemoryGuard::~CSharedMemoryGuard()

@@ -13,6 +13,7 @@
 
 namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
+constexpr int LongestName = sizeof(CSharedMemoryHeader::CLayout::m_names[0]) - 1;
 
 std::atomic_ref<char> firstByte(const char* name)
 {
@@ -79,20 +80,26 @@ void CSharedMemoryHeader::init()
 key_t CSharedMemoryHeader::getKey(const char* name, int blockIndex)
 {
     const auto block = static_cast<uint32_t>(blockIndex);
-    const auto known = [&] {
-        const uint32_t index = find(name);
-        return index == NotFound ? NotFound : get(index, block);
-    };
-    if (const uint32_t key = known(); key != NotFound)
-        return static_cast<key_t>(key);
-    const CSharedMemoryGuard guard;
-    if (const uint32_t key = known(); key != NotFound)
-        return static_cast<key_t>(key);
-    const uint32_t found = find(name);
-    const uint32_t index = found != NotFound ? found : add(name);
-    const uint32_t key = m_layout.m_nextKey++;
+    const uint32_t index = findOrAdd(name);
+    const uint32_t known = index == NotFound ? NotFound : get(index, block);
+    if (known != NotFound)
+        return static_cast<key_t>(known);
+    const uint32_t key = nextKey();
     addKey(index, block, key);
     return static_cast<key_t>(key);
+}
+
+uint32_t CSharedMemoryHeader::findOrAdd(const char* name)
+{
+    const uint32_t index = find(name);
+    return index != NotFound ? index : add(name);
+}
+
+/// Whatever stands in the directory, never a key that others have a meaning for: that of the directory, or 0,
+/// with which the system makes a new object at each call.
+uint32_t CSharedMemoryHeader::nextKey()
+{
+    return std::clamp<uint32_t>(m_layout.m_nextKey.fetch_add(1), s_headerKey + 1, NotFound - 1);
 }
 
 uint32_t CSharedMemoryHeader::find(const char* name) const
@@ -110,7 +117,7 @@ uint32_t CSharedMemoryHeader::add(const char* name)
                                    [](const auto& stored) { return isFree(stored); });
     if (slot == std::end(m_layout.m_names) || name[0] == 0)
         return NotFound;
-    const size_t length = strnlen(name, sizeof *slot - 1);
+    const size_t length = strnlen(name, LongestName);
     std::memcpy(*slot + 1, name + 1, length - 1);
     (*slot)[length] = 0;
     // The first byte makes the slot count: it is written last, for readers without a lock.
@@ -120,31 +127,37 @@ uint32_t CSharedMemoryHeader::add(const char* name)
 
 uint32_t CSharedMemoryHeader::get(uint32_t nameIndex, uint32_t blockIndex) const
 {
-    const auto entry =
-        std::find_if(std::begin(m_layout.m_keys), std::end(m_layout.m_keys), [&](const CEntry& each) {
-            return each.m_key != NotFound && each.m_nameIndex == nameIndex && each.m_blockIndex == blockIndex;
-        });
-    return entry == std::end(m_layout.m_keys) ? NotFound : entry->m_key.load();
+    for (const CEntry& entry : m_layout.m_keys) {
+        const uint32_t key = entry.m_key.load(std::memory_order_acquire);
+        if (key > s_headerKey && key != NotFound && entry.m_nameIndex == nameIndex &&
+            entry.m_blockIndex == blockIndex)
+            return key;
+    }
+    return NotFound;
 }
 
 uint32_t CSharedMemoryHeader::addKey(uint32_t nameIndex, uint32_t blockIndex, uint32_t key)
 {
-    const auto entry = std::find_if(std::begin(m_layout.m_keys), std::end(m_layout.m_keys),
-                                    [](const CEntry& each) { return each.m_key == NotFound; });
-    if (entry == std::end(m_layout.m_keys))
-        return NotFound;
-    entry->m_nameIndex = nameIndex;
-    entry->m_blockIndex = blockIndex;
-    // The key makes the entry count: it is written last, for readers without a lock.
-    entry->m_key.store(key, std::memory_order_release);
-    return static_cast<uint32_t>(entry - m_layout.m_keys);
+    for (CEntry& entry : m_layout.m_keys) {
+        // Processes of other displays may be adding theirs: the block index takes the entry, and the key, for
+        // readers without a lock, makes it count.
+        uint32_t nobody = NotFound;
+        if (entry.m_key.load() != NotFound || !entry.m_blockIndex.compare_exchange_strong(nobody, blockIndex))
+            continue;
+        entry.m_nameIndex = nameIndex;
+        entry.m_key.store(key, std::memory_order_release);
+        return static_cast<uint32_t>(&entry - m_layout.m_keys);
+    }
+    return NotFound;
 }
 
 void CSharedMemoryHeader::dump(FILE* out) const
 {
-    for (const CEntry& entry : m_layout.m_keys)
-        if (entry.m_key != NotFound)
-            std::fprintf(out, "Key=0x%04x [%s] blockIndex =%d\n ", entry.m_key.load(),
-                         entry.m_nameIndex < Names ? m_layout.m_names[entry.m_nameIndex] : "",
-                         static_cast<int>(entry.m_blockIndex));
+    for (const CEntry& entry : m_layout.m_keys) {
+        const uint32_t key = entry.m_key.load(), name = entry.m_nameIndex.load();
+        if (key != NotFound)
+            std::fprintf(out, "Key=0x%04x [%.*s] blockIndex =%d\n ", key, LongestName,
+                         name < Names ? m_layout.m_names[name] : "",
+                         static_cast<int>(entry.m_blockIndex.load()));
+    }
 }

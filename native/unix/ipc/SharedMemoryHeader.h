@@ -16,7 +16,8 @@ class CNoSegmentHeader {};
 /// spellings of one display
 /// (":99", ":99.0") are two names. Nothing ever leaves the directory while a process is attached to it.
 ///
-/// Look-ups take no lock; a new entry is made under CSharedMemoryGuard, one process at a time. Any thread.
+/// Anybody in the namespace can write it: a key is a number to look at, not a promise of what lies there.
+/// Any thread; takes no lock. What is new is for one process at a time: see getKey.
 class CSharedMemoryHeader {
 public:
     static constexpr key_t s_headerKey = 0x6D; ///< of the directory itself
@@ -25,14 +26,14 @@ public:
     static constexpr unsigned int Names = 16;
 
     struct CEntry {
-        std::atomic<uint32_t> m_key; ///< NotFound: the entry is free
-        uint32_t m_nameIndex;        ///< slot in the name table
-        uint32_t m_blockIndex;
+        std::atomic<uint32_t> m_key;        ///< NotFound: the entry is free
+        std::atomic<uint32_t> m_nameIndex;  ///< slot in the name table
+        std::atomic<uint32_t> m_blockIndex; ///< NotFound: nobody is about to fill the entry
     };
     struct CLayout {
         CEntry m_keys[Entries];
         char m_names[Names][1024]; ///< display names, NUL-terminated; first byte 0: free
-        uint32_t m_nextKey;
+        std::atomic<uint32_t> m_nextKey;
     };
 
     /// The directory of this IPC namespace: attached, and made when there is none, at the first call; it then
@@ -43,8 +44,9 @@ public:
     /// The directory when this process has it attached already, else null.
     static CSharedMemoryHeader* attached();
 
-    /// The key of a pair; a new pair gets the next free number. When the table of names or of keys is full
-    /// the pair still gets a number, which nobody can look up again.
+    /// The key of a pair; a new pair gets the next free number. Two processes must not ask for the same new
+    /// pair at once: they hold what guards that block, see CSharedMemory::create. When the table of names or
+    /// of keys is full the pair still gets a number, which nobody can look up again.
     key_t getKey(const char* name, int blockIndex);
 
     uint32_t find(const char* name) const;
@@ -60,6 +62,9 @@ public:
 
 private:
     friend class CSegmentSweep;
+
+    uint32_t findOrAdd(const char* name);
+    uint32_t nextKey();
 
     CLayout m_layout;
 };

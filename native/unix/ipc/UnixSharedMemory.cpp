@@ -3,6 +3,8 @@
 #include "CTracer.h"
 #include "ErrorString.h"
 #include "GxAssert.h"
+#include "IpcStatus.h"
+#include "SegmentSweep.h"
 #include "SharedMemoryHeader.h"
 #include "SpyHeap.h"
 
@@ -38,19 +40,21 @@ CSharedMemory* CSharedMemory::create(const char* name, int blockIndex, int size)
 CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
 {
     CTracer::debugTrace("Attaching  to shared memory segment %d ...", blockIndex);
-    const CSharedMemoryGuard guard;
     CSharedMemoryHeader* directory = directoryOrNull();
     if (!directory)
         return;
     const char* display = std::getenv("DISPLAY");
     if (!display)
         throw COutOfSpyMemory("could not initialize SpyMemory: DISPLAY not set");
-    if (!attach(directory->getKey(display, blockIndex), size + signatureLength(name)) || !m_area)
+    const key_t key = directory->getKey(display, blockIndex);
+    if (!attach(key, size + signatureLength(name)) || !m_area)
         return;
     if (!m_existed)
         std::strcpy(static_cast<char*>(m_base), name);
     if (checkSignature(name)) {
         m_area = static_cast<char*>(m_base) + signatureLength(name);
+        if (blockIndex == 0)
+            CSegmentSweep::rememberBaseHeap(key);
     } else {
         CTracer::debugTrace("Error - shared memory not valid!");
         m_area = nullptr;
@@ -66,19 +70,27 @@ void CUnixSharedMemory::dump(const char*, unsigned int, unsigned int) {}
 
 bool CUnixSharedMemory::attach(int key, int size)
 {
-    m_memId = shmget(key, static_cast<size_t>(size), IPC_CREAT | 0666);
+    m_memId = shmget(key, static_cast<size_t>(size), IPC_CREAT | IpcRights);
     if (m_memId == -1) {
         CTracer::debugTrace("Error trying to create shared memory segment: key = 0x%0x , %s!!!",
                             static_cast<unsigned>(key), CErrorString(errno).text());
         return false;
     }
-    shmid_ds status;
-    if (shmctl(m_memId, IPC_STAT, &status) == -1) {
+    const CSegmentStatus status(m_memId);
+    if (!status.isKnown()) {
         CTracer::debugTrace("Error calling shmctl: %s", CErrorString(errno).text());
         return false;
     }
-    CTracer::debugTrace("Number of attaches = %d ...", static_cast<int>(status.shm_nattch));
-    m_existed = status.shm_nattch != 0;
+    CTracer::debugTrace("Number of attaches = %d ...", static_cast<int>(status.attachments()));
+    m_existed = status.attachments() != 0;
+    if (!status.mayBeOurs() || status.size() != static_cast<size_t>(size)) {
+        CTracer::debugTrace(
+            "Shared memory segment of another program: key = 0x%0x , rights %o, %zu bytes instead "
+            "of %d !!!",
+            static_cast<unsigned>(key), static_cast<unsigned>(status.rights()), status.size(), size);
+        m_memId = -1;
+        return false;
+    }
     if (map(key))
         return true;
     if (!m_existed)
@@ -108,13 +120,11 @@ void CUnixSharedMemory::detach()
     if (!m_base)
         return;
     GX_ASSERT(m_memId != 0, "m_memId != 0");
-    const CSharedMemoryGuard guard;
     if (shmdt(m_base) == -1)
         CTracer::debugTrace("Error trying to detach shared memory segment: id = 0x%0x , %s!!!",
                             static_cast<unsigned>(m_memId), CErrorString(errno).text());
-    shmid_ds status;
-    if (shmctl(m_memId, IPC_STAT, &status) == 0 && status.shm_nattch == 0 &&
-        shmctl(m_memId, IPC_RMID, nullptr) == -1)
+    // Without an area it carries a foreign signature, and is not ours to remove.
+    if (m_area && CSegmentStatus(m_memId).attachments() == 0 && shmctl(m_memId, IPC_RMID, nullptr) == -1)
         CTracer::debugTrace("Error removing shared memory segment: %d, with error: %s", m_memId,
                             CErrorString(errno).text());
     m_memId = -1;

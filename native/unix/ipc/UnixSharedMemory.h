@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <sys/types.h>
 
-/// An attached System V segment. See CSharedMemory for ownership.
+/// An attached System V segment. See CSharedMemory for ownership. Making and destroying one is for one
+/// process at a time: hold CSharedMemoryGuard, or the lock of the display for the blocks that come after it.
 class CUnixSharedMemory : public CSharedMemory {
 public:
     /// No segment yet.
@@ -18,9 +19,10 @@ public:
     void dump(const char* file, unsigned int offset, unsigned int length) override;
 
     /// Attaches the segment of `key`, made with `size` bytes and rights for everybody when it does not exist.
-    /// One that exists without a process attached to it counts as new. @return whether it is attached
+    /// One that exists without a process attached to it counts as new; one with other rights or another size
+    /// belongs to another program and is left alone. @return whether it is attached
     bool attach(int key, int size);
-    /// Detaches, and removes the segment when nobody else has it attached.
+    /// Detaches, and removes a segment of ours when nobody else has it attached.
     void detach();
     /// Whether the segment starts with exactly this string.
     bool checkSignature(const char* name) const;
@@ -33,7 +35,6 @@ public:
 
 private:
     bool map(int key);
-    void sign(const char* name);
 
     int m_memId = -1;
     void* m_base = nullptr;

@@ -156,7 +156,7 @@ TEST_F(MailslotTest, RefusesToAttachToADeadReceiverAndReapsOneOfItsOwn)
         _exit(0);
     siginfo_t ended;
     waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
-    m_slot.mailbox()->m_owner = child;
+    m_slot.mailbox()->m_owner.store(child);
     EXPECT_TRUE(m_slot.attach(0)) << "a zombie passes for alive";
     EXPECT_TRUE(m_slot.isGone());
     EXPECT_EQ(-1, waitpid(child, nullptr, 0)) << "reaped";
