@@ -1,0 +1,223 @@
+// What another user of the IPC namespace can have this library do to objects of other programs: nothing.
+#include "AsciiName.h"
+#include "ChildProcess.h"
+#include "IpcStatus.h"
+#include "Mailslot.h"
+#include "Mutex.h"
+#include "Program.h"
+#include "SemaphoreList.h"
+#include "SharedMemoryHeader.h"
+#include "SpyMap.h"
+#include "SpyVector.h"
+#include "UnixSharedMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+using namespace std::chrono_literals;
+
+constexpr key_t Key = 0x1001;
+constexpr int HeapBytes = 0x100000 + 48;
+constexpr uid_t Stranger = 65534; ///< where the tests run as root; else the stranger is the same user
+
+/// The objects of another program of the victim: a set where a display's lock would be, a set and a segment
+/// where its list and its first heap would.
+class CPrivateObjects {
+public:
+    CPrivateObjects(int rights, int lockSize, int listSize, int bytes, bool withSegment)
+        : m_sets{semget(Key - 1, lockSize, IPC_CREAT | rights), semget(Key, listSize, IPC_CREAT | rights)}
+    {
+        for (const int set : m_sets) {
+            CSemaphoreArgument seven;
+            seven.val = 7;
+            semctl(set, 0, SETVAL, seven);
+        }
+        if (!withSegment)
+            return;
+        m_segment = shmget(Key, static_cast<size_t>(bytes), IPC_CREAT | rights);
+        void* const base = shmat(m_segment, nullptr, 0);
+        std::strcpy(static_cast<char*>(base), "private");
+        shmdt(base);
+    }
+    void expectUntouched() const
+    {
+        for (const int set : m_sets)
+            EXPECT_EQ(7, semctl(set, 0, GETVAL));
+        if (m_segment == -1)
+            return;
+        const void* const base = shmat(m_segment, nullptr, SHM_RDONLY);
+        ASSERT_NE(reinterpret_cast<void*>(-1), base) << "it was removed";
+        EXPECT_STREQ("private", static_cast<const char*>(base));
+        shmdt(base);
+    }
+    CSemaphoreHandle semaphore() const { return {m_sets[1], 1}; }
+
+private:
+    int m_sets[2];
+    int m_segment = -1;
+};
+
+/// Makes a directory that names those keys as the ones of the victim's display.
+CSharedMemoryHeader* plantDirectory()
+{
+    const int id = shmget(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader), IPC_CREAT | 0666);
+    auto* const directory = static_cast<CSharedMemoryHeader*>(shmat(id, nullptr, 0));
+    directory->init();
+    directory->addKey(directory->add(getenv("DISPLAY")), 0, Key);
+    reinterpret_cast<CSharedMemoryHeader::CLayout*>(directory)->m_nextKey = Key + 100;
+    return directory;
+}
+
+/// Runs a test of DISABLED_Victim below as a program of its own, in this namespace.
+/// @return its exit status
+int runVictim(const std::string& test)
+{
+    const pid_t program = spawn({"/proc/self/exe", "--gtest_also_run_disabled_tests", "--gtest_brief=1",
+                                 "--gtest_filter=DISABLED_Victim." + test},
+                                -1);
+    int status;
+    waitpid(program, &status, 0);
+    return status;
+}
+
+TEST(DISABLED_Victim, WorksInAStoreOfItsOwn)
+{
+    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("name"));
+    ASSERT_TRUE(mutex);
+    EXPECT_TRUE(mutex->acquire(0));
+    mutex->release();
+}
+
+TEST(DISABLED_Victim, HasNoStore)
+{
+    EXPECT_THROW(CSpyMemory(), COutOfSpyMemory);
+}
+
+TEST(DISABLED_Victim, HasNoLock)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_THROW(CSpyHeapLock(), CSpyHeapLockedException);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+}
+
+TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
+{
+    constexpr struct {
+        const char* why;
+        int rights, lockSize, listSize, bytes;
+        bool withSegment, attached;
+        const char* victim;
+    } rows[] = {
+        {"nobody has the directory: its list is cleaned", 0600, 1, 32, HeapBytes, true, false,
+         "WorksInAStoreOfItsOwn"},
+        {"the same, and other programs let everybody in", 0666, 7, 9, 4096, true, false,
+         "WorksInAStoreOfItsOwn"},
+        {"the same, with sets like ours and without heap", 0666, 1, 32, 0, false, false,
+         "WorksInAStoreOfItsOwn"},
+        {"the directory is in use: a private segment is the heap", 0600, 1, 32, HeapBytes, true, true,
+         "HasNoStore"},
+        {"an open one of another size is", 0666, 7, 9, HeapBytes + 4096, true, true, "HasNoStore"},
+        {"a private set is the lock", 0600, 1, 32, 0, false, true, "HasNoLock"},
+        {"an open set of another size is", 0666, 7, 9, 0, false, true, "HasNoLock"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        CChildProcess world([&](CChildProcess&) {
+            ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+            const CPrivateObjects objects(row.rights, row.lockSize, row.listSize, row.bytes, row.withSegment);
+            CChildProcess stranger([&](CChildProcess& parent) {
+                if (geteuid() == 0) {
+                    ASSERT_EQ(0, setresuid(Stranger, Stranger, Stranger));
+                }
+                CSharedMemoryHeader* const directory = plantDirectory();
+                if (!row.attached)
+                    shmdt(directory);
+                parent.pass();
+                parent.wait();
+            });
+            stranger.wait();
+            EXPECT_EQ(0, runVictim(row.victim));
+            objects.expectUntouched();
+        });
+        EXPECT_EQ(0, world.join());
+    }
+}
+
+TEST(StrangerTest, CannotHaveSemaphoresSignalledThatTheStoreNames)
+{
+    const CPrivateObjects objects(0600, 1, 32, 0, false);
+    const CAsciiName name("planted");
+    CUnixMutex planted;
+    for (const CSemaphoreHandle handle :
+         {objects.semaphore(), CSemaphoreHandle(CSemaphoreList().allocSemaphore(0).m_set, 0)}) {
+        planted.put(name, handle);
+        EXPECT_TRUE(planted.find(name).isNull());
+    }
+    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("planted"));
+    EXPECT_TRUE(mutex->acquire(0)) << "it gets a semaphore of the list instead";
+    mutex->release();
+
+    CMailslot slot;
+    ASSERT_TRUE(slot.create(CAsciiName("slot"), {}, {}));
+    const CSemaphoreHandle own = slot.handle();
+    slot.setHandle(objects.semaphore());
+    EXPECT_THROW(slot.send(false), CMailslotGoneException);
+    slot.setHandle(objects.semaphore());
+    EXPECT_FALSE(slot.replyTo());
+    EXPECT_FALSE(slot.waitForMessage());
+    slot.detach();
+    EXPECT_EQ(0, semctl(objects.semaphore().m_set, 1, GETVAL));
+    EXPECT_EQ(0, semctl(objects.semaphore().m_set, 2, GETVAL));
+    objects.expectUntouched();
+    CSemaphoreList().freeSemaphore(own, 2);
+
+    CSemaphoreList list;
+    CSemaphoreList::CRecord record{}, changed{};
+    list.read(&record, sizeof record);
+    changed = record;
+    changed.m_set = objects.semaphore().m_set;
+    list.write(&changed, sizeof changed);
+    EXPECT_TRUE(CSemaphoreList().allocSemaphore(1).isNull());
+    list.write(&record, sizeof record);
+    for (const int set : {semget(Key - 1, 0, 0), semget(Key, 0, 0)})
+        semctl(set, 0, IPC_RMID);
+    CSpyHeap::deleteBaseHeap();
+}
+
+TEST(DISABLED_Victim, UsesThreeHeaps)
+{
+    const auto start = std::chrono::steady_clock::now();
+    for (UNIQUEID transaction = 0; transaction < 3; ++transaction)
+        CSpyHeap::getHeap(0)->allocate(100, transaction);
+    CSpyHeap::deleteBaseHeap();
+    CSpyMemory();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
+TEST(StrangerTest, DelaysAProcessByOneSecondWhoKeepsTheGuard)
+{
+    CChildProcess world([](CChildProcess&) {
+        ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+        const int guard = open("/proc/self/ns/ipc", O_RDONLY | O_CLOEXEC);
+        ASSERT_EQ(0, flock(guard, LOCK_EX));
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(0, runVictim("UsesThreeHeaps"));
+        const auto taken = std::chrono::steady_clock::now() - start;
+        EXPECT_GT(taken, 900ms) << "it was not waited for at all";
+        EXPECT_LT(taken, 4s) << "from start to exit";
+    });
+    EXPECT_EQ(0, world.join());
+}
+} // namespace
