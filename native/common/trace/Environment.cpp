@@ -4,12 +4,14 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <list>
+#include <map>
 #include <mutex>
 #include <pthread.h>
-#include <set>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 constinit std::mutex s_lock;
@@ -23,12 +25,39 @@ bool isName(const char* name)
     return name && *name && !std::strchr(name, '=');
 }
 
-/// The same text at an address that stays: putenv makes it part of the environment. Never freed, for exit
-/// handlers read the environment too.
-char* kept(std::string entry)
+/// The texts "NAME=value" of one variable. A text that was replaced may still be read by somebody who asked
+/// the C library for it, so its memory is written to again only some changes later, and never freed: exit
+/// handlers read the environment, too.
+class CTexts {
+public:
+    /// A text that putenv can make part of the environment.
+    char* make(std::string_view name, std::string_view value)
+    {
+        const size_t needed = name.size() + value.size() + 2;
+        if (m_texts.size() < kept)
+            m_texts.emplace_back(needed);
+        std::vector<char>& text = m_texts[m_next++ % kept];
+        if (text.size() < needed)
+            m_outgrown.push_back(std::exchange(text, std::vector<char>(2 * needed)));
+        char* end = std::copy(name.begin(), name.end(), text.data());
+        *end++ = '=';
+        *std::copy(value.begin(), value.end(), end) = '\0';
+        return text.data();
+    }
+
+private:
+    static constexpr size_t kept = 64;
+
+    std::vector<std::vector<char>> m_texts;
+    std::vector<std::vector<char>> m_outgrown; ///< together no more than what took their places
+    size_t m_next = 0;
+};
+
+CTexts& textsOf(std::string_view name)
 {
-    static auto& texts = *new std::set<std::string>;
-    return const_cast<char*>(texts.insert(std::move(entry)).first->c_str());
+    static auto& all = *new std::map<std::string, CTexts, std::less<>>;
+    const auto known = all.find(name);
+    return known != all.end() ? known->second : all[std::string(name)];
 }
 
 std::optional<std::string> valueOf(const char* name)
@@ -55,8 +84,11 @@ void append(char* entry)
 
 bool put(const char* name, std::string_view value)
 {
-    char* const entry = kept(std::string(name).append("=").append(value));
-    if (std::getenv(name))
+    const char* const present = std::getenv(name);
+    if (present && present == value)
+        return true;
+    char* const entry = textsOf(name).make(name, value);
+    if (present)
         return putenv(entry) == 0;
     append(entry);
     return true;

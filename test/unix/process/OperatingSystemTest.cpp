@@ -12,6 +12,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -288,5 +289,21 @@ TEST(EnvironmentTest, IsReadWhileItIsEdited)
         reader.join();
     for (const char* name : {"", "A=B", static_cast<const char*>(nullptr)})
         EXPECT_FALSE(CEnvironment::set(name, "x"));
+}
+
+TEST(EnvironmentTest, DoesNotGrowWithTheNumberOfChanges)
+{
+    const auto pages = [] {
+        size_t total = 0, resident = 0;
+        std::ifstream("/proc/self/statm") >> total >> resident;
+        return resident;
+    };
+    const std::string tail(1500, 'v');
+    const size_t before = pages();
+    for (int round = 0; round < 20'000; ++round)
+        CEnvironment::set("GX_CHANGED", (std::to_string(round) + tail).c_str());
+    EXPECT_EQ("19999" + tail, CEnvironment::get("GX_CHANGED"));
+    EXPECT_LT(pages(), before + 1000) << "4 MB; all of the values are 30";
+    CEnvironment::unset("GX_CHANGED");
 }
 } // namespace
