@@ -21,6 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 constexpr mode_t permissionBits = 0777;
 constexpr mode_t allBits = 07777;
+constexpr int mostLinks = 40; ///< in a row, as the kernel has it
 
 bool report(const char* operation, const char* from, const char* to)
 {
@@ -106,7 +107,7 @@ bool copyAttributes(const struct stat& source, int to, bool withOwner)
         return false;
     const bool sameOwner = made.st_uid == source.st_uid && made.st_gid == source.st_gid;
     const timespec times[] = {source.st_atim, source.st_mtim};
-    return fchmod(to, source.st_mode & (sameOwner ? allBits : permissionBits)) == 0 &&
+    return fchmod(to, source.st_mode & (withOwner && sameOwner ? allBits : permissionBits)) == 0 &&
            futimens(to, times) == 0;
 }
 
@@ -130,17 +131,36 @@ bool isSameFile(const struct stat& one, const struct stat& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
+/// Whether a link lies where everybody may put one, and was put there by neither this user nor the
+/// directory's owner: it leads where somebody else wants a file to be written.
+bool isTrap(const fs::path& link, const struct stat& status)
+{
+    constexpr mode_t shared = S_ISVTX | S_IWOTH;
+    struct stat directory;
+    if (stat(link.has_parent_path() ? link.parent_path().c_str() : ".", &directory) != 0)
+        return true;
+    return (directory.st_mode & shared) == shared && status.st_uid != geteuid() &&
+           status.st_uid != directory.st_uid;
+}
+
 /// The name of the file itself, where `to` is a link to one. Empty when there is something that is no file.
 std::string targetOfCopy(const char* to)
 {
+    fs::path path = to;
     struct stat status;
     if (lstat(to, &status) != 0)
         return to;
-    char resolved[PATH_MAX];
-    if (!realpath(to, resolved) || lstat(resolved, &status) != 0)
-        return {};
+    for (int links = 0; S_ISLNK(status.st_mode); ++links) {
+        errno = links == mostLinks ? ELOOP : EACCES;
+        std::error_code error;
+        if (links == mostLinks || isTrap(path, status))
+            return {};
+        path = path.parent_path() / fs::read_symlink(path, error);
+        if (error || lstat(path.c_str(), &status) != 0)
+            return {};
+    }
     if (S_ISREG(status.st_mode))
-        return resolved;
+        return path;
     errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return {};
 }

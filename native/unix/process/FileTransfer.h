@@ -9,15 +9,16 @@
 /// and as target. So is a null or empty path.
 
 /// Copies a file with its permission bits and its times of last access and change. Where the source or the
-/// target is a symbolic link, the file behind it is meant. The owner is this process's user; the bits "set
-/// user id" and "set group id" are kept only where that is the source's owner as well. A copy of a file to
-/// itself changes nothing and succeeds.
+/// target is a symbolic link, the file behind it is meant; a target that is a stranger's link in a directory
+/// that all may write to, such as /tmp, is refused. The owner is this process's user, and the bits "set user
+/// id" and "set group id" are not copied. A copy of a file to itself changes nothing and succeeds.
 /// @return whether the copy stands
 bool copyFile(const char* from, const char* to);
 
 /// Gives a file another name, on another file system if need be: there it is copied as above, with its owner
-/// where the system allows that, and then removed. Symbolic links are moved themselves, within one file
-/// system only, and replaced when they are the target. Moving a file to itself changes nothing and succeeds.
+/// where the system allows that and all its bits then, and removed. Symbolic links are moved themselves,
+/// within one file system only, and replaced when they are the target. Moving a file to itself changes
+/// nothing and succeeds.
 /// @return whether the file has its new name and no longer its old one. When the old name cannot be removed
 ///         after a copy to another file system, both stand.
 bool moveFile(const char* from, const char* to);

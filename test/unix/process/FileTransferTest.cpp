@@ -11,6 +11,7 @@
 #include <sstream>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -118,10 +119,31 @@ TEST(FileTransferTest, TheTargetIsTheOldFileOrTheWholeNewOne)
             EXPECT_EQ(throughLink || row.to == "old" ? CTree::content() : "old", contentOf(tree.at("old")));
         }
     const CTree tree;
+    chmod(tree.at("file").c_str(), 06640);
+    EXPECT_TRUE(copyFile(tree.at("file").c_str(), tree.at("new").c_str()));
+    expectWhole(tree.at("new")); // without the bits "set user id" and "set group id"
     EXPECT_TRUE(copyFile("/proc/self/status", tree.at("new").c_str())) << "a file whose size reads as 0";
     EXPECT_NE("", contentOf(tree.at("new")));
     for (const char* path : {"", static_cast<const char*>(nullptr)})
         EXPECT_FALSE(copyFile(path, path) || moveFile(tree.at("file").c_str(), path));
+}
+
+TEST(FileTransferTest, AStrangersLinkInASharedDirectoryIsNotFollowed)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can make the link of another user";
+    const CTree tree;
+    const fs::path link = tree.at("directory") / "link";
+    fs::create_symlink("../old", link);
+    for (const auto& [mode, owner, followed] :
+         {std::tuple{01777, 65534, false}, {01777, 0, true}, {0777, 65534, true}}) {
+        SCOPED_TRACE(std::to_string(mode) + " " + std::to_string(owner));
+        write(tree.at("old"), "old");
+        chmod(tree.at("directory").c_str(), static_cast<mode_t>(mode));
+        ASSERT_EQ(0, lchown(link.c_str(), static_cast<uid_t>(owner), 0));
+        EXPECT_EQ(followed, copyFile(tree.at("file").c_str(), link.c_str()));
+        EXPECT_EQ(followed ? CTree::content() : "old", contentOf(tree.at("old")));
+    }
 }
 
 TEST(BrowsersTest, AreFoundOncePreparedAndLeftAsTheyWere)
