@@ -115,6 +115,14 @@ unsigned long CEnvironment::roomFor(char* const* environment)
     return count + std::size(AgentVariable::all) + 2; // LD_PRELOAD and the end
 }
 
+void CEnvironment::copyOthers(char* const* environment, char** rest)
+{
+    for (; environment && *environment; ++environment)
+        if (indexOf(*environment) < 0)
+            *rest++ = *environment;
+    *rest = nullptr;
+}
+
 void CEnvironment::addVariables(char* const* environment, char** whole, char* preload)
 {
     char** place = nullptr; // of LD_PRELOAD, which keeps it

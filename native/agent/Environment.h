@@ -28,19 +28,31 @@ public:
 
     /// Calls `exec(environment)` with the variables added again when it is the served process that is
     /// replaced by another program: /usr/bin/xpdf, say, is a shell script that ends so. Allocates nothing.
-    template <class Exec> static int exec(char* const* environment, Exec&& exec)
+    /// @param otherRights  the program runs with those: it gets none of the variables
+    template <class Exec> static int exec(char* const* environment, bool otherRights, Exec&& exec)
     {
-        if (!addsOnExec())
-            return exec(environment);
+        if (otherRights || !addsOnExec())
+            return spawn(environment, otherRights, exec);
         char preload[maxPreload];
         char** const whole = static_cast<char**>(__builtin_alloca(roomFor(environment) * sizeof(char*)));
         addVariables(environment, whole, preload);
         return exec(static_cast<char* const*>(whole));
     }
 
+    /// The same for a child: it has only what is in the environment already.
+    template <class Spawn> static int spawn(char* const* environment, bool otherRights, Spawn&& spawn)
+    {
+        if (!otherRights)
+            return spawn(environment);
+        char** const rest = static_cast<char**>(__builtin_alloca(roomFor(environment) * sizeof(char*)));
+        copyOthers(environment, rest);
+        return spawn(static_cast<char* const*>(rest));
+    }
+
 private:
     static constexpr int maxPreload = 16384; ///< bytes of "LD_PRELOAD=..."; a longer one is left as it is
     static bool addsOnExec();
     static unsigned long roomFor(char* const* environment);
+    static void copyOthers(char* const* environment, char** rest);
     static void addVariables(char* const* environment, char** whole, char* preload);
 };

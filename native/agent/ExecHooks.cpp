@@ -1,7 +1,8 @@
 // The ways to replace a process by another program; see CEnvironment::exec. What the C library starts
-// children with (posix_spawn, system, popen) needs no hook: a child has nothing to inherit but the
-// environment that the program sees.
+// children with is another matter: a child has nothing to inherit but the environment that the program sees.
+// See SpawnHooks.cpp for programs with other rights; the shell of system and popen has those of its caller.
 #include "Environment.h"
+#include "OtherRights.h"
 #include "RealFunction.h"
 
 #include <cstdarg>
@@ -23,12 +24,14 @@ constinit CRealFunction<int(int, Strings, Strings)> s_fexecve{"fexecve"};
 
 int execute(const char* path, Strings arguments, Strings environment)
 {
-    return CEnvironment::exec(environment, [&](Strings whole) { return s_execve(path, arguments, whole); });
+    return CEnvironment::exec(environment, OtherRights::ofFile(path),
+                              [&](Strings whole) { return s_execve(path, arguments, whole); });
 }
 
 int executeInPath(const char* file, Strings arguments, Strings environment)
 {
-    return CEnvironment::exec(environment, [&](Strings whole) { return s_execvpe(file, arguments, whole); });
+    return CEnvironment::exec(environment, OtherRights::inPath(file),
+                              [&](Strings whole) { return s_execvpe(file, arguments, whole); });
 }
 
 /// Calls `exec(arguments, environment)` with what an argument list of the form "arg, ..., NULL[,
@@ -72,7 +75,7 @@ GX_HOOK int execvpe(const char* file, Strings arguments, Strings environment) no
 
 GX_HOOK int fexecve(int descriptor, Strings arguments, Strings environment) noexcept
 {
-    return CEnvironment::exec(environment,
+    return CEnvironment::exec(environment, OtherRights::ofDescriptor(descriptor),
                               [&](Strings whole) { return s_fexecve(descriptor, arguments, whole); });
 }
 

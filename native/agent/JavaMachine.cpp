@@ -1,5 +1,6 @@
 #include "JavaMachine.h"
 
+#include "ClassPath.h"
 #include "Environment.h"
 #include "GuestHooks.h"
 #include "Say.h"
@@ -72,11 +73,12 @@ jint swallow(FILE*, const char*, va_list)
 
 std::vector<std::string> options()
 {
-    const char* const further = std::getenv("CLASSPATH");
+    const char* const list = std::getenv("CLASSPATH");
+    const std::string further = withoutEmptyParts(list ? list : "");
     const std::string library = CEnvironment::value(AgentVariable::library);
     std::string classPath = CEnvironment::value(AgentVariable::jar);
-    if (further && *further)
-        classPath += std::string(":") + further;
+    if (!further.empty())
+        classPath += ":" + further;
     return {"-Djava.class.path=" + classPath,
             "-Djava.library.path=" + library.substr(0, library.rfind('/')),
             "-Dcom.talvern.test.gx.library=" + library,
@@ -155,8 +157,7 @@ JNIEnv* JavaMachine::bring(bool& isOwn)
     if (const char* const list = std::getenv(jreVariable))
         say("no Java virtual machine in %s (%s): no agent in this program", jreVariable, list);
     else
-        say("no Java virtual machine in JAVA_HOME, PATH or /usr/lib/jvm/default-java: no agent in this "
-            "program");
+        say("no Java virtual machine in JAVA_HOME, PATH or /usr/lib/jvm/default-java: no agent in this program");
     return nullptr;
 }
 

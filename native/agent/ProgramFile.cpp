@@ -1,12 +1,13 @@
 #include "ProgramFile.h"
 
+#include "OtherRights.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <elf.h>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
 
@@ -15,13 +16,6 @@ bool isExecutableFile(const std::string& path)
 {
     struct stat file;
     return stat(path.c_str(), &file) == 0 && S_ISREG(file.st_mode) && access(path.c_str(), X_OK) == 0;
-}
-
-bool hasOtherRights(const std::string& path)
-{
-    struct stat file;
-    return stat(path.c_str(), &file) != 0 || (file.st_mode & (S_ISUID | S_ISGID)) != 0 ||
-           getxattr(path.c_str(), "security.capability", nullptr, 0) > 0;
 }
 
 template <class T> bool readAt(std::istream& file, uint64_t offset, T& out)
@@ -66,7 +60,7 @@ std::string interpreterOf(std::istream& script)
 bool takesPreload(const std::string& path, int depth)
 {
     std::ifstream file(path, std::ios::binary);
-    if (!file || hasOtherRights(path))
+    if (!file || OtherRights::ofFile(path.c_str()))
         return false;
     Elf64_Ehdr header;
     if (readAt(file, 0, header) && std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0)

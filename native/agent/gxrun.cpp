@@ -30,8 +30,7 @@ constexpr char usage[] =
     "  --domain NAME   test domain to load in the program\n"
     "  --end-with PID  the program and what it starts end when that process does\n"
     "  --help          this text\n"
-    "The Java runtime is the first that is found of: the directories in TALVERN_GX_JRE, JAVA_HOME, the one "
-    "of java\n"
+    "The Java runtime is the first that is found of: the directories in TALVERN_GX_JRE, JAVA_HOME, the one of java\n"
     "in PATH, /usr/lib/jvm/default-java.\n";
 
 struct COptions {

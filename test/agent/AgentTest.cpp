@@ -250,3 +250,35 @@ TEST_F(AgentTest, TheAgentFollowsIntoTheSameProcessAndIntoChildrenWhenAsked)
         EXPECT_TRUE(program.wait());
     }
 }
+
+TEST_F(AgentTest, ProgramsWithOtherRightsGetNoneOfItsVariables)
+{
+    const fs::path program = m_directory + "/gx-printenv";
+    fs::copy_file("/usr/bin/printenv", program);
+    // Root's own rights are no others to root.
+    ASSERT_EQ(0, geteuid() == 0 ? chown(program.c_str(), 65534, 65534) : 0);
+    const std::string make = "make -s -f " + m_directory + "/makefile"; // starts programs by posix_spawn
+    std::ofstream(m_directory + "/makefile") << "all:\n\t@" << program.string() << "\n";
+    const struct {
+        std::string command;
+        bool follows; ///< a program that runs with its caller's rights has them then
+    } rows[] = {
+        {"sh -c 'exec " + program.string() + "'", false},
+        {"sh -c 'PATH=$PATH:" + m_directory + " exec env gx-printenv'", false},
+        {"sh -c '" + program.string() + "; true'", true},
+        {make, true},
+        {make, false},
+    };
+    for (const bool hasOtherRights : {false, true}) {
+        fs::permissions(program, fs::perms(hasOtherRights ? 04755 : 0755));
+        for (const auto& row : rows) {
+            if (row.command == make && !fs::exists("/usr/bin/make"))
+                continue; // building and testing does without it
+            SCOPED_TRACE(row.command + (hasOtherRights ? ", other rights" : ""));
+            const std::string output = run(gxrun + (row.follows ? " --follow " : " ") + row.command).output;
+            EXPECT_THAT(output, HasSubstr("GX_PROBE_REPORT=")) << "its environment";
+            EXPECT_EQ(row.follows && !hasOtherRights, output.find("GX_AGENT_") != std::string::npos)
+                << output;
+        }
+    }
+}

@@ -1,5 +1,6 @@
 // How a spy port gets its JVM.
 #include "CTracer.h"
+#include "ClassPath.h"
 #include "ExitCondition.h"
 #include "LibraryPath.h"
 #include "SpyPort.h"
@@ -56,10 +57,12 @@ template <class Function> Function* entryOf(void* library, const char* name)
 std::vector<std::string> jvmOptions()
 {
     const std::string directory = libraryDirectory();
+    const char* const classPath = std::getenv("CLASSPATH");
+    const std::string places = withoutEmptyParts(classPath ? classPath : "");
     const std::pair<const char*, const char*> given[] = {
         {"-Djava.compiler=NONE", ""},
         {"-Djava.library.path=", directory.empty() ? nullptr : directory.c_str()},
-        {"-Djava.class.path=", std::getenv("CLASSPATH")}};
+        {"-Djava.class.path=", places.empty() ? nullptr : places.c_str()}};
     std::vector<std::string> options;
     for (const auto& [name, value] : given)
         if (value)
