@@ -25,13 +25,11 @@ namespace {
 void raiseUnknown(JNIEnv* env, const char* what)
 {
     CTracer::debugTrace("An unknown native exception ended an exported function: %s", what);
-    CJniJObject::throwException(env, "java/lang/Error", what);
+    CJniJObject::throwAnsiException(env, "java/lang/Error", what);
 }
 
 constexpr char HeapLockedMessage[] =
-    "Application under test (AUT) is not responding. It is recommended to retry after restarting the "
-    "application. If "
-    "the problem persists, avoid recording/playing back on the specific control";
+    "Application under test (AUT) is not responding. It is recommended to retry after restarting the application. If the problem persists, avoid recording/playing back on the specific control";
 } // namespace
 
 void raiseOutOfSpyMemory(JNIEnv* env, const char* message) noexcept

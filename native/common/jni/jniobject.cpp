@@ -381,6 +381,22 @@ void CJniJObject::throwException(JNIEnv* env, const char* className, const char*
         throwError(env, wanted);
 }
 
+void CJniJObject::throwAnsiException(JNIEnv* env, const char* className, const char* message)
+{
+    std::string ascii(message ? message : "");
+    const auto isForeign = [](char c) { return static_cast<unsigned char>(c) > '~'; };
+    const bool isAscii = std::none_of(ascii.begin(), ascii.end(), isForeign);
+    if (isAscii || !env || env->ExceptionCheck())
+        return throwException(env, className, message);
+    const CJString text(env, message);
+    const auto units = localRef(env, static_cast<jstring>(env->NewLocalRef(text)));
+    const char* const utf8 = text.length() > 0 ? env->GetStringUTFChars(units.get(), nullptr) : nullptr;
+    std::replace_if(ascii.begin(), ascii.end(), isForeign, '?');
+    throwException(env, className, utf8 ? utf8 : ascii.c_str());
+    if (utf8)
+        env->ReleaseStringUTFChars(units.get(), utf8);
+}
+
 jfieldID CJavaField::find(JNIEnv* env, jobject object)
 {
     const auto javaClass = localRef(env, env->GetObjectClass(object));

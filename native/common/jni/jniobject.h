@@ -91,6 +91,9 @@ public:
     /// @param className  with slashes
     /// @param message    modified UTF-8; null for an empty one
     static void throwException(JNIEnv* env, const char* className, const char* message);
+    /// The same with a message in the code set of the locale, such as one that names a file or an object. Of
+    /// one that is no text of it, only the ASCII characters come through, and "?" for the others.
+    static void throwAnsiException(JNIEnv* env, const char* className, const char* message);
 
     /// "L", the name, ";": the signature of fields of that class.
     static std::string sigClassName(const char* className);

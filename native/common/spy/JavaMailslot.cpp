@@ -51,13 +51,13 @@ bool CJavaMailslot::create(const CJString& name)
 void CJavaMailslot::throwMailslotGone(JNIEnv* env, const char* message)
 {
     CTracer::debugTrace("%s", message);
-    throwException(env, "com/talvern/test/gx/sys/Mailslot$MailslotGoneException", message);
+    throwAnsiException(env, "com/talvern/test/gx/sys/Mailslot$MailslotGoneException", message);
 }
 
 void CJavaMailslot::throwInvalidMailslot(JNIEnv* env, const char* message)
 {
     CTracer::debugTrace("%s", message);
-    throwException(env, "com/talvern/test/gx/sys/InvalidMailslotException", message);
+    throwAnsiException(env, "com/talvern/test/gx/sys/InvalidMailslotException", message);
 }
 
 namespace {

@@ -8,8 +8,7 @@
 
 namespace {
 constexpr const char* DEFAULT_TRACE_COMPONENT_FILTERS =
-    "talvern_gx,2;qrn.vtxuiplugin,4;native,2;ObjectManagerAgent,1;TestObjectMethodInvoker,1;IEEnabler,1;"
-    "NSEnabler,1";
+    "talvern_gx,2;qrn.vtxuiplugin,4;native,2;ObjectManagerAgent,1;TestObjectMethodInvoker,1;IEEnabler,1;NSEnabler,1";
 constexpr const char* DEFAULT_LOG_COMPONENT_FILTERS = DEFAULT_TRACE_COMPONENT_FILTERS;
 
 void fillWithDefaults(GxInstallOptions::Properties& options)

@@ -78,8 +78,7 @@ try {
         return;
     setenv(RestartMark, "Trying restart of application", 0);
     CTracer::debugTrace(
-        "An error occurred because the browser is enabled, but the LD_LIBRARY_PATH is not set "
-        "correctly.");
+        "An error occurred because the browser is enabled, but the LD_LIBRARY_PATH is not set correctly.");
     CTracer::debugTrace("The app is being restarted with corrected settings.");
     restart();
 } catch (...) {

@@ -50,11 +50,10 @@ template <class Call> bool retried(Call&& call)
 [[noreturn]] void throwTimeout(const char* mutex)
 {
     char message[1024];
-    std::snprintf(message, sizeof message,
-                  "Application under test (AUT) is not responding. It is recommended to retry after "
-                  "restarting the application. If the problem persists, avoid recording/playing back on the "
-                  "specific control. Mutex timeout: %s",
-                  mutex);
+    std::snprintf(
+        message, sizeof message,
+        "Application under test (AUT) is not responding. It is recommended to retry after restarting the application. If the problem persists, avoid recording/playing back on the specific control. Mutex timeout: %s",
+        mutex);
     throw CMutexTimeoutException(message);
 }
 
@@ -161,7 +160,7 @@ bool CMutex::unlock()
 
 void CSpyMutex::throwException(JNIEnv* env, const CSpyMutexException& exception)
 {
-    CJniJObject::throwException(env, exception.javaExceptionClass(), exception.message());
+    CJniJObject::throwAnsiException(env, exception.javaExceptionClass(), exception.message());
 }
 
 CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()), m_wasGiven(true) {}

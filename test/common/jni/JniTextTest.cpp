@@ -203,3 +203,22 @@ TEST_F(JniText, UnsignedAndDecimalNumbersArriveInJava)
     EXPECT_EQ("6277101735386680763835789423207666416102355444464034512895",
               printed(m_jvm, CJDecimal(m_jvm, {0, 0, 0, all, all, all})));
 }
+
+TEST_F(JniText, AMessageOfTheLocaleReachesJavaWhole)
+{
+    const struct {
+        const char* host;
+        const char* message;
+        const char* raised; ///< as JNI hands it out: halves of a pair are characters of their own
+    } rows[] = {
+        {"C", "slot Gr\xC3\xBCn \xF0\x9F\x98\x80.", "slot Gr\xC3\xBCn \xED\xA0\xBD\xED\xB8\x80."},
+        {latin1, "Gr\xFCn", "Gr\xC3\xBCn"},
+        {"C", "Gr\xFCn", "Gr?n"},
+        {latin1, "plain", "plain"},
+    };
+    for (const auto& row : rows) {
+        const CHostLocale host(row.host);
+        CJniJObject::throwAnsiException(m_jvm, "java/lang/Error", row.message);
+        EXPECT_EQ(std::string("java.lang.Error: ") + row.raised, takePendingException(m_jvm));
+    }
+}

@@ -11,6 +11,11 @@ import com.talvern.test.gx.sys.NativeLibrary;
  * threshold of its own has that of the component {@code native}, and failing that the global one. The native layer's
  * own components are {@code Native} and {@code JNI}.
  *
+ * <p>A message finds the threshold of its component in upper or lower case. Yet each spelling that was given is kept, by
+ * the preferences and by the methods below, and the last in the order of characters counts, where small letters follow
+ * the capitals. The preferences that are written on first use have {@code native}: for the component {@code Native},
+ * then, set {@code native}; {@code Native} has no effect beside it.
+ *
  * <p>Any thread may call these methods; they do not block.
  */
 public final class GxDebug {
@@ -80,7 +85,7 @@ public final class GxDebug {
     /**
      * Sets the log threshold of one component.
      *
-     * @param component its name, in any case; null is ignored
+     * @param component its name, spelled as the class comment says; null is ignored
      * @param level 0 to 7; 8 silences the component
      * @throws com.talvern.test.gx.StringNotInCodePageException the name has a character that the locale's code set lacks
      */
@@ -89,7 +94,7 @@ public final class GxDebug {
     /**
      * Sets the trace threshold of one component.
      *
-     * @param component its name, in any case; null is ignored
+     * @param component its name, spelled as the class comment says; null is ignored
      * @param level 0 to 7; 8 silences the component
      * @throws com.talvern.test.gx.StringNotInCodePageException the name has a character that the locale's code set lacks
      */
