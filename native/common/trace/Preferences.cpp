@@ -50,7 +50,7 @@ bool CPreferences::load()
     GxDebug::GetVtxPreferenceDirectory(directory);
     if (!*directory)
         return true;
-    const std::string path = std::string(directory) + "/vtx_log_trace.properties";
+    const std::string path = std::string(directory) + "/" + "vtx_log_trace.properties";
     ScopedFile file(openOwnFile(path.c_str()));
     if (!file && errno == ELOOP) {
         reportRefused(path.c_str());
