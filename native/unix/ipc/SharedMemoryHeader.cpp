@@ -155,9 +155,10 @@ void CSharedMemoryHeader::dump(FILE* out) const
 {
     for (const CEntry& entry : m_layout.m_keys) {
         const uint32_t key = entry.m_key.load(), name = entry.m_nameIndex.load();
+        const char* const text = name < Names ? m_layout.m_names[name] : "";
         if (key != NotFound)
-            std::fprintf(out, "Key=0x%04x [%.*s] blockIndex =%d\n ", key, LongestName,
-                         name < Names ? m_layout.m_names[name] : "",
+            std::fprintf(out, "Key=0x%04x [%s] blockIndex =%d\n ", key,
+                         std::string(text, strnlen(text, LongestName)).c_str(),
                          static_cast<int>(entry.m_blockIndex.load()));
     }
 }

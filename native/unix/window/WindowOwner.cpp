@@ -27,7 +27,8 @@ public:
 
     bool knowsProcesses()
     {
-        if (xcb_connection_has_error(get()) || !xcb_get_extension_data(get(), &xcb_res_id)->present)
+        const auto* const extension = xcb_get_extension_data(get(), &xcb_res_id); // null without a server
+        if (xcb_connection_has_error(get()) || !extension || !extension->present)
             return false;
         reply(xcb_res_query_version(get(), 1, 2), xcb_res_query_version_reply);
         return processOf(xcb_generate_id(get())) == getpid();
