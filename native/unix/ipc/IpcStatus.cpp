@@ -25,6 +25,7 @@ CSemaphoreStatus::CSemaphoreStatus(int id)
     argument.buf = &status;
     if (id == -1 || semctl(id, 0, IPC_STAT, argument) == -1)
         return;
+    m_key = status.sem_perm.__key;
     m_rights = status.sem_perm.mode & RightsMask;
     m_size = static_cast<int>(status.sem_nsems);
 }

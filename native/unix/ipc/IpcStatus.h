@@ -45,6 +45,7 @@ public:
 
     explicit CSemaphoreStatus(int id);
 
+    key_t key() const { return m_key; } ///< -1 when there is no such set
     int size() const { return m_size; }
     int rights() const { return m_rights; }
     /// Whether it looks like a set that was made with `size` semaphores. A display's lock may be the first of
@@ -57,6 +58,7 @@ public:
 private:
     bool wasMadeWith(int size) const;
 
+    key_t m_key = -1;
     int m_rights = -1;
     int m_size = 0;
 };

@@ -61,10 +61,10 @@ std::optional<std::string> CMailslot::CMailbox::name() const
     const CSpyMemRef block = m_name.ref();
     if (!block)
         return std::nullopt;
-    std::string text(block.isValid() ? block.size() : 0, '\0');
-    block.read(text.data(), static_cast<unsigned>(text.size()));
-    const size_t end = text.find('\0');
-    return end == std::string::npos ? std::nullopt : std::optional(text.substr(0, end));
+    // Without the lock, which would cost a sender more than its message: what others do to it stays a text.
+    const auto* text = static_cast<const char*>(block.address());
+    const size_t room = block.size(), length = strnlen(text, room);
+    return length == room ? std::nullopt : std::optional(std::string(text, length));
 }
 
 void CMailslot::CMailbox::free()

@@ -8,17 +8,17 @@
 
 #include <algorithm>
 #include <iterator>
-#include <sys/sem.h>
 
 namespace {
-key_t keyOfBaseHeap()
+const CUnixSharedMemory& baseHeap()
 {
-    return static_cast<const CUnixSharedMemory*>(CSpyHeap::getHeap(0)->sharedMemory())->key();
+    return static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
 }
 
 bool isSetOfBaseHeap(int set)
 {
-    return set == semget(keyOfBaseHeap(), 0, 0) && CSemaphoreStatus(set).isOurs(CSemaphoreStatus::ListSize);
+    const CSemaphoreStatus status(set);
+    return status.key() == baseHeap().attachedKey() && status.isOurs(CSemaphoreStatus::ListSize);
 }
 } // namespace
 
@@ -44,7 +44,7 @@ CSemaphoreList::CSemaphoreList()
 void CSemaphoreList::make(const ITalString& name)
 {
     CTracer::debugTrace("Creating semaphore List");
-    const key_t key = keyOfBaseHeap();
+    const key_t key = baseHeap().key();
     CSemaphoreSet set;
     if (!set.create(key, Semaphores, false)) {
         std::fill_n(m_list.m_used, Indices, 1);

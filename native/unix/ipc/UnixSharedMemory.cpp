@@ -107,6 +107,7 @@ bool CUnixSharedMemory::map(int key)
         return false;
     }
     m_base = address;
+    m_key = key;
     if (reinterpret_cast<uintptr_t>(address) % 2 != 0)
         CTracer::debugTrace("Error got unaligned address: address = 0x%0x !!!",
                             static_cast<unsigned>(reinterpret_cast<uintptr_t>(address)));

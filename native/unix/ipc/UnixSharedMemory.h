@@ -28,6 +28,8 @@ public:
     bool checkSignature(const char* name) const;
     /// The key that the system has on record for the segment; 0xFFFFFFFF when there is none.
     key_t key() const;
+    /// The key that it was attached by, without asking the system.
+    key_t attachedKey() const { return m_key; }
     void* base() const { return m_base; }
 
     /// Writes the directory to standard error.
@@ -38,4 +40,5 @@ private:
 
     int m_memId = -1;
     void* m_base = nullptr;
+    key_t m_key = -1;
 };
