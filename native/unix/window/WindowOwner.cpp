@@ -123,6 +123,8 @@ extern "C" JNIEXPORT jboolean JNICALL
 Java_com_talvern_test_gx_engine_AgentSearch_showsWindow(JNIEnv* env, jclass, jlongArray processes)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
+        if (!processes)
+            return JNI_FALSE;
         std::vector<jlong> ids(static_cast<size_t>(env->GetArrayLength(processes)));
         env->GetLongArrayRegion(processes, 0, static_cast<jsize>(ids.size()), ids.data());
         return WindowOwner::showsWindow({ids.begin(), ids.end()});

@@ -51,8 +51,9 @@ public class Mutex {
     /**
      * Takes the mutex, waiting for whoever holds it.
      *
-     * @param timeoutMs longest wait in milliseconds, of which only whole seconds count: below 1000 it is tried once;
-     *     below 0 waits without limit
+     * @param timeoutMs longest wait in milliseconds, of which only whole seconds count, by the wall clock: a wait that the
+     *     clock is set in is shortened or lengthened by as much, and one of a second may end just after it began; below 1000
+     *     it is tried once; below 0 waits without limit
      * @return true
      * @throws ApplicationNotRespondingException the mutex stayed taken all that time, or this object has none
      */

@@ -4,8 +4,9 @@ package com.talvern.test.gx.sys;
  * A process of this machine that can be ended.
  *
  * <pre>{@code
- * ProcessInformation started = OperatingSystem.exec("xterm", null, null, null, false);
- * new OSProcess(started.processId).kill();
+ * Process sleeper = new ProcessBuilder("sleep", "1000").start();
+ * new OSProcess((int) sleeper.pid()).kill();
+ * System.out.println(ProcessHandle.of(sleeper.pid()).isPresent()); // false
  * }</pre>
  */
 public class OSProcess {
@@ -39,7 +40,7 @@ public class OSProcess {
 
     /**
      * Asks the process to end (SIGTERM) and waits until it is gone, at most five seconds, counted by the wall clock in
-     * whole ones. No stronger signal is sent.
+     * whole ones (set forward, it ends the wait early; set back, it lengthens it). No stronger signal is sent.
      *
      * <p>What {@link OperatingSystem#exec} starts has SIGTERM blocked, and so has everything that it starts in turn:
      * such a process survives, and this call lasts its five seconds, unless the program unblocks the signal. A program

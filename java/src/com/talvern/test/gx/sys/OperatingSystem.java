@@ -7,7 +7,7 @@ import com.talvern.test.gx.NotSupportedOnUnixException;
  * directories are found.
  *
  * <pre>{@code
- * ProcessInformation program = OperatingSystem.exec("ls -l", "/tmp", "/tmp/listing", null, false);
+ * ProcessInformation program = OperatingSystem.exec("sh -c 'sleep 1; exit 3'", "/tmp", null, null, false);
  * if (program.processId == -1) {
  *     throw new IOException(program.errorMessage);
  * }
