@@ -7,9 +7,15 @@
 #include "Say.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <pthread.h>
+#include <string>
 #include <unistd.h>
+
+#include <X11/Xlib.h>
 
 namespace {
 enum class State { waiting, inside, failed };
@@ -18,6 +24,7 @@ std::atomic<State> s_state{State::waiting};
 pthread_t s_guiThread;
 std::atomic<_XDisplay*> s_xtDisplay{nullptr};
 void* s_library = nullptr;
+char s_displayName[256]; ///< empty until a display is open
 
 /// A name that the library exports; null when it is another version.
 template <class T> T* exported(const char* name)
@@ -36,6 +43,26 @@ bool isReadable(const char* path)
         return true;
     say("there is no %s: no agent in this program", path ? path : "library named");
     return false;
+}
+
+/// Without the number of the screen.
+bool isSameServer(const char* one, const char* other)
+{
+    const auto server = [](const char* name) {
+        const char* const colon = std::strrchr(name, ':');
+        return std::string(name, colon ? std::strcspn(colon, ".") + static_cast<size_t>(colon - name)
+                                       : std::strlen(name));
+    };
+    return server(one) == server(other);
+}
+
+void hintAtOtherDisplay()
+{
+    const char* const variable = std::getenv("DISPLAY");
+    if (*s_displayName && !isSameServer(s_displayName, variable ? variable : ""))
+        say("the program is on display %s, where nobody can ask it: start it with DISPLAY=%s, which is %s "
+            "now",
+            s_displayName, s_displayName, variable ? variable : "not set");
 }
 
 bool loadLibrary()
@@ -89,13 +116,34 @@ bool startJavaAgent(void* spyPort)
     return true;
 }
 
+/// Whether the test domain is there that was asked for. A program with half of what was asked for would
+/// answer half of what it is asked.
+bool hasDomain()
+{
+    const char* const domain = CEnvironment::value(AgentVariable::domain);
+    JNIEnv* const env = CJavaThread::env();
+    if (!domain || !*domain)
+        return true;
+    if (env && env->ExceptionCheck()) {
+        say("the test domain %s does not start: %s: no agent in this program", domain,
+            JavaMachine::takeException(env).c_str());
+        return false;
+    }
+    const auto isThere = exportedFunction<int()>("gxHasDomain");
+    if (isThere && isThere())
+        return true;
+    say("there is no test domain %s, or it does not take this program: no agent in this program", domain);
+    return false;
+}
+
 bool bringInTheRest()
 {
+    hintAtOtherDisplay();
     if (!CJavaThread::agent() || !loadLibrary())
         return false;
     const CSignalsHeldOff held; // the thread is attached to the JVM, and services start threads
     void* const spyPort = infest();
-    const bool starts = spyPort && startJavaAgent(spyPort);
+    const bool starts = spyPort && hasDomain() && startJavaAgent(spyPort);
     CJavaThread::endBeforeLibrary();
     return starts;
 }
@@ -140,6 +188,12 @@ void CAgent::deliver()
     static const auto s_entry = exportedFunction<int()>("gxDeliverRequests");
     if (CEnvironment::serves())
         s_entry();
+}
+
+void CAgent::noteDisplay(_XDisplay* display)
+{
+    if (!*s_displayName)
+        std::snprintf(s_displayName, sizeof s_displayName, "%s", DisplayString(display));
 }
 
 void CAgent::setXtDisplay(_XDisplay* display)

@@ -25,4 +25,7 @@ public:
     /// Makes a display the one that the library looks widgets up on; null for none. Any time, also before
     /// `start`.
     static void setXtDisplay(_XDisplay* display);
+    /// The toolkit has opened a display. The first one counts: the library works on that of DISPLAY, and a
+    /// program that was told another one in its arguments costs a line that says so.
+    static void noteDisplay(_XDisplay* display);
 };

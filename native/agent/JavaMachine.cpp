@@ -81,7 +81,6 @@ std::vector<std::string> options()
         classPath += ":" + further;
     return {"-Djava.class.path=" + classPath,
             "-Djava.library.path=" + library.substr(0, library.rfind('/')),
-            "-Dcom.talvern.test.gx.library=" + library,
             "-Djava.awt.headless=true",     // geometry classes are used, no windows
             "-Xrs",                         // signals that end a program stay the program's
             "-XX:-MaxFDLimit",              // the limit of open files is inherited by children

@@ -1,5 +1,6 @@
 #include "JavaThread.h"
 
+#include "Environment.h"
 #include "GuestHooks.h"
 #include "JavaMachine.h"
 #include "Say.h"
@@ -24,10 +25,22 @@ std::atomic<bool> s_isMaking{true};
 pid_t s_process = 0;
 sem_t s_ends, s_rests;
 
+/// A JVM of the program's own does not know where the library is.
+void tellWhereTheLibraryIs(JNIEnv* env)
+{
+    const jclass system = env->FindClass("java/lang/System");
+    const jmethodID set = env->GetStaticMethodID(system, "setProperty",
+                                                 "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;");
+    env->CallStaticObjectMethod(system, set, env->NewStringUTF("com.talvern.test.gx.library"),
+                                env->NewStringUTF(CEnvironment::value(AgentVariable::library)));
+    env->ExceptionClear();
+}
+
 /// Loads the class ahead, so that it costs the GUI thread nothing.
 void getReady(JNIEnv* env)
 {
     env->GetJavaVM(&s_vm);
+    tellWhereTheLibraryIs(env);
     const jclass agent = env->FindClass("com/talvern/test/gx/application/ApplicationAgent");
     if (agent)
         s_agent = static_cast<jclass>(env->NewGlobalRef(agent));

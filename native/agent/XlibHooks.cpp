@@ -96,8 +96,10 @@ extern "C" GX_HOOK Display* XOpenDisplay(const char* name)
     if (isLibrary(caller)) {
         installOnError();
         replace(nullptr, display);
-    } else if (isIn(caller, "libgdk-x11-2.0.so") || isIn(caller, "libgdk-3.so"))
+    } else if (isIn(caller, "libgdk-x11-2.0.so") || isIn(caller, "libgdk-3.so")) {
+        CAgent::noteDisplay(display);
         GlibLoop::onDisplayOpened();
+    }
     return display;
 }
 

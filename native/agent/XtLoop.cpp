@@ -92,6 +92,7 @@ void onLoop(XtPointer app, XtIntervalId*)
 
 void XtLoop::onDisplayOpened(Display* display)
 {
+    CAgent::noteDisplay(display);
     const XtAppContext context = s_contextOf(display);
     const std::lock_guard lock(s_mutex);
     if (CContext* const known = find(context)) {

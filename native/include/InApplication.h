@@ -12,6 +12,10 @@ extern "C" {
 /// this thread, because another thread has it
 GX_EXPORT void* infestCurrentThread(const char* domain);
 
+/// Whether the test domain that the spy port was to get has been loaded and has its Java object. @return 1
+/// or 0
+GX_EXPORT int gxHasDomain();
+
 /// Descriptors for the toolkit's main loop to watch: while a request may wait for the GUI thread, one of them
 /// is readable. The caller must not read from them or close them.
 /// @param room  of `out`; 2 are enough

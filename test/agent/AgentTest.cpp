@@ -184,6 +184,9 @@ TEST_F(AgentTest, WhatIsMissingCostsOneLine)
                 {nullptr, " --jar /nowhere/gxsys.jar", "gxagent: there is no /nowhere/gxsys.jar"},
                 {nullptr, " --jar " GX_PROBE_JAR,
                  "gxagent: the Java agent does not start: java.lang.NoClassDefFoundError"},
+                {nullptr, " --domain xyznothing", "gxagent: there is no test domain xyznothing"},
+                {nullptr, " --library " GX_APPS_DIR "/domains/libgxsys.so --domain xyzrefusing",
+                 "gxagent: the test domain xyzrefusing does not start: java.lang.IllegalStateException"},
                 {nullptr, " --library /nowhere/libgxsys.so", "gxagent: there is no /nowhere/libgxsys.so"}};
     fs::current_path(m_directory);
     for (const auto& row : rows) {

@@ -22,7 +22,7 @@ class NativeDeclarationsTest {
             "GlobalThreadId").flatMap(name -> Stream.of(name, name + "P")).collect(Collectors.toSet());
 
     private static final Set<String> IN_APPLICATION =
-            Set.of("infestCurrentThread", "gxRequestDescriptors", "gxDeliverRequests");
+            Set.of("infestCurrentThread", "gxRequestDescriptors", "gxDeliverRequests", "gxHasDomain");
 
     /** The method's symbol, from the headers of {@code javac -h}. */
     private static Set<String> declared() throws IOException {

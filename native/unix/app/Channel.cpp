@@ -4,6 +4,7 @@
 #include "GxAssert.h"
 #include "LocalRef.h"
 
+#include <atomic>
 #include <memory>
 
 namespace {
@@ -62,6 +63,34 @@ bool CChannel::open()
     return true;
 }
 
+namespace {
+constinit std::atomic<jobject> s_waiting = nullptr; ///< a global reference
+
+bool hasTasks(JNIEnv* env, jobject channel)
+{
+    static const auto s_class =
+        static_cast<jclass>(env->NewGlobalRef(localRef(env, env->FindClass(channelClass)).get()));
+    return s_class && env->IsInstanceOf(channel, s_class);
+}
+} // namespace
+
+void CWaitingChannel::put(JNIEnv* env, jobject channel)
+{
+    if (hasTasks(env, channel))
+        env->DeleteGlobalRef(s_waiting.exchange(env->NewGlobalRef(channel)));
+}
+
+int CWaitingChannel::open(JNIEnv* env)
+{
+    const jobject channel = env ? s_waiting.exchange(nullptr) : nullptr;
+    return channel ? MsgCallback(env, reinterpret_cast<long>(channel)) : 0;
+}
+
+void CWaitingChannel::forget(JNIEnv* env)
+{
+    env->DeleteGlobalRef(s_waiting.exchange(nullptr));
+}
+
 int MsgCallback(JNIEnv* env, long channel)
 {
     if (!env) {
@@ -71,6 +100,8 @@ int MsgCallback(JNIEnv* env, long channel)
     const GlobalRef owner(reinterpret_cast<jobject>(channel), CGlobalRefDrop{env});
     const CPendingAside aside(env); // the thread may have been in Java code when its toolkit called us
     const CLocalFrame frame(env);   // or may have no Java frame at all, which would drop the references
+    if (hasTasks(env, owner.get()))
+        CWaitingChannel::forget(env);
     const bool opened = CChannel(env, owner.get()).open();
     tracePending(env);
     return opened;

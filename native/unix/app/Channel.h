@@ -26,6 +26,18 @@ public:
 /// @return whether there is a method "open"
 int MsgCallback(JNIEnv* env, long channel);
 
+/// The channel whose tasks wait to be run: those of all channels are in one queue, so the last to be sent
+/// stands for all. A request that takes its place in the callback globals takes nothing from them.
+class CWaitingChannel {
+public:
+    /// Any thread that is attached to the JVM. @param channel  of any class; only a ThreadChannel has tasks
+    static void put(JNIEnv* env, jobject channel);
+    /// Opens the channel, if one waits still. On the GUI thread. @return how many were opened
+    static int open(JNIEnv* env);
+    /// Whoever opens a channel runs all tasks.
+    static void forget(JNIEnv* env);
+};
+
 /// Gives back what a request owns that will never run. Any thread that is attached to the JVM; another one
 /// leaves it.
 void dropMessage(JavaVM* vm, GxCallback callback, long param);

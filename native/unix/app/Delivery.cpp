@@ -1,6 +1,7 @@
 // What the in-application side calls from the toolkit's main loop.
 #include "CTracer.h"
 #include "CallbackGlobals.h"
+#include "Channel.h"
 #include "InApplication.h"
 #include "Infestor.h"
 #include "MessageWindow.h"
@@ -22,6 +23,12 @@ int runCallbackGlobals()
     const auto request = CCallbackGlobals::take(pthread_self());
     return request ? run_callback(request->callback, request->param) : 0;
 }
+
+int openWaitingChannel()
+{
+    const CSpyPort* const port = CInfestor::getDefaultSpyPort();
+    return port ? CWaitingChannel::open(port->env()) : 0;
+}
 } // namespace
 
 extern "C" int gxRequestDescriptors(int* out, int room)
@@ -35,15 +42,23 @@ extern "C" int gxRequestDescriptors(int* out, int room)
     return written;
 }
 
+extern "C" int gxHasDomain()
+{
+    const CSpyPort* const port = CInfestor::getDefaultSpyPort();
+    return port && port->hasDomain();
+}
+
 extern "C" int gxDeliverRequests()
 {
     if (!mayDeliver())
         return 0;
+    const CMessageWindow::CTurn turn;
     // First what empties the wake descriptor: a request stored meanwhile is seen below, a later one wakes
     // anew.
     const int delivered = CMessageWindow::deliver();
     try {
-        return delivered + runCallbackGlobals();
+        const int requests = delivered + runCallbackGlobals();
+        return requests + openWaitingChannel();
     } catch (...) {
         CTracer::debugTrace("The request of the callback globals failed");
         return delivered;

@@ -22,6 +22,7 @@ bool activate(JNIEnv* env, jobject self, CSpyPort& port)
     const jobject channel = env->NewGlobalRef(self);
     if (!channel)
         return false;
+    CWaitingChannel::put(env, self);
     if (port.send(MsgCallback, reinterpret_cast<long>(channel)) != 0)
         return true;
     env->DeleteGlobalRef(channel);

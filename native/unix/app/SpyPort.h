@@ -26,6 +26,7 @@ public:
     bool isAlive(unsigned long threadId) const { return m_threadId == threadId; } ///< any thread
     unsigned long threadId() const { return m_threadId; }
     bool attachJVM() { return attachToJVM(); }
+    bool hasDomain() const { return m_htmlDomain != nullptr; }
     JNIEnv* env() const { return m_env; } ///< of the port's thread; null while there is no JVM
     void setEnv(JNIEnv* env) { m_env = env; }
 

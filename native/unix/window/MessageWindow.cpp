@@ -4,8 +4,9 @@
 #include "WindowLevel.h"
 
 #include <algorithm>
+#include <atomic>
 #include <list>
-#include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 #include <vector>
 
@@ -76,11 +77,25 @@ try {
     CTracer::debugTrace("A request for the GUI thread failed");
 }
 
+using std::chrono::nanoseconds;
+constexpr nanoseconds AtOnce{1}; // 0 would stop the timer
+constexpr nanoseconds LongestRest = std::chrono::milliseconds(1);
+
+constinit std::atomic<int> s_turns = 0; ///< one, and those of loops inside of requests
+constinit std::atomic<bool> s_isWokenInTurn = false;
+
+void wakeAfter(nanoseconds rest)
+{
+    const itimerspec when{{}, {0, rest.count()}};
+    if (CMessageWindow::wakeDescriptor() >= 0)
+        timerfd_settime(CMessageWindow::wakeDescriptor(), 0, &when, nullptr);
+}
+
 void emptyWakeDescriptor()
 {
-    eventfd_t count;
+    uint64_t count;
     if (CMessageWindow::wakeDescriptor() >= 0)
-        static_cast<void>(eventfd_read(CMessageWindow::wakeDescriptor(), &count));
+        [[maybe_unused]] const ssize_t length = read(CMessageWindow::wakeDescriptor(), &count, sizeof count);
 }
 } // namespace
 
@@ -120,6 +135,19 @@ bool CMessageWindow::send(const Words& words, std::function<void()> request)
     return true;
 }
 
+CMessageWindow::CTurn::CTurn()
+{
+    ++s_turns;
+    s_isWokenInTurn = false; // what has been sent by now is seen in this one
+}
+
+CMessageWindow::CTurn::~CTurn()
+{
+    --s_turns;
+    if (s_isWokenInTurn.exchange(false))
+        wakeAfter(std::clamp<nanoseconds>(std::chrono::steady_clock::now() - m_begin, AtOnce, LongestRest));
+}
+
 int CMessageWindow::deliver()
 {
     emptyWakeDescriptor();
@@ -136,12 +164,17 @@ int CMessageWindow::deliver()
 
 int CMessageWindow::wakeDescriptor()
 {
-    static const int s_descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    static const int s_descriptor = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
     return s_descriptor;
 }
 
 void CMessageWindow::wake()
 {
-    if (wakeDescriptor() >= 0)
-        static_cast<void>(eventfd_write(wakeDescriptor(), 1));
+    const bool isFirst = !s_isWokenInTurn.exchange(true);
+    if (s_turns == 0) {
+        s_isWokenInTurn = false;
+        wakeAfter(AtOnce);
+    } else if (isFirst) {
+        wakeAfter(LongestRest); // should a loop inside of the turn have to see to it
+    }
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <mutex>
 
@@ -31,7 +32,20 @@ public:
     /// `deliver` empties it.
     /// @return -1 when the system has none left
     static int wakeDescriptor();
+    /// Makes the descriptor readable: at once, or after a turn that is under way.
     static void wake();
+
+    /// A turn of the GUI thread, while it lives. The program has as long for its own events before the next
+    /// one, up to a millisecond, however much is sent.
+    class CTurn {
+    public:
+        CTurn();
+        ~CTurn();
+        CTurn(const CTurn&) = delete;
+
+    private:
+        const std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
+    };
 
 private:
     unsigned long window();

@@ -1,15 +1,14 @@
 package com.talvern.test.gx.application;
 
 import com.talvern.test.gx.domain.ThreadChannel;
-import java.util.Queue;
+import java.util.Set;
 import java.util.concurrent.Callable;
 import java.util.concurrent.CancellationException;
-import java.util.concurrent.ConcurrentLinkedQueue;
+import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.FutureTask;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
-import java.util.concurrent.atomic.AtomicBoolean;
 
 /**
  * The GUI thread of the application that this code runs in. Toolkits may be used on it alone, so all that looks at the
@@ -25,10 +24,7 @@ import java.util.concurrent.atomic.AtomicBoolean;
 public final class GuiThread {
     private final Thread thread;
     private final ThreadChannel channel;
-    private final Queue<FutureTask<?>> waiting = new ConcurrentLinkedQueue<>();
-    /** Whether the GUI thread has been asked to come and see. One request at a time is under way. */
-    private final AtomicBoolean called = new AtomicBoolean();
-
+    private final Set<FutureTask<?>> calls = ConcurrentHashMap.newKeySet();
     private volatile boolean ended;
 
     /** The calling thread, which the channel leads to. */
@@ -58,10 +54,13 @@ public final class GuiThread {
             return task.get();
         }
         try {
-            enqueue(task);
+            post(task);
             return task.get(timeoutMs, TimeUnit.MILLISECONDS);
         } finally {
-            giveUp(task);
+            calls.remove(task);
+            if (task.cancel(false)) {
+                channel.withdraw(task);
+            }
         }
     }
 
@@ -74,50 +73,16 @@ public final class GuiThread {
         return Thread.currentThread() == thread;
     }
 
-    private void enqueue(FutureTask<?> task) {
-        waiting.add(task);
-        if (ended || !summon()) {
+    private void post(FutureTask<?> task) {
+        calls.add(task);
+        if (ended || !channel.post(task)) {
             task.cancel(false);
-        }
-    }
-
-    /** @return false when the GUI thread cannot be reached */
-    private boolean summon() {
-        if (!called.compareAndSet(false, true) || channel.post(this::runWaiting)) {
-            return true;
-        }
-        called.set(false);
-        return false;
-    }
-
-    /** Drops what has not begun, and does not rely on a summons that was not followed in time. */
-    private void giveUp(FutureTask<?> task) {
-        if (task.cancel(false)) {
-            waiting.remove(task);
-            called.set(false);
-        }
-    }
-
-    /** Runs what waits now. What comes while it runs has its own turn: the application has events to see to. */
-    private void runWaiting() {
-        called.set(false);
-        for (int left = waiting.size(); left > 0; --left) {
-            FutureTask<?> task = waiting.poll();
-            if (task == null) {
-                return;
-            }
-            task.run();
-        }
-        if (!waiting.isEmpty()) {
-            summon();
         }
     }
 
     /** From now on every call fails at once, and those that wait fail now. */
     void end() {
         ended = true;
-        for (FutureTask<?> task = waiting.poll(); task != null; task = waiting.poll()) {
-            task.cancel(false);
-        }
+        calls.forEach(call -> call.cancel(false));
     }
 }

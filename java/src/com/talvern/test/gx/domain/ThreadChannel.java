@@ -17,7 +17,9 @@ import java.util.concurrent.ConcurrentLinkedQueue;
 public class ThreadChannel extends NativeThreadChannel {
     private final long threadId;
     private final long spyPort;
-    private final Queue<Runnable> tasks = new ConcurrentLinkedQueue<>();
+    /** Of all channels, since a process has one port: whichever opens it runs what waits, whosever request it was. */
+    private static final Queue<Runnable> TASKS = new ConcurrentLinkedQueue<>();
+
 
     /**
      * A channel to the thread of a port.
@@ -31,16 +33,27 @@ public class ThreadChannel extends NativeThreadChannel {
     }
 
     /**
-     * Has a task run on the GUI thread, after those that were posted before, and returns without waiting for it. None is
-     * lost: each wake-up of the GUI thread runs all that wait. A task that throws ends alone; what it threw is handed to
+     * Has a task run on the GUI thread, after those that were posted before by this or another channel, and returns
+     * without waiting for it. None is lost: each wake-up of the GUI thread runs all that wait then. What is posted while
+     * they run has its turn after the application's own events. A task that throws ends alone; what it threw is handed to
      * the GUI thread's uncaught exception handler.
      *
      * @param task must not block the GUI thread
      * @return false when the GUI thread cannot be reached; the task will not run then
      */
     public final boolean post(Runnable task) {
-        tasks.add(Objects.requireNonNull(task, "task"));
-        return activate(spyPort, threadId) || !tasks.remove(task);
+        TASKS.add(Objects.requireNonNull(task, "task"));
+        return activate(spyPort, threadId) || !TASKS.remove(task);
+    }
+
+    /**
+     * Takes back a task that was posted.
+     *
+     * @param task the task
+     * @return false when it has begun, or was not posted; else it will not run
+     */
+    public final boolean withdraw(Runnable task) {
+        return TASKS.remove(task);
     }
 
     /**
@@ -54,13 +67,28 @@ public class ThreadChannel extends NativeThreadChannel {
 
     @Override
     protected final void open() {
-        for (Runnable task = tasks.poll(); task != null; task = tasks.poll()) {
-            try {
-                task.run();
-            } catch (Throwable failure) {
-                Thread here = Thread.currentThread();
-                here.getUncaughtExceptionHandler().uncaughtException(here, failure);
+        int left = TASKS.size();
+        if (left > 1) { // the first may run a loop, for a modal dialog, that lasts
+            activate(spyPort, threadId);
+        }
+        for (; left > 0; --left) {
+            Runnable task = TASKS.poll();
+            if (task == null) { // run by a loop inside of another task
+                return;
             }
+            run(task);
+        }
+        if (!TASKS.isEmpty()) {
+            activate(spyPort, threadId);
+        }
+    }
+
+    private static void run(Runnable task) {
+        try {
+            task.run();
+        } catch (Throwable failure) {
+            Thread here = Thread.currentThread();
+            here.getUncaughtExceptionHandler().uncaughtException(here, failure);
         }
     }
 }
