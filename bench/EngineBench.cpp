@@ -1,5 +1,5 @@
-// What an engine waits for: a question that runs on the GUI thread of an application, against a message that
-// another JVM just sends back; and a whole menu, against a question that finds nothing.
+// What an engine waits for: a question that runs on the GUI thread of an application, against bytes that
+// another JVM just sends back over a socket; and a whole menu, against a question that finds nothing.
 #include "Compare.h"
 #include "Jvm.h"
 

@@ -1,35 +1,49 @@
 import com.talvern.test.gx.engine.Application;
-import com.talvern.test.gx.sys.Mailslot;
-import com.talvern.test.gx.sys.NativeLibrary;
+import java.io.BufferedReader;
+import java.io.IOException;
+import java.io.InputStreamReader;
+import java.net.StandardProtocolFamily;
+import java.net.UnixDomainSocketAddress;
+import java.nio.ByteBuffer;
+import java.nio.channels.ServerSocketChannel;
+import java.nio.channels.SocketChannel;
+import java.nio.file.Files;
 import java.nio.file.Path;
 
 /** An engine, the application that it asks, and a process that just answers. */
 public final class EngineCalls {
-    private static final String ECHO = "echo";
+    private static final ByteBuffer BUFFER = ByteBuffer.allocate(64);
 
     private static Application application;
-    private static Mailslot echo;
+    private static SocketChannel echo;
     private static Process echoing;
     private static long menu;
 
     private EngineCalls() {}
 
-    /** Answers what it is asked, until it is killed. */
-    public static void main(String[] arguments) {
-        Mailslot.open(ECHO).serve(message -> message);
+    /** Sends back what it is sent, until it is killed. */
+    public static void main(String[] arguments) throws IOException {
+        try (ServerSocketChannel door = ServerSocketChannel.open(StandardProtocolFamily.UNIX)
+                .bind(UnixDomainSocketAddress.of(arguments[0]))) {
+            System.out.println("ready");
+            SocketChannel line = door.accept();
+            while (line.read(BUFFER.clear()) > 0) {
+                line.write(BUFFER.flip());
+            }
+        }
     }
 
     public static int start(String launcher, String program, String jars) throws Exception {
         System.setProperty("com.talvern.test.gx.gxrun", launcher);
         application = Application.start(program, "20");
         menu = application.menuBar().orElseThrow().window();
+        Path socket = Files.createTempDirectory("gx-bench").resolve("echo");
         echoing = new ProcessBuilder(Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-cp", jars,
-            "-D" + NativeLibrary.PATH_PROPERTY + "=" + System.getProperty(NativeLibrary.PATH_PROPERTY),
-            EngineCalls.class.getName()).inheritIO().start();
-        while (echo == null) {
-            Thread.sleep(10);
-            echo = Mailslot.find(ECHO);
-        }
+            EngineCalls.class.getName(), socket.toString()).redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        new BufferedReader(new InputStreamReader(echoing.getInputStream())).readLine();
+        echo = SocketChannel.open(UnixDomainSocketAddress.of(socket));
+        Files.delete(socket);
+        Files.delete(socket.getParent());
         return 1;
     }
 
@@ -48,7 +62,8 @@ public final class EngineCalls {
         return application.menu(menu).orElseThrow().items().size() == 20 ? 1 : 0;
     }
 
-    public static int callEcho() {
-        return echo.call(1, 10_000).equals(1) ? 1 : 0;
+    public static int callEcho() throws IOException {
+        echo.write(BUFFER.clear());
+        return echo.read(BUFFER.clear()) == BUFFER.capacity() ? 1 : 0;
     }
 }

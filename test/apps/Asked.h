@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstring>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 
 inline void say(const char* what, const char* text)
@@ -24,7 +25,8 @@ inline std::string nextOrder()
     return order;
 }
 
-/// Follows an order on the standard input: "hang <ms>" keeps the GUI thread busy, "exit <status>", "crash".
+/// Follows an order on the standard input: "hang <ms>" keeps the GUI thread busy, "exit <status>", "crash",
+/// "fork" starts a child that cannot become another program, "again" starts anew in the same process.
 inline void obey()
 {
     const std::string line = nextOrder();
@@ -39,5 +41,15 @@ inline void obey()
         std::exit(number);
     } else if (std::strncmp(order, "crash", 5) == 0) {
         raise(SIGKILL);
+    } else if (std::strncmp(order, "fork", 4) == 0) {
+        const pid_t child = fork();
+        if (child == 0) {
+            execl("/nowhere/program", "program", nullptr);
+            std::exit(1);
+        }
+        waitpid(child, nullptr, 0);
+        say("forked", "");
+    } else if (std::strncmp(order, "again", 5) == 0) {
+        execl("/proc/self/exe", "asked", nullptr);
     }
 }

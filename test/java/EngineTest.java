@@ -17,6 +17,9 @@ import java.io.BufferedReader;
 import java.io.PrintStream;
 import java.lang.ProcessBuilder.Redirect;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.DirectoryStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -213,6 +216,93 @@ class EngineTest {
         CompletableFuture.allOf(threads.toArray(CompletableFuture[]::new)).get();
         assertEquals(400, right.get());
         assertEquals(blocks, new SpyMemory().getStats().numberUsedBlocks);
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-asked", "gtk2-asked", "gtk3-asked"})
+    void anApplicationIsAskedOnAfterItForkedAndAfterItStartedAnew(String program) throws Exception {
+        start(program);
+        for (int child = 0; child < 3; ++child) {
+            input.println("fork"); // a child that exits takes nothing of its parent's connections with it
+            assertEquals("forked ", output.readLine());
+            application.choose("File", "New");
+            assertEquals("chosen New", output.readLine());
+        }
+        if (program.startsWith("motif")) { // GTK has some of its own
+            assertEquals(List.of(), inheritable(application.pid()));
+        }
+        input.println("again");
+        assertTrue(output.readLine().startsWith("ready "));
+        application.setTimeout(Duration.ofSeconds(60));
+        assertEquals("File", application.menuBar().orElseThrow().texts().get(0));
+    }
+
+    /** The descriptors that the programs get which a process starts, beside the standard ones. */
+    private static List<Path> inheritable(long pid) throws Exception {
+        List<Path> found = new ArrayList<>();
+        try (DirectoryStream<Path> all = Files.newDirectoryStream(Path.of("/proc", Long.toString(pid), "fdinfo"))) {
+            for (Path descriptor : all) {
+                String flags = Files.readAllLines(descriptor).get(1).split("\\s+")[1];
+                if (Integer.parseInt(descriptor.getFileName().toString()) > 2
+                        && (Integer.parseInt(flags, 8) & 02000000) == 0) {
+                    found.add(descriptor);
+                }
+            }
+        }
+        return found;
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-asked", "gtk2-asked", "gtk3-asked"})
+    void anApplicationThatIsAskedWithoutPauseSeesToItsOwnEvents(String program) throws Exception {
+        start(program);
+        AtomicInteger asking = new AtomicInteger(1);
+        List<CompletableFuture<Void>> threads = new ArrayList<>();
+        for (int thread = 0; thread < 4; ++thread) {
+            threads.add(CompletableFuture.runAsync(() -> {
+                while (asking.get() == 1) {
+                    application.openMenus();
+                }
+            }));
+        }
+        try {
+            for (int click = 0; click < 5; ++click) {
+                application.choose("File", "New");
+                assertEquals("chosen New", output.readLine());
+            }
+        } finally {
+            asking.set(0);
+            CompletableFuture.allOf(threads.toArray(CompletableFuture[]::new)).get();
+        }
+    }
+
+    /** The library's own end would take what the services need, and they are waited for. */
+    @Test
+    void anApplicationExitsAtOnce() throws Exception {
+        long fastest = Long.MAX_VALUE;
+        for (int exit = 0; exit < 3; ++exit) {
+            start("motif-asked");
+            application.menuBar();
+            long start = System.nanoTime();
+            input.println("exit 7");
+            assertEquals(7, application.process().waitFor());
+            fastest = Math.min(fastest, System.nanoTime() - start);
+        }
+        assertTrue(fastest < 200_000_000, "took " + fastest / 1_000_000 + " ms");
+    }
+
+    @Test
+    void aStoppedApplicationTakesNoLongerThanTheLimit() throws Exception {
+        start("gtk3-asked");
+        Process stop = new ProcessBuilder("kill", "-STOP", Long.toString(application.pid())).start();
+        assertEquals(0, stop.waitFor());
+        application.setTimeout(Duration.ofSeconds(1));
+        for (int line = 0; line < 3; ++line) {
+            endsWithin(2000, () -> assertThrows(ApplicationException.NotInTime.class, () -> application.menuBar()));
+        }
+        new ProcessBuilder("kill", "-CONT", Long.toString(application.pid())).start().waitFor();
+        application.setTimeout(Duration.ofSeconds(20));
+        assertTrue(application.menuBar().isPresent());
     }
 
     private static void endsWithin(long milliseconds, Runnable action) {

@@ -1,13 +1,17 @@
 package com.talvern.test.gx.application;
 
 import com.talvern.test.gx.domain.ThreadChannel;
+import java.io.File;
+import java.io.IOException;
 import java.io.OutputStream;
 import java.io.PrintStream;
+import java.nio.file.Path;
 import java.util.Deque;
 import java.util.Iterator;
 import java.util.ServiceConfigurationError;
 import java.util.ServiceLoader;
 import java.util.concurrent.ConcurrentLinkedDeque;
+import java.util.stream.Stream;
 
 /**
  * The Java side of an application under test. {@code libgxagent.so} starts it on the application's GUI thread once the
@@ -34,6 +38,14 @@ public final class ApplicationAgent {
             System.setErr(new PrintStream(OutputStream.nullOutputStream()));
         }
         gui = new GuiThread(new ThreadChannel(threadId, spyPort));
+        int[] before = Descriptors.open();
+        String failure = startServices();
+        Descriptors.closeOwnOnExec(before);
+        keepFilesFromChildren();
+        return failure;
+    }
+
+    private static String startServices() {
         String failure = null;
         for (Iterator<ApplicationService> services = services(); ; ) {
             try {
@@ -45,6 +57,18 @@ public final class ApplicationAgent {
                 failure = thrown.toString();
             }
         }
+    }
+
+    /** The JVM has its own files open in a way that they reach the programs that this one starts. */
+    private static void keepFilesFromChildren() {
+        Stream.concat(Stream.of(System.getProperty("java.home") + "/lib/modules"),
+            Stream.of(System.getProperty("java.class.path").split(File.pathSeparator))).forEach(file -> {
+                try {
+                    Descriptors.closeOnExec(Path.of(file).toRealPath().toString());
+                } catch (IOException absent) {
+                    // then it is not open either
+                }
+            });
     }
 
     private static Iterator<ApplicationService> services() {

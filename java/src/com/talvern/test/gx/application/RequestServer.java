@@ -1,87 +1,213 @@
 package com.talvern.test.gx.application;
 
+import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.FileDialogView;
+import com.talvern.test.gx.engine.Frame;
 import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.Operation;
 import com.talvern.test.gx.engine.Values;
-import com.talvern.test.gx.sys.ApplicationNotRespondingException;
-import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.graphical.FileDialog;
 import java.awt.Point;
+import java.io.IOException;
+import java.net.ConnectException;
+import java.net.StandardProtocolFamily;
+import java.net.UnixDomainSocketAddress;
+import java.nio.ByteBuffer;
+import java.nio.channels.ClosedChannelException;
+import java.nio.channels.ServerSocketChannel;
+import java.nio.channels.SocketChannel;
+import java.nio.file.DirectoryStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.time.Duration;
+import java.time.Instant;
 import java.util.List;
+import java.util.Set;
 import java.util.concurrent.Callable;
 import java.util.concurrent.CancellationException;
+import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
+import java.util.concurrent.locks.LockSupport;
 import java.util.function.BiConsumer;
 import java.util.function.Consumer;
 import java.util.function.Function;
 
 /**
- * Answers the engine's questions about this application's widgets: receives them at a mailslot, looks on the GUI
- * thread, and writes what it saw.
+ * Answers the engine's questions about this application's widgets: takes them at a socket that only its own user and
+ * root can ask at, looks on the GUI thread, and sends what it saw.
  */
 public final class RequestServer implements ApplicationService {
-    private Mailslot mailslot;
+    /** Engines, and threads of engines, that come at the same moment. */
+    private static final int BACKLOG = 128;
+    private static final String DRAFT = ".new";
+    private static final Duration DRAFTED = Duration.ofMinutes(1);
+
+    private final Set<SocketChannel> lines = ConcurrentHashMap.newKeySet();
+    private AgentAddress address;
+    private Path place;
+    private ServerSocketChannel door;
 
     /** Made by the service loader. */
     public RequestServer() {}
 
     @Override
-    public void start(GuiThread gui) {
-        mailslot = Mailslot.open(Operation.mailslotOf(ProcessHandle.current().pid()));
-        Thread thread = new Thread(() -> serve(gui), "gx-requests");
-        thread.setDaemon(true);
-        thread.start();
+    public void start(GuiThread gui) throws IOException {
+        address = AgentAddress.of("self");
+        place = address.prepare();
+        sweep(place.getParent());
+        door = listen(place);
+        daemon("gx-requests", () -> admit(gui));
     }
 
-    @Override
-    public void stop() {
-        mailslot.close();
+    /** The socket has its name only once it answers, so that one that does not is nobody's any more. */
+    private static ServerSocketChannel listen(Path place) throws IOException {
+        Path draft = draftOf(place);
+        Files.deleteIfExists(draft);
+        ServerSocketChannel door = ServerSocketChannel.open(StandardProtocolFamily.UNIX);
+        try {
+            door.bind(UnixDomainSocketAddress.of(draft), BACKLOG);
+            Descriptors.closeOnExec(draft.toString());
+            Files.move(draft, place, StandardCopyOption.ATOMIC_MOVE); // over that of a process with the same id
+            return door;
+        } catch (IOException | LinkageError failure) {
+            door.close();
+            Files.deleteIfExists(draft);
+            throw failure;
+        }
     }
 
-    /** Goes on whatever comes: nobody would take this thread's place. */
-    private void serve(GuiThread gui) {
-        boolean open = true;
-        while (open) {
-            try {
-                open = serveNext(gui);
-            } catch (ApplicationNotRespondingException stopped) {
-                // A process that holds the lock of shared memory does not run: that took ten seconds. Try again.
+    private static Path draftOf(Path place) {
+        return place.resolveSibling(place.getFileName() + DRAFT);
+    }
+
+    /** Removes the sockets of applications that were killed. */
+    private static void sweep(Path directory) throws IOException {
+        try (DirectoryStream<Path> sockets = Files.newDirectoryStream(directory)) {
+            for (Path socket : sockets) {
+                if (isOld(socket) && isNobodys(socket)) {
+                    Files.deleteIfExists(socket);
+                }
             }
         }
     }
 
-    /** @return false once the mailslot is closed */
-    private boolean serveNext(GuiThread gui) {
-        Mailslot.Message message = mailslot.receive();
-        if (message == null) {
+    /** One that has just been made does not answer yet. */
+    private static boolean isOld(Path socket) {
+        try {
+            return !socket.toString().endsWith(DRAFT) || Files.getLastModifiedTime(socket).toInstant()
+                .isBefore(Instant.now().minus(DRAFTED));
+        } catch (IOException gone) {
             return false;
         }
-        try {
-            answer(gui, Values.of(message.value()));
-            message.reply(true);
-        } catch (TimeoutException | CancellationException | ApplicationNotRespondingException noAnswer) {
-            // The engine notices by itself that its time is over, or that the application ends.
-        } catch (Exception | LinkageError failure) {
-            message.fail(failure.toString()); // nobody hears it when the engine has given up and freed the request
-        }
-        return true;
     }
 
-    private static void answer(GuiThread gui, Values request) throws Exception {
-        Operation operation = Operation.valueOf(request.nextString());
-        long end = request.nextLong();
-        Values answer = request.nextValues();
-        onGuiThread(gui, look(operation, request), end).accept(answer);
+    private static boolean isNobodys(Path socket) {
+        try (SocketChannel line = SocketChannel.open(StandardProtocolFamily.UNIX)) {
+            line.configureBlocking(false);
+            line.connect(UnixDomainSocketAddress.of(socket));
+            return false;
+        } catch (ConnectException refused) {
+            return true;
+        } catch (IOException busy) {
+            return false;
+        }
+    }
+
+    @Override
+    public void stop() {
+        try {
+            Files.deleteIfExists(place);
+            door.close();
+            for (SocketChannel line : lines) {
+                line.close();
+            }
+        } catch (IOException gone) {
+            // the process ends, and with it the rest
+        }
+    }
+
+    private static void daemon(String name, Runnable work) {
+        Thread thread = new Thread(work, name);
+        thread.setDaemon(true);
+        thread.start();
+    }
+
+    private void admit(GuiThread gui) {
+        while (door.isOpen()) {
+            try {
+                SocketChannel line = door.accept();
+                Descriptors.closeOnExec(draftOf(place).toString());
+                daemon("gx-line", () -> serve(line, gui));
+            } catch (ClosedChannelException stopped) {
+                return;
+            } catch (IOException noRoom) {
+                LockSupport.parkNanos(TimeUnit.MILLISECONDS.toNanos(100)); // the program may be out of descriptors
+            }
+        }
+    }
+
+    private void serve(SocketChannel line, GuiThread gui) {
+        lines.add(line);
+        try (line) {
+            boolean isOpen = address.isUsedBy(line);
+            while (isOpen) {
+                isOpen = serveNext(line, gui);
+            }
+        } catch (IOException gone) {
+            // the engine has hung up, or given up
+        } finally {
+            lines.remove(line);
+        }
+    }
+
+    /** @return whether the line is of further use */
+    private static boolean serveNext(SocketChannel line, GuiThread gui) throws IOException {
+        Frame.Reader question = new Frame.Reader();
+        try {
+            question.read(line);
+            send(line, Frame.of(Frame.ANSWER, answer(gui, question.content())));
+            return true;
+        } catch (Frame.ProtocolException foreign) {
+            send(line, failure(foreign));
+            return false;
+        } catch (IOException gone) {
+            throw gone;
+        } catch (TimeoutException | CancellationException noAnswer) {
+            return false; // the engine notices by itself that its time is over, or that the application ends
+        } catch (Exception | LinkageError failure) {
+            send(line, failure(failure));
+            return true;
+        }
+    }
+
+    private static ByteBuffer failure(Throwable failure) throws IOException {
+        return Frame.of(Frame.FAILURE, Values.create().add(failure.toString()));
+    }
+
+    private static void send(SocketChannel line, ByteBuffer frame) throws IOException {
+        while (frame.hasRemaining()) {
+            frame.position(frame.position() + line.write(Frame.piece(frame)));
+        }
+    }
+
+    private static Values answer(GuiThread gui, Values question) throws Exception {
+        Operation operation = Operation.valueOf(question.nextText());
+        long end = System.nanoTime() + question.nextLong();
+        Callable<Consumer<Values>> look = look(operation, question);
+        question.end();
+        Values answer = Values.create();
+        onGuiThread(gui, look, end).accept(answer);
         if (operation == Operation.SET_FILE) {
             onGuiThread(gui, () -> null, end); // the name is set after the work that asked for it
         }
+        return answer;
     }
 
-    /** @param end on the clock of {@link System#nanoTime}, which all processes of a machine share */
+    /** @param end on the clock of {@link System#nanoTime} */
     private static <T> T onGuiThread(GuiThread gui, Callable<T> work, long end) throws Exception {
         try {
             return gui.call(work, TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime()) + 1); // what is left counts
@@ -100,12 +226,12 @@ public final class RequestServer implements ApplicationService {
             case LIST -> with(in.nextLong(), window -> perhaps(Widgets.list(window), ListView::write));
             case LIST_AT_POINT -> with(new Point(in.nextInt(), in.nextInt()),
                 place -> perhaps(Widgets.listAt(place), ListView::write));
-            case LIST_AT_RECTANGLE -> with(in.nextRectangle(),
+            case LIST_AT_RECTANGLE -> with(in.nextBox(),
                 box -> perhaps(Widgets.listIn(box), ListView::write));
             case FILE_DIALOGS -> () -> all(Widgets.fileDialogs(), FileDialogView::write);
             case SET_FILE -> {
                 FileDialog dialog = new FileDialog(in.nextLong());
-                String file = in.nextString();
+                String file = in.nextText();
                 yield () -> {
                     dialog.setFile(file);
                     return out -> { };

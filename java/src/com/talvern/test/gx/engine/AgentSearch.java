@@ -1,6 +1,5 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.NativeLibrary;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
@@ -26,7 +25,7 @@ final class AgentSearch {
     private long hopelessSince;
 
     /** An agent, and the process that it is in. */
-    record Found(ProcessHandle process, Mailslot mailslot) {}
+    record Found(ProcessHandle process, Agent agent) {}
 
     static {
         NativeLibrary.load();
@@ -49,9 +48,9 @@ final class AgentSearch {
         while (true) {
             List<ProcessHandle> family = family();
             for (ProcessHandle process : family) {
-                Mailslot mailslot = Mailslot.find(Operation.mailslotOf(process.pid()));
-                if (mailslot != null) {
-                    return new Found(process, mailslot);
+                Agent agent = Agent.find(process);
+                if (agent != null) {
+                    return new Found(process, agent);
                 }
             }
             if (!started.isAlive() && family.size() <= 1) {

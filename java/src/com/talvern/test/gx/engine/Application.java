@@ -1,9 +1,5 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.sys.ApplicationNotRespondingException;
-import com.talvern.test.gx.sys.InvalidMailslotException;
-import com.talvern.test.gx.sys.InvalidSpyMemReference;
-import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import java.awt.Point;
 import java.awt.Rectangle;
@@ -16,6 +12,7 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
 import java.util.function.Consumer;
 import java.util.function.Function;
 import java.util.stream.Stream;
@@ -33,14 +30,15 @@ import java.util.stream.Stream;
  * }</pre>
  *
  * <p>Each question is one message to the application and runs on its GUI thread, between two events that it sees to.
- * The answers are plain values: they say how things were then.
+ * The answers are plain values: they say how things were then. An application that replaces itself by another program
+ * is asked again once that has an agent. Applications of the own user can be asked, and by root those of any user.
  *
  * <p><b>Exceptions</b> of all questions, each within the {@linkplain #setTimeout time} set:
  *
  * <ul>
  * <li>{@link ApplicationException.Ended}: the application has ended, crashed or was killed, before or while it was asked
  * <li>{@link ApplicationException.NotInTime}: its GUI thread has something else to do; the question is dropped
- * <li>{@link ApplicationException.Failed}: it could not answer
+ * <li>{@link ApplicationException.Failed}: it could not answer, or its answer makes no sense
  * </ul>
  *
  * <p>Any number of threads may ask at once. Clicks and keys go through the X server and questions do not: a question may
@@ -59,22 +57,22 @@ public final class Application implements AutoCloseable {
     private final ProcessHandle handle;
     private final Process process;
     private final boolean endsOnClose;
-    private final Mailslot mailslot;
+    private final Agent agent;
     private volatile Duration timeout;
 
-    private Application(String name, ProcessHandle handle, Process process, boolean endsOnClose, Mailslot mailslot,
+    private Application(String name, ProcessHandle handle, Process process, boolean endsOnClose, Agent agent,
             Duration timeout) {
         this.name = name;
         this.handle = handle;
         this.process = process;
         this.endsOnClose = endsOnClose;
-        this.mailslot = mailslot;
+        this.agent = agent;
         this.timeout = timeout;
     }
 
     /** The same application, asked by somebody with less time. */
     private Application within(Duration limit) {
-        return new Application(name, handle, process, endsOnClose, mailslot, limit);
+        return new Application(name, handle, process, endsOnClose, agent, limit);
     }
 
     /**
@@ -127,7 +125,7 @@ public final class Application implements AutoCloseable {
         }
         try {
             AgentSearch.Found found = new AgentSearch(name, process.toHandle()).await(options.limit());
-            return new Application(name, found.process(), process, !options.leavesRunning(), found.mailslot(),
+            return new Application(name, found.process(), process, !options.leavesRunning(), found.agent(),
                 DEFAULT_TIMEOUT);
         } catch (RuntimeException nobody) {
             end(process.toHandle(), Duration.ZERO);
@@ -147,11 +145,11 @@ public final class Application implements AutoCloseable {
         String name = "process " + pid;
         ProcessHandle process = ProcessHandle.of(pid)
             .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
-        Mailslot mailslot = Mailslot.find(Operation.mailslotOf(pid));
-        if (mailslot == null) {
+        Agent agent = Agent.find(process);
+        if (agent == null) {
             throw new ApplicationException.NoAgent("no agent answers in " + name);
         }
-        return new Application(process.info().command().orElse(name), process, null, false, mailslot, DEFAULT_TIMEOUT);
+        return new Application(process.info().command().orElse(name), process, null, false, agent, DEFAULT_TIMEOUT);
     }
 
     /** @return the program's name as it was started, or what the system knows of it */
@@ -447,6 +445,7 @@ public final class Application implements AutoCloseable {
      */
     @Override
     public void close() {
+        agent.close();
         if (endsOnClose) {
             end(process.toHandle(), CLOSE);
         }
@@ -506,35 +505,38 @@ public final class Application implements AutoCloseable {
     private static <T> Function<Values, List<T>> several(Function<Values, T> read) {
         return out -> {
             List<T> list = new ArrayList<>();
-            for (int left = out.nextInt(); left > 0; --left) {
+            for (int left = out.nextCount(); left > 0; --left) {
                 list.add(read.apply(out));
             }
             return list;
         };
     }
 
-    /** Both vectors are the engine's: an application that answers too late, when they are freed, writes nothing. */
     private <T> T ask(Operation operation, Consumer<Values> arguments, Function<Values, T> read) {
         Duration limit = timeout;
-        Values answer = Values.create(64);
-        Values request = Values.create(8);
+        Values question = Values.create().add(operation.name()).add(nanosOf(limit));
+        arguments.accept(question);
         try {
-            request.add(operation.name()).add(System.nanoTime() + nanosOf(limit)).add(answer);
-            arguments.accept(request);
-            mailslot.call(request.vector(), Math.max(1, nanosOf(limit) / 1_000_000));
-            return read.apply(answer);
-        } catch (Mailslot.MailslotGoneException | InvalidMailslotException | InvalidSpyMemReference gone) {
+            Frame.Reader answer = agent.ask(Frame.of(Frame.QUESTION, question), System.nanoTime() + nanosOf(limit));
+            Values content = answer.content();
+            if (answer.kind() != Frame.ANSWER) {
+                throw failed(operation, content.nextText(), null);
+            }
+            T result = read.apply(content);
+            content.end();
+            return result;
+        } catch (Agent.EndedException gone) {
             throw new ApplicationException.Ended(name + ", process " + pid() + ", has ended", gone);
-        } catch (ApplicationNotRespondingException busy) {
+        } catch (TimeoutException busy) {
             throw new ApplicationException.NotInTime(name + " has not answered " + operation + " within "
                 + limit.toMillis() + " ms", busy);
-        } catch (Mailslot.RequestFailedException failed) {
-            throw new ApplicationException.Failed(
-                name + " could not answer " + operation + ": " + failed.getMessage(), failed);
-        } finally {
-            request.free();
-            answer.free();
+        } catch (Frame.ProtocolException | Values.MalformedException foreign) {
+            throw failed(operation, foreign.getMessage(), foreign);
         }
+    }
+
+    private ApplicationException failed(Operation operation, String reason, Exception cause) {
+        return new ApplicationException.Failed(name + " could not answer " + operation + ": " + reason, cause);
     }
 
     static void pause(long milliseconds) {

@@ -18,7 +18,7 @@ public record ListView(long window, Rectangle bounds, int topIndex, List<Item> i
      * An item of a list box.
      *
      * @param index its place in the list, from 0
-     * @param text what it shows, its first 127 bytes
+     * @param text what it shows
      * @param selected whether it is selected
      * @param bounds where it is on the screen; null while it is scrolled out of sight
      */
@@ -55,12 +55,12 @@ public record ListView(long window, Rectangle bounds, int topIndex, List<Item> i
 
     static ListView read(Values in) {
         long window = in.nextLong();
-        Rectangle bounds = in.nextRectangle();
+        Rectangle bounds = in.nextBox();
         int topIndex = in.nextInt();
-        int count = in.nextInt();
-        List<Item> items = new ArrayList<>(count);
+        int count = in.nextCount();
+        List<Item> items = new ArrayList<>();
         for (int index = 0; index < count; ++index) {
-            items.add(new Item(index, in.nextString(), in.nextBoolean(), in.nextRectangle()));
+            items.add(new Item(index, in.nextText(), in.nextBoolean(), in.nextRectangle()));
         }
         return new ListView(window, bounds, topIndex, items);
     }

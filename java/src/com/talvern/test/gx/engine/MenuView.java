@@ -65,8 +65,8 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
     static MenuView read(Values in) {
         long window = in.nextLong();
         Rectangle bounds = in.nextRectangle();
-        int count = in.nextInt();
-        List<Item> items = new ArrayList<>(count);
+        int count = in.nextCount();
+        List<Item> items = new ArrayList<>();
         for (int index = 0; index < count; ++index) {
             items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong(), in.nextBoolean(),
                 in.nextBoolean()));

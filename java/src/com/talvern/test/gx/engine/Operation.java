@@ -19,15 +19,5 @@ public enum Operation {
     /** Answers the number of file dialogs and as many of {@link FileDialogView}. */
     FILE_DIALOGS,
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
-    SET_FILE;
-
-    /**
-     * The mailslot at which an application is asked.
-     *
-     * @param pid the application's process id
-     * @return the mailslot's name
-     */
-    public static String mailslotOf(long pid) {
-        return "gx-application-" + pid;
-    }
+    SET_FILE
 }

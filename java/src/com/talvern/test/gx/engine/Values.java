@@ -1,158 +1,200 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.sys.SpyVector;
 import java.awt.Rectangle;
+import java.nio.ByteBuffer;
+import java.util.Arrays;
 
 /**
- * Values on their way between engine and application: one side writes them to a vector in shared memory, the other
- * reads them in the same order.
+ * Values on their way between engine and application, in a block of bytes: one side adds them, the other takes them in
+ * the same order. Each has its kind in front of it, so what is no block of that order is found out.
  */
 public final class Values {
-    private final SpyVector vector;
-    private int next;
+    private static final byte NULL = 0;
+    private static final byte LONG = 1;
+    private static final byte BOOLEAN = 2;
+    private static final byte STRING = 3;
+    private static final byte RECTANGLE = 4;
 
-    private Values(SpyVector vector) {
-        this.vector = vector;
+    private ByteBuffer bytes;
+
+    /** What another process has sent is not what was expected. */
+    public static final class MalformedException extends RuntimeException {
+        private static final long serialVersionUID = 1L;
+
+        MalformedException(String message) {
+            super(message);
+        }
+    }
+
+    private Values(ByteBuffer bytes) {
+        this.bytes = bytes;
+    }
+
+    /** @return no values yet */
+    public static Values create() {
+        return new Values(ByteBuffer.allocate(256));
     }
 
     /**
-     * Room for values, which {@link #free} gives back.
+     * What another process has sent.
      *
-     * @param expected how many values there will be, more or less
-     * @return no values yet
-     */
-    public static Values create(int expected) {
-        SpyVector vector = new SpyVector();
-        vector.create(null, 0, expected, 64);
-        return new Values(vector);
-    }
-
-    /**
-     * What another process has written.
-     *
-     * @param vector a vector, as a message or among values
+     * @param bytes from its position to its limit; is used on
      * @return the values, from the first
      */
-    public static Values of(Object vector) {
-        return new Values((SpyVector) vector);
+    public static Values of(ByteBuffer bytes) {
+        return new Values(bytes);
     }
 
-    /** @return what travels */
-    public SpyVector vector() {
-        return vector;
+    /** @return a copy of the bytes of what was added */
+    public byte[] toBytes() {
+        return Arrays.copyOf(bytes.array(), bytes.position());
     }
 
-    /** Frees the values, and with them their strings. */
-    public void free() {
-        vector.free();
+    private ByteBuffer room(byte kind, int size) {
+        if (bytes.remaining() <= size) {
+            bytes = ByteBuffer.allocate(2 * bytes.capacity() + size).put(bytes.flip());
+        }
+        return bytes.put(kind);
     }
 
     /**
-     * Writes a value.
+     * Adds a value.
      *
-     * @param value a number, index or window
+     * @param value a number, index, window or count
      * @return this
      */
     public Values add(long value) {
-        vector.addElement(value);
+        room(LONG, Long.BYTES).putLong(value);
         return this;
     }
 
     /**
-     * Writes a value.
+     * Adds a value.
      *
      * @param value a truth value
      * @return this
      */
     public Values add(boolean value) {
-        vector.addElement(value);
+        room(BOOLEAN, 1).put((byte) (value ? 1 : 0));
         return this;
     }
 
     /**
-     * Writes a value.
+     * Adds a value.
      *
      * @param value a text, may be null
      * @return this
      */
     public Values add(String value) {
-        vector.addElement(value);
+        if (value == null) {
+            room(NULL, 0);
+            return this;
+        }
+        int size = value.length() * Character.BYTES;
+        room(STRING, Integer.BYTES + size).putInt(value.length());
+        bytes.asCharBuffer().put(value);
+        bytes.position(bytes.position() + size);
         return this;
     }
 
     /**
-     * Writes a value.
+     * Adds a value.
      *
      * @param value a rectangle, may be null
      * @return this
      */
     public Values add(Rectangle value) {
         if (value == null) {
-            return add((String) null);
+            room(NULL, 0);
+        } else {
+            room(RECTANGLE, 4 * Integer.BYTES).putInt(value.x).putInt(value.y).putInt(value.width).putInt(value.height);
         }
-        return add(pair(value.x, value.y)).add(pair(value.width, value.height));
-    }
-
-    /**
-     * Writes other values as one, by reference.
-     *
-     * @param value who made it frees it
-     * @return this
-     */
-    public Values add(Values value) {
-        vector.addElement(value.vector);
         return this;
     }
 
-    /** @return the next value */
+    /**
+     * Takes a value.
+     *
+     * @return the next value
+     * @throws MalformedException it is none of that kind, as all that take a value say
+     */
     public long nextLong() {
-        return (Long) next();
+        expect(LONG, Long.BYTES);
+        return bytes.getLong();
     }
 
     /** @return the next value */
     public int nextInt() {
-        return Math.toIntExact(nextLong());
+        long value = nextLong();
+        if (value != (int) value) {
+            throw new MalformedException(value + " is too large a number");
+        }
+        return (int) value;
+    }
+
+    /** @return how many things follow, each of one value at least */
+    public int nextCount() {
+        int count = nextInt();
+        if (count < 0 || count > bytes.remaining()) {
+            throw new MalformedException(count + " things in " + bytes.remaining() + " bytes");
+        }
+        return count;
     }
 
     /** @return the next value */
     public boolean nextBoolean() {
-        return (Boolean) next();
+        expect(BOOLEAN, 1);
+        return bytes.get() != 0;
     }
 
     /** @return the next value, may be null */
     public String nextString() {
-        return (String) next();
+        return isNull() ? null : nextText();
+    }
+
+    /** @return the next value, a text that is there */
+    public String nextText() {
+        expect(STRING, Integer.BYTES);
+        int length = bytes.getInt();
+        if (length < 0 || length > bytes.remaining() / Character.BYTES) {
+            throw new MalformedException("a text of " + length + " characters in " + bytes.remaining() + " bytes");
+        }
+        String text = bytes.asCharBuffer().subSequence(0, length).toString();
+        bytes.position(bytes.position() + length * Character.BYTES);
+        return text;
     }
 
     /** @return the next value, may be null */
     public Rectangle nextRectangle() {
-        Object first = next();
-        if (first == null) {
-            return null;
+        return isNull() ? null : nextBox();
+    }
+
+    /** @return the next value, a rectangle that is there */
+    public Rectangle nextBox() {
+        expect(RECTANGLE, 4 * Integer.BYTES);
+        return new Rectangle(bytes.getInt(), bytes.getInt(), bytes.getInt(), bytes.getInt());
+    }
+
+    /** Makes sure that all values have been taken. */
+    public void end() {
+        if (bytes.hasRemaining()) {
+            throw new MalformedException(bytes.remaining() + " bytes too many");
         }
-        long place = (Long) first;
-        long size = nextLong();
-        return new Rectangle(high(place), low(place), high(size), low(size));
     }
 
-    /** @return values that were written as one */
-    public Values nextValues() {
-        return of(next());
+    private boolean isNull() {
+        boolean isNull = bytes.hasRemaining() && bytes.get(bytes.position()) == NULL;
+        if (isNull) {
+            bytes.get();
+        }
+        return isNull;
     }
 
-    private Object next() {
-        return vector.get(next++);
-    }
-
-    private static long pair(int high, int low) {
-        return (long) high << 32 | low & 0xFFFFFFFFL;
-    }
-
-    private static int high(long pair) {
-        return (int) (pair >> 32);
-    }
-
-    private static int low(long pair) {
-        return (int) pair;
+    private void expect(byte kind, int size) {
+        byte found = bytes.hasRemaining() ? bytes.get() : -1;
+        if (found != kind || bytes.remaining() < size) {
+            throw new MalformedException("a value of kind " + found + " with " + bytes.remaining()
+                + " bytes left, where one of kind " + kind + " belongs");
+        }
     }
 }
