@@ -9,6 +9,9 @@
 
 #include "WindowManager.h"
 
+#include <string>
+#include <vector>
+
 /// One list widget, named by its window; 0 is none.
 class ListBox : public CWindow {
 public:
@@ -29,6 +32,10 @@ public:
     /// length - 1 bytes and a terminating 0. Without such an item, and for an item without any text, the
     /// buffer stays as it is.
     void getText(int index, char* buffer, int length) const;
+    /// What all items say, whole, their lines separated by line feeds. Empty without a list.
+    std::vector<std::string> getWholeTexts() const;
+    /// The indexes of the selected items, in any order.
+    std::vector<int> getSelection() const;
     /// Where an item is shown, in pixels from the list's corner; all zero for an item that is not shown.
     void getRectangle(int index, Rect* out) const;
     /// The first item whose rectangle holds a point in pixels from the list's corner; -1 when none does. The

@@ -86,7 +86,8 @@ Widget scrolledList(Widget main)
 {
     const Widget list = make(XmCreateScrolledList, main, "list");
     for (int item = 0; item < 30; ++item) {
-        const XmString text = XmStringCreateLocalized(("item " + std::to_string(item)).data());
+        const std::string name = "item " + std::to_string(item) + (item == 5 ? std::string(150, 'i') : "");
+        const XmString text = XmStringCreateLocalized(const_cast<char*>(name.c_str()));
         XmListAddItemUnselected(list, text, 0);
         XmStringFree(text);
     }

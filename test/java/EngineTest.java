@@ -131,6 +131,7 @@ class EngineTest {
         ListView list = application.listAt(new Point((int) inside.getCenterX(), (int) inside.getCenterY())).orElseThrow();
         assertEquals(30, list.items().size());
         ListView.Item third = list.item("item 3");
+        assertEquals("item 5" + "i".repeat(150), list.items().get(5).text());
         assertNull(list.item("item 20").bounds());
         application.click(third.bounds());
         while (selectedIn(list.window()).isEmpty()) { // a question may overtake a click

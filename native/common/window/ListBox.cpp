@@ -3,6 +3,8 @@
 
 #include "JavaWindow.h"
 #include "JniEntry.h"
+#include "LocalRef.h"
+#include "com_talvern_test_gx_application_ListItems.h"
 #include "com_talvern_test_gx_sys_graphical_ListBox.h"
 #include "jniobject.h"
 
@@ -85,5 +87,36 @@ LIST_BOX(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
     return jniEntry(env, __func__, [&]() -> jint {
         auto at = pointOf(env, point);
         return listOf(env, self).getItemAtPoint(at ? &*at : nullptr);
+    });
+}
+
+extern "C" JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_application_ListItems_texts(JNIEnv* env,
+                                                                                               jclass,
+                                                                                               jlong window)
+{
+    return jniEntry(env, __func__, [&]() -> jobjectArray {
+        const std::vector<std::string> texts = ListBox(window).getWholeTexts();
+        const auto string = localRef(env, env->FindClass("java/lang/String"));
+        const jobjectArray all = env->NewObjectArray(static_cast<jsize>(texts.size()), string.get(), nullptr);
+        for (jsize index = 0; all && index < static_cast<jsize>(texts.size()); ++index) {
+            const std::string& text = texts[static_cast<size_t>(index)];
+            const auto made = localRef(env, newCutText(env, text, text.size() + 1));
+            env->SetObjectArrayElement(all, index, made.get());
+        }
+        return all;
+    });
+}
+
+extern "C" JNIEXPORT jintArray JNICALL Java_com_talvern_test_gx_application_ListItems_selection(JNIEnv* env,
+                                                                                                jclass,
+                                                                                                jlong window)
+{
+    return jniEntry(env, __func__, [&]() -> jintArray {
+        const std::vector<int> indexes = ListBox(window).getSelection();
+        const auto count = static_cast<jsize>(indexes.size());
+        const jintArray all = env->NewIntArray(count);
+        if (all)
+            env->SetIntArrayRegion(all, 0, count, indexes.data());
+        return all;
     });
 }

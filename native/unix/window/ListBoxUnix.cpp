@@ -141,6 +141,13 @@ XmString itemOf(Widget list, int index)
     return items && index >= 0 && index < count ? items[index] : nullptr;
 }
 
+std::string wholeText(XmString item)
+{
+    const XtPtr<char> text(static_cast<char*>(
+        XmStringUnparse(item, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL)));
+    return text ? text.get() : "";
+}
+
 /// All zero when the item is not shown.
 Rect boundsOf(Widget list, int index)
 {
@@ -203,6 +210,26 @@ void ListBox::getText(int index, char* buffer, int length) const
         return;
     if (const auto text = firstText(item))
         copyText(text.get(), buffer, length);
+}
+
+std::vector<std::string> ListBox::getWholeTexts() const
+{
+    XmStringTable items = nullptr;
+    int count = 0;
+    if (const Widget list = listOf(getHandle()))
+        XtVaGetValues(list, XmNitems, &items, XmNitemCount, &count, nullptr);
+    std::vector<std::string> texts;
+    for (int index = 0; items && index < count; ++index)
+        texts.push_back(wholeText(items[index]));
+    return texts;
+}
+
+std::vector<int> ListBox::getSelection() const
+{
+    std::vector<int> indexes;
+    for (const int position : CSelection(listOf(getHandle())))
+        indexes.push_back(position - 1);
+    return indexes;
 }
 
 void ListBox::getRectangle(int index, Rect* out) const

@@ -11,6 +11,8 @@ import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
 import java.awt.Rectangle;
 import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.BitSet;
 import java.util.List;
 
 /** Takes views of this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
@@ -86,12 +88,19 @@ final class Widgets {
             return null;
         }
         Rectangle bounds = list.nativeGetRectangle();
-        List<ListView.Item> items = new ArrayList<>(count);
-        for (int index = 0; index < count; ++index) {
-            items.add(new ListView.Item(index, list.getText(index), list.isSelected(index),
-                onScreen(list.getRectangle(index), bounds)));
+        String[] texts = ListItems.texts(list.getHandle());
+        BitSet selected = new BitSet();
+        Arrays.stream(ListItems.selection(list.getHandle())).forEach(selected::set);
+        int top = list.getTopIndex();
+        List<ListView.Item> items = new ArrayList<>(texts.length);
+        boolean shows = false;
+        for (int index = 0; index < texts.length; ++index) {
+            shows = index == top || shows; // what shows lies in one piece
+            Rectangle box = shows ? onScreen(list.getRectangle(index), bounds) : null;
+            shows = box != null;
+            items.add(new ListView.Item(index, texts[index], selected.get(index), box));
         }
-        return new ListView(list.getHandle(), bounds, list.getTopIndex(), items);
+        return new ListView(list.getHandle(), bounds, top, items);
     }
 
     /** An item out of sight has no size. */
