@@ -46,6 +46,8 @@ class NativeWindowTest {
             String[] words = output.readLine().split(" ");
             windows.put(words[0], new NativeTopLevelWindow(Long.decode(words[1])));
         }
+        // The first object that is asked: what is looked up once per process is looked up here.
+        assertEquals(new Rectangle(105, 55, 300, 200), new Own(window("plain").getHandle()).nativeGetRectangle());
     }
 
     @AfterAll
@@ -54,7 +56,10 @@ class NativeWindowTest {
         assertEquals(0, scene.waitFor());
     }
 
+    /** With a field of the name that the native layer looks for. */
     static class Own extends NativeTopLevelWindow {
+        long handle = 1;
+
         Own(long handle) {
             super(handle);
         }

@@ -397,14 +397,30 @@ void CJniJObject::throwAnsiException(JNIEnv* env, const char* className, const c
         env->ReleaseStringUTFChars(units.get(), utf8);
 }
 
+jfieldID CJavaField::fieldOf(JNIEnv* env, jclass javaClass) const
+{
+    const jfieldID field = javaClass ? env->GetFieldID(javaClass, m_name, m_signature) : nullptr;
+    if (!field)
+        CJniClass::resetException(env, "java/lang/NoSuchFieldError");
+    return field;
+}
+
+/// The object may be of a class that has a field of the same name of its own: the one that is highest in the
+/// class tree is the one that native code means, and that all other objects have.
 jfieldID CJavaField::find(JNIEnv* env, jobject object)
 {
-    const auto javaClass = localRef(env, env->GetObjectClass(object));
-    const jfieldID field = env->GetFieldID(javaClass.get(), m_name, m_signature);
-    if (!field) {
-        CJniClass::resetException(env, "java/lang/NoSuchFieldError");
-        return nullptr;
+    auto javaClass = localRef(env, env->GetObjectClass(object));
+    jfieldID field = fieldOf(env, javaClass.get());
+    while (field) {
+        auto above = localRef(env, env->GetSuperclass(javaClass.get()));
+        const jfieldID inherited = fieldOf(env, above.get());
+        if (!inherited)
+            break;
+        field = inherited;
+        javaClass = std::move(above);
     }
+    if (!field)
+        return nullptr;
     jfieldID expected = nullptr;
     if (env->NewGlobalRef(javaClass.get()))
         m_id.compare_exchange_strong(expected, field, std::memory_order_acq_rel);

@@ -114,8 +114,9 @@ private:
     bool m_locked = false;
 };
 
-/// A Java field that is looked up once per process: for fields read in every call, such as "handle". One per
-/// declaring class, at namespace scope. Any thread. It keeps its class loaded, so the id stays right.
+/// A Java field that is looked up once per process, on the class that declares it: for fields read in every
+/// call, such as "handle". One per declaring class, at namespace scope. Any thread. It keeps its class
+/// loaded, so the id stays right.
 class CJavaField {
 public:
     constexpr CJavaField(const char* name, const char* signature) : m_name(name), m_signature(signature) {}
@@ -146,6 +147,7 @@ public:
 
 private:
     jfieldID find(JNIEnv* env, jobject object);
+    jfieldID fieldOf(JNIEnv* env, jclass javaClass) const;
 
     const char* m_name;
     const char* m_signature;

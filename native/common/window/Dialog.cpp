@@ -17,10 +17,10 @@ namespace {
 constinit CJavaConstructor s_window{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",
                                     " returning NULL"};
 
-/// A dialog of the Java object's class. Each class may declare a handle of its own.
+constinit CJavaField s_handle{"handle", "J"};
+
 template <class Kind> Kind dialogOf(JNIEnv* env, jobject self)
 {
-    static constinit CJavaField s_handle{"handle", "J"};
     return Kind(s_handle.getLong(env, self));
 }
 
