@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 /// A place on the screen or in a window, in pixels; y grows downwards.
@@ -88,7 +89,10 @@ public:
     static std::vector<CWindow> windowsAt(const Rect& rect);
     int windowsAtRectangle(Rect* rect, int max, CWindow** out) const;
     void getRectangle(Rect* out) const; ///< root coordinates, without the border
-    /// The caption in the locale's code set, at most size - 1 bytes and a terminating 0.
+    /// WM_NAME of this very window in the locale's code set; empty when it has none.
+    std::string name() const;
+    /// The caption in the locale's code set, at most size - 1 bytes and a terminating 0: the name of a child
+    /// of the root; else that of the topmost window in it; else its own.
     void getWindowCaption(char* buffer, int size) const;
     /// Class and instance of WM_CLASS with a blank between them, at most size - 1 bytes and a terminating 0.
     void getWindowClassname(char* buffer, int size) const;

@@ -2,6 +2,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.io.ByteArrayOutputStream;
 import java.io.PrintStream;
 import java.net.URL;
@@ -56,16 +57,23 @@ class ReadmeExampleTest {
     void itListsAWindowAndTypesIntoIt() throws Exception {
         compile("Example");
         Path typed = folder.resolve("typed");
+        Process manager = new ProcessBuilder("openbox", "--sm-disable").inheritIO().start();
         Process terminal = new ProcessBuilder("xterm", "-T", "A terminal", "-e", "cat > " + typed).inheritIO().start();
         try {
-            waitUntil(() -> Files.exists(typed) && new NativeTopLevelWindow(0).getOwnedWindows().length == 1);
+            waitUntil(() -> Files.exists(typed) && isFramed(new NativeTopLevelWindow(0).getOwnedWindows()));
             String output = outputOf("Example");
             assertTrue(output.startsWith("XTerm xterm, \"A terminal\", java.awt.Rectangle["), output);
             waitUntil(() -> typed.toFile().length() > 0);
             assertEquals("Hello, gxsys!\n", Files.readString(typed));
         } finally {
             terminal.destroyForcibly();
+            manager.destroyForcibly().waitFor();
         }
+    }
+
+    private static boolean isFramed(NativeTopLevelWindow... windows) {
+        return windows.length == 1
+                && !windows[0].nativeGetParentWindow().equals(NativeWindow.nativeGetRootNativeWindow());
     }
 
     @Test

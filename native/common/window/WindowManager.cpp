@@ -2,8 +2,10 @@
 #include "WindowManager.h"
 
 #include "JavaWindow.h"
+#include "JniDataTypes.h"
 #include "JniEntry.h"
 #include "Toolkit.h"
+#include "com_talvern_test_gx_engine_Windows.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
 #include "jniobject.h"
@@ -226,6 +228,13 @@ NATIVE_WINDOW(jstring, nativeGetWindowCaption, JNIEnv* env, jobject self)
         const CWindow window = windowOf(env, self);
         return newText(env, [&](char* buffer, int size) { window.getWindowCaption(buffer, size); });
     });
+}
+
+extern "C" JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_engine_Windows_nameOf(JNIEnv* env, jclass,
+                                                                                    jlong window)
+{
+    return jniEntry(env, __func__,
+                    [&]() -> jstring { return CJString(env, CWindow(window).name().c_str()); });
 }
 
 NATIVE_WINDOW(jstring, nativeGetWindowClassname, JNIEnv* env, jobject self)

@@ -134,7 +134,8 @@ std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t* reply)
 {
     if (!reply)
         return {};
-    return {xcb_query_tree_children(reply), static_cast<size_t>(xcb_query_tree_children_length(reply))};
+    // The reply's own length, in units of a window id: the number beside it has 16 bits.
+    return {xcb_query_tree_children(reply), size_t{reply->length}};
 }
 
 CWindowState stateOf(Display* display, Window window)

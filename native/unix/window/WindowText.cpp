@@ -65,7 +65,10 @@ std::string captionOf(Display* display, Window window)
     }
     CTracer::debugTrace("FetchName failed,picking child");
     const auto children = childrenOf(tree.get());
-    return fetchWindowName(display, children.empty() ? window : namedInside(display, children));
+    const Window named = children.empty() ? window : namedInside(display, children);
+    const auto name = fetchWindowName(display, named);
+    // Inside of a window manager's frame it is the program's window that has the name, and no window in it.
+    return name.empty() && named != window ? fetchWindowName(display, window) : name;
 }
 } // namespace
 
@@ -82,6 +85,12 @@ void CWindow::getWindowCaption(char* buffer, int size) const
 {
     Display* const display = walkDisplay();
     copyText(display ? captionOf(display, getHandle()) : "", buffer, size);
+}
+
+std::string CWindow::name() const
+{
+    Display* const display = walkDisplay();
+    return display ? fetchWindowName(display, getHandle()) : std::string();
 }
 
 void CWindow::getWindowClassname(char* buffer, int size) const

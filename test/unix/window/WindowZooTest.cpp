@@ -134,7 +134,13 @@ TEST(WindowZoo, TakesTheCaptionOfAFrameFromTheWindowInside)
         EXPECT_FALSE(trace.has("kwindow found"));
     }
     const Window inner = scene.add(last, {});
+    {
+        const CTraceCapture trace;
+        EXPECT_EQ("client", captionOf(last)) << "its topmost child has no name, so it has its own";
+        EXPECT_TRUE(trace.has("FetchName failed,picking child"));
+    }
     scene.setName(inner, "inner");
+    EXPECT_EQ("client", CWindow(static_cast<long>(last)).name());
     EXPECT_EQ("inner", captionOf(last)) << "no child of the root: its topmost child is asked";
     scene.setClass(first, "kwin", "Kwin");
     const CTraceCapture trace;
@@ -142,6 +148,18 @@ TEST(WindowZoo, TakesTheCaptionOfAFrameFromTheWindowInside)
     EXPECT_TRUE(trace.has("kwindow found, looks like KDE"));
     scene.setName(frame, "own");
     EXPECT_EQ("own", captionOf(frame));
+}
+
+TEST(WindowZoo, SeesMoreChildrenThanSixteenBitsCount)
+{
+    constexpr size_t many = 65540;
+    CScene scene;
+    const Window parent = scene.add({});
+    for (size_t i = 0; i < many; ++i)
+        XCreateSimpleWindow(scene.display(), parent, 0, 0, 1, 1, 0, 0, 0);
+    scene.sync();
+    EXPECT_EQ(many, childrenOf(walkDisplay(), parent).size());
+    scene.destroy(parent);
 }
 
 TEST(WindowZoo, MeasuresWithoutBorders)

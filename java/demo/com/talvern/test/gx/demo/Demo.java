@@ -1,5 +1,6 @@
 package com.talvern.test.gx.demo;
 
+import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Dimension;
@@ -89,16 +90,16 @@ public final class Demo {
         transcript.heading("Start programs with exec");
         transcript.step("nedit, a Motif editor", () -> {
             nedit = Application.start(files, "nedit");
-            return Desktop.captionOf(nedit.window());
+            return Windows.caption(nedit.window());
         });
         transcript.step("mousepad, a GTK 3 editor", () -> {
             mousepad = Application.start(files, "mousepad", "--disable-server");
-            return Desktop.captionOf(mousepad.window());
+            return Windows.caption(mousepad.window());
         });
         transcript.step("xterm with a shell", () -> {
             xterm = Application.start(files, "xterm", "-u8", "-fa", "DejaVu Sans Mono", "-fs", "10",
                 "-geometry", "76x" + TERMINAL_ROWS, "-T", "Terminal", "-e", "env", "PS1=$ ", "sh");
-            return Desktop.captionOf(xterm.window());
+            return Windows.caption(xterm.window());
         });
         picture("1-before");
     }
@@ -304,7 +305,7 @@ public final class Demo {
         xterm.step(transcript, "print the numbers to 200", () -> {
             xterm.window().nativeBringToTop();
             xterm.type("seq 200; printf '\\033]0;counted\\007'\n");
-            Expect.equal("caption, set by the last output", "counted", () -> Desktop.captionOf(xterm.window()));
+            Expect.equal("caption, set by the last output", "counted", () -> Windows.caption(xterm.window()));
             return "";
         });
         final String step = "wheel up " + above + " lines, double-click the top row, paste with the middle button";

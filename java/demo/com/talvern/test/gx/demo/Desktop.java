@@ -1,5 +1,6 @@
 package com.talvern.test.gx.demo;
 
+import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
@@ -47,15 +48,10 @@ final class Desktop {
         return chain.size() < 2 ? window : chain.get(chain.size() - 2);
     }
 
-    /** The text in the title bar. A window manager's frame answers for the program's window that it holds. */
-    static String captionOf(NativeWindow window) {
-        return frameOf(window).nativeGetWindowCaption();
-    }
-
     /** A line about a window, such as {@code 0xc0000c  XTerm xterm  "Terminal"  at 1,20, 612 x 344}. */
     static String describe(NativeWindow window) {
         final String name = window.nativeGetWindowClassname();
-        final String caption = name.isEmpty() ? "" : '"' + captionOf(window) + '"';
+        final String caption = name.isEmpty() ? "" : '"' + Windows.caption(window) + '"';
         return String.format("0x%-7x  %-18s  %-24s  %s", window.getHandle(), name, caption,
             describe(window.nativeGetRectangle()));
     }

@@ -3,6 +3,7 @@ package com.talvern.test.gx.demo;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.FileDialogView;
 import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
@@ -233,6 +234,6 @@ final class Inside {
 
     private static String awaitCaption(String part) throws Exception {
         return Expect.found("a window \"" + part + '"', () -> Desktop.topLevelWindows().stream()
-            .map(Desktop::captionOf).filter(caption -> caption.contains(part)).findFirst().orElse(null));
+            .map(Windows::caption).filter(caption -> caption.contains(part)).findFirst().orElse(null));
     }
 }

@@ -3,6 +3,7 @@ package com.talvern.test.gx.application;
 import com.talvern.test.gx.engine.FileDialogView;
 import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.FileDialog;
 import com.talvern.test.gx.sys.graphical.ListBox;
 import com.talvern.test.gx.sys.graphical.Menu;
@@ -123,19 +124,7 @@ final class Widgets {
     }
 
     private static FileDialogView viewOf(FileDialog dialog) {
-        return new FileDialogView(dialog.getHandle(), frameOf(dialog).nativeGetWindowCaption(),
+        return new FileDialogView(dialog.getHandle(), Windows.caption(dialog),
             dialog.getOKRectangle(), dialog.getCancelRectangle(), dialog.getFileRectangle());
-    }
-
-    /** The window manager's frame answers for the caption of the window in it; without one a window is its own. */
-    private static NativeWindow frameOf(NativeWindow window) {
-        NativeWindow root = NativeWindow.nativeGetRootNativeWindow();
-        NativeWindow frame = window;
-        NativeWindow parent = window.nativeGetParentWindow();
-        while (parent != null && !parent.equals(root) && !parent.equals(frame)) { // one that has gone is its own parent
-            frame = parent;
-            parent = frame.nativeGetParentWindow();
-        }
-        return frame;
     }
 }

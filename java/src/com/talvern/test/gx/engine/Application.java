@@ -82,6 +82,7 @@ public final class Application implements AutoCloseable {
      *
      * @param command the program, looked for in PATH, and its arguments
      * @return the application
+     * @throws ApplicationException.NoServer there is no X server
      * @throws ApplicationException.Ended the program could not be started or ended at once
      * @throws ApplicationException.NoAgent no agent answers: there is no JVM for it, or it has shown no window yet; or
      *     there cannot be one, which is said within two seconds of its first window: it uses neither Motif, GTK 2 nor
@@ -111,6 +112,7 @@ public final class Application implements AutoCloseable {
      * @return the application
      */
     public static Application start(LaunchOptions options, ProcessBuilder program) {
+        Windows.requireServer();
         List<String> command = program.command();
         String name = command.get(0);
         List<String> launched = options.launcher();

@@ -17,6 +17,15 @@ public class ApplicationException extends RuntimeException {
         }
     }
 
+    /** There is no X server to show the application on. */
+    public static final class NoServer extends ApplicationException {
+        private static final long serialVersionUID = 1L;
+
+        NoServer(String message) {
+            super(message, null);
+        }
+    }
+
     /** The application has ended, crashed or was killed. */
     public static final class Ended extends ApplicationException {
         private static final long serialVersionUID = 1L;

@@ -1,6 +1,6 @@
 package com.talvern.test.gx.sys.graphical;
 
-/** The X server cannot play back input: it lacks the XTEST extension. */
+/** The X server cannot play back input: it lacks the XTEST extension, or there is none, or it has gone. */
 public class UnsupportedXServerException extends RuntimeException {
     private static final long serialVersionUID = 1L;
 

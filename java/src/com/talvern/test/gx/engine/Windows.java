@@ -1,0 +1,57 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.NativeLibrary;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+
+/**
+ * What a test asks of windows of any program, in the terms of its user.
+ *
+ * <pre>{@code
+ * Windows.requireServer();
+ * for (NativeTopLevelWindow window : new NativeTopLevelWindow(0).getOwnedWindows()) {
+ *     System.out.println(Windows.caption(window));
+ * }
+ * }</pre>
+ *
+ * <p>What {@link NativeWindow} says about windows that have gone and about threads holds here too.
+ */
+public final class Windows {
+    static {
+        NativeLibrary.load();
+    }
+
+    private Windows() {}
+
+    /**
+     * The text in the title bar of a window: its own name, and where it has none, as the frame of a window manager has
+     * none, the caption that {@link NativeWindow#nativeGetWindowCaption} finds inside of it. That method asks a window
+     * inside of a frame for the name of its topmost child first, which some toolkits give to their inner windows, too.
+     *
+     * @param window a program's window or the frame around it
+     * @return empty when there is none; less the characters that the locale's code set lacks
+     */
+    public static String caption(NativeWindow window) {
+        String own = nameOf(window.getHandle());
+        return own.isEmpty() ? window.nativeGetWindowCaption() : own;
+    }
+
+    /**
+     * Makes sure that there is an X server to ask: without one every query answers neutrally, as if there were no windows.
+     *
+     * @throws ApplicationException.NoServer there is none, it refuses this program, or the connection to it is lost; the
+     *     native trace has the reason
+     */
+    public static void requireServer() {
+        if (NativeWindow.nativeGetRootNativeWindow().getHandle() == 0) {
+            throw new ApplicationException.NoServer(complaint(System.getenv("DISPLAY")));
+        }
+    }
+
+    private static String complaint(String display) {
+        return display == null || display.isEmpty()
+            ? "there is no X server: DISPLAY is not set"
+            : "the X server " + display + " does not answer, refuses this program or has gone";
+    }
+
+    private static native String nameOf(long window);
+}
