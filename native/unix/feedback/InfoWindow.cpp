@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
+#include <deque>
 #include <map>
 #include <system_error>
 #include <utility>
@@ -296,7 +297,25 @@ void destroyAll()
 }
 } // namespace
 
-long InfoWindows::add(std::shared_ptr<CInfoWindow> tooltip)
+void* CInfoWindow::operator new(size_t size)
+{
+    return ::operator new(size);
+}
+
+void CInfoWindow::operator delete(void* memory)
+{
+    constexpr size_t kept = 1024;
+    static std::mutex s_mutex;
+    static auto& s_gone = *new std::deque<void*>;
+    const std::lock_guard lock(s_mutex);
+    s_gone.push_back(memory);
+    if (s_gone.size() <= kept)
+        return;
+    ::operator delete(s_gone.front());
+    s_gone.pop_front();
+}
+
+long InfoWindows::add(std::unique_ptr<CInfoWindow> tooltip)
 {
     [[maybe_unused]] static const int s_registered = atProcessEnd<destroyAll>();
     const long handle = reinterpret_cast<intptr_t>(tooltip.get());

@@ -32,6 +32,10 @@ public:
     /// @param text  null counts as empty; the flag after it has no meaning
     CInfoWindow(int x, int y, const char* text, bool);
     ~CInfoWindow() { destroy(); }
+    /// Java knows a tooltip by its address, and may still use it when the tooltip has gone: the memory of the
+    /// last 1024 stays out of use.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory);
     CInfoWindow(const CInfoWindow&) = delete;
     CInfoWindow& operator=(const CInfoWindow&) = delete;
 
@@ -80,7 +84,7 @@ private:
 /// The tooltips that Java holds, by the handles that it was given. Any thread.
 namespace InfoWindows {
 /// Keeps a new tooltip. @return its handle, never 0; the address of the object
-long add(std::shared_ptr<CInfoWindow> tooltip);
+long add(std::unique_ptr<CInfoWindow> tooltip);
 /// Null for a handle that was never given or has been removed. The tooltip lives at least as long as the
 /// answer.
 std::shared_ptr<CInfoWindow> find(long handle);

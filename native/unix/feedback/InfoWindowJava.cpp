@@ -29,7 +29,7 @@ TOOLTIP(jlong, create, JNIEnv* env, jclass, jint x, jint y, jstring text, jboole
 {
     return jniEntry(env, __func__, [&]() -> jlong {
         const CJString wanted(env, text);
-        return InfoWindows::add(std::make_shared<CInfoWindow>(x, y, wanted.ansiString(), flag != JNI_FALSE));
+        return InfoWindows::add(std::make_unique<CInfoWindow>(x, y, wanted.ansiString(), flag != JNI_FALSE));
     });
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <thread>
 
 #include "FrameWatch.h"
@@ -203,7 +204,7 @@ TEST(InfoWindow, ThreadsMayDoAnythingAtOnce)
         threads.emplace_back([&] {
             for (int i = 0; i < 100; ++i) {
                 const long handle =
-                    last.exchange(InfoWindows::add(std::make_shared<CInfoWindow>(0, 0, "tip", false)));
+                    last.exchange(InfoWindows::add(std::make_unique<CInfoWindow>(0, 0, "tip", false)));
                 if (const auto tooltip = InfoWindows::find(handle)) {
                     tooltip->show();
                     tooltip->changeText(std::string(static_cast<size_t>(i), 'x').c_str());
@@ -217,6 +218,18 @@ TEST(InfoWindow, ThreadsMayDoAnythingAtOnce)
         thread.join();
     EXPECT_TRUE(InfoWindows::remove(last));
     EXPECT_FALSE(InfoWindows::remove(last));
+}
+
+TEST(InfoWindow, ALateCallForATooltipThatHasGoneMeetsNoOther)
+{
+    const CDisplayName none(":999"); // nothing of them but their handles matters
+    std::set<long> handles;
+    for (int i = 0; i < 1024; ++i) {
+        const long handle = InfoWindows::add(std::make_unique<CInfoWindow>(0, 0, "tip", false));
+        InfoWindows::remove(handle);
+        handles.insert(handle);
+    }
+    EXPECT_EQ(1024U, handles.size());
 }
 
 TEST(InfoWindow, TheProcessOutlivesTheServer)
