@@ -6,6 +6,7 @@
 #include "jniobject.h"
 
 #include "HighlighterUnix.h"
+#include "XErrors.h"
 
 #define HIGHLIGHTER(Result, method, ...)                                                                     \
     extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_Highlighter_##method(         \
@@ -25,6 +26,7 @@ template <class Operation> auto withCurrent(JNIEnv* env, jobject self, Operation
     return jniEntry(env, untraced, [&] {
         const auto window = static_cast<unsigned long>(s_handle.getLong(env, self));
         auto lock = CHighlighter::lock();
+        installXlibErrorHandler(); // a frame may have been destroyed by another program
         using Answer = decltype(operation(*CHighlighter::current(window), lock));
         CHighlighter* const current = CHighlighter::current(window);
         return current ? operation(*current, lock) : Answer();

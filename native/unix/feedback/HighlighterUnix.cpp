@@ -275,7 +275,7 @@ CHighlighter* CHighlighter::current(unsigned long window)
 
 void CHighlighter::show()
 {
-    if (!m_window || !usableDisplay(my_display))
+    if (!m_window || !isConnected(my_display))
         return;
     XMapWindow(my_display, m_window);
     flushRequests(my_display);
@@ -283,7 +283,7 @@ void CHighlighter::show()
 
 void CHighlighter::hide()
 {
-    if (!m_window || !usableDisplay(my_display))
+    if (!m_window || !isConnected(my_display))
         return;
     XUnmapWindow(my_display, m_window);
     flushRequests(my_display);
@@ -339,7 +339,7 @@ void CHighlighter::destroy()
 {
     if (s_highlighter == this)
         s_highlighter = nullptr;
-    if (!m_window || !usableDisplay(my_display))
+    if (!m_window || !isConnected(my_display))
         return;
     XDestroyWindow(my_display, std::exchange(m_window, 0));
     if (m_color.flags)

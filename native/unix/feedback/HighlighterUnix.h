@@ -2,7 +2,7 @@
 ///
 /// A frame is an override-redirect window, cut down to its border by the X Shape extension, so that clicks
 /// and drawing go through its middle; without the extension it is a filled rectangle. It is marked by the
-/// WM_CLASS class "VTXHighlighter", by which window searches look through it. All requests go over a
+/// WM_CLASS class "VTXHighlighter", by which the search for a point looks through it. All requests go over a
 /// connection of this unit's own, opened when the library is loaded and closed at exit; without a server
 /// nothing is shown.
 ///
