@@ -1,4 +1,5 @@
-/// What the dynamic loader knows about the process. Any thread; nothing is loaded.
+/// What the dynamic loader knows about the process. Any thread. Nothing is loaded but, for the moment of the
+/// question, the loader's own library where the system keeps it apart.
 #pragma once
 
 struct link_map;

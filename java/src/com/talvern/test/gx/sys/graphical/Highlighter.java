@@ -5,7 +5,7 @@ import java.awt.Rectangle;
 
 /**
  * A coloured frame around a rectangle of the screen, which shows what a test is about to use or has found. Clicks go
- * through its middle, and searches for windows look through all of it.
+ * through its middle, and {@link NativeWindow#nativeWindowAtPoint} looks through all of it; other searches find it.
  *
  * <pre>{@code
  * Highlighter found = Highlighter.create(button.nativeGetRectangle(), 255, 0, 0, 5, 250, 1000); // flashes for a second
@@ -18,8 +18,9 @@ import java.awt.Rectangle;
  *
  * <p><b>The current frame.</b> Only the frame that was made last can be reached. Making another one leaves the older one
  * on the screen: destroy it before, or let it go by itself. When a timed frame goes, whichever frame is the current one
- * then cannot be reached any more either: wait with {@link #joinNativeThread} before making one that stays. Calls for a frame that is not the current one, be it
- * replaced, destroyed or gone by itself, do nothing and answer false or 0. That holds without an X server too.
+ * then cannot be reached any more either: wait with {@link #joinNativeThread} before making one that stays. Calls for a
+ * frame that is not the current one, be it replaced, destroyed or gone by itself, do nothing and answer false or 0. Without
+ * an X server nothing is shown and every frame has the handle 0: each object then stands for the one that was made last.
  *
  * <p><b>Units.</b> Pixels of the screen for the outer edge of the frame, and milliseconds. Any thread may call.
  */

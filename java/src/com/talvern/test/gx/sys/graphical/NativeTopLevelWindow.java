@@ -6,7 +6,7 @@ import java.awt.Rectangle;
 
 /**
  * A window that a user sees as an application window: one that carries the property WM_CLASS. Window managers put such
- * windows into frames of their own, which are looked through.
+ * windows into frames of their own, which have none and are looked through. The library's highlight frames have one.
  *
  * <pre>{@code
  * for (NativeTopLevelWindow window : new NativeTopLevelWindow(0).getOwnedWindows()) {
@@ -67,7 +67,10 @@ public class NativeTopLevelWindow extends NativeWindow {
     /** Maps the window and raises it. */
     public native void deiconify();
 
-    /** Asks the application to close the window, as the window manager's close button does; it may refuse or ask back. */
+    /**
+     * Asks the application to close the window, as the window manager's close button does; it may refuse or ask back. Ask its
+     * own window: a window manager's frame does not hand the request on, save that of the KDE window manager.
+     */
     public native void close();
 
     /** Raises the window as {@link #nativeBringToTop} does. */

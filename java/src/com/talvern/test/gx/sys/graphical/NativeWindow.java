@@ -20,10 +20,11 @@ import java.awt.Rectangle;
  *
  * <p><b>Windows that have gone.</b> Other programs may destroy a window at any time. A query on a window that has gone,
  * or without an X server, answers neutrally: null, false, an empty text, a rectangle of zeros; an operation does
- * nothing. Nothing is thrown, save where it says so. A null argument gives a null result.
+ * nothing. Nothing is thrown, save where it says so. A null argument gives a null result. A server that goes stays gone
+ * for this process, even if another one takes its place.
  *
  * <p><b>Threads.</b> All windows share one connection to the X server: call these methods from one thread at a time.
- * Every call waits for the server's answer.
+ * Every call waits for the server's answer: while the server is stopped or busy, so is the caller.
  */
 public class NativeWindow {
     static {
@@ -67,8 +68,10 @@ public class NativeWindow {
     // Finding windows
 
     /**
-     * The window that a click would go to: the topmost viewable window that holds the point, and in it the topmost
-     * child that does, down to the deepest. The library's own highlight frames are looked through.
+     * The deepest window at a point: the topmost viewable window that holds it, and in it the topmost child that does, and
+     * so on. A click there goes to this window, save on a border, which counts as the parent's, on the column and the row
+     * right of and below a window, which count as the window's, and in a hole of a window with a shape. The library's own
+     * highlight frames are looked through.
      *
      * @param point screen coordinates
      * @return the root window where there is no other; null without an X server
@@ -76,7 +79,7 @@ public class NativeWindow {
     public static native NativeWindow nativeWindowAtPoint(Point point);
 
     /**
-     * The viewable windows that cover exactly a rectangle, at any depth.
+     * The viewable windows that cover exactly a rectangle, at any depth, highlight frames included.
      *
      * @param rectangle screen coordinates
      * @return parents before their children, siblings from the bottom of the stack to its top; empty when there is none
@@ -129,7 +132,9 @@ public class NativeWindow {
     // Asking a window
 
     /**
-     * The caption. That of a window manager's frame, which seldom has one itself, is the caption of the window inside.
+     * The caption. A child of the root, such as a window manager's frame, has its own name first. Where it has none, and for
+     * every other window, it is the name of the topmost window inside, else the window's own. {@link
+     * com.talvern.test.gx.engine.Windows#caption} asks each window for its own name first, as a user sees it.
      *
      * @return at most 126 bytes of it in the locale's code set, whole characters; empty when there is none
      */
@@ -202,7 +207,11 @@ public class NativeWindow {
     /** Raises the window as {@link #nativeNativeActivate} does. */
     public native void nativeBringToTop();
 
-    /** Gives the window the input focus. It must be viewable, else nothing happens. */
+    /**
+     * Gives the window the input focus. It must be viewable, else nothing happens. Of handle 0 and 1 the X server makes what
+     * {@link #nativeGetFocus} reports by them: with 0 nothing has the focus and what is typed is lost, with 1 the focus
+     * follows the pointer.
+     */
     public native void nativeSetFocus();
 
     /** Asks the window manager to keep the window above others. */
