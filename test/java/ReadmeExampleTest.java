@@ -4,7 +4,9 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.io.ByteArrayOutputStream;
+import java.io.IOException;
 import java.io.PrintStream;
+import java.io.UncheckedIOException;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
@@ -58,6 +60,7 @@ class ReadmeExampleTest {
         compile("Example");
         Path typed = folder.resolve("typed");
         Process manager = new ProcessBuilder("openbox", "--sm-disable").inheritIO().start();
+        waitUntil(ReadmeExampleTest::isManaged); // a window that is mapped while it starts can stay unmapped
         Process terminal = new ProcessBuilder("xterm", "-T", "A terminal", "-e", "cat > " + typed).inheritIO().start();
         try {
             waitUntil(() -> Files.exists(typed) && isFramed(new NativeTopLevelWindow(0).getOwnedWindows()));
@@ -68,6 +71,15 @@ class ReadmeExampleTest {
         } finally {
             terminal.destroyForcibly();
             manager.destroyForcibly().waitFor();
+        }
+    }
+
+    private static boolean isManaged() {
+        try {
+            Process property = new ProcessBuilder("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").start();
+            return new String(property.getInputStream().readAllBytes(), StandardCharsets.UTF_8).contains("window id");
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
         }
     }
 

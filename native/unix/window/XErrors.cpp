@@ -31,5 +31,9 @@ void installXlibErrorHandler()
 
 Display* walkDisplay()
 {
-    return usableDisplay(g_display);
+    Display* const display = usableDisplay(g_display);
+    XEvent event;
+    while (display && XCheckTypedEvent(display, MappingNotify, &event)) {
+    }
+    return display;
 }
