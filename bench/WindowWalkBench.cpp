@@ -110,32 +110,47 @@ CDesktop& desktopFor(benchmark::State& state)
     return *desktop;
 }
 
-/// The requests of a rectangle search, without a thought of what they are for.
-void pipelinedRect(const CDesktop& desktop)
+/// What each search asks of every window besides attributes, geometry and children.
+xcb_translate_coordinates_cookie_t askThird(const CDesktop& desktop, xcb_window_t window,
+                                            xcb_translate_coordinates_reply_t*)
+{
+    return xcb_translate_coordinates(XGetXCBConnection(desktop.display()), window,
+                                     static_cast<xcb_window_t>(desktop.root()), 0, 0);
+}
+xcb_get_property_cookie_t askThird(const CDesktop& desktop, xcb_window_t window, xcb_get_property_reply_t*)
+{
+    return xcb_get_property(XGetXCBConnection(desktop.display()), 0, window, XCB_ATOM_WM_CLASS,
+                            XCB_ATOM_STRING, 0, BUFSIZ);
+}
+
+/// The requests of a search through the whole tree, without a thought of what they are for.
+/// @tparam Third   the reply to its third question
+template <class Third> void pipelinedTree(const CDesktop& desktop)
 {
     auto* const connection = XGetXCBConnection(desktop.display());
     struct CSent {
         xcb_get_window_attributes_cookie_t attributes;
         xcb_get_geometry_cookie_t geometry;
-        xcb_translate_coordinates_cookie_t place;
+        unsigned third;
         xcb_query_tree_cookie_t tree;
     };
-    const auto root = static_cast<xcb_window_t>(desktop.root());
     std::vector<CSent> sent;
     sent.reserve(desktop.windows().size());
     for (const Window id : desktop.windows()) {
         const auto window = static_cast<xcb_window_t>(id);
         sent.push_back({xcb_get_window_attributes(connection, window), xcb_get_geometry(connection, window),
-                        xcb_translate_coordinates(connection, window, root, 0, 0),
+                        askThird(desktop, window, static_cast<Third*>(nullptr)).sequence,
                         xcb_query_tree(connection, window)});
     }
     for (const CSent& request : sent) {
         std::free(xcb_get_window_attributes_reply(connection, request.attributes, nullptr));
         std::free(xcb_get_geometry_reply(connection, request.geometry, nullptr));
-        std::free(xcb_translate_coordinates_reply(connection, request.place, nullptr));
+        std::free(xcb_wait_for_reply(connection, request.third, nullptr));
         std::free(xcb_query_tree_reply(connection, request.tree, nullptr));
     }
 }
+constexpr auto pipelinedRect = pipelinedTree<xcb_translate_coordinates_reply_t>;
+constexpr auto pipelinedTopLevels = pipelinedTree<xcb_get_property_reply_t>;
 
 /// The requests of a search at a point that lies in the lowest window: the tree, then all geometries, on each
 /// level.
@@ -213,6 +228,21 @@ void rectAgainstWaiting(benchmark::State& state)
         });
 }
 
+void topLevelsAgainstPipelined(benchmark::State& state)
+{
+    CDesktop& desktop = desktopFor(state);
+    compare(
+        state, [&] { TopLevelWindow::ownedWindows(); }, [&] { pipelinedTopLevels(desktop); });
+}
+
+void topLevelRectAgainstPipelined(benchmark::State& state)
+{
+    CDesktop& desktop = desktopFor(state);
+    const Rect rect = desktop.boxOf(desktop.lowest());
+    compare(
+        state, [&] { TopLevelWindow::topLevelWindowsAt(rect); }, [&] { pipelinedTopLevels(desktop); });
+}
+
 void topLevelsAgainstWaiting(benchmark::State& state)
 {
     CDesktop& desktop = desktopFor(state);
@@ -236,6 +266,8 @@ void desktopsOnce(benchmark::internal::Benchmark* benchmark)
 }
 BENCHMARK(pointAgainstPipelined)->Apply(desktops)->Iterations(101);
 BENCHMARK(rectAgainstPipelined)->Apply(desktops)->Iterations(11);
+BENCHMARK(topLevelsAgainstPipelined)->Apply(desktops)->Iterations(11);
+BENCHMARK(topLevelRectAgainstPipelined)->Apply(desktops)->Iterations(11);
 BENCHMARK(pointAgainstWaiting)->Apply(desktops)->Iterations(11);
 BENCHMARK(rectAgainstWaiting)->Apply(desktopsOnce);
 BENCHMARK(topLevelsAgainstWaiting)->Apply(desktopsOnce);

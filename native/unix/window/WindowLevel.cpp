@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include <X11/Xatom.h>
@@ -45,6 +46,18 @@ CAnswer<xcb_get_window_attributes_reply_t> askAttributes(Display* display, Windo
             xcb_get_window_attributes(connection(display), static_cast<xcb_window_t>(window)).sequence};
 }
 } // namespace
+
+// XCB looks for an answer that has come by its number, but for one that is to be discarded in the list of all
+// that are: with thousands under way that takes longer than the server needs for them.
+void dropAnswer(xcb_connection_t* connection, unsigned sequence)
+{
+    void* reply = nullptr;
+    xcb_generic_error_t* error = nullptr;
+    if (xcb_poll_for_reply(connection, sequence, &reply, &error) == 0)
+        xcb_discard_reply(connection, sequence);
+    std::free(reply);
+    std::free(error);
+}
 
 CAnswer<xcb_query_tree_reply_t> askTree(Display* display, Window window)
 {

@@ -23,6 +23,9 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
+/// Drops the answer to a request, whether it has come or not.
+void dropAnswer(xcb_connection_t* connection, unsigned sequence);
+
 /// The answer to one request: under way until it is taken. An answer that nobody takes is dropped, its error
 /// too.
 template <class Reply> class CAnswer {
@@ -36,7 +39,7 @@ public:
     ~CAnswer()
     {
         if (m_display)
-            xcb_discard_reply(XGetXCBConnection(m_display), m_sequence);
+            dropAnswer(XGetXCBConnection(m_display), m_sequence);
     }
 
     /// Waits for the answer; may be called once. Null when the request failed, which is traced.
@@ -82,8 +85,7 @@ template <class Items, class Ask, class Take> void askAll(Items&& items, Ask ask
         answers.push_back(ask(item));
     auto next = answers.begin();
     for (auto&& item : items) {
-        auto answer =
-            std::move(*next++); // one that is not taken is dropped here: XCB looks through what waits
+        auto answer = std::move(*next++); // one that is not taken is dropped here
         take(item, answer);
     }
 }
