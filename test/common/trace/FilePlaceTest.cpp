@@ -3,6 +3,7 @@
 #include "FilePlace.h"
 
 #include "GxDebug.h"
+#include "PrivateIpc.h"
 #include "TraceHome.h"
 
 #include <gmock/gmock.h>
@@ -182,12 +183,9 @@ constexpr int noMount = 77;
 
 void mountSmallDisk(const std::string& path)
 {
-    const std::string user = std::to_string(geteuid()), map = user + " " + user + " 1";
-    if (unshare(CLONE_NEWNS) != 0) {
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-            std::exit(noMount);
-        writeFile("/proc/self/uid_map", map);
-    }
+    // Who may not have a file system of its own may have one in a user namespace.
+    if (unshare(CLONE_NEWNS) != 0 && (enterPrivateIpc() == PrivateIpc::None || unshare(CLONE_NEWNS) != 0))
+        std::exit(noMount);
     mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
     fs::create_directory(path);
     if (mount("none", path.c_str(), "tmpfs", 0, "size=64k,mode=0777") != 0)

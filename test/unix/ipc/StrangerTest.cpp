@@ -4,6 +4,8 @@
 #include "IpcStatus.h"
 #include "Mailslot.h"
 #include "Mutex.h"
+#include "PrivateIpc.h"
+#include "PrivateSession.h"
 #include "Program.h"
 #include "SemaphoreList.h"
 #include "SharedMemoryHeader.h"
@@ -17,7 +19,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -30,7 +31,7 @@ using namespace std::chrono_literals;
 
 constexpr key_t Key = 0x1001;
 constexpr int HeapBytes = 0x100000 + 48;
-constexpr uid_t Stranger = 65534; ///< where the tests run as root; else the stranger is the same user
+constexpr uid_t Stranger = 65534; ///< where another user can be had; else the stranger is the same one
 
 /// The objects of another program of the victim: a set where a display's lock would be, a set and a segment
 /// where its list and its first heap would.
@@ -114,6 +115,8 @@ TEST(DISABLED_Victim, HasNoLock)
 
 TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     constexpr struct {
         const char* why;
         int rights, lockSize, listSize, bytes;
@@ -135,12 +138,10 @@ TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
         CChildProcess world([&](CChildProcess&) {
-            ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+            ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
             const CPrivateObjects objects(row.rights, row.lockSize, row.listSize, row.bytes, row.withSegment);
             CChildProcess stranger([&](CChildProcess& parent) {
-                if (geteuid() == 0) {
-                    ASSERT_EQ(0, setresuid(Stranger, Stranger, Stranger));
-                }
+                [[maybe_unused]] const int isAnother = setresuid(Stranger, Stranger, Stranger);
                 CSharedMemoryHeader* const directory = plantDirectory();
                 if (!row.attached)
                     shmdt(directory);
@@ -208,8 +209,10 @@ TEST(DISABLED_Victim, UsesThreeHeaps)
 
 TEST(StrangerTest, DelaysAProcessByOneSecondWhoKeepsTheGuard)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     CChildProcess world([](CChildProcess&) {
-        ASSERT_EQ(0, unshare(CLONE_NEWIPC));
+        ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
         const int guard = open("/proc/self/ns/ipc", O_RDONLY | O_CLOEXEC);
         ASSERT_EQ(0, flock(guard, LOCK_EX));
         const auto start = std::chrono::steady_clock::now();

@@ -74,7 +74,7 @@ TEST(OperatingSystemTest, TellsHowAChildEnded)
     } rows[] = {
         {"true", {CProcessEnd::exited, 0}},
         {"sh -c 'exit 7'", {CProcessEnd::exited, 7}},
-        {"no-such-command", {CProcessEnd::exited, 127}},
+        {"./no-such-command", {CProcessEnd::exited, 127}},
         {"sh -c 'kill -9 $$'", {CProcessEnd::killed, SIGKILL}},
     };
     for (const bool limited : {false, true})

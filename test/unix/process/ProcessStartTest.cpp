@@ -94,7 +94,7 @@ TEST(ProcessStartTest, WhatTheProgramFinds)
         {"the environment", "env -u TALVERN_GX_JRE sh -c 'echo ${JAVA_MAIN_VM-none} $LD_LIBRARY_PATH'",
          "none "
          "/usr/bin:/usr/bin/classic:/usr/lib/i386:/usr/lib/i386/client:/usr/lib/i386/native_threads:/old\n"},
-        {"an unknown command is the shell's to report", "no-such-command", HasSubstr("not found")},
+        {"an unknown command is the shell's to report", "./no-such-command", HasSubstr("not found")},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
