@@ -112,7 +112,8 @@ class ExitTest {
     @ParameterizedTest
     @ValueSource(strings = {"text", "hot keys", "walk"})
     void aServerThatHasStoppedHoldsUpNoExit(String work) throws Throwable {
-        Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp")
+        Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp",
+                "-auth", System.getenv("XAUTHORITY"))
                 .redirectError(ProcessBuilder.Redirect.DISCARD).start();
         try {
             exitInTheMiddleOf(work, ":" + server.inputReader().readLine(), () -> new ProcessBuilder(

@@ -164,7 +164,8 @@ class ServerLossTest {
     @ValueSource(strings = {"between calls", "windows", "text", "long text", "text without keys", "drag", "clicks",
                          "capture", "hot keys", "frames"})
     void anEngineOutlivesItsServer(String task) throws Exception {
-        Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp")
+        Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp",
+                "-auth", System.getenv("XAUTHORITY"))
                 .redirectError(ProcessBuilder.Redirect.DISCARD).start();
         String display = ":" + server.inputReader().readLine();
         Process engine = engine(display, task);
