@@ -170,6 +170,9 @@ public:
     /// A new heap for a transaction. Call it under the heap mutex.
     /// @return null when all 255 are taken or the system refuses a segment
     static CSpyHeap* createHeap(UNIQUEID transactionId);
+    /// Drops heap `id`, 1 to 255, with its overflow heaps, as the instance's `free` does; of one that cannot
+    /// be attached any more only the id is given back. Call it under the heap mutex.
+    static void dropHeap(HEAPID id);
     /// Lowest heap of a transaction; 0 for transaction 0, NoHeap when it has none.
     static HEAPID getHeapId(UNIQUEID transactionId);
     static UNIQUEID getTransactionId(HEAPID id);
@@ -280,6 +283,7 @@ private:
     void format();
     void repair();
     bool drop();
+    void unlinkFromOthers() const;
 
     uint32_t half() const;
     bool mayStartAt(uint32_t offset) const;

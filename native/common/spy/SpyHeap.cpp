@@ -299,6 +299,27 @@ void CSpyHeap::free()
         delete this;
 }
 
+void CSpyHeap::dropHeap(HEAPID id)
+{
+    if (CSpyHeap* heap = getHeap(id))
+        heap->free();
+    else
+        getHeap(0)->header()->clearId(id);
+}
+
+/// A heap of the same transaction that still led here would lead to whatever gets this id next.
+void CSpyHeap::unlinkFromOthers() const
+{
+    const CHeapHeader& base = *getHeap(0)->header();
+    const UNIQUEID transaction = base.transactionId(m_id);
+    for (HEAPID id = 0; id <= MaxHeap; ++id) {
+        if (base.transactionId(id) != transaction || (id != 0 && !base.isUsed(id)))
+            continue;
+        if (CSpyHeap* heap = getHeap(id); heap && heap->header()->m_overflowHeap.load() == m_id)
+            heap->header()->m_overflowHeap.store(0);
+    }
+}
+
 /// Empties the heap and gives its id back. @return whether this object stays
 bool CSpyHeap::drop()
 {
@@ -310,6 +331,7 @@ bool CSpyHeap::drop()
         if (CSpyHeap* heap = getHeap(overflow))
             heap->free();
     }
+    unlinkFromOthers();
     init();
     getHeap(0)->header()->clearId(m_id);
     m_inUse.store(false, std::memory_order_release);

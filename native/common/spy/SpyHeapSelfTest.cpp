@@ -72,32 +72,35 @@ private:
         return false;
     }
 
-    CSpyMemRef allocate(unsigned int size, UNIQUEID transactionId)
+    CSpyMemRef allocate(unsigned int size, CSpyHeap& heap)
     {
         m_requested = size;
-        return CSpyHeap::getHeap(0)->allocate(size, transactionId);
+        return heap.allocate(size);
     }
 
     /// Fills the first heap of the test's transaction, until a block lands in an overflow heap.
     bool fillPools()
     {
-        const HEAPID heap = allocate(SmallTestBlock, TestTransaction).heapId();
-        CSpyHeap* tested = CSpyHeap::getHeap(heap);
+        // Somebody may use this transaction: the heap is one of its own, and what it leads to.
+        CSpyHeap* tested = CSpyHeap::createHeap(TestTransaction);
+        if (!tested)
+            throw COutOfSpyMemory();
+        const HEAPID heap = tested->id();
         const unsigned int largest = tested->header()->m_poolBlockSize.load();
-        const bool large = allocate(largest, TestTransaction).heapId() == heap;
-        while (allocate(SmallTestBlock, TestTransaction).heapId() == heap) {
+        const bool large = allocate(largest, *tested).heapId() == heap;
+        while (allocate(SmallTestBlock, *tested).heapId() == heap) {
         }
         std::fputs(" -- Heap after filling heap pools --", m_out);
         tested->walk(m_out);
-        CSpyMemory::free(TestTransaction);
-        return large && CSpyHeap::getHeapId(TestTransaction) == NoHeap;
+        CSpyHeap::dropHeap(heap);
+        return large && !CSpyHeap::getHeap(heap);
     }
 
     bool writeBlocks()
     {
         for (unsigned int count = 0; count < TestBlocks; ++count) {
             const unsigned int size = 1 + static_cast<unsigned int>(std::rand()) % LargestTestBlock;
-            CSpyMemRef ref = allocate(size, 0);
+            CSpyMemRef ref = allocate(size, m_base);
             m_written.push_back({ref, randomBytes(ref.size())});
             ref.write(m_written.back().m_bytes.data(), ref.size());
         }
@@ -130,8 +133,8 @@ private:
     /// Writes more than a block holds: the block behind it must not change.
     bool overrun()
     {
-        CSpyMemRef written = allocate(SmallTestBlock, 0);
-        CSpyMemRef witness = allocate(SmallTestBlock, 0);
+        CSpyMemRef written = allocate(SmallTestBlock, m_base);
+        CSpyMemRef witness = allocate(SmallTestBlock, m_base);
         const std::vector<char> kept = randomBytes(witness.size());
         witness.write(kept.data(), witness.size());
         bool intact = true;
@@ -149,6 +152,7 @@ private:
     }
 
     FILE* m_out;
+    CSpyHeap& m_base = *CSpyHeap::getHeap(0);
     int m_number = 0;
     unsigned int m_requested = 0;
     std::vector<CWritten> m_written;

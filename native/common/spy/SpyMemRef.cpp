@@ -125,13 +125,16 @@ void CSpyMemRef::write(char fill, unsigned int length)
 
 CSpyMemRef CSpyMemRef::realloc(unsigned int size)
 {
+    const CAccess access(validHeap(), WriteFailed);
+    // Under the mutex once more: to grow or free what somebody else has just freed would end the process.
     *this = validHeap()->realloc(*this, size);
     return *this;
 }
 
 void CSpyMemRef::free()
 {
-    validHeap()->free(*this);
+    const CAccess access(validHeap(), WriteFailed);
+    validHeap()->free(*this); // see realloc
     *this = CSpyMemRef();
 }
 

@@ -71,9 +71,8 @@ bool CSpyMemory::isHeapLocked()
 void CSpyMemory::free(UNIQUEID transactionId)
 {
     const CSpyHeapLock lock;
-    const HEAPID id = CSpyHeap::getHeapId(transactionId);
-    if (id < 1 || id > MaxHeap)
-        return;
-    if (CSpyHeap* heap = CSpyHeap::getHeap(id))
-        heap->free();
+    // Each heap takes the ones that it leads to along; of two, either may have the lower number.
+    for (HEAPID id = CSpyHeap::getHeapId(transactionId); id >= 1 && id <= MaxHeap;
+         id = CSpyHeap::getHeapId(transactionId))
+        CSpyHeap::dropHeap(id);
 }

@@ -10,9 +10,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <set>
+#include <string>
 
 namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
+std::atomic<const char*> s_display = nullptr;
 constexpr int LongestName = sizeof(CSharedMemoryHeader::CLayout::m_names[0]) - 1;
 
 std::atomic_ref<char> firstByte(const char* name)
@@ -48,6 +51,19 @@ CSharedMemoryHeader* attachDirectory()
 CSharedMemoryHeader* CSharedMemoryHeader::attached()
 {
     return s_header.load(std::memory_order_acquire);
+}
+
+const char* CSharedMemoryHeader::display()
+{
+    const char* const kept = s_display.load(std::memory_order_acquire);
+    return kept ? kept : std::getenv("DISPLAY");
+}
+
+/// What was kept stays, since another thread may be reading it.
+void CSharedMemoryHeader::keepDisplay(const char* display)
+{
+    static std::set<std::string> everKept;
+    s_display.store(display ? everKept.insert(display).first->c_str() : nullptr, std::memory_order_release);
 }
 
 CSharedMemoryHeader* CSharedMemoryHeader::get()

@@ -44,6 +44,13 @@ public:
     /// The directory when this process has it attached already, else null.
     static CSharedMemoryHeader* attached();
 
+    /// The display of this process, to be given to `getKey`: what DISPLAY said when `keepDisplay` was called,
+    /// whatever it says meanwhile; before that, what it says. Null when it is not set. Good until the next
+    /// call of either.
+    static const char* display();
+    /// Keeps a display, or with null goes back to DISPLAY. For the thread that makes or removes heap 0.
+    static void keepDisplay(const char* display);
+
     /// The key of a pair; a new pair gets the next free number. Two processes must not ask for the same new
     /// pair at once: they hold what guards that block, see CSharedMemory::create. When the table of names or
     /// of keys is full the pair still gets a number, which nobody can look up again.

@@ -9,7 +9,6 @@
 #include "SpyHeap.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -43,7 +42,7 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
     CSharedMemoryHeader* directory = directoryOrNull();
     if (!directory)
         return;
-    const char* display = std::getenv("DISPLAY");
+    const char* display = CSharedMemoryHeader::display();
     if (!display)
         throw COutOfSpyMemory("could not initialize SpyMemory: DISPLAY not set");
     const key_t key = directory->getKey(display, blockIndex);
@@ -53,8 +52,11 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
         std::strcpy(static_cast<char*>(m_base), name);
     if (checkSignature(name)) {
         m_area = static_cast<char*>(m_base) + signatureLength(name);
-        if (blockIndex == 0)
+        if (blockIndex == 0) {
             CSegmentSweep::rememberBaseHeap(key);
+            CSharedMemoryHeader::keepDisplay(display);
+            m_keepsDisplay = true;
+        }
     } else {
         CTracer::debugTrace("Error - shared memory not valid!");
         m_area = nullptr;
@@ -64,6 +66,8 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
 CUnixSharedMemory::~CUnixSharedMemory()
 {
     detach();
+    if (m_keepsDisplay)
+        CSharedMemoryHeader::keepDisplay(nullptr);
 }
 
 void CUnixSharedMemory::dump(const char*, unsigned int, unsigned int) {}

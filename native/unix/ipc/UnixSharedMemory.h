@@ -12,7 +12,8 @@ class CUnixSharedMemory : public CSharedMemory {
 public:
     /// No segment yet.
     CUnixSharedMemory() = default;
-    /// Attaches the segment of `blockIndex` on the display in DISPLAY; see CSharedMemory::create.
+    /// Attaches the segment of `blockIndex` on the display of this process, see CSharedMemoryHeader::display,
+    /// which stays that of the attached block 0; see CSharedMemory::create.
     CUnixSharedMemory(const char* name, int blockIndex, int size);
     ~CUnixSharedMemory() override;
 
@@ -41,4 +42,5 @@ private:
     int m_memId = -1;
     void* m_base = nullptr;
     key_t m_key = -1;
+    bool m_keepsDisplay = false; ///< as the first segment of a display
 };

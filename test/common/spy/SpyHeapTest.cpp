@@ -8,11 +8,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -226,6 +229,45 @@ TEST_F(SpyHeapTest, OverflowsIntoFurtherHeapsAndDropsThemWithTheirTransaction)
     EXPECT_EQ(2U, again.uid()) << "stamps go on, so that old references stay invalid";
 }
 
+TEST_F(SpyHeapTest, DropsATransactionWhoseOverflowHeapHasTheLowerId)
+{
+    base().allocate(100, 1);
+    CSpyMemRef first = base().allocate(PoolBlock, 2), over;
+    CSpyMemory::free(1U);
+    over = base().allocate(PoolBlock, 2);
+    ASSERT_GT(first.heapId(), over.heapId());
+    CSpyMemory::free(2U);
+    EXPECT_EQ(NoHeap, CSpyHeap::getHeapId(2));
+    EXPECT_TRUE(isStale(first) && isStale(over));
+
+    // A link of one of its heaps that was left is not followed into what others have there.
+    first = base().allocate(PoolBlock, 3);
+    over = CSpyHeap::getHeap(first.heapId())->overflowHeap()->allocate(10);
+    CSpyHeap::dropHeap(over.heapId());
+    EXPECT_EQ(0U, CSpyHeap::getHeap(first.heapId())->header()->m_overflowHeap.load());
+    const CSpyMemRef others = base().allocate(10, 4);
+    ASSERT_EQ(over.heapId(), others.heapId());
+    CSpyMemory::free(3U);
+    EXPECT_FALSE(isStale(others));
+}
+
+TEST_F(SpyHeapTest, StaysOnItsDisplayWhateverDisplaySaysMeanwhile)
+{
+    base();
+    const std::string before = getenv("DISPLAY");
+    setenv("DISPLAY", ":elsewhere", 1);
+    CSpyMemRef large = base().allocate(PoolBlock, 5);
+    setenv("DISPLAY", before.c_str(), 1);
+    large.write('x', 1);
+    CChildProcess other([&](CChildProcess&) {
+        CSpyHeap::deleteBaseHeap();
+        char first = 0;
+        large.read(&first, 1);
+        EXPECT_EQ('x', first);
+    });
+    EXPECT_EQ(0, other.join());
+}
+
 TEST_F(SpyHeapTest, RefusesThe256thHeapAndGoesOnWhenOneIsFree)
 {
     CSpyHeap::setDefaultHeapSize(0x2000);
@@ -412,7 +454,7 @@ TEST_F(SpyHeapTest, RunsOutOfMemoryWithADumpInTheDirectoryOfTmp)
 
 TEST_F(SpyHeapTest, PassesItsOwnTestAndLeavesTheHeapAsItWas)
 {
-    const CSpyMemRef kept = allocate(500);
+    const CSpyMemRef kept = allocate(500), ofItsTransaction = base().allocate(500, 2);
     const CHeapStats before = CSpyHeap::getStats();
     const std::string report = std::string(getenv("HOME")) + "/report";
     CSpyHeap::heaptest(report.c_str());
@@ -423,7 +465,26 @@ TEST_F(SpyHeapTest, PassesItsOwnTestAndLeavesTheHeapAsItWas)
         EXPECT_THAT(text, HasSubstr(part));
     const CHeapStats after = CSpyHeap::getStats();
     EXPECT_EQ(0, std::memcmp(&before, &after, sizeof before));
-    EXPECT_FALSE(isStale(kept));
+    EXPECT_FALSE(isStale(kept) || isStale(ofItsTransaction));
+}
+
+TEST_F(SpyHeapTest, LetsOneOfTwoThreadsFreeABlock)
+{
+    std::vector<CSpyMemRef> blocks(2000);
+    std::generate(blocks.begin(), blocks.end(), [] { return allocate(32); });
+    std::atomic<size_t> freed = 0;
+    const auto freeAll = [&] {
+        for (CSpyMemRef block : blocks)
+            try {
+                block.free();
+                ++freed;
+            } catch (const CInvalidSpyMemRef&) {
+            }
+    };
+    std::thread other(freeAll);
+    freeAll();
+    other.join();
+    EXPECT_EQ(blocks.size(), freed.load());
 }
 
 TEST_F(SpyHeapTest, EndsTheProcessThatFreesWhatIsNotAllocated)
