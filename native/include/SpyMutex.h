@@ -55,7 +55,8 @@ public:
 
     ~CSpyMutex() override = default;
 
-    /// Finds the mutex of that name or makes it; a null name finds nothing. Raises what spy memory raises.
+    /// Finds the mutex of that name or makes it; a null name finds nothing. What this object holds of another
+    /// one it gives back first. Raises what spy memory raises.
     /// @return whether it has a semaphore now
     virtual bool create(const CJString& name) = 0;
     /// Takes the mutex.
@@ -68,7 +69,8 @@ public:
     /// Gives the mutex back once. A caller that does not hold it changes nothing.
     /// @return whether nobody of this object holds it any more
     virtual bool release() = 0;
-    /// Forgets the semaphore, which stays in the system for the other processes.
+    /// Gives back what a thread of this process holds through this object, and forgets the semaphore, which
+    /// stays in the system for the other processes.
     virtual void free() = 0;
     /// Whether the calling thread holds it.
     virtual bool isAcquired() = 0;

@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <sys/sem.h>
@@ -47,6 +46,12 @@ template <class Call> bool retried(Call&& call)
     }
 }
 
+/// A semaphore that was removed from the system while it was held has nothing left to give back.
+bool isGone(int error)
+{
+    return error == EIDRM || error == EINVAL;
+}
+
 [[noreturn]] void throwTimeout(const char* mutex)
 {
     char message[1024];
@@ -78,7 +83,7 @@ CSemaphoreHandle heapLockHandle()
         CTracer::debugTrace("U.S.E - can't find shared memory header!!\r\n");
         return {};
     }
-    const char* display = std::getenv("DISPLAY");
+    const char* display = CSharedMemoryHeader::display();
     CMutex set;
     set.create(directory->getKey(display ? display : "", 0) - 1, 1, true);
     return {set.id(), 0};
@@ -200,6 +205,15 @@ bool CUnixMutex::lock(int timeoutMs)
     return (m_wasGiven || !handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
 }
 
+/// The semaphore of none would be the system's first one.
+void CUnixMutex::unlock()
+{
+    if (!m_wasGiven && handle().isNull())
+        return;
+    const bool succes = CMutex(m_handle).unlock() || isGone(errno);
+    GX_ASSERT(succes, "succes");
+}
+
 bool CUnixMutex::acquire(int timeoutMs)
 {
     if (isMine() && m_count.load(std::memory_order_relaxed) > 0) {
@@ -217,6 +231,19 @@ bool CUnixMutex::acquire(int timeoutMs)
     return true;
 }
 
+void CUnixMutex::giveBack()
+{
+    refresh();
+    if (m_process.load(std::memory_order_relaxed) != currentProcess() ||
+        m_count.load(std::memory_order_relaxed) < 1)
+        return;
+    m_count.store(0, std::memory_order_relaxed);
+    m_process.store(0, std::memory_order_relaxed);
+    m_thread.store(0, std::memory_order_release);
+    update();
+    unlock();
+}
+
 bool CUnixMutex::release()
 {
     traceStranger(m_thread.load(std::memory_order_relaxed));
@@ -232,13 +259,13 @@ bool CUnixMutex::release()
     m_thread.store(0, std::memory_order_release);
     // Before the semaphore is free: afterwards the fields belong to the next owner.
     update();
-    const bool succes = CMutex(m_handle).unlock();
-    GX_ASSERT(succes, "succes");
+    unlock();
     return true;
 }
 
 void CUnixMutex::free()
 {
+    giveBack();
     if (!handle().isNull())
         setHandle({});
     m_wasGiven = false;

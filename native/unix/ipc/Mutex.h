@@ -74,6 +74,8 @@ private:
     template <class Name> bool createNamed(const Name& name, const char* shownName);
     bool isMine() const;
     bool lock(int timeoutMs);
+    void unlock();
+    void giveBack();
 
     CSemaphoreHandle m_handle;
     bool m_wasGiven =

@@ -99,9 +99,10 @@ template <class Name> bool CUnixMutex::createNamed(const Name& name, const char*
         handle = CSemaphoreList().allocSemaphore(1);
         if (handle.isNull() || !put(name, handle)) {
             CTracer::debugTrace("No mutexes available\r\n");
-            return false;
+            return !this->handle().isNull();
         }
     }
+    giveBack();
     setHandle(handle);
     return true;
 }

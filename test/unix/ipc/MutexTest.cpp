@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <random>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -209,6 +210,31 @@ TEST_F(MutexTest, FailsWhenItsSemaphoreIsGone)
     m_set.free();
     EXPECT_TRUE(fails(m_mutex, 5000));
     m_set.create(0x7357, 1, true);
+    m_mutex.setHandle(handle());
+    m_mutex.acquire(0);
+    m_set.free();
+    EXPECT_TRUE(m_mutex.release()) << "nothing is left to give back";
+    m_set.create(0x7357, 1, true);
+}
+
+TEST_F(MutexTest, GivesBackWhatItHoldsBeforeItForgetsItsSemaphore)
+{
+    CUnixMutex named;
+    const std::function<void()> ways[] = {[&] { named.free(); },
+                                          [&] { EXPECT_TRUE(named.create("another")); }};
+    for (const auto& forget : ways) {
+        ASSERT_TRUE(named.create("forgotten"));
+        const CSemaphoreHandle before = named.handle();
+        named.acquire(0);
+        named.acquire(0);
+        forget();
+        EXPECT_EQ(0, semctl(before.m_set, before.m_index, GETVAL));
+        EXPECT_FALSE(named.isAcquired());
+        EXPECT_TRUE(named.release());
+        CSpyMemory::lockHeap(500);
+        CSpyMemory::unlockHeap();
+    }
+    CSpyHeap::deleteBaseHeap();
 }
 
 TEST_F(MutexTest, ReportsABusyHeap)

@@ -37,15 +37,24 @@ public class Mutex {
     public Mutex() {}
 
     /**
-     * Finds the mutex of that name, or makes it for all processes to find.
+     * Finds the mutex of that name, or makes it for all processes to find. What this object holds is given
+     * back first.
+     *
+     * <p>A display has semaphores for 31 named mutexes, fewer with mailslots, which take two each. The next
+     * 96 names get numbers, too, without semaphores: this answers true for them, and each {@link #acquire}
+     * fails at once.
      *
      * @param name any text; null finds nothing
-     * @return whether this object has a mutex now; false when the machine has no semaphore left
+     * @return whether this object has a mutex now, be it the one that it had before; false when no number is
+     *     left
      * @throws OutOfSpyMemException the memory that the processes share is full or cannot be reached
      */
     public native boolean create(String name);
 
-    /** Forgets the mutex. It stays what it is for all others, and a holder keeps it. */
+    /**
+     * Forgets the mutex, which stays what it is for all others. What a thread of this process holds through
+     * this object is given back.
+     */
     public native void free();
 
     /**
