@@ -54,7 +54,8 @@ public:
     bool create(key_t key, int count, bool attachLive);
     bool attach(int id);
     /// Performs `count` operations, all on semaphore `semnum` (it is written into each), at once or not at
-    /// all. Blocks as the operations say; errno tells why it failed, EINTR included.
+    /// all. Blocks as the operations say; errno tells why it failed: EINTR, or EFBIG for an index that no set
+    /// has.
     bool op(int semnum, sembuf* operations, int count);
     /// Removes the set from the system: whoever waits on it is woken with an error.
     void free();

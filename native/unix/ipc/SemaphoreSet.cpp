@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -116,6 +117,11 @@ bool CSemaphoreSet::attach(int id)
 
 bool CSemaphoreSet::op(int semnum, sembuf* operations, int count)
 {
+    // Cut to its 16 bits, an index that no set has would be that of another semaphore.
+    if (semnum < 0 || semnum > std::numeric_limits<unsigned short>::max()) {
+        errno = EFBIG;
+        return false;
+    }
     std::for_each(operations, operations + count,
                   [&](sembuf& each) { each.sem_num = static_cast<unsigned short>(semnum); });
     return semop(m_id, operations, static_cast<size_t>(count)) != -1;
