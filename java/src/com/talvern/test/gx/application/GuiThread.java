@@ -12,10 +12,11 @@ import java.util.concurrent.TimeoutException;
 
 /**
  * The GUI thread of the application that this code runs in. Toolkits may be used on it alone, so all that looks at the
- * application's widgets is called through here:
+ * application's widgets is called through here. With {@code gui} from {@link ApplicationService#start}:
  *
  * <pre>{@code
- * int items = gui.call(() -> menu.getItemCount(), 5000);
+ * int items = gui.call(() -> NativeWindow.nativeGetRootNativeWindow().nativeGetMenuBar().getItemCount(), 5000);
+ * System.out.println(items + " items");
  * }</pre>
  *
  * <p>Calls come from any number of threads at once and run in the order in which they came, from the toolkit's main

@@ -6,7 +6,7 @@ import java.util.concurrent.ConcurrentLinkedQueue;
 
 /**
  * Runs code on the GUI thread of the application under test. The native layer makes the channel once the GUI thread has
- * its spy port:
+ * its spy port, and hands it to test domains. With {@code channel} from {@link TestContext#channel}:
  *
  * <pre>{@code
  * channel.post(() -> System.out.println("on the GUI thread"));

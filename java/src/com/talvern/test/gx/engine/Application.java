@@ -21,10 +21,10 @@ import java.util.stream.Stream;
  * An application under test: a program that nobody here wrote, with an agent in it that answers for its widgets.
  *
  * <pre>{@code
- * try (Application nedit = Application.start("nedit")) {
+ * try (Application nedit = Application.start("nedit", "/etc/passwd")) {
  *     nedit.choose("File", "Open...");
  *     FileDialogView dialog = nedit.awaitFileDialog();
- *     nedit.setFile(dialog, "/etc/hostname");
+ *     nedit.setFile(dialog, "group"); // nedit wants a name in the directory that its dialog shows
  *     nedit.confirm(dialog);
  * }
  * }</pre>

@@ -12,16 +12,20 @@ import java.util.concurrent.locks.ReentrantLock;
 /**
  * A named place where one process receives what any number of others, on the same X display, send to it.
  *
+ * <p>The process that answers:
+ *
  * <pre>{@code
- * // the process that answers
  * try (Mailslot slot = Mailslot.open("Calculator")) {
  *     slot.serve(message -> (Integer) message + 1);      // until another thread closes it
  * }
+ * }</pre>
  *
- * // a process that asks
+ * <p>A process that asks, and waits five seconds at most:
+ *
+ * <pre>{@code
  * Mailslot slot = Mailslot.find("Calculator");           // null when nobody has opened it
  * slot.post(41);                                         // returns at once
- * Object reply = slot.call(41, 5000);                    // 42, or an exception within five seconds
+ * System.out.println(slot.call(41, 5000)); // 42
  * }</pre>
  *
  * <p><b>Messages</b> and replies are what spy memory stores (see {@link SpyMemory}): null, numbers, characters, truth

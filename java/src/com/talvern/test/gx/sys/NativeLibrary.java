@@ -4,8 +4,10 @@ package com.talvern.test.gx.sys;
  * Loads the native layer. Every class with native methods calls {@link #load()} in its static initialiser:
  *
  * <pre>{@code
- * static {
- *     NativeLibrary.load();
+ * public class Extension {
+ *     static {
+ *         NativeLibrary.load();
+ *     }
  * }
  * }</pre>
  *

@@ -12,7 +12,7 @@ import com.talvern.test.gx.NotSupportedOnUnixException;
  *     throw new IOException(program.errorMessage);
  * }
  * if (OperatingSystem.wait(program) == 1) {
- *     System.out.println("ended with status " + program.exitCode);
+ *     System.out.println("ended with status " + program.exitCode); // ended with status 3
  * }
  * }</pre>
  *

@@ -8,9 +8,9 @@ package com.talvern.test.gx.sys;
  * SpyMap settings = new SpyMap();
  * settings.create("Settings", 0, 100);
  * settings.put("title", "Invoice");
- * ...
- * SpyMap found = (SpyMap) new SpyMemory().locate("Settings");   // in another process
- * String title = (String) found.get("title");
+ *
+ * SpyMap found = (SpyMap) new SpyMemory().locate("Settings");   // as another process does
+ * System.out.println(found.get("title")); // Invoice
  * }</pre>
  *
  * <p>Keys are compared by their 16-bit units. A null key is refused: noted in the trace, and answered by false or

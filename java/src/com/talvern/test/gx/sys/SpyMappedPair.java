@@ -8,7 +8,8 @@ package com.talvern.test.gx.sys;
  * SpyMappedPair weights = new SpyMappedPair();
  * weights.create("Weights", 0);
  * weights.put(".name", "OK", 100);
- * SpyMappedPair.MappedPair weight = weights.get(".name");   // value1 "OK", value2 100
+ * SpyMappedPair.MappedPair weight = weights.get(".name");
+ * System.out.println(weight.value1 + " weighs " + weight.value2); // OK weighs 100
  * }</pre>
  *
  * <p>Keys are compared by their 16-bit units. A null key is refused: noted in the trace, and answered by false or null.

@@ -8,8 +8,9 @@ package com.talvern.test.gx.sys;
  * SpyMemory block = new SpyMemory();
  * block.allocate("Settings", 64, 0);            // other processes find it by its name
  * block.write("on".getBytes(), 0, 2);
- * ...
- * SpyMemory found = (SpyMemory) new SpyMemory().locate("Settings");   // in another process
+ *
+ * SpyMemory found = (SpyMemory) new SpyMemory().locate("Settings");   // as another process does
+ * System.out.println(new String(found.read(), 0, 2)); // on
  * }</pre>
  *
  * <p><b>Handles and ownership.</b> A Java object of these classes owns nothing: it holds the reference ("handle") of an
@@ -46,12 +47,15 @@ package com.talvern.test.gx.sys;
  * several steps (read, decide, write) has to hold the mutex itself, and release it whatever happens:
  *
  * <pre>{@code
+ * SpyMap map = new SpyMap();
+ * map.create("Counters", 0, 10);
  * map.lock();
  * try {
  *     map.put("count", map.get("count") instanceof Integer count ? count + 1 : 1);
  * } finally {
  *     map.unlock();
  * }
+ * System.out.println(map.get("count")); // 1
  * }</pre>
  *
  * <p>The mutex belongs to the thread that took it and nests. When its process dies the system releases it. A method

@@ -9,7 +9,7 @@ package com.talvern.test.gx.sys;
  * queue.create("Queue", 0, 16, 16);
  * queue.addElement("first");
  * while (!queue.isEmpty()) {                    // hold the lock when others take from it as well
- *     System.out.println(queue.remove(0));
+ *     System.out.println(queue.remove(0)); // first
  * }
  * }</pre>
  *

@@ -15,7 +15,8 @@ import java.awt.Rectangle;
  * }</pre>
  *
  * <p><b>Handles.</b> Every tooltip has a handle, which is never 0; a handle of 0 ends the process. Calls for a tooltip
- * that has been destroyed do nothing, until 1024 more have gone: its handle may be given anew then. Without an X server nothing is shown. Any thread may call.
+ * that has been destroyed do nothing, until 1024 more have gone: its handle may be given anew then. Without an X server
+ * nothing is shown. Any thread may call.
  *
  * <p><b>Texts.</b> Characters outside of Latin-1 are shown as "?"; line ends are not followed. A text with a character
  * that the code set of the locale lacks raises {@link com.talvern.test.gx.StringNotInCodePageException}.

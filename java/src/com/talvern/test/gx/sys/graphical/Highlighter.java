@@ -8,8 +8,9 @@ import java.awt.Rectangle;
  * through its middle, and {@link NativeWindow#nativeWindowAtPoint} looks through all of it; other searches find it.
  *
  * <pre>{@code
- * Highlighter found = Highlighter.create(button.nativeGetRectangle(), 255, 0, 0, 5, 250, 1000); // flashes for a second
- * found.joinNativeThread();                                                                     // until it is gone
+ * Rectangle there = NativeWindow.nativeWindowAtPoint(new Point(200, 150)).nativeGetRectangle();
+ * Highlighter found = Highlighter.create(there, 255, 0, 0, 5, 250, 1000); // flashes for a second
+ * found.joinNativeThread();                                               // until it is gone
  *
  * Highlighter marked = Highlighter.create(new Rectangle(100, 100, 200, 50), 0, 160, 0, 3, 0, 0); // stays
  * marked.move(100, 200, 200, 50);

@@ -8,8 +8,8 @@ import java.awt.Rectangle;
  * A menu bar or a menu pane of Motif, GTK 2 or GTK 3, named by its X window.
  *
  * <pre>{@code
- * Menu bar = window.nativeGetMenuBar();
- * for (int i = 0; i < bar.getItemCount(); i++) {
+ * Menu bar = NativeWindow.nativeGetRootNativeWindow().nativeGetMenuBar(); // the first one of this application
+ * for (int i = 0; bar != null && i < bar.getItemCount(); i++) {
  *     System.out.println(bar.getItemText(i) + " " + bar.getItemScreenRectangle(i));
  * }
  * }</pre>

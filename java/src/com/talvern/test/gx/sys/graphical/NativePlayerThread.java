@@ -9,12 +9,17 @@ import com.talvern.test.gx.sys.NativeLibrary;
  * <pre>{@code
  * NativePlayerThread player = new NativePlayerThread();
  * player.startPlayback();
+ * Thread test = Thread.currentThread();
  * new Thread(() -> {
  *     for (int event; (event = player.getNextEvent()) != NativePlayerThread.ENDED; ) {
- *         if (event == NativePlayerThread.STOP) { ... }
+ *         if (event == NativePlayerThread.STOP) {
+ *             test.interrupt();
+ *         }
  *     }
  * }).start();
- * ...
+ * for (int line = 0; line < 3 && !Thread.interrupted(); ++line) {
+ *     NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "Hello{ENTER}");
+ * }
  * player.endPlayback();
  * }</pre>
  *
