@@ -15,6 +15,7 @@
 #include <ctime>
 #include <cerrno>
 
+#include "Keyboards.h"
 #include "ScopedX.h"
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
@@ -139,10 +140,6 @@ static_assert(std::size(g_SpecialChars) == 97);
 struct CFreeModifiers {
     void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
 };
-struct CFreeKeyboard {
-    void operator()(XkbDescPtr map) const noexcept { XkbFreeKeyboard(map, 0, True); }
-};
-using KeyboardMap = std::unique_ptr<XkbDescRec, CFreeKeyboard>;
 
 KeyCode keyOf(unsigned long keysym)
 {
@@ -198,19 +195,14 @@ void writeInLocale(unsigned long keysym, char (&text)[6])
         text[0] = 0;
 }
 
-void describeKey(unsigned key, bool shifted, CKeyMapping& entry)
+void describeKey(XkbDescRec& map, unsigned key, bool shifted, CKeyMapping& entry)
 {
-    XKeyEvent event{};
-    event.type = KeyPress;
-    event.display = g_display;
-    event.root = event.window = DefaultRootWindow(g_display);
-    event.same_screen = True;
-    event.keycode = key;
-    event.state = shifted ? ShiftMask : 0;
-    char latin[8];
+    unsigned unused;
     KeySym keysym = NoSymbol;
     entry = {key, shifted, 0, {}};
-    if (XLookupString(&event, latin, sizeof latin, &keysym, nullptr) <= 0 || keysym >= 256)
+    if (key < map.min_key_code || key > map.max_key_code ||
+        !XkbTranslateKeyCode(&map, static_cast<KeyCode>(key), shifted ? ShiftMask : 0, &unused, &keysym) ||
+        keysym >= 256 || keysym == NoSymbol)
         return;
     entry.m_keysym = keysym;
     writeInLocale(keysym, entry.m_text);
@@ -236,23 +228,19 @@ void dropMappingEvents()
 /// The lowest key code, which is given the keysym of one character after the other. It lives for one text.
 ///
 /// A window looks the key up in the map in force when it reads the event, so the map stays until the window
-/// has read it (CKeyReceiver). The map is written through the core protocol, which knows less of groups and
-/// levels than the server and makes it grow with every writing; at the end the map of before is put back
-/// whole.
+/// has read it (CKeyReceiver). The map is written through the core protocol, which gives all keyboards the
+/// keys of the one used last, and knows less of groups and levels than the server; at the end each has the
+/// keys that it had before.
 class CUnicodeKey {
 public:
-    CUnicodeKey()
-        : m_before(XkbGetMap(g_display, XkbAllMapComponentsMask, XkbUseCoreKbd)),
-          m_receiver(DisplayString(g_display))
+    CUnicodeKey() : m_before(keysOfAllKeyboards(g_display)), m_receiver(DisplayString(g_display))
     {
         XDisplayKeycodes(g_display, &m_lowest, &m_highest);
         m_map.reset(XGetKeyboardMapping(g_display, key(), m_highest - m_lowest + 1, &m_width));
     }
     ~CUnicodeKey()
     {
-        if (m_before)
-            XkbSetMap(g_display, XkbKeyTypesMask | XkbKeySymsMask, m_before.get());
-        XSync(g_display, False);
+        putBackKeys(g_display, m_before);
         dropMappingEvents();
     }
     CUnicodeKey(const CUnicodeKey&) = delete;
@@ -298,7 +286,7 @@ private:
         dropMappingEvents();
     }
 
-    KeyboardMap m_before;
+    std::vector<uint32_t> m_before;
     CKeyReceiver m_receiver;
     XPtr<KeySym> m_map;
     int m_width = 0; ///< keysyms of one key in m_map
@@ -314,8 +302,9 @@ bool mayGoOn()
 void BuildKeyMappingTable()
 {
     const CEnvironmentLocale locale;
-    for (unsigned i = 0; i < 2 * keyCodesConsidered; ++i)
-        describeKey(i % keyCodesConsidered, i >= keyCodesConsidered, g_KeyMappingTable[i]);
+    const KeyboardMap map = mapOfXTestKeyboard(g_display);
+    for (unsigned i = 0; map && i < 2 * keyCodesConsidered; ++i)
+        describeKey(*map, i % keyCodesConsidered, i >= keyCodesConsidered, g_KeyMappingTable[i]);
     g_bKeyMappingTableBuilt = true;
 }
 

@@ -19,8 +19,9 @@ struct CKeyMapping {
     char m_text[6];         ///< in the code set of the locale; empty when the key types no Latin-1 character
 };
 constexpr unsigned keyCodesConsidered = 248;
-/// Entry k is key code k without modifiers, entry 248 + k the same with Shift. Built from the keyboard map in
-/// force at the first translation; later changes of the layout are not seen.
+/// Entry k is key code k without modifiers, entry 248 + k the same with Shift. Built at the first
+/// translation from the map that the keyboard of XTest has then, whoever pressed a key last; later changes of
+/// the layout are not seen.
 extern CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered];
 extern bool g_bKeyMappingTableBuilt;
 void BuildKeyMappingTable();
@@ -55,7 +56,7 @@ class CUnicodeKey;
 
 /// The strokes of one text, sent to the X server. While it lives the first group of the layout is locked,
 /// since that is the one the table describes; the group of before comes back at its end, and with it the
-/// exact keyboard map.
+/// exact maps of all keyboards.
 class CServerStrokes : public IStrokeSink {
 public:
     CServerStrokes();

@@ -1,6 +1,7 @@
 // Typing into real programs: what arrives is what was typed, on every layout.
 #include "TextProgram.h"
 
+#include "Keyboard.h"
 #include "processkey.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +11,7 @@
 #include <poll.h>
 #include <thread>
 
-#include "EventWindow.h"
+#include "User.h"
 #include <X11/Xutil.h>
 
 using namespace std::chrono_literals;
@@ -78,9 +79,9 @@ TEST_P(TypingTest, CharactersThatNoKeyHasAllArriveWithAnyDelaysOnAnIdleAndOnABus
     }
 }
 
-/// What the server has: keysyms of all keys, locks, group.
+/// What the server has: the whole of each keyboard, locks, group.
 struct CKeyboardState {
-    std::vector<KeySym> m_map;
+    std::string m_keyboards;
     unsigned m_locks;
     unsigned m_group;
 
@@ -90,15 +91,9 @@ struct CKeyboardState {
 CKeyboardState keyboardState()
 {
     const ScopedDisplay display(XOpenDisplay(nullptr));
-    int lowest, highest, width;
-    XDisplayKeycodes(display.get(), &lowest, &highest);
-    const int count = highest - lowest + 1;
-    KeySym* map = XGetKeyboardMapping(display.get(), static_cast<KeyCode>(lowest), count, &width);
     XkbStateRec state;
     XkbGetState(display.get(), XkbUseCoreKbd, &state);
-    CKeyboardState all{{map, map + count * width}, state.locked_mods, state.locked_group};
-    XFree(map);
-    return all;
+    return {keyboards(), state.locked_mods, state.locked_group};
 }
 
 void lock(unsigned modifiers, unsigned group)
@@ -139,6 +134,7 @@ TEST(LayoutTest, EveryCharacterIsRightOnEveryLayoutAndTheKeyboardIsAsBefore)
         if (row.ofXTest)
             useLayout(std::string("-device 5 ") + row.ofXTest);
         lock(row.locks, row.group);
+        switchToXTestKeyboard();
         const CKeyboardState before = keyboardState();
         program->type(text);
         ASSERT_EQ(PlaybackDone, Event::s_playbackStatus);
@@ -146,7 +142,7 @@ TEST(LayoutTest, EveryCharacterIsRightOnEveryLayoutAndTheKeyboardIsAsBefore)
         const CKeyboardState after = keyboardState();
         EXPECT_EQ(before.m_locks, after.m_locks);
         EXPECT_EQ(before.m_group, after.m_group);
-        EXPECT_TRUE(row.ofXTest || before.m_map == after.m_map);
+        EXPECT_TRUE(before.m_keyboards == after.m_keyboards);
         program->type(u"😀", KeyEvent::KeyString);
         EXPECT_EQ(utf8(u"😀"), program->text(4));
     }
@@ -291,6 +287,19 @@ TEST(LayoutTest, KeysBeforeTheFirstTextAreThoseOfTheXTestKeyboardToo)
     KeyEvent(0, KeyEvent::Release, XK_q, static_cast<const char*>(nullptr), CWindow(), TopLevelWindow())
         .emit();
     EXPECT_EQ("+q -q", window.events());
+    useLayout("us");
+}
+
+TEST(LayoutTest, TheTableIsOfTheKeysThatXTestPresses)
+{
+    useLayout("fr");
+    useLayout("-device 5 us");
+    pressOnKeyboardOfUser(8, false); // makes its map the one that clients see
+    EXPECT_EQ('1', GetKeyCode("1"));
+    CEventWindow window(100, 100, 50, 50);
+    typeHere("1a;");
+    const std::string events = window.events();
+    EXPECT_NE(std::string::npos, events.find("+1 -1 +a -a +semicolon -semicolon")) << events;
     useLayout("us");
 }
 

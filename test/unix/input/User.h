@@ -2,8 +2,31 @@
 #pragma once
 
 #include "EventWindow.h"
+#include "Program.h"
 
+#include <X11/extensions/XInput.h>
 #include <X11/extensions/XTest.h>
+
+/// Presses or releases a key of the keyboard that an Xvfb has beside that of XTest.
+inline void pressOnKeyboardOfUser(KeyCode key, bool down)
+{
+    const ScopedDisplay display(XOpenDisplay(nullptr));
+    XDevice keyboard{7, 0, nullptr};
+    XTestFakeDeviceKeyEvent(display.get(), &keyboard, key, down, nullptr, 0, 0);
+    XSync(display.get(), False);
+}
+
+/// The whole of the keyboards that clients see, of XTest and of the user.
+inline std::string keyboards()
+{
+    std::string all;
+    for (const char* id : {"3", "5", "7"}) {
+        CProgram compiler({"xkbcomp", "-w0", "-i", id, getenv("DISPLAY"), "-"});
+        while (const auto line = compiler.line())
+            all += *line + '\n';
+    }
+    return all;
+}
 
 /// A client that knows nothing of the library. The server has done what it did when a call returns.
 class CUser {

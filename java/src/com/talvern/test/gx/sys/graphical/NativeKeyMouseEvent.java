@@ -65,7 +65,19 @@ import java.awt.Point;
  * <h2>Text</h2>
  *
  * Every character can be typed, whatever the keyboard layout: what no key produces alone or with Shift is put on an unused
- * key for one stroke. The window is waited for, so that none is lost. Half a surrogate pair has no meaning; a text with one is
+ * key for one stroke. So is a character of more than one byte in the code set of the locale, such as {@code \u00e4} in UTF-8,
+ * even where a key types it. The window is waited for, so that none is lost; but the waits of one text for a program that gives
+ * no sign of having read its keys (it answers no {@code _NET_WM_PING} and never rests) add up to half a second at most. The text
+ * goes on then, the trace says so, and such a program may read wrong characters.
+ *
+ * <p>Modifiers are dropped for a character that is put on an unused key: where the layout is Russian alone, {@code ^s} types s.
+ * Programs know shortcuts by the key that has the letter, so give the keyboard a layout with the letter in its first group,
+ * {@code setxkbmap us,ru}; texts are typed in the first group, whichever is locked.
+ *
+ * <p>{@code {Win}} is the key of the keysym Meta_L, which many layouts have on a key of Alt, or nowhere; {@code {vk65515}} is
+ * the key of Super_L, which is what most window managers look for.
+ *
+ * <p>Half a surrogate pair has no meaning; a text with one is
  * refused. Line ends and tabs are keys rather than characters: use {@code ~} and {@code {TAB}}. Caps Lock and Num Lock are off
  * while a text is typed and put back afterwards; {@code {CAPSLOCK}} and {@code {NUMLOCK}} take effect at its end. A text may
  * fail half-way (an error in a key string): what stands before the error has been typed, and keys held by

@@ -1,0 +1,213 @@
+#include "Keyboards.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "ScopedX.h"
+#include <X11/Xatom.h>
+#include <X11/extensions/XInput2.h>
+
+namespace {
+constexpr unsigned keyCodes = 256;
+
+struct CFreeDevices {
+    void operator()(XIDeviceInfo* devices) const noexcept { XIFreeDeviceInfo(devices); }
+};
+
+struct CKeyboard {
+    unsigned m_id;
+    std::string m_name;
+};
+
+/// The keyboards that strokes of this connection's XTest reach: first the one that clients see, then the
+/// devices behind it. Where the server does not tell devices apart, the keyboard as clients see it alone.
+std::vector<CKeyboard> keyboardsOf(Display* display)
+{
+    int opcode, event, error, pointer, count = 0;
+    int major = 2, minor = 0;
+    std::vector<CKeyboard> keyboards{{XkbUseCoreKbd, {}}};
+    if (!XQueryExtension(display, "XInputExtension", &opcode, &event, &error) ||
+        XIQueryVersion(display, &major, &minor) != Success || !XIGetClientPointer(display, 0, &pointer))
+        return keyboards;
+    const std::unique_ptr<XIDeviceInfo, CFreeDevices> all(XIQueryDevice(display, XIAllDevices, &count));
+    const XIDeviceInfo* const first = all.get();
+    const XIDeviceInfo* const end = first + count;
+    const auto* const master = std::find_if(first, end, [&](const auto& d) { return d.deviceid == pointer; });
+    if (master == end)
+        return keyboards;
+    keyboards.front().m_id = static_cast<unsigned>(master->attachment);
+    std::for_each(first, end, [&](const XIDeviceInfo& device) {
+        if (device.use == XISlaveKeyboard && device.attachment == master->attachment)
+            keyboards.push_back({static_cast<unsigned>(device.deviceid), device.name});
+    });
+    return keyboards;
+}
+
+KeyboardMap mapOf(Display* display, unsigned device)
+{
+    return KeyboardMap(XkbGetMap(display, XkbKeyTypesMask | XkbKeySymsMask, device));
+}
+
+/// Rules, model, layout, variant and options, as setxkbmap leaves them; empty when nobody has.
+std::string namesOfLayout(Display* display)
+{
+    const Atom property = XInternAtom(display, "_XKB_RULES_NAMES", True);
+    Atom type;
+    int format = 0;
+    unsigned long count = 0, left;
+    unsigned char* text = nullptr;
+    if (property == None || XGetWindowProperty(display, DefaultRootWindow(display), property, 0, 1024, False,
+                                               XA_STRING, &type, &format, &count, &left, &text) != Success)
+        return {};
+    const XPtr<unsigned char> owner(text);
+    return format == 8 ? std::string(reinterpret_cast<const char*>(text), count) : std::string();
+}
+
+/// A number that tells whether a device is the one that it was and has the layout that it had. Keysyms do not
+/// count, nor which modifier bits the virtual modifiers of types stand for: that follows from the keysyms.
+uint32_t identityOf(const CKeyboard& keyboard, const std::string& names, const XkbDescRec& map)
+{
+    std::string all = keyboard.m_name + names;
+    std::for_each(map.map->types, map.map->types + map.map->num_types, [&](const XkbKeyTypeRec& type) {
+        for (const unsigned part : {type.mods.real_mods + 0U, type.mods.vmods + 0U, type.num_levels + 0U})
+            all += std::to_string(part) + ' ';
+    });
+    return static_cast<uint32_t>(std::hash<std::string>()(all));
+}
+
+/// One key of a keyboard: its groups, as XKB packs them, its types, the keysyms of all groups and levels.
+using Key = std::vector<uint32_t>;
+
+Key keyOf(const XkbDescRec& map, unsigned code)
+{
+    if (code < map.min_key_code || code > map.max_key_code)
+        return {};
+    const XkbSymMapRec& symbols = map.map->key_sym_map[code];
+    Key key{symbols.group_info, 0};
+    static_assert(sizeof symbols.kt_index == sizeof key[1]);
+    std::memcpy(&key[1], symbols.kt_index, sizeof key[1]);
+    const KeySym* const first = map.map->syms + symbols.offset;
+    const KeySym* const end = first + size_t{symbols.width} * XkbNumGroups(symbols.group_info);
+    std::transform(first, end, std::back_inserter(key), [](KeySym k) { return static_cast<uint32_t>(k); });
+    return key;
+}
+
+/// Whether a map has the key, its types, and these are as wide as its keysyms say.
+bool fits(const XkbDescRec& map, unsigned code, const Key& key)
+{
+    if (code < map.min_key_code || code > map.max_key_code || key.size() < 2)
+        return false;
+    const unsigned groups = XkbNumGroups(key[0]);
+    unsigned char types[XkbNumKbdGroups];
+    std::memcpy(types, &key[1], sizeof types);
+    unsigned width = 0;
+    for (unsigned group = 0; group < groups && group < XkbNumKbdGroups; ++group) {
+        if (types[group] >= map.map->num_types)
+            return false;
+        width = std::max(width, unsigned{map.map->types[types[group]].num_levels});
+    }
+    return groups <= XkbNumKbdGroups && key.size() - 2 == size_t{groups} * width;
+}
+
+/// Changes a key of a map in our memory. @return false when there is no memory
+bool setKey(XkbDescRec& map, unsigned code, const Key& key)
+{
+    const size_t size = key.size() - 2;
+    KeySym* const symbols = XkbResizeKeySyms(&map, static_cast<int>(code), static_cast<int>(size));
+    if (size > 0 && !symbols)
+        return false;
+    std::copy(key.begin() + 2, key.end(), symbols);
+    XkbSymMapRec& entry = map.map->key_sym_map[code];
+    const unsigned groups = XkbNumGroups(key[0]);
+    entry.group_info = static_cast<unsigned char>(key[0]);
+    entry.width = static_cast<unsigned char>(groups == 0 ? 0 : size / groups);
+    std::memcpy(entry.kt_index, &key[1], sizeof entry.kt_index);
+    return true;
+}
+
+/// Changes what differs of the keys of a device. Those of the keyboard that clients see are changed on the
+/// devices behind it, too.
+void setKeys(Display* display, XkbDescRec& map, const std::vector<Key>& wanted)
+{
+    unsigned first = keyCodes, last = 0;
+    for (unsigned code = 0; code < wanted.size(); ++code)
+        if (keyOf(map, code) != wanted[code] && fits(map, code, wanted[code]) &&
+            setKey(map, code, wanted[code])) {
+            first = std::min(first, code);
+            last = code;
+        }
+    if (first > last)
+        return;
+    XkbMapChangesRec changes{};
+    changes.changed = XkbKeySymsMask;
+    changes.first_key_sym = static_cast<KeyCode>(first);
+    changes.num_key_syms = static_cast<unsigned char>(last - first + 1);
+    XkbChangeMap(display, &map, &changes);
+}
+
+/// By id of the device and identity.
+using KeysOfDevices = std::map<std::pair<uint32_t, uint32_t>, std::vector<Key>>;
+
+/// Reads keysOfAllKeyboards back, as far as it is whole.
+KeysOfDevices devicesIn(const std::vector<uint32_t>& all)
+{
+    KeysOfDevices devices;
+    for (size_t at = 0; at + 2 < all.size();) {
+        std::vector<Key>& keys = devices[{all[at], all[at + 1]}];
+        at += 2;
+        while (keys.size() < keyCodes && at < all.size() && all[at] < all.size() - at) {
+            const auto first = all.begin() + static_cast<ptrdiff_t>(at) + 1;
+            keys.emplace_back(first, first + all[at]);
+            at += all[at] + 1;
+        }
+        if (keys.size() < keyCodes)
+            break;
+    }
+    return devices;
+}
+} // namespace
+
+KeyboardMap mapOfXTestKeyboard(Display* display)
+{
+    const auto all = keyboardsOf(display);
+    const auto found = std::find_if(all.begin(), all.end(), [](const CKeyboard& keyboard) {
+        return std::string_view(keyboard.m_name).ends_with("XTEST keyboard");
+    });
+    return mapOf(display, found == all.end() ? all.front().m_id : found->m_id);
+}
+
+std::vector<uint32_t> keysOfAllKeyboards(Display* display)
+{
+    std::vector<uint32_t> all;
+    const std::string names = namesOfLayout(display);
+    for (const CKeyboard& keyboard : keyboardsOf(display)) {
+        const KeyboardMap map = mapOf(display, keyboard.m_id);
+        if (!map)
+            continue;
+        all.insert(all.end(), {keyboard.m_id, identityOf(keyboard, names, *map)});
+        for (unsigned code = 0; code < keyCodes; ++code) {
+            const Key key = keyOf(*map, code);
+            all.push_back(static_cast<uint32_t>(key.size()));
+            all.insert(all.end(), key.begin(), key.end());
+        }
+    }
+    return all;
+}
+
+void putBackKeys(Display* display, const std::vector<uint32_t>& before)
+{
+    const KeysOfDevices devices = devicesIn(before);
+    const std::string names = namesOfLayout(display);
+    for (const CKeyboard& keyboard : keyboardsOf(display)) {
+        const KeyboardMap map = mapOf(display, keyboard.m_id);
+        if (!map)
+            continue;
+        const auto wanted = devices.find({keyboard.m_id, identityOf(keyboard, names, *map)});
+        if (wanted != devices.end())
+            setKeys(display, *map, wanted->second);
+    }
+    XSync(display, False);
+}

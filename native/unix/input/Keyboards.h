@@ -1,0 +1,28 @@
+/// The keyboard devices of an X server. Each has a map of its own; the server shows clients that of the
+/// device used last, so that what a layout is depends on who pressed the last key, a user or XTest.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <X11/XKBlib.h>
+
+struct CFreeKeyboard {
+    void operator()(XkbDescPtr map) const noexcept { XkbFreeKeyboard(map, 0, True); }
+};
+using KeyboardMap = std::unique_ptr<XkbDescRec, CFreeKeyboard>;
+
+/// Types and keysyms of the device that XTest strokes of this connection come from, as the server has them
+/// now; null when it has none. Where the server does not tell devices apart it is the keyboard as clients see
+/// it. Round trips.
+KeyboardMap mapOfXTestKeyboard(Display* display);
+
+/// What all keys are on the keyboard that clients see and on all devices behind it: some 6000 numbers, which
+/// compare equal when nothing differs. Round trips.
+std::vector<uint32_t> keysOfAllKeyboards(Display* display);
+
+/// Makes the keys of each keyboard what they were; numbers that keysOfAllKeyboards has not made do no harm. A
+/// device is left alone that has gone, or that has been given another layout since, by its types or by the
+/// names that setxkbmap leaves on the root window. Round trips.
+void putBackKeys(Display* display, const std::vector<uint32_t>& before);
