@@ -1,5 +1,7 @@
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
+import com.talvern.test.gx.engine.ApplicationException;
+import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.*;
 import com.talvern.test.gx.ui.NativeTooltipWindow;
 import java.awt.Point;
@@ -107,7 +109,19 @@ class ServerLossTest {
             return "not neutral";
         }
         NativeTooltipWindow.destroy(NativeTooltipWindow.create(0, 0, "text", false));
-        return play(() -> type(NativeKeyMouseEvent.KEYSTRING, "a")) + play(() -> mouse(NativeKeyMouseEvent.CLICK, 1));
+        return complaint() + play(() -> type(NativeKeyMouseEvent.KEYSTRING, "a")) + play(() -> mouse(NativeKeyMouseEvent.CLICK, 1));
+    }
+
+    /** The engine says in words which server there is none of. */
+    private static String complaint() {
+        try {
+            Windows.requireServer();
+            return "no complaint";
+        } catch (ApplicationException.NoServer expected) {
+            String display = System.getenv("DISPLAY");
+            String text = expected.getMessage();
+            return text.contains(display == null ? "DISPLAY is not set" : " " + display + " ") ? "" : text;
+        }
     }
 
     /** Says "ready" once the other thread is inside of a native method, as it is most of the time. */
@@ -132,7 +146,7 @@ class ServerLossTest {
     }
 
     /** The engine; its trace goes to a home directory of its own. */
-    private Process engine(String display, String task) throws Exception {
+    private Process engine(String display, String cookies, String task) throws Exception {
         Path preferences = home.resolve("Quessa/ZEMO/vtx_log_trace.properties");
         Files.createDirectories(preferences.getParent());
         Files.writeString(preferences, "enableTrace=true\ntraceComponentLevelFilter=Native,0\n");
@@ -140,6 +154,7 @@ class ServerLossTest {
                 "-Xcheck:jni", "-Xmx64m", "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
                 System.getProperty("java.class.path"), ServerLossTest.class.getName(), task);
         builder.environment().put("HOME", home.toString());
+        builder.environment().put("XAUTHORITY", cookies);
         builder.environment().remove("DISPLAY");
         if (display != null) {
             builder.environment().put("DISPLAY", display);
@@ -151,7 +166,8 @@ class ServerLossTest {
     private void awaitEnd(Process engine, BufferedReader output, String traced) throws Exception {
         List<String> rest = output.lines().toList();
         assertEquals(true, engine.waitFor(20, TimeUnit.SECONDS), rest::toString);
-        assertEquals(List.of("ended: ", "hook"), rest.stream().filter(line -> line.matches("ended.*|hook")).toList(), rest::toString);
+        assertEquals(List.of("ended: ", "hook"), rest.stream().filter(line -> line.matches("ended.*|hook")).toList(),
+                rest::toString);
         assertEquals(STATUS, engine.exitValue());
         try (Stream<String> lines = Files.lines(home.resolve("Quessa/ZEMO/vtx_trace.txt"))) {
             List<String> told = lines.filter(line -> line.contains("X server ")).toList();
@@ -168,7 +184,7 @@ class ServerLossTest {
                 "-auth", System.getenv("XAUTHORITY"))
                 .redirectError(ProcessBuilder.Redirect.DISCARD).start();
         String display = ":" + server.inputReader().readLine();
-        Process engine = engine(display, task);
+        Process engine = engine(display, System.getenv("XAUTHORITY"), task);
         try (BufferedReader output = engine.inputReader()) {
             assertEquals("ready", output.readLine());
             server.destroyForcibly().waitFor();
@@ -181,13 +197,13 @@ class ServerLossTest {
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {" DISPLAY is not set", " DISPLAY is not set", "nonsense this is not the name of a display",
+    @ValueSource(strings = {" DISPLAY is not set", "own the server refuses", "nonsense this is not the name of a display",
                          ":987 No such file or directory"})
     void anEngineWithoutAServerIsToldWhy(String row) throws Exception {
-        String display = row.substring(0, row.indexOf(' '));
-        Process engine = engine(display.isEmpty() ? null : display, "");
+        String display = row.substring(0, row.indexOf(' ')).replace("own", System.getenv("DISPLAY"));
+        Process engine = engine(display.isEmpty() ? null : display, "/dev/null", "");
         try (BufferedReader output = engine.inputReader()) {
-            awaitEnd(engine, output, "No connection to X server " + row.replaceFirst(" ", ": "));
+            awaitEnd(engine, output, "No connection to X server " + display + ": " + row.substring(row.indexOf(' ') + 1));
         } finally {
             engine.destroyForcibly();
         }
