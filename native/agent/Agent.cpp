@@ -5,6 +5,7 @@
 #include "JavaMachine.h"
 #include "JavaThread.h"
 #include "Say.h"
+#include "ThreadStack.h"
 
 #include <atomic>
 #include <cstdio>
@@ -63,6 +64,15 @@ void hintAtOtherDisplay()
         say("the program is on display %s, where nobody can ask it: start it with DISPLAY=%s, which is %s "
             "now",
             s_displayName, s_displayName, variable ? variable : "not set");
+}
+
+bool hasRoomForJava()
+{
+    const size_t stack = stackOfThisThread();
+    if (stack < LeastStackForJava)
+        say("the GUI thread has a stack of %zu KiB, Java needs %zu: no agent in this program", stack / 1024,
+            LeastStackForJava / 1024);
+    return stack >= LeastStackForJava;
 }
 
 bool loadLibrary()
@@ -139,7 +149,7 @@ bool hasDomain()
 bool bringInTheRest()
 {
     hintAtOtherDisplay();
-    if (!CJavaThread::agent() || !loadLibrary())
+    if (!CJavaThread::agent() || !hasRoomForJava() || !loadLibrary())
         return false;
     const CSignalsHeldOff held; // the thread is attached to the JVM, and services start threads
     void* const spyPort = infest();

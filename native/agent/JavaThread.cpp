@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/eventfd.h>
@@ -93,11 +94,18 @@ void end()
     waitAtMost(s_isMaking ? whileMaking : whileStopping);
 }
 
+/// With a stack of its own size: that of the program's threads may be too small for a JVM to be made there.
 bool startThread()
 {
+    constexpr size_t stackSize = 1024 * 1024;
     const CSignalsHeldOff held;
     pthread_t thread;
-    if (pthread_create(&thread, nullptr, live, nullptr) != 0)
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) != 0)
+        return false;
+    const std::unique_ptr<pthread_attr_t, int (*)(pthread_attr_t*)> owner(&attributes, pthread_attr_destroy);
+    if (pthread_attr_setstacksize(&attributes, stackSize) != 0 ||
+        pthread_create(&thread, &attributes, live, nullptr) != 0)
         return false;
     pthread_detach(thread);
     return true;

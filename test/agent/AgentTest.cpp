@@ -187,7 +187,8 @@ TEST_F(AgentTest, WhatIsMissingCostsOneLine)
                 {nullptr, " --domain xyznothing", "gxagent: there is no test domain xyznothing"},
                 {nullptr, " --library " GX_APPS_DIR "/domains/libgxsys.so --domain xyzrefusing",
                  "gxagent: the test domain xyzrefusing does not start: java.lang.IllegalStateException"},
-                {nullptr, " --library /nowhere/libgxsys.so", "gxagent: there is no /nowhere/libgxsys.so"}};
+                {nullptr, " --library /nowhere/libgxsys.so", "gxagent: there is no /nowhere/libgxsys.so"},
+                {nullptr, " sh -c 'ulimit -s 100; exec $0'", "gxagent: the GUI thread has a stack of"}};
     fs::current_path(m_directory);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);

@@ -2,9 +2,9 @@
 // does the same when it is started anew without arguments:
 //   INFESTED_LIBRARY  path of the library; INFESTED_DOMAIN  name of the test domain
 //   INFESTED_JVM      "create" for a JVM of its own beforehand, "load" for the JVM library only
+//   INFESTED_STACK    KiB of the stack of its GUI thread, which is another than the first then
 //   INFESTED_POSTER   a Java class: start(threadId, spyPort) runs on the GUI thread, which then delivers
-//   requests until
-//                     report() answers a text
+//                     requests until report() answers a text
 #include <jni.h>
 
 #include <chrono>
@@ -103,12 +103,10 @@ void deliverUntilReported(void* library, JNIEnv* env, void* port)
         }
     }
 }
-} // namespace
 
-int main(int argc, char**)
+/// The application's GUI thread; @return its exit status
+int run()
 {
-    setvbuf(stdout, nullptr, _IOLBF, 0);
-    std::printf("start %d\n", argc - 1);
     const std::string jvm = setting("INFESTED_JVM");
     void* const libjvm = jvm.empty() ? nullptr : dlopen(GX_LIBJVM, RTLD_LAZY);
     if (jvm == "create")
@@ -134,4 +132,31 @@ int main(int argc, char**)
     if (env && env->GetJavaVM(&vm) == JNI_OK)
         vm->DestroyJavaVM(); // at exit -Xcheck:jni takes the end of its own tables for somebody else's doing
     std::printf("end\n");
+    return 0;
+}
+
+int runOnStack(size_t bytes)
+{
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, bytes);
+    int status = 1;
+    pthread_t thread;
+    const auto entry = [](void* result) -> void* {
+        *static_cast<int*>(result) = run();
+        return nullptr;
+    };
+    if (pthread_create(&thread, &attributes, entry, &status) == 0)
+        pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    return status;
+}
+} // namespace
+
+int main(int argc, char**)
+{
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    std::printf("start %d\n", argc - 1);
+    const std::string stack = setting("INFESTED_STACK");
+    return stack.empty() ? run() : runOnStack(std::stoul(stack) * 1024);
 }

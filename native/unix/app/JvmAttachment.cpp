@@ -4,6 +4,7 @@
 #include "ExitCondition.h"
 #include "LibraryPath.h"
 #include "SpyPort.h"
+#include "ThreadStack.h"
 
 #include <array>
 #include <cstdio>
@@ -138,6 +139,11 @@ bool CSpyPort::attachToFirst(JavaVM* vm)
 
 bool CSpyPort::createJVM()
 {
+    if (const size_t stack = stackOfThisThread(); stack < LeastStackForJava) {
+        CTracer::debugTrace("The thread has a stack of %zu KiB, a JVM needs %zu", stack / 1024,
+                            LeastStackForJava / 1024);
+        return false;
+    }
     const auto entry = entryOf<decltype(JNI_CreateJavaVM)>(m_libjvm, "JNI_CreateJavaVM");
     if (!entry) {
         CTracer::debugTrace("CreateJVM entry point not found in libjvm.so");

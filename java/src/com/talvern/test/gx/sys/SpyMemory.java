@@ -59,7 +59,7 @@ package com.talvern.test.gx.sys;
  * }</pre>
  *
  * <p>The mutex belongs to the thread that took it and nests. When its process dies the system releases it. A method
- * waits for it up to 10 seconds.
+ * waits for it up to 10 seconds, by the wall clock as in {@link Mutex#acquire}.
  *
  * <p><b>Exceptions</b> of all methods of all these classes, unless a method says otherwise:
  *
