@@ -170,6 +170,9 @@ class NativesTest {
         List<Object> all = new ArrayList<>();
         for (long handle : new long[] {0, -1, 0x200001, 1L << 47, Long.MIN_VALUE, Long.MAX_VALUE, Integer.MAX_VALUE}) {
             Object object = Modifier.isAbstract(type.getModifiers()) ? null : make(type);
+            if (object instanceof Mutex && handle == 0x200001) {
+                continue; // may be somebody's semaphore where the test has no IPC namespace of its own
+            }
             if (object != null && (setHandle(object, handle) || handle == 0)) {
                 all.add(object);
             }
