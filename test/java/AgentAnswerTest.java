@@ -8,6 +8,7 @@ import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
 import com.talvern.test.gx.engine.Frame;
 import com.talvern.test.gx.engine.ListView;
+import com.talvern.test.gx.engine.OwnDirectory;
 import com.talvern.test.gx.engine.Values;
 import java.awt.Rectangle;
 import java.io.IOException;
@@ -119,22 +120,23 @@ class AgentAnswerTest {
     }
 
     @Test
-    void nobodyElseComesIn() throws Exception {
-        assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(place.getParent())));
-        assertTrue(AgentAddress.of("self").isUsedBy(SocketChannel.open(UnixDomainSocketAddress.of(place))));
-        Path directory = place.getParent();
-        Path aside = directory.resolveSibling("gx-aside");
-        Files.move(directory, aside);
-        try {
-            Files.createSymbolicLink(directory, aside);
-            assertThrows(IOException.class, () -> AgentAddress.of("self").prepare(), "a link");
-            Files.delete(directory);
-            Files.createDirectory(directory, PosixFilePermissions.asFileAttribute(
-                PosixFilePermissions.fromString("rwxr-x---")));
-            assertThrows(IOException.class, () -> AgentAddress.of("self").prepare(), "open for others");
-        } finally {
-            Files.delete(directory);
-            Files.move(aside, directory);
+    void aNameThatIsTakenIsNotUsed() throws Exception {
+        Path around = Files.createTempDirectory("gx-around");
+        Path usual = around.resolve("gx-1");
+        OwnDirectory directory = new OwnDirectory(usual, Files.getAttribute(around, "unix:uid").toString());
+        assertEquals(usual, directory.make());
+        assertEquals(usual, directory.make());
+        assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(usual)));
+        Path aside = Files.move(usual, around.resolve("aside"));
+        Files.createSymbolicLink(usual, aside);
+        Path other = directory.make();
+        assertTrue(other.toString().startsWith(usual + "."), "a link");
+        assertEquals(List.of(other), directory.places());
+        Files.delete(usual);
+        Files.createDirectory(usual, PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwxr-x---")));
+        assertEquals(other, directory.make(), "open for others");
+        for (Path made : List.of(usual, other, aside, around)) {
+            Files.delete(made);
         }
     }
 
@@ -143,24 +145,28 @@ class AgentAnswerTest {
         assumeTrue(run("setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "true") == 0,
             "needs the right to become another user");
         ProcessBuilder program = new ProcessBuilder(System.getProperty("gx.apps") + "/gtk3-asked");
+        Path open = Files.createTempFile("gx-open", "");
         try (Application application = Application.start(program, java.time.Duration.ofSeconds(60))) {
             Path socket = AgentAddress.of(Long.toString(application.pid())).places().stream().filter(Files::exists)
                 .findFirst().orElseThrow();
-            String ask = "use IO::Socket::UNIX; $SIG{PIPE} = 'IGNORE';"
-                + "$s = IO::Socket::UNIX->new(Peer => '" + socket + "') or exit 3;"
-                + "print $s 'not a frame'; $s->flush; exit(sysread($s, $b, 1) ? 0 : 4)";
-            List<String> other = List.of("setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups");
-            List<String> perl = List.of("perl", "-e", ask);
-            List<String> both = new ArrayList<>(other);
-            both.addAll(perl);
-            assertEquals(0, run(perl.toArray(String[]::new)));
-            assertEquals(3, run(both.toArray(String[]::new)), "the directory");
-            Files.setPosixFilePermissions(socket.getParent(), PosixFilePermissions.fromString("rwxrwxrwx"));
             Files.setPosixFilePermissions(socket, PosixFilePermissions.fromString("rwxrwxrwx"));
-            assertEquals(4, run(both.toArray(String[]::new)), "the socket");
+            Files.delete(open);
+            Files.createLink(open, socket);
+            assertEquals(0, ask(socket));
+            assertEquals(3, ask(socket, "setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups"), "the directory");
+            assertEquals(4, ask(open, "setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups"), "the socket");
         } finally {
-            Files.setPosixFilePermissions(place.getParent(), PosixFilePermissions.fromString("rwx------"));
+            Files.deleteIfExists(open);
         }
+    }
+
+    /** @return 0 when there is an answer, 3 when there is no way in, 4 when whoever is there hangs up */
+    private static int ask(Path socket, String... prefix) throws Exception {
+        List<String> command = new ArrayList<>(List.of(prefix));
+        command.addAll(List.of("perl", "-e", "use IO::Socket::UNIX; $SIG{PIPE} = 'IGNORE';"
+            + "$s = IO::Socket::UNIX->new(Peer => '" + socket + "') or exit 3;"
+            + "print $s 'not a frame'; $s->flush; exit(sysread($s, $b, 1) ? 0 : 4)"));
+        return run(command.toArray(String[]::new));
     }
 
     private static int run(String... command) throws Exception {

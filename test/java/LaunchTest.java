@@ -3,14 +3,19 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
 import com.talvern.test.gx.engine.LaunchOptions;
+import com.talvern.test.gx.sys.SpyMemory;
 import java.lang.ProcessBuilder.Redirect;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.Timeout;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -47,6 +52,43 @@ class LaunchTest {
         String message = assertThrows(ApplicationException.NoAgent.class,
             () -> Application.start(PATIENT, script(APPS + program + "; true"))).getMessage();
         assertTrue(message.contains(reason), message);
+    }
+
+    /** What this process has of the system; programs that have ended have left nothing of theirs. */
+    private static List<Long> holdings(List<Path> sockets) throws Exception {
+        List<Long> counts = new ArrayList<>(List.of((long) new SpyMemory().getStats().numberUsedBlocks));
+        for (String list : List.of("/proc/sysvipc/sem", "/proc/sysvipc/shm")) {
+            counts.add((long) Files.readAllLines(Path.of(list)).size());
+        }
+        try (Stream<Path> descriptors = Files.list(Path.of("/proc/self/fd"))) {
+            counts.add(descriptors.count());
+        }
+        counts.add(ProcessHandle.current().children().count());
+        counts.add(sockets.stream().filter(Files::exists).count());
+        return counts;
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-asked", "gtk2-asked", "gtk3-asked"})
+    void tenStartsLeaveNoMoreThanTwo(String program) throws Exception {
+        List<Path> sockets = new ArrayList<>();
+        List<Long> first = null;
+        for (int start = 1; start <= 10; ++start) {
+            try (Application asked = Application.start(PATIENT, new ProcessBuilder(APPS + program))) {
+                assertTrue(asked.menuBar().isPresent());
+                sockets.addAll(AgentAddress.of(Long.toString(asked.pid())).places());
+                if (start % 2 == 0) {
+                    asked.process().destroyForcibly().waitFor();
+                    assertThrows(ApplicationException.Ended.class, asked::menuBar);
+                }
+            }
+            first = start == 2 ? holdings(sockets) : first;
+        }
+        long end = System.nanoTime() + TimeUnit.SECONDS.toNanos(20);
+        while (!holdings(sockets).equals(first) && System.nanoTime() < end) {
+            Thread.sleep(10); // the pipes of a process that has ended are closed by a thread of Java's
+        }
+        assertEquals(first, holdings(sockets));
     }
 
     @ParameterizedTest

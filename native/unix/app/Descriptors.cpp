@@ -2,12 +2,12 @@
 #include "JniEntry.h"
 #include "com_talvern_test_gx_application_Descriptors.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <map>
 #include <memory>
 #include <poll.h>
 #include <string>
@@ -98,26 +98,31 @@ DESCRIPTORS(void, closeOnExec, jstring path)
     });
 }
 
-DESCRIPTORS(jintArray, open)
+namespace {
+/// What the process had open before the JVM opened more. A number may be another file's by now.
+std::map<int, std::string>& before()
 {
-    return jniEntry(env, __func__, [&]() -> jintArray {
-        const std::vector<int> all = openDescriptors();
-        const auto count = static_cast<jsize>(all.size());
-        const jintArray answer = env->NewIntArray(count);
-        if (answer)
-            env->SetIntArrayRegion(answer, 0, count, all.data());
-        return answer;
+    static auto* const s_before = new std::map<int, std::string>;
+    return *s_before;
+}
+} // namespace
+
+DESCRIPTORS(void, noteOpen)
+{
+    jniEntry(env, __func__, [] {
+        for (const int descriptor : openDescriptors())
+            before()[descriptor] = fileOf(descriptor);
     });
 }
 
-DESCRIPTORS(void, closeOwnOnExec, jintArray before)
+DESCRIPTORS(void, closeOwnOnExec)
 {
-    jniEntry(env, __func__, [&] {
-        std::vector<int> known(before ? static_cast<size_t>(env->GetArrayLength(before)) : 0);
-        if (before)
-            env->GetIntArrayRegion(before, 0, static_cast<jsize>(known.size()), known.data());
-        for (const int descriptor : openDescriptors())
-            if (std::find(known.begin(), known.end(), descriptor) == known.end() && isOfJvm(descriptor))
+    jniEntry(env, __func__, [] {
+        for (const int descriptor : openDescriptors()) {
+            const auto known = before().find(descriptor);
+            const bool wasThere = known != before().end() && known->second == fileOf(descriptor);
+            if (!wasThere && isOfJvm(descriptor))
                 closeOnExec(descriptor);
+        }
     });
 }

@@ -38,10 +38,10 @@ public final class ApplicationAgent {
             System.setErr(new PrintStream(OutputStream.nullOutputStream()));
         }
         gui = new GuiThread(new ThreadChannel(threadId, spyPort));
-        int[] before = Descriptors.open();
-        String failure = startServices();
-        Descriptors.closeOwnOnExec(before);
+        Descriptors.noteOpen();
         keepFilesFromChildren();
+        String failure = startServices();
+        Descriptors.closeOwnOnExec();
         return failure;
     }
 

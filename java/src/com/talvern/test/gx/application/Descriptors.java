@@ -17,14 +17,12 @@ final class Descriptors {
      */
     static native void closeOnExec(String path);
 
-    /** @return the descriptors that the process has now */
-    static native int[] open();
+    /** Notes which descriptors the process has. */
+    static native void noteOpen();
 
     /**
-     * Has those descriptors closed when another program is executed that only a JVM has opened since: its sources of
-     * randomness, and the end of a pair of sockets whose other end it has closed.
-     *
-     * @param before the answer of {@link #open}
+     * Has those descriptors closed when another program is executed that only a JVM has opened since {@link #noteOpen}:
+     * its sources of randomness, and the end of a pair of sockets whose other end it has closed.
      */
-    static native void closeOwnOnExec(int[] before);
+    static native void closeOwnOnExec();
 }

@@ -10,19 +10,15 @@ import com.talvern.test.gx.engine.Values;
 import com.talvern.test.gx.sys.graphical.FileDialog;
 import java.awt.Point;
 import java.io.IOException;
-import java.net.ConnectException;
 import java.net.StandardProtocolFamily;
 import java.net.UnixDomainSocketAddress;
 import java.nio.ByteBuffer;
 import java.nio.channels.ClosedChannelException;
 import java.nio.channels.ServerSocketChannel;
 import java.nio.channels.SocketChannel;
-import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
-import java.time.Duration;
-import java.time.Instant;
 import java.util.List;
 import java.util.Set;
 import java.util.concurrent.Callable;
@@ -43,8 +39,6 @@ import java.util.function.Function;
 public final class RequestServer implements ApplicationService {
     /** Engines, and threads of engines, that come at the same moment. */
     private static final int BACKLOG = 128;
-    private static final String DRAFT = ".new";
-    private static final Duration DRAFTED = Duration.ofMinutes(1);
 
     private final Set<SocketChannel> lines = ConcurrentHashMap.newKeySet();
     private AgentAddress address;
@@ -58,62 +52,26 @@ public final class RequestServer implements ApplicationService {
     public void start(GuiThread gui) throws IOException {
         address = AgentAddress.of("self");
         place = address.prepare();
-        sweep(place.getParent());
+        address.sweep();
         door = listen(place);
         daemon("gx-requests", () -> admit(gui));
     }
 
     /** The socket has its name only once it answers, so that one that does not is nobody's any more. */
     private static ServerSocketChannel listen(Path place) throws IOException {
-        Path draft = draftOf(place);
+        Path draft = AgentAddress.draftOf(place);
         Files.deleteIfExists(draft);
         ServerSocketChannel door = ServerSocketChannel.open(StandardProtocolFamily.UNIX);
         try {
             door.bind(UnixDomainSocketAddress.of(draft), BACKLOG);
             Descriptors.closeOnExec(draft.toString());
+            Descriptors.closeOwnOnExec(); // nothing reaches a child once an engine finds the way in
             Files.move(draft, place, StandardCopyOption.ATOMIC_MOVE); // over that of a process with the same id
             return door;
         } catch (IOException | LinkageError failure) {
             door.close();
             Files.deleteIfExists(draft);
             throw failure;
-        }
-    }
-
-    private static Path draftOf(Path place) {
-        return place.resolveSibling(place.getFileName() + DRAFT);
-    }
-
-    /** Removes the sockets of applications that were killed. */
-    private static void sweep(Path directory) throws IOException {
-        try (DirectoryStream<Path> sockets = Files.newDirectoryStream(directory)) {
-            for (Path socket : sockets) {
-                if (isOld(socket) && isNobodys(socket)) {
-                    Files.deleteIfExists(socket);
-                }
-            }
-        }
-    }
-
-    /** One that has just been made does not answer yet. */
-    private static boolean isOld(Path socket) {
-        try {
-            return !socket.toString().endsWith(DRAFT) || Files.getLastModifiedTime(socket).toInstant()
-                .isBefore(Instant.now().minus(DRAFTED));
-        } catch (IOException gone) {
-            return false;
-        }
-    }
-
-    private static boolean isNobodys(Path socket) {
-        try (SocketChannel line = SocketChannel.open(StandardProtocolFamily.UNIX)) {
-            line.configureBlocking(false);
-            line.connect(UnixDomainSocketAddress.of(socket));
-            return false;
-        } catch (ConnectException refused) {
-            return true;
-        } catch (IOException busy) {
-            return false;
         }
     }
 
@@ -140,7 +98,7 @@ public final class RequestServer implements ApplicationService {
         while (door.isOpen()) {
             try {
                 SocketChannel line = door.accept();
-                Descriptors.closeOnExec(draftOf(place).toString());
+                Descriptors.closeOnExec(AgentAddress.draftOf(place).toString());
                 daemon("gx-line", () -> serve(line, gui));
             } catch (ClosedChannelException stopped) {
                 return;
@@ -178,7 +136,7 @@ public final class RequestServer implements ApplicationService {
             throw gone;
         } catch (TimeoutException | CancellationException noAnswer) {
             return false; // the engine notices by itself that its time is over, or that the application ends
-        } catch (Exception | LinkageError failure) {
+        } catch (Exception | LinkageError | VirtualMachineError failure) { // memory may just not do for this answer
             send(line, failure(failure));
             return true;
         }

@@ -60,6 +60,7 @@ final class Agent implements AutoCloseable {
                 throw other;
             } catch (IOException lost) {
                 if (!lives()) {
+                    sweep();
                     throw new EndedException(lost);
                 }
                 if (System.nanoTime() - end >= 0) {
@@ -98,6 +99,15 @@ final class Agent implements AutoCloseable {
             return state != 'Z' && state != 'X';
         } catch (IOException gone) {
             return false;
+        }
+    }
+
+    /** Removes what those applications have left that ended without an exit. */
+    static void sweep() {
+        try {
+            AgentAddress.of("self").sweep();
+        } catch (IOException noSuchProcess) {
+            throw new AssertionError(noSuchProcess); // it is this one
         }
     }
 

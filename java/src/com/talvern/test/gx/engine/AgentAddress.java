@@ -1,18 +1,21 @@
 package com.talvern.test.gx.engine;
 
 import java.io.IOException;
+import java.net.ConnectException;
+import java.net.StandardProtocolFamily;
+import java.net.UnixDomainSocketAddress;
 import java.nio.channels.SocketChannel;
-import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.DirectoryIteratorException;
+import java.nio.file.DirectoryStream;
 import java.nio.file.FileSystems;
 import java.nio.file.Files;
 import java.nio.file.LinkOption;
 import java.nio.file.Path;
-import java.nio.file.attribute.PosixFileAttributes;
-import java.nio.file.attribute.PosixFilePermission;
-import java.nio.file.attribute.PosixFilePermissions;
+import java.nio.file.attribute.BasicFileAttributes;
 import java.nio.file.attribute.UserPrincipal;
+import java.time.Duration;
+import java.time.Instant;
 import java.util.List;
-import java.util.Set;
 import jdk.net.ExtendedSocketOptions;
 
 /**
@@ -23,7 +26,9 @@ import jdk.net.ExtendedSocketOptions;
  * namespace that this is counted in, since containers may have the directory in common.
  */
 public final class AgentAddress {
-    private static final Set<PosixFilePermission> OWN = PosixFilePermissions.fromString("rwx------");
+
+    private static final String DRAFT = ".new";
+    private static final Duration DRAFTED = Duration.ofMinutes(1);
 
     private final String uid;
     private final String name;
@@ -63,13 +68,15 @@ public final class AgentAddress {
         }
     }
 
-    private List<Path> directories() {
-        return List.of(Path.of("/run/user", uid, "gx"), Path.of("/tmp/gx-" + uid));
+    private List<OwnDirectory> directories() {
+        return List.of(new OwnDirectory(Path.of("/run/user", uid, "gx"), uid),
+            new OwnDirectory(Path.of("/tmp/gx-" + uid), uid));
     }
 
     /** @return where the socket may be, the likeliest place first */
     public List<Path> places() {
-        return directories().stream().map(directory -> directory.resolve(name)).toList();
+        return directories().stream().flatMap(directory -> directory.places().stream())
+            .map(directory -> directory.resolve(name)).toList();
     }
 
     /**
@@ -79,19 +86,53 @@ public final class AgentAddress {
      * @throws IOException there is none that is this user's alone
      */
     public Path prepare() throws IOException {
-        List<Path> directories = directories();
-        Path directory = Files.isWritable(directories.get(0).getParent()) ? directories.get(0) : directories.get(1);
-        try {
-            Files.createDirectory(directory, PosixFilePermissions.asFileAttribute(OWN));
-        } catch (FileAlreadyExistsException known) {
-            // somebody has made it; who, is seen below
+        List<OwnDirectory> both = directories();
+        boolean hasLogin = Files.isWritable(both.get(0).usual().getParent());
+        return both.get(hasLogin ? 0 : 1).make().resolve(name);
+    }
+
+    /**
+     * What a socket is called until it answers, so that one that does not is nobody's any more.
+     *
+     * @param place of the socket
+     * @return its name before
+     */
+    public static Path draftOf(Path place) {
+        return place.resolveSibling(place.getFileName() + DRAFT);
+    }
+
+    /** Removes the sockets of applications of this user that were killed. To be called on the address of "self". */
+    public void sweep() {
+        for (Path place : places()) {
+            try (DirectoryStream<Path> files = Files.newDirectoryStream(place.getParent())) {
+                for (Path file : files) {
+                    if (isAbandoned(file)) {
+                        Files.deleteIfExists(file);
+                    }
+                }
+            } catch (IOException | DirectoryIteratorException gone) {
+                continue; // what was in it, was somebody else's then
+            }
         }
-        PosixFileAttributes found =
-            Files.readAttributes(directory, PosixFileAttributes.class, LinkOption.NOFOLLOW_LINKS);
-        if (!found.isDirectory() || !found.owner().equals(user(uid)) || !found.permissions().equals(OWN)) {
-            throw new IOException(directory + " is no directory that only its user can enter");
+    }
+
+    private static boolean isAbandoned(Path file) throws IOException {
+        BasicFileAttributes found = Files.readAttributes(file, BasicFileAttributes.class, LinkOption.NOFOLLOW_LINKS);
+        boolean isBeingMade = file.toString().endsWith(DRAFT)
+            && found.lastModifiedTime().toInstant().isAfter(Instant.now().minus(DRAFTED));
+        return found.isOther() && !isBeingMade && !answers(file);
+    }
+
+    private static boolean answers(Path socket) {
+        try (SocketChannel line = SocketChannel.open(StandardProtocolFamily.UNIX)) {
+            line.configureBlocking(false);
+            line.connect(UnixDomainSocketAddress.of(socket));
+            return true;
+        } catch (ConnectException refused) {
+            return false;
+        } catch (IOException busy) {
+            return true;
         }
-        return directory.resolve(name);
     }
 
     private static UserPrincipal user(String uid) throws IOException {

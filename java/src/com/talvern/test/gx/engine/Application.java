@@ -11,6 +11,8 @@ import java.util.NoSuchElementException;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.CancellationException;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
 import java.util.function.Consumer;
@@ -47,6 +49,7 @@ import java.util.stream.Stream;
 public final class Application implements AutoCloseable {
     private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
     private static final Duration CLOSE = Duration.ofSeconds(2);
+    private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
     private static final Duration LONGEST = Duration.ofDays(365);
     private static final long FIRST_POLL_MS = 10;
@@ -456,16 +459,20 @@ public final class Application implements AutoCloseable {
     private static void end(ProcessHandle eldest, Duration patience) {
         List<ProcessHandle> family = Stream.concat(eldest.descendants(), Stream.of(eldest)).toList();
         family.forEach(ProcessHandle::destroy);
-        long end = System.nanoTime() + patience.toNanos();
-        for (ProcessHandle member : family) {
-            try {
-                member.onExit().get(Math.max(0, end - System.nanoTime()), TimeUnit.NANOSECONDS);
-            } catch (InterruptedException interrupted) {
-                Thread.currentThread().interrupt();
-                member.destroyForcibly();
-            } catch (Exception stillThere) {
-                member.destroyForcibly();
-            }
+        awaitEnd(family, patience);
+        family.forEach(ProcessHandle::destroyForcibly);
+        awaitEnd(family, KILL);
+        Agent.sweep();
+    }
+
+    private static void awaitEnd(List<ProcessHandle> family, Duration patience) {
+        try {
+            CompletableFuture.allOf(family.stream().map(ProcessHandle::onExit).toArray(CompletableFuture[]::new))
+                .get(patience.toMillis(), TimeUnit.MILLISECONDS);
+        } catch (InterruptedException interrupted) {
+            Thread.currentThread().interrupt();
+        } catch (ExecutionException | TimeoutException stillThere) {
+            return;
         }
     }
 
