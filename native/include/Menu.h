@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 /// One menu bar or menu pane, named by its X window; a value, nothing is owned. Only the process whose
 /// toolkit made the menu can answer: call it on that toolkit's thread. Each call waits for the X server. GTK
@@ -46,16 +47,30 @@ public:
     /// @param submenuHandle  never set
     void getItemPopupMenu(int index, unsigned long* submenu, unsigned long* submenuHandle) const;
 
-    /// What the item says, UTF-8 and not cut, Motif's as well; empty when it says nothing.
-    std::string getWholeItemText(int index) const;
+    /// What the items say, UTF-8 and not cut, Motif's as well; empty for one that says nothing.
+    std::vector<std::string> getWholeItemTexts() const;
     struct ItemState {
         bool shown = false;   ///< part of the menu, though perhaps scrolled out of sight
         bool enabled = false; ///< a click on it does something
     };
-    ItemState getItemState(int index) const;
-    /// The part of an item that is not scrolled out of its menu, in root coordinates, whether the menu is
-    /// open or not. Zero for an item that is hidden or that there is not.
-    Rect getSeenPartOfItem(int index) const;
+    /// What a user sees of an item.
+    struct ItemView {
+        ItemState state;
+        /// What is not scrolled out of the menu, in root coordinates, whether the menu is open or not. Zero
+        /// for an item that is hidden.
+        Rect seenPart;
+        unsigned long submenu = 0; ///< as for getItemPopupMenu
+    };
+    /// All items, with two questions to the X server.
+    std::vector<ItemView> getItemViews() const;
+    /// How long a click on an item of this menu, which is open, would be lost. Motif takes one that comes
+    /// within the time of a double click after an option or context menu was opened for the end of the click
+    /// that opened it.
+    /// @return milliseconds; 0 when it is taken at once
+    int msUntilClickIsTaken() const;
+    /// Whether the toolkit has read all events that the X server has sent to it. What was played before has
+    /// been seen to then.
+    static bool hasReadEvents();
 
 private:
     uint64_t handle;

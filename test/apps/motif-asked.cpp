@@ -82,6 +82,22 @@ Widget menuBar(Widget main)
     return bar;
 }
 
+/// An option menu, and a context menu in the whole window: both are posted by the press of a click.
+Widget postedMenus(Widget main)
+{
+    const Widget sizes = XmCreatePulldownMenu(main, const_cast<char*>("sizes"), nullptr, 0);
+    addItem(XmCreatePushButton, sizes, "small", choose);
+    addItem(XmCreatePushButtonGadget, sizes, "large", choose);
+    Arg arguments[] = {{const_cast<char*>(XmNsubMenuId), reinterpret_cast<XtArgVal>(sizes)},
+                       {const_cast<char*>(XmNpopupEnabled), XmPOPUP_AUTOMATIC_RECURSIVE}};
+    const Widget context = XmCreatePopupMenu(main, const_cast<char*>("context"), arguments + 1, 1);
+    addItem(XmCreatePushButtonGadget, context, "Cut", choose);
+    addItem(XmCreatePushButton, context, "Paste", choose);
+    const Widget option = XmCreateOptionMenu(main, const_cast<char*>("option"), arguments, 1);
+    XtManageChild(option);
+    return option;
+}
+
 Widget scrolledList(Widget main)
 {
     const Widget list = make(XmCreateScrolledList, main, "list");
@@ -104,7 +120,7 @@ int main(int argc, char** argv)
     const Widget main = make(XmCreateMainWindow, s_shell, "main");
     const Widget bar = menuBar(main);
     const Widget work = scrolledList(main);
-    XtVaSetValues(main, XmNmenuBar, bar, XmNworkWindow, work, nullptr);
+    XtVaSetValues(main, XmNmenuBar, bar, XmNcommandWindow, postedMenus(main), XmNworkWindow, work, nullptr);
     XtRealizeWidget(s_shell);
     XtAppAddInput(
         application, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask),

@@ -6,11 +6,13 @@
 #include "JniClass.h"
 #include "JniDataTypes.h"
 #include "JniEntry.h"
+#include "LocalRef.h"
 #include "com_talvern_test_gx_application_MenuItems.h"
 #include "com_talvern_test_gx_sys_graphical_Menu.h"
 #include "jniobject.h"
 
 #include <string>
+#include <vector>
 
 #define MENU(Result, method, ...)                                                                            \
     extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_Menu_##method(__VA_ARGS__)
@@ -101,31 +103,56 @@ MENU(jobject, getItemPopupMenu, JNIEnv* env, jobject self, jint index, jobjectAr
     });
 }
 
-#define MENU_ITEMS(Type, Method)                                                                             \
+#define MENU_ITEMS(Type, Method, ...)                                                                        \
     extern "C" JNIEXPORT Type JNICALL Java_com_talvern_test_gx_application_MenuItems_##Method(               \
-        JNIEnv* env, jclass, jlong menu, jint index)
+        JNIEnv* env, jclass, ##__VA_ARGS__)
 
-MENU_ITEMS(jstring, text)
+MENU_ITEMS(jobjectArray, texts, jlong menu)
 {
-    return jniEntry(env, __func__, [&]() -> jstring {
-        const std::string text = GxMenu(menu, 0).getWholeItemText(index);
-        return text.empty() ? nullptr : newText(env, text.c_str());
+    return jniEntry(env, __func__, [&]() -> jobjectArray {
+        const std::vector<std::string> texts = GxMenu(menu, 0).getWholeItemTexts();
+        const auto string = localRef(env, env->FindClass("java/lang/String"));
+        const jobjectArray all = env->NewObjectArray(static_cast<jsize>(texts.size()), string.get(), nullptr);
+        for (jsize index = 0; all && index < static_cast<jsize>(texts.size()); ++index)
+            if (const std::string& text = texts[static_cast<size_t>(index)]; !text.empty()) {
+                const auto made = localRef(env, newText(env, text.c_str()));
+                env->SetObjectArrayElement(all, index, made.get());
+            }
+        return all;
     });
 }
 
-MENU_ITEMS(jint, state)
+namespace {
+void append(std::vector<jlong>& numbers, const GxMenu::ItemView& view)
 {
-    return jniEntry(env, __func__, [&]() -> jint {
-        const GxMenu::ItemState state = GxMenu(menu, 0).getItemState(index);
-        return (state.shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0) |
-               (state.enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0);
+    const jlong shown = view.state.shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0;
+    const jlong enabled = view.state.enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0;
+    const Rect& part = view.seenPart;
+    numbers.insert(numbers.end(), {shown | enabled, part.getLeft(), part.getTop(), part.getWidth(),
+                                   part.getHeight(), static_cast<jlong>(view.submenu)});
+}
+} // namespace
+
+MENU_ITEMS(jlongArray, views, jlong menu)
+{
+    return jniEntry(env, __func__, [&]() -> jlongArray {
+        std::vector<jlong> numbers;
+        for (const GxMenu::ItemView& view : GxMenu(menu, 0).getItemViews())
+            append(numbers, view);
+        const auto count = static_cast<jsize>(numbers.size());
+        const jlongArray all = env->NewLongArray(count);
+        if (all)
+            env->SetLongArrayRegion(all, 0, count, numbers.data());
+        return all;
     });
 }
 
-MENU_ITEMS(jobject, seenPart)
+MENU_ITEMS(jint, msUntilClickIsTaken, jlong menu)
 {
-    return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
-        const Rect part = GxMenu(menu, 0).getSeenPartOfItem(index);
-        return part.isZero() ? nullptr : newRectangle(env, trace, part);
-    });
+    return jniEntry(env, __func__, [&]() -> jint { return GxMenu(menu, 0).msUntilClickIsTaken(); });
+}
+
+MENU_ITEMS(jboolean, hasReadEvents)
+{
+    return jniEntry(env, __func__, []() -> jboolean { return GxMenu::hasReadEvents(); });
 }

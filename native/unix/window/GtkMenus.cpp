@@ -148,6 +148,9 @@ public:
     std::string wholeText(Window menu, int index) const override;
     GxMenu::ItemState itemState(Window menu, int index) const override;
     std::optional<Rect> seenPart(Window menu, int index) const override;
+    int msUntilClickIsTaken(Window, Time (*)()) const override { return 0; }
+    /// GTK 3 keeps motions, and what comes behind them, for its next frame.
+    bool hasEvents() const override { return _gdk_events_pending() != 0; }
 };
 
 void CGtkMenus::publish() const

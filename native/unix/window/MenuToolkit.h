@@ -49,6 +49,10 @@ public:
     /// What the menu does not hide of an item that is shown, in the menu's window; empty when it hides it
     /// all.
     virtual std::optional<Rect> seenPart(Window menu, int index) const = 0;
+    /// @param now  asks the X server for its time
+    virtual int msUntilClickIsTaken(Window menu, Time (*now)()) const = 0;
+    /// Whether an event waits in the toolkit's queue. Call `publish` before, which fetches all there are.
+    virtual bool hasEvents() const = 0;
 
 protected:
     ~IMenuToolkit() = default;

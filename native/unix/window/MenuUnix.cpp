@@ -6,6 +6,10 @@
 #include "WindowManagerUnix.h"
 #include "gtkfuncs.h"
 
+#include <algorithm>
+
+#include <X11/Xatom.h>
+
 namespace {
 /// More panes than this are not listed.
 constexpr size_t maxPanes = 64;
@@ -78,6 +82,38 @@ std::optional<Rect> onScreen(Display* display, Window window, const Rect& box)
     const CPlace place = placeOf(askPlace(display, window).take().get());
     return place.known ? std::optional(movedTo(place, box)) : std::nullopt;
 }
+
+void keepShownSubmenus(Display* display, std::vector<GxMenu::ItemView>& views)
+{
+    std::vector<GxMenu::ItemView*> cascades;
+    for (GxMenu::ItemView& view : views)
+        if (view.submenu)
+            cascades.push_back(&view);
+    if (cascades.empty())
+        return;
+    IMenuToolkit::current().publish();
+    askAll(
+        cascades, [&](const GxMenu::ItemView* view) { return CStateAnswer(display, view->submenu); },
+        [](GxMenu::ItemView* view, auto& answer) {
+            view->submenu = answer.take().viewable ? view->submenu : 0;
+        });
+}
+
+/// What the X server would write into an event now: the time of one that it is asked for. 0 when it has gone.
+Time serverTime()
+{
+    Display* const display = walkDisplay();
+    XSetWindowAttributes attributes{};
+    attributes.event_mask = PropertyChangeMask;
+    const Window window = XCreateWindow(display, rootOf(display), 0, 0, 1, 1, 0, 0, InputOnly, nullptr,
+                                        CWEventMask, &attributes);
+    XChangeProperty(display, window, XA_WM_NAME, XA_STRING, 8, PropModeAppend, nullptr, 0);
+    XEvent event{};
+    XSync(display, False);
+    const bool isThere = XCheckWindowEvent(display, window, PropertyChangeMask, &event);
+    XDestroyWindow(display, window);
+    return isThere ? event.xproperty.time : 0;
+}
 } // namespace
 
 const IMenuToolkit& IMenuToolkit::current()
@@ -139,21 +175,44 @@ void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
         *rect = *found;
 }
 
-std::string GxMenu::getWholeItemText(int index) const
+std::vector<std::string> GxMenu::getWholeItemTexts() const
 {
-    return IMenuToolkit::current().wholeText(handle, index);
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    std::vector<std::string> texts;
+    for (int index = 0, count = toolkit.itemCount(handle); index < count; ++index)
+        texts.push_back(toolkit.wholeText(handle, index));
+    return texts;
 }
 
-GxMenu::ItemState GxMenu::getItemState(int index) const
-{
-    return IMenuToolkit::current().itemState(handle, index);
-}
-
-Rect GxMenu::getSeenPartOfItem(int index) const
+std::vector<GxMenu::ItemView> GxMenu::getItemViews() const
 {
     Display* const display = walkDisplay();
-    const auto part = display ? IMenuToolkit::current().seenPart(handle, index) : std::nullopt;
-    return part && !part->isZero() ? onScreen(display, handle, *part).value_or(Rect()) : Rect();
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    std::vector<ItemView> views(static_cast<size_t>(std::max(display ? toolkit.itemCount(handle) : 0, 0)));
+    if (views.empty())
+        return views;
+    const CPlace place = placeOf(askPlace(display, handle).take().get());
+    int index = 0;
+    for (ItemView& view : views) {
+        const auto part = toolkit.seenPart(handle, index);
+        view.state = toolkit.itemState(handle, index);
+        view.seenPart = part && !part->isZero() && place.known ? movedTo(place, *part) : Rect();
+        view.submenu = toolkit.submenuWindow(handle, index++);
+    }
+    keepShownSubmenus(display, views);
+    return views;
+}
+
+int GxMenu::msUntilClickIsTaken() const
+{
+    return walkDisplay() ? IMenuToolkit::current().msUntilClickIsTaken(handle, serverTime) : 0;
+}
+
+bool GxMenu::hasReadEvents()
+{
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    toolkit.publish();
+    return !toolkit.hasEvents();
 }
 
 int GxMenu::getItemAtScreenPoint(const Point& point) const

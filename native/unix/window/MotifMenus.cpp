@@ -4,6 +4,8 @@
 #include "CodeSet.h"
 #include "XtGuard.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <strings.h>
 
 #include <Xm/CascadeB.h>
@@ -15,6 +17,9 @@
 #include <Xm/Xm.h>
 
 namespace {
+/// Whatever a program has made of its multi-click time, nobody is to wait longer.
+constexpr int longestDoubleClick = 1000; // ms
+
 bool isPane(Widget widget)
 {
     return isRowColumn(widget, XmMENU_PULLDOWN) || isRowColumn(widget, XmMENU_POPUP);
@@ -27,6 +32,18 @@ bool isOpenedByUser(Widget pane)
     const Widget shell = pane ? XtParent(pane) : nullptr;
     const Widget opener = shell ? XtParent(shell) : nullptr;
     return pane && !isOfClass(opener, xmMenuShellWidgetClass) && !isRowColumn(opener, XmMENU_BAR);
+}
+
+/// Whether a pane hangs, over its cascades, in an option or context menu, not in a menu bar. False for one
+/// that is torn off.
+bool isOfOptionOrContextMenu(Widget pane)
+{
+    if (!isPane(pane) || !isOfClass(XtParent(pane), xmMenuShellWidgetClass))
+        return false;
+    Widget opener = XtParent(pane);
+    while (isOfClass(opener, xmMenuShellWidgetClass))
+        opener = XtParent(opener);
+    return !isRowColumn(opener, XmMENU_BAR);
 }
 
 /// Asks ask(items) under the guard. @return its answer; false when the window is no menu
@@ -106,6 +123,8 @@ public:
     std::string wholeText(Window menu, int index) const override;
     GxMenu::ItemState itemState(Window menu, int index) const override;
     std::optional<Rect> seenPart(Window menu, int index) const override;
+    int msUntilClickIsTaken(Window menu, Time (*now)()) const override;
+    bool hasEvents() const override { return gx_app_display && XPending(gx_app_display) > 0; }
 
 private:
     /// The first window whose widget passes; 0, too, after an Xt error.
@@ -223,6 +242,16 @@ std::optional<Rect> CMotifMenus::seenPart(Window menu, int index) const
         return true;
     });
     return part.isZero() ? std::nullopt : std::optional(part);
+}
+
+/// Motif keeps the time at which it posted a menu to itself. The time of the last event that Xt has handed
+/// out is that, or later.
+int CMotifMenus::msUntilClickIsTaken(Window menu, Time (*now)()) const
+{
+    if (!askWidget(menu, [](Widget widget) { return isOfOptionOrContextMenu(widget); }))
+        return 0;
+    const auto age = static_cast<int32_t>(now() - XtLastTimestampProcessed(gx_app_display));
+    return std::clamp(XtGetMultiClickTime(gx_app_display) - std::max(age, 0), 0, longestDoubleClick);
 }
 } // namespace
 

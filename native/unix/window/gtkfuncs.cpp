@@ -34,6 +34,7 @@ constinit CLateFunction<void(_GdkDrawable*, int*, int*)> s_position{"gdk_window_
 constinit CLateFunction<int(_GdkDrawable*)> s_scale{"gdk_window_get_scale_factor", GDK3};
 constinit CLateFunction<_GdkDisplay*()> s_defaultDisplay{"gdk_display_get_default", GDK2, GDK3};
 constinit CLateFunction<void(_GdkDisplay*)> s_displaySync{"gdk_display_sync", GDK2, GDK3};
+constinit CLateFunction<int()> s_eventsPending{"gdk_events_pending", GDK2, GDK3};
 constinit CLateFunction<_GtkWidget*(_GtkBin*)> s_binChild{"gtk_bin_get_child", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_comboType{{GTK2, "gtk_combo_get_type"},
                                                      {GTK3, "gtk_combo_box_get_type"}};
@@ -191,6 +192,11 @@ _GdkDisplay* _gdk_display_get_default()
 void _gdk_display_sync(_GdkDisplay* display)
 {
     s_displaySync(display);
+}
+
+int _gdk_events_pending()
+{
+    return s_eventsPending();
 }
 
 _GtkWidget* _gtk_bin_get_child(_GtkBin* bin)

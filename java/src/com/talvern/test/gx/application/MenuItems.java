@@ -1,16 +1,15 @@
 package com.talvern.test.gx.application;
 
 import com.talvern.test.gx.sys.NativeLibrary;
-import java.awt.Rectangle;
 
 /**
  * What a user sees of menu items, beyond what {@link com.talvern.test.gx.sys.graphical.Menu} tells: that knows of no
  * Motif texts, cuts those of GTK, and has places for items that nobody sees. On the GUI thread only.
  */
 final class MenuItems {
-    /** Bit of {@link #state}: the item is part of the menu, though perhaps scrolled out of sight. */
+    /** Bit of the first number of {@link #views}: the item is part of the menu, though perhaps scrolled out of sight. */
     static final int SHOWN = 1;
-    /** Bit of {@link #state}: a click on it does something. */
+    /** Bit of the first number of {@link #views}: a click on it does something. */
     static final int ENABLED = 2;
 
     static {
@@ -20,30 +19,32 @@ final class MenuItems {
     private MenuItems() {}
 
     /**
-     * What an item says.
+     * What the items say.
      *
      * @param menu X window of the menu or menu bar
-     * @param index of the item, from 0
-     * @return the whole text, its lines separated by line feeds; null when there is no such item, or when it shows a
-     *     picture alone or is a separator
+     * @return the whole texts, their lines separated by line feeds; null for an item that shows a picture alone or is a
+     *     separator
      */
-    static native String text(long menu, int index);
+    static native String[] texts(long menu);
 
     /**
-     * Whether an item shows and can be chosen.
+     * What a user sees of the items.
      *
      * @param menu X window of the menu or menu bar
-     * @param index of the item, from 0
-     * @return the bits above; 0 when there is no such item
+     * @return six numbers for each item: the bits above; left, top, width and height of the part that the menu does not
+     *     hide, on the screen, all 0 when nothing of it is to be seen; X window of the menu that it has opened, or 0
      */
-    static native int state(long menu, int index);
+    static native long[] views(long menu);
 
     /**
-     * The part of an item that its menu does not hide.
+     * How long a click on an item would be lost: Motif takes one that comes soon after the click that has opened an
+     * option or context menu for a part of that.
      *
-     * @param menu X window of the menu or menu bar
-     * @param index of the item, from 0
-     * @return in pixels on the screen; null when nothing of it is to be seen
+     * @param menu X window of a menu that is open
+     * @return milliseconds; 0 when a click is taken at once
      */
-    static native Rectangle seenPart(long menu, int index);
+    static native int msUntilClickIsTaken(long menu);
+
+    /** @return whether the toolkit has seen to all that was played before */
+    static native boolean hasReadEvents();
 }

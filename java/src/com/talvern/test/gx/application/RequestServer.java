@@ -178,9 +178,16 @@ public final class RequestServer implements ApplicationService {
     private static Callable<Consumer<Values>> look(Operation operation, Values in) {
         return switch (operation) {
             case MENU_BAR -> with(in.nextLong(), window -> perhaps(Widgets.menuBar(window), MenuView::write));
-            case MENU -> with(in.nextLong(), window -> perhaps(Widgets.menu(window), MenuView::write));
-            case OPEN_MENUS -> () -> all(Widgets.openMenus(), MenuView::write);
-            case CONTEXT_MENU -> () -> perhaps(Widgets.contextMenu(), MenuView::write);
+            case MENU -> with(in.nextLong(), window -> perhapsReady(Widgets.menu(window)));
+            case OPEN_MENUS -> () -> {
+                List<MenuView> menus = Widgets.openMenus();
+                return whenReady(menus, all(menus, MenuView::write));
+            };
+            case CONTEXT_MENU -> () -> perhapsReady(Widgets.contextMenu());
+            case HAS_READ_EVENTS -> () -> {
+                boolean hasRead = MenuItems.hasReadEvents();
+                return out -> out.add(hasRead);
+            };
             case LIST -> with(in.nextLong(), window -> perhaps(Widgets.list(window), ListView::write));
             case LIST_AT_POINT -> with(new Point(in.nextInt(), in.nextInt()),
                 place -> perhaps(Widgets.listAt(place), ListView::write));
@@ -200,6 +207,19 @@ public final class RequestServer implements ApplicationService {
 
     private static <T, R> Callable<R> with(T value, Function<T, R> work) {
         return () -> work.apply(value);
+    }
+
+    private static Consumer<Values> perhapsReady(MenuView menu) {
+        return whenReady(menu == null ? List.of() : List.of(menu), perhaps(menu, MenuView::write));
+    }
+
+    /** Holds an answer back until a click on any of these menus is taken for one; the GUI thread does not wait. */
+    private static Consumer<Values> whenReady(List<MenuView> menus, Consumer<Values> answer) {
+        int wait = menus.stream().mapToInt(menu -> MenuItems.msUntilClickIsTaken(menu.window())).max().orElse(0);
+        return out -> {
+            LockSupport.parkNanos(TimeUnit.MILLISECONDS.toNanos(wait));
+            answer.accept(out);
+        };
     }
 
     private static <T> Consumer<Values> perhaps(T view, BiConsumer<T, Values> write) {

@@ -49,26 +49,24 @@ final class Widgets {
     }
 
     private static MenuView viewOf(Menu menu) {
-        int count = menu == null ? -1 : menu.getItemCount();
-        if (count < 0) {
+        if (menu == null || menu.getItemCount() < 0) {
             return null;
         }
         boolean isOpen = new NativeWindow(menu.getHandle()).nativeIsShowing();
-        List<MenuView.Item> items = new ArrayList<>(count);
-        for (int index = 0; index < count; ++index) {
-            items.add(viewOf(menu, index, isOpen));
+        String[] texts = MenuItems.texts(menu.getHandle());
+        long[] views = MenuItems.views(menu.getHandle());
+        List<MenuView.Item> items = new ArrayList<>(texts.length);
+        for (int index = 0; index < texts.length; ++index) {
+            items.add(viewOf(index, texts[index], Arrays.copyOfRange(views, 6 * index, 6 * index + 6), isOpen));
         }
         return new MenuView(menu.getHandle(), menu.getScreenRectangle(), items);
     }
 
     /** An item of a menu that is not open has a place, too, where nobody would find it. */
-    private static MenuView.Item viewOf(Menu menu, int index, boolean isOpen) {
-        long window = menu.getHandle();
-        int state = MenuItems.state(window, index);
-        Menu popup = menu.getItemPopupMenu(index, null);
-        return new MenuView.Item(index, MenuItems.text(window, index),
-            isOpen ? MenuItems.seenPart(window, index) : null, popup == null ? 0 : popup.getHandle(),
-            (state & MenuItems.SHOWN) != 0, (state & MenuItems.ENABLED) != 0);
+    private static MenuView.Item viewOf(int index, String text, long[] view, boolean isOpen) {
+        Rectangle seen = new Rectangle((int) view[1], (int) view[2], (int) view[3], (int) view[4]);
+        return new MenuView.Item(index, text, isOpen && !seen.isEmpty() ? seen : null, view[5],
+            (view[0] & MenuItems.SHOWN) != 0, (view[0] & MenuItems.ENABLED) != 0);
     }
 
     static ListView list(long window) {

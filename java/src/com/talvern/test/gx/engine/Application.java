@@ -43,6 +43,9 @@ import java.util.stream.Stream;
  * <li>{@link ApplicationException.Failed}: it could not answer, or its answer makes no sense
  * </ul>
  *
+ * <p>Motif takes a click that comes soon after an option or context menu has opened for the end of the one that opened it.
+ * Questions about such a menu are therefore answered once it takes clicks, a fifth of a second later as a rule.
+ *
  * <p>Any number of threads may ask at once. Clicks and keys go through the X server and questions do not: a question may
  * be answered before the application has seen a click, so wait for its effect, as the {@code await} methods do.
  */
@@ -52,6 +55,8 @@ public final class Application implements AutoCloseable {
     private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
     private static final Duration LONGEST = Duration.ofDays(365);
+    /** A program that still has some to read then is one that gets some at any time. */
+    private static final Duration EVENTS_WITHOUT_END = Duration.ofSeconds(1);
     private static final long FIRST_POLL_MS = 10;
     /** Asked more often, an application has too little time for what it is waited for. */
     private static final long LAST_POLL_MS = 160;
@@ -384,11 +389,21 @@ public final class Application implements AutoCloseable {
      */
     public MenuView.Item reveal(MenuView menu, String item) {
         return await("the item " + item, asked -> {
+            asked.awaitEventsRead();
             Optional<MenuView> now = asked.menu(menu.window());
             Optional<MenuView.Item> found = now.map(view -> usable(view.item(item)));
             found.filter(hidden -> hidden.bounds() == null).ifPresent(hidden -> scrollTowards(hidden, now.get()));
             return found.filter(seen -> seen.bounds() != null);
         });
+    }
+
+    /** While the wheel still turns, a click comes when another item is where this one was. */
+    private void awaitEventsRead() {
+        Duration limit = timeout.compareTo(EVENTS_WITHOUT_END) < 0 ? timeout : EVENTS_WITHOUT_END;
+        long end = System.nanoTime() + limit.toNanos();
+        while (!ask(Operation.HAS_READ_EVENTS, in -> { }, Values::nextBoolean) && System.nanoTime() - end < 0) {
+            pause(1);
+        }
     }
 
     /** A notch for each item between: none of the toolkits scrolls further than an item with it. */

@@ -19,5 +19,7 @@ public enum Operation {
     /** Answers the number of file dialogs and as many of {@link FileDialogView}. */
     FILE_DIALOGS,
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
-    SET_FILE
+    SET_FILE,
+    /** Answers whether all that was played before has been seen to. */
+    HAS_READ_EVENTS
 }
