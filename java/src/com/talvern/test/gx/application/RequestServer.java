@@ -19,6 +19,7 @@ import java.nio.channels.SocketChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
 import java.util.concurrent.Callable;
@@ -194,6 +195,10 @@ public final class RequestServer implements ApplicationService {
             case LIST_AT_RECTANGLE -> with(in.nextBox(),
                 box -> perhaps(Widgets.listIn(box), ListView::write));
             case FILE_DIALOGS -> () -> all(Widgets.fileDialogs(), FileDialogView::write);
+            case WIDGETS -> () -> block(WidgetTree.windows());
+            case WIDGETS_AT -> with(new Point(in.nextInt(), in.nextInt()), place -> ids(WidgetTree.at(place.x, place.y)));
+            case HAS_EVENTS -> () -> truth(WidgetTree.hasEvents());
+            case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
             case SET_FILE -> {
                 FileDialog dialog = new FileDialog(in.nextLong());
                 String file = in.nextText();
@@ -219,6 +224,21 @@ public final class RequestServer implements ApplicationService {
         return out -> {
             LockSupport.parkNanos(TimeUnit.MILLISECONDS.toNanos(wait));
             answer.accept(out);
+        };
+    }
+
+    private static Consumer<Values> block(byte[] values) {
+        return out -> out.addBlock(values);
+    }
+
+    private static Consumer<Values> truth(boolean value) {
+        return out -> out.add(value);
+    }
+
+    private static Consumer<Values> ids(long[] ids) {
+        return out -> {
+            out.add(ids.length);
+            Arrays.stream(ids).forEach(out::add);
         };
     }
 

@@ -197,6 +197,16 @@ public final class Application implements AutoCloseable {
     }
 
     /**
+     * All windows of the application that are on the screen, open menus included, with all that is in them: read in one
+     * look, between two events that the application sees to.
+     *
+     * @return a view of the application, whose children are its windows
+     */
+    public WidgetView tree() {
+        return WidgetView.ofApplication(name, ask(Operation.WIDGETS, in -> { }, WidgetView::readAll));
+    }
+
+    /**
      * The first menu bar that the application has.
      *
      * @return empty when it has none, or none that is on the screen

@@ -21,5 +21,13 @@ public enum Operation {
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
     SET_FILE,
     /** Answers whether all that was played before has been seen to. */
-    HAS_READ_EVENTS
+    HAS_READ_EVENTS,
+    /** Answers the number of windows and as many of {@link WidgetView}. */
+    WIDGETS,
+    /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */
+    WIDGETS_AT,
+    /** Answers a truth value: whether the X server has something for the application that it has not handled yet. */
+    HAS_EVENTS,
+    /** Id of a widget that is to be scrolled into view; answers a truth value, whether anything scrolls around it. */
+    REVEAL
 }

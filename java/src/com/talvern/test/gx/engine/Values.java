@@ -14,6 +14,7 @@ public final class Values {
     private static final byte BOOLEAN = 2;
     private static final byte STRING = 3;
     private static final byte RECTANGLE = 4;
+    private static final byte DOUBLE = 5;
 
     private ByteBuffer bytes;
 
@@ -113,6 +114,20 @@ public final class Values {
     }
 
     /**
+     * Adds values that native code has put into a block of this form.
+     *
+     * @param block whole values
+     * @return this
+     */
+    public Values addBlock(byte[] block) {
+        if (bytes.remaining() < block.length) {
+            bytes = ByteBuffer.allocate(bytes.capacity() + Math.max(bytes.capacity(), block.length)).put(bytes.flip());
+        }
+        bytes.put(block);
+        return this;
+    }
+
+    /**
      * Takes a value.
      *
      * @return the next value
@@ -145,6 +160,20 @@ public final class Values {
     public boolean nextBoolean() {
         expect(BOOLEAN, 1);
         return bytes.get() != 0;
+    }
+
+    /** @return the next value, a truth value; may be null */
+    public Boolean nextTruth() {
+        return isNull() ? null : Boolean.valueOf(nextBoolean());
+    }
+
+    /** @return the next value, may be null */
+    public Double nextDouble() {
+        if (isNull()) {
+            return null;
+        }
+        expect(DOUBLE, Double.BYTES);
+        return bytes.getDouble();
     }
 
     /** @return the next value, may be null */

@@ -1,0 +1,143 @@
+/// More of GTK, GDK and GLib as the application has loaded them, for reading widgets: see gtkfuncs.h. The
+/// functions have their own names less the prefix; one that the loaded version lacks answers 0. GUI thread
+/// only.
+#pragma once
+
+#include "LoadedLibrary.h"
+#include "gtkfuncs.h"
+
+/// A node of a list, as GLib lays it out.
+struct _GList {
+    void* data;
+    _GList* next;
+};
+
+/// A typed value, as GLib lays it out. All zero before g::initValue.
+struct GxGValue {
+    unsigned long type = 0;
+    long data[2] = {};
+};
+
+/// A row of a model, as GTK lays it out.
+struct GxTreeIter {
+    int stamp = 0;
+    void* data[3] = {};
+};
+
+/// A place in a text: opaque, with room to spare.
+struct GxTextIter {
+    alignas(16) unsigned char data[256] = {};
+};
+
+namespace late {
+inline constexpr const char* GTK2 = "libgtk-x11-2.0.so.0";
+inline constexpr const char* GTK3 = "libgtk-3.so.0";
+inline constexpr const char* GDK2 = "libgdk-x11-2.0.so.0";
+inline constexpr const char* GDK3 = "libgdk-3.so.0";
+inline constexpr const char* GLIB = "libglib-2.0.so.0";
+inline constexpr const char* GOBJECT = "libgobject-2.0.so.0";
+} // namespace late
+
+// One line a function: result, arguments, name here, symbol.
+#define LATE(Result, Arguments, name, symbol, ...)                                                           \
+    inline constinit CLateFunction<Result Arguments> name{symbol, __VA_ARGS__};
+
+namespace g {
+LATE(void, (void*), free, "g_free", late::GLIB)
+LATE(const char*, (unsigned long), typeName, "g_type_name", late::GOBJECT)
+LATE(unsigned long, (unsigned long), parentType, "g_type_parent", late::GOBJECT)
+LATE(unsigned long, (const char*), typeFromName, "g_type_from_name", late::GOBJECT)
+LATE(void*, (void*, const char*), findProperty, "g_object_class_find_property", late::GOBJECT)
+LATE(void, (void*, const char*, GxGValue*), getProperty, "g_object_get_property", late::GOBJECT)
+LATE(void*, (GxGValue*, unsigned long), initValue, "g_value_init", late::GOBJECT)
+LATE(void, (GxGValue*), unsetValue, "g_value_unset", late::GOBJECT)
+LATE(const char*, (const GxGValue*), stringOf, "g_value_get_string", late::GOBJECT)
+LATE(int, (const GxGValue*), truthOf, "g_value_get_boolean", late::GOBJECT)
+LATE(int, (const GxGValue*), intOf, "g_value_get_int", late::GOBJECT)
+LATE(double, (const GxGValue*), doubleOf, "g_value_get_double", late::GOBJECT)
+LATE(void*, (const GxGValue*), objectOf, "g_value_get_object", late::GOBJECT)
+} // namespace g
+
+namespace gdk {
+LATE(void, (_GdkDrawable*, int*, int*), origin, "gdk_window_get_origin", late::GDK2, late::GDK3)
+LATE(int, (_GdkDrawable*), isVisible, "gdk_window_is_visible", late::GDK2, late::GDK3)
+LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3)
+LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
+LATE(int, (), eventsPending, "gdk_events_pending", late::GDK2, late::GDK3)
+} // namespace gdk
+
+#define LATE_GTK(Result, Arguments, name, symbol)                                                            \
+    LATE(Result, Arguments, name, symbol, late::GTK2, late::GTK3)
+using GxWidgetCallback = void (*)(_GtkWidget*, void*);
+
+namespace gtk {
+LATE_GTK(_GList*, (), toplevels, "gtk_window_list_toplevels")
+LATE_GTK(void, (_GtkWidget*, GxWidgetCallback, void*), forAll, "gtk_container_forall")
+LATE_GTK(_GtkWidget*, (_GtkWidget*), parent, "gtk_widget_get_parent")
+LATE_GTK(_GtkWidget*, (_GtkWidget*), toplevel, "gtk_widget_get_toplevel")
+LATE_GTK(int, (_GtkWidget*), isMapped, "gtk_widget_get_mapped")
+LATE_GTK(int, (_GtkWidget*), hasFocus, "gtk_widget_has_focus")
+LATE_GTK(int, (_GtkWidget*), hasWindow, "gtk_widget_get_has_window")
+LATE_GTK(int, (_GtkWidget*, _GtkWidget*, int, int, int*, int*), translate, "gtk_widget_translate_coordinates")
+LATE_GTK(const char*, (_GtkWidget*), name, "gtk_widget_get_name")
+LATE_GTK(const char*, (_GtkWidget*), builderName, "gtk_buildable_get_name")
+LATE_GTK(char*, (_GtkWidget*), tooltip, "gtk_widget_get_tooltip_text")
+LATE_GTK(_GList*, (_GtkWidget*), mnemonicLabels, "gtk_widget_list_mnemonic_labels")
+LATE_GTK(_GtkWidget*, (), currentGrab, "gtk_grab_get_current")
+LATE_GTK(void*, (_GtkWidget*), groupOf, "gtk_window_get_group")
+LATE_GTK(_GtkWidget*, (void*), grabOf, "gtk_window_group_get_current_grab")
+
+LATE_GTK(int, (_GtkWidget*), pageCount, "gtk_notebook_get_n_pages")
+LATE_GTK(_GtkWidget*, (_GtkWidget*, int), page, "gtk_notebook_get_nth_page")
+LATE_GTK(int, (_GtkWidget*), currentPage, "gtk_notebook_get_current_page")
+LATE_GTK(_GtkWidget*, (_GtkWidget*, _GtkWidget*), tabLabel, "gtk_notebook_get_tab_label")
+
+LATE_GTK(void*, (_GtkWidget*), textBuffer, "gtk_text_view_get_buffer")
+LATE_GTK(int, (_GtkWidget*), isTextEditable, "gtk_text_view_get_editable")
+LATE_GTK(int, (void*), characters, "gtk_text_buffer_get_char_count")
+LATE_GTK(void, (void*, GxTextIter*, int), textPlace, "gtk_text_buffer_get_iter_at_offset")
+LATE_GTK(char*, (void*, GxTextIter*, GxTextIter*, int), bufferText, "gtk_text_buffer_get_text")
+
+LATE_GTK(void*, (_GtkWidget*), adjustment, "gtk_range_get_adjustment")
+LATE_GTK(void*, (_GtkWidget*), horizontal, "gtk_scrolled_window_get_hadjustment")
+LATE_GTK(void*, (_GtkWidget*), vertical, "gtk_scrolled_window_get_vadjustment")
+LATE_GTK(void, (void*, double, double), clampPage, "gtk_adjustment_clamp_page")
+
+LATE_GTK(void*, (_GtkWidget*), treeModel, "gtk_tree_view_get_model")
+LATE_GTK(_GList*, (_GtkWidget*), columns, "gtk_tree_view_get_columns")
+LATE_GTK(void*, (_GtkWidget*), treeSelection, "gtk_tree_view_get_selection")
+LATE_GTK(int, (_GtkWidget*), showsHeaders, "gtk_tree_view_get_headers_visible")
+LATE_GTK(int, (_GtkWidget*, void**, void**), visibleRange, "gtk_tree_view_get_visible_range")
+LATE_GTK(int, (_GtkWidget*, void*), isExpanded, "gtk_tree_view_row_expanded")
+LATE_GTK(_GdkDrawable*, (_GtkWidget*), binWindow, "gtk_tree_view_get_bin_window")
+LATE_GTK(void, (_GtkWidget*, void*, void*, _GtkAllocation*), cellArea, "gtk_tree_view_get_background_area")
+LATE_GTK(int, (void*, void*), isPathSelected, "gtk_tree_selection_path_is_selected")
+LATE_GTK(const char*, (void*), columnTitle, "gtk_tree_view_column_get_title")
+LATE_GTK(int, (void*), isColumnVisible, "gtk_tree_view_column_get_visible")
+LATE_GTK(void, (void*, void*, GxTreeIter*, int, int), setCellData, "gtk_tree_view_column_cell_set_cell_data")
+LATE_GTK(_GList*, (void*), cells, "gtk_cell_layout_get_cells")
+LATE(void*, (void*), cellArea3, "gtk_cell_layout_get_area", late::GTK3)
+LATE(void, (void*, void*, GxTreeIter*, int, int), applyAttributes, "gtk_cell_area_apply_attributes",
+     late::GTK3)
+LATE_GTK(void*, (_GtkWidget*), displayedRow, "gtk_cell_view_get_displayed_row")
+
+LATE_GTK(int, (void*), modelFlags, "gtk_tree_model_get_flags")
+LATE_GTK(int, (void*), modelColumns, "gtk_tree_model_get_n_columns")
+LATE_GTK(unsigned long, (void*, int), modelColumnType, "gtk_tree_model_get_column_type")
+LATE_GTK(int, (void*, GxTreeIter*, void*), modelRow, "gtk_tree_model_get_iter")
+LATE_GTK(int, (void*, GxTreeIter*), hasRowsBelow, "gtk_tree_model_iter_has_child")
+LATE_GTK(int, (void*, GxTreeIter*), rowsBelow, "gtk_tree_model_iter_n_children")
+LATE_GTK(void, (void*, GxTreeIter*, int, GxGValue*), modelValue, "gtk_tree_model_get_value")
+LATE_GTK(char*, (void*), pathText, "gtk_tree_path_to_string")
+LATE_GTK(void*, (void*), copyPath, "gtk_tree_path_copy")
+LATE_GTK(void, (void*), freePath, "gtk_tree_path_free")
+LATE_GTK(int, (void*, void*), comparePaths, "gtk_tree_path_compare")
+LATE_GTK(void, (void*), pathDown, "gtk_tree_path_down")
+LATE_GTK(void, (void*), pathNext, "gtk_tree_path_next")
+LATE_GTK(int, (void*), pathUp, "gtk_tree_path_up")
+LATE_GTK(int, (void*), pathDepth, "gtk_tree_path_get_depth")
+LATE(int, (_GtkWidget*), isRowSelected, "gtk_list_box_row_is_selected", late::GTK3)
+} // namespace gtk
+
+#undef LATE_GTK
+#undef LATE

@@ -1,0 +1,490 @@
+#include "WidgetTree.h"
+
+#include "GtkObjects.h"
+#include "GtkRows.h"
+#include "Toolkit.h"
+#include "WindowManagerUnix.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace {
+/// What a widget class is to a user, and what it has to tell beyond what all widgets do.
+struct CGtkKind {
+    const char* type;
+    const char* role;
+    void (*read)(_GtkWidget* widget, CWidgetNode& node) = nullptr;
+    bool takesInnerText = false; ///< what it says stands in a label inside of it
+    bool isLeaf = false;         ///< what is in it is of no interest
+};
+
+void readTitle(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = textOf(widget, "title");
+}
+
+void readLabel(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = textOrNone(_gtk_label_get_text(reinterpret_cast<_GtkLabel*>(widget)));
+}
+
+void readCaption(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = textOf(widget, "label");
+}
+
+void readActive(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.checked = truthOf(widget, "active");
+}
+
+/// A tool button may show a picture alone; where there is no room for it, a menu shows this.
+void readToolButton(_GtkWidget* widget, CWidgetNode& node)
+{
+    std::string caption = textOf(widget, "label");
+    if (truthOf(widget, "use-underline").value_or(false))
+        std::erase(caption, '_');
+    if (!caption.empty())
+        node.label = caption;
+}
+
+void readToggleToolButton(_GtkWidget* widget, CWidgetNode& node)
+{
+    readToolButton(widget, node);
+    readActive(widget, node);
+}
+
+void readExpander(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = textOf(widget, "label");
+    node.checked = truthOf(widget, "expanded");
+}
+
+/// An item of a GMenu is one button for all kinds; the others are 1, check, and 2, radio.
+void readModelButton(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = textOf(widget, "text");
+    if (intOf(widget, "role").value_or(0) != 0)
+        node.checked = truthOf(widget, "active");
+}
+
+/// What is typed for a password or PIN is secret even while the program shows it.
+bool isForSecrets(_GtkWidget* widget)
+{
+    constexpr int password = 8, pin = 9;
+    const int purpose = intOf(widget, "input-purpose").value_or(0);
+    return purpose == password || purpose == pin;
+}
+
+void readEntry(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.editable = truthOf(widget, "editable").value_or(false);
+    node.secret = !truthOf(widget, "visibility").value_or(true) || isForSecrets(widget);
+    if (!node.secret)
+        node.text = textOf(widget, "text");
+}
+
+void readSpinButton(_GtkWidget* widget, CWidgetNode& node)
+{
+    readEntry(widget, node);
+    if (!node.secret)
+        node.value = numberOf(widget, "value");
+}
+
+void readTextView(_GtkWidget* widget, CWidgetNode& node)
+{
+    void* const buffer = gtk::textBuffer(widget);
+    node.editable = gtk::isTextEditable(widget) != 0;
+    node.secret = isForSecrets(widget);
+    if (!buffer || node.secret)
+        return;
+    constexpr int most = static_cast<int>(CTreeLimits::characters);
+    GxTextIter begin, end;
+    gtk::textPlace(buffer, &begin, 0);
+    gtk::textPlace(buffer, &end, std::min(gtk::characters(buffer), most));
+    node.text = takenText(gtk::bufferText(buffer, &begin, &end, 1));
+    node.textCut = gtk::characters(buffer) > most;
+}
+
+void readRange(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.value = numberOf(gtk::adjustment(widget), "value");
+}
+
+void readProgress(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.value = numberOf(widget, "fraction");
+    node.text = textOf(widget, "text");
+}
+
+void readLevel(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.value = numberOf(widget, "value");
+}
+
+void readCellView(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.text = cellViewText(widget);
+}
+
+void readListRow(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.selected = gtk::isRowSelected(widget) != 0;
+}
+
+/// A combo box is what shows in it: its choice, or an entry to type into.
+void readCombo(CWidgetNode& node)
+{
+    const CWidgetNode* entry = nullptr;
+    for (const CWidgetNode& child : node.children)
+        if (std::string_view(child.role) == "TEXT_FIELD")
+            entry = &child;
+    node.text = entry ? entry->text : firstText(node);
+    if (entry) {
+        node.editable = entry->editable;
+        node.secret = entry->secret;
+        node.focused = entry->focused;
+    }
+    node.children.clear();
+}
+
+constexpr CGtkKind kinds[] = {
+    {"GtkWidget", "OTHER"},
+    {"GtkContainer", "CONTAINER"},
+    {"GtkWindow", "WINDOW", readTitle},
+    {"GtkDialog", "DIALOG", readTitle},
+    {"GtkAssistant", "DIALOG", readTitle},
+    {"GtkFrame", "CONTAINER", readCaption},
+    {"GtkExpander", "TOGGLE", readExpander, true},
+    {"GtkMenuBar", "MENU_BAR"},
+    {"GtkMenu", "MENU"},
+    {"GtkPopoverMenu", "MENU"},
+    {"GtkMenuItem", "ITEM", nullptr, true},
+    {"GtkCheckMenuItem", "ITEM", readActive, true},
+    {"GtkModelButton", "ITEM", readModelButton, true},
+    {"GtkListBoxRow", "ITEM", readListRow, true},
+    {"GtkFlowBoxChild", "ITEM", nullptr, true},
+    {"GtkButton", "PUSH_BUTTON", nullptr, true},
+    {"GtkToggleButton", "TOGGLE", readActive, true},
+    {"GtkSwitch", "TOGGLE", readActive},
+    {"GtkCheckButton", "CHECK_BOX", readActive, true},
+    {"GtkRadioButton", "RADIO_BUTTON", readActive, true},
+    {"GtkToolButton", "TOOL_ITEM", readToolButton, true, true},
+    {"GtkToggleToolButton", "TOOL_ITEM", readToggleToolButton, true, true},
+    {"GtkMenuToolButton", "CONTAINER"},
+    {"GtkOptionMenu", "OPTION_MENU", nullptr, true},
+    {"GtkEntry", "TEXT_FIELD", readEntry},
+    {"GtkSpinButton", "SPIN_BUTTON", readSpinButton},
+    {"GtkTextView", "TEXT_AREA", readTextView},
+    {"GtkLabel", "LABEL", readLabel},
+    {"GtkCellView", "LABEL", readCellView},
+    {"GtkImage", "IMAGE"},
+    {"GtkArrow", "IMAGE"},
+    {"GtkComboBox", "COMBO_BOX"},
+    {"GtkTreeView", "TABLE"},
+    {"GtkIconView", "LIST"},
+    {"GtkListBox", "LIST"},
+    {"GtkFlowBox", "LIST"},
+    {"GtkScale", "SCALE", readRange},
+    {"GtkScrollbar", "SCROLL_BAR", readRange},
+    {"GtkProgressBar", "PROGRESS_BAR", readProgress},
+    {"GtkLevelBar", "PROGRESS_BAR", readLevel},
+};
+
+/// The kind of the nearest class that is known: every widget is at least a GtkWidget.
+const CGtkKind& kindOf(unsigned long type)
+{
+    static std::unordered_map<unsigned long, const CGtkKind*> s_known;
+    const CGtkKind*& kind = s_known[type];
+    for (unsigned long each = type; each && !kind; each = g::parentType(each)) {
+        const std::string_view name = textOrNone(g::typeName(each));
+        const auto found = std::find_if(std::begin(kinds), std::end(kinds),
+                                        [&](const CGtkKind& known) { return name == known.type; });
+        kind = found == std::end(kinds) ? nullptr : &*found;
+    }
+    return kind ? *kind : kinds[0];
+}
+
+/// What the program or its builder file calls a widget; GTK names those that nobody has named by their class.
+std::string nameOf(_GtkWidget* widget)
+{
+    constexpr std::string_view automatic = "___object_";
+    if (std::string name = textOrNone(gtk::builderName(widget));
+        !name.empty() && !name.starts_with(automatic))
+        return name;
+    std::string name = textOrNone(gtk::name(widget));
+    return g::typeFromName(name.c_str()) ? "" : name;
+}
+
+std::string mnemonicLabelOf(_GtkWidget* widget)
+{
+    std::string text;
+    for (_GtkWidget* const label : taken<_GtkWidget>(gtk::mnemonicLabels(widget)))
+        if (text.empty() && isGtkInstance(label, _gtk_label_get_type()))
+            text = textOrNone(_gtk_label_get_text(reinterpret_cast<_GtkLabel*>(label)));
+    return text;
+}
+
+unsigned long xWindowOf(_GtkWidget* widget)
+{
+    _GdkDrawable* const window = gtk::hasWindow(widget) ? _gtk_widget_get_window(widget) : nullptr;
+    return window && _gdk_window_has_native(window)
+               ? CToolkit::gdkWindowXid(reinterpret_cast<unsigned long>(window))
+               : 0;
+}
+
+/// Reads the widgets below one.
+class CGtkReader {
+public:
+    CWidgetNode read(_GtkWidget* widget, bool aroundShows, int depth);
+    bool takeWidget() { return m_budget.takeWidget(); }
+
+private:
+    void readFacts(_GtkWidget* widget, const CGtkKind& kind, CWidgetNode& node);
+    void readChildren(_GtkWidget* widget, CWidgetNode& node, int depth);
+    void readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth);
+    CWidgetNode* add(_GtkWidget* child, CWidgetNode& node, int depth);
+
+    CGdkPlaces m_places;
+    CTreeBudget m_budget;
+};
+
+void CGtkReader::readFacts(_GtkWidget* widget, const CGtkKind& kind, CWidgetNode& node)
+{
+    node.className = textOrNone(g::typeName(typeOf(widget)));
+    node.role = kind.role;
+    node.id = reinterpret_cast<unsigned long>(widget);
+    node.name = nameOf(widget);
+    node.tip = takenText(gtk::tooltip(widget));
+    node.label = mnemonicLabelOf(widget);
+    node.enabled = _gtk_widget_is_sensitive(widget) != 0;
+    node.focused = gtk::hasFocus(widget) != 0;
+    node.box = m_places.boxOf(widget);
+    node.window = xWindowOf(widget);
+    if (kind.read)
+        kind.read(widget, node);
+}
+
+CWidgetNode CGtkReader::read(_GtkWidget* widget, bool aroundShows, int depth)
+{
+    const CGtkKind& kind = kindOf(typeOf(widget));
+    CWidgetNode node;
+    node.showing = aroundShows && gtk::isMapped(widget);
+    readFacts(widget, kind, node);
+    if (isA(widget, "GtkTreeView"))
+        readTreeView(widget, m_places, node);
+    readChildren(widget, node, depth);
+    if (std::string_view(kind.role) == "COMBO_BOX")
+        readCombo(node);
+    if (kind.takesInnerText) {
+        if (node.text.empty())
+            node.text = firstText(node);
+        dropDecoration(node);
+    }
+    if (kind.isLeaf)
+        node.children.clear();
+    if (node.label == node.text)
+        node.label.clear(); // the mnemonic of what a button says leads to the button
+    return node;
+}
+
+CWidgetNode* CGtkReader::add(_GtkWidget* child, CWidgetNode& node, int depth)
+{
+    if (depth >= CTreeLimits::depth || !m_budget.takeWidget()) {
+        node.childrenCut = true;
+        return nullptr;
+    }
+    return &node.children.emplace_back(read(child, node.showing, depth + 1));
+}
+
+void CGtkReader::readChildren(_GtkWidget* widget, CWidgetNode& node, int depth)
+{
+    if (isA(widget, "GtkNotebook")) {
+        readNotebook(widget, node, depth);
+        return;
+    }
+    for (_GtkWidget* const child : childrenOf(widget))
+        if (node.childrenCut || !add(child, node, depth))
+            return;
+}
+
+/// What stands on a tab is any widget; the tab itself is none.
+void CGtkReader::readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth)
+{
+    const int current = gtk::currentPage(notebook);
+    for (int index = 0; index < gtk::pageCount(notebook) && !node.childrenCut; ++index) {
+        _GtkWidget* const page = gtk::page(notebook, index);
+        _GtkWidget* const label = gtk::tabLabel(notebook, page);
+        if (CWidgetNode* const tab = label ? add(label, node, depth) : nullptr) {
+            tab->text = firstText(*tab);
+            tab->role = "TAB";
+            tab->selected = index == current;
+            dropDecoration(*tab);
+        }
+        add(page, node, depth);
+    }
+}
+
+/// A window that is iconified or withdrawn stays mapped for GTK.
+bool isOnScreen(_GtkWidget* toplevel)
+{
+    constexpr int withdrawnOrIconified = 1 | 2;
+    _GdkDrawable* const window = _gtk_widget_get_window(toplevel);
+    return window && gtk::isMapped(toplevel) && (gdk::state(window) & withdrawnOrIconified) == 0;
+}
+
+/// A menu stands in a window that GTK makes for it alone.
+CWidgetNode withoutMenuWindow(CWidgetNode node)
+{
+    if (node.children.size() != 1 || std::string_view(node.children.front().role) != "MENU")
+        return node;
+    CWidgetNode menu = std::move(node.children.front());
+    menu.window = node.window;
+    return menu;
+}
+
+bool holds(const Rect& box, int x, int y)
+{
+    return x >= box.getLeft() && y >= box.getTop() && x < box.getLeft() + box.getWidth() &&
+           y < box.getTop() + box.getHeight();
+}
+
+/// The innermost GdkWindow at a place in another, topmost first, as GDK itself looks for the one that gets a
+/// press. Windows that X11 knows were told apart by the server already.
+_GdkDrawable* windowAt(_GdkDrawable* window, int x, int y)
+{
+    for (_GList* each = _gdk_window_peek_children(window); each; each = each->next) {
+        auto* const child = static_cast<_GdkDrawable*>(each->data);
+        if (_gdk_window_has_native(child) || !gdk::isVisible(child) || gdk::letsPass(child))
+            continue;
+        int left = 0, top = 0, width = 0, height = 0, depth = 0;
+        _gdk_window_get_position(child, &left, &top);
+        _gdk_window_get_geometry(child, &depth, &depth, &width, &height, &depth);
+        if (holds(Rect(top, left, height, width), x, y))
+            return windowAt(child, x - left, y - top);
+    }
+    return window;
+}
+
+/// The innermost of the widgets that are drawn into the window of the one that gets the press.
+_GtkWidget* widgetAt(_GtkWidget* widget, CGdkPlaces& places, const Point& point)
+{
+    const std::vector<_GtkWidget*> children = childrenOf(widget);
+    for (auto child = children.rbegin(); child != children.rend(); ++child)
+        if (!gtk::hasWindow(*child) && gtk::isMapped(*child) &&
+            holds(places.boxOf(*child), point.getx(), point.gety()))
+            return widgetAt(*child, places, point);
+    return widget;
+}
+
+std::vector<unsigned long> withThoseAround(_GtkWidget* widget)
+{
+    std::vector<unsigned long> chain;
+    for (; widget; widget = gtk::parent(widget))
+        chain.push_back(reinterpret_cast<unsigned long>(widget));
+    return chain;
+}
+
+/// The widget that takes all presses, that of the window group of a widget.
+_GtkWidget* grabAround(_GtkWidget* widget)
+{
+    void* const group = gtk::groupOf(gtk::toplevel(widget));
+    _GtkWidget* const own = group ? gtk::grabOf(group) : nullptr;
+    return own ? own : gtk::currentGrab();
+}
+
+/// A widget by its address, looked for among all there are; null when it has gone.
+_GtkWidget* findIn(const std::vector<_GtkWidget*>& widgets, unsigned long id)
+{
+    for (_GtkWidget* const each : widgets) {
+        if (reinterpret_cast<unsigned long>(each) == id)
+            return each;
+        if (_GtkWidget* const found = findIn(childrenOf(each), id))
+            return found;
+    }
+    return nullptr;
+}
+
+void scrollTo(_GtkWidget* scrolled, _GtkWidget* content, _GtkWidget* widget)
+{
+    int x = 0, y = 0;
+    _GtkAllocation box{};
+    _gtk_widget_get_allocation(widget, &box);
+    if (!gtk::translate(widget, content, 0, 0, &x, &y))
+        return;
+    gtk::clampPage(gtk::horizontal(scrolled), x, x + box.width);
+    gtk::clampPage(gtk::vertical(scrolled), y, y + box.height);
+}
+
+class CGtkWidgets final : public IWidgetToolkit {
+public:
+    std::vector<CWidgetNode> windows() const override;
+    std::vector<unsigned long> at(const Point& point) const override;
+    bool hasEvents() const override;
+    bool reveal(unsigned long id) const override;
+};
+
+std::vector<CWidgetNode> CGtkWidgets::windows() const
+{
+    CGtkReader reader;
+    std::vector<CWidgetNode> nodes;
+    for (_GtkWidget* const window : taken<_GtkWidget>(gtk::toplevels()))
+        if (isOnScreen(window) && reader.takeWidget())
+            nodes.push_back(withoutMenuWindow(reader.read(window, true, 0)));
+    return nodes;
+}
+
+std::vector<unsigned long> CGtkWidgets::at(const Point& point) const
+{
+    Display* const display = walkDisplay();
+    const Window found = display ? windowFromPoint(display, {rootOf(display), 0, 0}, point) : 0;
+    _GdkDrawable* const native = found ? _gdk_window_lookup(found) : nullptr;
+    const CPlace place = native ? placeOf(askPlace(display, found).take().get()) : CPlace();
+    if (!place.known)
+        return {};
+    const int scale = std::max(_gdk_window_get_scale_factor(native), 1);
+    void* widget = nullptr;
+    _GdkDrawable* window =
+        windowAt(native, (point.getx() - place.x) / scale, (point.gety() - place.y) / scale);
+    for (; window && !widget; window = _gdk_window_get_parent(window))
+        _gdk_window_get_user_data(window, &widget);
+    if (!isA(widget, "GtkWidget"))
+        return {};
+    CGdkPlaces places;
+    const auto chain = withThoseAround(widgetAt(static_cast<_GtkWidget*>(widget), places, point));
+    _GtkWidget* const grab = grabAround(static_cast<_GtkWidget*>(widget));
+    const bool isTaken =
+        grab && std::find(chain.begin(), chain.end(), reinterpret_cast<unsigned long>(grab)) == chain.end();
+    return isTaken ? withThoseAround(grab) : chain;
+}
+
+bool CGtkWidgets::hasEvents() const
+{
+    if (_GdkDisplay* const display = _gdk_display_get_default())
+        _gdk_display_sync(display);
+    return gdk::eventsPending() != 0;
+}
+
+bool CGtkWidgets::reveal(unsigned long id) const
+{
+    _GtkWidget* const widget = findIn(taken<_GtkWidget>(gtk::toplevels()), id);
+    bool scrolls = false;
+    for (_GtkWidget* each = widget; each; each = gtk::parent(each)) {
+        _GtkWidget* const scrolled = isA(each, "GtkViewport") ? gtk::parent(each) : nullptr;
+        if (!scrolled || !isA(scrolled, "GtkScrolledWindow"))
+            continue;
+        scrolls = true;
+        if (_GtkWidget* const content = _gtk_bin_get_child(reinterpret_cast<_GtkBin*>(each)))
+            scrollTo(scrolled, content, widget);
+    }
+    return scrolls;
+}
+} // namespace
+
+const IWidgetToolkit& gtkWidgets()
+{
+    static const CGtkWidgets s_widgets;
+    return s_widgets;
+}

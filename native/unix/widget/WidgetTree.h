@@ -1,0 +1,103 @@
+/// The widgets of this process, whichever toolkit made them, read into plain values.
+#pragma once
+
+#include "WindowManager.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// A row that a list, a table or a tree shows.
+struct CWidgetRow {
+    std::string path; ///< its number from 0, below a parent row "parent:number"
+    bool selected = false;
+    Rect box; ///< in root coordinates, as those of the cells
+    std::vector<std::string> cells;
+    std::vector<Rect> boxes; ///< as many as cells
+};
+
+/// What a user sees of a widget. Texts are UTF-8; without mnemonic marks; empty where there is none.
+struct CWidgetNode {
+    std::string className;
+    const char* role = "OTHER"; ///< a constant of the Java enumeration Role
+    std::string name;           ///< what the program calls it
+    std::string text;
+    std::string label;
+    std::string tip; ///< what shows when the pointer rests on it
+    std::optional<double> value;
+    std::optional<bool> checked;
+    bool enabled = false;
+    bool showing = false; ///< on the screen, perhaps scrolled out of sight or covered
+    bool focused = false;
+    bool editable = false;
+    bool secret = false;              ///< it hides what it holds: `text` is never filled then
+    bool selected = false;            ///< among the items of its parent
+    bool textCut = false;             ///< a text was longer than it may be
+    bool childrenCut = false;         ///< it has more children or rows than are here
+    Rect box;                         ///< in root coordinates
+    unsigned long window = 0;         ///< X window of its own
+    unsigned long id = 0;             ///< its address: tells it from others, nothing else
+    long rowCount = -1;               ///< of a list, table or tree, those out of sight as well; -1 for others
+    std::vector<std::string> columns; ///< their titles
+    std::vector<CWidgetRow> rows;     ///< those in sight
+    std::vector<CWidgetNode> children;
+};
+
+/// How much is read of a tree; what is beyond is left out, and marked where it would be.
+struct CTreeLimits {
+    static constexpr size_t widgets = 20'000;
+    static constexpr int depth = 100;
+    static constexpr size_t rows = 500;         ///< of one widget
+    static constexpr size_t characters = 8'192; ///< of one text, in units of UTF-16
+    static constexpr size_t allTexts = 8 << 20; ///< of all texts of an answer
+};
+
+/// One implementation a toolkit. GUI thread only. What a toolkit cannot tell stays at its default, and a
+/// widget of an unknown class is what the nearest known class above it is.
+class IWidgetToolkit {
+public:
+    /// GTK when the process runs GTK 2 or 3, else Xt. Asked at every call: GTK may come later.
+    static const IWidgetToolkit& current();
+
+    /// The windows that are on the screen, menus included, with all that is in them.
+    virtual std::vector<CWidgetNode> windows() const = 0;
+    /// The widget that a press of the pointer would go to, and those that it lies in, from the innermost:
+    /// their CWidgetNode::id. When a modal dialog or a menu takes the press away from what lies there, it
+    /// begins with that one. Empty when the point shows no widget of this process.
+    virtual std::vector<unsigned long> at(const Point& point) const = 0;
+    /// Whether the X server has anything for this process that it has not handled yet. Waits for the server.
+    virtual bool hasEvents() const = 0;
+    /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; one that has
+    /// gone is let pass @return whether anything scrolls around it
+    virtual bool reveal(unsigned long id) const = 0;
+
+protected:
+    ~IWidgetToolkit() = default;
+};
+
+const IWidgetToolkit& gtkWidgets();
+const IWidgetToolkit& motifWidgets();
+
+/// Counts what is read of a tree against the limits.
+class CTreeBudget {
+public:
+    /// @return whether one more widget may be read
+    bool takeWidget()
+    {
+        if (m_widgets == 0)
+            return false;
+        --m_widgets;
+        return true;
+    }
+
+private:
+    size_t m_widgets = CTreeLimits::widgets;
+};
+
+/// Drops what only makes up the look of a button or item, such as the label inside of it.
+void dropDecoration(CWidgetNode& node);
+/// The first text in a widget and what is in it; of one that shows, the first that shows. Empty for none.
+std::string firstText(const CWidgetNode& node);

@@ -1,0 +1,336 @@
+#include "XtFacts.h"
+
+#include <cstring>
+
+#include <X11/IntrinsicP.h>
+
+#include <X11/CoreP.h>
+#include <Xm/BulletinB.h>
+#include <Xm/ComboBox.h>
+#include <Xm/Label.h>
+#include <Xm/LabelG.h>
+#include <Xm/List.h>
+#include <Xm/RowColumn.h>
+#include <Xm/Scale.h>
+#include <Xm/Text.h>
+#include <Xm/TextF.h>
+#include <Xm/ToggleB.h>
+#include <Xm/Xm.h>
+
+namespace {
+struct CXtKind {
+    const char* className;
+    const char* role;
+    void (*read)(Widget widget, CXtFacts& facts) = nullptr;
+};
+
+/// Without being told, Motif drops the ends of lines.
+XmParseTable lineEnds()
+{
+    static XmParseMapping s_mapping = [] {
+        const XmString separator = XmStringSeparatorCreate();
+        Arg arguments[3];
+        XtSetArg(arguments[0], XmNpattern, "\n");
+        XtSetArg(arguments[1], XmNpatternType, XmCHARSET_TEXT);
+        XtSetArg(arguments[2], XmNsubstitute, separator);
+        return XmParseMappingCreate(arguments, XtNumber(arguments));
+    }();
+    return &s_mapping;
+}
+
+char* unparsed(XmString string)
+{
+    return string ? static_cast<char*>(XmStringUnparse(string, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT,
+                                                       lineEnds(), 1, XmOUTPUT_ALL))
+                  : nullptr;
+}
+
+/// A compound string of a widget that hands out copies.
+char* compoundText(Widget widget, const char* resource)
+{
+    XmString string = nullptr;
+    XtVaGetValues(widget, resource, &string, nullptr);
+    char* const text = unparsed(string);
+    if (string)
+        XmStringFree(string);
+    return text;
+}
+
+char* plainText(Widget widget, const char* resource)
+{
+    String text = nullptr;
+    XtVaGetValues(widget, resource, &text, nullptr);
+    return text ? XtNewString(text) : nullptr;
+}
+
+bool flagOf(Widget widget, const char* resource)
+{
+    Boolean value = False;
+    XtVaGetValues(widget, resource, &value, nullptr);
+    return value != False;
+}
+
+void readTitle(Widget shell, CXtFacts& facts)
+{
+    facts.text = plainText(shell, XtNtitle);
+}
+
+void readLabel(Widget widget, CXtFacts& facts)
+{
+    unsigned char type = XmPIXMAP;
+    XtVaGetValues(widget, XmNlabelType, &type, nullptr);
+    if (type == XmPIXMAP) {
+        if (std::strcmp(facts.role, "LABEL") == 0)
+            facts.role = "IMAGE";
+        return;
+    }
+    facts.text = compoundText(widget, XmNlabelString);
+}
+
+bool isInMenu(Widget widget)
+{
+    const Widget parent = XtParent(widget);
+    return isRowColumn(parent, XmMENU_PULLDOWN) || isRowColumn(parent, XmMENU_POPUP) ||
+           isRowColumn(parent, XmMENU_BAR);
+}
+
+void readButton(Widget widget, CXtFacts& facts)
+{
+    readLabel(widget, facts);
+    if (isInMenu(widget))
+        facts.role = "ITEM";
+}
+
+void readToggle(Widget widget, CXtFacts& facts)
+{
+    unsigned char set = XmUNSET, kind = XmN_OF_MANY, indicator = XmINDICATOR_FILL;
+    XtVaGetValues(widget, XmNset, &set, XmNindicatorType, &kind, XmNindicatorOn, &indicator, nullptr);
+    facts.checked = set == XmSET;
+    if (indicator == XmINDICATOR_NONE)
+        facts.role = "TOGGLE";
+    else
+        facts.role = kind == XmN_OF_MANY ? "CHECK_BOX" : "RADIO_BUTTON";
+    readButton(widget, facts);
+}
+
+void readRowColumn(Widget widget, CXtFacts& facts)
+{
+    unsigned char type = XmWORK_AREA;
+    XtVaGetValues(widget, XmNrowColumnType, &type, nullptr);
+    if (type == XmMENU_BAR) {
+        facts.role = "MENU_BAR";
+    } else if (type == XmMENU_PULLDOWN || type == XmMENU_POPUP) {
+        facts.role = "MENU";
+    } else if (type == XmMENU_OPTION) {
+        facts.role = "OPTION_MENU";
+        facts.isLeaf = true;
+        if (const Widget label = XmOptionLabelGadget(widget))
+            facts.label = compoundText(label, XmNlabelString);
+        if (const Widget button = XmOptionButtonGadget(widget))
+            facts.text = compoundText(button, XmNlabelString);
+    }
+}
+
+/// Motif has no resource for hiding what is typed. Programs that do not put other letters into the field,
+/// which are all that can be read then, paint it in the colour of its ground.
+bool isInvisible(Widget text)
+{
+    Pixel foreground = 0, background = 1;
+    XtVaGetValues(text, XmNforeground, &foreground, XmNbackground, &background, nullptr);
+    return foreground == background;
+}
+
+void readText(Widget widget, CXtFacts& facts)
+{
+    int mode = XmSINGLE_LINE_EDIT;
+    if (XmIsText(widget))
+        XtVaGetValues(widget, XmNeditMode, &mode, nullptr);
+    facts.role = mode == XmMULTI_LINE_EDIT ? "TEXT_AREA" : "TEXT_FIELD";
+    facts.editable = flagOf(widget, XmNeditable);
+    facts.secret = isInvisible(widget);
+    if (!facts.secret)
+        facts.text = XmTextGetString(widget);
+}
+
+void readListBox(Widget, CXtFacts& facts)
+{
+    facts.isList = true;
+}
+
+void readCombo(Widget widget, CXtFacts& facts)
+{
+    Widget field = nullptr;
+    XtVaGetValues(widget, XmNtextField, &field, nullptr);
+    facts.isLeaf = true;
+    const char* const role = facts.role;
+    if (field)
+        readText(field, facts);
+    facts.role = role;
+}
+
+/// A spin box is one field with two arrows, or a row of fields as for a date.
+void readSpinBox(Widget widget, CXtFacts& facts)
+{
+    Cardinal count = 0;
+    WidgetList children = nullptr;
+    XtVaGetValues(widget, XmNchildren, &children, XmNnumChildren, &count, nullptr);
+    Widget field = nullptr;
+    for (Cardinal each = 0; each < count; ++each) {
+        if (!XmIsText(children[each]) && !XmIsTextField(children[each]))
+            continue;
+        if (field)
+            return;
+        field = children[each];
+    }
+    if (!field)
+        return;
+    readText(field, facts);
+    facts.role = "SPIN_BUTTON";
+    facts.isLeaf = true;
+}
+
+void readScale(Widget widget, CXtFacts& facts)
+{
+    int value = 0;
+    short decimals = 0;
+    XtVaGetValues(widget, XmNvalue, &value, XmNdecimalPoints, &decimals, nullptr);
+    facts.hasValue = true;
+    facts.value = value;
+    for (; decimals > 0; --decimals)
+        facts.value /= 10;
+    facts.label = compoundText(widget, XmNtitleString);
+    facts.isLeaf = true;
+}
+
+void readScrollBar(Widget widget, CXtFacts& facts)
+{
+    int value = 0;
+    XtVaGetValues(widget, XmNvalue, &value, nullptr);
+    facts.hasValue = true;
+    facts.value = value;
+}
+
+void readPlainLabel(Widget widget, CXtFacts& facts)
+{
+    facts.text = plainText(widget, "label");
+}
+
+void readPlainToggle(Widget widget, CXtFacts& facts)
+{
+    readPlainLabel(widget, facts);
+    facts.checked = flagOf(widget, "state");
+}
+
+/// The part of a text widget that draws it knows whether what is typed shows.
+void readPlainText(Widget widget, CXtFacts& facts)
+{
+    Widget sink = nullptr;
+    XtVaGetValues(widget, "textSink", &sink, nullptr);
+    Boolean echo = True;
+    if (sink)
+        XtVaGetValues(sink, "echo", &echo, nullptr);
+    facts.secret = !echo;
+    facts.editable = true;
+    if (echo)
+        facts.text = plainText(widget, "string");
+}
+
+constexpr CXtKind kinds[] = {
+    {"Object", "OTHER"},
+    {"Core", "OTHER"},
+    {"Composite", "CONTAINER"},
+    {"Shell", "WINDOW", readTitle},
+    {"XmDialogShell", "DIALOG", readTitle},
+    {"TransientShell", "DIALOG", readTitle},
+    {"XmMenuShell", "MENU"},
+    {"XmRowColumn", "CONTAINER", readRowColumn},
+    {"XmLabel", "LABEL", readLabel},
+    {"XmLabelGadget", "LABEL", readLabel},
+    {"XmPushButton", "PUSH_BUTTON", readButton},
+    {"XmPushButtonGadget", "PUSH_BUTTON", readButton},
+    {"XmDrawnButton", "PUSH_BUTTON", readButton},
+    {"XmArrowButton", "PUSH_BUTTON"},
+    {"XmArrowButtonGadget", "PUSH_BUTTON"},
+    {"XmCascadeButton", "ITEM", readLabel},
+    {"XmCascadeButtonGadget", "ITEM", readLabel},
+    {"XmToggleButton", "CHECK_BOX", readToggle},
+    {"XmToggleButtonGadget", "CHECK_BOX", readToggle},
+    {"XmText", "TEXT_FIELD", readText},
+    {"XmTextField", "TEXT_FIELD", readText},
+    {"XmList", "LIST", readListBox},
+    {"XmContainer", "LIST"},
+    {"XmIconGadget", "ITEM", readLabel},
+    {"XmComboBox", "COMBO_BOX", readCombo},
+    {"XmDropDown", "COMBO_BOX"},
+    {"XmSpinBox", "CONTAINER", readSpinBox},
+    {"XmScale", "SCALE", readScale},
+    {"XmScrollBar", "SCROLL_BAR", readScrollBar},
+    // Xt programs without Motif: the Athena widgets.
+    {"Label", "LABEL", readPlainLabel},
+    {"Command", "PUSH_BUTTON", readPlainLabel},
+    {"MenuButton", "PUSH_BUTTON", readPlainLabel},
+    {"Toggle", "TOGGLE", readPlainToggle},
+    {"Text", "TEXT_AREA", readPlainText},
+    {"SimpleMenu", "MENU"},
+    {"SmeBSB", "ITEM", readPlainLabel},
+    {"Scrollbar", "SCROLL_BAR"},
+};
+
+const CXtKind* kindNamed(const char* className)
+{
+    for (const CXtKind& kind : kinds)
+        if (std::strcmp(kind.className, className) == 0)
+            return &kind;
+    return nullptr;
+}
+} // namespace
+
+void readXtFacts(Widget widget, CXtFacts& facts)
+{
+    for (WidgetClass each = XtClass(widget); each; each = each->core_class.superclass)
+        if (const CXtKind* const kind = kindNamed(each->core_class.class_name)) {
+            facts.role = kind->role;
+            if (kind->read)
+                kind->read(widget, facts);
+            return;
+        }
+}
+
+void readXtList(Widget list, CXtList& facts)
+{
+    int top = 1;
+    XtVaGetValues(list, XmNitemCount, &facts.count, XmNtopItemPosition, &top, XmNvisibleItemCount,
+                  &facts.visible, nullptr);
+    facts.first = top - 1;
+}
+
+void readXtItem(Widget list, int index, CXtItem& item)
+{
+    XmStringTable items = nullptr;
+    int count = 0;
+    XtVaGetValues(list, XmNitems, &items, XmNitemCount, &count, nullptr);
+    if (!items || index >= count)
+        return;
+    item.text = unparsed(items[index]);
+    item.selected = XmListPosSelected(list, index + 1) != False;
+    XmListPosToBounds(list, index + 1, &item.x, &item.y, &item.width, &item.height);
+}
+
+bool isOfKind(Widget widget, const char* className)
+{
+    for (WidgetClass each = widget ? XtClass(widget) : nullptr; each; each = each->core_class.superclass)
+        if (std::strcmp(each->core_class.class_name, className) == 0)
+            return true;
+    return false;
+}
+
+int modalityOf(Widget box)
+{
+    if (!isOfKind(box, "XmBulletinBoard") || !XtIsManaged(box))
+        return 0;
+    unsigned char style = XmDIALOG_MODELESS;
+    XtVaGetValues(box, XmNdialogStyle, &style, nullptr);
+    if (style == XmDIALOG_MODELESS)
+        return 0;
+    return style == XmDIALOG_PRIMARY_APPLICATION_MODAL ? 1 : 2;
+}

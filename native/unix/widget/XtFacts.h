@@ -1,0 +1,47 @@
+/// What is asked of one Xt widget at a time. All of this runs under the guard, which may be left by a jump:
+/// plain data only.
+#pragma once
+
+#include "XtGuard.h"
+
+/// Facts about a widget or gadget. Texts are in the code set of the application's locale, and the caller
+/// frees them by XtFree.
+struct CXtFacts {
+    const char* role = "OTHER";
+    char* text = nullptr;
+    char* label = nullptr;
+    bool takesInnerText = false; ///< what it says stands in a widget inside of it
+    bool isLeaf = false;         ///< what is in it is of no interest
+    bool isList = false;         ///< readXtList tells more
+    bool hasValue = false;
+    double value = 0;
+    int checked = -1; ///< 0 or 1; -1 when it is nothing to check
+    bool editable = false;
+    bool secret = false;
+};
+
+/// Fills in the facts of a widget by the nearest of its classes that is known.
+void readXtFacts(Widget widget, CXtFacts& facts);
+
+/// What a list box shows now.
+struct CXtList {
+    int count = 0;   ///< of items
+    int first = 0;   ///< index of the first that is in sight
+    int visible = 0; ///< how many there is room for
+};
+void readXtList(Widget list, CXtList& facts);
+
+struct CXtItem {
+    char* text = nullptr; ///< the caller frees it by XtFree
+    bool selected = false;
+    Position x = 0; ///< in the list's window
+    Position y = 0;
+    Dimension width = 0;
+    Dimension height = 0;
+};
+void readXtItem(Widget list, int index, CXtItem& item);
+
+/// Whether the widget is of a class of that name or of one derived from it.
+bool isOfKind(Widget widget, const char* className);
+/// The box of a dialog that takes all presses while it is managed: 0 none, 1 those of its ancestors, 2 all.
+int modalityOf(Widget box);

@@ -1,0 +1,9 @@
+// A GTK 3 application with one of each widget.
+#include <gtk/gtk.h>
+
+#include "GtkWidgetsShown.h"
+
+int main(int argc, char** argv)
+{
+    return runShown(argc, argv);
+}
