@@ -1,10 +1,12 @@
 #include "KeyReceiver.h"
 
 #include "CTracer.h"
+#include "RunningInput.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fcntl.h>
 #include <optional>
@@ -23,6 +25,8 @@
 using namespace std::chrono_literals;
 
 namespace {
+using Clock = std::chrono::steady_clock;
+
 /// All waits without a sign for one object.
 constexpr auto longestInVain = 500ms;
 /// One wait without a sign; for a window that is known to give none.
@@ -33,7 +37,10 @@ constexpr auto pingAlone = 20ms;
 /// A thread that has not come to rest in this time, while others have, reads no events.
 constexpr auto timeToRest = 200ms;
 constexpr auto pauseWithoutSign = 5ms;
-constexpr auto pauseBetweenLooks = 100us;
+constexpr Clock::duration shortestPause = 100us;
+constexpr Clock::duration longestPause = 2ms;
+/// Of a wait in which client and server cannot run, because others have the processors, this part counts.
+constexpr int starvedPart = 10;
 
 /// The answer of a request, or null when it failed: xcb functions of the form xcb_..._reply.
 template <class Reply, class Cookie>
@@ -87,11 +94,16 @@ std::string startOf(const std::filesystem::path& path)
     return {buffer, static_cast<size_t>(std::max<ssize_t>(length, 0))};
 }
 
+bool isIn(char state, const std::string& status)
+{
+    return status.find(std::string("\nState:\t") + state) != std::string::npos;
+}
+
 /// Context switches of a thread, voluntary or not; nothing when it does not sleep.
 std::optional<long> switchesOf(const std::string& status)
 {
     constexpr std::string_view label = "ctxt_switches:";
-    if (status.find("\nState:\tS") == std::string::npos)
+    if (!isIn('S', status))
         return std::nullopt;
     long sum = 0;
     for (auto at = status.find(label); at != std::string::npos; at = status.find(label, at + 1))
@@ -99,33 +111,84 @@ std::optional<long> switchesOf(const std::string& status)
     return sum;
 }
 
-/// Context switches of threads, by thread id; nothing for one that does not sleep.
-using Switches = std::map<int, std::optional<long>>;
+/// What was seen of the threads of a process but the calling one.
+struct CLook {
+    std::map<int, std::optional<long>> m_switches; ///< by thread id; nothing for one that does not sleep
+    bool m_runnable = false;                       ///< one runs, or would if there were a processor for it
 
-/// Of all threads of a process but the calling one; nothing when there is no such process.
-std::optional<Switches> switchesOfThreads(int process)
+    bool allAsleep() const
+    {
+        return std::all_of(m_switches.begin(), m_switches.end(),
+                           [](const auto& thread) { return thread.second.has_value(); });
+    }
+};
+
+/// Nothing when there is no such process.
+std::optional<CLook> lookAt(int process)
 {
     const std::string own = std::to_string(gettid());
     std::error_code error;
-    Switches all;
+    CLook look;
     for (const auto& thread :
          std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", error))
-        if (const std::string id = thread.path().filename(); id != own)
-            all[std::atoi(id.c_str())] = switchesOf(startOf(thread.path() / "status"));
-    return error ? std::nullopt : std::optional(all);
+        if (const std::string id = thread.path().filename(); id != own) {
+            const std::string status = startOf(thread.path() / "status");
+            look.m_switches[std::atoi(id.c_str())] = switchesOf(status);
+            look.m_runnable |= isIn('R', status);
+        }
+    return error ? std::nullopt : std::optional(look);
 }
 
-bool allAsleep(int process)
+/// Processor time that a process has used.
+std::chrono::nanoseconds processorTime(int process)
 {
-    const auto threads = switchesOfThreads(process);
-    return threads && std::all_of(threads->begin(), threads->end(),
-                                  [](const auto& thread) { return thread.second.has_value(); });
+    clockid_t clock;
+    timespec time{};
+    if (process != 0 && clock_getcpuclockid(process, &clock) == 0)
+        clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 /// So much is kept of windows that have been typed into; then everything is found out anew.
 constexpr size_t mostRemembered = 64;
 constinit std::mutex s_remembering;
 } // namespace
+
+/// One wait for client and server; the processes are 0 when they are not known.
+class CKeyReceiver::CWait {
+public:
+    CWait(int client, int server) : m_client(client), m_server(server) {}
+
+    /// Takes note that both have been looked at, and whether a thread of theirs was runnable.
+    void looked(bool runnable)
+    {
+        const auto now = Clock::now();
+        m_idle += runnable ? 0ns : now - m_looked;
+        m_looked = now;
+    }
+    Clock::duration sinceStart() const { return Clock::now() - m_start; }
+    /// How much of the time since the start counts: that in which client or server ran, or neither wanted to.
+    /// At the end of this process all of it does.
+    Clock::duration length() const
+    {
+        const auto all = sinceStart();
+        if (m_client == 0 || CRunningInput::mustStop())
+            return all;
+        return std::clamp<Clock::duration>(m_idle + used() - m_before, all / starvedPart, all);
+    }
+
+    std::map<int, bool> m_rested; ///< which threads of the client have been seen at rest; by thread id
+
+private:
+    std::chrono::nanoseconds used() const { return processorTime(m_client) + processorTime(m_server); }
+
+    const int m_client;
+    const int m_server;
+    const Clock::time_point m_start = Clock::now();
+    const std::chrono::nanoseconds m_before = used();
+    Clock::time_point m_looked = m_start;
+    Clock::duration m_idle{};
+};
 
 void CKeyReceiver::CDisconnect::operator()(xcb_connection_t* connection) const noexcept
 {
@@ -279,10 +342,10 @@ void CKeyReceiver::awaitRead()
         std::this_thread::sleep_for(pauseWithoutSign);
         return;
     }
-    const auto start = Clock::now();
-    m_known.m_silent = !sign();
+    CWait wait(m_process, m_server);
+    m_known.m_silent = !sign(wait);
     if (m_known.m_silent)
-        noSign(Clock::now() - start);
+        noSign(wait.length());
 }
 
 CKeyReceiver::Clock::duration CKeyReceiver::patience() const
@@ -298,31 +361,30 @@ void CKeyReceiver::noSign(Clock::duration waited)
     m_inVain += waited;
     if (!over && m_inVain >= longestInVain)
         CTracer::debugTrace(
-            "Window 0x%x of process %d does not read its keys in time: the text is typed on without "
-            "waiting for it",
+            "Window 0x%x of process %d does not read its keys in time: the text is typed on without waiting for it",
             m_focus, m_process);
 }
 
 /// Waits for a sign that the events have been read. @return whether one came
-bool CKeyReceiver::sign()
+bool CKeyReceiver::sign(CWait& wait)
 {
-    const auto start = Clock::now();
-    const auto end = start + patience();
-    Rests rests;
+    const auto longest = patience();
     if (m_receiver != 0)
         ping();
-    if (m_receiver != 0 && pingAnswered(m_process != 0 ? std::min(end, start + pingAlone) : end))
+    if (m_receiver != 0 &&
+        pingAnswered(m_process != 0 ? std::min<Clock::duration>(longest, pingAlone) : longest))
         return true;
     while (m_process != 0) {
-        if (atRest(rests))
+        if (atRest(wait))
             return true;
-        if (Clock::now() - start >= timeToRest && onlyWorkersAwake(rests))
+        if (wait.length() >= timeToRest && onlyWorkersAwake(wait))
             return true;
-        if (Clock::now() >= end)
+        if (wait.length() >= longest)
             return false;
+        const auto pause = std::clamp(wait.sinceStart() / 16, shortestPause, longestPause);
         if (m_receiver == 0)
-            std::this_thread::sleep_for(pauseBetweenLooks);
-        else if (pingAnswered(std::min(end, Clock::now() + 1ms)))
+            std::this_thread::sleep_for(pause);
+        else if (pingAnswered(pause))
             return true;
     }
     return false;
@@ -345,9 +407,9 @@ void CKeyReceiver::ping()
 
 /// Waits until the last ping has been answered. Whatever else anybody sends to the root window, however much,
 /// does not make the wait longer.
-bool CKeyReceiver::pingAnswered(Clock::time_point end)
+bool CKeyReceiver::pingAnswered(Clock::duration longest)
 {
-    for (;;) {
+    for (const auto end = Clock::now() + longest;;) {
         const MallocPtr<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())};
         if (event && isAnswer(event.get()))
             return true;
@@ -378,31 +440,35 @@ void CKeyReceiver::waitForInput(Clock::duration longest) const
 /// Whether client and server slept at the moment at which the server was looked at: then there was neither an
 /// event on its way to the client nor a request or an answer. A thread that is about to sleep reads as asleep
 /// before its switch is counted, so what was found is looked at once more.
-bool CKeyReceiver::atRest(Rests& rests)
+bool CKeyReceiver::atRest(CWait& wait)
 {
-    const auto before = switchesOfThreads(m_process);
-    const bool serverAsleep = allAsleep(m_server);
-    const auto after = switchesOfThreads(m_process);
-    if (!before || !after)
+    const auto before = lookAt(m_process);
+    const auto server = lookAt(m_server);
+    const auto after = lookAt(m_process);
+    wait.looked((server && server->m_runnable) || (after && after->m_runnable));
+    if (!before || !server || !after)
         return false;
-    bool all = serverAsleep;
-    for (const auto& [thread, switches] : *after) {
-        const auto found = before->find(thread);
-        const bool rested = switches && found != before->end() && found->second == switches;
-        rests[thread] |= rested;
+    bool all = server->allAsleep();
+    for (const auto& [thread, switches] : after->m_switches) {
+        const auto found = before->m_switches.find(thread);
+        const bool rested = switches && found != before->m_switches.end() && found->second == switches;
+        wait.m_rested[thread] |= rested;
         if (rested)
             m_known.m_restless.erase(thread);
         all = all && (rested || m_known.m_restless.contains(thread));
     }
-    return all && (!m_known.m_restless.empty() || switchesOfThreads(m_process) == after);
+    if (!all || !m_known.m_restless.empty())
+        return all;
+    const auto last = lookAt(m_process);
+    return last && last->m_switches == after->m_switches;
 }
 
 /// Whether all threads have come to rest at some time but some that never have, which are remembered. The
 /// first thread of a process is taken for one that reads events.
-bool CKeyReceiver::onlyWorkersAwake(const Rests& rests)
+bool CKeyReceiver::onlyWorkersAwake(const CWait& wait)
 {
     std::set<int> restless;
-    for (const auto& [thread, rested] : rests)
+    for (const auto& [thread, rested] : wait.m_rested)
         if (!rested)
             restless.insert(thread);
     if (restless.empty() || restless.contains(m_process))

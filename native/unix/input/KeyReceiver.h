@@ -19,9 +19,12 @@ struct xcb_connection_t;
 ///     while the others do are no readers, and are not waited for again.
 ///  3. A pause, where there is neither.
 /// Waits that end without a sign add up to half a second at most for one object; then there are no further
-/// ones, and the trace says so. What has been found out about a window and its process holds for later
-/// objects of this process, too: a window that gave no sign is waited for only briefly until it gives one.
-/// It works on a connection of its own, open while the object lives, and asks the server. One thread.
+/// ones, and the trace says so. Time in which client or server wanted a processor and others had it counts
+/// for a tenth, except at the end of this process: on a busy machine a wait is as much longer as they are
+/// slower, and all of them end after five seconds. What has been found out about a window and its process
+/// holds for later objects of this process, too: a window that gave no sign is waited for only briefly until
+/// it gives one. It works on a connection of its own, open while the object lives, and asks the server. One
+/// thread.
 class CKeyReceiver {
 public:
     /// @param display  name of the display; without a connection, every wait is the pause
@@ -50,8 +53,7 @@ private:
         bool m_silent = false;    ///< the last wait ended without a sign
         std::set<int> m_restless; ///< threads that do not come to rest while the others do
     };
-    /// Which threads of the process have been seen at rest during a wait; by thread id.
-    using Rests = std::map<int, bool>;
+    class CWait;
     using Memory = std::map<std::pair<Window, int>, CKnown>;
 
     bool usable() const;
@@ -64,14 +66,14 @@ private:
     Window parentOf(Window window);
     bool answersPings(Window window);
     int localProcessOf(Window window);
-    bool sign();
+    bool sign(CWait& wait);
     void noSign(Clock::duration waited);
     Clock::duration patience() const;
     void ping();
-    bool pingAnswered(Clock::time_point end);
+    bool pingAnswered(Clock::duration longest);
     bool isAnswer(const void* event) const;
-    bool atRest(Rests& rests);
-    bool onlyWorkersAwake(const Rests& rests);
+    bool atRest(CWait& wait);
+    bool onlyWorkersAwake(const CWait& wait);
     void waitForInput(Clock::duration longest) const;
 
     std::unique_ptr<xcb_connection_t, CDisconnect> m_connection;

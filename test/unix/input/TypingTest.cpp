@@ -71,11 +71,12 @@ TEST_P(TypingTest, CharactersThatNoKeyHasAllArriveWithAnyDelaysOnAnIdleAndOnABus
         program->type(text);
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
         ASSERT_EQ(PlaybackDone, Event::s_playbackStatus);
-        const size_t wrong = differences(utf8(text), program->text(utf8(text).size()));
+        const std::string found = program->text(utf8(text).size());
+        const size_t wrong = differences(utf8(text), found);
         std::printf("%s, delays %d and %d ms, %d busy loops: %zu of %zu wrong, %.0f characters/s\n",
                     GetParam(), row.down, row.up, row.busy, wrong, text.size(),
                     static_cast<double>(text.size()) / time.count());
-        EXPECT_EQ(0U, wrong);
+        EXPECT_EQ(utf8(text), found);
     }
 }
 
@@ -262,17 +263,23 @@ TEST(ReceiverTest, TheFirstKeysOfAClientAreReadBeforeTheMapChanges)
     }
 }
 
+/// Busy machines make all times longer: those of the first text are the measure of the others.
 TEST(ReceiverTest, ATextIsNotHeldUpByABusyThreadNorByWrongAnswersAndWhatIsKnownHoldsForTheNext)
 {
     const CKeyDelays delays(0, 0);
     constexpr int texts = 20;
+    const auto timeOf = [](int count) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < count; ++i)
+            typeHere("\u00E9");
+        return std::chrono::steady_clock::now() - start;
+    };
     for (const auto habit : {CPlainClient::BusyBeside, CPlainClient::WrongAnswers}) {
         SCOPED_TRACE(habit);
         CPlainClient client(habit);
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < texts; ++i)
-            typeHere("\u00E9");
-        EXPECT_GT(texts * 100ms, std::chrono::steady_clock::now() - start);
+        const auto first = timeOf(1);
+        EXPECT_GT(10s, first);
+        EXPECT_GT((texts - 1) * first / 2, timeOf(texts - 1));
         const std::vector<KeySym> keys = client.keys(texts);
         EXPECT_TRUE(habit == CPlainClient::WrongAnswers || keys == std::vector<KeySym>(texts, XK_eacute));
     }

@@ -38,13 +38,14 @@ import java.util.function.BooleanSupplier;
  *       the numeric keypad are held down without Num Lock.
  * </ul>
  * The half second is for the delays of a new process. A single item cannot be cut: with {@linkplain
- * com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer#nativeSetDelays delays} of half a second for each stroke, or an X
- * server that does not answer, a text ends later.
+ * com.talvern.test.gx.sys.graphical.NativeLowLevelPlayer#nativeSetDelays delays} of half a second for each stroke, an X
+ * server that does not answer, or other programs that take all processors, a text ends later.
  *
  * <p>Each call returns when the program has taken what was played: once it has answered a ping of window managers, or it
  * and the X server rest; after a click the window manager's turn comes first, which may hold a click back. A program that
- * gives no such sign, one that is busy say, is waited for half a second. Questions to an {@link Application} may then still
- * be ahead of what the program does with the input.
+ * gives no such sign, one that is busy say, is waited for half a second, or up to ten times as long while other programs
+ * keep it from running. Questions to an {@link Application} may then still be ahead of what the program does with the
+ * input.
  *
  * <p>Text goes to the window with the keyboard focus. Any thread may use an object, but one text at a time is played in a
  * process, as {@link NativeKeyMouseEvent} says.
