@@ -258,8 +258,7 @@ public:
         if (m_receiver.aim())
             m_receiver.awaitRead();
         write(keysym, keysym);
-        sendKey(key(), true, g_delayKeyDown);
-        sendKey(key(), false, g_delayKeyUp);
+        stroke();
         m_receiver.awaitRead();
         write(saved[0], saved[1]);
     }
@@ -275,6 +274,15 @@ private:
         return latin1 ? character : unicodeKeysyms + character;
     }
     KeyCode key() const { return static_cast<KeyCode>(m_lowest); }
+    /// Sends both at once: were this process kept waiting in between, the server would repeat the key.
+    void stroke()
+    {
+        if (!isConnected(g_display))
+            return;
+        XTestFakeKeyEvent(g_display, key(), True, static_cast<unsigned long>(g_delayKeyDown));
+        XTestFakeKeyEvent(g_display, key(), False, static_cast<unsigned long>(g_delayKeyUp));
+        XSync(g_display, False);
+    }
     /// Gives the key a keysym without and with Shift. A capital alone would do for both: the server reads it
     /// as the small letter and, with Shift, the capital. The highest key is left out: it keeps what it has.
     void write(KeySym plain, KeySym shifted)
