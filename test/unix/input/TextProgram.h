@@ -130,6 +130,7 @@ public:
         within(std::chrono::seconds(10),
                [&] { return bool(std::ifstream(m_file + ".ready") >> word >> m_window); });
         within(std::chrono::seconds(10), [&] { return bool(std::ifstream(m_file)); });
+        within(std::chrono::seconds(10), [&] { return CWindow(static_cast<long>(m_window)).isShowing(); });
     }
     ~CXtermText() override
     {
