@@ -121,6 +121,14 @@ struct CLook {
         return std::all_of(m_switches.begin(), m_switches.end(),
                            [](const auto& thread) { return thread.second.has_value(); });
     }
+    /// Whether a thread slept at this look and, without a switch in between, at a later one.
+    bool sleptOn(int thread, const CLook& later) const
+    {
+        const auto here = m_switches.find(thread);
+        const auto there = later.m_switches.find(thread);
+        return here != m_switches.end() && there != later.m_switches.end() && here->second &&
+               here->second == there->second;
+    }
 };
 
 /// Nothing when there is no such process.
@@ -139,14 +147,18 @@ std::optional<CLook> lookAt(int process)
     return error ? std::nullopt : std::optional(look);
 }
 
-/// Processor time that a process has used.
+std::chrono::nanoseconds timeOn(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+/// Processor time that a process has used; none when there is no such process.
 std::chrono::nanoseconds processorTime(int process)
 {
     clockid_t clock;
-    timespec time{};
-    if (process != 0 && clock_getcpuclockid(process, &clock) == 0)
-        clock_gettime(clock, &time);
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    return process != 0 && clock_getcpuclockid(process, &clock) == 0 ? timeOn(clock) : 0ns;
 }
 
 /// So much is kept of windows that have been typed into; then everything is found out anew.
@@ -180,7 +192,12 @@ public:
     std::map<int, bool> m_rested; ///< which threads of the client have been seen at rest; by thread id
 
 private:
-    std::chrono::nanoseconds used() const { return processorTime(m_client) + processorTime(m_server); }
+    /// What this thread uses is no progress of a client in the same process.
+    std::chrono::nanoseconds used() const
+    {
+        const auto own = m_client == getpid() ? timeOn(CLOCK_THREAD_CPUTIME_ID) : 0ns;
+        return processorTime(m_client) + processorTime(m_server) - own;
+    }
 
     const int m_client;
     const int m_server;
@@ -377,8 +394,8 @@ bool CKeyReceiver::sign(CWait& wait)
     while (m_process != 0) {
         if (atRest(wait))
             return true;
-        if (wait.length() >= timeToRest && onlyWorkersAwake(wait))
-            return true;
+        if (wait.length() >= timeToRest)
+            noteWorkers(wait);
         if (wait.length() >= longest)
             return false;
         const auto pause = std::clamp(wait.sinceStart() / 16, shortestPause, longestPause);
@@ -448,31 +465,32 @@ bool CKeyReceiver::atRest(CWait& wait)
     wait.looked((server && server->m_runnable) || (after && after->m_runnable));
     if (!before || !server || !after)
         return false;
-    bool all = server->allAsleep();
+    std::erase_if(m_known.m_restless, [&](int thread) { return !after->m_switches.contains(thread); });
     for (const auto& [thread, switches] : after->m_switches) {
-        const auto found = before->m_switches.find(thread);
-        const bool rested = switches && found != before->m_switches.end() && found->second == switches;
+        const bool rested = before->sleptOn(thread, *after);
         wait.m_rested[thread] |= rested;
         if (rested)
             m_known.m_restless.erase(thread);
-        all = all && (rested || m_known.m_restless.contains(thread));
     }
-    if (!all || !m_known.m_restless.empty())
-        return all;
+    const auto allSleptOn = [this](const CLook& earlier, const CLook& later) {
+        return std::all_of(later.m_switches.begin(), later.m_switches.end(), [&](const auto& thread) {
+            return m_known.m_restless.contains(thread.first) || earlier.sleptOn(thread.first, later);
+        });
+    };
+    if (!server->allAsleep() || !allSleptOn(*before, *after))
+        return false;
     const auto last = lookAt(m_process);
-    return last && last->m_switches == after->m_switches;
+    return last && allSleptOn(*after, *last);
 }
 
-/// Whether all threads have come to rest at some time but some that never have, which are remembered. The
-/// first thread of a process is taken for one that reads events.
-bool CKeyReceiver::onlyWorkersAwake(const CWait& wait)
+/// Remembers the threads that have never come to rest while others have. The first thread of a process is
+/// taken for one that reads events; while it is awake, so may all the others be.
+void CKeyReceiver::noteWorkers(const CWait& wait)
 {
     std::set<int> restless;
     for (const auto& [thread, rested] : wait.m_rested)
         if (!rested)
             restless.insert(thread);
-    if (restless.empty() || restless.contains(m_process))
-        return false;
-    m_known.m_restless.merge(restless);
-    return true;
+    if (restless.size() < wait.m_rested.size() && !restless.contains(m_process))
+        m_known.m_restless.merge(restless);
 }

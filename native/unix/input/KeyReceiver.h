@@ -73,7 +73,7 @@ private:
     bool pingAnswered(Clock::duration longest);
     bool isAnswer(const void* event) const;
     bool atRest(CWait& wait);
-    bool onlyWorkersAwake(const CWait& wait);
+    void noteWorkers(const CWait& wait);
     void waitForInput(Clock::duration longest) const;
 
     std::unique_ptr<xcb_connection_t, CDisconnect> m_connection;
