@@ -16,6 +16,7 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.util.Map;
 import java.util.concurrent.TimeUnit;
+import java.util.concurrent.locks.LockSupport;
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
@@ -44,6 +45,10 @@ class ExitTest {
                 new NativeMouseCaptureThread().startCapture(0, 0);
                 new NativeMouseCaptureThread().getNextEvent();
                 new NativeMouseCaptureThread().getNextEvent();
+            },
+            "capture that nobody waits in", () -> {
+                new NativeMouseCaptureThread().startCapture(0, 0);
+                LockSupport.park();
             },
             "hot keys", () -> {
                 new NativePlayerThread().startPlayback();
@@ -96,7 +101,8 @@ class ExitTest {
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {"text", "unicode", "clicks", "drag", "hover", "capture", "hot keys", "walk"})
+    @ValueSource(strings = {"text", "unicode", "clicks", "drag", "hover", "capture",
+                         "capture that nobody waits in", "hot keys", "walk"})
     void whatRunsIsEndedAndNothingStaysDown(String work) throws Throwable {
         String before = keyboard();
         for (int i = 0; i < Integer.getInteger("gx.exits", 1); i++) {
@@ -110,7 +116,7 @@ class ExitTest {
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {"text", "hot keys", "walk"})
+    @ValueSource(strings = {"text", "capture that nobody waits in", "hot keys", "walk"})
     void aServerThatHasStoppedHoldsUpNoExit(String work) throws Throwable {
         Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp",
                 "-auth", System.getenv("XAUTHORITY"))

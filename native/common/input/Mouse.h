@@ -36,8 +36,8 @@ public:
     /// Begins a capture. The left button, which the user may be holding down, is released before and pressed
     /// again within; that press is not reported. The server has done so when this returns.
     /// @param window  of no meaning here
-    /// @return false when the mouse is captured already, another client has grabbed the pointer, or there is
-    /// no server, or one without XTest
+    /// @return false when the mouse is captured already, another client has grabbed the pointer, there is
+    /// no server, or one without XTest, or the process ends
     bool capture(const CWindow& window, GX_MOUSE_CURSOR cursor);
     /// Ends the capture; its events that nobody has fetched are dropped, and who waits for one gets none. The
     /// left button stays as it is.
@@ -52,7 +52,9 @@ public:
     std::unique_ptr<MouseEvent> getLastEvent();
 
 private:
-    Mouse() = default;
+    Mouse();
+
+    void letGo();
 
     static std::atomic<Mouse*> s_Mouse;
     static unsigned long s_grabCursor; ///< an X cursor, while captured

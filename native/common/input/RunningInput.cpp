@@ -5,6 +5,9 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 namespace {
 constexpr std::chrono::seconds patience(2);
@@ -14,6 +17,7 @@ struct CPlayback {
     std::condition_variable m_changed;
     bool m_ends = false;
     int m_running = 0;
+    std::vector<void (*)()> m_atEnd;
 };
 
 constinit thread_local int s_ownRunning = 0; ///< a thread does not wait for itself
@@ -25,13 +29,43 @@ CPlayback& playback()
     return *s_only;
 }
 
+void awaitRest(std::unique_lock<std::mutex>& guard)
+{
+    CPlayback& all = playback();
+    all.m_changed.wait_for(guard, patience, [&] { return all.m_running <= s_ownRunning; });
+}
+
+void leave()
+{
+    CPlayback& all = playback();
+    const std::lock_guard guard(all.m_mutex);
+    --all.m_running;
+    all.m_changed.notify_all();
+}
+
+/// On a thread of its own, since a server that has stopped answers none of them.
+void startActions(CPlayback& all)
+try {
+    std::thread([actions = all.m_atEnd] {
+        for (const auto action : actions)
+            action();
+        leave();
+    }).detach();
+    ++all.m_running;
+} catch (const std::system_error&) {
+    // there is no thread to be had any more
+}
+
 void endPlayback()
 {
     CPlayback& all = playback();
     std::unique_lock guard(all.m_mutex);
     all.m_ends = true;
     all.m_changed.notify_all();
-    all.m_changed.wait_for(guard, patience, [&] { return all.m_running <= s_ownRunning; });
+    awaitRest(guard);
+    if (!all.m_atEnd.empty())
+        startActions(all);
+    awaitRest(guard);
 }
 
 /// @return whether it may begin
@@ -51,11 +85,8 @@ CRunningInput::CRunningInput() : m_mayBegin(enter()) {}
 
 CRunningInput::~CRunningInput()
 {
-    CPlayback& all = playback();
-    const std::lock_guard guard(all.m_mutex);
-    --all.m_running;
     --s_ownRunning;
-    all.m_changed.notify_all();
+    leave();
 }
 
 bool CRunningInput::mustStop()
@@ -71,4 +102,11 @@ void CRunningInput::pause(int milliseconds)
     std::unique_lock guard(all.m_mutex);
     all.m_changed.wait_for(guard, std::chrono::milliseconds(std::max(milliseconds, 0)),
                            [&] { return all.m_ends; });
+}
+
+void CRunningInput::atEnd(void (*action)())
+{
+    CPlayback& all = playback();
+    const std::lock_guard guard(all.m_mutex);
+    all.m_atEnd.push_back(action);
 }

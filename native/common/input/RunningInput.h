@@ -23,6 +23,10 @@ public:
     static bool mustStop();
     /// Sleeps, resuming after signals; at the end of the process the rest of the time is left out.
     static void pause(int milliseconds);
+    /// Has the end of the process call `action` after what runs has stopped, and wait two seconds for it at
+    /// most: for what outlasts the calls that began it. Only when something has run.
+    /// @param action  throws nothing
+    static void atEnd(void (*action)());
 
 private:
     const bool m_mayBegin;

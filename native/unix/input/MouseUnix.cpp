@@ -119,6 +119,21 @@ constinit unsigned long Mouse::s_grabCursor = 0;
 constinit std::atomic<bool> Mouse::ignore_buttonpress = false;
 constinit thread_local int g_mouse_status = InputSupported;
 
+Mouse::Mouse()
+{
+    CRunningInput::atEnd([] { get().letGo(); });
+}
+
+/// The process ends, and with it the capture: nobody would let go of the button any more.
+void Mouse::letGo()
+{
+    Display* const display = walkDisplay();
+    if (!m_captured.exchange(false) || !display)
+        return;
+    fakeLeftButton(display, false);
+    XSync(display, False); // the server reads no more from a client that has gone
+}
+
 Mouse& Mouse::get()
 {
     static Mouse* const s_only = s_Mouse =
@@ -164,9 +179,10 @@ int Mouse::getDoubleClickInterval()
 /// The server would not let a grab take over a pointer whose button is down in another client's window.
 bool Mouse::capture(const CWindow&, GX_MOUSE_CURSOR)
 {
+    const CRunningInput running;
     const std::lock_guard guard(m_changing);
     Display* const display = walkDisplay();
-    if (m_captured || !display || !hasXTest(display))
+    if (m_captured || !running.mayBegin() || !display || !hasXTest(display))
         return false;
     s_grabCursor = XCreateFontCursor(display, XC_hand2);
     fakeLeftButton(display, false);
@@ -207,10 +223,6 @@ std::unique_ptr<MouseEvent> Mouse::getNextEvent()
             awaitInput();
         else if (auto reported = mouseEventOf(event, ignore_buttonpress))
             return reported;
-    }
-    if (m_captured && walkDisplay()) {
-        fakeLeftButton(g_display, false); // the process ends: nobody would let go of it any more
-        XSync(g_display, False);
     }
     return nullptr;
 }
