@@ -89,7 +89,8 @@ public:
     static std::vector<CWindow> windowsAt(const Rect& rect);
     int windowsAtRectangle(Rect* rect, int max, CWindow** out) const;
     void getRectangle(Rect* out) const; ///< root coordinates, without the border
-    /// WM_NAME of this very window in the locale's code set; empty when it has none.
+    /// WM_NAME of this very window, or of the program's window when this is the frame of a window manager, in
+    /// the locale's code set; empty when it has none.
     std::string name() const;
     /// The caption in the locale's code set, at most size - 1 bytes and a terminating 0: the name of a child
     /// of the root; else that of the topmost window in it; else its own.

@@ -76,21 +76,6 @@ void RaiseTransients(Display* display, Window owner)
         XRaiseWindow(display, window);
 }
 
-/// Top-level windows in the user's sense: viewable and named by WM_CLASS. A window without one is a frame and
-/// looked into; so no ancestor of a window that this walk meets has a name.
-std::vector<Window> topLevelWindows(Display* display, Window start)
-{
-    CWindowTree tree(display, start);
-    tree.read([&](Window window) { return CNamedAnswer(display, window); },
-              [](CTreeWindow& entry, CNamedAnswer& answer) {
-                  if (!answer.state.take().viewable)
-                      return;
-                  entry.chosen = classOf(answer.hint.take().get()).given();
-                  entry.descend = !entry.chosen;
-              });
-    return windowsOf(tree.chosen(EOrder::bottomFirst));
-}
-
 /// The window to send a request to close to: the one inside a frame.
 Window windowToClose(Display* display, Window window)
 {
@@ -181,6 +166,20 @@ std::vector<CTopLevelMatch> topLevelMatches(const Rect* rect)
     return display && rect ? topLevelWindowsAtRect(display, *rect) : std::vector<CTopLevelMatch>();
 }
 } // namespace
+
+// No ancestor of a window that this walk meets has a class.
+std::vector<Window> topLevelWindows(Display* display, Window start)
+{
+    CWindowTree tree(display, start);
+    tree.read([&](Window window) { return CNamedAnswer(display, window); },
+              [](CTreeWindow& entry, CNamedAnswer& answer) {
+                  if (!answer.state.take().viewable)
+                      return;
+                  entry.chosen = classOf(answer.hint.take().get()).given();
+                  entry.descend = !entry.chosen;
+              });
+    return windowsOf(tree.chosen(EOrder::bottomFirst));
+}
 
 TopLevelWindow::TopLevelWindow(Point* point) : CWindow(static_cast<long>(CWindow(point).getTopLevelHandle()))
 {

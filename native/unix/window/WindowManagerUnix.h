@@ -58,6 +58,10 @@ void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect);
 /// The viewable windows below `start` that cover exactly `rect`, parents first, bottom of the stack first.
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect);
 
+/// Top-level windows in the user's sense that are inside of `start`: viewable and named by WM_CLASS, bottom
+/// of the stack first. A window without one is a frame and looked into.
+std::vector<Window> topLevelWindows(Display* display, Window start);
+
 /// Copies as much of a text as fits and the terminating 0. @param size  of the buffer; nothing happens below
 /// 1
 void copyText(std::string_view text, char* buffer, int size);

@@ -55,6 +55,23 @@ Window namedInside(Display* display, std::span<const xcb_window_t> children)
     return inner.empty() ? child : inner.back();
 }
 
+bool mayBeFrame(Display* display, Window window)
+{
+    const Window root = rootOf(display);
+    return window != root && GetParent(display, window) == root && !classOf(display, window).given();
+}
+
+/// A window manager may have put the program's window into its frame at any depth, and given the frame a name
+/// of its own.
+std::string ownOrFramedName(Display* display, Window window)
+{
+    if (mayBeFrame(display, window))
+        for (const Window inside : topLevelWindows(display, window))
+            if (auto name = fetchWindowName(display, inside); !name.empty())
+                return name;
+    return fetchWindowName(display, window);
+}
+
 std::string captionOf(Display* display, Window window)
 {
     const auto tree = askTree(display, window).take();
@@ -90,7 +107,7 @@ void CWindow::getWindowCaption(char* buffer, int size) const
 std::string CWindow::name() const
 {
     Display* const display = walkDisplay();
-    return display ? fetchWindowName(display, getHandle()) : std::string();
+    return display ? ownOrFramedName(display, getHandle()) : std::string();
 }
 
 void CWindow::getWindowClassname(char* buffer, int size) const

@@ -148,6 +148,10 @@ TEST(WindowZoo, TakesTheCaptionOfAFrameFromTheWindowInside)
     EXPECT_TRUE(trace.has("kwindow found, looks like KDE"));
     scene.setName(frame, "own");
     EXPECT_EQ("own", captionOf(frame));
+    EXPECT_EQ("own", CWindow(static_cast<long>(frame)).name());
+    scene.setClass(inner, "program", "Program");
+    EXPECT_EQ("inner", CWindow(static_cast<long>(frame)).name()) << "it is the frame of a program's window";
+    EXPECT_EQ("", CWindow(static_cast<long>(DefaultRootWindow(g_display))).name());
 }
 
 TEST(WindowZoo, SeesMoreChildrenThanSixteenBitsCount)

@@ -23,11 +23,12 @@ public final class Windows {
     private Windows() {}
 
     /**
-     * The text in the title bar of a window: its own name, and where it has none, as the frame of a window manager has
-     * none, the caption that {@link NativeWindow#nativeGetWindowCaption} finds inside of it. That method asks a window
-     * inside of a frame for the name of its topmost child first, which some toolkits give to their inner windows, too.
+     * The text in the title bar of a window: its own name, for the frame of a window manager that of the program's window
+     * in it, and where it has none the caption that {@link NativeWindow#nativeGetWindowCaption} finds inside of it. That
+     * method asks a window inside of a frame for the name of its topmost child first, which some toolkits give to their
+     * inner windows, too, and looks no deeper.
      *
-     * @param window a program's window or the frame around it
+     * @param window a program's window or the frame around it, as {@link NativeWindow#nativeGetForeground} has it
      * @return empty when there is none; less the characters that the locale's code set lacks
      */
     public static String caption(NativeWindow window) {
