@@ -61,8 +61,7 @@ void hintAtOtherDisplay()
 {
     const char* const variable = std::getenv("DISPLAY");
     if (*s_displayName && !isSameServer(s_displayName, variable ? variable : ""))
-        say("the program is on display %s, where nobody can ask it: start it with DISPLAY=%s, which is %s "
-            "now",
+        say("the program is on display %s, where nobody can ask it: start it with DISPLAY=%s, which is %s now",
             s_displayName, s_displayName, variable ? variable : "not set");
 }
 

@@ -89,8 +89,7 @@ bool CUnixSharedMemory::attach(int key, int size)
     m_existed = status.attachments() != 0;
     if (!status.mayBeOurs() || status.size() != static_cast<size_t>(size)) {
         CTracer::debugTrace(
-            "Shared memory segment of another program: key = 0x%0x , rights %o, %zu bytes instead "
-            "of %d !!!",
+            "Shared memory segment of another program: key = 0x%0x , rights %o, %zu bytes instead of %d !!!",
             static_cast<unsigned>(key), static_cast<unsigned>(status.rights()), status.size(), size);
         m_memId = -1;
         return false;
