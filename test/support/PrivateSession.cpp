@@ -11,6 +11,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -139,6 +140,14 @@ const char* CPrivateSession::whyNoPrivateIpc()
 {
     const char* const mark = getenv(insideMark);
     return mark && std::strcmp(mark, "common") == 0 ? "no private IPC namespace can be had here" : nullptr;
+}
+
+const char* CPrivateSession::whyNoOtherUser()
+{
+    unsigned inside = 0, outside = 0, count = 0;
+    std::ifstream("/proc/self/uid_map") >> inside >> outside >> count;
+    constexpr auto why = "no second user can be had: this is not root, or root of a user namespace only";
+    return geteuid() == 0 && count > 1 ? nullptr : why;
 }
 
 std::string CPrivateSession::environment()

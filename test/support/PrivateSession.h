@@ -30,6 +30,9 @@ public:
     /// Inside of a session: null when it has an IPC namespace of its own, else why a test that needs one is
     /// skipped.
     static const char* whyNoPrivateIpc();
+    /// Null when this process can make processes and files of another user, else why a test that needs them is
+    /// skipped.
+    static const char* whyNoOtherUser();
     /// What this process finds for its sessions, in one sentence.
     static std::string environment();
 };

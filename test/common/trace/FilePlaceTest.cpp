@@ -4,6 +4,7 @@
 
 #include "GxDebug.h"
 #include "PrivateIpc.h"
+#include "PrivateSession.h"
 #include "TraceHome.h"
 
 #include <gmock/gmock.h>
@@ -45,11 +46,6 @@ std::string ownerOf(const fs::path& path)
     const bool exists = lstat(path.c_str(), &status) == 0;
     const passwd* const user = exists ? getpwuid(status.st_uid) : nullptr;
     return user ? user->pw_name : "";
-}
-
-bool isRoot()
-{
-    return geteuid() == 0 && chown(getenv("HOME"), 65534, 65534) == 0 && chown(getenv("HOME"), 0, 0) == 0;
 }
 
 size_t countOf(const std::string& piece, const std::string& text)
@@ -97,8 +93,8 @@ TEST(FilePlaceTest, FilesAreMadeForTheUserAloneAndNothingElseIsWrittenTo)
 
 TEST(FilePlaceTest, UnderSudoTheUserGetsWhatWasMadeForHimAndNothingElse)
 {
-    if (!isRoot())
-        GTEST_SKIP() << "only root can give files away";
+    if (const char* const why = CPrivateSession::whyNoOtherUser())
+        GTEST_SKIP() << why;
     const struct {
         const char* why;
         const char* preparation; ///< by root, in the user's home directory, beside root's directory "system"
@@ -142,8 +138,8 @@ TEST(FilePlaceTest, UnderSudoTheUserGetsWhatWasMadeForHimAndNothingElse)
 
 TEST(FilePlaceTest, UnderSudoPreferencesAndLogsOfStrangersAreRefused)
 {
-    if (!isRoot())
-        GTEST_SKIP() << "only root has files of several users";
+    if (const char* const why = CPrivateSession::whyNoOtherUser())
+        GTEST_SKIP() << why;
     const struct {
         const char* file;
         const char* owner;

@@ -2,6 +2,7 @@
 #include "FileTransfer.h"
 
 #include "Browsers.h"
+#include "PrivateSession.h"
 
 #include <gtest/gtest.h>
 
@@ -130,8 +131,8 @@ TEST(FileTransferTest, TheTargetIsTheOldFileOrTheWholeNewOne)
 
 TEST(FileTransferTest, AStrangersLinkInASharedDirectoryIsNotFollowed)
 {
-    if (geteuid() != 0)
-        GTEST_SKIP() << "only root can make the link of another user";
+    if (const char* const why = CPrivateSession::whyNoOtherUser())
+        GTEST_SKIP() << why;
     const CTree tree;
     const fs::path link = tree.at("directory") / "link";
     fs::create_symlink("../old", link);
