@@ -49,28 +49,33 @@ public:
 
     /// What the items say, UTF-8 and not cut, Motif's as well; empty for one that says nothing.
     std::vector<std::string> getWholeItemTexts() const;
-    struct ItemState {
-        bool shown = false;   ///< part of the menu, though perhaps scrolled out of sight
-        bool enabled = false; ///< a click on it does something
-    };
     /// What a user sees of an item.
     struct ItemView {
-        ItemState state;
+        bool shown = false;   ///< part of the menu, though perhaps scrolled out of sight
+        bool enabled = false; ///< a click on it does something
         /// What is not scrolled out of the menu, in root coordinates, whether the menu is open or not. Zero
         /// for an item that is hidden.
         Rect seenPart;
         unsigned long submenu = 0; ///< as for getItemPopupMenu
     };
-    /// All items, with two questions to the X server.
-    std::vector<ItemView> getItemViews() const;
+    /// What a user sees of a bar or pane.
+    struct View {
+        bool shown = false;
+        Rect box; ///< in root coordinates; zero for a window that has gone
+        std::vector<ItemView> items;
+    };
+    /// Asks the X server no more than twice.
+    View getView() const;
     /// How long a click on an item of this menu, which is open, would be lost. Motif takes one that comes
     /// within the time of a double click after an option or context menu was opened for the end of the click
     /// that opened it.
     /// @return milliseconds; 0 when it is taken at once
     int msUntilClickIsTaken() const;
-    /// Whether the toolkit has read all events that the X server has sent to it. What was played before has
-    /// been seen to then.
-    static bool hasReadEvents();
+    /// Notes what the X server has sent to the toolkit so far.
+    /// @return what to ask `hasSeenTo` for
+    static int markEvents();
+    /// Whether the toolkit has seen to all events up to a mark, and to what it put off for them. Any thread.
+    static bool hasSeenTo(int mark);
 
 private:
     uint64_t handle;

@@ -123,22 +123,28 @@ MENU_ITEMS(jobjectArray, texts, jlong menu)
 }
 
 namespace {
-void append(std::vector<jlong>& numbers, const GxMenu::ItemView& view)
+void append(std::vector<jlong>& numbers, jlong state, const Rect& box, jlong submenu)
 {
-    const jlong shown = view.state.shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0;
-    const jlong enabled = view.state.enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0;
-    const Rect& part = view.seenPart;
-    numbers.insert(numbers.end(), {shown | enabled, part.getLeft(), part.getTop(), part.getWidth(),
-                                   part.getHeight(), static_cast<jlong>(view.submenu)});
+    numbers.insert(numbers.end(),
+                   {state, box.getLeft(), box.getTop(), box.getWidth(), box.getHeight(), submenu});
+}
+
+jlong stateOf(bool shown, bool enabled)
+{
+    return (shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0) |
+           (enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0);
 }
 } // namespace
 
-MENU_ITEMS(jlongArray, views, jlong menu)
+MENU_ITEMS(jlongArray, look, jlong menu)
 {
     return jniEntry(env, __func__, [&]() -> jlongArray {
+        const GxMenu::View view = GxMenu(menu, 0).getView();
         std::vector<jlong> numbers;
-        for (const GxMenu::ItemView& view : GxMenu(menu, 0).getItemViews())
-            append(numbers, view);
+        append(numbers, stateOf(view.shown, true), view.box, 0);
+        for (const GxMenu::ItemView& item : view.items)
+            append(numbers, stateOf(item.shown, item.enabled), item.seenPart,
+                   static_cast<jlong>(item.submenu));
         const auto count = static_cast<jsize>(numbers.size());
         const jlongArray all = env->NewLongArray(count);
         if (all)
@@ -152,7 +158,12 @@ MENU_ITEMS(jint, msUntilClickIsTaken, jlong menu)
     return jniEntry(env, __func__, [&]() -> jint { return GxMenu(menu, 0).msUntilClickIsTaken(); });
 }
 
-MENU_ITEMS(jboolean, hasReadEvents)
+MENU_ITEMS(jint, markEvents)
 {
-    return jniEntry(env, __func__, []() -> jboolean { return GxMenu::hasReadEvents(); });
+    return jniEntry(env, __func__, []() -> jint { return GxMenu::markEvents(); });
+}
+
+MENU_ITEMS(jboolean, hasSeenTo, jint mark)
+{
+    return jniEntry(env, __func__, [&]() -> jboolean { return GxMenu::hasSeenTo(mark); });
 }

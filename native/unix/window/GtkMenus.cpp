@@ -103,10 +103,15 @@ std::optional<Rect> clippedBoxIn(_GdkDrawable* around, _GdkDrawable* window, _Gt
     return boxIn(around, around, box);
 }
 
-_GtkWidget* itemOf(Window menu, int index)
+std::vector<_GtkWidget*> itemsOf(Window menu)
 {
     _GtkWidget* const widget = menuOf(menu);
-    const auto items = widget ? childrenOf(widget) : std::vector<_GtkWidget*>();
+    return widget ? childrenOf(widget) : std::vector<_GtkWidget*>();
+}
+
+_GtkWidget* itemOf(Window menu, int index)
+{
+    const auto items = itemsOf(menu);
     return index >= 0 && index < std::ssize(items) ? items[static_cast<size_t>(index)] : nullptr;
 }
 
@@ -128,6 +133,25 @@ const char* textOf(_GtkWidget* item)
     return label ? _gtk_label_get_text(reinterpret_cast<_GtkLabel*>(label)) : nullptr;
 }
 
+Window submenuOf(_GtkWidget* item)
+{
+    _GtkWidget* const submenu = _gtk_menu_item_get_submenu(reinterpret_cast<_GtkMenuItem*>(item));
+    return submenu ? xWindowOf(_gtk_widget_get_window(submenu)) : 0;
+}
+
+/// A menu that is too long for the screen scrolls in a window of its own, between the two arrows.
+GxMenu::ItemView viewOf(_GtkWidget* item, _GdkDrawable* around)
+{
+    GxMenu::ItemView view{.shown = _gtk_widget_get_visible(item) != 0,
+                          .enabled = _gtk_widget_is_sensitive(item) != 0,
+                          .submenu = submenuOf(item)};
+    _GtkAllocation box{};
+    _gtk_widget_get_allocation(item, &box);
+    if (view.shown)
+        view.seenPart = clippedBoxIn(around, _gtk_widget_get_window(item), box).value_or(Rect());
+    return view;
+}
+
 class CGtkMenus final : public IMenuToolkit {
 public:
     void publish() const override;
@@ -145,13 +169,28 @@ public:
     std::optional<Rect> partOfWindow(Window menu) const override;
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;
-    std::string wholeText(Window menu, int index) const override;
-    GxMenu::ItemState itemState(Window menu, int index) const override;
-    std::optional<Rect> seenPart(Window menu, int index) const override;
+    std::vector<std::string> wholeTexts(Window menu) const override;
+    std::vector<GxMenu::ItemView> itemViews(Window menu) const override;
     int msUntilClickIsTaken(Window, Time (*)()) const override { return 0; }
-    /// GTK 3 keeps motions, and what comes behind them, for its next frame.
-    bool hasEvents() const override { return _gdk_events_pending() != 0; }
+    void whenIdle(void (*seenTo)(long), long mark) const override;
 };
+
+/// GTK 3 keeps events back while a frame is made, and does not tell of them then. Frames and events come
+/// before this priority.
+void CGtkMenus::whenIdle(void (*seenTo)(long), long mark) const
+{
+    struct CCall {
+        void (*seenTo)(long);
+        long mark;
+    };
+    const auto call = [](void* data) {
+        const std::unique_ptr<CCall> owner(static_cast<CCall*>(data));
+        owner->seenTo(owner->mark);
+        return 0; // once
+    };
+    constexpr int defaultIdle = 200; // G_PRIORITY_DEFAULT_IDLE
+    _g_idle_add_full(defaultIdle, call, new CCall{seenTo, mark}, nullptr);
+}
 
 void CGtkMenus::publish() const
 {
@@ -223,34 +262,25 @@ std::optional<Rect> CGtkMenus::itemBox(Window menu, int index) const
 Window CGtkMenus::submenuWindow(Window menu, int index) const
 {
     _GtkWidget* const item = itemOf(menu, index);
-    _GtkWidget* const submenu =
-        item ? _gtk_menu_item_get_submenu(reinterpret_cast<_GtkMenuItem*>(item)) : nullptr;
-    return submenu ? xWindowOf(_gtk_widget_get_window(submenu)) : 0;
+    return item ? submenuOf(item) : 0;
 }
 
-std::string CGtkMenus::wholeText(Window menu, int index) const
+std::vector<std::string> CGtkMenus::wholeTexts(Window menu) const
 {
-    _GtkWidget* const item = itemOf(menu, index);
-    const char* const text = item ? textOf(item) : nullptr;
-    return text ? text : "";
+    std::vector<std::string> texts;
+    for (_GtkWidget* const item : itemsOf(menu)) {
+        const char* const text = textOf(item);
+        texts.emplace_back(text ? text : "");
+    }
+    return texts;
 }
 
-GxMenu::ItemState CGtkMenus::itemState(Window menu, int index) const
+std::vector<GxMenu::ItemView> CGtkMenus::itemViews(Window menu) const
 {
-    _GtkWidget* const item = itemOf(menu, index);
-    return item ? GxMenu::ItemState{_gtk_widget_get_visible(item) != 0, _gtk_widget_is_sensitive(item) != 0}
-                : GxMenu::ItemState();
-}
-
-/// A menu that is too long for the screen scrolls in a window of its own, between the two arrows.
-std::optional<Rect> CGtkMenus::seenPart(Window menu, int index) const
-{
-    _GtkWidget* const item = itemOf(menu, index);
-    if (!item || !_gtk_widget_get_visible(item))
-        return std::nullopt;
-    _GtkAllocation box{};
-    _gtk_widget_get_allocation(item, &box);
-    return clippedBoxIn(_gdk_window_lookup(menu), _gtk_widget_get_window(item), box);
+    std::vector<GxMenu::ItemView> views;
+    for (_GtkWidget* const item : itemsOf(menu))
+        views.push_back(viewOf(item, _gdk_window_lookup(menu)));
+    return views;
 }
 } // namespace
 

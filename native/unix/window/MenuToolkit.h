@@ -44,15 +44,13 @@ public:
     virtual std::optional<Rect> itemBox(Window menu, int index) const = 0;
     virtual Window submenuWindow(Window menu, int index) const = 0; ///< shown or not; 0 for none
 
-    virtual std::string wholeText(Window menu, int index) const = 0; ///< UTF-8; empty for none
-    virtual GxMenu::ItemState itemState(Window menu, int index) const = 0;
-    /// What the menu does not hide of an item that is shown, in the menu's window; empty when it hides it
-    /// all.
-    virtual std::optional<Rect> seenPart(Window menu, int index) const = 0;
+    virtual std::vector<std::string> wholeTexts(Window menu) const = 0; ///< UTF-8; empty for one without
+    /// The items as they are in the menu's window, with sub-menus that are shown or not.
+    virtual std::vector<GxMenu::ItemView> itemViews(Window menu) const = 0;
     /// @param now  asks the X server for its time
     virtual int msUntilClickIsTaken(Window menu, Time (*now)()) const = 0;
-    /// Whether an event waits in the toolkit's queue. Call `publish` before, which fetches all there are.
-    virtual bool hasEvents() const = 0;
+    /// Has the main loop call `seenTo(mark)` once it has no event and nothing of its own left to see to.
+    virtual void whenIdle(void (*seenTo)(long mark), long mark) const = 0;
 
 protected:
     ~IMenuToolkit() = default;

@@ -7,6 +7,7 @@
 #include "gtkfuncs.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include <X11/Xatom.h>
 
@@ -89,9 +90,6 @@ void keepShownSubmenus(Display* display, std::vector<GxMenu::ItemView>& views)
     for (GxMenu::ItemView& view : views)
         if (view.submenu)
             cascades.push_back(&view);
-    if (cascades.empty())
-        return;
-    IMenuToolkit::current().publish();
     askAll(
         cascades, [&](const GxMenu::ItemView* view) { return CStateAnswer(display, view->submenu); },
         [](GxMenu::ItemView* view, auto& answer) {
@@ -177,30 +175,29 @@ void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
 
 std::vector<std::string> GxMenu::getWholeItemTexts() const
 {
-    const IMenuToolkit& toolkit = IMenuToolkit::current();
-    std::vector<std::string> texts;
-    for (int index = 0, count = toolkit.itemCount(handle); index < count; ++index)
-        texts.push_back(toolkit.wholeText(handle, index));
-    return texts;
+    return IMenuToolkit::current().wholeTexts(handle);
 }
 
-std::vector<GxMenu::ItemView> GxMenu::getItemViews() const
+GxMenu::View GxMenu::getView() const
 {
+    View view;
     Display* const display = walkDisplay();
+    if (!display)
+        return view;
     const IMenuToolkit& toolkit = IMenuToolkit::current();
-    std::vector<ItemView> views(static_cast<size_t>(std::max(display ? toolkit.itemCount(handle) : 0, 0)));
-    if (views.empty())
-        return views;
-    const CPlace place = placeOf(askPlace(display, handle).take().get());
-    int index = 0;
-    for (ItemView& view : views) {
-        const auto part = toolkit.seenPart(handle, index);
-        view.state = toolkit.itemState(handle, index);
-        view.seenPart = part && !part->isZero() && place.known ? movedTo(place, *part) : Rect();
-        view.submenu = toolkit.submenuWindow(handle, index++);
-    }
-    keepShownSubmenus(display, views);
-    return views;
+    toolkit.publish();
+    view.items = toolkit.itemViews(handle);
+    const auto part = toolkit.partOfWindow(handle);
+    CBoxAnswer answer(display, handle);
+    keepShownSubmenus(display, view.items);
+    const CWindowState state = answer.state.take();
+    const CPlace place = placeOf(answer.place.take().get());
+    view.shown = state.viewable;
+    if (place.known)
+        view.box = movedTo(place, part.value_or(Rect(0, 0, state.height, state.width)));
+    for (ItemView& item : view.items)
+        item.seenPart = place.known && !item.seenPart.isZero() ? movedTo(place, item.seenPart) : Rect();
+    return view;
 }
 
 int GxMenu::msUntilClickIsTaken() const
@@ -208,11 +205,29 @@ int GxMenu::msUntilClickIsTaken() const
     return walkDisplay() ? IMenuToolkit::current().msUntilClickIsTaken(handle, serverTime) : 0;
 }
 
-bool GxMenu::hasReadEvents()
+namespace {
+constinit std::atomic<int> s_lastMark = 0;
+constinit std::atomic<int> s_seenTo = 0;
+
+/// The GUI thread alone calls it, for a later mark perhaps before an earlier one.
+void noteSeenTo(long mark)
+{
+    s_seenTo = std::max(s_seenTo.load(), static_cast<int>(mark));
+}
+} // namespace
+
+int GxMenu::markEvents()
 {
     const IMenuToolkit& toolkit = IMenuToolkit::current();
-    toolkit.publish();
-    return !toolkit.hasEvents();
+    const int mark = ++s_lastMark;
+    toolkit.publish(); // fetches them, too
+    toolkit.whenIdle(noteSeenTo, mark);
+    return mark;
+}
+
+bool GxMenu::hasSeenTo(int mark)
+{
+    return s_seenTo >= mark;
 }
 
 int GxMenu::getItemAtScreenPoint(const Point& point) const

@@ -120,13 +120,14 @@ public:
     int itemText(Window, int, char*, int) const override { return 0; }
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;
-    std::string wholeText(Window menu, int index) const override;
-    GxMenu::ItemState itemState(Window menu, int index) const override;
-    std::optional<Rect> seenPart(Window menu, int index) const override;
+    std::vector<std::string> wholeTexts(Window menu) const override;
+    std::vector<GxMenu::ItemView> itemViews(Window menu) const override;
     int msUntilClickIsTaken(Window menu, Time (*now)()) const override;
-    bool hasEvents() const override { return gx_app_display && XPending(gx_app_display) > 0; }
+    void whenIdle(void (*seenTo)(long), long mark) const override;
 
 private:
+    template <class Take> void visitItems(Window menu, int count, Take take) const;
+
     /// The first window whose widget passes; 0, too, after an Xt error.
     template <class Test> static Window firstThat(const std::vector<Window>& windows, Test test)
     {
@@ -204,44 +205,61 @@ Window CMotifMenus::submenuWindow(Window menu, int index) const
     return known ? submenu : 0;
 }
 
-std::string CMotifMenus::wholeText(Window menu, int index) const
+/// Calls take(index, item) for the items of a menu, under the guard: with room for what it takes made before.
+template <class Take> void CMotifMenus::visitItems(Window menu, int count, Take take) const
 {
-    char* found = nullptr;
-    askItems(menu, [index, &found](const CMenuItems& items) {
-        found = labelOf(items.at(index));
+    askItems(menu, [=](const CMenuItems& items) {
+        for (int index = 0; index < count; ++index)
+            if (const Widget item = items.at(index))
+                take(index, item);
         return true;
     });
-    const XtPtr<char> text(found);
+}
+
+std::vector<std::string> CMotifMenus::wholeTexts(Window menu) const
+{
+    const int count = std::max(itemCount(menu), 0);
+    std::vector<XtPtr<char>> labels(static_cast<size_t>(count));
+    visitItems(menu, count,
+               [room = labels.data()](int index, Widget item) { room[index].reset(labelOf(item)); });
     const CEnvironmentLocale locale;
-    std::string utf8;
-    if (text)
-        convertText("UTF-8", locale.codeSet(), text.get(), utf8);
-    return utf8;
+    std::vector<std::string> texts(labels.size());
+    for (size_t index = 0; index < labels.size(); ++index)
+        if (labels[index])
+            convertText("UTF-8", locale.codeSet(), labels[index].get(), texts[index]);
+    return texts;
 }
 
-GxMenu::ItemState CMotifMenus::itemState(Window menu, int index) const
+std::vector<GxMenu::ItemView> CMotifMenus::itemViews(Window menu) const
 {
-    GxMenu::ItemState state;
-    askItems(menu, [index, &state](const CMenuItems& items) {
-        if (const Widget item = items.at(index))
-            state = {XtIsManaged(item) != False, XtIsSensitive(item) != False};
-        return true;
-    });
-    return state;
-}
-
-std::optional<Rect> CMotifMenus::seenPart(Window menu, int index) const
-{
-    Rect part;
-    askItems(menu, [index, &part](const CMenuItems& items) {
-        const Widget item = items.at(index);
-        if (item && XtIsManaged(item)) {
+    const int count = std::max(itemCount(menu), 0);
+    std::vector<GxMenu::ItemView> views(static_cast<size_t>(count));
+    visitItems(menu, count, [room = views.data()](int index, Widget item) {
+        GxMenu::ItemView& view = room[index];
+        view.shown = XtIsManaged(item) != False;
+        view.enabled = XtIsSensitive(item) != False;
+        view.submenu = submenuOf(item);
+        if (view.shown) {
             const Rect around = boxOf(XtParent(item));
-            part = clipped(boxOf(item), around.getWidth(), around.getHeight());
+            view.seenPart = clipped(boxOf(item), around.getWidth(), around.getHeight());
         }
-        return true;
     });
-    return part.isZero() ? std::nullopt : std::optional(part);
+    return views;
+}
+
+void CMotifMenus::whenIdle(void (*seenTo)(long), long mark) const
+{
+    struct CCall {
+        void (*seenTo)(long);
+        long mark;
+    };
+    const auto call = [](XtPointer data) -> Boolean {
+        const std::unique_ptr<CCall> owner(static_cast<CCall*>(data));
+        owner->seenTo(owner->mark);
+        return True; // once
+    };
+    if (gx_app_display)
+        XtAppAddWorkProc(XtDisplayToApplicationContext(gx_app_display), call, new CCall{seenTo, mark});
 }
 
 /// Motif keeps the time at which it posted a menu to itself. The time of the last event that Xt has handed

@@ -21,6 +21,7 @@ using Timeout = int (*)(void*);
 constinit CLateFunction<void(_GList*)> s_listFree{"g_list_free", GLIB};
 constinit CLateFunction<unsigned(_GList*)> s_listLength{"g_list_length", GLIB};
 constinit CLateFunction<void*(_GList*, int)> s_listNthData{"g_list_nth_data", GLIB};
+constinit CLateFunction<unsigned(int, Timeout, void*, void (*)(void*))> s_addIdle{"g_idle_add_full", GLIB};
 constinit CLateFunction<int(unsigned long, unsigned long)> s_typeIsA{"g_type_is_a", GOBJECT};
 constinit CLateFunction<void(_GdkDrawable*, void**)> s_userData{"gdk_window_get_user_data", GDK2, GDK3};
 constinit CLateFunction<void(_GdkDrawable*, int*, int*, int*, int*, int*)> s_geometry{
@@ -34,7 +35,6 @@ constinit CLateFunction<void(_GdkDrawable*, int*, int*)> s_position{"gdk_window_
 constinit CLateFunction<int(_GdkDrawable*)> s_scale{"gdk_window_get_scale_factor", GDK3};
 constinit CLateFunction<_GdkDisplay*()> s_defaultDisplay{"gdk_display_get_default", GDK2, GDK3};
 constinit CLateFunction<void(_GdkDisplay*)> s_displaySync{"gdk_display_sync", GDK2, GDK3};
-constinit CLateFunction<int()> s_eventsPending{"gdk_events_pending", GDK2, GDK3};
 constinit CLateFunction<_GtkWidget*(_GtkBin*)> s_binChild{"gtk_bin_get_child", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_comboType{{GTK2, "gtk_combo_get_type"},
                                                      {GTK3, "gtk_combo_box_get_type"}};
@@ -123,6 +123,11 @@ void* _g_list_nth_data(_GList* list, int index)
     return s_listNthData(list, index);
 }
 
+unsigned _g_idle_add_full(int priority, int (*function)(void*), void* data, void (*destroy)(void*))
+{
+    return s_addIdle(priority, function, data, destroy);
+}
+
 int _g_type_is_a(unsigned long type, unsigned long ancestor)
 {
     return s_typeIsA(type, ancestor);
@@ -192,11 +197,6 @@ _GdkDisplay* _gdk_display_get_default()
 void _gdk_display_sync(_GdkDisplay* display)
 {
     s_displaySync(display);
-}
-
-int _gdk_events_pending()
-{
-    return s_eventsPending();
 }
 
 _GtkWidget* _gtk_bin_get_child(_GtkBin* bin)

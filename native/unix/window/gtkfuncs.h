@@ -33,6 +33,7 @@ bool isGTK3();
 void _g_list_free(_GList* list);
 unsigned _g_list_length(_GList* list);
 void* _g_list_nth_data(_GList* list, int index);
+unsigned _g_idle_add_full(int priority, int (*function)(void*), void* data, void (*destroy)(void*));
 /// @return not 0 when `type` is `ancestor` or derived from it
 int _g_type_is_a(unsigned long type, unsigned long ancestor);
 
@@ -50,7 +51,6 @@ void _gdk_window_get_position(_GdkDrawable* window, int* x, int* y); ///< in the
 int _gdk_window_get_scale_factor(_GdkDrawable* window); ///< pixels of X11 for one of GTK 3; 0 under GTK 2
 _GdkDisplay* _gdk_display_get_default();
 void _gdk_display_sync(_GdkDisplay* display);
-int _gdk_events_pending(); ///< not 0 when an event waits, or part of one
 
 _GtkWidget* _gtk_bin_get_child(_GtkBin* bin);
 unsigned long _gtk_combo_get_type();                           ///< under GTK 3 the type of combo boxes

@@ -7,9 +7,9 @@ import com.talvern.test.gx.sys.NativeLibrary;
  * Motif texts, cuts those of GTK, and has places for items that nobody sees. On the GUI thread only.
  */
 final class MenuItems {
-    /** Bit of the first number of {@link #views}: the item is part of the menu, though perhaps scrolled out of sight. */
+    /** Bit of each first number of {@link #look}: the item is part of the menu, though perhaps scrolled out of sight. */
     static final int SHOWN = 1;
-    /** Bit of the first number of {@link #views}: a click on it does something. */
+    /** Bit of each first number of {@link #look}: a click on it does something. */
     static final int ENABLED = 2;
 
     static {
@@ -28,13 +28,14 @@ final class MenuItems {
     static native String[] texts(long menu);
 
     /**
-     * What a user sees of the items.
+     * What a user sees of a menu and its items.
      *
      * @param menu X window of the menu or menu bar
-     * @return six numbers for each item: the bits above; left, top, width and height of the part that the menu does not
-     *     hide, on the screen, all 0 when nothing of it is to be seen; X window of the menu that it has opened, or 0
+     * @return six numbers for the menu, and as many for each item: the bits above, for the menu whether it is open; left,
+     *     top, width and height of the part that is not hidden, on the screen, all 0 when nothing of it is to be seen; X
+     *     window of the menu that the item has opened, or 0
      */
-    static native long[] views(long menu);
+    static native long[] look(long menu);
 
     /**
      * How long a click on an item would be lost: Motif takes one that comes soon after the click that has opened an
@@ -45,6 +46,14 @@ final class MenuItems {
      */
     static native int msUntilClickIsTaken(long menu);
 
-    /** @return whether the toolkit has seen to all that was played before */
-    static native boolean hasReadEvents();
+    /** @return what to ask {@link #hasSeenTo} for, about all that was played before */
+    static native int markEvents();
+
+    /**
+     * Whether the toolkit has seen to what was played before a mark. Any thread.
+     *
+     * @param mark of {@link #markEvents}
+     * @return false, too, while something else has the main loop busy
+     */
+    static native boolean hasSeenTo(int mark);
 }

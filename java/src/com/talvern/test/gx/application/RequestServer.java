@@ -40,6 +40,7 @@ import java.util.function.Function;
 public final class RequestServer implements ApplicationService {
     /** Engines, and threads of engines, that come at the same moment. */
     private static final int BACKLOG = 128;
+    private static final long POLL_NS = 500_000;
 
     private final Set<SocketChannel> lines = ConcurrentHashMap.newKeySet();
     private AgentAddress address;
@@ -185,10 +186,10 @@ public final class RequestServer implements ApplicationService {
                 return whenReady(menus, all(menus, MenuView::write));
             };
             case CONTEXT_MENU -> () -> perhapsReady(Widgets.contextMenu());
-            case HAS_READ_EVENTS -> () -> {
-                boolean hasRead = MenuItems.hasReadEvents();
-                return out -> out.add(hasRead);
-            };
+            case AWAIT_IDLE -> with(in.nextLong(), limit -> {
+                int mark = MenuItems.markEvents();
+                return out -> out.add(awaitIdle(mark, limit));
+            });
             case LIST -> with(in.nextLong(), window -> perhaps(Widgets.list(window), ListView::write));
             case LIST_AT_POINT -> with(new Point(in.nextInt(), in.nextInt()),
                 place -> perhaps(Widgets.listAt(place), ListView::write));
@@ -240,6 +241,17 @@ public final class RequestServer implements ApplicationService {
             out.add(ids.length);
             Arrays.stream(ids).forEach(out::add);
         };
+    }
+
+    private static boolean awaitIdle(int mark, long limitMs) {
+        long end = System.nanoTime() + TimeUnit.MILLISECONDS.toNanos(limitMs);
+        while (!MenuItems.hasSeenTo(mark)) {
+            if (System.nanoTime() - end >= 0) {
+                return false;
+            }
+            LockSupport.parkNanos(POLL_NS);
+        }
+        return true;
     }
 
     private static <T> Consumer<Values> perhaps(T view, BiConsumer<T, Values> write) {

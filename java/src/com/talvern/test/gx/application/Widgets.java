@@ -18,6 +18,9 @@ import java.util.List;
 
 /** Takes views of this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
 final class Widgets {
+    /** Of {@link MenuItems#look} for the menu and for each item. */
+    private static final int NUMBERS = 6;
+
     private Widgets() {}
 
     /**
@@ -52,21 +55,26 @@ final class Widgets {
         if (menu == null || menu.getItemCount() < 0) {
             return null;
         }
-        boolean isOpen = new NativeWindow(menu.getHandle()).nativeIsShowing();
         String[] texts = MenuItems.texts(menu.getHandle());
-        long[] views = MenuItems.views(menu.getHandle());
-        List<MenuView.Item> items = new ArrayList<>(texts.length);
-        for (int index = 0; index < texts.length; ++index) {
-            items.add(viewOf(index, texts[index], Arrays.copyOfRange(views, 6 * index, 6 * index + 6), isOpen));
+        long[] seen = MenuItems.look(menu.getHandle());
+        boolean isOpen = (seen[0] & MenuItems.SHOWN) != 0;
+        int count = Math.min(texts.length, seen.length / NUMBERS - 1);
+        List<MenuView.Item> items = new ArrayList<>(count);
+        for (int index = 0; index < count; ++index) {
+            items.add(viewOf(index, texts[index], seen, NUMBERS * (index + 1), isOpen));
         }
-        return new MenuView(menu.getHandle(), menu.getScreenRectangle(), items);
+        return new MenuView(menu.getHandle(), boxAt(seen, 1), items);
     }
 
     /** An item of a menu that is not open has a place, too, where nobody would find it. */
-    private static MenuView.Item viewOf(int index, String text, long[] view, boolean isOpen) {
-        Rectangle seen = new Rectangle((int) view[1], (int) view[2], (int) view[3], (int) view[4]);
-        return new MenuView.Item(index, text, isOpen && !seen.isEmpty() ? seen : null, view[5],
-            (view[0] & MenuItems.SHOWN) != 0, (view[0] & MenuItems.ENABLED) != 0);
+    private static MenuView.Item viewOf(int index, String text, long[] seen, int at, boolean isOpen) {
+        return new MenuView.Item(index, text, isOpen ? boxAt(seen, at + 1) : null, seen[at + 5],
+            (seen[at] & MenuItems.SHOWN) != 0, (seen[at] & MenuItems.ENABLED) != 0);
+    }
+
+    private static Rectangle boxAt(long[] seen, int at) {
+        Rectangle box = new Rectangle((int) seen[at], (int) seen[at + 1], (int) seen[at + 2], (int) seen[at + 3]);
+        return box.isEmpty() ? null : box;
     }
 
     static ListView list(long window) {

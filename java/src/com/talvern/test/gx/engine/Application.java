@@ -55,8 +55,8 @@ public final class Application implements AutoCloseable {
     private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
     private static final Duration LONGEST = Duration.ofDays(365);
-    /** A program that still has some to read then is one that gets some at any time. */
-    private static final Duration EVENTS_WITHOUT_END = Duration.ofSeconds(1);
+    /** A program that has seen to nothing else for so long is one that always has something to see to. */
+    private static final Duration NEVER_IDLE = Duration.ofSeconds(1);
     private static final long FIRST_POLL_MS = 10;
     /** Asked more often, an application has too little time for what it is waited for. */
     private static final long LAST_POLL_MS = 160;
@@ -398,35 +398,73 @@ public final class Application implements AutoCloseable {
      * @throws ApplicationException.NotInTime it has not come into sight
      */
     public MenuView.Item reveal(MenuView menu, String item) {
+        Rectangle[] before = new Rectangle[1];
+        boolean[] rests = new boolean[1];
         return await("the item " + item, asked -> {
-            asked.awaitEventsRead();
+            asked.awaitIdle();
             Optional<MenuView> now = asked.menu(menu.window());
-            Optional<MenuView.Item> found = now.map(view -> usable(view.item(item)));
-            found.filter(hidden -> hidden.bounds() == null).ifPresent(hidden -> scrollTowards(hidden, now.get()));
-            return found.filter(seen -> seen.bounds() != null);
+            if (now.isEmpty()) {
+                return Optional.empty();
+            }
+            MenuView.Item found = usable(now.get().item(item));
+            if (!rests[0] && isScrolled(now.get())) {
+                rests[0] = true;
+                pointInto(now.get());
+                return Optional.empty();
+            }
+            Rectangle place = found.bounds();
+            if (place != null && (isInReach(found, now.get()) || place.equals(before[0]))) {
+                return Optional.of(found);
+            }
+            before[0] = place;
+            scrollTowards(found, now.get());
+            return Optional.empty();
         });
     }
 
+    /** A pane that has opened under the pointer, with an arrow there, scrolls by itself. */
+    private static boolean isScrolled(MenuView view) {
+        List<MenuView.Item> seen = seenIn(view);
+        return seen.size() > 1 && seen.get(0).bounds().y != seen.get(1).bounds().y
+            && seen.size() < view.items().stream().filter(MenuView.Item::shown).count();
+    }
+
+    private static List<MenuView.Item> seenIn(MenuView view) {
+        return view.items().stream().filter(item -> item.bounds() != null).toList();
+    }
+
+    /** Moves the pointer to where nothing scrolls. */
+    private static Point pointInto(MenuView view) {
+        List<MenuView.Item> seen = seenIn(view);
+        Point place = middleOf(seen.get(seen.size() / 2).bounds());
+        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE);
+        return place;
+    }
+
+    /** An item at the edge may be cut, and be moved on by the arrow there, which the pointer comes near. */
+    private static boolean isInReach(MenuView.Item item, MenuView view) {
+        List<MenuView.Item> shown = view.items().stream().filter(MenuView.Item::shown).toList();
+        int at = shown.indexOf(item);
+        boolean follows = at == 0 || shown.get(at - 1).bounds() != null;
+        boolean goesOn = at == shown.size() - 1 || shown.get(at + 1).bounds() != null;
+        return follows == goesOn;
+    }
+
     /** While the wheel still turns, a click comes when another item is where this one was. */
-    private void awaitEventsRead() {
-        Duration limit = timeout.compareTo(EVENTS_WITHOUT_END) < 0 ? timeout : EVENTS_WITHOUT_END;
-        long end = System.nanoTime() + limit.toNanos();
-        while (!ask(Operation.HAS_READ_EVENTS, in -> { }, Values::nextBoolean) && System.nanoTime() - end < 0) {
-            pause(1);
-        }
+    private void awaitIdle() {
+        ask(Operation.AWAIT_IDLE, in -> in.add(Math.min(timeout.toMillis() / 2, NEVER_IDLE.toMillis())), Values::nextBoolean);
     }
 
     /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
     private static void scrollTowards(MenuView.Item item, MenuView view) {
-        List<MenuView.Item> seen = view.items().stream().filter(other -> other.bounds() != null).toList();
+        List<MenuView.Item> seen = seenIn(view);
         if (seen.isEmpty()) {
             return;
         }
         int above = seen.get(0).index() - item.index();
-        int below = seen.get(seen.size() - 1).index() - item.index();
-        Point place = middleOf(seen.get(seen.size() / 2).bounds());
-        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE);
-        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, above > 0 ? above : below, NativeKeyMouseEvent.WHEEL);
+        int below = item.index() - seen.get(seen.size() - 1).index();
+        NativeKeyMouseEvent.emitLLMouseEvent(pointInto(view), 0, 0, 0, below >= 0 ? -Math.max(below, 1) : Math.max(above, 1),
+            NativeKeyMouseEvent.WHEEL);
     }
 
     private MenuView.Item usable(MenuView.Item item) {

@@ -20,8 +20,8 @@ public enum Operation {
     FILE_DIALOGS,
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
     SET_FILE,
-    /** Answers whether all that was played before has been seen to. */
-    HAS_READ_EVENTS,
+    /** Milliseconds; answers once all that was played before has been seen to, or after this time: which of them. */
+    AWAIT_IDLE,
     /** Answers the number of windows and as many of {@link WidgetView}. */
     WIDGETS,
     /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */
