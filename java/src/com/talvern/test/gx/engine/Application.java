@@ -388,7 +388,9 @@ public final class Application implements AutoCloseable {
     }
 
     /**
-     * Turns the mouse wheel over a menu until an item shows that the menu has scrolled out of sight.
+     * Turns the mouse wheel over a menu until an item shows that the menu has scrolled out of sight, and the menu rests.
+     * In a menu that scrolls, the pointer is over it then. An application whose main loop always has something to do is
+     * waited for a second at each turn.
      *
      * @param menu a menu that is open, or a menu bar
      * @param item the text of one of its items
