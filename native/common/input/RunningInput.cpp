@@ -1,9 +1,10 @@
 #include "RunningInput.h"
 
+#include "ProcessEnd.h"
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -72,7 +73,7 @@ void endPlayback()
 bool enter()
 {
     // Later than the connections have registered theirs: what was registered last runs first.
-    [[maybe_unused]] static const int s_registered = std::atexit(endPlayback);
+    [[maybe_unused]] static const bool s_registered = atProcessEnd<endPlayback>();
     CPlayback& all = playback();
     const std::lock_guard guard(all.m_mutex);
     ++all.m_running;

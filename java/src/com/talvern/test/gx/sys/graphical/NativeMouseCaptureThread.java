@@ -24,7 +24,7 @@ import com.talvern.test.gx.sys.NativeLibrary;
  * button is released in the server, and pressed again once the pointer is captured. The first press that arrives in a capture
  * is taken for that one and is not reported, whichever button it is of. The button stays down until it is released the next
  * time: when the user was not holding it, the test must send the release ({@link NativeKeyMouseEvent#MOUSE_RELEASE}), or a
- * click.
+ * click. When the JVM ends during a capture, it is released.
  */
 public class NativeMouseCaptureThread {
     static {
