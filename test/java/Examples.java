@@ -43,7 +43,7 @@ final class Examples {
 
     private void take(Path file) {
         String name = file.getFileName().toString();
-        String stem = name.substring(0, name.indexOf('.'));
+        String stem = name.substring(0, name.indexOf('.')).replace("-", "");
         Matcher found = (name.endsWith(".md") ? IN_PAGE : IN_JAVADOC).matcher(textOf(file));
         int count = 0;
         while (found.find()) {

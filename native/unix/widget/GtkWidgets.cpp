@@ -20,9 +20,13 @@ struct CGtkKind {
     bool isLeaf = false;         ///< what is in it is of no interest
 };
 
+/// Tooltips, and what menus and choices open in, are windows for GTK alone.
 void readTitle(_GtkWidget* widget, CWidgetNode& node)
 {
+    constexpr int popup = 1;
     node.text = textOf(widget, "title");
+    if (intOf(widget, "type") == popup)
+        node.role = "OTHER";
 }
 
 void readLabel(_GtkWidget* widget, CWidgetNode& node)

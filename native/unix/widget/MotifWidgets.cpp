@@ -147,6 +147,8 @@ void CXtReader::readState(Widget widget, CWidgetNode& node)
         enabled = XtIsSensitive(widget);
         focused = XmGetFocusWidget(widget) == widget;
     });
+    if (isOfKind(XtParent(widget), "XmMenuShell")) // its panes are mapped past Xt
+        shows = stateOf(walkDisplay(), XtWindow(widget)).viewable;
     node.showing = node.showing && shows;
     node.enabled = enabled;
     node.focused = focused;
@@ -201,7 +203,7 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
         node.checked = facts.checked != 0;
     node.editable = facts.editable;
     node.secret = facts.secret;
-    node.box = box;
+    node.box = facts.pressed ? boxOf(facts.pressed, {box.getLeft(), box.getTop()}) : box;
     node.window = XtIsWidget(widget) ? XtWindow(widget) : 0;
     node.showing = aroundShows;
     readState(widget, node);

@@ -126,8 +126,9 @@ void readRowColumn(Widget widget, CXtFacts& facts)
         facts.isLeaf = true;
         if (const Widget label = XmOptionLabelGadget(widget))
             facts.label = compoundText(label, XmNlabelString);
-        if (const Widget button = XmOptionButtonGadget(widget))
-            facts.text = compoundText(button, XmNlabelString);
+        facts.pressed = XmOptionButtonGadget(widget);
+        if (facts.pressed)
+            facts.text = compoundText(facts.pressed, XmNlabelString);
     }
 }
 

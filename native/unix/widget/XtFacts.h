@@ -10,9 +10,9 @@ struct CXtFacts {
     const char* role = "OTHER";
     char* text = nullptr;
     char* label = nullptr;
-    bool takesInnerText = false; ///< what it says stands in a widget inside of it
-    bool isLeaf = false;         ///< what is in it is of no interest
-    bool isList = false;         ///< readXtList tells more
+    Widget pressed = nullptr; ///< the part of it that a user presses, when that is not the whole
+    bool isLeaf = false;      ///< what is in it is of no interest
+    bool isList = false;      ///< readXtList tells more
     bool hasValue = false;
     double value = 0;
     int checked = -1; ///< 0 or 1; -1 when it is nothing to check

@@ -49,8 +49,11 @@ import java.util.stream.Stream;
  * <p>Any number of threads may ask at once. Clicks and keys go through the X server and questions do not: a question may
  * be answered before the application has seen a click, so wait for its effect, as the {@code await} methods do.
  */
-public final class Application implements AutoCloseable {
+public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
+    private static final Duration DEFAULT_PATIENCE = Duration.ofSeconds(5);
+    /** How long a program is waited for that always has events. */
+    private static final long RESTLESS_NS = TimeUnit.SECONDS.toNanos(2);
     private static final Duration CLOSE = Duration.ofSeconds(2);
     private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
@@ -66,7 +69,9 @@ public final class Application implements AutoCloseable {
     private final Process process;
     private final boolean endsOnClose;
     private final Agent agent;
+    private final Pointer pointer = new Pointer();
     private volatile Duration timeout;
+    private volatile Duration patience = DEFAULT_PATIENCE;
 
     private Application(String name, ProcessHandle handle, Process process, boolean endsOnClose, Agent agent,
             Duration timeout) {
@@ -207,6 +212,75 @@ public final class Application implements AutoCloseable {
     }
 
     /**
+     * Sets how long widgets and windows that are asked for from now on wait for what they are to find or become.
+     *
+     * @param limit 5 seconds unless it is set
+     */
+    public void setPatience(Duration limit) {
+        patience = Objects.requireNonNull(limit, "a limit");
+    }
+
+    @Override
+    public Widget find(Query query) {
+        return new Widget(this, "application", "find(" + query + ")", query::find, patience);
+    }
+
+    /** @return the windows that are on the screen, those without a caption as well; no menus */
+    public List<AppWindow> windows() {
+        return tree().children().stream().filter(AppWindow::isWindow)
+            .map(view -> new AppWindow(this, view, patience)).toList();
+    }
+
+    /**
+     * Waits for a window.
+     *
+     * @param caption the whole text of its title bar
+     * @return the window
+     * @throws WidgetException.NotFound none has come up; the message names those that there are
+     * @throws WidgetException.Ambiguous there is more than one
+     */
+    public AppWindow awaitWindow(String caption) {
+        return AppWindow.await(this, WidgetView.quoted(caption), caption::equals, patience);
+    }
+
+    /**
+     * Waits for a window.
+     *
+     * @param caption a pattern for the whole text of its title bar
+     * @return the window
+     * @throws WidgetException.NotFound none has come up; the message names those that there are
+     * @throws WidgetException.Ambiguous there is more than one
+     */
+    public AppWindow awaitWindow(java.util.regex.Pattern caption) {
+        return AppWindow.await(this, "like " + caption, caption.asMatchPredicate(), patience);
+    }
+
+    Pointer pointer() {
+        return pointer;
+    }
+
+    /** Ids of the widgets that a press at a point goes to, from the innermost. */
+    List<Long> widgetsAt(Point place) {
+        return ask(Operation.WIDGETS_AT, in -> in.add(place.x).add(place.y), several(Values::nextLong));
+    }
+
+    boolean reveal(long id) {
+        return ask(Operation.REVEAL, in -> in.add(id), Values::nextBoolean);
+    }
+
+    /** Waits until the application has handled what the X server has for it. One that has ended has. */
+    void settle() {
+        long end = System.nanoTime() + RESTLESS_NS;
+        try {
+            while (ask(Operation.HAS_EVENTS, in -> { }, Values::nextBoolean) && System.nanoTime() - end < 0) {
+                pause(1);
+            }
+        } catch (ApplicationException.Ended byThat) {
+            return;
+        }
+    }
+
+    /**
      * The first menu bar that the application has.
      *
      * @return empty when it has none, or none that is on the screen
@@ -334,11 +408,21 @@ public final class Application implements AutoCloseable {
      * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
      */
     public void choose(String... path) {
+        choose(0, path);
+    }
+
+    /**
+     * Chooses a menu item of one of several windows.
+     *
+     * @param window an X window of the application, in which the menu bar is
+     * @param path the texts of the items, from the menu bar; one at least
+     */
+    public void choose(long window, String... path) {
         if (path.length == 0) {
             throw new IllegalArgumentException("no item to choose");
         }
         try {
-            MenuView menu = await("a menu bar", Application::menuBar);
+            MenuView menu = await("a menu bar", asked -> asked.menuBar(window));
             for (int depth = 0; depth < path.length - 1; ++depth) {
                 menu = open(menu, path[depth]);
             }

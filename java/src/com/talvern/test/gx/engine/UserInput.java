@@ -100,6 +100,13 @@ public final class UserInput implements AutoCloseable {
         awaitClickTaken();
     }
 
+    /** Plays an event of the mouse, unless it was stopped, and waits until the program under the pointer has taken it. */
+    void play(Runnable event) {
+        goOn(0);
+        event.run();
+        awaitClickTaken();
+    }
+
     /** Waits for the window manager and the program under the pointer to read the click, and for a frame of GTK 3. */
     private static native void awaitClickTaken();
 

@@ -37,6 +37,22 @@ public final class Windows {
     }
 
     /**
+     * The window that a user moves about: the frame that a window manager has drawn around it, or the window itself. Of a
+     * window that goes meanwhile it is the last that was found.
+     */
+    static NativeWindow topOf(NativeWindow window) {
+        long root = NativeWindow.nativeGetRootNativeWindow().getHandle();
+        NativeWindow top = window;
+        for (NativeWindow next = window; next != null && next.getHandle() != root; next = next.nativeGetParentWindow()) {
+            if (next != window && next.getHandle() == top.getHandle()) {
+                return top;
+            }
+            top = next;
+        }
+        return top;
+    }
+
+    /**
      * Makes sure that there is an X server to ask: without one every query answers neutrally, as if there were no windows.
      *
      * @throws ApplicationException.NoServer there is none, it refuses this program, or the connection to it is lost; the
@@ -54,5 +70,5 @@ public final class Windows {
             : "the X server " + display + " does not answer, refuses this program or has gone";
     }
 
-    private static native String nameOf(long window);
+    static native String nameOf(long window);
 }

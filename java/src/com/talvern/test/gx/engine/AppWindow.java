@@ -1,0 +1,172 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Rectangle;
+import java.time.Duration;
+import java.util.List;
+import java.util.Optional;
+import java.util.function.Predicate;
+
+/**
+ * A window of an application under test: that very one, not another that may come later with the same caption.
+ *
+ * <pre>{@code
+ * try (Application editor = Application.start("nedit")) {
+ *     editor.choose("Search", "Goto Line Number...");
+ *     AppWindow line = editor.awaitWindow("Goto Line Number");
+ *     System.out.println(line.tree());
+ *     line.button("Cancel").click();
+ *     line.awaitGone();
+ * }
+ * }</pre>
+ */
+public final class AppWindow implements WidgetScope {
+    private static final long POLL_MS = 20;
+
+    private final Application application;
+    private final long id;
+    private final long window;
+    private final String path;
+    private final Duration patience;
+
+    AppWindow(Application application, WidgetView view, Duration patience) {
+        this.application = application;
+        this.id = view.id();
+        this.window = view.window();
+        this.path = "application.awaitWindow(" + Query.literal(view.text()) + ")";
+        this.patience = patience;
+    }
+
+    static boolean isWindow(WidgetView view) {
+        return view.role() == Role.WINDOW || view.role() == Role.DIALOG;
+    }
+
+    static AppWindow await(Application application, String wanted, Predicate<String> caption, Duration patience) {
+        long end = System.nanoTime() + Application.nanosOf(patience);
+        while (true) {
+            List<WidgetView> windows = application.tree().children().stream().filter(AppWindow::isWindow).toList();
+            List<WidgetView> found = windows.stream().filter(view -> caption.test(captionOf(view))).toList();
+            if (found.size() == 1) {
+                return new AppWindow(application, found.get(0), patience);
+            }
+            if (found.size() > 1) {
+                throw new WidgetException.Ambiguous(found.size() + " windows are called " + wanted);
+            }
+            if (System.nanoTime() - end >= 0) {
+                throw new WidgetException.NotFound("no window " + wanted + " of " + application.name() + " within "
+                    + patience.toMillis() + " ms; there are: "
+                    + windows.stream().map(view -> WidgetView.quoted(captionOf(view))).toList());
+            }
+            Application.pause(POLL_MS);
+        }
+    }
+
+    /** A program may set its title past its toolkit. */
+    private static String captionOf(WidgetView view) {
+        return view.text().isEmpty() && view.window() != 0
+            ? Windows.nameOf(view.window()) : view.text();
+    }
+
+    private Optional<WidgetView> now() {
+        return now(application.tree());
+    }
+
+    private Optional<WidgetView> now(WidgetView tree) {
+        return tree.children().stream().filter(view -> view.id() == id && view.window() == window).findFirst();
+    }
+
+    @Override
+    public Widget find(Query query) {
+        return new Widget(application, path, "find(" + query + ")",
+            tree -> now(tree).map(query::find).orElse(List.of()), patience);
+    }
+
+    /**
+     * @return the window with all that is in it
+     * @throws WidgetException.NotFound it has gone
+     */
+    @Override
+    public WidgetView tree() {
+        return now().orElseThrow(() -> new WidgetException.NotFound(path + " has gone"));
+    }
+
+    /** @return a line of Java that finds a window with its caption */
+    public String path() {
+        return path;
+    }
+
+    /** @return its X window */
+    public long window() {
+        return window;
+    }
+
+    /** @return the text in its title bar; empty when it has none */
+    public String caption() {
+        return captionOf(tree());
+    }
+
+    /** @return where it is on the screen, without the frame of a window manager */
+    public Rectangle bounds() {
+        return tree().bounds();
+    }
+
+    /** @return whether keys go to it */
+    public boolean isActive() {
+        NativeWindow foreground = NativeWindow.nativeGetForeground();
+        return foreground.getHandle() == Windows.topOf(new NativeWindow(window)).getHandle();
+    }
+
+    /**
+     * Brings it to the front and has keys go to it, as a user does by its title bar.
+     *
+     * @throws WidgetException.NotSo it has not become active
+     */
+    public void activate() {
+        NativeTopLevelWindow top = new NativeTopLevelWindow(window);
+        top.nativeSetForeground();
+        if (!isActive()) {
+            top.nativeSetFocus();
+        }
+        await("active", this::isActive);
+        application.settle();
+    }
+
+    /** Asks the application to close it, as the close button does; the application may refuse, or ask back. */
+    public void close() {
+        new NativeTopLevelWindow(window).close();
+        application.settle();
+    }
+
+    /**
+     * Chooses an item of the menus of this window.
+     *
+     * @param item the texts of the items, from the menu bar; one at least
+     */
+    public void choose(String... item) {
+        application.choose(window, item);
+    }
+
+    /**
+     * Waits until it is no longer on the screen. With the application it has gone, too.
+     *
+     * @throws WidgetException.NotSo it still is
+     */
+    public void awaitGone() {
+        try {
+            await("gone", () -> now().isEmpty());
+        } catch (ApplicationException.Ended withAll) {
+            return;
+        }
+    }
+
+    private void await(String what, java.util.function.BooleanSupplier condition) {
+        long end = System.nanoTime() + Application.nanosOf(patience);
+        while (!condition.getAsBoolean()) {
+            if (System.nanoTime() - end >= 0) {
+                throw new WidgetException.NotSo(path + " is not " + what + " after " + patience.toMillis() + " ms");
+            }
+            Application.pause(POLL_MS);
+        }
+    }
+}

@@ -1,0 +1,65 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import java.awt.Point;
+
+/** Mouse and keyboard for widgets. Two clicks of this engine are never a double click of the application. */
+final class Pointer {
+    /** Longer than any toolkit waits for the second click of two, and further than it lets the pointer move. */
+    private static final long DOUBLE_CLICK_MS = 500;
+    private static final int DOUBLE_CLICK_PIXELS = 16;
+
+    private final UserInput input = new UserInput(() -> false);
+    private Point last;
+    private long lastTime;
+
+    void click(Point place, int button, int count) {
+        if (last != null && last.distance(place) < DOUBLE_CLICK_PIXELS) {
+            pauseBetweenClicks();
+        }
+        input.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(place, 0, 0, null, 0, 0, button, 0,
+            NativeKeyMouseEvent.CLICK, count));
+        last = place;
+        lastTime = System.nanoTime();
+    }
+
+    void pauseBetweenClicks() {
+        long passed = (System.nanoTime() - lastTime) / 1_000_000;
+        if (last != null && passed < DOUBLE_CLICK_MS) {
+            Application.pause(DOUBLE_CLICK_MS - passed);
+        }
+    }
+
+    void move(Point place) {
+        input.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE));
+    }
+
+    void drag(Point start, Point end) {
+        input.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(start, 0, 0, end, 0, 0, 0, 0, NativeKeyMouseEvent.DRAG, 1));
+    }
+
+    void keys(String keyString) {
+        input.keys(keyString);
+    }
+
+    /** Line ends and tabs are keys. */
+    void type(String text) {
+        StringBuilder plain = new StringBuilder();
+        for (char each : text.toCharArray()) {
+            if (each != '\n' && each != '\t') {
+                plain.append(each);
+                continue;
+            }
+            typePlain(plain);
+            input.keys(each == '\n' ? "~" : "{TAB}");
+        }
+        typePlain(plain);
+    }
+
+    private void typePlain(StringBuilder text) {
+        if (!text.isEmpty()) {
+            input.type(text.toString());
+            text.setLength(0);
+        }
+    }
+}

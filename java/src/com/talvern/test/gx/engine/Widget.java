@@ -1,0 +1,485 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import java.awt.Point;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Objects;
+import java.util.Optional;
+import java.util.function.Function;
+import java.util.function.Predicate;
+import java.util.function.Supplier;
+import java.util.regex.Pattern;
+import java.util.stream.IntStream;
+
+/**
+ * A widget of an application under test, as a question that is asked anew at each use: it need not be there yet.
+ *
+ * <pre>{@code
+ * try (Application editor = Application.start("nedit")) {
+ *     editor.choose("Search", "Find...");
+ *     editor.field("String to Find").setText("needle");
+ *     editor.toggle("Case Sensitive").set(true);
+ *     editor.button("Find").await("enabled", WidgetView::enabled);
+ *     editor.button("Cancel").click();
+ * }
+ * }</pre>
+ *
+ * <p><b>Strict and patient.</b> What asks for one widget waits until there is one, for five seconds unless {@link
+ * Application#setPatience} or {@link #within} says otherwise. Then it ends in {@link WidgetException.NotFound}, which names
+ * what there is instead. If there is more than one it ends at once, in {@link WidgetException.Ambiguous}.
+ *
+ * <p><b>Actions</b> wait until the widget shows, is enabled, and has kept its place for two looks; what can be scrolled
+ * is scrolled until it is in sight. Then the application is asked what a press at the place would go to: if that is
+ * another widget, a dialog or another program's window, it ends in {@link WidgetException.Covered}. Only then is input
+ * played, as by a user, and the call returns when the application has handled all that the X server has for it, or two
+ * seconds later. Nothing is pressed twice.
+ *
+ * <p>Exceptions of questions are those of {@link Application} as well. Any thread may use it; one at a time should play.
+ */
+public final class Widget implements WidgetScope {
+    private static final long POLL_MS = 20;
+
+    private final Application application;
+    private final String base;
+    private final String call;
+    private final Function<WidgetView, List<WidgetView>> finder;
+    private final Duration patience;
+
+    /** @param finder in the tree of the application */
+    Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
+            Duration patience) {
+        this.application = application;
+        this.base = base;
+        this.call = call;
+        this.finder = finder;
+        this.patience = patience;
+    }
+
+    /** The same question, as people would write it. */
+    Widget knownAs(String shorter) {
+        return new Widget(application, base, shorter, finder, patience);
+    }
+
+    private Widget derived(String further, Function<WidgetView, List<WidgetView>> from) {
+        return new Widget(application, path(), further,
+            tree -> finder.apply(tree).stream().flatMap(view -> from.apply(view).stream()).toList(), patience);
+    }
+
+    /** @return a line of Java that finds it again, where {@code application} is the application */
+    public String path() {
+        return base + "." + call;
+    }
+
+    /**
+     * @param limit the longest wait; may be zero
+     * @return the same question, with another patience
+     */
+    public Widget within(Duration limit) {
+        return new Widget(application, base, call, finder, limit);
+    }
+
+    /**
+     * @param position in the order of the tree, from 0
+     * @return one of several that match
+     */
+    public Widget at(int position) {
+        return new Widget(application, path(), "at(" + position + ")", tree -> {
+            List<WidgetView> found = finder.apply(tree);
+            return position >= 0 && position < found.size() ? List.of(found.get(position)) : List.of();
+        }, patience);
+    }
+
+    @Override
+    public Widget find(Query query) {
+        return derived("find(" + query + ")", query::find);
+    }
+
+    @Override
+    public WidgetView tree() {
+        return view();
+    }
+
+    /** @return the widget with all that is in it, once there is one */
+    public WidgetView view() {
+        return patiently(this::one);
+    }
+
+    /** @return what it says or holds */
+    public String text() {
+        return view().text();
+    }
+
+    /** @return whether it reacts */
+    public boolean isEnabled() {
+        return view().enabled();
+    }
+
+    /** @return whether it is ticked, pressed, in front or selected */
+    public boolean isSelected() {
+        return isSelected(view());
+    }
+
+    private static boolean isSelected(WidgetView view) {
+        return view.selected() || Boolean.TRUE.equals(view.checked());
+    }
+
+    /** @return whether there is one now that shows */
+    public boolean exists() {
+        return finder.apply(application.tree()).stream().anyMatch(WidgetView::showing);
+    }
+
+    /** @return all that match now, each as a question of its own */
+    public List<Widget> all() {
+        return IntStream.range(0, finder.apply(application.tree()).size()).mapToObj(this::at).toList();
+    }
+
+    /** @return the rows in sight of a list, table or tree, each as the texts of its cells */
+    public List<List<String>> rows() {
+        return view().rows().stream().map(WidgetView.Row::cells).toList();
+    }
+
+    /** Presses the left button on it. */
+    public void click() {
+        press(0, 1);
+    }
+
+    /** Presses the left button on it twice. */
+    public void doubleClick() {
+        press(0, 2);
+    }
+
+    /** Presses the right button on it. */
+    public void rightClick() {
+        press(NativeKeyMouseEvent.BUTTON_RIGHT, 1);
+    }
+
+    private void press(int button, int count) {
+        Point place = ready();
+        application.pointer().click(place, button, count);
+        application.settle();
+    }
+
+    /** Moves the pointer over it. */
+    public void hover() {
+        application.pointer().move(ready());
+        application.settle();
+    }
+
+    /**
+     * Drags it with the left button.
+     *
+     * @param target where to
+     */
+    public void dragTo(Widget target) {
+        Point end = target.ready();
+        application.pointer().drag(ready(), end);
+        application.settle();
+    }
+
+    /** Gives it the keyboard focus by a click, if it has not got it. */
+    public void focus() {
+        if (!view().focused()) {
+            click();
+        }
+    }
+
+    /**
+     * Types a text into it. If it has not got the focus, that is given to it by a click, and the text goes to the end.
+     *
+     * @param text may have line ends and tabs, which are keys
+     */
+    public void type(String text) {
+        WidgetView field = editable();
+        if (!field.focused()) {
+            click();
+            application.pointer().keys(field.role() == Role.TEXT_AREA ? "^{END}" : "{END}");
+        }
+        application.pointer().type(text);
+        application.settle();
+    }
+
+    /**
+     * Replaces what it holds: clicks on it, selects all by the keyboard, and types. What it shows then is the application's
+     * affair; see {@link #awaitText(String)}.
+     *
+     * @param text may be empty
+     */
+    public void setText(String text) {
+        WidgetView field = editable();
+        click();
+        application.pointer().keys(field.role() == Role.TEXT_AREA ? "^{HOME}^+{END}" : "{HOME}+{END}");
+        if (text.isEmpty()) {
+            application.pointer().keys("{DEL}");
+        } else {
+            application.pointer().type(text);
+        }
+        application.settle();
+    }
+
+    private WidgetView editable() {
+        return patiently(tree -> one(tree).then(view -> view.editable() && view.enabled() ? Outcome.of(view)
+            : Outcome.failed(() -> new WidgetException.NotReady(path() + " cannot be typed into: " + view.line()))));
+    }
+
+    /**
+     * Ticks or unticks it by a click, unless it is so already.
+     *
+     * @param checked how it shall be
+     * @throws WidgetException.NotReady it is nothing to tick
+     * @throws WidgetException.NotSo it has not become so by the click
+     */
+    public void set(boolean checked) {
+        WidgetView before = view();
+        if (before.checked() == null) {
+            throw new WidgetException.NotReady(path() + " is nothing to tick: " + before.line());
+        }
+        if (before.checked() != checked) {
+            click();
+            await(checked ? "checked" : "unchecked", view -> view.checked() != null && view.checked() == checked);
+        }
+    }
+
+    /**
+     * A cell of a list, table or tree.
+     *
+     * @param row the number of the row, from 0, among those in sight
+     * @param column from 0
+     * @return the cell
+     */
+    public Widget cell(int row, int column) {
+        return derived("cell(" + row + ", " + column + ")", view -> cells(view, column,
+            each -> view.rows().indexOf(each) == row));
+    }
+
+    /**
+     * A cell of a list, table or tree.
+     *
+     * @param row what any cell of the row says
+     * @param column from 0
+     * @return the cell, if the row is in sight
+     */
+    public Widget cell(String row, int column) {
+        return derived("cell(" + Query.literal(row) + ", " + column + ")", view -> cells(view, column,
+            each -> each.cells().contains(row)));
+    }
+
+    private static List<WidgetView> cells(WidgetView table, int column, Predicate<WidgetView.Row> row) {
+        return table.rows().stream().filter(row).filter(each -> column < each.cells().size())
+            .map(each -> table.cell(each, column)).toList();
+    }
+
+    /**
+     * Selects a row of a list, table or tree, or an entry of a list of widgets, by a click.
+     *
+     * @param text what any cell of it says
+     */
+    public void select(String text) {
+        selectBy(view -> {
+            List<WidgetView> found = cells(view, 0, row -> row.cells().contains(text));
+            return found.isEmpty() ? Query.role(Role.ITEM).text(text).find(view) : found;
+        }, "select(" + Query.literal(text) + ")");
+    }
+
+    /**
+     * Selects a row in sight by a click.
+     *
+     * @param row from 0
+     */
+    public void select(int row) {
+        selectBy(view -> cells(view, 0, each -> view.rows().indexOf(each) == row), "select(" + row + ")");
+    }
+
+    private void selectBy(Function<WidgetView, List<WidgetView>> found, String name) {
+        Widget row = derived(name, found);
+        row.click();
+        row.await("selected", WidgetView::selected);
+    }
+
+    /**
+     * Chooses from a combo box or option menu: opens it by a click, and clicks on the entry.
+     *
+     * @param text what the entry says
+     */
+    public void choose(String text) {
+        List<Long> before = application.tree().children().stream().map(WidgetView::id).toList();
+        click();
+        Query entry = Query.role(Role.ITEM).text(text);
+        Widget popup = new Widget(application, path(), "choose(" + Query.literal(text) + ")",
+            tree -> tree.children().stream().filter(window -> !before.contains(window.id()))
+                .flatMap(window -> entries(window, entry, text).stream()).toList(), patience);
+        application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
+        popup.click();
+        popup.awaitGone();
+    }
+
+    private static List<WidgetView> entries(WidgetView window, Query item, String text) {
+        List<WidgetView> items = item.find(WidgetView.ofApplication("", List.of(window)));
+        return !items.isEmpty() ? items : window.all()
+            .flatMap(view -> cells(view, 0, row -> row.cells().contains(text)).stream()).toList();
+    }
+
+    /**
+     * Writes into a cell of a table or tree: clicks on it until its field opens, once to select the row and once to write,
+     * and ends with the Enter key.
+     *
+     * @param text the new content
+     * @throws WidgetException.NotFound no field opens
+     */
+    public void edit(String text) {
+        long table = view().id();
+        Widget field = new Widget(application, path(), "edit(" + Query.literal(text) + ")",
+            tree -> tree.all().filter(view -> view.id() == table)
+                .flatMap(view -> Kinds.FIELD.find(view).stream()).filter(WidgetView::showing).toList(), patience);
+        if (!field.exists()) {
+            click();
+        }
+        if (!field.exists()) {
+            application.pointer().pauseBetweenClicks();
+            click();
+        }
+        field.view();
+        application.pointer().keys("{HOME}+{END}");
+        application.pointer().type(text);
+        application.pointer().keys("~");
+        application.settle();
+    }
+
+    /**
+     * Waits until it says exactly that.
+     *
+     * @param text the whole text
+     */
+    public void awaitText(String text) {
+        await("with the text " + WidgetView.quoted(text), view -> view.text().equals(text));
+    }
+
+    /**
+     * Waits until the whole of its text matches.
+     *
+     * @param text a pattern
+     */
+    public void awaitText(Pattern text) {
+        await("with a text like " + text, view -> text.matcher(view.text()).matches());
+    }
+
+    /**
+     * Waits until it is as it should be.
+     *
+     * @param description for the exception, behind "is not"
+     * @param condition of the widget
+     * @return the widget as it is then
+     * @throws WidgetException.NotSo it has not become so
+     */
+    public WidgetView await(String description, Predicate<WidgetView> condition) {
+        return patiently(tree -> one(tree).then(view -> condition.test(view) ? Outcome.of(view)
+            : Outcome.failed(() -> new WidgetException.NotSo(path() + " is not " + description + " after "
+                + patience.toMillis() + " ms: " + view.line()))));
+    }
+
+    /**
+     * Waits until none shows that matches. With the application its widgets have gone, too.
+     *
+     * @throws WidgetException.NotSo one still shows
+     */
+    public void awaitGone() {
+        try {
+            patiently(this::gone);
+        } catch (ApplicationException.Ended withAll) {
+            return;
+        }
+    }
+
+    private Outcome<Boolean> gone(WidgetView tree) {
+        Optional<WidgetView> left = finder.apply(tree).stream().filter(WidgetView::showing).findFirst();
+        return left.isEmpty() ? Outcome.of(true) : Outcome.failed(() -> new WidgetException.NotSo(
+            path() + " is still there after " + patience.toMillis() + " ms: " + left.get().line()));
+    }
+
+    /** What came of a look: a value, or why there is none. */
+    private record Outcome<T>(T value, Supplier<WidgetException> failure) {
+        static <T> Outcome<T> of(T value) {
+            return new Outcome<>(value, null);
+        }
+
+        static <T> Outcome<T> failed(Supplier<WidgetException> failure) {
+            return new Outcome<>(null, failure);
+        }
+
+        <R> Outcome<R> then(Function<T, Outcome<R>> next) {
+            return failure == null ? next.apply(value) : failed(failure);
+        }
+    }
+
+    /** Looks until there is a value, or the time is over. */
+    private <T> T patiently(Function<WidgetView, Outcome<T>> look) {
+        long end = System.nanoTime() + Application.nanosOf(patience);
+        while (true) {
+            Outcome<T> outcome = look.apply(application.tree());
+            if (outcome.failure() == null) {
+                return outcome.value();
+            }
+            if (System.nanoTime() - end >= 0) {
+                throw outcome.failure().get();
+            }
+            Application.pause(POLL_MS);
+        }
+    }
+
+    private Outcome<WidgetView> one(WidgetView tree) {
+        List<WidgetView> found = finder.apply(tree);
+        if (found.size() > 1) {
+            throw new WidgetException.Ambiguous(path() + " is " + found.size() + " widgets:" + lines(found));
+        }
+        return found.size() == 1 ? Outcome.of(found.get(0)) : Outcome.failed(() -> new WidgetException.NotFound(
+            "no " + path() + " within " + patience.toMillis() + " ms; there is:"
+                + lines(NearTexts.sorted(call, tree.all().skip(1).filter(WidgetView::showing).toList()))));
+    }
+
+    private static String lines(List<WidgetView> views) {
+        List<String> lines = new ArrayList<>(views.stream().limit(10).map(WidgetView::line).toList());
+        if (views.size() > lines.size()) {
+            lines.add("and " + (views.size() - lines.size()) + " more");
+        }
+        return "\n  " + String.join("\n  ", lines);
+    }
+
+    /** @return where to press it, once that is right */
+    private Point ready() {
+        WidgetView[] before = new WidgetView[1];
+        return patiently(tree -> one(tree).then(view -> {
+            WidgetView last = before[0];
+            before[0] = view;
+            return usable(view).then(usable -> last != null && Objects.equals(last.seen(), usable.seen())
+                ? Outcome.of(usable)
+                : notReady(view, "moves")).then(steady -> uncovered(steady, tree));
+        }));
+    }
+
+    private Outcome<WidgetView> notReady(WidgetView view, String why) {
+        return Outcome.failed(() -> new WidgetException.NotReady(path() + " " + why + ": " + view.line()));
+    }
+
+    private Outcome<WidgetView> usable(WidgetView view) {
+        if (!view.showing()) {
+            return notReady(view, "is hidden");
+        }
+        if (!view.enabled()) {
+            return notReady(view, "is disabled");
+        }
+        if (view.seen() == null) {
+            application.reveal(view.id());
+            return notReady(view, "is out of sight");
+        }
+        return Outcome.of(view);
+    }
+
+    private Outcome<Point> uncovered(WidgetView view, WidgetView tree) {
+        Point middle = new Point((int) view.seen().getCenterX(), (int) view.seen().getCenterY());
+        List<Long> there = application.widgetsAt(middle);
+        return there.contains(view.id()) ? Outcome.of(middle) : Outcome.failed(() -> new WidgetException.Covered(
+            path() + " cannot be pressed at " + middle.x + "," + middle.y + ": "
+                + Covering.describe(middle, there, tree) + " takes the press from " + view.line()));
+    }
+}
