@@ -14,6 +14,7 @@
 #include <cstring>
 #include <ctime>
 #include <cerrno>
+#include <mutex>
 
 #include "Keyboards.h"
 #include "ScopedX.h"
@@ -23,7 +24,7 @@
 #include <X11/keysym.h>
 
 constinit CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered] = {};
-constinit bool g_bKeyMappingTableBuilt = false;
+constinit std::atomic<bool> g_bKeyMappingTableBuilt = false;
 
 namespace {
 constexpr unsigned long noKey = 0xFFFF;
@@ -309,11 +310,15 @@ bool mayGoOn()
 
 void BuildKeyMappingTable()
 {
+    static std::mutex s_building;
+    const std::lock_guard guard(s_building);
+    if (g_bKeyMappingTableBuilt)
+        return;
     const CEnvironmentLocale locale;
     const KeyboardMap map = mapOfXTestKeyboard(g_display);
     for (unsigned i = 0; map && i < 2 * keyCodesConsidered; ++i)
         describeKey(*map, i % keyCodesConsidered, i >= keyCodesConsidered, g_KeyMappingTable[i]);
-    g_bKeyMappingTableBuilt = true;
+    g_bKeyMappingTableBuilt = map != nullptr;
 }
 
 size_t FindInKeyMappingTable(const char* text)

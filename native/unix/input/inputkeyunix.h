@@ -5,6 +5,7 @@
 
 #include "StrokeSink.h"
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 
@@ -23,7 +24,8 @@ constexpr unsigned keyCodesConsidered = 248;
 /// translation from the map that the keyboard of XTest has then, whoever pressed a key last; later changes of
 /// the layout are not seen.
 extern CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered];
-extern bool g_bKeyMappingTableBuilt;
+extern std::atomic<bool> g_bKeyMappingTableBuilt;
+/// Does nothing when it has been built. Any thread; the others wait.
 void BuildKeyMappingTable();
 
 /// Index of the first entry with this text; all ones when there is none.
