@@ -203,7 +203,7 @@ const CGtkKind& kindOf(unsigned long type)
     static std::unordered_map<unsigned long, const CGtkKind*> s_known;
     const CGtkKind*& kind = s_known[type];
     for (unsigned long each = type; each && !kind; each = g::parentType(each)) {
-        const std::string_view name = textOrNone(g::typeName(each));
+        const std::string name = textOrNone(g::typeName(each));
         const auto found = std::find_if(std::begin(kinds), std::end(kinds),
                                         [&](const CGtkKind& known) { return name == known.type; });
         kind = found == std::end(kinds) ? nullptr : &*found;
