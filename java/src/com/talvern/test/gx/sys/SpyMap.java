@@ -16,6 +16,20 @@ package com.talvern.test.gx.sys;
  * <p>Keys are compared by their 16-bit units. A null key is refused: noted in the trace, and answered by false or
  * null. An object that names nothing yet looks like an empty map to {@link #size}, {@link #keys} and {@link #elements}.
  *
+ * <p><b>Keys that share a bucket</b>, for instance those of the same letters, lie in a chain together with their values. A
+ * chain lives until its heap goes: {@link #removeAll}, {@link #free} and the growth of the map leave it allocated. And a key
+ * is not found there behind a value that is the same text. Both are no matter for a map that has a transaction of its own,
+ * and values that are no keys:
+ *
+ * <pre>{@code
+ * SpyMap run = new SpyMap();
+ * run.create("Run", 7, 100);
+ * run.put("ab", "ba");
+ * run.put("ba", "x");              // the bucket of "ab": get("ba") answers null, for the value "ba" comes first
+ * new SpyMemory().delete("Run");   // the name is not in the transaction
+ * new SpyMemory().free(7);         // everything that is, chains included
+ * }</pre>
+ *
  * <p>Keys of one length whose units have the same remainders modulo 31 share a bucket, so the map is fast for some
  * thousand keys that differ in length or letters. What is removed frees its string; a string that is replaced is freed
  * as long as its key has the bucket to itself.
@@ -141,7 +155,7 @@ public class SpyMap extends SpyMemory {
      */
     public native Object remove(String key);
 
-    /** Empties the map and frees keys and strings. */
+    /** Empties the map and frees the keys and strings that share their bucket with no other key. */
     public native void removeAll();
 
     /**
@@ -161,7 +175,9 @@ public class SpyMap extends SpyMemory {
     /** @return the number of entries */
     public native int size();
 
-    /** Frees the map with keys and strings; this object then names none. Objects that it referred to live on. */
+    /**
+     * Frees the map with what {@link #removeAll} frees; this object then names none. Objects that it referred to live on.
+     */
     @Override
     public native void free();
 }

@@ -15,6 +15,9 @@ package com.talvern.test.gx.sys;
  *
  * <p>Indices are those of arrays, and a negative one lies beyond every end. An object that names nothing yet looks
  * like an empty vector to the queries.
+ *
+ * <p>A vector that could not take an element in, since that was refused, may have grown: it has room for more elements then, and
+ * as many as before.
  */
 public class SpyVector extends SpyMemory {
     /** An object that names no vector yet. */
