@@ -105,6 +105,8 @@ public:
     /// place of whatever handler the host had. @return false when the semaphores are gone (traced), or were
     /// given back while it waited
     bool waitForMessage();
+    /// Takes one signal of event 0, when there is one.
+    void takeSignal();
     /// Signals event 0: the message is in its queue. With `waitForReply` it blocks for event 1, 120 seconds
     /// at most, looking each millisecond whether it came and the receiver lives.
     /// @return false: no signal was possible (traced), or no reply came in time, with errno EAGAIN
@@ -134,7 +136,7 @@ public:
     /// what a killed process leaves.
     static void exitHandler() noexcept;
     /// Cleans up and ends the process with _exit(-1). The thread it interrupts never goes on: whatever change
-    /// of spy memory it was in is left as a killed process leaves it, and repaired by the next. When it was
+    /// of spy memory it was in is undone. When it was
     /// just taking or giving back the heap lock, that is not to be had, and nothing is cleaned. When it holds
     /// a lock of the C library that the cleaning needs, an alarm ends the process after two seconds.
     static void sig_term(int, siginfo_t*, void*);

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CSharedMemory;
 class CSpyHeap;
@@ -124,6 +125,16 @@ public:
 
         CSpyMemRef load() const;
         void store(const CSpyMemRef& ref);
+    };
+
+    /// Looks at heaps without the mutex, for a scope: one that another thread drops meanwhile leaves the
+    /// table at once, and is detached later.
+    class CReading {
+    public:
+        CReading() { ++s_readers; }
+        ~CReading() { --s_readers; }
+        CReading(const CReading&) = delete;
+        CReading& operator=(const CReading&) = delete;
     };
 
     static constexpr unsigned int GlobalSlots = 16;
@@ -266,6 +277,16 @@ public:
     /// Whether the block holds exactly the bytes of `expected`, which has at least its size.
     static bool verifySpyMemory(const char* expected, CSpyMemRef ref);
 
+    /// The heap of this process's view, in use or not; null when it is not attached.
+    static CSpyHeap* attached(HEAPID id) { return s_pSpyHeap[id].load(std::memory_order_acquire); }
+    /// The heap that these bytes lie in. Hold the heap mutex.
+    static CSpyHeap* around(const void* place, size_t length);
+    /// A heap as a dead process has left it; null when that was the last one to have it attached. Hold the
+    /// heap mutex.
+    static CSpyHeap* leftBehind(HEAPID id);
+    /// The last step of dropping it: this object may be gone afterwards.
+    void empty();
+
 private:
     friend class CHeapChange;
 
@@ -276,13 +297,16 @@ private:
     static CSpyHeap* attachHeap(HEAPID id);
     static void dropMutex();
     static void sync();
+    static void deleteDropped();
 
     void startUsing();
     void init();
     void revokeReferences();
     void format();
     void repair();
-    bool drop();
+    void drop();
+    void forget();
+    bool holdsAddress(const void* place, size_t length) const;
     void unlinkFromOthers() const;
 
     uint32_t half() const;
@@ -296,6 +320,8 @@ private:
     CBlockCopy after(const CBlockCopy& node) const { return listed(node.m_next, node.m_offset); }
 
     CSpyMemRef stamp(uint32_t offset);
+    void isTaken(const CBlockCopy& found) const;
+    void swallow(const CBlockCopy& found) const;
     uint32_t take(uint32_t size);
     uint32_t firstFit(CHeapBlock& pool, uint32_t size);
     uint32_t lastFit(CHeapBlock& pool, uint32_t size);
@@ -318,6 +344,9 @@ private:
 
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static std::atomic<CSpyMutex*> m_pMutex;
+    static inline unsigned m_lockDepth = 0; ///< of the thread that holds it
+    static inline std::atomic<int> s_readers = 0;
+    static std::vector<CSpyHeap*> s_dropped; ///< out of the table and not yet deleted. Under the mutex
 
     HEAPID m_id;
     uint32_t m_size;

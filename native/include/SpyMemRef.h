@@ -74,7 +74,11 @@ public:
     CSpyMemRef realloc(unsigned int size);
     /// Makes the block hold at least `size` bytes where it lies. @return false when what follows it does not allow
     /// that
-    bool growInPlace(unsigned int size) const { return validHeap()->growInPlace(*this, size); }
+    bool growInPlace(unsigned int size) const
+    {
+        const CSpyHeap::CReading reading;
+        return validHeap()->growInPlace(*this, size);
+    }
     /// Frees the block; this reference becomes null.
     /// @throws CInvalidSpyMemRef  it was null or stale
     void free();

@@ -140,6 +140,49 @@ class MailslotTest {
     }
 
     @Test
+    void takesAsManyMessagesAsComeOneAfterTheOther() {
+        try (Mailslot slot = Mailslot.open("endless")) {
+            slot.post(-1);
+            for (int i = 0; i < 40_000; i++) { // more than a semaphore counts to; one always waits
+                slot.post(i);
+                assertEquals(i - 1, slot.receive().value());
+            }
+        }
+    }
+
+    private static SpyVector queueOf(Mailslot slot) {
+        try {
+            var queue = Mailslot.class.getDeclaredField("sendMessageQueue");
+            queue.setAccessible(true);
+            return (SpyVector) queue.get(slot);
+        } catch (ReflectiveOperationException e) {
+            throw new AssertionError(e);
+        }
+    }
+
+    @Test
+    void goesOnAfterARequestThatIsGoneAndAnErrorOfTheHandler() {
+        SpyVector gone = new SpyVector();
+        gone.create(null, 0, 1, 1);
+        try (Mailslot slot = Mailslot.open("robust")) {
+            Mailslot sender = Mailslot.find("robust");
+            sender.lock();
+            queueOf(sender).addElement(gone);
+            gone.free();
+            sender.unlock();
+            Thread server = new Thread(() -> slot.serve(message -> {
+                if (message.equals("bad")) {
+                    throw new AssertionError("bad one");
+                }
+                return message;
+            }));
+            server.start();
+            assertThrows(Mailslot.RequestFailedException.class, () -> sender.call("bad", 5000));
+            assertEquals("good", sender.call("good", 5000));
+        }
+    }
+
+    @Test
     void answersSeveralProcessesAtOnceEachWithItsOwnReply() throws IOException {
         try (SpyPeer peer = receiver("many"); SpyPeer other = started("ask", "many", "1000")) {
             assertDoesNotThrow(() -> ask("many", 1000));

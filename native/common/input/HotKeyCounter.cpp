@@ -6,7 +6,7 @@
 
 HotKeyCounter::HotKeyCounter(const ITalString& name)
 {
-    const CSpyHeapLock lock; // two processes that look for it at once make one
+    const CSpyUnit unit; // two processes that look for it at once make one
     m_ref = CSpyMemory(name).ref();
     if (!isNull())
         return;
@@ -25,7 +25,7 @@ int HotKeyCounter::getValue()
 
 void HotKeyCounter::add(int change)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const int32_t value = getValue() + change;
     write(&value, sizeof value);
 }

@@ -155,6 +155,24 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_pingMailslot(JN
                       [](CJavaMailslot& mailslot) { return !mailslot->handle().isNull(); });
 }
 
+// What the Java class needs for itself, in the midst of its own operations.
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_begin(JNIEnv*, jclass)
+{
+    CSpyJournal::join();
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv*, jclass)
+{
+    CSpyJournal::isComplete();
+    CSpyJournal::leave();
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_takeSignal(JNIEnv* env, jobject self)
+{
+    jniEntry(env, nullptr, [&] { CJavaMailslot(env, self)->takeSignal(); });
+}
+
 JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_SetInvocationTimeoutValueIPC(JNIEnv* env,
                                                                                           jobject, jint)
 {

@@ -48,7 +48,7 @@ template <class Answer> constexpr const char* spyFailureNote()
 /// exception.
 /// @tparam Answer  what Java gets; 0, false or null after a failure
 /// @tparam Guard   CNoSpyHeapLock: without the mutex
-template <class Answer, class Guard = CSpyHeapLock, class Body>
+template <class Answer, class Guard = CSpyCall, class Body>
 Answer spyEntry(JNIEnv* env, const char* function, Body&& body, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE()) noexcept
 {

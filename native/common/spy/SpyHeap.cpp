@@ -5,6 +5,7 @@
 #include "SharedMemory.h"
 #include "SpyHeapChange.h"
 #include "SpyHeapWalk.h"
+#include "SpyJournal.h"
 #include "SpyMemRef.h"
 #include "SpyMutex.h"
 
@@ -26,15 +27,6 @@ constexpr uint32_t largestBlockOf(uint32_t heapSize)
     return heapSize - FirstBlock - BlockHeader;
 }
 
-/// Holds the heap mutex for a scope, whatever becomes of the heap it was taken through.
-class CLocked {
-public:
-    CLocked() { CSpyHeap::getHeap(0)->lock(0); }
-    ~CLocked() { CSpyHeap::getHeap(0)->unlock(); }
-    CLocked(const CLocked&) = delete;
-    CLocked& operator=(const CLocked&) = delete;
-};
-
 /// One step along a chain of overflow heaps, which a damaged one may lead round in a circle.
 class CChainLink {
 public:
@@ -51,6 +43,13 @@ public:
 private:
     static inline thread_local HEAPID s_depth = 0;
 };
+
+/// The place is about to change: see CSpyJournal.
+template <class Value> void put(CShared<Value>& place, Value value)
+{
+    CSpyJournal::keep(place);
+    place.store(value);
+}
 
 bool takenAtOnce(CSpyMutex& mutex)
 try {
@@ -74,6 +73,7 @@ uint32_t CSpyHeap::DefaultHeapSize = BaseHeapSize;
 uint32_t CSpyHeap::LargestPossibleBlock = largestBlockOf(BaseHeapSize);
 constinit std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> CSpyHeap::s_pSpyHeap = {};
 constinit std::atomic<CSpyMutex*> CSpyHeap::m_pMutex = nullptr;
+std::vector<CSpyHeap*> CSpyHeap::s_dropped;
 
 // Heaps and their life
 
@@ -90,7 +90,7 @@ CSpyHeap* CSpyHeap::findHeap(HEAPID id)
         heap->m_inUse.store(true, std::memory_order_release);
         return heap;
     }
-    const CLocked locked;
+    const CSpyUnit unit;
     if (!base->header()->isUsed(id))
         return nullptr; // dropped meanwhile
     CSpyHeap* heap = attachHeap(id);
@@ -124,6 +124,7 @@ CSpyHeap* CSpyHeap::createBaseHeap(unsigned int size)
     if (!base->m_pSharedMem->existed())
         std::fill_n(base->m_area, FirstBlock, 0);
     base->startUsing();
+    CSpyJournal::attach(*base->m_pSharedMem);
     m_pMutex.store(CSpyMutex::create(HeapObjectName), std::memory_order_release);
     return base.release();
 }
@@ -169,10 +170,12 @@ CSpyHeap::~CSpyHeap()
 {
     if (m_id == 0)
         dropMutex();
-    s_pSpyHeap[m_id].store(nullptr, std::memory_order_release);
+    CSpyHeap* itself = this;
+    s_pSpyHeap[m_id].compare_exchange_strong(itself, nullptr);
     if (m_id != 0)
         return;
     const CSharedMemoryGuard guard;
+    CSpyJournal::detach();
     m_pSharedMem.reset();
 }
 
@@ -183,6 +186,7 @@ void CSpyHeap::dropMutex()
     const bool held = mutex && takenAtOnce(*mutex);
     for (HEAPID id = 1; id <= MaxHeap; ++id)
         delete s_pSpyHeap[id].load();
+    deleteDropped();
     if (held)
         mutex->release();
     if (mutex)
@@ -238,20 +242,24 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
     CSpyHeap& base = *getHeap(0);
     if (base.m_changeCount != base.header()->m_changeCount.load())
         sync();
+    // What is emptied after this unit may be what it gets.
+    if (CSpyJournal::hasDropped())
+        CSpyJournal::checkpoint();
     const HEAPID id = base.header()->assignId(transactionId);
     if (id == NoHeap)
         return nullptr;
-    if (CSpyHeap* pheap = s_pSpyHeap[id].load()) {
+    if (CSpyHeap* pheap = s_pSpyHeap[id].load())
         GX_ASSERT(!pheap->inUse(), "!pheap->inUse()");
-        pheap->init();
-        return pheap;
-    }
     if (!attachHeap(id)) {
         base.header()->clearId(id);
         return nullptr;
     }
     CSpyHeap* pheap = s_pSpyHeap[id].load();
     GX_ASSERT(pheap, "pheap != 0");
+    // Others may still have it attached, and it may hold what a process has left that died before it emptied
+    // it.
+    pheap->init();
+    CSpyJournal::isFresh(*pheap, 0, pheap->m_size);
     return pheap;
 }
 
@@ -261,7 +269,7 @@ void CSpyHeap::sync()
     for (HEAPID id = 1; id <= MaxHeap; ++id) {
         CSpyHeap* heap = s_pSpyHeap[id].load();
         if (heap && heap->inUse() && !base.header()->isUsed(id))
-            heap->free();
+            heap->forget();
     }
     base.m_changeCount = base.header()->m_changeCount.load();
 }
@@ -288,15 +296,40 @@ CSpyHeap* CSpyHeap::overflowHeap()
     }
     CSpyHeap* heap = createHeap(getTransactionId(m_id));
     if (heap)
-        header()->m_overflowHeap.store(heap->m_id);
+        put(header()->m_overflowHeap, heap->m_id);
     return heap;
 }
 
 void CSpyHeap::free()
 {
-    const CLocked locked;
-    if (!drop())
-        delete this;
+    const CSpyUnit unit;
+    drop();
+}
+
+void CSpyHeap::forget()
+{
+    m_inUse.store(false, std::memory_order_release);
+    if (m_id <= LastKeptHeap)
+        return;
+    s_pSpyHeap[m_id].store(nullptr); // before it is asked who reads: nobody finds it any more
+    s_dropped.push_back(this);
+}
+
+/// Under the mutex, since the last one to detach a segment removes it, which others must not just be
+/// attaching.
+void CSpyHeap::deleteDropped()
+{
+    if (s_readers != 0)
+        return;
+    for (const CSpyHeap* heap : s_dropped)
+        delete heap;
+    s_dropped.clear();
+}
+
+void CSpyHeap::empty()
+{
+    init();
+    forget();
 }
 
 void CSpyHeap::dropHeap(HEAPID id)
@@ -316,26 +349,55 @@ void CSpyHeap::unlinkFromOthers() const
         if (base.transactionId(id) != transaction || (id != 0 && !base.isUsed(id)))
             continue;
         if (CSpyHeap* heap = getHeap(id); heap && heap->header()->m_overflowHeap.load() == m_id)
-            heap->header()->m_overflowHeap.store(0);
+            put(heap->header()->m_overflowHeap, 0U);
     }
 }
 
-/// Empties the heap and gives its id back. @return whether this object stays
-bool CSpyHeap::drop()
+/// Gives the id back; the heap is emptied when that can no longer be undone.
+void CSpyHeap::drop()
 {
     if (const HEAPID overflow = header()->m_overflowHeap.load(); overflow != 0 && overflow <= MaxHeap) {
         if (!s_pSpyHeap[overflow].load())
             CTracer::debugTrace("SpyHeap::free spyheap array pointing to null for overflow heap");
         // Unchained first, so that a chain which was damaged into a ring ends.
-        header()->m_overflowHeap.store(0);
+        put(header()->m_overflowHeap, 0U);
         if (CSpyHeap* heap = getHeap(overflow))
             heap->free();
     }
     unlinkFromOthers();
-    init();
     getHeap(0)->header()->clearId(m_id);
     m_inUse.store(false, std::memory_order_release);
-    return m_id <= LastKeptHeap;
+    CSpyJournal::dropped(*this);
+}
+
+bool CSpyHeap::holdsAddress(const void* place, size_t length) const
+{
+    const auto from = reinterpret_cast<uintptr_t>(place), start = reinterpret_cast<uintptr_t>(m_area);
+    return from >= start && length <= m_size && from - start <= m_size - length;
+}
+
+CSpyHeap* CSpyHeap::around(const void* place, size_t length)
+{
+    static HEAPID latest = 0;
+    if (CSpyHeap* heap = attached(latest); heap && heap->holdsAddress(place, length))
+        return heap;
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (CSpyHeap* heap = attached(id); heap && heap->holdsAddress(place, length)) {
+            latest = id;
+            return heap;
+        }
+    return nullptr;
+}
+
+CSpyHeap* CSpyHeap::leftBehind(HEAPID id)
+{
+    if (CSpyHeap* known = attached(id))
+        return known;
+    CSpyHeap* heap = attachHeap(id);
+    if (!heap || heap->m_pSharedMem->existed())
+        return heap;
+    heap->m_inUse.store(false, std::memory_order_release); // and stays, with the stamps that go on
+    return nullptr;
 }
 
 // Heap ids
@@ -368,10 +430,11 @@ HEAPID CSpyHeap::CHeapHeader::assignId(UNIQUEID transactionId)
         ++id;
     if (id == NoHeap)
         return NoHeap;
+    CSpyJournal::keep(m_usedIds[id >> 3]);
     m_usedIds[id >> 3].fetch_or(static_cast<uint8_t>(1U << (id & 7)), std::memory_order_relaxed);
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    m_transactions[id].store(transactionId);
-    m_changeCount.store(m_changeCount.load() + 1);
+    put(m_transactions[id], transactionId);
+    put(m_changeCount, m_changeCount.load() + 1);
     return id;
 }
 
@@ -379,10 +442,11 @@ void CSpyHeap::CHeapHeader::clearId(HEAPID id)
 {
     if (id == 0)
         return;
-    m_transactions[id].store(0);
+    put(m_transactions[id], 0U);
     std::atomic_signal_fence(std::memory_order_seq_cst);
+    CSpyJournal::keep(m_usedIds[id >> 3]);
     m_usedIds[id >> 3].fetch_and(static_cast<uint8_t>(~(1U << (id & 7))), std::memory_order_relaxed);
-    m_changeCount.store(m_changeCount.load() + 1);
+    put(m_changeCount, m_changeCount.load() + 1);
 }
 
 // Blocks
@@ -452,9 +516,10 @@ uint32_t CSpyHeap::split(const CBlockCopy& whole, uint32_t sizeThisBlock)
 {
     GX_ASSERT(whole.m_size > sizeThisBlock + BlockHeader, "m_size > sizeThisBlock+sizeof(CHeapBlock)");
     const uint32_t rest = whole.m_offset + BlockHeader + sizeThisBlock;
+    CSpyJournal::keep(block(rest));
     block(rest).store({rest, whole.m_size - sizeThisBlock - BlockHeader, 0, 0, whole.m_next});
     CHeapChange::step();
-    block(whole.m_offset).m_size.store(sizeThisBlock);
+    put(block(whole.m_offset).m_size, sizeThisBlock);
     return rest;
 }
 
@@ -464,9 +529,10 @@ uint32_t CSpyHeap::splitOffEnd(const CBlockCopy& whole, uint32_t sizeNewBlock)
     GX_ASSERT(whole.m_size > sizeNewBlock + BlockHeader, "m_size > sizeNewBlock+sizeof(CHeapBlock)");
     const uint32_t rest = whole.m_size - sizeNewBlock - BlockHeader;
     const uint32_t end = whole.m_offset + BlockHeader + rest;
+    CSpyJournal::keep(block(end));
     block(end).store({end, sizeNewBlock});
     CHeapChange::step();
-    block(whole.m_offset).m_size.store(rest);
+    put(block(whole.m_offset).m_size, rest);
     return end;
 }
 
@@ -477,7 +543,8 @@ CSpyMemRef CSpyHeap::stamp(uint32_t offset)
     GX_ASSERT(pBlock, "pBlock != 0");
     // After 2^32 allocations they begin anew; 0 would be no stamp.
     const UNIQUEID uid = std::max(header()->m_lastUid.load() + 1, 1U);
-    header()->m_lastUid.store(uid);
+    put(header()->m_lastUid, uid);
+    CSpyJournal::keep(*pBlock);
     pBlock->m_uid.store(uid);
     pBlock->m_next.store(0);
     CHeapChange::step();
@@ -493,7 +560,7 @@ CSpyMemRef CSpyHeap::allocate(unsigned int sizeNeeded)
     const uint32_t size = std::max(sizeNeeded, SmallestBlock);
     CSpyMemRef ref;
     {
-        const CLocked locked;
+        const CSpyUnit unit;
         ref = size > header()->m_poolBlockSize.load() ? allocateOversized(size) : allocateHere(size);
     }
     if (!ref)
@@ -503,7 +570,7 @@ CSpyMemRef CSpyHeap::allocate(unsigned int sizeNeeded)
 
 CSpyMemRef CSpyHeap::allocate(unsigned int size, UNIQUEID transactionId)
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     const HEAPID id = getHeapId(transactionId);
     CSpyHeap* heap = id == NoHeap ? createHeap(transactionId) : getHeap(id);
     if (!heap)
@@ -558,6 +625,13 @@ uint32_t CSpyHeap::take(uint32_t size)
     return offset != 0 ? offset : lastFit(header()->m_largePool, size);
 }
 
+/// Nothing that counts lies in a free block. Headers that were in it when this unit began were kept when it
+/// swallowed them.
+void CSpyHeap::isTaken(const CBlockCopy& found) const
+{
+    CSpyJournal::isFresh(*this, found.m_offset + BlockHeader, found.behind());
+}
+
 uint32_t CSpyHeap::firstFit(CHeapBlock& pool, uint32_t size)
 {
     CHeapBlock* previous = &pool;
@@ -567,8 +641,9 @@ uint32_t CSpyHeap::firstFit(CHeapBlock& pool, uint32_t size)
         found = after(found);
     }
     if (found.m_offset != 0) {
+        isTaken(found);
         const bool worthSplitting = found.m_size - size >= SmallestRest;
-        previous->m_next.store(worthSplitting ? split(found, size) : found.m_next);
+        put(previous->m_next, worthSplitting ? split(found, size) : found.m_next);
     }
     return found.m_offset;
 }
@@ -592,15 +667,16 @@ uint32_t CSpyHeap::lastFit(CHeapBlock& pool, uint32_t size)
 
 uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, const CBlockCopy& found, uint32_t size)
 {
+    isTaken(found);
     if (found.m_size - size >= SmallestRest)
         return splitOffEnd(found, size);
-    previous.m_next.store(found.m_next);
+    put(previous.m_next, found.m_next);
     return found.m_offset;
 }
 
 bool CSpyHeap::isEmpty()
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     CHeapChange(*this).done(); // lists that a dead process left half-changed are rebuilt before they are read
     const CHeapHeader& head = *header();
     const uint32_t whole = head.m_poolBlockSize.load();
@@ -613,7 +689,7 @@ bool CSpyHeap::isEmpty()
 
 CSpyMemRef CSpyHeap::allocateEntireHeap()
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     CHeapChange change(*this);
     CHeapHeader& head = *header();
     const CBlockCopy oneBigBlock = firstOf(head.m_largePool), absorbed = firstOf(head.m_smallPool);
@@ -621,10 +697,13 @@ CSpyMemRef CSpyHeap::allocateEntireHeap()
     if (absorbed.m_offset != oneBigBlock.behind())
         throw CHeapCorrupted("!!Spy Heap corrupted!! An empty heap is not of one piece");
     const uint32_t size = oneBigBlock.m_size + absorbed.m_size + BlockHeader;
-    block(oneBigBlock.m_offset).m_size.store(size);
-    head.m_poolBlockSize.store(size);
-    head.m_largePool.m_next.store(0);
-    head.m_smallPool.m_next.store(0);
+    swallow(absorbed);
+    isTaken(oneBigBlock);
+    isTaken(absorbed);
+    put(block(oneBigBlock.m_offset).m_size, size);
+    put(head.m_poolBlockSize, size);
+    put(head.m_largePool.m_next, 0U);
+    put(head.m_smallPool.m_next, 0U);
     const CSpyMemRef ref = stamp(oneBigBlock.m_offset);
     change.done();
     return ref;
@@ -634,7 +713,7 @@ CSpyMemRef CSpyHeap::allocateEntireHeap()
 
 void CSpyHeap::free(CSpyMemRef ref)
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     const uint32_t offset = ref.blockId();
     if (offset == 0)
         return;
@@ -642,6 +721,8 @@ void CSpyHeap::free(CSpyMemRef ref)
     GX_ASSERT(valid, "pBlock->isUsed() && verifyBlock(ref.blockId(), ref.uid())");
     CHeapChange change(*this);
     const CBlockCopy freed = checked(offset);
+    CSpyJournal::keep(block(offset));
+    CSpyJournal::isGivenUp(*this, offset + BlockHeader, freed.behind());
     block(offset).m_used.store(0);
     block(offset).m_uid.store(0);
     link(getPool(offset), freed);
@@ -663,32 +744,40 @@ void CSpyHeap::link(CHeapBlock& pool, const CBlockCopy& freed)
     }
     CHeapBlock& stored = block(freed.m_offset);
     const bool joinsUpper = beforeUpper && freed.behind() == upper.m_offset;
+    if (joinsUpper)
+        swallow(upper);
     if (lower.m_offset != 0 && lower.behind() == freed.m_offset) {
         uint32_t joined = lower.m_size + freed.m_size + BlockHeader;
         if (joinsUpper) {
             joined += upper.m_size + BlockHeader;
-            beforeUpper->m_next.store(lower.m_offset);
+            put(beforeUpper->m_next, lower.m_offset);
         }
-        block(lower.m_offset).m_size.store(joined);
+        put(block(lower.m_offset).m_size, joined);
     } else if (joinsUpper) {
         stored.m_next.store(upper.m_next);
         stored.m_size.store(freed.m_size + upper.m_size + BlockHeader);
-        beforeUpper->m_next.store(freed.m_offset);
+        put(beforeUpper->m_next, freed.m_offset);
     } else {
         stored.m_next.store(lower.m_offset);
-        previous->m_next.store(freed.m_offset);
+        put(previous->m_next, freed.m_offset);
     }
+}
+
+/// The header of a free block becomes part of another block, whose owner may write there.
+void CSpyHeap::swallow(const CBlockCopy& found) const
+{
+    CSpyJournal::keep(block(found.m_offset));
 }
 
 CSpyMemRef CSpyHeap::realloc(CSpyMemRef& ref, unsigned int size)
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     return growInPlace(ref, size) ? ref : move(ref, size);
 }
 
 bool CSpyHeap::growInPlace(const CSpyMemRef& ref, unsigned int size)
 {
-    const CLocked locked;
+    const CSpyUnit unit;
     if (size <= checked(ref.blockId()).m_size)
         return true;
     CHeapChange change(*this); // which may rebuild the lists: the blocks are looked at afterwards
@@ -708,17 +797,19 @@ bool CSpyHeap::absorbNext(const CBlockCopy& grown, uint32_t size)
         return false;
     CHeapBlock* prevFree = findPrevFree(next.m_offset);
     GX_ASSERT(prevFree && prevFree->isFree(), "prevFree != 0 && prevFree->isFree()");
+    swallow(next);
+    isTaken(next);
     if (taken - need >= SmallestRest) {
         const uint32_t pNewBlock = split(next, need);
         GX_ASSERT(pNewBlock != 0, "pNewBlock != 0");
-        prevFree->m_next.store(pNewBlock);
+        put(prevFree->m_next, pNewBlock);
         taken = need + BlockHeader;
     } else {
-        prevFree->m_next.store(next.m_next);
+        put(prevFree->m_next, next.m_next);
     }
     // The size of the grown block is what takes the next one in: it is written in one piece.
     CHeapChange::step();
-    block(grown.m_offset).m_size.store(grown.m_size + taken);
+    put(block(grown.m_offset).m_size, grown.m_size + taken);
     return true;
 }
 
@@ -743,8 +834,9 @@ CSpyMemRef CSpyHeap::move(const CSpyMemRef& ref, uint32_t size)
     if (!target)
         throw CHeapCorrupted("!!Spy Heap corrupted!! A block lies in a heap that is not in use");
     // Blocks of a damaged heap may overlap, and a whole heap may hold less than it says.
-    std::memmove(target->block(moved.blockId()).payload(), block(old.m_offset).payload(),
-                 std::min({old.m_size, size, target->sizeAt(moved.blockId())}));
+    const uint32_t length = std::min({old.m_size, size, target->sizeAt(moved.blockId())});
+    CSpyJournal::keep(target->block(moved.blockId()).payload(), length);
+    std::memmove(target->block(moved.blockId()).payload(), block(old.m_offset).payload(), length);
     free(ref);
     return moved;
 }
@@ -795,7 +887,11 @@ void CSpyHeap::lock(int timeoutMs)
     CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
     GX_ASSERT(mutex, "m_pMutex != 0");
     try {
+        const bool isNested = mutex->isAcquired();
         mutex->acquire(timeoutMs == 0 ? DefaultTimeoutMs : timeoutMs);
+        m_lockDepth = isNested ? m_lockDepth + 1 : 1;
+        if (!isNested)
+            CSpyJournal::begin();
     } catch (const CMutexTimeoutException&) {
         throw CSpyHeapLockedException();
     }
@@ -805,6 +901,14 @@ void CSpyHeap::unlock()
 {
     CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
     GX_ASSERT(mutex, "m_pMutex !=0");
+    if (mutex->isAcquired()) {
+        if (m_lockDepth == 1) {
+            CSpyJournal::end();
+            if (!s_dropped.empty())
+                deleteDropped();
+        }
+        --m_lockDepth;
+    }
     mutex->release();
 }
 
@@ -823,6 +927,7 @@ bool CSpyHeap::registerGlobal(unsigned int id, CSpyMemRef& ref)
     if (id >= GlobalSlots)
         throw new CInvalidGlobal(id);
     const bool isFree = !global(id);
+    CSpyJournal::keep(header()->m_globals[id]);
     if (isFree)
         header()->m_globals[id].store(ref);
     unlock();
@@ -835,6 +940,7 @@ CSpyMemRef CSpyHeap::unregisterGlobal(unsigned int id)
     if (id >= GlobalSlots)
         throw new CInvalidGlobal(id);
     const CSpyMemRef ref = global(id);
+    CSpyJournal::keep(header()->m_globals[id]);
     header()->m_globals[id].store(CSpyMemRef());
     unlock();
     return ref;

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "SpyHeap.h"
+#include "SpyJournal.h"
 
 #include <atomic>
 
 /// Brackets a change of the blocks and lists of one heap. Hold the heap mutex. The mark lies in the heap
-/// itself, in a word of the large pool's head that nothing else uses; the kernel gives the mutex of a killed
-/// process away in the middle of a change, and whoever begins the next change then finds the mark and
-/// rebuilds the lists.
+/// itself, in a word of the large pool's head that nothing else uses, until the unit ends (see CSpyJournal),
+/// which undoes a change that a killed process has left. A mark that no journal knows of was left by a
+/// process without one: whoever begins the next change finds it and rebuilds the lists.
 ///
 /// Blocks need no repair as long as every change of the tiling is one store: write the header of a new block
 /// first, in space that still belongs to another, then `step`, then the size that uncovers or swallows it.
@@ -20,14 +21,28 @@ public:
 
     explicit CHeapChange(CSpyHeap& heap) : m_heap(heap)
     {
-        if (heap.header()->m_largePool.m_used.load() != None) [[unlikely]]
+        if (CSpyJournal::hasMarked(heap))
+            return;
+        if (isMarked(heap)) [[unlikely]]
             heap.repair();
-        mark(heap, Blocks);
+        CSpyJournal::mark(heap);
+    }
+    ~CHeapChange()
+    {
+        if (!m_isDone)
+            CSpyJournal::leaveMark(m_heap);
     }
     CHeapChange(const CHeapChange&) = delete;
     CHeapChange& operator=(const CHeapChange&) = delete;
 
-    void done() { mark(m_heap, None); }
+    void done()
+    {
+        m_isDone = true;
+        if (!CSpyJournal::hasMarked(m_heap))
+            mark(m_heap, None);
+    }
+
+    static bool isMarked(const CSpyHeap& heap) { return heap.header()->m_largePool.m_used.load() != None; }
 
     /// Keeps the compiler from moving stores across: what a killed process leaves is a prefix of them.
     static void step() { std::atomic_signal_fence(std::memory_order_seq_cst); }
@@ -40,4 +55,5 @@ public:
 
 private:
     CSpyHeap& m_heap;
+    bool m_isDone = false;
 };

@@ -168,6 +168,6 @@ void CSpyHeap::heaptest(const char* file)
         return;
     }
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CHeapSelfTest(out.get()).run();
 }

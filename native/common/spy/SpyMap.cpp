@@ -56,7 +56,7 @@ CSpyMap::CSpyMap(const CSpyMemRef& ref) : CSpyMemory(ref)
 CSpyMap::~CSpyMap()
 {
     try {
-        if (!isNull())
+        if (!isNull() && m_dirty)
             update();
     } catch (...) {
         CTracer::debugTrace("A spy map could not be written back");
@@ -70,7 +70,7 @@ bool CSpyMap::create(unsigned int transactionId)
 
 bool CSpyMap::create(const ITalString& name, int transactionId, int buckets)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     create(static_cast<UNIQUEID>(transactionId), static_cast<unsigned>(buckets));
     if (name.length() != 0)
         registerName(name);
@@ -79,7 +79,7 @@ bool CSpyMap::create(const ITalString& name, int transactionId, int buckets)
 
 bool CSpyMap::create(UNIQUEID transactionId, unsigned int buckets)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     auto data = newTable(transactionId, buckets);
     try {
         allocate(sizeof m_header, transactionId);
@@ -96,36 +96,49 @@ bool CSpyMap::create(UNIQUEID transactionId, unsigned int buckets)
 
 void CSpyMap::refresh()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyMapHdr stored;
     read(&stored, sizeof stored);
     m_data = std::make_unique<CSpyVector>(stored.m_data);
     m_header = stored;
+    m_dirty = false;
+    m_part.leave();
 }
 
 void CSpyMap::update()
 {
     write(&m_header, sizeof m_header);
+    m_dirty = false;
+    m_part.leave();
+}
+
+void CSpyMap::isChanged()
+{
+    m_dirty = true;
+    m_part.take();
 }
 
 void CSpyMap::removeAll()
 {
     if (!m_data)
         return;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     m_data->removeAllElements();
     m_data->update();
     m_header.m_count = 0;
+    isChanged();
 }
 
 void CSpyMap::free()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     removeAll();
     if (m_data)
         m_data->free();
     m_data.reset();
     CSpyMemory::free();
+    m_dirty = false;
+    m_part.leave();
 }
 
 // Buckets
@@ -218,12 +231,13 @@ void CSpyMap::rebuild(const CSpyVector& old)
 bool CSpyMap::put(CSpyVariant& key, const CSpyVariant& value)
 {
     GX_ASSERT(m_data, "m_data != 0");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     COwnedVariants taken(key, value);
     ref().isValid();
     if (!key.isEmpty() && buckets() != 0) {
         if (isCrowded())
-            grow();
+            grow(); // which writes the header back
+        isChanged();
         if (place(key, value)) {
             taken.keep();
             m_data->update();
@@ -236,7 +250,7 @@ bool CSpyMap::put(CSpyVariant& key, const CSpyVariant& value)
 
 bool CSpyMap::put(const ITalString& key, const CSpyVariant& value)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyVariant nothing;
     COwnedVariants taken(nothing, value);
     ref().isValid();
@@ -247,7 +261,7 @@ bool CSpyMap::put(const ITalString& key, const CSpyVariant& value)
 
 bool CSpyMap::put(const ITalString& key, const ITalString& value)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     ref().isValid();
     return put(key, CSpyVariant(value, ref().heapId()));
 }
@@ -330,7 +344,7 @@ std::optional<CSpyVariant> CSpyMap::lookUp(const ITalString& key) const
     m_data->ref().isValid();
     if (buckets() == 0)
         return std::nullopt;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     try {
         const unsigned int slot = slotOf(key);
         const CSpyVariant found = m_data->get(at(slot));
@@ -360,7 +374,8 @@ CSpyVariant CSpyMap::remove(const ITalString& key)
 {
     if (!m_data || buckets() == 0)
         return {};
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
+    isChanged();
     const unsigned int slot = slotOf(key);
     const CSpyVariant found = m_data->get(at(slot));
     CSpyVariant value;
@@ -415,7 +430,7 @@ bool CSpyMap::getKeys(CSpyVariant* out, unsigned int max) const
 {
     if (size() < 1 || !m_data)
         return false;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     unsigned int copied = 0;
     const auto copy = [&](const CSpyVariant& key) {
         if (copied < max)

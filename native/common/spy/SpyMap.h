@@ -20,9 +20,8 @@ static_assert(sizeof(CSpyMapHdr) == 16 && offsetof(CSpyMapHdr, m_count) == 8 &&
               offsetof(CSpyMapHdr, m_collisions) == 12);
 
 /// One process's view of a map. It works on a copy of the stored header, from `refresh` (or the constructor)
-/// to `update` (or the destructor, which always writes, even after mere reading): when other processes may
-/// touch the map, hold the heap mutex all that time. One thread at a time. Each operation takes the mutex
-/// once.
+/// to `update` (or the destructor, which writes what was changed): when other processes may touch the map,
+/// hold the heap mutex all that time. One thread at a time. Each operation takes the mutex once.
 ///
 /// Two keys of one bucket share a vector of keys and values by turns, the chain. A look-up in a chain also
 /// meets the values: a value that is a string equal to the key hides it when it comes first.
@@ -37,7 +36,7 @@ public:
     CSpyMap(CSpyMap& other);
     /// Attaches to an existing map.
     explicit CSpyMap(const CSpyMemRef& ref);
-    /// Writes the header back. A failure is traced.
+    /// Writes the header back when it changed. A failure is traced.
     ~CSpyMap() override;
     CSpyMap& operator=(const CSpyMap&) = delete;
 
@@ -53,6 +52,7 @@ public:
     bool create(unsigned int transactionId);
     /// Reads the stored header; what was not written back is forgotten.
     void refresh();
+    /// Writes the header back, changed or not.
     void update();
     /// Frees the map and what removeAll frees.
     void free();
@@ -94,6 +94,7 @@ public:
 
 private:
     bool create(UNIQUEID transactionId, unsigned int buckets);
+    void isChanged();
     unsigned int buckets() const { return m_data->capacity() / 2; }
     unsigned int slotOf(const CSpyVariant& key) const;
     unsigned int slotOf(const ITalString& key) const;
@@ -111,6 +112,8 @@ private:
     CSpyVariant removeFromChain(unsigned int slot, const CSpyMemRef& chain, const ITalString& key);
 
     CSpyMapHdr m_header;
+    bool m_dirty = false; ///< the header may differ from the stored one
+    CSpyUnitPart m_part;  ///< as long as it does
     std::unique_ptr<CSpyVector> m_data;
 
     static bool growing; ///< this process is moving entries into a larger table; changes under the heap mutex

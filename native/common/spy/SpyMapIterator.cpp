@@ -10,7 +10,7 @@ bool CSpyMapKeyIterator::hasMoreElements()
 
 CSpyVariant& CSpyMapKeyIterator::nextElement()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     if (!m_data || stepInChain())
         return element();
     while (m_bucket < m_data->capacity()) {

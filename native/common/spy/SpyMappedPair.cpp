@@ -36,7 +36,7 @@ CSpyMappedPair::~CSpyMappedPair()
 
 bool CSpyMappedPair::create(const ITalString& name, int transactionId)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     create(static_cast<unsigned>(transactionId));
     if (name.length() != 0)
         registerName(name);
@@ -45,7 +45,7 @@ bool CSpyMappedPair::create(const ITalString& name, int transactionId)
 
 bool CSpyMappedPair::create(unsigned int transactionId)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     auto data = std::make_unique<CSpyVector>();
     data->create(transactionId, StartSize, Increment);
     try {
@@ -63,11 +63,12 @@ bool CSpyMappedPair::create(unsigned int transactionId)
 
 void CSpyMappedPair::refresh()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyMappedPairHdr stored;
     read(&stored, sizeof stored);
     m_header = stored;
     m_dirty = false;
+    m_part.leave();
     m_data.reset();
     if (!!stored.m_data)
         m_data = std::make_unique<CSpyVector>(stored.m_data);
@@ -77,13 +78,21 @@ void CSpyMappedPair::update(bool force)
 {
     if (force || m_dirty)
         m_dirty = !write(&m_header, sizeof m_header);
+    if (!m_dirty)
+        m_part.leave();
+}
+
+void CSpyMappedPair::isChanged()
+{
+    m_dirty = true;
+    m_part.take();
 }
 
 void CSpyMappedPair::removeAll()
 {
     if (!m_data)
         return;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     // Stored before the data vector goes: to every process a null reference means that there is none.
     m_header.m_data = CSpyMemRef();
     update(true);
@@ -93,16 +102,18 @@ void CSpyMappedPair::removeAll()
 
 void CSpyMappedPair::free()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     removeAll();
     CSpyMemory::free();
+    m_dirty = false;
+    m_part.leave();
 }
 
 template <class Key> unsigned int CSpyMappedPair::findKey(const Key& key) const
 {
     if (!m_data)
         return NotFound;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     for (unsigned int index = 0; index < m_data->size(); index += Fields)
         if (m_data->get(at(index)) == key)
             return index;
@@ -123,7 +134,7 @@ void CSpyMappedPair::get(const ITalString& key, CSpyVariant& value, int& number)
 {
     if (!m_data)
         return;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     number = 0;
     const unsigned int index = findKey(key);
     if (index == NotFound)
@@ -134,7 +145,7 @@ void CSpyMappedPair::get(const ITalString& key, CSpyVariant& value, int& number)
 
 bool CSpyMappedPair::put(CSpyVariant& key, const CSpyVariant& value, int number)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     COwnedVariants taken(key, value);
     if (!m_data || key.isEmpty())
         return false;
@@ -148,7 +159,7 @@ bool CSpyMappedPair::put(CSpyVariant& key, const CSpyVariant& value, int number)
         replace(index, key, value, number);
     }
     m_data->update();
-    m_dirty = true;
+    isChanged();
     return true;
 }
 
@@ -162,7 +173,7 @@ void CSpyMappedPair::replace(unsigned int index, CSpyVariant& key, const CSpyVar
 
 bool CSpyMappedPair::put(const ITalString& key, const CSpyVariant& value, int number)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyVariant name;
     COwnedVariants taken(name, value);
     if (!m_data)
@@ -174,13 +185,13 @@ bool CSpyMappedPair::put(const ITalString& key, const CSpyVariant& value, int nu
 
 bool CSpyMappedPair::put(const ITalString& key, const ITalString& value, int number)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     return m_data && put(key, CSpyVariant(value, ref().heapId()), number);
 }
 
 CSpyVariant CSpyMappedPair::remove(const ITalString& key)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const unsigned int index = findKey(key);
     if (index == NotFound)
         return {};
@@ -189,6 +200,6 @@ CSpyVariant CSpyMappedPair::remove(const ITalString& key)
     m_data->removeElements(index, Fields);
     m_data->update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);
-    m_dirty = true;
+    isChanged();
     return value;
 }

@@ -2,6 +2,7 @@
 
 #include "CTracer.h"
 #include "GxAssert.h"
+#include "SpyJournal.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -52,6 +53,7 @@ CSpyMemRef::CSpyMemRef(unsigned int size, HEAPID heapId) : CSpyMemRef(existingHe
 
 unsigned int CSpyMemRef::size() const
 {
+    const CSpyHeap::CReading reading;
     return existingHeap(heapId())->sizeAt(blockId());
 }
 
@@ -65,11 +67,13 @@ CSpyHeap* CSpyMemRef::validHeap() const
 
 void* CSpyMemRef::address() const
 {
+    const CSpyHeap::CReading reading;
     return validHeap()->blockAt(blockId())->payload();
 }
 
 bool CSpyMemRef::isValid() const
 {
+    const CSpyHeap::CReading reading;
     validHeap();
     return true;
 }
@@ -77,10 +81,11 @@ bool CSpyMemRef::isValid() const
 /// Calls `copy` with payload and size of the block, under the heap mutex.
 template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) const
 {
+    const CSpyHeap::CReading reading;
     CSpyHeap* heap = validHeap();
     CAccess access(heap, failure);
     // Another thread or process may have freed the block while this one waited for the mutex.
-    validHeap();
+    heap = validHeap();
     const auto* pHeapAddress = heap->header();
     GX_ASSERT(pHeapAddress, "pHeapAddress != 0");
     const CSpyHeap::CBlockCopy found = heap->copyAt(blockId());
@@ -102,7 +107,9 @@ void CSpyMemRef::write(unsigned int offset, const void* data, unsigned int lengt
     access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
         if (offset > size)
             throw CInvalidSpyMemRef(*this, nullptr);
-        std::memcpy(payload + offset, data, std::min(length, size - offset));
+        length = std::min(length, size - offset);
+        CSpyJournal::keep(payload + offset, length);
+        std::memcpy(payload + offset, data, length);
     });
 }
 
@@ -111,6 +118,7 @@ void CSpyMemRef::write(unsigned int offset, const void* element, unsigned int el
     access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
         if (offset > size || uint64_t{count} * elementSize > size - offset)
             throw CInvalidSpyMemRef(*this, nullptr);
+        CSpyJournal::keep(payload + offset, size_t{count} * elementSize);
         for (unsigned int index = 0; index < count; ++index)
             std::memcpy(payload + offset + size_t{index} * elementSize, element, elementSize);
     });
@@ -119,12 +127,15 @@ void CSpyMemRef::write(unsigned int offset, const void* element, unsigned int el
 void CSpyMemRef::write(char fill, unsigned int length)
 {
     access(WriteFailed, [&](unsigned char* payload, unsigned int size) {
-        std::memset(payload, fill, std::min(length, size));
+        length = std::min(length, size);
+        CSpyJournal::keep(payload, length);
+        std::memset(payload, fill, length);
     });
 }
 
 CSpyMemRef CSpyMemRef::realloc(unsigned int size)
 {
+    const CSpyHeap::CReading reading;
     const CAccess access(validHeap(), WriteFailed);
     // Under the mutex once more: to grow or free what somebody else has just freed would end the process.
     *this = validHeap()->realloc(*this, size);
@@ -133,6 +144,7 @@ CSpyMemRef CSpyMemRef::realloc(unsigned int size)
 
 void CSpyMemRef::free()
 {
+    const CSpyHeap::CReading reading;
     const CAccess access(validHeap(), WriteFailed);
     validHeap()->free(*this); // see realloc
     *this = CSpyMemRef();

@@ -68,9 +68,15 @@ bool CSpyMemory::isHeapLocked()
     return baseHeap()->islocked();
 }
 
+void CSpyMemory::abandonChange()
+{
+    if (isHeapLocked())
+        CSpyJournal::rollBack();
+}
+
 void CSpyMemory::free(UNIQUEID transactionId)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     // Each heap takes the ones that it leads to along; of two, either may have the lower number.
     for (HEAPID id = CSpyHeap::getHeapId(transactionId); id >= 1 && id <= MaxHeap;
          id = CSpyHeap::getHeapId(transactionId))

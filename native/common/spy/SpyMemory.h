@@ -1,6 +1,7 @@
 /// Base of the typed objects in spy memory, and the lock around all of them.
 #pragma once
 
+#include "SpyJournal.h"
 #include "SpyMemRef.h"
 
 #include <atomic>
@@ -61,6 +62,9 @@ public:
     static void lockHeap(int timeoutMs);
     static void unlockHeap();
     static bool isHeapLocked();
+    /// For a thread that never goes on with what it is doing: when it holds the mutex, what it has changed
+    /// since the last whole operation is undone, as after its death.
+    static void abandonChange();
     /// Drops the heaps of a transaction with everything in them; transaction 0 is let pass.
     static void free(UNIQUEID transactionId);
 

@@ -15,7 +15,7 @@
 CSpyNames::CSpyNames() : m_pHeap(CSpyHeap::getHeap(0))
 {
     // Two processes that start at once would otherwise make a registry each.
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     m_refNames = m_pHeap->global(GlobalSlot);
     if (!m_refNames) {
         CSpyMap names;
@@ -33,7 +33,7 @@ bool CSpyNames::isCurrent() const
 bool CSpyNames::registerName(CSpyVariant& key, const CSpyVariant& value)
 {
     GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     return CSpyMap(m_refNames).put(key, value);
 }
 
@@ -42,15 +42,14 @@ CSpyVariant CSpyNames::get(const ITalString& name)
     GX_ASSERT(!(!m_refNames), "!(!m_refNames)");
     if (name.length() == 0)
         return {};
-    // The map object writes its copy of the header back even after mere reading.
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     return CSpyMap(m_refNames).get(name);
 }
 
 CSpyVariant CSpyNames::remove(const ITalString& name)
 {
     GX_ASSERT(!!m_refNames, "!!m_refNames");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     return CSpyMap(m_refNames).remove(name);
 }
 
@@ -62,7 +61,7 @@ CSpyNames* CSpyMemory::names()
     CSpyNames* known = m_pNames.load(std::memory_order_acquire);
     if (known && known->isCurrent())
         return known;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     known = m_pNames.load(std::memory_order_acquire);
     if (!known || !known->isCurrent())
         delete m_pNames.exchange(known = new CSpyNames, std::memory_order_acq_rel);
@@ -78,15 +77,14 @@ CSpyMemory::CSpyMemory(const ITalString& name) : CSpyMemory()
 
 CSpyVariant CSpyMemory::locate(const ITalString& name)
 {
-    // Even a map that was only read is written back.
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyNames* known = names();
     return known ? known->get(name) : CSpyVariant();
 }
 
 CSpyVariant CSpyMemory::remove(const ITalString& name)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyNames* known = names();
     GX_ASSERT(known, "m_pNames != 0");
     return known->remove(name);
@@ -94,7 +92,7 @@ CSpyVariant CSpyMemory::remove(const ITalString& name)
 
 bool CSpyMemory::registerName(const ITalString& name)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyNames* known = names();
     GX_ASSERT(known, "m_pNames != 0");
     CSpyVariant key(name, 0);
@@ -119,6 +117,7 @@ void CSpyMemory::dump(const ITalString& file)
     }
     std::fputs("****** Heap Dump ******\n", out.get());
     out.reset();
+    const CSpyHeap::CReading reading;
     for (HEAPID id = 0; id <= MaxHeap; ++id)
         if (const CSpyHeap* heap = CSpyHeap::getHeap(id))
             heap->dump(path, true);

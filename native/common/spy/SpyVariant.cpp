@@ -49,7 +49,7 @@ void CSpyVariant::setString(const ITalString& text, unsigned int heapId)
     const CText source = textOf(text);
     CSpyMemRef block;
     if (source.length != 0) {
-        const CSpyHeapLock lock;
+        const CSpyUnit unit;
         block = CSpyMemRef(source.length + CountSize, heapId);
         block.write(0, &source.length, CountSize);
         block.write(CountSize, source.bytes, source.length);
@@ -62,7 +62,7 @@ unsigned int CSpyVariant::getStringLen(const CSpyMemRef& block) const
     if (!block)
         return 0;
     block.isValid(); // a stale reference is refused without waiting for the mutex
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     return textIn(block).length;
 }
 

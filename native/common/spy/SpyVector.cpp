@@ -70,7 +70,7 @@ CSpyVector::~CSpyVector()
 
 bool CSpyVector::create(const ITalString& name, int transactionId, int startSize, int increment)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     create(static_cast<unsigned>(transactionId), static_cast<unsigned>(startSize),
            static_cast<unsigned>(increment));
     if (name.length() != 0)
@@ -80,7 +80,7 @@ bool CSpyVector::create(const ITalString& name, int transactionId, int startSize
 
 int CSpyVector::create(unsigned int transactionId, unsigned int startSize, unsigned int increment)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     allocate(sizeof m_header, transactionId);
     try {
         m_header.create(*this, transactionId, startSize, increment);
@@ -101,25 +101,31 @@ void CSpyVector::refresh()
         throw CHeapCorrupted("!!Spy Heap corrupted!! A vector has more elements than room");
     m_header = stored;
     m_dirty = false;
+    m_part.leave();
 }
 
 void CSpyVector::update()
 {
     if (m_dirty)
         m_dirty = !write(&m_header, sizeof m_header);
+    if (!m_dirty)
+        m_part.leave();
 }
 
 void CSpyVector::free()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     removeAllElements();
     m_header.m_elements.free();
     m_header.m_capacity = 0;
     CSpyMemory::free();
+    m_dirty = false;
+    m_part.leave();
 }
 
 CSpyVariant CSpyVector::get(int index) const
 {
+    const CSpyHeap::CReading reading;
     const auto slot = static_cast<unsigned>(index);
     return slot < m_header.m_size ? readOnce(m_header[slot]) : CSpyVariant();
 }
@@ -129,7 +135,7 @@ template <class Value> unsigned int CSpyVector::find(const Value& value, int sta
     const auto first = static_cast<unsigned>(start);
     if (first >= m_header.m_size)
         return NotFound;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const CSpyVariant* const slots = m_header.slots();
     const CSpyVariant* const end = slots + m_header.m_size;
     const CSpyVariant* const found =
@@ -149,17 +155,18 @@ unsigned int CSpyVector::indexOf(const ITalString& text, int start) const
 
 void CSpyVector::addElements(const CSpyVariant* values, unsigned int count)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     makeRoomFor(count);
     // The last slot first, which says whether there is room for all.
     CSpyVariant* const last = &m_header[m_header.m_size + count - 1];
+    CSpyJournal::keep(last - (count - 1), count * SlotSize);
     std::copy_n(values, count, last - (count - 1));
     resize(m_header.m_size + count);
 }
 
 CSpyVariant CSpyVector::set(int index, const CSpyVariant& value)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const auto slot = static_cast<unsigned>(index);
     const CSpyVariant stored = value; // it may lie in the block that moves
     if (slot >= m_header.m_capacity)
@@ -169,15 +176,24 @@ CSpyVariant CSpyVector::set(int index, const CSpyVariant& value)
     if (slot < m_header.m_size)
         previous = readOnce(place);
     else
-        std::fill(&m_header[m_header.m_size], &place, CSpyVariant());
+        fill(m_header.m_size, slot);
+    CSpyJournal::keep(place);
     place = stored;
     resize(std::max(m_header.m_size, slot + 1));
     return previous;
 }
 
+/// Makes the slots from `first` up to `last` empty, without the latter.
+void CSpyVector::fill(unsigned int first, unsigned int last)
+{
+    CSpyVariant* const slots = m_header.slots();
+    CSpyJournal::keep(slots + first, (last - first) * SlotSize);
+    std::fill(slots + first, slots + last, CSpyVariant());
+}
+
 void CSpyVector::insertElement(CSpyVariant& value, int index)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const auto slot = static_cast<unsigned>(index);
     const CSpyVariant stored = value;
     makeRoomFor(1);
@@ -187,6 +203,7 @@ void CSpyVector::insertElement(CSpyVariant& value, int index)
     }
     CSpyVariant* const end = &m_header[m_header.m_size];
     CSpyVariant* const place = end - (m_header.m_size - slot);
+    CSpyJournal::keep(place, (m_header.m_size - slot + 1) * SlotSize);
     std::copy_backward(place, end, end + 1);
     *place = stored;
     resize(m_header.m_size + 1);
@@ -197,7 +214,7 @@ CSpyVariant CSpyVector::remove(int index)
     // A size that is negative as a signed number can only come from damage.
     if (static_cast<int>(m_header.m_size) < 1)
         return {};
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const auto slot = static_cast<unsigned>(index);
     const CSpyVariant removed = get(index);
     if (slot < m_header.m_size)
@@ -209,16 +226,17 @@ CSpyVariant CSpyVector::remove(int index)
 
 void CSpyVector::removeElements(unsigned int first, unsigned int count)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     count = std::min(count, m_header.m_size - first);
     CSpyVariant* const place = &m_header[first];
+    CSpyJournal::keep(place, (m_header.m_size - first - count) * SlotSize);
     std::copy(place + count, place + (m_header.m_size - first), place);
     resize(m_header.m_size - count);
 }
 
 void CSpyVector::removeAllElements()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     for (unsigned int index = 0; index < m_header.m_size; ++index) {
         try {
             get(static_cast<int>(index)).free();
@@ -232,6 +250,7 @@ void CSpyVector::removeAllElements()
 
 void CSpyVector::forgetElements()
 {
+    const CSpyUnit unit;
     resize(0);
 }
 
@@ -239,6 +258,7 @@ void CSpyVector::resize(uint32_t size)
 {
     m_header.m_size = size;
     m_dirty = true;
+    m_part.take();
 }
 
 void CSpyVector::makeRoomFor(unsigned int more)
@@ -266,6 +286,7 @@ void CSpyVector::grow(uint64_t newCapacity)
                               capacity - m_header.m_size);
     m_header.m_capacity = capacity;
     m_dirty = true;
+    m_part.take();
     if (!outgrown)
         return;
     // Stored before the old block goes: a process that dies must not leave a header with a dead reference.

@@ -100,6 +100,7 @@ public:
     void forgetElements();
 
 private:
+    void fill(unsigned int first, unsigned int last);
     void grow(uint64_t newCapacity);
     CSpyMemRef move(uint32_t bytes);
     void makeRoomFor(unsigned int more);
@@ -108,4 +109,5 @@ private:
 
     CSpyVectorHdr m_header;
     bool m_dirty = false; ///< the header differs from the stored one
+    CSpyUnitPart m_part;  ///< as long as it does
 };

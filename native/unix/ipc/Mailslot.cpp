@@ -52,6 +52,7 @@ const char* CMailslotException::formatMessage(const char* format) const
 
 void CMailslot::CMailbox::CReference::store(const CSpyMemRef& ref)
 {
+    CSpyJournal::keep(*this);
     m_word.store(ref.word());
     m_uid.store(ref.uid());
 }
@@ -61,6 +62,7 @@ std::optional<std::string> CMailslot::CMailbox::name() const
     const CSpyMemRef block = m_name.ref();
     if (!block)
         return std::nullopt;
+    const CSpyHeap::CReading reading;
     // Without the lock, which would cost a sender more than its message: what others do to it stays a text.
     const auto* text = static_cast<const char*>(block.address());
     const size_t room = block.size(), length = strnlen(text, room);
@@ -99,9 +101,10 @@ void CMailslot::loadFromSpyMem()
 bool CMailslot::create(const ITalString& name, const CSpyMemRef& sendQueue, const CSpyMemRef& postQueue)
 {
     const char* const text = name;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     allocate(sizeof(CMailbox), 0);
     loadFromSpyMem();
+    CSpyJournal::keep(*m_pMailbox);
     *m_pMailbox = CMailbox{};
     try {
         storeName(text ? text : "");
@@ -166,6 +169,7 @@ CSemaphoreHandle CMailslot::events() const
 void CMailslot::setHandle(CSemaphoreHandle handle)
 {
     GX_ASSERT(m_pMailbox, "m_pMailbox != 0");
+    CSpyJournal::keep(*m_pMailbox);
     m_pMailbox->m_set.store(handle.m_set);
     m_pMailbox->m_index.store(handle.m_index);
 }
@@ -206,6 +210,12 @@ bool CMailslot::waitForMessage()
         return true;
     event.add(CMailslotEvent::Message); // the signal is for whoever got the semaphores meanwhile
     return false;
+}
+
+void CMailslot::takeSignal()
+{
+    if (const CSemaphoreHandle events = this->events(); !events.isNull())
+        CMailslotEvent(events).take(CMailslotEvent::Message);
 }
 
 bool CMailslot::has(CSemaphoreHandle events) const
@@ -291,7 +301,7 @@ void CMailslot::detach()
 {
     if (isNull() || !m_ref.isValid() || !m_pMailbox)
         return;
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const CSemaphoreHandle events = this->events();
     setHandle({});
     if (events.isNull())
@@ -302,6 +312,10 @@ void CMailslot::detach()
 
 void CMailslot::release()
 {
+    if (isNull())
+        return;
+    m_ref.isValid(); // a stale reference is refused without waiting for the mutex
+    const CSpyUnit unit;
     detach();
     if (m_pMailbox)
         m_pMailbox->free();
@@ -309,7 +323,7 @@ void CMailslot::release()
 
 void CMailslot::freeAll()
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     freeOnce([&] { release(); });
     const CMailbox record = readOnce(*m_pMailbox);
     freeOnce([&] { freeQueue(record.m_sendQueue.ref(), true); });

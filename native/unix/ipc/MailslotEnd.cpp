@@ -86,6 +86,7 @@ void freeOwnSlots()
 void freeOwnSlotsLocked()
 {
     const CSpyHeapLock lock(1);
+    const CSpyCall call; // all of them, or none
     freeOwnSlots();
 }
 
@@ -132,6 +133,7 @@ void CMailslot::sig_term(int, siginfo_t*, void*)
     if (isEnding.test_and_set())
         return; // another thread is at it, and ends the process
     limitCleaning();
+    CSpyMemory::abandonChange();
     exitHandler();
     _exit(-1);
 }

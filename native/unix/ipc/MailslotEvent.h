@@ -3,6 +3,8 @@
 
 #include "Mailslot.h"
 
+#include <sys/ipc.h>
+
 /// A short-lived view. A semaphore counts how often it was signalled and not yet waited for. Any thread.
 class CMailslotEvent : public CSemaphoreSet {
 public:
@@ -17,6 +19,8 @@ public:
     /// @param slot  whose owner has to live when the event is Message
     /// @throws CMailslotGoneException  without a name
     bool signal(int event, const CMailslot& slot);
+    /// Takes one signal when there is one.
+    bool take(int event) { return change(event, -1, IPC_NOWAIT); }
     /// Blocks without limit.
     bool wait(int event);
     /// Tries each millisecond as long as the owner of the slot lives; EAGAIN after CMailslot::ReplyTimeoutMs.

@@ -32,7 +32,7 @@ CSpyMutex* CSpyMutex::named(const char* name)
 CSpyMemRef CUnixMutex::getMutexMap(JNIEnv*)
 {
     const CAsciiName name("%Mutexes%");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSpyMemory known(name);
     if (!known.isNull())
         return known.ref();
@@ -43,7 +43,7 @@ CSpyMemRef CUnixMutex::getMutexMap(JNIEnv*)
 
 CSemaphoreHandle CUnixMutex::find(const ITalString& name)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const CSpyMemRef mutexes = getMutexMap(env());
     if (!mutexes) {
         CTracer::debugTrace("Couldn't find  Mutex map\r\n");
@@ -65,7 +65,7 @@ CSemaphoreHandle CUnixMutex::find(const char* name)
 
 bool CUnixMutex::put(const ITalString& name, const CSemaphoreHandle& handle)
 {
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const CSpyMemRef mutexes = getMutexMap(env());
     return !!mutexes && CSpyMap(mutexes).put(name, CSpyVariant(static_cast<long>(handle.number())));
 }
@@ -93,7 +93,7 @@ template <class Name> bool CUnixMutex::createNamed(const Name& name, const char*
 {
     CTracer::debugTrace("create(%s) ...\r\n", shownName);
     // Two processes that ask for one name must not make two mutexes.
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     CSemaphoreHandle handle = find(name);
     if (handle.isNull()) {
         handle = CSemaphoreList().allocSemaphore(1);

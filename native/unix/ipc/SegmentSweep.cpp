@@ -43,6 +43,14 @@ bool removeHeap(key_t key)
     return true;
 }
 
+/// As with a heap, one attachment is this process's own.
+void removeJournal(key_t key)
+{
+    const int id = shmget(key, 0, 0);
+    if (const CSegmentStatus status(id); status.mayBeOurs() && status.attachments() <= 1)
+        shmctl(id, IPC_RMID, nullptr);
+}
+
 void removeSemaphores(key_t key, int size)
 {
     if (const int id = semget(key, 0, 0); CSemaphoreStatus(id).isOurs(size))
@@ -71,6 +79,7 @@ void CSegmentSweep::removeListed(const CSharedMemoryHeader& directory)
             continue;
         const auto key = static_cast<key_t>(listed);
         if (removeHeap(key) && entry.m_blockIndex.load() == 0) {
+            removeJournal(journalKey(key));
             removeSemaphores(key, CSemaphoreStatus::ListSize);
             removeSemaphores(key - 1, CSemaphoreStatus::LockSize);
         }

@@ -13,6 +13,8 @@ public:
     /// may still be at work. Anybody may have written the directory: only what is a heap of ours is removed,
     /// and a set that is like ours only with its heap.
     static void removeListed(const CSharedMemoryHeader& directory);
+    /// The key of the journal that goes with the first heap of a display (see CJournalSegment).
+    static key_t journalKey(key_t baseHeap) { return FirstJournal + (baseHeap & 0xFFFFFF); }
     /// A heap that this process had as the first of a display may have gone before its semaphores. Any
     /// thread.
     static void rememberBaseHeap(key_t key);
@@ -22,5 +24,7 @@ public:
     static void runAtExit();
 
 private:
+    static constexpr key_t FirstJournal = 0x4A000000;
+
     static void sweep() noexcept;
 };

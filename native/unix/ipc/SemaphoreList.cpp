@@ -30,7 +30,7 @@ bool CSemaphoreList::has(CSemaphoreHandle handle)
 CSemaphoreList::CSemaphoreList()
 {
     const CAsciiName name("%SemaphoreList%");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     const CSpyVariant found = locate(name);
     if (found.isa(CSpyVariant::SpyEmpty)) {
         make(name);
@@ -59,7 +59,7 @@ void CSemaphoreList::make(const ITalString& name)
 CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
 {
     GX_ASSERT(m_pList, "m_pList != 0");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     read(&m_list, sizeof m_list);
     if (count < 1)
         return {m_list.m_set, 0};
@@ -78,7 +78,7 @@ CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
 void CSemaphoreList::freeSemaphore(CSemaphoreHandle handle, int count)
 {
     GX_ASSERT(m_pList, "m_pList != 0");
-    const CSpyHeapLock lock;
+    const CSpyUnit unit;
     read(&m_list, sizeof m_list);
     for (int64_t index = handle.m_index; index < int64_t{handle.m_index} + count; ++index)
         if (handle.m_set != m_list.m_set || index < 0 || index >= Indices || m_list.m_used[index] == 0)

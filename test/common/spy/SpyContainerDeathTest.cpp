@@ -44,7 +44,7 @@ struct CShared {
         CSpyMap newMap((CSpyMemRef()));
         CSpyVector newVector;
         CSpyMappedPair newPair;
-        newMap.create(CName(""), 0, 4);
+        newMap.create(CName(""), 0, 1000); // never grows, which would leave chains that nobody names
         newVector.create(0, 2, 3);
         newPair.create(0U);
         for (int number = 0; number < Kept; ++number) {
@@ -60,9 +60,9 @@ struct CShared {
 
     void change(std::mt19937& random) const
     {
-        const CSpyHeapLock lock;
-        const CName name("key" + std::to_string(random() % 2000));
-        switch (random() % 6) {
+        const CSpyUnit unit;
+        const CName name("key" + std::to_string(random() % 200));
+        switch (random() % 8) {
         case 0:
             removeFromVector();
             break;
@@ -76,8 +76,13 @@ struct CShared {
         case 4:
             CSpyMappedPair(pair).remove(name).free();
             break;
+        case 5:
+            if (CSpyMap(map).containsKey(name)) // else it counts one entry less
+                CSpyMap(map).remove(name).free();
+            break;
         default:
-            CSpyMap(map).put(name, name);
+            if (!CSpyMap(map).containsKey(name)) // the value that it replaces in a chain would stay allocated
+                CSpyMap(map).put(name, name);
         }
     }
     void removeFromVector() const
@@ -86,16 +91,32 @@ struct CShared {
         if (itsVector.size() <= Kept + 5)
             return;
         CSpyVariant removed = itsVector.remove(Kept + 5);
-        itsVector.update(); // freed by nobody else, should this process die
         removed.free();
     }
-    /// As `change`. An entry that a death left twice is stale when one of the two was removed.
-    void changeAfterDeath(std::mt19937& random) const
+    /// Blocks that none of the three names, in all heaps.
+    size_t strangers() const
     {
-        try {
-            change(random);
-        } catch (const CInvalidSpyMemRef&) {
-        }
+        const CSpyHeapLock lock;
+        CReachable reachable;
+        reachable.addMap(map);
+        reachable.addVector(vector);
+        reachable.addPair(pair);
+        return reachable.strangers();
+    }
+    void expectWhole(size_t strangers) const
+    {
+        const CSpyHeapLock lock;
+        EXPECT_EQ(strangers, this->strangers());
+        const CSpyMap itsMap(map);
+        std::vector<CSpyVariant> keys(itsMap.size());
+        EXPECT_TRUE(itsMap.getKeys(keys.data(), static_cast<unsigned>(keys.size())));
+        EXPECT_EQ(0U, CSpyVector(readHeader(pair).m_data).size() % 3);
+    }
+    static CSpyMappedPairHdr readHeader(const CSpyMemRef& ref)
+    {
+        CSpyMappedPairHdr header;
+        ref.read(&header, sizeof header);
+        return header;
     }
     void expectKept() const
     {
@@ -114,7 +135,7 @@ struct CShared {
     }
 };
 
-TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
+TEST(SpyContainerDeathTest, LeavesEachOperationDoneOrNotBegunAndNoBlockLost)
 {
     const unsigned seed = std::random_device{}();
     std::printf("seed: %u\n", seed);
@@ -122,6 +143,7 @@ TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
     beginStore(Heaps);
     for (int death = 0; death < Deaths && !testing::Test::HasFailure(); ++death) {
         const CShared shared;
+        const size_t strangers = shared.strangers();
         CChildProcess child([&](CChildProcess& parent) {
             parent.pass();
             for (;;)
@@ -133,9 +155,11 @@ TEST(SpyContainerDeathTest, LeavesWhatItDidNotChangeReadableAndTheRestUsable)
         const auto start = std::chrono::steady_clock::now();
         shared.expectKept();
         EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+        shared.expectWhole(strangers);
         for (int count = 0; count < 50; ++count)
-            EXPECT_NO_THROW(shared.changeAfterDeath(random));
+            EXPECT_NO_THROW(shared.change(random));
         shared.expectKept();
+        shared.expectWhole(strangers);
     }
     const CSpyHeapLock lock;
     CReachable().strangers(); // every heap is whole

@@ -251,6 +251,41 @@ TEST_F(SpyHeapTest, DropsATransactionWhoseOverflowHeapHasTheLowerId)
     EXPECT_FALSE(isStale(others));
 }
 
+TEST_F(SpyHeapTest, DetachesADroppedHeapAfterItsLastReader)
+{
+    const auto mappings = [] {
+        std::ifstream maps("/proc/self/maps");
+        int count = 0;
+        for (std::string line; std::getline(maps, line);)
+            count += line.find("/SYSV") != std::string::npos;
+        return count;
+    };
+    const auto run = [] {
+        for (UNIQUEID transaction = 1; transaction <= 4; ++transaction)
+            base().allocate(100, transaction);
+        for (UNIQUEID transaction = 1; transaction <= 4; ++transaction)
+            CSpyMemory::free(transaction);
+    };
+    run();
+    const int before = mappings();
+    for (int count = 0; count < 50; ++count)
+        run();
+    EXPECT_EQ(before, mappings());
+    for (UNIQUEID transaction = 1; transaction <= 3; ++transaction)
+        base().allocate(100, transaction);
+    const CSpyHeap& third = *CSpyHeap::getHeap(3);
+    {
+        const CSpyHeap::CReading reading;
+        CSpyMemory::free(3U);
+        EXPECT_EQ(nullptr, CSpyHeap::getHeap(3));
+        third.verifyBlock(FirstLarge, 1);
+        CSpyHeap::getStats();
+        EXPECT_EQ(before + 1, mappings());
+    }
+    run();
+    EXPECT_EQ(before, mappings());
+}
+
 TEST_F(SpyHeapTest, StaysOnItsDisplayWhateverDisplaySaysMeanwhile)
 {
     base();

@@ -71,6 +71,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private final Queue<Message> taken = new ArrayDeque<>();
     private boolean isOpened;
     private volatile boolean closed;
+    private volatile boolean removed;
 
     /** An object that names no mailslot yet. Native code makes those that {@link #find} answers. */
     public Mailslot() {}
@@ -84,7 +85,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
          * @param message what was posted or asked
          * @return the reply; of no account for a posted message
          * @throws Exception goes to the sender that waits, as {@link RequestFailedException}; for a posted message, to
-         *     the uncaught exception handler of the receiving thread
+         *     the uncaught exception handler of the receiving thread. An Error does the same
          */
         Object handle(Object message) throws Exception;
     }
@@ -101,7 +102,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             throw new IllegalArgumentException("A mailslot needs a name");
         }
         Mailslot slot = new Mailslot();
-        slot.lock();
+        slot.enter();
         try {
             SpyMap registry = registry(true);
             if (living(registry, name) != null) {
@@ -110,7 +111,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             slot.make(registry, name);
             return slot;
         } finally {
-            slot.unlock();
+            slot.leave();
         }
     }
 
@@ -121,14 +122,25 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @return null when there is none, or its receiver is dead
      */
     public static Mailslot find(String name) {
-        SpyMemory memory = new SpyMemory();
-        memory.lock();
+        Mailslot any = new Mailslot();
+        any.enter();
         try {
             SpyMap registry = registry(false);
             return registry == null || name == null ? null : living(registry, name);
         } finally {
-            memory.unlock();
+            any.leave();
         }
+    }
+
+    /** Takes the lock. Until {@link #leave} all changes are one: whoever is killed has made all of them or none. */
+    private void enter() {
+        lock();
+        begin();
+    }
+
+    private void leave() {
+        end();
+        unlock();
     }
 
     private static SpyMap registry(boolean make) {
@@ -170,10 +182,10 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
 
     /** The caller holds the lock. */
     private void make(SpyMap registry, String slotName) {
-        sendMessageQueue = newVector(8);
-        postMessageQueue = newVector(64);
         boolean made = false;
         try {
+            sendMessageQueue = newVector(8);
+            postMessageQueue = newVector(64);
             if (!create(slotName)) {
                 throw new IllegalStateException("No semaphores are left for mailslot " + slotName);
             }
@@ -214,7 +226,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     /** Either the message is in the queue and was signalled, or an exception tells that it is not. */
     private void enqueue(SpyVector queue, Object message) {
         checkOpen();
-        lock();
+        enter();
         try {
             add(queue, message);
             boolean signalled = false;
@@ -231,7 +243,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         } catch (MailslotGoneException | InvalidSpyMemReference e) {
             throw gone(e);
         } finally {
-            unlock();
+            leave();
         }
     }
 
@@ -263,15 +275,34 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         checkOpen();
         // The request is a vector: message; once answered, reply; and when it failed, text of the failure. The sender
         // frees it, and then whoever answers finds that it is gone.
-        SpyVector request = newVector(4);
+        SpyVector request = request(message);
         try {
-            add(request, message);
-            enqueue(sendMessageQueue, request);
             return awaitReply(request, timeoutMs);
         } catch (InvalidSpyMemReference e) {
             throw gone(e);
         } finally {
             withdraw(request);
+        }
+    }
+
+    /** Made and sent, or neither. */
+    private SpyVector request(Object message) {
+        enter();
+        try {
+            SpyVector request = newVector(4);
+            boolean sent = false;
+            try {
+                add(request, message);
+                enqueue(sendMessageQueue, request);
+                sent = true;
+                return request;
+            } finally {
+                if (!sent) {
+                    freeQuietly(request);
+                }
+            }
+        } finally {
+            leave();
         }
     }
 
@@ -308,7 +339,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     }
 
     private void withdraw(SpyVector request) {
-        lock();
+        enter();
         try {
             int index = sendMessageQueue.indexOf(request, 0);
             if (index >= 0) {
@@ -317,9 +348,9 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         } catch (InvalidSpyMemReference e) {
             // The mailslot was closed.
         } finally {
-            unlock();
+            freeQuietly(request);
+            leave();
         }
-        freeQuietly(request);
     }
 
     /** Frees what a dead receiver has left, unless somebody did so. @return the exception to throw */
@@ -388,7 +419,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             if (request == null) {
                 return false;
             }
-            lock();
+            enter();
             try {
                 if (request.size() != 1) {
                     return false;
@@ -401,7 +432,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             } catch (InvalidSpyMemReference e) {
                 return false;
             } finally {
-                unlock();
+                leave();
             }
         }
     }
@@ -419,14 +450,19 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         }
         receiving.lock();
         try {
+            boolean hasItsSignal = false;
             while (!closed) {
                 Message message = next();
                 if (message != null) {
+                    if (!hasItsSignal) {
+                        takeSignal();
+                    }
                     return message;
                 }
                 if (!waitForIncomingMessage()) {
                     return null;
                 }
+                hasItsSignal = true;
             }
             return null;
         } finally {
@@ -439,28 +475,34 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         if (taken.isEmpty()) {
             takeAll();
         }
-        Message message = taken.poll();
-        while (message != null && !message.isWanted()) {
-            message = taken.poll();
+        // Taken out once it is certain what becomes of it: asking may fail when the lock is kept by others.
+        while (!taken.isEmpty() && !taken.peek().isWanted()) {
+            taken.remove();
         }
-        return message;
+        return taken.poll();
     }
 
     /** The posts first: a request that waits already was sent after those that its thread has posted. */
     private void takeAll() {
-        lock();
+        List<Message> found = new ArrayList<>();
+        enter();
         try {
             int posts = postMessageQueue.size();
             for (int i = 0; i < posts; i++) {
-                taken.add(new Message(postMessageQueue.get(i), null));
+                found.add(new Message(postMessageQueue.get(i), null));
+            }
+            for (SpyVector request : requests()) {
+                try {
+                    found.add(new Message(request.get(0), request));
+                } catch (InvalidSpyMemReference e) {
+                    // Its sender is gone, and so is what it asked.
+                }
             }
             postMessageQueue.removeAllElements();
-            for (SpyVector request : requests()) {
-                taken.add(new Message(request.get(0), request));
-            }
             sendMessageQueue.removeAllElements();
+            taken.addAll(found);
         } finally {
-            unlock();
+            leave();
         }
     }
 
@@ -489,7 +531,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private static void answerBy(Handler handler, Message message) {
         try {
             message.reply(handler.handle(message.value()));
-        } catch (Exception e) {
+        } catch (Throwable e) { // an Error, too, is one message's failure: those that come after it are served
             if (!message.fail(e.toString())) {
                 Thread self = Thread.currentThread();
                 self.getUncaughtExceptionHandler().uncaughtException(self, e);
@@ -500,13 +542,12 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     /**
      * Gives the mailslot up, when this object has opened it: senders that wait get {@link MailslotGoneException}, the
      * semaphores and all messages that wait are freed. A thread that waits in {@link #receive} comes back. An object
-     * that only sends is closed without any effect on the mailslot.
+     * that only sends is closed without any effect on the mailslot. Call it again when it has thrown.
      */
     @Override
     public void close() {
-        boolean remove = isOpened && !closed;
         closed = true;
-        if (!remove) {
+        if (!isOpened || removed) {
             return;
         }
         isReceiving(); // wakes the thread that waits
@@ -519,15 +560,16 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     }
 
     private void removeFromRegistry() {
-        lock();
+        enter();
         try {
             SpyMap registry = registry(false);
             if (registry != null && registry.containsKey(name)) {
                 registry.remove(name);
             }
             discard();
+            removed = true;
         } finally {
-            unlock();
+            leave();
         }
     }
 
@@ -535,7 +577,9 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private void discard() {
         try {
             detach();
-            requests().forEach(Mailslot::freeQuietly);
+            if (sendMessageQueue != null) {
+                requests().forEach(Mailslot::freeQuietly);
+            }
         } catch (InvalidSpyMemReference e) {
             // Somebody else did so.
         }
@@ -546,7 +590,9 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
 
     private static void freeQuietly(SpyMemory memory) {
         try {
-            memory.free();
+            if (memory != null) {
+                memory.free();
+            }
         } catch (InvalidSpyMemReference e) {
             // Somebody else did so.
         }
@@ -629,6 +675,14 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @return 0
      */
     public native int SetInvocationTimeoutValueIPC(int timeoutMs);
+
+    /** Begins a change that is made as a whole, under the lock. Untraced, as all that is not public. */
+    private static native void begin();
+
+    private static native void end();
+
+    /** Takes one signal, when there is one: as many are given as messages, and the system counts so far only. */
+    private native void takeSignal();
 
     /** The receiver has died, or has closed the mailslot. */
     public static class MailslotGoneException extends RuntimeException {

@@ -1,0 +1,456 @@
+#include "SpyJournal.h"
+
+#include "CTracer.h"
+#include "JournalSegment.h"
+#include "SharedMemory.h"
+#include "SpyHeapChange.h"
+
+#include <algorithm>
+#include <array>
+#include <bitset>
+#include <cstring>
+#include <memory>
+#include <pthread.h>
+#include <vector>
+
+namespace {
+constexpr char Signature[16] = "SPY-JOURNAL-1";
+
+/// Start of the segment; the records follow.
+struct CHeader {
+    char m_signature[sizeof Signature];
+    CShared<uint32_t> m_used;      ///< bytes of records; 0: nothing is to be undone
+    CShared<uint32_t> m_open;      ///< not 0: the marks of the heaps below are this journal's
+    CShared<uint32_t> m_marking;   ///< 1 more than the heap that is just being marked, 0 for none
+    CShared<uint8_t> m_marked[32]; ///< heap n is marked: bit n mod 8 of byte n / 8
+    uint8_t m_reserved[68];
+};
+static_assert(sizeof(CHeader) == 128 && offsetof(CHeader, m_used) == 16 && offsetof(CHeader, m_marked) == 28);
+
+/// Behind the old bytes of a record, since records are read from the last to the first.
+struct CTrailer {
+    uint32_t m_where; ///< heap in the top 8 bits, offset in the low 24
+    uint32_t m_length;
+};
+
+/// Bytes of heaps; `m_to` may lie beyond the last heap.
+struct CRange {
+    uint64_t m_from, m_to;
+
+    bool holds(const CRange& other) const { return m_from <= other.m_from && other.m_to <= m_to; }
+    bool meets(const CRange& other) const { return m_from < other.m_to && other.m_from < m_to; }
+};
+
+/// A few ranges. What does not fit any more is left out.
+class CRanges {
+public:
+    void clear() { m_count = 0; }
+    bool isFull() const { return m_count == m_ranges.size(); }
+    bool hold(const CRange& sought) const
+    {
+        return std::any_of(m_ranges.begin(), end(), [&](const CRange& each) { return each.holds(sought); });
+    }
+    bool meet(const CRange& sought) const
+    {
+        return std::any_of(m_ranges.begin(), end(), [&](const CRange& each) { return each.meets(sought); });
+    }
+    void add(const CRange& range)
+    {
+        if (!isFull())
+            m_ranges[m_count++] = range;
+    }
+
+private:
+    std::array<CRange, 32>::const_iterator end() const
+    {
+        return m_ranges.begin() + static_cast<long>(m_count);
+    }
+
+    std::array<CRange, 32> m_ranges;
+    size_t m_count = 0;
+};
+
+/// What was kept lately need not be kept again in the same unit.
+class CLately {
+public:
+    void forget() { ++m_unit; }
+    /// @return whether it was kept; it counts as kept from now on
+    bool has(uint32_t where, uint32_t length)
+    {
+        CEntry& entry = m_entries[(where >> 2) % m_entries.size()];
+        if (entry.m_unit == m_unit && entry.m_where == where && entry.m_length >= length)
+            return true;
+        entry = {m_unit, where, length};
+        return false;
+    }
+
+private:
+    struct CEntry {
+        uint64_t m_unit = 0;
+        uint32_t m_where = 0, m_length = 0;
+    };
+    std::array<CEntry, 64> m_entries;
+    uint64_t m_unit = 1;
+};
+
+constexpr size_t KeptPages = 1 << 20; ///< of the segment, between two units
+
+// All of these belong to the holder of the heap mutex.
+std::unique_ptr<CJournalSegment> s_segment;
+size_t s_used = 0; ///< as this process knows, whatever others write into the header
+CRanges s_fresh, s_givenUp;
+CLately s_lately;
+std::bitset<MaxHeap + 1> s_marked;
+std::vector<CSpyHeap*> s_dropped;
+bool s_isPlayingBack = false;
+std::atomic<pthread_t> s_holder = 0; ///< of the mutex
+
+CHeader& header()
+{
+    return *reinterpret_cast<CHeader*>(s_segment->area());
+}
+
+unsigned char* records()
+{
+    return s_segment->area() + sizeof(CHeader);
+}
+
+size_t capacity()
+{
+    return s_segment->size() - sizeof(CHeader);
+}
+
+/// Whether something is to be undone or finished, whoever has begun it.
+bool isOpen()
+{
+    return s_segment && (header().m_used.load() != 0 || header().m_open.load() != 0);
+}
+
+void publish(size_t used)
+{
+    CHeapChange::step();
+    header().m_used.store(static_cast<uint32_t>(used));
+    CHeapChange::step();
+}
+
+CRange rangeIn(const CSpyHeap& heap, uint32_t from, uint32_t to)
+{
+    const uint64_t start = uint64_t{heap.id()} << 24;
+    return {start + from, start + to};
+}
+
+bool isMarkedInHeader(HEAPID id)
+{
+    return (header().m_marked[id >> 3].load() & 1U << (id & 7)) != 0;
+}
+
+void markInHeader(HEAPID id, bool isMarked)
+{
+    CShared<uint8_t>& byte = header().m_marked[id >> 3];
+    const uint8_t bit = static_cast<uint8_t>(1U << (id & 7));
+    byte.store(static_cast<uint8_t>(isMarked ? byte.load() | bit : byte.load() & ~bit));
+}
+
+/// The heaps that the dead process changed and that are what it left: one that only it had attached is made
+/// anew.
+class CLeftHeaps {
+public:
+    /// @return null for a heap that is gone
+    CSpyHeap* get(HEAPID id)
+    {
+        if (!m_isKnown[id]) {
+            m_isKnown[id] = true;
+            m_heaps[id] = CSpyHeap::leftBehind(id);
+        }
+        return m_heaps[id];
+    }
+
+private:
+    std::bitset<MaxHeap + 1> m_isKnown;
+    std::array<CSpyHeap*, MaxHeap + 1> m_heaps{};
+};
+
+/// A process that knows nothing of journals has repaired the heap and gone on with it.
+bool wasChangedByOthers(CLeftHeaps& heaps)
+{
+    for (HEAPID id = 0; id <= MaxHeap; ++id) {
+        if (!isMarkedInHeader(id) || header().m_marking.load() == id + 1)
+            continue;
+        if (const CSpyHeap* heap = heaps.get(id); heap && !CHeapChange::isMarked(*heap))
+            return true;
+    }
+    return false;
+}
+
+void restore(CLeftHeaps& heaps, const CTrailer& record, const unsigned char* bytes)
+{
+    CSpyHeap* heap = heaps.get(record.m_where >> 24);
+    const uint32_t offset = record.m_where & 0xFFFFFFU;
+    if (heap && offset <= heap->size() && record.m_length <= heap->size() - offset)
+        std::memcpy(reinterpret_cast<unsigned char*>(heap->header()) + offset, bytes, record.m_length);
+}
+
+/// Latest first. What contradicts itself, which only a stranger can have written, ends it.
+void restoreAll(CLeftHeaps& heaps)
+{
+    size_t at = std::min<size_t>(header().m_used.load(), capacity());
+    while (at >= sizeof(CTrailer)) {
+        const CTrailer record =
+            readOnce(*reinterpret_cast<const CTrailer*>(records() + at - sizeof(CTrailer)));
+        at -= sizeof record;
+        if (record.m_length > at)
+            return;
+        at -= record.m_length;
+        restore(heaps, record, records() + at);
+        CSpyJournal::step();
+    }
+}
+} // namespace
+
+// Life
+
+void CSpyJournal::attach(const CSharedMemory& firstHeap)
+{
+    s_segment = std::make_unique<CJournalSegment>(firstHeap);
+    if (!s_segment->area()) {
+        s_segment.reset();
+        return;
+    }
+    if (!s_segment->existed() || !firstHeap.existed()) {
+        std::memset(s_segment->area(), 0, sizeof(CHeader));
+        std::memcpy(header().m_signature, Signature, sizeof Signature);
+    } else if (std::memcmp(header().m_signature, Signature, sizeof Signature) != 0) {
+        CTracer::debugTrace("Changes of spy memory are not journalled: the segment is not a journal");
+        s_segment.reset();
+    }
+}
+
+void CSpyJournal::detach()
+{
+    s_segment.reset();
+}
+
+void CSpyJournal::begin()
+{
+    s_holder = pthread_self();
+    forget();
+    s_parts = 0;
+    s_dropped.clear();
+    s_isPlayingBack = false; // a child made by fork may have it from its parent
+    s_holding.fetch_add(1 + (s_holding & 1), std::memory_order_relaxed);
+    if (isOpen()) [[unlikely]]
+        playBack();
+}
+
+void CSpyJournal::end()
+{
+    close();
+    s_holder = 0;
+    s_parts = 0;
+    s_holding.fetch_add(1, std::memory_order_relaxed);
+}
+
+void CSpyJournal::leave()
+{
+    if (s_parts > 0 && --s_parts == 0 && s_isComplete)
+        close();
+}
+
+void CSpyJournal::checkpoint()
+{
+    close();
+}
+
+void CSpyJournal::forget()
+{
+    s_used = 0;
+    s_isComplete = false;
+    s_fresh.clear();
+    s_givenUp.clear();
+    s_lately.forget();
+    s_marked.reset();
+}
+
+/// The store that ends the unit, and what may be done after it.
+void CSpyJournal::close()
+{
+    if (s_isPlayingBack)
+        return;
+    if (s_used != 0 || s_marked.any()) {
+        step();
+        publish(0);
+        step();
+        finish();
+        if (s_used > KeptPages)
+            s_segment->shrink(KeptPages);
+    }
+    forget();
+    emptyDropped();
+}
+
+void CSpyJournal::finish()
+{
+    for (HEAPID id = 0; id <= MaxHeap && s_marked.any(); ++id) {
+        if (!s_marked[id])
+            continue;
+        s_marked[id] = false;
+        if (CSpyHeap* heap = CSpyHeap::attached(id))
+            CHeapChange::mark(*heap, CHeapChange::None);
+        step();
+        markInHeader(id, false);
+    }
+    CHeapChange::step();
+    header().m_open.store(0);
+}
+
+void CSpyJournal::emptyDropped()
+{
+    while (!s_dropped.empty()) {
+        CSpyHeap* heap = s_dropped.back();
+        s_dropped.pop_back();
+        step();
+        heap->empty();
+    }
+}
+
+// After a death
+
+void CSpyJournal::rollBack()
+{
+    if (isOpen())
+        playBack();
+    forget();
+    s_parts = 0;
+    s_dropped.clear();
+    s_holding.fetch_add(2, std::memory_order_relaxed);
+}
+
+/// May be interrupted anywhere and begun again.
+void CSpyJournal::playBack()
+{
+    s_isPlayingBack = true;
+    CLeftHeaps heaps;
+    CSpyHeap::CHeapHeader& base = *CSpyHeap::getHeap(0)->header();
+    const uint32_t changes = base.m_changeCount.load();
+    if (header().m_used.load() != 0) {
+        CTracer::debugTrace("A process died while it changed spy memory: its change is undone");
+        if (wasChangedByOthers(heaps))
+            CTracer::debugTrace("An older process has gone on with it: it stays as it is");
+        else
+            restoreAll(heaps);
+    }
+    // Who has seen heaps come or go that now have not is to look again.
+    if (base.m_changeCount.load() != changes)
+        base.m_changeCount.store(changes + 1);
+    publish(0);
+    for (HEAPID id = 0; id <= MaxHeap; ++id) {
+        if (!isMarkedInHeader(id))
+            continue;
+        if (CSpyHeap* heap = heaps.get(id); heap && CHeapChange::isMarked(*heap))
+            CHeapChange::mark(*heap, CHeapChange::None);
+        markInHeader(id, false);
+    }
+    header().m_marking.store(0);
+    header().m_open.store(0);
+    s_isPlayingBack = false;
+}
+
+// Changes
+
+void CSpyJournal::keep(const void* place, size_t length)
+{
+    // A store without the mutex is one of a word that belongs to nobody else: it has no part in anybody's
+    // unit.
+    if (!s_segment || s_isPlayingBack || length == 0 || s_holder != pthread_self())
+        return;
+    const CSpyHeap* heap = CSpyHeap::around(place, length);
+    if (!heap)
+        return;
+    const auto offset =
+        static_cast<const unsigned char*>(place) - reinterpret_cast<unsigned char*>(heap->header());
+    const CRange range =
+        rangeIn(*heap, static_cast<uint32_t>(offset), static_cast<uint32_t>(offset) + length);
+    const auto where = static_cast<uint32_t>(range.m_from);
+    if (!s_fresh.hold(range) && !s_lately.has(where, static_cast<uint32_t>(length)))
+        append(where, place, static_cast<uint32_t>(length));
+}
+
+void CSpyJournal::append(uint32_t where, const void* place, uint32_t length)
+{
+    const CTrailer trailer{where, length};
+    if (length + sizeof trailer > capacity() - s_used) {
+        CTracer::debugTrace("A change of spy memory outgrows its journal: it is not made in one piece");
+        checkpoint();
+        if (length + sizeof trailer > capacity())
+            return;
+        s_lately.has(where, length);
+    }
+    std::memcpy(records() + s_used, place, length);
+    std::memcpy(records() + s_used + length, &trailer, sizeof trailer);
+    s_used += length + sizeof trailer;
+    s_mostUsed = std::max(s_mostUsed, s_used);
+    publish(s_used);
+    step();
+}
+
+void CSpyJournal::isFresh(const CSpyHeap& heap, uint32_t from, uint32_t to)
+{
+    const CRange range = rangeIn(heap, from, to);
+    if (!s_givenUp.isFull() && !s_givenUp.meet(range) && !s_fresh.hold(range))
+        s_fresh.add(range);
+}
+
+void CSpyJournal::isGivenUp(const CSpyHeap& heap, uint32_t from, uint32_t to)
+{
+    const CRange range = rangeIn(heap, from, to);
+    if (!s_fresh.hold(range))
+        s_givenUp.add(range);
+}
+
+// Marks of heaps
+
+bool CSpyJournal::hasMarked(const CSpyHeap& heap)
+{
+    return s_marked[heap.id()];
+}
+
+void CSpyJournal::mark(CSpyHeap& heap)
+{
+    if (!s_segment) {
+        CHeapChange::mark(heap, CHeapChange::Blocks);
+        return;
+    }
+    // A mark that is known and not there would be the work of others, save while it is being made.
+    header().m_open.store(1);
+    header().m_marking.store(heap.id() + 1);
+    CHeapChange::step();
+    markInHeader(heap.id(), true);
+    s_marked[heap.id()] = true;
+    step();
+    CHeapChange::mark(heap, CHeapChange::Blocks);
+    step();
+    header().m_marking.store(0);
+    step();
+}
+
+void CSpyJournal::leaveMark(const CSpyHeap& heap)
+{
+    if (!s_segment)
+        return;
+    s_marked[heap.id()] = false;
+    markInHeader(heap.id(), false);
+    checkpoint();
+}
+
+// Dropped heaps
+
+bool CSpyJournal::hasDropped()
+{
+    return !s_dropped.empty();
+}
+
+void CSpyJournal::dropped(CSpyHeap& heap)
+{
+    if (std::find(s_dropped.begin(), s_dropped.end(), &heap) == s_dropped.end())
+        s_dropped.push_back(&heap);
+}

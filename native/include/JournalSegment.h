@@ -1,0 +1,37 @@
+/// The memory of the journal of an X display.
+#pragma once
+
+#include <cstddef>
+
+class CSharedMemory;
+
+/// A segment that goes with the first heap of a display: every process that has the one attached has the
+/// other. Its key follows from that of the heap and is in no directory. Only the pages that are written take
+/// memory. Making and deleting one is for one process at a time: hold CSharedMemoryGuard.
+class CJournalSegment {
+public:
+    static constexpr size_t Largest = size_t{128} << 20; ///< where the system allows less, it is 16 or 1 MiB
+
+    /// Attaches it, or makes it. A failure is traced, and leaves an object without area.
+    explicit CJournalSegment(const CSharedMemory& firstHeap);
+    /// Detaches it; the last process to do so removes it.
+    ~CJournalSegment();
+    CJournalSegment(const CJournalSegment&) = delete;
+    CJournalSegment& operator=(const CJournalSegment&) = delete;
+
+    /// Null when the segment could not be attached, or is somebody else's.
+    unsigned char* area() const { return m_area; }
+    size_t size() const { return m_size; }
+    /// Whether other processes had it attached when this one came. One that did not exist consists of zeros.
+    bool existed() const { return m_existed; }
+    /// Gives pages behind the first `kept` bytes back to the system.
+    void shrink(size_t kept) const;
+
+private:
+    bool attach(int key, size_t size);
+
+    int m_id = -1;
+    size_t m_size = 0;
+    unsigned char* m_area = nullptr;
+    bool m_existed = false;
+};

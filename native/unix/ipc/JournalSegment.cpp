@@ -1,0 +1,58 @@
+#include "JournalSegment.h"
+
+#include "CTracer.h"
+#include "ErrorString.h"
+#include "IpcStatus.h"
+#include "SegmentSweep.h"
+#include "UnixSharedMemory.h"
+
+#include <cerrno>
+#include <initializer_list>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/shm.h>
+
+CJournalSegment::CJournalSegment(const CSharedMemory& firstHeap)
+{
+    const key_t key =
+        CSegmentSweep::journalKey(static_cast<const CUnixSharedMemory&>(firstHeap).attachedKey());
+    // Whoever comes later finds the size that the first one got.
+    for (const size_t size : {Largest, size_t{16} << 20, size_t{1} << 20})
+        if (attach(key, size))
+            return;
+    CTracer::debugTrace("Changes of spy memory are not journalled: key = 0x%0x , %s",
+                        static_cast<unsigned>(key), CErrorString(errno).text());
+}
+
+bool CJournalSegment::attach(int key, size_t size)
+{
+    const int id = shmget(key, size, IPC_CREAT | SHM_NORESERVE | IpcRights);
+    const CSegmentStatus status(id);
+    if (!status.mayBeOurs() || status.size() != size)
+        return false;
+    void* const address = shmat(id, nullptr, 0);
+    if (address == reinterpret_cast<void*>(-1)) {
+        if (status.attachments() == 0)
+            shmctl(id, IPC_RMID, nullptr);
+        return false;
+    }
+    m_id = id;
+    m_size = size;
+    m_area = static_cast<unsigned char*>(address);
+    m_existed = status.attachments() != 0;
+    return true;
+}
+
+CJournalSegment::~CJournalSegment()
+{
+    if (!m_area)
+        return;
+    shmdt(m_area);
+    if (CSegmentStatus(m_id).attachments() == 0)
+        shmctl(m_id, IPC_RMID, nullptr);
+}
+
+void CJournalSegment::shrink(size_t kept) const
+{
+    madvise(m_area + kept, m_size - kept, MADV_REMOVE);
+}

@@ -1,0 +1,267 @@
+// Wherever a process is killed: what it changed is as before or as after, and never between.
+#include "ChildProcess.h"
+#include "Mailslot.h"
+#include "Mutex.h"
+#include "SegmentSweep.h"
+#include "SharedMemory.h"
+#include "JournalSegment.h"
+#include "SpyJournal.h"
+#include "SpyName.h"
+#include "StoreCheck.h"
+
+#include <csignal>
+#include <functional>
+#include <sstream>
+
+namespace {
+constexpr UNIQUEID Transaction = 3;
+
+/// A store in which nobody finds segments that processes have left who were killed, of heaps of another size.
+void beginWith(unsigned heapSize)
+{
+    CSpyHeap::deleteBaseHeap();
+    const CSharedMemoryGuard guard;
+    CSegmentSweep::removeListed(*CSharedMemoryHeader::get());
+    CSpyHeap::setDefaultHeapSize(heapSize);
+}
+
+/// All that counts in the store: used blocks with their bytes, free ones and their lists, what the headers
+/// name, and the semaphores that are given away.
+std::string storeImage()
+{
+    const CSpyHeapLock lock;
+    std::ostringstream image;
+    const CSpyHeap::CHeapHeader& base = *CSpyHeap::getHeap(0)->header();
+    image.write(reinterpret_cast<const char*>(base.m_globals), sizeof base.m_globals);
+    for (HEAPID id = 0; id <= MaxHeap; ++id) {
+        image << id << ':' << base.transactionId(id);
+        if (id != 0 && !base.isUsed(id))
+            continue;
+        CSpyHeap& heap = *CSpyHeap::getHeap(id);
+        CHeapImage blocks(heap);
+        EXPECT_EQ("", blocks.fault()) << "heap " << id;
+        for (const uint32_t at : {1188U, 1192U, CHeapImage::LargePool, CHeapImage::SmallPool, 1228U})
+            image << ' ' << blocks.word(at);
+        for (const auto& [offset, block] : blocks.blocks()) {
+            image << '\n'
+                  << offset << ' ' << block.size << ' ' << block.used << ' ' << block.uid << ' '
+                  << block.next;
+            if (block.used & 1)
+                image.write(reinterpret_cast<const char*>(heap.blockAt(offset)->payload()), block.size);
+        }
+    }
+    return image.str();
+}
+
+/// The first lines that differ.
+std::string shown(const std::string& expected, const std::string& found)
+{
+    std::istringstream left(expected), right(found);
+    std::string one, other;
+    while (std::getline(left, one) && std::getline(right, other))
+        if (one != other)
+            return testing::PrintToString(other) + "\ninstead of " + testing::PrintToString(one) + "\n";
+    return "";
+}
+
+int s_stepsLeft = 0;
+
+void dieAtLastStep()
+{
+    if (--s_stepsLeft == 0)
+        raise(SIGKILL);
+}
+
+/// Runs `work` in a child that is killed after `steps` steps. @return whether it got that far
+bool killAfter(int steps, const std::function<void()>& work)
+{
+    CChildProcess child([&](CChildProcess& parent) {
+        s_stepsLeft = steps;
+        CSpyJournal::s_step = dieAtLastStep;
+        work();
+        CSpyJournal::s_step = nullptr;
+        parent.pass();
+        parent.wait();
+    });
+    const bool isThrough = child.wait();
+    child.die();
+    return !isThrough;
+}
+
+/// A store with containers of every kind, the same each time.
+struct CStore {
+    CSpyMemRef map, crowded, vector, pair, block, doomed, slot;
+
+    CStore()
+    {
+        CSpyHeap::deleteBaseHeap();
+        for (UNIQUEID transaction : {1, 2}) // this process keeps both attached
+            CSpyHeap::getHeap(0)->allocate(1, transaction);
+        CSpyMemory::free(1U);
+        CSpyMemory::free(2U);
+        map = newMap("map", 100, {"key", "other", "yek", "one"});
+        crowded = newMap("", 4, {"a", "b", "c", "d", "e"});
+        CSpyVector newVector;
+        newVector.create(CName("vector"), 0, 4, 3);
+        for (const char* element : {"first", "second", "third", "fourth"})
+            newVector.addElement(CSpyVariant(CName(element), 0));
+        vector = newVector.ref();
+        CSpyMappedPair newPair;
+        newPair.create(0U);
+        for (const char* key : {"key", "other", "last"})
+            newPair.put(CName(key), CName("value"), 1);
+        pair = newPair.ref();
+        block = CSpyMemRef(100, 0);
+        doomed = CSpyHeap::getHeap(0)->allocate(5000, Transaction);
+        CSpyHeap::getHeap(0)->allocate(32000, Transaction);
+        CSpyHeap::getHeap(0)->allocate(32000, Transaction);
+        CMailslot newSlot;
+        newSlot.create(CName("slot"), newQueue(), newQueue());
+        slot = newSlot.ref();
+    }
+
+private:
+    static CSpyMemRef newMap(const char* name, int buckets, std::initializer_list<const char*> keys)
+    {
+        CSpyMap made((CSpyMemRef()));
+        made.create(CName(name), 0, buckets);
+        for (const char* key : keys)
+            made.put(CName(key), CName("value"));
+        return made.ref();
+    }
+    static CSpyMemRef newQueue()
+    {
+        CSpyVector queue;
+        queue.create(0, 8, 8);
+        return queue.ref();
+    }
+};
+
+const struct {
+    const char* name;
+    std::function<void(const CStore&)> change;
+} operations[] = {
+    {"allocate", [](auto&) { CSpyMemRef(60, 0); }},
+    {"free", [](auto& store) { CSpyMemRef(store.block).free(); }},
+    {"grow in place", [](auto& store) { CSpyMemRef(store.slot).realloc(200); }},
+    {"grow by moving", [](auto& store) { CSpyMemRef(store.block).realloc(900); }},
+    {"allocate in a new transaction", [](auto&) { CSpyHeap::getHeap(0)->allocate(60, 9); }},
+    {"free a transaction", [](auto&) { CSpyMemory::free(Transaction); }},
+    {"allocate by name", [](auto&) { CSpyMemory().allocate(CName("block"), 40, 0); }},
+    {"remove a name", [](auto&) { CSpyMemory::remove(CName("vector")); }},
+    {"create a vector", [](auto&) { CSpyVector().create(CName("new"), 0, 5, 5); }},
+    {"add, growing", [](auto& store) { CSpyVector(store.vector).addElement(CSpyVariant(1)); }},
+    {"set", [](auto& store) { CSpyVector(store.vector).set(2, CSpyVariant(1)).free(); }},
+    {"set beyond the end", [](auto& store) { CSpyVector(store.vector).set(9, CSpyVariant(1)); }},
+    {"insert",
+     [](auto& store) {
+         CSpyVariant text(CName("text"), 0);
+         CSpyVector(store.vector).insertElement(text, 1);
+     }},
+    {"insert beyond the end",
+     [](auto& store) {
+         CSpyVariant text(CName("text"), 0);
+         CSpyVector(store.vector).insertElement(text, 7);
+     }},
+    {"remove from a vector", [](auto& store) { CSpyVector(store.vector).remove(1).free(); }},
+    {"remove all elements", [](auto& store) { CSpyVector(store.vector).removeAllElements(); }},
+    {"free a vector", [](auto& store) { CSpyVector(store.vector).free(); }},
+    {"create a map", [](auto&) { CSpyMap((CSpyMemRef())).create(CName("new"), 0, 5); }},
+    {"put into a free bucket", [](auto& store) { CSpyMap(store.map).put(CName("q"), CName("v")); }},
+    {"put in place of a value", [](auto& store) { CSpyMap(store.map).put(CName("one"), CName("v")); }},
+    {"put into a new chain", [](auto& store) { CSpyMap(store.map).put(CName("neo"), CName("v")); }},
+    {"put into a chain", [](auto& store) { CSpyMap(store.map).put(CName("eky"), CName("v")); }},
+    {"put, growing the table", [](auto& store) { CSpyMap(store.crowded).put(CName("f"), CName("v")); }},
+    {"remove from a bucket", [](auto& store) { CSpyMap(store.map).remove(CName("one")).free(); }},
+    {"remove from a chain", [](auto& store) { CSpyMap(store.map).remove(CName("yek")).free(); }},
+    {"remove all entries", [](auto& store) { CSpyMap(store.map).removeAll(); }},
+    {"free a map", [](auto& store) { CSpyMap(store.map).free(); }},
+    {"create a pair", [](auto&) { CSpyMappedPair().create(CName("new"), 0); }},
+    {"put a new pair", [](auto& store) { CSpyMappedPair(store.pair).put(CName("new"), CName("v"), 2); }},
+    {"replace a pair", [](auto& store) { CSpyMappedPair(store.pair).put(CName("key"), CName("v"), 2); }},
+    {"remove a pair", [](auto& store) { CSpyMappedPair(store.pair).remove(CName("key")).free(); }},
+    {"remove all pairs", [](auto& store) { CSpyMappedPair(store.pair).removeAll(); }},
+    {"free a pair", [](auto& store) { CSpyMappedPair(store.pair).free(); }},
+    {"create a mutex", [](auto&) { CUnixMutex().create("mutex"); }},
+    {"create a mailslot", [](auto&) { CMailslot().create(CName("new"), CSpyMemRef(), CSpyMemRef()); }},
+    {"detach a mailslot", [](auto& store) { CMailslot(store.slot).release(); }},
+    {"free a mailslot", [](auto& store) { CMailslot(store.slot).freeAll(); }},
+};
+
+TEST(SpyJournalDeathTest, LeavesEachOperationDoneOrNotBegun)
+{
+    int deaths = 0;
+    beginWith(0x10000);
+    for (const auto& operation : operations) {
+        SCOPED_TRACE(operation.name);
+        // Objects that are written back when they end do so within the unit.
+        const auto run = [&](const CStore& store) {
+            const CSpyUnit unit;
+            operation.change(store);
+        };
+        std::string before, after;
+        {
+            const CStore store;
+            before = storeImage();
+            EXPECT_FALSE(killAfter(0, [&] { run(store); }));
+            after = storeImage();
+        }
+        EXPECT_NE(before, after);
+        for (int steps = 1; !testing::Test::HasFailure(); ++steps) {
+            const CStore store;
+            const bool died = killAfter(steps, [&] { run(store); });
+            const std::string image = storeImage();
+            EXPECT_TRUE(image == before || image == after)
+                << "killed after step " << steps << ": neither as before nor as after, but\n"
+                << shown(before, image) << "or\n"
+                << shown(after, image);
+            EXPECT_TRUE(died || image == after);
+            if (!died)
+                break;
+            ++deaths;
+            if (steps % 5 == 0 && image == before) {
+                // Who undoes it may be killed, too.
+                killAfter(steps, [&] { run(store); });
+                killAfter(1 + steps / 5, [] { const CSpyHeapLock lock; });
+                EXPECT_EQ(before, storeImage())
+                    << "killed after step " << steps << " and while that was undone";
+            }
+        }
+    }
+    std::printf("%d deaths\n", deaths);
+    beginWith(0x100000);
+}
+
+TEST(SpyJournalDeathTest, IsNotOutgrownByTheLargestOperations)
+{
+    beginWith(0x1000000);
+    const auto most = [](size_t limit, const std::function<void()>& work) {
+        const CSpyHeapLock lock;
+        CSpyJournal::resetMostUsed();
+        work();
+        std::printf("%zu bytes of the journal\n", CSpyJournal::mostUsed());
+        EXPECT_LE(CSpyJournal::mostUsed(), limit);
+        EXPECT_GT(CSpyJournal::mostUsed(), 0U);
+    };
+    CSpyMap map((CSpyMemRef()));
+    map.create(CName(""), Transaction, 100);
+    most(1 << 22, [&] { // the largest is a growth of the table
+        for (int number = 0; number < 100000; ++number) {
+            map.put(CName(std::to_string(number) + std::string(number % 97, 'z')), CSpyVariant(number));
+            map.update();
+        }
+    });
+    CSpyVector vector;
+    vector.create(Transaction, 700000, 1);
+    {
+        const CSpyHeapLock lock; // not a call of the system for each
+        for (int number = 0; number < 700000; ++number)
+            vector.addElement(number % 7 ? CSpyVariant(number)
+                                         : CSpyVariant(CName("x"), vector.ref().heapId()));
+    }
+    most(CJournalSegment::Largest / 8, [&] { vector.remove(0); });
+    most(CJournalSegment::Largest / 8, [&] { vector.removeAllElements(); });
+    CSpyMemory::free(Transaction);
+    beginWith(0x100000);
+}
+} // namespace
