@@ -75,7 +75,7 @@ class ExitTest {
 
     /** @param meanwhile is done before the engine is told to exit */
     private static void exitInTheMiddleOf(String work, String display, Executable meanwhile) throws Throwable {
-        int threads = work.equals("unicode") ? 1 : 2; // two texts at once do not keep each other's borrowed key apart
+        int threads = 2;
         ProcessBuilder builder = new ProcessBuilder(System.getProperty("java.home") + "/bin/java",
                 "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
                 System.getProperty("java.class.path"), "ExitTest", work, Integer.toString(threads));

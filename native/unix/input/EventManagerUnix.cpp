@@ -4,6 +4,7 @@
 #include "CodeSet.h"
 #include "GxGlobals.h"
 #include "GxInstallOptions.h"
+#include "HeldInput.h"
 #include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
@@ -57,7 +58,7 @@ void pressKey(KeySym keysym, bool press, int delay)
     if (!isConnected(g_display))
         return;
     if (const KeyCode key = XKeysymToKeycode(g_display, keysym); key != 0)
-        XTestFakeKeyEvent(g_display, key, press, delayOf(delay));
+        fakeKey(key, press, delayOf(delay));
 }
 
 /// The server keeps a delay before the request, so what is sent after it could not be taken back when the
@@ -72,7 +73,7 @@ void pressButton(unsigned button, bool press, int delay)
 {
     if (!isConnected(g_display))
         return;
-    XTestFakeButtonEvent(g_display, button, press, delayOf(delay));
+    fakeButton(button, press, delayOf(delay));
     awaitDelay(delay);
 }
 
@@ -251,6 +252,7 @@ void MouseEvent::emit()
     const CRunningInput running;
     if (!running.mayBegin() || !xTestThere())
         return endWith(PlaybackNoXTest);
+    const CPlayedInput played;
     Point start;
     Point end;
     if (const int status = aim(start, end); status != PlaybackDone)
@@ -341,6 +343,7 @@ void KeyEvent::emit()
     CTracer::debugTrace("In KeyEvent::emit kind is %d", m_kind);
     if (!running.mayBegin() || !xTestThere())
         return endWith(PlaybackNoXTest);
+    const CPlayedInput played;
     CTracer::debugTrace("Window checks hwnd=0x%x top_hwnd=0x%x", static_cast<unsigned>(m_window.getHandle()),
                         static_cast<unsigned>(m_topLevel.getHandle()));
     if (!aimAtWindow())

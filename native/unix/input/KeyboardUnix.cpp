@@ -1,5 +1,6 @@
 #include "Keyboard.h"
 
+#include "HeldInput.h"
 #include "InputStatus.h"
 #include "RunningInput.h"
 #include "inputkeyunix.h"
@@ -33,6 +34,7 @@ void Keyboard::setModifierKeys(unsigned wanted)
     Display* const display = running.mayBegin() ? walkDisplay() : nullptr;
     if (!display || !XTestQueryExtension(display, &event, &error, &major, &minor))
         return;
+    const CPlayedInput played;
     CServerStrokes strokes;
     const CStrokeScope scope(strokes);
     AdjustModifiersEx(wanted & (ShiftHeld | ControlHeld | AltHeld));

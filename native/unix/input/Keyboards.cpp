@@ -4,10 +4,12 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "ScopedX.h"
 #include <X11/Xatom.h>
+#include <X11/extensions/XInput.h>
 #include <X11/extensions/XInput2.h>
 
 namespace {
@@ -17,32 +19,46 @@ struct CFreeDevices {
     void operator()(XIDeviceInfo* devices) const noexcept { XIFreeDeviceInfo(devices); }
 };
 
-struct CKeyboard {
+struct CDevice {
     unsigned m_id;
     std::string m_name;
+    bool m_isKeyboard;
+
+    bool isOfXTest() const
+    {
+        return std::string_view(m_name).ends_with(m_isKeyboard ? "XTEST keyboard" : "XTEST pointer");
+    }
 };
 
-/// The keyboards that strokes of this connection's XTest reach: first the one that clients see, then the
-/// devices behind it. Where the server does not tell devices apart, the keyboard as clients see it alone.
-std::vector<CKeyboard> keyboardsOf(Display* display)
+/// The devices that strokes of this connection's XTest reach: first the keyboard that clients see, then those
+/// behind it and its pointer. Where the server does not tell devices apart, the keyboard as clients see it.
+std::vector<CDevice> devicesOf(Display* display)
 {
     int opcode, event, error, pointer, count = 0;
     int major = 2, minor = 0;
-    std::vector<CKeyboard> keyboards{{XkbUseCoreKbd, {}}};
+    std::vector<CDevice> devices{{XkbUseCoreKbd, {}, true}};
     if (!XQueryExtension(display, "XInputExtension", &opcode, &event, &error) ||
         XIQueryVersion(display, &major, &minor) != Success || !XIGetClientPointer(display, 0, &pointer))
-        return keyboards;
+        return devices;
     const std::unique_ptr<XIDeviceInfo, CFreeDevices> all(XIQueryDevice(display, XIAllDevices, &count));
     const XIDeviceInfo* const first = all.get();
     const XIDeviceInfo* const end = first + count;
     const auto* const master = std::find_if(first, end, [&](const auto& d) { return d.deviceid == pointer; });
     if (master == end)
-        return keyboards;
-    keyboards.front().m_id = static_cast<unsigned>(master->attachment);
+        return devices;
+    devices.front().m_id = static_cast<unsigned>(master->attachment);
     std::for_each(first, end, [&](const XIDeviceInfo& device) {
-        if (device.use == XISlaveKeyboard && device.attachment == master->attachment)
-            keyboards.push_back({static_cast<unsigned>(device.deviceid), device.name});
+        const bool isKeyboard = device.use == XISlaveKeyboard && device.attachment == master->attachment;
+        if (isKeyboard || (device.use == XISlavePointer && device.attachment == pointer))
+            devices.push_back({static_cast<unsigned>(device.deviceid), device.name, isKeyboard});
     });
+    return devices;
+}
+
+std::vector<CDevice> keyboardsOf(Display* display)
+{
+    std::vector<CDevice> keyboards = devicesOf(display);
+    std::erase_if(keyboards, [](const CDevice& device) { return !device.m_isKeyboard; });
     return keyboards;
 }
 
@@ -68,7 +84,7 @@ std::string namesOfLayout(Display* display)
 
 /// A number that tells whether a device is the one that it was and has the layout that it had. Keysyms do not
 /// count, nor which modifier bits the virtual modifiers of types stand for: that follows from the keysyms.
-uint32_t identityOf(const CKeyboard& keyboard, const std::string& names, const XkbDescRec& map)
+uint32_t identityOf(const CDevice& keyboard, const std::string& names, const XkbDescRec& map)
 {
     std::string all = keyboard.m_name + names;
     std::for_each(map.map->types, map.map->types + map.map->num_types, [&](const XkbKeyTypeRec& type) {
@@ -148,6 +164,28 @@ void setKeys(Display* display, XkbDescRec& map, const std::vector<Key>& wanted)
     XkbChangeMap(display, &map, &changes);
 }
 
+struct CFreeState {
+    void operator()(XDeviceState* state) const noexcept { XFreeDeviceState(state); }
+};
+
+/// Adds what is down on a device.
+void addHeld(Display* display, const CDevice& device, HeldCodes& held)
+{
+    XDevice asked{device.m_id, 0, nullptr};
+    const std::unique_ptr<XDeviceState, CFreeState> state(XQueryDeviceState(display, &asked));
+    const XInputClass* part = state ? state->data : nullptr;
+    for (int i = 0; state && i < state->num_classes; ++i) {
+        const auto* const keys = reinterpret_cast<const XKeyState*>(part);
+        const auto* const buttons = reinterpret_cast<const XButtonState*>(part);
+        for (unsigned code = 0; part->c_class == KeyClass && code < firstButton; ++code)
+            held[code] = held[code] || (keys->keys[code / 8] >> code % 8 & 1);
+        for (unsigned code = 0; part->c_class == ButtonClass && firstButton + code < held.size(); ++code)
+            held[firstButton + code] =
+                held[firstButton + code] || (buttons->buttons[code / 8] >> code % 8 & 1);
+        part = reinterpret_cast<const XInputClass*>(reinterpret_cast<const char*>(part) + part->length);
+    }
+}
+
 /// By id of the device and identity.
 using KeysOfDevices = std::map<std::pair<uint32_t, uint32_t>, std::vector<Key>>;
 
@@ -173,9 +211,8 @@ KeysOfDevices devicesIn(const std::vector<uint32_t>& all)
 KeyboardMap mapOfXTestKeyboard(Display* display)
 {
     const auto all = keyboardsOf(display);
-    const auto found = std::find_if(all.begin(), all.end(), [](const CKeyboard& keyboard) {
-        return std::string_view(keyboard.m_name).ends_with("XTEST keyboard");
-    });
+    const auto found =
+        std::find_if(all.begin(), all.end(), [](const auto& each) { return each.isOfXTest(); });
     return mapOf(display, found == all.end() ? all.front().m_id : found->m_id);
 }
 
@@ -183,7 +220,7 @@ std::vector<uint32_t> keysOfAllKeyboards(Display* display)
 {
     std::vector<uint32_t> all;
     const std::string names = namesOfLayout(display);
-    for (const CKeyboard& keyboard : keyboardsOf(display)) {
+    for (const CDevice& keyboard : keyboardsOf(display)) {
         const KeyboardMap map = mapOf(display, keyboard.m_id);
         if (!map)
             continue;
@@ -201,7 +238,7 @@ void putBackKeys(Display* display, const std::vector<uint32_t>& before)
 {
     const KeysOfDevices devices = devicesIn(before);
     const std::string names = namesOfLayout(display);
-    for (const CKeyboard& keyboard : keyboardsOf(display)) {
+    for (const CDevice& keyboard : keyboardsOf(display)) {
         const KeyboardMap map = mapOf(display, keyboard.m_id);
         if (!map)
             continue;
@@ -210,4 +247,16 @@ void putBackKeys(Display* display, const std::vector<uint32_t>& before)
             setKeys(display, *map, wanted->second);
     }
     XSync(display, False);
+}
+
+HeldCodes heldByXTest(Display* display)
+{
+    HeldCodes held;
+    const std::vector<CDevice> devices = devicesOf(display);
+    if (devices.size() == 1)
+        return held.set();
+    for (const CDevice& device : devices)
+        if (device.isOfXTest())
+            addHeld(display, device, held);
+    return held;
 }

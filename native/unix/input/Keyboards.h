@@ -1,7 +1,9 @@
-/// The keyboard devices of an X server. Each has a map of its own; the server shows clients that of the
-/// device used last, so that what a layout is depends on who pressed the last key, a user or XTest.
+/// The keyboard devices of an X server, and what XTest holds down. Each has a map of its own; the server
+/// shows clients that of the device used last, so that what a layout is depends on who pressed the last key,
+/// a user or XTest.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -26,3 +28,11 @@ std::vector<uint32_t> keysOfAllKeyboards(Display* display);
 /// device is left alone that has gone, or that has been given another layout since, by its types or by the
 /// names that setxkbmap leaves on the root window. Round trips.
 void putBackKeys(Display* display, const std::vector<uint32_t>& before);
+
+/// Bits of key codes, and above them, from firstButton on, of buttons.
+constexpr unsigned firstButton = 256;
+using HeldCodes = std::bitset<firstButton + 32>;
+
+/// What is down on the XTEST devices, which is not what somebody holds on a keyboard or mouse. Where the
+/// server does not tell devices apart everything may be. Round trips.
+HeldCodes heldByXTest(Display* display);

@@ -1,6 +1,7 @@
 #include "Mouse.h"
 
 #include "GxGlobals.h"
+#include "HeldInput.h"
 #include "InputStatus.h"
 #include "RunningInput.h"
 
@@ -46,7 +47,7 @@ bool hasXTest(Display* display)
 
 void fakeLeftButton(Display* display, bool press)
 {
-    XTestFakeButtonEvent(display, Button1, press, 0);
+    fakeButton(Button1, press, 0);
     XFlush(display);
 }
 
@@ -184,6 +185,7 @@ bool Mouse::capture(const CWindow&, GX_MOUSE_CURSOR)
     Display* const display = walkDisplay();
     if (m_captured || !running.mayBegin() || !display || !hasXTest(display))
         return false;
+    const CPlayedInput played;
     s_grabCursor = XCreateFontCursor(display, XC_hand2);
     fakeLeftButton(display, false);
     if (XGrabPointer(display, DefaultRootWindow(display), False, capturedEvents, GrabModeAsync, GrabModeAsync,

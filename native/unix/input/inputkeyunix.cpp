@@ -5,6 +5,7 @@
 #include "EventManager.h"
 #include "HotKeyCounter.h"
 #include "GxGlobals.h"
+#include "HeldInput.h"
 #include "KeyReceiver.h"
 #include "OwnDisplay.h"
 #include "RunningInput.h"
@@ -20,7 +21,6 @@
 #include "ScopedX.h"
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
-#include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
 constinit CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered] = {};
@@ -158,7 +158,7 @@ void sendKey(KeyCode key, bool press, int delayMs)
 {
     if (!isConnected(g_display))
         return;
-    XTestFakeKeyEvent(g_display, key, press, static_cast<unsigned long>(delayMs));
+    fakeKey(key, press, static_cast<unsigned long>(delayMs));
     XSync(g_display, False);
 }
 
@@ -209,13 +209,6 @@ void describeKey(XkbDescRec& map, unsigned key, bool shifted, CKeyMapping& entry
     writeInLocale(keysym, entry.m_text);
 }
 
-/// Which group of the layout is locked; 0 is the first.
-unsigned lockedGroup()
-{
-    XkbStateRec state{};
-    return XkbGetState(g_display, XkbUseCoreKbd, &state) == Success ? state.locked_group : 0;
-}
-
 /// Xlib takes note of changes of the map as their events arrive, and fetches the map when it next needs it;
 /// that costs more than all else of a stroke. The events themselves nobody wants.
 void dropMappingEvents()
@@ -234,18 +227,11 @@ void dropMappingEvents()
 /// keys that it had before.
 class CUnicodeKey {
 public:
-    CUnicodeKey() : m_before(keysOfAllKeyboards(g_display)), m_receiver(DisplayString(g_display))
+    CUnicodeKey() : m_receiver(DisplayString(g_display))
     {
         XDisplayKeycodes(g_display, &m_lowest, &m_highest);
         m_map.reset(XGetKeyboardMapping(g_display, key(), m_highest - m_lowest + 1, &m_width));
     }
-    ~CUnicodeKey()
-    {
-        putBackKeys(g_display, m_before);
-        dropMappingEvents();
-    }
-    CUnicodeKey(const CUnicodeKey&) = delete;
-    CUnicodeKey& operator=(const CUnicodeKey&) = delete;
 
     void playUnicodeChar(char32_t character)
     {
@@ -280,8 +266,8 @@ private:
     {
         if (!isConnected(g_display))
             return;
-        XTestFakeKeyEvent(g_display, key(), True, static_cast<unsigned long>(g_delayKeyDown));
-        XTestFakeKeyEvent(g_display, key(), False, static_cast<unsigned long>(g_delayKeyUp));
+        fakeKey(key(), true, static_cast<unsigned long>(g_delayKeyDown));
+        fakeKey(key(), false, static_cast<unsigned long>(g_delayKeyUp));
         XSync(g_display, False);
     }
     /// Gives the key a keysym without and with Shift. A capital alone would do for both: the server reads it
@@ -295,7 +281,7 @@ private:
         dropMappingEvents();
     }
 
-    std::vector<uint32_t> m_before;
+    CBorrowedKeyboards m_borrowed;
     CKeyReceiver m_receiver;
     XPtr<KeySym> m_map;
     int m_width = 0; ///< keysyms of one key in m_map
@@ -407,16 +393,13 @@ void switchToXTestKeyboard()
 CServerStrokes::CServerStrokes()
 {
     switchToXTestKeyboard();
-    m_group = lockedGroup();
-    if (m_group != 0)
-        XkbLockGroup(g_display, XkbUseCoreKbd, 0);
+    m_locks.emplace(LockMask | numLockBit());
 }
 
 CServerStrokes::~CServerStrokes()
 {
     m_unicodeKey.reset();
-    if (m_group != 0)
-        XkbLockGroup(g_display, XkbUseCoreKbd, m_group);
+    dropMappingEvents();
 }
 
 CLockState CServerStrokes::locks()

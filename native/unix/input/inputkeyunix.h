@@ -3,11 +3,13 @@
 /// it.
 #pragma once
 
+#include "HeldInput.h"
 #include "StrokeSink.h"
 
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 /// Whether what is being played may go on: the process does not end and the server has not gone.
 bool mayGoOn();
@@ -72,7 +74,7 @@ public:
     unsigned modifiersDown() override;
 
 private:
-    unsigned m_group = 0; ///< that was locked before
+    std::optional<CSwitchedLocks> m_locks;
     std::unique_ptr<CUnicodeKey> m_unicodeKey;
 };
 

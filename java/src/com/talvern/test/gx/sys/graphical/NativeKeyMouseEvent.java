@@ -11,7 +11,9 @@ import java.awt.Point;
  * that failed. Any thread may play; the events of two threads mix, and two texts at once come out wrong, unless the install
  * option {@code talvern.test.gx.script.playback.mouse.allow_multiple_threads} is {@code true}: then an event waits until another
  * one has ended, up to 5 seconds, and a text for a text of the same process without limit. When the process exits meanwhile, the
- * event is cut short: its keys and buttons are released, locks and keyboard map are put back, for up to 2 seconds.
+ * event is cut short: its keys and buttons are released, locks and keyboard map are put back, for up to 2 seconds. A process
+ * that is killed leaves them as they are; the next event that any process plays on the display puts them right first, and the
+ * trace says so.
  *
  * <pre>{@code
  * NativeKeyMouseEvent.emitLLMouseEvent(new Point(400, 300), 0, 0, 0, 0, NativeKeyMouseEvent.CLICK);

@@ -1,0 +1,181 @@
+// Players that are killed in the middle of what they play, and players beside each other.
+#include "ChildProcess.h"
+#include "TextProgram.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <thread>
+
+#include "Keyboards.h"
+#include "User.h"
+
+namespace {
+void press(KeySym keysym, int kind = KeyEvent::Press)
+{
+    KeyEvent(0, kind, static_cast<int>(keysym), static_cast<const char*>(nullptr), CWindow(),
+             TopLevelWindow())
+        .emit();
+}
+
+void type(const char* text)
+{
+    KeyEvent(0, KeyEvent::KeyString, 0, text, CWindow(), TopLevelWindow()).emit();
+}
+
+void mouse(int kind, int modifiers, Point start, Point end = {})
+{
+    const CWindow none;
+    const TopLevelWindow noTop;
+    MouseEvent(0, kind, 1, CMouseTarget(start, &none, &noTop), CMouseTarget(end, &none, &noTop), modifiers, 0,
+               0)
+        .emit();
+}
+
+/// Another process that plays: once before the constructor returns, then again and again.
+class COtherPlayer {
+public:
+    explicit COtherPlayer(const std::function<void()>& play, bool again = true)
+        : m_process([=](CChildProcess& parent) {
+              g_display = XOpenDisplay(nullptr);
+              play();
+              parent.pass();
+              while (again)
+                  play();
+              parent.wait();
+          })
+    {
+        m_process.wait();
+    }
+    void die() { m_process.die(); }
+
+private:
+    CChildProcess m_process;
+};
+
+/// What is down, on whatever device.
+std::string down()
+{
+    const ScopedDisplay display(XOpenDisplay(nullptr));
+    char keys[32] = {};
+    Window window;
+    int x;
+    unsigned state = 0;
+    XQueryKeymap(display.get(), keys);
+    XQueryPointer(display.get(), DefaultRootWindow(display.get()), &window, &window, &x, &x, &x, &x, &state);
+    std::string all;
+    for (int key = 0; key < 256; ++key)
+        if (keys[key / 8] >> key % 8 & 1)
+            all += "key " + std::to_string(key) + ' ';
+    return all + (state & (Button1Mask | Button2Mask | Button3Mask) ? "button" : "");
+}
+
+class PlayersTest : public testing::Test {
+protected:
+    PlayersTest()
+    {
+        useLayout("de");
+        useLayout("-device 5 us,ru");
+        switchToXTestKeyboard();
+    }
+    ~PlayersTest() override
+    {
+        press(XK_Num_Lock, KeyEvent::Release);
+        lock(0, 0);
+        useLayout("us");
+    }
+    static void lock(unsigned modifiers, unsigned group)
+    {
+        XkbLockModifiers(g_display, XkbUseCoreKbd, 0xFF, modifiers);
+        XkbLockGroup(g_display, XkbUseCoreKbd, group);
+        XSync(g_display, False);
+    }
+    /// GX_KILLS=200 asks for as many as it takes to be sure.
+    static int kills()
+    {
+        const char* wanted = getenv("GX_KILLS");
+        return wanted ? atoi(wanted) : 10;
+    }
+};
+
+TEST_F(PlayersTest, TheNextOneReleasesWhatAKilledOneHeldAndPutsTheKeyboardsBack)
+{
+    const struct {
+        const char* why;
+        std::function<void()> play;
+    } rows[] = {
+        {"modifiers and a key", [] { type("^%({F3 KeyDn}ab{F3 KeyUp})"); }},
+        {"borrowed keys", [] { type("+(\u4E2D\u6587a)\u00E9"); }},
+        {"strokes without a text", [] { press(XK_Shift_R), press(XK_F5), press(XK_F5, KeyEvent::Release); }},
+        {"a drag with modifiers",
+         [] { mouse(MouseEvent::Drag, MouseEvent::WithAlt, Point(5, 5), Point(400, 300)); }},
+    };
+    const std::string before = keyboards();
+    const std::vector<uint32_t> keysBefore = keysOfAllKeyboards(g_display);
+    lock(LockMask, 1);
+    std::mt19937 random(std::random_device{}());
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        for (int i = 0; i < kills(); ++i) {
+            COtherPlayer other(row.play);
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
+            other.die();
+            CEventWindow window(0, 0, 500, 500);
+            if (i % 2 == 0)
+                type("xy");
+            else
+                mouse(MouseEvent::Click, 0, Point(9, 9));
+            const std::string events = window.events();
+            ASSERT_NE(std::string::npos, events.find(i % 2 == 0 ? " +x -x +y -y +Caps" : "L+1 L-1"))
+                << events;
+            ASSERT_EQ("", down());
+            XkbStateRec state{};
+            XkbGetState(g_display, XkbUseCoreKbd, &state);
+            ASSERT_EQ(LockMask + (1U << 8), state.locked_mods + (unsigned{state.locked_group} << 8));
+            ASSERT_TRUE(keysBefore == keysOfAllKeyboards(g_display));
+        }
+        EXPECT_EQ(before, keyboards());
+    }
+}
+
+TEST_F(PlayersTest, WhatPeopleAndLivingPlayersHoldStaysDown)
+{
+    COtherPlayer living([] { press(XK_Shift_L); }, false);
+    COtherPlayer killed([] { press(XK_Shift_L), press(XK_Control_L), press(XK_Alt_L); });
+    const KeyCode ofUser = XKeysymToKeycode(g_display, XK_F7);
+    pressOnKeyboardOfUser(ofUser, true);
+    killed.die();
+    CEventWindow window(0, 0, 50, 50);
+    type("x");
+    const std::string events = window.events();
+    EXPECT_TRUE(events.ends_with(" S+x S-x")) << events;
+    EXPECT_EQ("key " + std::to_string(XKeysymToKeycode(g_display, XK_Shift_L)) + " key " +
+                  std::to_string(ofUser) + " ",
+              down());
+    pressOnKeyboardOfUser(ofUser, false);
+    living.die();
+    type("x");
+    EXPECT_EQ("", down());
+}
+
+/// Their characters may come out wrong, and Num Lock may stay down: each sees it switched by the others.
+TEST_F(PlayersTest, TextsAtOnceLeaveTheKeyboardsAsTheyWere)
+{
+    const CKeyDelays delays(0, 0);
+    const std::string before = keyboards();
+    const auto play = [] {
+        for (int i = 0; i < 30; ++i)
+            type("\u4E2D\u6587a");
+    };
+    {
+        COtherPlayer other(play, false);
+        COtherPlayer killed(play);
+        std::thread first(play), second(play);
+        killed.die();
+        first.join();
+        second.join();
+    }
+    type("a"); // puts back what the killed one borrowed
+    EXPECT_EQ(before, keyboards());
+}
+} // namespace
