@@ -157,15 +157,22 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_pingMailslot(JN
 
 // What the Java class needs for itself, in the midst of its own operations.
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_begin(JNIEnv*, jclass)
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_begin(JNIEnv* env, jclass)
 {
-    CSpyJournal::join();
+    jniEntry(env, nullptr, [] {
+        if (CSpyMemory::isHeapLocked())
+            CSpyJournal::join();
+    });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv*, jclass)
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv* env, jclass)
 {
-    CSpyJournal::isComplete();
-    CSpyJournal::leave();
+    jniEntry(env, nullptr, [] {
+        if (!CSpyMemory::isHeapLocked())
+            return;
+        CSpyJournal::isComplete();
+        CSpyJournal::leave();
+    });
 }
 
 JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_takeSignal(JNIEnv* env, jobject self)
