@@ -63,7 +63,6 @@ LATE(void, (_GdkDrawable*, int*, int*), origin, "gdk_window_get_origin", late::G
 LATE(int, (_GdkDrawable*), isVisible, "gdk_window_is_visible", late::GDK2, late::GDK3)
 LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3)
 LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
-LATE(int, (), eventsPending, "gdk_events_pending", late::GDK2, late::GDK3)
 } // namespace gdk
 
 #define LATE_GTK(Result, Arguments, name, symbol)                                                            \

@@ -426,7 +426,6 @@ class CGtkWidgets final : public IWidgetToolkit {
 public:
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
-    bool hasEvents() const override;
     bool reveal(unsigned long id) const override;
 };
 
@@ -462,13 +461,6 @@ std::vector<unsigned long> CGtkWidgets::at(const Point& point) const
     const bool isTaken =
         grab && std::find(chain.begin(), chain.end(), reinterpret_cast<unsigned long>(grab)) == chain.end();
     return isTaken ? withThoseAround(grab) : chain;
-}
-
-bool CGtkWidgets::hasEvents() const
-{
-    if (_GdkDisplay* const display = _gdk_display_get_default())
-        _gdk_display_sync(display);
-    return gdk::eventsPending() != 0;
 }
 
 bool CGtkWidgets::reveal(unsigned long id) const

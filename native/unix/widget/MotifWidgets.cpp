@@ -316,7 +316,6 @@ class CMotifWidgets final : public IWidgetToolkit {
 public:
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
-    bool hasEvents() const override;
     bool reveal(unsigned long id) const override;
 };
 
@@ -357,14 +356,6 @@ std::vector<unsigned long> CMotifWidgets::at(const Point& point) const
          each = XtParent(each))
         chain.push_back(reinterpret_cast<unsigned long>(each));
     return chain;
-}
-
-bool CMotifWidgets::hasEvents() const
-{
-    if (!gx_app_display)
-        return false;
-    XSync(gx_app_display, False);
-    return XPending(gx_app_display) > 0;
 }
 
 bool CMotifWidgets::reveal(unsigned long id) const

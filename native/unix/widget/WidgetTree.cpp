@@ -137,11 +137,6 @@ WIDGET_TREE(jlongArray, at, jint x, jint y)
     });
 }
 
-WIDGET_TREE(jboolean, hasEvents)
-{
-    return jniEntry(env, __func__, [&]() -> jboolean { return IWidgetToolkit::current().hasEvents(); });
-}
-
 WIDGET_TREE(jboolean, reveal, jlong id)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {

@@ -68,8 +68,6 @@ public:
     /// their CWidgetNode::id. When a modal dialog or a menu takes the press away from what lies there, it
     /// begins with that one. Empty when the point shows no widget of this process.
     virtual std::vector<unsigned long> at(const Point& point) const = 0;
-    /// Whether the X server has anything for this process that it has not handled yet. Waits for the server.
-    virtual bool hasEvents() const = 0;
     /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; one that has
     /// gone is let pass @return whether anything scrolls around it
     virtual bool reveal(unsigned long id) const = 0;

@@ -198,7 +198,6 @@ public final class RequestServer implements ApplicationService {
             case FILE_DIALOGS -> () -> all(Widgets.fileDialogs(), FileDialogView::write);
             case WIDGETS -> () -> block(WidgetTree.windows());
             case WIDGETS_AT -> with(new Point(in.nextInt(), in.nextInt()), place -> ids(WidgetTree.at(place.x, place.y)));
-            case HAS_EVENTS -> () -> truth(WidgetTree.hasEvents());
             case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
             case SET_FILE -> {
                 FileDialog dialog = new FileDialog(in.nextLong());

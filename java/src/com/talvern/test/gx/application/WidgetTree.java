@@ -28,9 +28,6 @@ final class WidgetTree {
      */
     static native long[] at(int x, int y);
 
-    /** @return whether the X server has anything for this application that it has not handled yet */
-    static native boolean hasEvents();
-
     /**
      * Scrolls what is around a widget until it shows.
      *

@@ -52,8 +52,6 @@ import java.util.stream.Stream;
 public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
     private static final Duration DEFAULT_PATIENCE = Duration.ofSeconds(5);
-    /** How long a program is waited for that always has events. */
-    private static final long RESTLESS_NS = TimeUnit.SECONDS.toNanos(2);
     private static final Duration CLOSE = Duration.ofSeconds(2);
     private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
@@ -268,13 +266,10 @@ public final class Application implements AutoCloseable, WidgetScope {
         return ask(Operation.REVEAL, in -> in.add(id), Values::nextBoolean);
     }
 
-    /** Waits until the application has handled what the X server has for it. One that has ended has. */
+    /** Waits until the application has seen to what was played. One that has ended has. */
     void settle() {
-        long end = System.nanoTime() + RESTLESS_NS;
         try {
-            while (ask(Operation.HAS_EVENTS, in -> { }, Values::nextBoolean) && System.nanoTime() - end < 0) {
-                pause(1);
-            }
+            awaitIdle();
         } catch (ApplicationException.Ended byThat) {
             return;
         }

@@ -26,8 +26,6 @@ public enum Operation {
     WIDGETS,
     /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */
     WIDGETS_AT,
-    /** Answers a truth value: whether the X server has something for the application that it has not handled yet. */
-    HAS_EVENTS,
     /** Id of a widget that is to be scrolled into view; answers a truth value, whether anything scrolls around it. */
     REVEAL
 }
