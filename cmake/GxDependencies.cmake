@@ -24,7 +24,7 @@ gx_pkg(XCB xcb libxcb1-dev)
 gx_pkg(XCBRES xcb-res libxcb-res0-dev)
 gx_pkg(XEXT xext libxext-dev)
 gx_pkg(XTST xtst libxtst-dev)
-gx_pkg(XI xi libxi-dev)
+gx_pkg(XCBINPUT xcb-xinput libxcb-xinput-dev)
 gx_pkg(XT xt libxt-dev)
 
 find_path(MOTIF_INCLUDE_DIR Xm/Xm.h)

@@ -42,14 +42,6 @@ constexpr Clock::duration longestPause = 2ms;
 /// Of a wait in which client and server cannot run, because others have the processors, this part counts.
 constexpr int starvedPart = 10;
 
-/// The answer of a request, or null when it failed: xcb functions of the form xcb_..._reply.
-template <class Reply, class Cookie>
-MallocPtr<Reply> answer(xcb_connection_t* connection, Cookie cookie,
-                        Reply* (*reply)(xcb_connection_t*, Cookie, xcb_generic_error_t**))
-{
-    return MallocPtr<Reply>(reply(connection, cookie, nullptr));
-}
-
 xcb_atom_t atomOf(xcb_connection_t* connection, const char* name)
 {
     const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name);

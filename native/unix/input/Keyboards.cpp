@@ -9,15 +9,13 @@
 
 #include "ScopedX.h"
 #include <X11/Xatom.h>
-#include <X11/extensions/XInput.h>
-#include <X11/extensions/XInput2.h>
+#include <X11/Xlib-xcb.h>
+#include <xcb/xinput.h>
 
 namespace {
 constexpr unsigned keyCodes = 256;
 
-struct CFreeDevices {
-    void operator()(XIDeviceInfo* devices) const noexcept { XIFreeDeviceInfo(devices); }
-};
+// Through XCB: libXi ends the process when the connection is lost before it has found the extension.
 
 struct CDevice {
     unsigned m_id;
@@ -30,28 +28,50 @@ struct CDevice {
     }
 };
 
+std::string nameOf(const xcb_input_xi_device_info_t& device)
+{
+    return {xcb_input_xi_device_info_name(&device), device.name_len};
+}
+
+/// The keyboard that goes with a pointer; 0 for none.
+unsigned masterKeyboardOf(const xcb_input_xi_query_device_reply_t& all, unsigned pointer)
+{
+    for (auto each = xcb_input_xi_query_device_infos_iterator(&all); each.rem > 0;
+         xcb_input_xi_device_info_next(&each))
+        if (each.data->deviceid == pointer)
+            return each.data->attachment;
+    return 0;
+}
+
 /// The devices that strokes of this connection's XTest reach: first the keyboard that clients see, then those
 /// behind it and its pointer. Where the server does not tell devices apart, the keyboard as clients see it.
 std::vector<CDevice> devicesOf(Display* display)
 {
-    int opcode, event, error, pointer, count = 0;
-    int major = 2, minor = 0;
     std::vector<CDevice> devices{{XkbUseCoreKbd, {}, true}};
-    if (!XQueryExtension(display, "XInputExtension", &opcode, &event, &error) ||
-        XIQueryVersion(display, &major, &minor) != Success || !XIGetClientPointer(display, 0, &pointer))
+    xcb_connection_t* const connection = XGetXCBConnection(display);
+    const auto* const extension = xcb_get_extension_data(connection, &xcb_input_id);
+    if (!extension || !extension->present ||
+        !answer(connection, xcb_input_xi_query_version(connection, 2, 0), xcb_input_xi_query_version_reply))
         return devices;
-    const std::unique_ptr<XIDeviceInfo, CFreeDevices> all(XIQueryDevice(display, XIAllDevices, &count));
-    const XIDeviceInfo* const first = all.get();
-    const XIDeviceInfo* const end = first + count;
-    const auto* const master = std::find_if(first, end, [&](const auto& d) { return d.deviceid == pointer; });
-    if (master == end)
+    const auto pointer = answer(connection, xcb_input_xi_get_client_pointer(connection, XCB_NONE),
+                                xcb_input_xi_get_client_pointer_reply);
+    const auto all = answer(connection, xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL),
+                            xcb_input_xi_query_device_reply);
+    if (!pointer || !pointer->set || !all)
         return devices;
-    devices.front().m_id = static_cast<unsigned>(master->attachment);
-    std::for_each(first, end, [&](const XIDeviceInfo& device) {
-        const bool isKeyboard = device.use == XISlaveKeyboard && device.attachment == master->attachment;
-        if (isKeyboard || (device.use == XISlavePointer && device.attachment == pointer))
-            devices.push_back({static_cast<unsigned>(device.deviceid), device.name, isKeyboard});
-    });
+    const unsigned master = masterKeyboardOf(*all, pointer->deviceid);
+    if (master == 0)
+        return devices;
+    devices.front().m_id = master;
+    for (auto each = xcb_input_xi_query_device_infos_iterator(all.get()); each.rem > 0;
+         xcb_input_xi_device_info_next(&each)) {
+        const xcb_input_xi_device_info_t& device = *each.data;
+        const bool isKeyboard =
+            device.type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD && device.attachment == master;
+        if (isKeyboard ||
+            (device.type == XCB_INPUT_DEVICE_TYPE_SLAVE_POINTER && device.attachment == pointer->deviceid))
+            devices.push_back({device.deviceid, nameOf(device), isKeyboard});
+    }
     return devices;
 }
 
@@ -164,25 +184,29 @@ void setKeys(Display* display, XkbDescRec& map, const std::vector<Key>& wanted)
     XkbChangeMap(display, &map, &changes);
 }
 
-struct CFreeState {
-    void operator()(XDeviceState* state) const noexcept { XFreeDeviceState(state); }
-};
+/// Adds the bits that are set to those that are held, from `first` on.
+void addBits(const uint8_t (&bits)[32], size_t first, size_t end, HeldCodes& held)
+{
+    for (size_t code = 0; first + code < end; ++code)
+        held[first + code] = held[first + code] || (bits[code / 8] >> code % 8 & 1);
+}
 
 /// Adds what is down on a device.
 void addHeld(Display* display, const CDevice& device, HeldCodes& held)
 {
-    XDevice asked{device.m_id, 0, nullptr};
-    const std::unique_ptr<XDeviceState, CFreeState> state(XQueryDeviceState(display, &asked));
-    const XInputClass* part = state ? state->data : nullptr;
-    for (int i = 0; state && i < state->num_classes; ++i) {
-        const auto* const keys = reinterpret_cast<const XKeyState*>(part);
-        const auto* const buttons = reinterpret_cast<const XButtonState*>(part);
-        for (unsigned code = 0; part->c_class == KeyClass && code < firstButton; ++code)
-            held[code] = held[code] || (keys->keys[code / 8] >> code % 8 & 1);
-        for (unsigned code = 0; part->c_class == ButtonClass && firstButton + code < held.size(); ++code)
-            held[firstButton + code] =
-                held[firstButton + code] || (buttons->buttons[code / 8] >> code % 8 & 1);
-        part = reinterpret_cast<const XInputClass*>(reinterpret_cast<const char*>(part) + part->length);
+    xcb_connection_t* const connection = XGetXCBConnection(display);
+    const auto state =
+        answer(connection, xcb_input_query_device_state(connection, static_cast<uint8_t>(device.m_id)),
+               xcb_input_query_device_state_reply);
+    if (!state)
+        return;
+    for (auto part = xcb_input_query_device_state_classes_iterator(state.get()); part.rem > 0;
+         xcb_input_input_state_next(&part)) {
+        if (part.data->class_id == XCB_INPUT_INPUT_CLASS_KEY)
+            addBits(reinterpret_cast<const xcb_input_key_state_t*>(part.data)->keys, 0, firstButton, held);
+        else if (part.data->class_id == XCB_INPUT_INPUT_CLASS_BUTTON)
+            addBits(reinterpret_cast<const xcb_input_button_state_t*>(part.data)->buttons, firstButton,
+                    held.size(), held);
     }
 }
 
