@@ -65,14 +65,19 @@ public final class ProbeService implements ApplicationService {
     }
 
     private void threads() throws InterruptedException {
+        timesInEach(250);
+        report.println("counted " + counter);
+    }
+
+    /** In each of eight threads at a time: one turn of the main loop serves them all. */
+    private void timesInEach(int count) throws InterruptedException {
         List<Thread> callers = new ArrayList<>();
         for (int thread = 0; thread < 8; ++thread) {
-            callers.add(daemon(() -> times(250)));
+            callers.add(daemon(() -> times(count)));
         }
         for (Thread caller : callers) {
             caller.join();
         }
-        report.println("counted " + counter);
     }
 
     private void times(int count) {
@@ -116,9 +121,9 @@ public final class ProbeService implements ApplicationService {
     }
 
     private void memory() throws Exception {
-        times(1000);
+        timesInEach(125);
         long before = residentKib();
-        times(10000);
+        timesInEach(1250);
         report.println("grew " + Math.max(0, residentKib() - before));
     }
 
