@@ -27,7 +27,7 @@ final class Examples {
             .map(each -> "import com.talvern.test.gx." + each + ".*;\n").collect(Collectors.joining())
             + "import java.awt.Point;\nimport java.awt.Rectangle;\nimport java.io.*;\nimport java.time.Duration;\n";
     private static final Pattern IN_PAGE = Pattern.compile("```java\n(.*?)```", Pattern.DOTALL);
-    private static final Pattern IN_JAVADOC = Pattern.compile("<pre>\\{@code\n(.*?)\n \\* }</pre>", Pattern.DOTALL);
+    private static final Pattern IN_JAVADOC = Pattern.compile("<pre>\\{@code\n(.*?)\n +\\* }</pre>", Pattern.DOTALL);
     private static final Pattern CLASS = Pattern.compile("public class (\\w+)");
     private static final Pattern PRINTED = Pattern.compile("println\\(.*\\); *// (.+)");
 
@@ -47,7 +47,7 @@ final class Examples {
         Matcher found = (name.endsWith(".md") ? IN_PAGE : IN_JAVADOC).matcher(textOf(file));
         int count = 0;
         while (found.find()) {
-            String code = name.endsWith(".md") ? found.group(1) : found.group(1).replaceAll("(?m)^ \\* ?", "");
+            String code = name.endsWith(".md") ? found.group(1) : found.group(1).replaceAll("(?m)^ +\\* ?", "");
             Matcher type = CLASS.matcher(code);
             all.put(type.find() ? type.group(1) : stem + (++count > 1 ? count : ""), code);
         }
