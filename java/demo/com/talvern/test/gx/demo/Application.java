@@ -1,5 +1,6 @@
 package com.talvern.test.gx.demo;
 
+import com.talvern.test.gx.engine.UserInput;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
@@ -17,6 +18,8 @@ import java.util.Set;
  */
 final class Application {
     private static final int FRAME_GAP = 3;
+    /** Nobody stops the demo by a hot key: it shows hot keys itself. */
+    private static final UserInput USER = new UserInput(() -> false);
 
     private final Program program;
     private final NativeTopLevelWindow window;
@@ -87,18 +90,18 @@ final class Application {
     }
 
     /** Clicks a place of the text area, given in pixels from its corner. */
-    void click(int x, int y, int times) throws Exception {
+    void click(int x, int y, int times) {
         click(x, y, times, NativeKeyMouseEvent.BUTTON_LEFT);
     }
 
-    void middleClick(int x, int y) throws Exception {
+    void middleClick(int x, int y) {
         click(x, y, 1, NativeKeyMouseEvent.BUTTON_MIDDLE);
     }
 
-    private void click(int x, int y, int times, int button) throws Exception {
-        NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), flash().getHandle(), 0, null, 0, 0, button, 0,
-            NativeKeyMouseEvent.CLICK, times);
-        awaitWindowManager();
+    private void click(int x, int y, int times, int button) {
+        final long area = flash().getHandle();
+        USER.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(new Point(x, y), area, 0, null, 0, 0, button, 0,
+            NativeKeyMouseEvent.CLICK, times));
     }
 
     /** Flashes a frame around the text area before the mouse is used in it. @return the text area */
@@ -135,11 +138,10 @@ final class Application {
     }
 
     /** Drags with the left button from one place of the text area to another. */
-    void drag(Point from, Point to) throws Exception {
+    void drag(Point from, Point to) {
         final long area = flash().getHandle();
-        NativeKeyMouseEvent.emitHLMouseEvent(from, area, 0, to, area, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
-            NativeKeyMouseEvent.DRAG, 1);
-        awaitWindowManager();
+        USER.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(from, area, 0, to, area, 0,
+            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.DRAG, 1));
     }
 
     /** Turns the wheel over the text area, down when the number of notches is negative. */
@@ -148,18 +150,6 @@ final class Application {
         final long area = flash().getHandle();
         NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, 0, NativeKeyMouseEvent.MOVE);
         NativeKeyMouseEvent.emitLLMouseEvent(place, area, 0, 0, notches, NativeKeyMouseEvent.WHEEL);
-    }
-
-    /**
-     * Waits until the window manager has done what it was asked to do before. It restores and raises windows in its own
-     * time, and it holds clicks back to see whether they focus or raise a window: what is clicked or typed meanwhile
-     * overtakes it. It answers in order: once it has moved the window by a pixel, as it is asked here, it has done the
-     * rest.
-     */
-    void awaitWindowManager() throws Exception {
-        final Rectangle place = Desktop.frameOf(window).nativeGetRectangle();
-        moveFrame(place.x + 1, place.y);
-        moveFrame(place.x, place.y);
     }
 
     /** Moves the frame that the window manager put around the window, and waits until it is there. */

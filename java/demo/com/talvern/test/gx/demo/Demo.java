@@ -205,7 +205,8 @@ public final class Demo {
     private void clickIntoText(Application program) {
         program.step(transcript, "click into the text area", () -> {
             program.window().nativeBringToTop();
-            program.awaitWindowManager();
+            Expect.soon(program.name() + " is in front",
+                () -> Desktop.isWithin(program.textArea(), program.window()));
             program.click(40, program.textArea().nativeGetRectangle().height / 2, 1);
             Expect.soon(program.name() + " has the focus",
                 () -> Desktop.isWithin(NativeWindow.nativeGetFocus(), program.window()));

@@ -100,8 +100,20 @@ public final class UserInput implements AutoCloseable {
         awaitClickTaken();
     }
 
-    /** Plays an event of the mouse, unless it was stopped, and waits until the program under the pointer has taken it. */
-    void play(Runnable event) {
+    /**
+     * Plays an event of the mouse that this class has no method for, at the same pace:
+     *
+     * <pre>{@code
+     * try (UserInput user = new UserInput()) {
+     *     user.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(new Point(400, 300), 0, 0, new Point(500, 300), 0, 0,
+     *             NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.DRAG, 1));
+     * }
+     * }</pre>
+     *
+     * @param event emits it, and ends with the pointer over the program that is to take it
+     * @throws InputStoppedException as for {@link #click}
+     */
+    public void play(Runnable event) {
         goOn(0);
         event.run();
         awaitClickTaken();
