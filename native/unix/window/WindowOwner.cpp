@@ -4,21 +4,15 @@
 #include "com_talvern_test_gx_engine_AgentSearch.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <unistd.h>
 
+#include "ScopedX.h"
 #include <xcb/res.h>
-#include <xcb/xcb.h>
 
 namespace {
 constexpr int maxDepth = 4; ///< window managers put a window into up to three of theirs
-
-struct CFree {
-    void operator()(void* memory) const noexcept { std::free(memory); }
-};
-template <class T> using Reply = std::unique_ptr<T, CFree>;
 
 /// Asks the server about windows and processes, on a connection of its own.
 class CQuestions {
@@ -30,7 +24,7 @@ public:
         const auto* const extension = xcb_get_extension_data(get(), &xcb_res_id); // null without a server
         if (xcb_connection_has_error(get()) || !extension || !extension->present)
             return false;
-        reply(xcb_res_query_version(get(), 1, 2), xcb_res_query_version_reply);
+        answer(get(), xcb_res_query_version(get(), 1, 2), xcb_res_query_version_reply);
         return processOf(xcb_generate_id(get())) == getpid();
     }
 
@@ -47,7 +41,7 @@ public:
 
     std::vector<uint32_t> childrenOf(uint32_t window)
     {
-        const auto tree = reply(xcb_query_tree(get(), window), xcb_query_tree_reply);
+        const auto tree = answer(get(), xcb_query_tree(get(), window), xcb_query_tree_reply);
         if (!tree)
             return {};
         const uint32_t* const first = xcb_query_tree_children(tree.get());
@@ -56,8 +50,9 @@ public:
 
     bool isSeen(uint32_t window)
     {
-        const auto state = reply(xcb_get_window_attributes(get(), window), xcb_get_window_attributes_reply);
-        const auto box = reply(xcb_get_geometry(get(), window), xcb_get_geometry_reply);
+        const auto state =
+            answer(get(), xcb_get_window_attributes(get(), window), xcb_get_window_attributes_reply);
+        const auto box = answer(get(), xcb_get_geometry(get(), window), xcb_get_geometry_reply);
         return state && box && state->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
                state->map_state == XCB_MAP_STATE_VIEWABLE && box->width > 1 && box->height > 1;
     }
@@ -74,19 +69,11 @@ public:
 private:
     xcb_connection_t* get() const { return m_connection.get(); }
 
-    template <class Cookie, class Answer>
-    Reply<Answer> reply(Cookie cookie, Answer* (*take)(xcb_connection_t*, Cookie, xcb_generic_error_t**))
-    {
-        xcb_generic_error_t* error = nullptr;
-        Reply<Answer> answer(take(get(), cookie, &error));
-        std::free(error);
-        return answer;
-    }
-
     int askProcessOf(uint32_t resource)
     {
         const xcb_res_client_id_spec_t spec{resource, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-        const auto ids = reply(xcb_res_query_client_ids(get(), 1, &spec), xcb_res_query_client_ids_reply);
+        const auto ids =
+            answer(get(), xcb_res_query_client_ids(get(), 1, &spec), xcb_res_query_client_ids_reply);
         if (!ids)
             return 0;
         auto id = xcb_res_query_client_ids_ids_iterator(ids.get());
