@@ -53,11 +53,11 @@ int oncePlayed(int status)
     return unlessLost(status);
 }
 
-void pressKey(KeySym keysym, bool press, int delay)
+void pressKey(const CKeyCodes& codes, KeySym keysym, bool press, int delay)
 {
     if (!isConnected(g_display))
         return;
-    if (const KeyCode key = XKeysymToKeycode(g_display, keysym); key != 0)
+    if (const KeyCode key = codes.of(keysym); key != 0)
         fakeKey(key, press, delayOf(delay));
 }
 
@@ -159,7 +159,9 @@ unsigned buttonOf(int modifiers)
 /// counterparts of this library count on the time that takes.
 class CHeldModifiers {
 public:
-    explicit CHeldModifiers(int modifiers) : m_modifiers(modifiers)
+    explicit CHeldModifiers(int modifiers)
+        : m_modifiers(modifiers & (MouseEvent::WithShift | MouseEvent::WithControl | MouseEvent::WithAlt)),
+          m_codes(m_modifiers ? switchToXTestKeyboard() : CKeyCodes(nullptr))
     {
         std::for_each(std::begin(heldKeys), std::end(heldKeys),
                       [&](const KeyAndBit& key) { send(key, true); });
@@ -176,10 +178,11 @@ private:
     void send(const KeyAndBit& key, bool press) const
     {
         if (m_modifiers & key.second)
-            pressKey(key.first, press, g_delayKeyDown);
+            pressKey(m_codes, key.first, press, g_delayKeyDown);
     }
 
-    int m_modifiers;
+    const int m_modifiers;
+    const CKeyCodes m_codes;
 };
 
 /// The last window before the root on the way up.
@@ -257,8 +260,6 @@ void MouseEvent::emit()
     Point end;
     if (const int status = aim(start, end); status != PlaybackDone)
         return endWith(unlessLost(status));
-    if (m_modifiers & (WithShift | WithControl | WithAlt))
-        switchToXTestKeyboard();
     endWith(oncePlayed(play(start, end)));
     leaveMutex();
 }
@@ -395,9 +396,8 @@ int KeyEvent::play() const
     case Press:
     case Release:
         if (m_keysym == NoSymbol)
-            return PlaybackUnknownKind; // Xlib takes a key that has no keysym for its key
-        switchToXTestKeyboard();
-        pressKey(static_cast<unsigned>(m_keysym), m_kind == Press,
+            return PlaybackUnknownKind;
+        pressKey(switchToXTestKeyboard(), static_cast<unsigned>(m_keysym), m_kind == Press,
                  m_kind == Press ? g_delayKeyDown : g_delayKeyUp);
         return PlaybackDone;
     case KeyString:

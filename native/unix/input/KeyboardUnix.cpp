@@ -2,6 +2,7 @@
 
 #include "HeldInput.h"
 #include "InputStatus.h"
+#include "KeyCodes.h"
 #include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
@@ -19,7 +20,7 @@ constinit thread_local int g_keyboard_status = InputSupported;
 bool Keyboard::isKeyDown(int keysym)
 {
     Display* const display = walkDisplay();
-    const KeyCode key = display ? XKeysymToKeycode(display, static_cast<unsigned>(keysym)) : KeyCode{0};
+    const KeyCode key = CKeyCodes(display).of(static_cast<unsigned>(keysym));
     if (key == 0)
         return false;
     char down[32] = {};

@@ -109,7 +109,7 @@ std::unique_ptr<MouseEvent> mouseEventOf(const XEvent& event, std::atomic<bool>&
     case MotionNotify:
         return captured(event.xmotion.time, MouseEvent::Move,
                         Point(event.xmotion.x_root, event.xmotion.y_root), 0);
-    default: // such as a change of the keyboard
+    default:
         return captured(CurrentTime, MouseEvent::Move, Mouse::getCursorPos().value_or(Point()), 0);
     }
 }

@@ -4,6 +4,7 @@
 #include "GxAssert.h"
 #include "GxGlobals.h"
 #include "HotKeyCounter.h"
+#include "KeyCodes.h"
 #include "ProcessEnd.h"
 
 #include <chrono>
@@ -12,7 +13,6 @@
 #include <utility>
 
 #include "OwnDisplay.h"
-#include "ScopedX.h"
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 
@@ -42,37 +42,22 @@ Display* usableDisplay()
     return ::usableDisplay(s_display);
 }
 
-/// The key of a keysym, asked of the server; 0 when there is none. Xlib's own look-up would have the server
-/// tell of each change of the keyboard map from then on, and keep all that nobody reads while nobody waits
-/// for a hot key.
-uint8_t keyOf(Display* display, KeySym keysym)
-{
-    int lowest = 0;
-    int highest = 0;
-    int width = 0;
-    XDisplayKeycodes(display, &lowest, &highest);
-    const int keys = highest - lowest + 1;
-    const XPtr<KeySym> map(XGetKeyboardMapping(display, static_cast<KeyCode>(lowest), keys, &width));
-    for (int level = 0; map && level < width; ++level)
-        for (int key = 0; key < keys; ++key)
-            if (map.get()[key * width + level] == keysym)
-                return static_cast<uint8_t>(lowest + key);
-    return 0;
-}
-
-uint8_t codeOf(int keysym)
+uint8_t codeOf(const CKeyCodes& codes, int keysym)
 {
     const auto symbol = static_cast<unsigned>(keysym);
-    Display* const display = usableDisplay();
-    const KeyCode code = display && symbol != NoSymbol ? keyOf(display, symbol) : KeyCode{0};
-    if (display && code == 0)
+    const KeyCode code = codes.of(symbol);
+    if (code == 0)
         CTracer::debugTrace("The keyboard has no key for hot key 0x%x", symbol);
     return code;
 }
 
 CHotKeyCodes codesOfHotKeys()
 {
-    return {codeOf(g_stophotkey), codeOf(g_pausehotkey)};
+    Display* const display = usableDisplay();
+    if (!display)
+        return {};
+    const CKeyCodes codes(display);
+    return {codeOf(codes, g_stophotkey), codeOf(codes, g_pausehotkey)};
 }
 
 /// Code 0 would be all keys.

@@ -142,11 +142,6 @@ struct CFreeModifiers {
     void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
 };
 
-KeyCode keyOf(unsigned long keysym)
-{
-    return XKeysymToKeycode(g_display, keysym);
-}
-
 void pause(long milliseconds)
 {
     timespec left{milliseconds / 1000, milliseconds % 1000 * 1000000};
@@ -173,15 +168,14 @@ unsigned pointerState()
 }
 
 /// The modifier bit that Num Lock sets; 0 when it is on no modifier.
-unsigned numLockBit()
+unsigned numLockBit(const CKeyCodes& codes)
 {
     const std::unique_ptr<XModifierKeymap, CFreeModifiers> map(XGetModifierMapping(g_display));
     if (!map)
         return 0;
     const int keys = map->max_keypermod;
     for (int i = 0; i < 8 * keys; ++i)
-        if (map->modifiermap[i] != 0 &&
-            XkbKeycodeToKeysym(g_display, map->modifiermap[i], 0, 0) == XK_Num_Lock)
+        if (codes.keysymOf(map->modifiermap[i]) == XK_Num_Lock)
             return 1U << (i / keys);
     return 0;
 }
@@ -207,15 +201,6 @@ void describeKey(XkbDescRec& map, unsigned key, bool shifted, CKeyMapping& entry
         return;
     entry.m_keysym = keysym;
     writeInLocale(keysym, entry.m_text);
-}
-
-/// Xlib takes note of changes of the map as their events arrive, and fetches the map when it next needs it;
-/// that costs more than all else of a stroke. The events themselves nobody wants.
-void dropMappingEvents()
-{
-    XEvent event;
-    while (XCheckTypedEvent(g_display, MappingNotify, &event)) {
-    }
 }
 } // namespace
 
@@ -278,7 +263,6 @@ private:
         m_map.get()[0] = plain;
         XChangeKeyboardMapping(g_display, m_lowest, m_width, m_map.get(), m_highest - m_lowest);
         XSync(g_display, False);
-        dropMappingEvents();
     }
 
     CBorrowedKeyboards m_borrowed;
@@ -346,11 +330,10 @@ try {
 } catch (...) {
     CTracer::debugTrace("The press of hot key 0x%lx could not be counted", keysym);
 }
-} // namespace
 
-void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
+void queueKey(const CKeyCodes& codes, unsigned action, unsigned long keysym, int delayMs)
 {
-    const KeyCode key = keyOf(keysym);
+    const KeyCode key = codes.of(keysym);
     if (key == 0) { // the server answers key code 0 with an error
         CTracer::debugTrace("The keyboard has no key for keysym 0x%lx", keysym);
         return;
@@ -365,10 +348,16 @@ void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*f
         sendKey(key, true, delayMs);
     }
 }
+} // namespace
+
+void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
+{
+    queueKey(CKeyCodes(g_display), action, keysym, delayMs);
+}
 
 int playCharWithCompose(unsigned character)
 {
-    if (keyOf(XK_Multi_key) == 0)
+    if (CKeyCodes(g_display).of(XK_Multi_key) == 0)
         return 0;
     const CComposeRow* row = g_SpecialChars;
     while (row->m_keysym != 0 && row->m_character != character)
@@ -382,36 +371,30 @@ int playCharWithCompose(unsigned character)
     return 1;
 }
 
-void switchToXTestKeyboard()
+CKeyCodes switchToXTestKeyboard()
 {
     int lowest, highest;
     XDisplayKeycodes(g_display, &lowest, &highest);
     sendKey(static_cast<KeyCode>(lowest), false, 0);
-    dropMappingEvents();
+    return CKeyCodes(g_display);
 }
 
 CServerStrokes::CServerStrokes()
+    : m_keys(switchToXTestKeyboard()), m_numLock(numLockBit(m_keys)), m_locks(LockMask | m_numLock)
 {
-    switchToXTestKeyboard();
-    m_locks.emplace(LockMask | numLockBit());
 }
 
-CServerStrokes::~CServerStrokes()
-{
-    m_unicodeKey.reset();
-    dropMappingEvents();
-}
+CServerStrokes::~CServerStrokes() = default;
 
 CLockState CServerStrokes::locks()
 {
-    const unsigned numLock = numLockBit();
     const unsigned state = pointerState();
-    return {(state & LockMask) != 0, (state & numLock) != 0};
+    return {(state & LockMask) != 0, (state & m_numLock) != 0};
 }
 
-bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int flag)
+bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
 {
-    QueueVirtualKey(action, keysym, CRunningInput::mustStop() ? 0 : delayMs, flag);
+    queueKey(m_keys, action, keysym, CRunningInput::mustStop() ? 0 : delayMs);
     return mayGoOn();
 }
 
@@ -430,7 +413,7 @@ unsigned CServerStrokes::modifiersDown()
     char keys[32] = {};
     XQueryKeymap(g_display, keys);
     const auto held = [&](unsigned long keysym, KeyModifier bit) {
-        const KeyCode key = keyOf(keysym);
+        const KeyCode key = m_keys.of(keysym);
         return key != 0 && (keys[key / 8] >> (key % 8) & 1) ? unsigned{bit} : 0U;
     };
     return held(XK_Shift_L, ShiftHeld) | held(XK_Control_L, ControlHeld) | held(XK_Alt_L, AltHeld);

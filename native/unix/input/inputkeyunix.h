@@ -4,12 +4,12 @@
 #pragma once
 
 #include "HeldInput.h"
+#include "KeyCodes.h"
 #include "StrokeSink.h"
 
 #include <atomic>
 #include <cstddef>
 #include <memory>
-#include <optional>
 
 /// Whether what is being played may go on: the process does not end and the server has not gone.
 bool mayGoOn();
@@ -60,7 +60,7 @@ class CUnicodeKey;
 
 /// The strokes of one text, sent to the X server. While it lives the first group of the layout is locked,
 /// since that is the one the table describes; the group of before comes back at its end, and with it the
-/// exact maps of all keyboards.
+/// exact maps of all keyboards. The keys of keysyms are those of its beginning.
 class CServerStrokes : public IStrokeSink {
 public:
     CServerStrokes();
@@ -74,11 +74,14 @@ public:
     unsigned modifiersDown() override;
 
 private:
-    std::optional<CSwitchedLocks> m_locks;
+    const CKeyCodes m_keys;
+    const unsigned m_numLock; ///< the modifier bit that Num Lock sets; 0 when it is on no modifier
+    const CSwitchedLocks m_locks;
     std::unique_ptr<CUnicodeKey> m_unicodeKey;
 };
 
 /// Makes the keyboard map that XTest strokes are looked up in the current one. The server keeps a map a
 /// device and shows the one of the device used last; a stroke of the XTest keyboard switches to its own. A
 /// release of a key that is not down does that and nothing else.
-void switchToXTestKeyboard();
+/// @return the keys of that map
+CKeyCodes switchToXTestKeyboard();

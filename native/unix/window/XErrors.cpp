@@ -31,9 +31,5 @@ void installXlibErrorHandler()
 
 Display* walkDisplay()
 {
-    Display* const display = usableDisplay(g_display);
-    XEvent event;
-    while (display && XCheckTypedEvent(display, MappingNotify, &event)) {
-    }
-    return display;
+    return usableDisplay(g_display);
 }

@@ -9,10 +9,8 @@
 /// calls; any thread.
 void installXlibErrorHandler();
 
-/// The library's connection, ready for a walk (see usableDisplay), and rid of the events that tell of changes
-/// of the keyboard map: from the first look-up of a key on the server sends them, Xlib has taken note, and
-/// nobody else would ever read them. Null without an X server and once it has gone; every operation then
-/// gives its neutral answer.
+/// The library's connection, ready for a walk (see usableDisplay). Null without an X server and once it has
+/// gone; every operation then gives its neutral answer.
 Display* walkDisplay();
 
 /// Writes the trace line of an X error; the same whichever way the error came in.

@@ -142,14 +142,14 @@ TEST_F(PlayersTest, WhatPeopleAndLivingPlayersHoldStaysDown)
 {
     COtherPlayer living([] { press(XK_Shift_L); }, false);
     COtherPlayer killed([] { press(XK_Shift_L), press(XK_Control_L), press(XK_Alt_L); });
-    const KeyCode ofUser = XKeysymToKeycode(g_display, XK_F7);
+    const KeyCode ofUser = CKeyCodes(g_display).of(XK_F7);
     pressOnKeyboardOfUser(ofUser, true);
     killed.die();
     CEventWindow window(0, 0, 50, 50);
     type("x");
     const std::string events = window.events();
     EXPECT_TRUE(events.ends_with(" S+x S-x")) << events;
-    EXPECT_EQ("key " + std::to_string(XKeysymToKeycode(g_display, XK_Shift_L)) + " key " +
+    EXPECT_EQ("key " + std::to_string(CKeyCodes(g_display).of(XK_Shift_L)) + " key " +
                   std::to_string(ofUser) + " ",
               down());
     pressOnKeyboardOfUser(ofUser, false);

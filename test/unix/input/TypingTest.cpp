@@ -345,6 +345,16 @@ TEST(LayoutTest, ModifiersAreComparedWithWhatTheKeyboardReports)
     EXPECT_EQ("+Alt_L A+Shift_L SA-Alt_L S+Control_L SC-Control_L S-Shift_L", window.events());
 }
 
+TEST(LayoutTest, TheServerDoesNotKeepChangesOfTheMapForAProcessThatHasTyped)
+{
+    typeHere("a\u00E9");
+    Keyboard::setModifierKeys(0);
+    EXPECT_FALSE(Keyboard::isKeyDown(XK_Shift_L));
+    useLayout("fr");
+    useLayout("us");
+    EXPECT_EQ(0, XEventsQueued(g_display, QueuedAfterReading));
+}
+
 INSTANTIATE_TEST_SUITE_P(Programs, TypingTest, testing::Values("gtk3-text", "motif-text", "xterm"),
                          [](const auto& program) {
                              const std::string name = program.param;

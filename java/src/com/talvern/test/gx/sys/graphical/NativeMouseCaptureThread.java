@@ -54,8 +54,8 @@ public class NativeMouseCaptureThread {
     /**
      * Waits for the next event: {@link NativeKeyMouseEvent#MOUSE_PRESS}, {@link NativeKeyMouseEvent#MOUSE_RELEASE} or {@link
      * NativeKeyMouseEvent#MOVE}, with the number of the button as its {@linkplain NativeKeyMouseEvent#getModifiers modifiers}
-     * and without windows. The wheel and further buttons are skipped. Another event of the X server, such as a change of the
-     * keyboard layout, counts as a move to where the pointer is.
+     * and without windows. The wheel and further buttons are skipped. Any other event of the X server counts as a move to where
+     * the pointer is.
      *
      * @return null when the capture has ended or has not begun
      */

@@ -1,0 +1,29 @@
+/// Which key types a keysym.
+#pragma once
+
+#include <memory>
+
+struct _XDisplay;
+struct _XkbDesc;
+
+/// The keys as clients see them at the moment at which it is made; changes of the map are not followed.
+/// Xlib's own look-ups have the server tell of each change of the map from the first one on, and keep what
+/// nobody reads in a process that plays nothing more. Once made, it asks the server for nothing.
+class CKeyCodes {
+public:
+    /// Round trip. @param display  null: no keysym has a key
+    explicit CKeyCodes(_XDisplay* display);
+    /// The first key that has the keysym in the lowest place of a key, places being counted through all
+    /// groups and levels; 0 when there is none, and for keysym 0.
+    unsigned char of(unsigned long keysym) const;
+    /// What a key types alone in its first group; 0 for nothing and for a key that there is not.
+    unsigned long keysymOf(unsigned key) const;
+
+private:
+    struct CFree {
+        void operator()(_XkbDesc* map) const noexcept;
+    };
+    bool has(unsigned key, unsigned place) const;
+
+    std::unique_ptr<_XkbDesc, CFree> m_map;
+};
