@@ -25,6 +25,7 @@
 namespace {
 constexpr char playerName[] = "_GXSYS_PLAYER_";
 constexpr char keyboardsName[] = "_GXSYS_KEYBOARDS";
+constexpr char locksName[] = "_GXSYS_LOCKS";
 constexpr uint32_t longestProperty = 1 << 22; ///< in words
 
 /// The machine and the process namespace as one number; 0 when that cannot be told.
@@ -63,7 +64,7 @@ struct CRecord {
     uint32_t m_process = 0;
     uint32_t m_start = 0;
     bool m_borrows = false;
-    uint32_t m_locks = 0;
+    bool m_types = false;
     HeldCodes m_down;
 
     bool operator==(const CRecord&) const = default;
@@ -73,13 +74,13 @@ CRecord recordOfThisProcess()
 {
     const auto process = static_cast<uint32_t>(getpid());
     static const uint32_t s_place = placeOfThisProcess();
-    return {s_place, process, startOf(process).value_or(0), false, 0, {}};
+    return {s_place, process, startOf(process).value_or(0), false, false, {}};
 }
 
 std::vector<uint32_t> wordsOf(const CRecord& record)
 {
     std::vector<uint32_t> words{record.m_place, record.m_process, record.m_start, record.m_borrows,
-                                record.m_locks};
+                                record.m_types};
     words.resize(CRecord::words);
     for (size_t code = 0; code < record.m_down.size(); ++code)
         words[CRecord::firstOfCodes + code / 32] |= uint32_t{record.m_down[code]} << code % 32;
@@ -90,10 +91,31 @@ std::optional<CRecord> recordIn(const std::vector<uint32_t>& words)
 {
     if (words.size() != CRecord::words)
         return std::nullopt;
-    CRecord record{words[0], words[1], words[2], words[3] != 0, words[4], {}};
+    CRecord record{words[0], words[1], words[2], words[3] != 0, words[4] != 0, {}};
     for (size_t code = 0; code < record.m_down.size(); ++code)
         record.m_down[code] = words[CRecord::firstOfCodes + code / 32] >> code % 32 & 1;
     return record;
+}
+
+/// What texts do with the locks of the keyboard, from the first one's beginning to the last one's end.
+struct CTextLocks {
+    uint32_t m_group = 0;    ///< that was locked before
+    uint32_t m_affected = 0; ///< the modifiers that are switched
+    uint32_t m_on = 0;       ///< those of them that are to be on at the end
+    bool m_played = false;   ///< a text has ended without a failure
+    bool m_shared = false;   ///< texts were typed at once
+};
+
+std::vector<uint32_t> wordsOf(const CTextLocks& locks)
+{
+    return {locks.m_group, locks.m_affected, locks.m_on, locks.m_played, locks.m_shared};
+}
+
+CTextLocks textLocksIn(const std::vector<uint32_t>& words)
+{
+    if (words.size() != 5)
+        return {};
+    return {words[0] & 3, words[1] & 0xFF, words[2] & 0xFF, words[3] != 0, words[4] != 0};
 }
 
 /// Whether the process of a record has ended, as far as it can be seen from here. The server may not have
@@ -147,37 +169,45 @@ struct CSlot {
 /// The records, as this process sees them, and its own.
 class CPlayers {
 public:
-    void begin() { prepare(std::lock_guard(m_mutex)); }
+    void begin();
     void end();
-    void note(unsigned code, bool down);
-    void switchLocks(uint32_t before);
-    void keepLocks();
+    template <class Send> void fake(unsigned code, bool down, Send send);
+    bool beginText(unsigned affected);
+    void endText(unsigned switched, const std::function<void(unsigned)>& switchOver);
     void borrow();
     void giveBack();
 
 private:
-    void prepare(const std::lock_guard<std::mutex>&);
+    using Guard = std::lock_guard<std::recursive_mutex>;
+
+    void prepare(const Guard&);
     xcb_connection_t* connection() const { return XGetXCBConnection(m_display); }
     xcb_window_t root() const { return static_cast<xcb_window_t>(DefaultRootWindow(m_display)); }
     void moveTo(Display* display);
     std::vector<CSlot> look();
     void clearUp(std::vector<CSlot> slots);
     HeldCodes release(const CRecord& record, const HeldCodes& wanted);
-    void putLocksBack(CRecord& record);
+    XkbStateRec keyboardState() const;
+    void endTexts(const CTextLocks& locks, const std::function<void(unsigned)>& switchOver);
+    HeldCodes heldByLiving(const std::vector<CSlot>& slots) const;
+    void putLocksBack();
     void claim(const std::vector<CSlot>& slots);
-    bool othersBorrow(const std::vector<CSlot>& slots) const;
+    bool doOthers(bool CRecord::*activity, const std::vector<CSlot>& slots) const;
     void putKeyboardsBack();
+    std::vector<uint32_t> read(xcb_atom_t name) const;
     void write(xcb_atom_t name, const std::vector<uint32_t>& words);
     void writeRecord();
 
-    std::mutex m_mutex;
+    std::recursive_mutex m_mutex; ///< locks are switched on by strokes, with the server grabbed
     Display* m_display = nullptr;
     std::vector<xcb_atom_t> m_known; ///< names of players, by their numbers
     xcb_atom_t m_keyboards = 0;
+    xcb_atom_t m_locks = 0;
     xcb_atom_t m_name = 0; ///< the own one; 0 until there is one
     CRecord m_record;      ///< as it is to be on record; names what is down, or was in this event
     CRecord m_written;
     HeldCodes m_down; ///< what is down now
+    int m_events = 0; ///< that are being played
     int m_texts = 0;
     int m_borrowers = 0;
 };
@@ -204,6 +234,7 @@ void CPlayers::moveTo(Display* display)
     m_down.reset();
     m_record = recordOfThisProcess();
     m_keyboards = atomOf(connection(), keyboardsName, false);
+    m_locks = atomOf(connection(), locksName, false);
 }
 
 /// Names that are new since the last look cost a round trip more.
@@ -231,6 +262,13 @@ std::vector<CSlot> CPlayers::look()
     return slots;
 }
 
+std::vector<uint32_t> CPlayers::read(xcb_atom_t name) const
+{
+    const auto cookie =
+        xcb_get_property(connection(), 0, root(), name, XCB_ATOM_CARDINAL, 0, longestProperty);
+    return wordsIn(connection(), cookie);
+}
+
 void CPlayers::write(xcb_atom_t name, const std::vector<uint32_t>& words)
 {
     xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, root(), name, XCB_ATOM_CARDINAL, 32,
@@ -255,10 +293,11 @@ void CPlayers::claim(const std::vector<CSlot>& slots)
     writeRecord();
 }
 
-bool CPlayers::othersBorrow(const std::vector<CSlot>& slots) const
+/// Whether another living player is at it.
+bool CPlayers::doOthers(bool CRecord::*activity, const std::vector<CSlot>& slots) const
 {
     return std::any_of(slots.begin(), slots.end(), [&](const CSlot& slot) {
-        return slot.m_name != m_name && slot.isOfLiving() && slot.m_record->m_borrows;
+        return slot.m_name != m_name && slot.isOfLiving() && *slot.m_record.*activity;
     });
 }
 
@@ -284,52 +323,59 @@ HeldCodes CPlayers::release(const CRecord& record, const HeldCodes& wanted)
     return held & wanted;
 }
 
-void CPlayers::putLocksBack(CRecord& record)
+/// Does nothing when the locks have been put back already.
+void CPlayers::putLocksBack()
 {
-    const uint32_t locks = std::exchange(record.m_locks, 0);
-    if (locks == 0)
+    const std::vector<uint32_t> words = read(m_locks);
+    if (words.empty())
         return;
-    CTracer::debugTrace("Process %u has ended in the middle of a text: put locks and group back",
-                        record.m_process);
-    XkbLockModifiers(m_display, XkbUseCoreKbd, locks >> 8 & 0xFF, locks & 0xFF);
-    XkbLockGroup(m_display, XkbUseCoreKbd, locks >> 16 & 3);
+    const CTextLocks locks = textLocksIn(words);
+    XkbLockModifiers(m_display, XkbUseCoreKbd, locks.m_affected, locks.m_on);
+    XkbLockGroup(m_display, XkbUseCoreKbd, locks.m_group);
+    xcb_delete_property(connection(), root(), m_locks);
+}
+
+HeldCodes CPlayers::heldByLiving(const std::vector<CSlot>& slots) const
+{
+    HeldCodes held = m_record.m_down;
+    for (const CSlot& slot : slots)
+        if (slot.isOfLiving())
+            held |= slot.m_record->m_down;
+    return held;
 }
 
 /// Ends with the records, so that whoever goes on after a death here finds them.
 void CPlayers::clearUp(std::vector<CSlot> slots)
 {
-    HeldCodes wanted = m_record.m_down;
-    bool isTyping = m_texts > 0; // with locks switched off
-    for (const CSlot& slot : slots) {
-        if (slot.isOfLiving()) {
-            wanted |= slot.m_record->m_down;
-            isTyping |= slot.m_record->m_locks != 0;
-        } else if (slot.m_isLeft && slot.m_owner != 0) {
-            XKillClient(m_display, slot.m_owner);
-        }
-    }
+    const HeldCodes wanted = heldByLiving(slots);
     bool hasBorrowed = false;
+    bool hasTyped = false;
     for (CSlot& slot : slots) {
         if (!slot.m_isLeft)
             continue;
+        if (slot.m_owner != 0)
+            XKillClient(m_display, slot.m_owner);
         hasBorrowed |= std::exchange(slot.m_record->m_borrows, false);
+        hasTyped |= std::exchange(slot.m_record->m_types, false);
         slot.m_record->m_down = release(*slot.m_record, wanted);
-        if (!isTyping) // after the keys: the release of a lock key may unlock
-            putLocksBack(*slot.m_record);
     }
-    if (hasBorrowed && m_borrowers == 0 && !othersBorrow(slots)) {
+    if (hasTyped && m_texts == 0 && !doOthers(&CRecord::m_types, slots)) {
+        CTracer::debugTrace("A process has ended in the middle of a text: put locks and group back");
+        putLocksBack(); // after the keys: the release of a lock key may unlock
+    }
+    if (hasBorrowed && m_borrowers == 0 && !doOthers(&CRecord::m_borrows, slots)) {
         CTracer::debugTrace("A process has ended that had borrowed a key: put the keyboards back");
         putKeyboardsBack();
     }
     for (const CSlot& slot : slots)
-        if (slot.m_isLeft && (slot.m_record->m_down.any() || slot.m_record->m_locks != 0))
+        if (slot.m_isLeft && slot.m_record->m_down.any())
             write(slot.m_name, wordsOf(*slot.m_record));
         else if (slot.m_isLeft)
             xcb_delete_property(connection(), root(), slot.m_name);
 }
 
 /// Finds itself a name if it has none, and clears up after those that have gone.
-void CPlayers::prepare(const std::lock_guard<std::mutex>&)
+void CPlayers::prepare(const Guard&)
 {
     if (m_display != g_display)
         moveTo(g_display);
@@ -344,10 +390,19 @@ void CPlayers::prepare(const std::lock_guard<std::mutex>&)
         claim(look());
 }
 
+void CPlayers::begin()
+{
+    const Guard guard(m_mutex);
+    prepare(guard);
+    ++m_events;
+}
+
 /// Until now the record may have named more than is down.
 void CPlayers::end()
 {
-    const std::lock_guard guard(m_mutex);
+    const Guard guard(m_mutex);
+    if (--m_events > 0)
+        return;
     if (m_display != g_display || m_name == 0)
         return;
     m_record.m_down = m_down;
@@ -357,43 +412,88 @@ void CPlayers::end()
     xcb_flush(connection());
 }
 
-void CPlayers::note(unsigned code, bool down)
+/// What is down is on record before the server is told to press it, in the order of the strokes of all
+/// threads.
+template <class Send> void CPlayers::fake(unsigned code, bool down, Send send)
 {
-    const std::lock_guard guard(m_mutex);
-    if (m_display != g_display || m_name == 0 || code >= m_down.size())
-        return;
-    m_down[code] = down;
-    if (!down || m_record.m_down[code])
-        return;
-    m_record.m_down[code] = true;
-    writeRecord();
+    const Guard guard(m_mutex);
+    if (m_display == g_display && m_name != 0 && code < m_down.size()) {
+        m_down[code] = down;
+        if (down && !m_record.m_down[code]) {
+            m_record.m_down[code] = true;
+            writeRecord();
+        }
+    }
+    send();
 }
 
-void CPlayers::switchLocks(uint32_t before)
+bool CPlayers::beginText(unsigned affected)
 {
-    const std::lock_guard guard(m_mutex);
-    if (m_texts++ > 0 || m_name == 0)
-        return;
-    m_record.m_locks = before;
+    const Guard guard(m_mutex);
+    if (m_name == 0 || m_display != g_display)
+        prepare(guard);
+    const CServerGrab grab(m_display);
+    const bool isFirst = m_texts++ == 0 && !doOthers(&CRecord::m_types, look());
+    m_record.m_types = true;
     writeRecord();
+    const XkbStateRec state = keyboardState();
+    CTextLocks locks{state.locked_group, affected, state.locked_mods & affected};
+    if (!isFirst) {
+        locks = textLocksIn(read(m_locks));
+        locks.m_shared = true;
+    }
+    write(m_locks, wordsOf(locks));
+    if (state.locked_group != 0)
+        XkbLockGroup(m_display, XkbUseCoreKbd, 0);
+    return isFirst;
 }
 
-/// The record is written at the end of the event.
-void CPlayers::keepLocks()
+XkbStateRec CPlayers::keyboardState() const
 {
-    const std::lock_guard guard(m_mutex);
-    if (--m_texts == 0)
-        m_record.m_locks = 0;
+    XkbStateRec state{};
+    XkbGetState(m_display, XkbUseCoreKbd, &state);
+    return state;
+}
+
+/// Strokes of a lock key that two players press at once switch the lock once, so what is on is asked of the
+/// server then.
+void CPlayers::endTexts(const CTextLocks& locks, const std::function<void(unsigned)>& switchOver)
+{
+    if (switchOver)
+        switchOver(locks.m_on ^ (locks.m_shared ? keyboardState().locked_mods & locks.m_affected : 0));
+    else if (locks.m_played)
+        XkbLockModifiers(m_display, XkbUseCoreKbd, locks.m_affected, locks.m_on);
+    if (locks.m_group != 0)
+        XkbLockGroup(m_display, XkbUseCoreKbd, locks.m_group);
+    xcb_delete_property(connection(), root(), m_locks);
+}
+
+/// @param switchOver  empty after a failure
+void CPlayers::endText(unsigned switched, const std::function<void(unsigned)>& switchOver)
+{
+    const Guard guard(m_mutex);
+    const CServerGrab grab(m_display);
+    CTextLocks locks = textLocksIn(read(m_locks));
+    locks.m_on ^= switched & locks.m_affected;
+    locks.m_played |= switchOver != nullptr;
+    if (--m_texts > 0 || doOthers(&CRecord::m_types, look()))
+        write(m_locks, wordsOf(locks));
+    else
+        endTexts(locks, switchOver);
+    if (m_texts > 0)
+        return;
+    m_record.m_types = false;
+    writeRecord();
 }
 
 void CPlayers::borrow()
 {
-    const std::lock_guard guard(m_mutex);
+    const Guard guard(m_mutex);
     if (m_borrowers++ > 0)
         return;
     prepare(guard);
     const CServerGrab grab(m_display);
-    if (!othersBorrow(look())) {
+    if (!doOthers(&CRecord::m_borrows, look())) {
         putKeyboardsBack(); // after one that has gone, if it comes to that
         write(m_keyboards, keysOfAllKeyboards(m_display));
     }
@@ -403,11 +503,11 @@ void CPlayers::borrow()
 
 void CPlayers::giveBack()
 {
-    const std::lock_guard guard(m_mutex);
+    const Guard guard(m_mutex);
     if (--m_borrowers > 0)
         return;
     const CServerGrab grab(m_display);
-    if (!othersBorrow(look()))
+    if (!doOthers(&CRecord::m_borrows, look()))
         putKeyboardsBack();
     m_record.m_borrows = false;
     writeRecord();
@@ -416,9 +516,7 @@ void CPlayers::giveBack()
 /// Does nothing when nobody has saved them.
 void CPlayers::putKeyboardsBack()
 {
-    const auto cookie =
-        xcb_get_property(connection(), 0, root(), m_keyboards, XCB_ATOM_CARDINAL, 0, longestProperty);
-    const std::vector<uint32_t> keys = wordsIn(connection(), cookie);
+    const std::vector<uint32_t> keys = read(m_keyboards);
     if (keys.empty())
         return;
     putBackKeys(m_display, keys);
@@ -435,20 +533,13 @@ CPlayers& players()
 
 void fakeKey(unsigned char key, bool press, unsigned long delay)
 {
-    if (press)
-        players().note(key, true);
-    XTestFakeKeyEvent(g_display, key, press, delay);
-    if (!press)
-        players().note(key, false);
+    players().fake(key, press, [=] { XTestFakeKeyEvent(g_display, key, press, delay); });
 }
 
 void fakeButton(unsigned button, bool press, unsigned long delay)
 {
-    if (press)
-        players().note(firstButton + button, true);
-    XTestFakeButtonEvent(g_display, button, press, delay);
-    if (!press)
-        players().note(firstButton + button, false);
+    players().fake(firstButton + button, press,
+                   [=] { XTestFakeButtonEvent(g_display, button, press, delay); });
 }
 
 CPlayedInput::CPlayedInput()
@@ -461,22 +552,18 @@ CPlayedInput::~CPlayedInput()
     players().end();
 }
 
-CSwitchedLocks::CSwitchedLocks(unsigned affected)
-{
-    constexpr uint32_t isText = 1U << 31;
-    XkbStateRec state{};
-    if (XkbGetState(g_display, XkbUseCoreKbd, &state) == Success)
-        m_group = state.locked_group;
-    players().switchLocks(isText | m_group << 16 | affected << 8 | (state.locked_mods & affected));
-    if (m_group != 0)
-        XkbLockGroup(g_display, XkbUseCoreKbd, 0);
-}
+CSwitchedLocks::CSwitchedLocks(unsigned affected) : m_alone(players().beginText(affected)) {}
 
 CSwitchedLocks::~CSwitchedLocks()
 {
-    if (m_group != 0)
-        XkbLockGroup(g_display, XkbUseCoreKbd, m_group);
-    players().keepLocks();
+    if (!m_ended)
+        players().endText(0, nullptr);
+}
+
+void CSwitchedLocks::end(unsigned switched, const std::function<void(unsigned)>& switchOver)
+{
+    m_ended = true;
+    players().endText(switched, switchOver);
 }
 
 CBorrowedKeyboards::CBorrowedKeyboards()

@@ -17,16 +17,21 @@
 ///     _GXSYS_KEYBOARDS
 ///         property of the root window while players borrow a key: keysOfAllKeyboards of before the first one
 ///         did. The last one to end puts them back.
+///     _GXSYS_LOCKS
+///         property of the root window while players type texts: the group that was locked before the first
+///         one did, the modifiers that texts switch, which of them are to be on at the end, 1 once a text has
+///         been played, 1 once two were typed at once. The last one to end puts them back.
 ///
 /// A record has 14 numbers: the place, which tells machines and process namespaces apart (0: not known), the
-/// process and the lower half of its start time in clock ticks; 1 while the player borrows a key; during a
-/// text, bit 31, the group that was locked before (bits 16 and 17), the modifiers that the text switches (8
-/// to 15) and which of those were locked (0 to 7), else 0; 9 words of bits, lowest first, of the keys (0 to
-/// 255) and buttons (256 and their number) that are down or were at some time of the event being played.
+/// process and the lower half of its start time in clock ticks; 1 while the player borrows a key; 1 while it
+/// types; 9 words of bits, lowest first, of the keys (0 to 255) and buttons (256 and their number) that are
+/// down or were at some time of the events being played.
 ///
 /// All of it is on g_display, which must be open and have XTest. Any thread; with the server grabbed while
 /// records are cleared up and keyboards are saved and put back.
 #pragma once
+
+#include <functional>
 
 /// Presses or releases a key or button through XTest, and has it on record while it is down. Does not flush.
 /// @param delay  milliseconds that the server waits before
@@ -43,7 +48,7 @@ public:
 };
 
 /// While one lives the first group is locked, and the locks may be switched; the group of before comes back
-/// at its end, the locks only after a death. Round trips.
+/// when the last one of all players ends. Round trips.
 class CSwitchedLocks {
 public:
     /// @param affected  bits of the modifiers that may be switched
@@ -52,8 +57,16 @@ public:
     CSwitchedLocks(const CSwitchedLocks&) = delete;
     CSwitchedLocks& operator=(const CSwitchedLocks&) = delete;
 
+    /// Whether no player had one when this one began: the locks are as they were left.
+    bool areAlone() const { return m_alone; }
+    /// Ends it early, with the server grabbed.
+    /// @param switched    bits of modifiers that are to be the other way from now on
+    /// @param switchOver  is called when it is the last one, with the modifiers whose locks are to switch
+    void end(unsigned switched, const std::function<void(unsigned)>& switchOver);
+
 private:
-    unsigned m_group = 0;
+    bool m_alone;
+    bool m_ended = false;
 };
 
 /// While one lives the map of the keyboards may be written; after the last of all players each keyboard has

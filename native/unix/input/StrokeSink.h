@@ -2,6 +2,8 @@
 /// into strokes (processkey) needs nothing else of a keyboard.
 #pragma once
 
+#include <functional>
+
 /// The locks that would change what a key means.
 struct CLockState {
     bool capsLock = false;
@@ -37,4 +39,13 @@ public:
     /// Types a character that no key produces. @return as stroke
     virtual bool typeUnicode(char32_t character) = 0;
     virtual unsigned modifiersDown() = 0; ///< KeyModifier bits of the modifier keys that are down
+
+    /// Begins a text. Texts that are typed at once share the locks.
+    /// @return whether it is the only one, which has to switch them off
+    virtual bool beginText() = 0;
+    /// Ends a text that has been played; one that has failed just ends with the sink.
+    /// @param switched    the locks that the text asked to be switched at its end
+    /// @param switchOver  is called when no other text is being typed, with the locks to switch; no other one
+    ///                    begins meanwhile
+    virtual void endText(CLockState switched, const std::function<void(CLockState)>& switchOver) = 0;
 };

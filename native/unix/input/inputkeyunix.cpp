@@ -388,8 +388,7 @@ CServerStrokes::~CServerStrokes() = default;
 
 CLockState CServerStrokes::locks()
 {
-    const unsigned state = pointerState();
-    return {(state & LockMask) != 0, (state & m_numLock) != 0};
+    return locksIn(pointerState());
 }
 
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
@@ -417,4 +416,21 @@ unsigned CServerStrokes::modifiersDown()
         return key != 0 && (keys[key / 8] >> (key % 8) & 1) ? unsigned{bit} : 0U;
     };
     return held(XK_Shift_L, ShiftHeld) | held(XK_Control_L, ControlHeld) | held(XK_Alt_L, AltHeld);
+}
+
+CLockState CServerStrokes::locksIn(unsigned modifiers) const
+{
+    return {(modifiers & LockMask) != 0, (modifiers & m_numLock) != 0};
+}
+
+bool CServerStrokes::beginText()
+{
+    return m_locks.areAlone();
+}
+
+void CServerStrokes::endText(CLockState switched, const std::function<void(CLockState)>& switchOver)
+{
+    m_unicodeKey.reset();
+    const unsigned modifiers = (switched.capsLock ? LockMask : 0U) | (switched.numLock ? m_numLock : 0U);
+    m_locks.end(modifiers, [&](unsigned on) { switchOver(locksIn(on)); });
 }

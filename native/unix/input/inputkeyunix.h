@@ -72,11 +72,15 @@ public:
     bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) override;
     bool typeUnicode(char32_t character) override;
     unsigned modifiersDown() override;
+    bool beginText() override;
+    void endText(CLockState switched, const std::function<void(CLockState)>& switchOver) override;
 
 private:
+    CLockState locksIn(unsigned modifiers) const;
+
     const CKeyCodes m_keys;
     const unsigned m_numLock; ///< the modifier bit that Num Lock sets; 0 when it is on no modifier
-    const CSwitchedLocks m_locks;
+    CSwitchedLocks m_locks;
     std::unique_ptr<CUnicodeKey> m_unicodeKey;
 };
 

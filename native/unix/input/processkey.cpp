@@ -404,7 +404,7 @@ int playText(bool parse)
 }
 
 /// Switches both locks off and finds out whether Num Lock can be switched at all.
-CLockState switchLocksOff()
+void switchLocksOff()
 {
     const CLockState before = state().m_sink.locks();
     if (before.capsLock)
@@ -415,15 +415,13 @@ CLockState switchLocksOff()
     state().g_brokenNumLock = !state().m_sink.locks().numLock;
     if (!state().g_brokenNumLock)
         PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
-    return before;
 }
 
-/// The locks as they were, less or more what the text asked for.
-void restoreLocks(const CLockState& before)
+void switchLocks(CLockState which)
 {
-    if (before.capsLock + state().gnCpsLckStatement == 1)
+    if (which.capsLock)
         PlayVirtualKey(XK_Caps_Lock, 0, CSpecialKey::OwnCapsLock);
-    if (before.numLock + state().gnNumLckStatement == 1)
+    if (which.numLock)
         PlayVirtualKey(XK_Num_Lock, state().g_brokenNumLock ? PressOnly : 1, 0, CSpecialKey::OwnNumLock);
 }
 
@@ -479,13 +477,14 @@ int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)
 {
     const CEnvironmentLocale locale;
     const CStrokeScope scope(sink, text);
-    const CLockState before = switchLocksOff();
+    if (sink.beginText())
+        switchLocksOff();
     if (const int result = playText(parse); result != KeysPlayed) {
         traceFailure(result, static_cast<size_t>(scope.m_item - text));
         return result;
     }
     releaseHeldKeys();
-    restoreLocks(before);
+    sink.endText({scope.gnCpsLckStatement != 0, scope.gnNumLckStatement != 0}, switchLocks);
     return KeysPlayed;
 }
 

@@ -17,8 +17,9 @@
 /// makes of U+000A and the like: for the keys write ~ and {TAB}.
 ///
 /// Caps Lock and Num Lock are off while a text is typed and are put back at its end; the lock keys in a text
-/// take effect there. Threads that type at once share the keyboard, so their strokes mix and each reads the
-/// modifiers and locks of the others; the state of the call is each one's own.
+/// take effect there. Threads that type at once share the keyboard, so their strokes mix and each text gets the
+/// modifiers and locks of the others; the state of the call is each one's own. Locks and group come back when
+/// the last of them, of whatever process, has ended.
 // clang-format on
 #pragma once
 

@@ -46,6 +46,15 @@ public:
         return m_count < m_most;
     }
     unsigned modifiersDown() override { return 0; }
+    bool beginText() override
+    {
+        m_before = m_locks;
+        return true;
+    }
+    void endText(CLockState switched, const std::function<void(CLockState)>& switchOver) override
+    {
+        switchOver({m_before.capsLock != switched.capsLock, m_before.numLock != switched.numLock});
+    }
 
     /// Strokes with blanks between: +x pressed, -x released, with "!" while Alt is held without Control.
     const std::string& strokes() const { return m_strokes; }
@@ -59,6 +68,7 @@ private:
     }
 
     CLockState m_locks;
+    CLockState m_before;
     bool m_numLockWorks;
     size_t m_most;
     size_t m_count = 0;

@@ -8,9 +8,9 @@ import java.awt.Point;
  * <p>The static methods play one event each. They block until the server has processed it, with all
  * {@linkplain NativeLowLevelPlayer#nativeSetDelays delays}, and raise an exception when it could not be played; it has no
  * message, but the trace names the status that the event ended with and, for a key string, the result and the index of the item
- * that failed. Any thread may play; the events of two threads mix, and two texts at once come out wrong, unless the install
- * option {@code talvern.test.gx.script.playback.mouse.allow_multiple_threads} is {@code true}: then an event waits until another
- * one has ended, up to 5 seconds, and a text for a text of the same process without limit. When the process exits meanwhile, the
+ * that failed. Any thread may play; the events of two threads mix, and two texts at once come out wrong, but leave keys and locks
+ * as they were, unless the install option {@code talvern.test.gx.script.playback.mouse.allow_multiple_threads} is {@code true}:
+ * then an event waits until another one has ended, up to 5 seconds, and a text for a text of the same process without limit. When the process exits meanwhile, the
  * event is cut short: its keys and buttons are released, locks and keyboard map are put back, for up to 2 seconds. A process
  * that is killed leaves them as they are; the next event that any process plays on the display puts them right first, and the
  * trace says so.
