@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 struct sembuf;
+struct timespec;
 
 /// Names one semaphore of the machine. Both 0 is the null handle.
 struct CSemaphoreHandle {
@@ -57,6 +58,8 @@ public:
     /// all. Blocks as the operations say; errno tells why it failed: EINTR, or EFBIG for an index that no set
     /// has.
     bool op(int semnum, sembuf* operations, int count);
+    /// The same, blocking for a millisecond at most: then errno is EAGAIN.
+    bool opForAMoment(int semnum, sembuf* operations, int count);
     /// Removes the set from the system: whoever waits on it is woken with an error.
     void free();
 
@@ -69,6 +72,7 @@ private:
     bool reattach(key_t key, int count, bool attachLive);
     bool isOurs(key_t key, int count) const;
     bool recycle(key_t key, int count);
+    bool op(int semnum, sembuf* operations, int count, const timespec* limit) const;
 
     key_t m_key = 0;
     int m_id = -1;

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <chrono>
 #include <sys/sem.h>
-#include <thread>
 
 namespace {
 void expectAlive(const CMailslot& slot)
@@ -29,6 +28,13 @@ bool CMailslotEvent::change(int event, short by, short flags)
     while (!done && errno == EINTR)
         done = op(m_index + event, &operation, 1);
     return done;
+}
+
+/// What interrupts it, or is wrong with the semaphore, the next try finds out.
+bool CMailslotEvent::takeInAMoment(int event)
+{
+    sembuf operation{0, -1, 0};
+    return opForAMoment(m_index + event, &operation, 1);
 }
 
 bool CMailslotEvent::add(int event)
@@ -59,7 +65,8 @@ bool CMailslotEvent::wait(int event, const CMailslot& slot)
             return false;
         if (std::chrono::steady_clock::now() >= end)
             break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (takeInAMoment(event))
+            return true;
     }
     errno = EAGAIN;
     return false;

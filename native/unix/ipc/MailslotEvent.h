@@ -23,12 +23,14 @@ public:
     bool take(int event) { return change(event, -1, IPC_NOWAIT); }
     /// Blocks without limit.
     bool wait(int event);
-    /// Tries each millisecond as long as the owner of the slot lives; EAGAIN after CMailslot::ReplyTimeoutMs.
+    /// Blocks as long as the owner of the slot lives, which it looks at each millisecond; EAGAIN after
+    /// CMailslot::ReplyTimeoutMs.
     /// @throws CMailslotGoneException  without a name
     bool wait(int event, const CMailslot& slot);
 
 private:
     bool change(int event, short by, short flags);
+    bool takeInAMoment(int event);
 
     int m_index;
 };

@@ -29,6 +29,7 @@ public:
 private:
     bool take(short waitFlags);
     bool takeBlocking();
+    bool takeInAMoment();
     bool takeWithin(int timeoutMs);
 
     int m_index = 0;

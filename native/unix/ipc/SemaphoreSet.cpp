@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <limits>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -117,6 +118,18 @@ bool CSemaphoreSet::attach(int id)
 
 bool CSemaphoreSet::op(int semnum, sembuf* operations, int count)
 {
+    return op(semnum, operations, count, nullptr);
+}
+
+bool CSemaphoreSet::opForAMoment(int semnum, sembuf* operations, int count)
+{
+    static constexpr timespec moment{0, 1000000};
+    return op(semnum, operations, count, &moment);
+}
+
+/// @param limit  null for none
+bool CSemaphoreSet::op(int semnum, sembuf* operations, int count, const timespec* limit) const
+{
     // Cut to its 16 bits, an index that no set has would be that of another semaphore.
     if (semnum < 0 || semnum > std::numeric_limits<unsigned short>::max()) {
         errno = EFBIG;
@@ -124,7 +137,7 @@ bool CSemaphoreSet::op(int semnum, sembuf* operations, int count)
     }
     std::for_each(operations, operations + count,
                   [&](sembuf& each) { each.sem_num = static_cast<unsigned short>(semnum); });
-    return semop(m_id, operations, static_cast<size_t>(count)) != -1;
+    return semtimedop(m_id, operations, static_cast<size_t>(count), limit) != -1;
 }
 
 void CSemaphoreSet::free()

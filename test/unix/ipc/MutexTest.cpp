@@ -254,6 +254,31 @@ TEST_F(MutexTest, ReportsABusyHeap)
     CSpyHeap::deleteBaseHeap();
 }
 
+TEST_F(MutexTest, IsSharedEvenlyByProcessesThatTakeItAgainAtOnce)
+{
+    constexpr int Rounds = 2000;
+    auto* const counts = static_cast<CShared<int>*>(CSpyMemRef(2 * sizeof(int), 0).address());
+    counts[0].store(0);
+    counts[1].store(0);
+    const auto work = [&](int self) {
+        while (counts[0].load() < Rounds && counts[1].load() < Rounds) {
+            m_mutex.acquire(10000);
+            counts[self].store(counts[self].load() + 1);
+            m_mutex.release();
+        }
+    };
+    {
+        CChildProcess other([&](CChildProcess& parent) {
+            parent.pass();
+            work(1);
+        });
+        other.wait();
+        work(0);
+    }
+    EXPECT_GT(std::min(counts[0].load(), counts[1].load()), Rounds / 2);
+    CSpyHeap::deleteBaseHeap();
+}
+
 TEST_F(MutexTest, ComesFiveInAListThatProcessesShare)
 {
     CMutexList list;
