@@ -7,7 +7,8 @@ class CSharedMemory;
 
 /// A segment that goes with the first heap of a display: every process that has the one attached has the
 /// other. Its key follows from that of the heap and is in no directory. Only the pages that are written take
-/// memory. Making and deleting one is for one process at a time: hold CSharedMemoryGuard.
+/// memory. Making and deleting one is for one process at a time: hold CSharedMemoryGuard. Its last page is
+/// not the journal's: see CNoticePage.
 class CJournalSegment {
 public:
     static constexpr size_t Largest = size_t{128} << 20; ///< where the system allows less, it is 16 or 1 MiB

@@ -2,6 +2,7 @@
 /// The stored form is described in doc/spy-heap.md.
 #pragma once
 
+#include "LockHolder.h"
 #include "SharedValue.h"
 
 #include <array>
@@ -241,6 +242,8 @@ public:
     void lock(int timeoutMs);
     void unlock();
     bool islocked();
+    /// Who holds it; see CSpyMutex::holder.
+    std::optional<CLockHolder> lockHolder();
 
     /// Stores `ref` in a global slot of this heap when the slot is free. Callers use the base heap.
     /// @throws CInvalidGlobal*  id of GlobalSlots or more; the heap mutex stays taken then

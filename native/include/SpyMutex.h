@@ -1,6 +1,7 @@
 /// The recursive lock that processes share by name.
 #pragma once
 
+#include "LockHolder.h"
 #include "jniobject.h"
 
 /// A failure of a named mutex. It knows the Java class it becomes.
@@ -74,6 +75,10 @@ public:
     virtual void free() = 0;
     /// Whether the calling thread holds it.
     virtual bool isAcquired() = 0;
+    /// Who holds it, in whatever process. Any thread; waits for nobody, and one that waits for the mutex may
+    /// be told as well.
+    /// @return none when it is free or gone, or there is none
+    virtual std::optional<CLockHolder> holder() = 0;
 
 protected:
     CSpyMutex() : CJniJObject(nullptr, static_cast<jobject>(nullptr), nullptr) {}

@@ -1,13 +1,17 @@
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvern.test.gx.sys.ApplicationNotRespondingException;
+import com.talvern.test.gx.sys.LockHolder;
 import com.talvern.test.gx.sys.Mutex;
+import com.talvern.test.gx.sys.SpyMemory;
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
 import java.time.Duration;
+import java.time.Instant;
 import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.Test;
 
@@ -77,10 +81,28 @@ class MutexTest {
         assertEquals("held", output.readLine());
         Mutex mutex = named("killed");
         assertThrows(ApplicationNotRespondingException.class, () -> mutex.acquire(0));
+        LockHolder found = mutex.holder();
+        assertEquals(holder.pid(), found.processId());
+        assertEquals("java", found.processName());
+        assertTrue(found.isAlive() && found.since().isBefore(Instant.now()), found.toString());
         holder.destroyForcibly();
         holder.waitFor();
         assertTrue(mutex.acquire(1000));
         mutex.release();
+        assertNull(mutex.holder());
+    }
+
+    @Test
+    void tellsWhichThreadHoldsSharedMemory() throws InterruptedException {
+        assertNull(SpyMemory.lockHolder());
+        SpyMemory memory = new SpyMemory();
+        memory.lock();
+        Thread.currentThread().setName("with the lock");
+        inAnotherThread(() -> assertEquals("with the lock", SpyMemory.lockHolder().threadName()));
+        assertEquals(ProcessHandle.current().pid(), SpyMemory.lockHolder().processId());
+        memory.unlock();
+        assertNull(SpyMemory.lockHolder());
+        assertNull(new Mutex().holder());
     }
 
     @Test

@@ -2,6 +2,7 @@
 
 #include "com_talvern_test_gx_sys_SpyMemory.h"
 
+#include "JavaLockHolder.h"
 #include "JavaSpyVariant.h"
 #include "LocalRef.h"
 #include "SpyEntry.h"
@@ -210,6 +211,12 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_unlock(JNIEnv* env
 JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMemory_isLocked(JNIEnv* env, jobject)
 {
     return spyEntry<jboolean, CNoSpyHeapLock>(env, __func__, [] { return CSpyMemory::isHeapLocked(); });
+}
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMemory_lockHolder(JNIEnv* env, jclass)
+{
+    return spyEntry<jobject, CNoSpyHeapLock>(env, __func__,
+                                             [&] { return newLockHolder(env, CSpyMemory::lockHolder()); });
 }
 
 JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_heaptest(JNIEnv* env, jobject, jstring file)

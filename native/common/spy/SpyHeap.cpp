@@ -919,6 +919,13 @@ bool CSpyHeap::islocked()
     return mutex->isAcquired();
 }
 
+std::optional<CLockHolder> CSpyHeap::lockHolder()
+{
+    CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
+    GX_ASSERT(mutex, "m_pMutex != 0");
+    return mutex->holder();
+}
+
 // Global slots. A wrong id leaves the mutex taken: callers that catch the pointer release it.
 
 bool CSpyHeap::registerGlobal(unsigned int id, CSpyMemRef& ref)

@@ -68,6 +68,11 @@ bool CSpyMemory::isHeapLocked()
     return baseHeap()->islocked();
 }
 
+std::optional<CLockHolder> CSpyMemory::lockHolder()
+{
+    return baseHeap()->lockHolder();
+}
+
 void CSpyMemory::abandonChange()
 {
     if (isHeapLocked())

@@ -1,6 +1,7 @@
 /// Base of the typed objects in spy memory, and the lock around all of them.
 #pragma once
 
+#include "LockHolder.h"
 #include "SpyJournal.h"
 #include "SpyMemRef.h"
 
@@ -62,6 +63,8 @@ public:
     static void lockHeap(int timeoutMs);
     static void unlockHeap();
     static bool isHeapLocked();
+    /// Who holds it, in whatever process. Waits for nobody. @return none when nobody does
+    static std::optional<CLockHolder> lockHolder();
     /// For a thread that never goes on with what it is doing: when it holds the mutex, what it has changed
     /// since the last whole operation is undone, as after its death.
     static void abandonChange();

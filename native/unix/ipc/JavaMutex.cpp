@@ -2,6 +2,7 @@
 // not traced.
 #include "com_talvern_test_gx_sys_Mutex.h"
 
+#include "JavaLockHolder.h"
 #include "JniDataTypes.h"
 #include "JniEntry.h"
 #include "Mutex.h"
@@ -37,4 +38,9 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mutex_release(JNIEnv* env, j
         mutex.refresh();
         mutex.release();
     });
+}
+
+JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_Mutex_holder(JNIEnv* env, jobject self)
+{
+    return jniEntry(env, nullptr, [&] { return newLockHolder(env, CUnixMutex(env, self).holder()); });
 }

@@ -3,6 +3,7 @@
 #include "CTracer.h"
 #include "ErrorString.h"
 #include "IpcStatus.h"
+#include "NoticePage.h"
 #include "SegmentSweep.h"
 #include "UnixSharedMemory.h"
 
@@ -37,9 +38,10 @@ bool CJournalSegment::attach(int key, size_t size)
         return false;
     }
     m_id = id;
-    m_size = size;
+    m_size = size - sizeof(CNoticePage);
     m_area = static_cast<unsigned char*>(address);
     m_existed = status.attachments() != 0;
+    CNoticePage::use(m_area + m_size, !m_existed);
     return true;
 }
 
@@ -47,6 +49,7 @@ CJournalSegment::~CJournalSegment()
 {
     if (!m_area)
         return;
+    CNoticePage::leave();
     shmdt(m_area);
     if (CSegmentStatus(m_id).attachments() == 0)
         shmctl(m_id, IPC_RMID, nullptr);

@@ -4,6 +4,7 @@
 #include "ErrorString.h"
 #include "GxAssert.h"
 #include "GxDebug.h"
+#include "HoldRecords.h"
 #include "SharedMemoryHeader.h"
 
 #include <cerrno>
@@ -72,6 +73,25 @@ void traceStranger(pthread_t owner)
                             static_cast<unsigned>(pthread_self()));
 }
 
+/// Why a wait came to nothing. Looking that up takes much longer than an attempt.
+void traceHolder(CSemaphoreHandle lock)
+{
+    const auto holder = GxDebug::TraceGetEnabled() ? CHoldRecords::holderOf(lock) : std::nullopt;
+    if (!holder)
+        return;
+    const char* const name = holder->m_processName.c_str();
+    if (!holder->m_isAlive)
+        CTracer::debugTrace("Lock %d:%d was taken by process %d (%s), which is dead", lock.m_set,
+                            lock.m_index, holder->m_process, name);
+    else if (!holder->m_forMs)
+        CTracer::debugTrace("Lock %d:%d is held by process %d (%s)", lock.m_set, lock.m_index,
+                            holder->m_process, name);
+    else
+        CTracer::debugTrace("Lock %d:%d is held by process %d (%s), thread %d (%s), for %lld ms", lock.m_set,
+                            lock.m_index, holder->m_process, name, holder->m_thread,
+                            holder->m_threadName.c_str(), static_cast<long long>(*holder->m_forMs));
+}
+
 CSemaphoreHandle heapLockHandle()
 {
     CSharedMemoryHeader* directory = nullptr;
@@ -84,6 +104,7 @@ CSemaphoreHandle heapLockHandle()
     const char* display = CSharedMemoryHeader::display();
     CMutex set;
     set.create(directory->getKey(display ? display : "", 0) - 1, 1, true);
+    CHoldRecords::setHeapSet(set.id());
     return {set.id(), 0};
 }
 } // namespace
@@ -209,14 +230,22 @@ bool CUnixMutex::isMine() const
 bool CUnixMutex::lock(int timeoutMs)
 {
     // Without a handle it must not take the system's first semaphore, whosever that is.
-    return (m_wasGiven || !handle().isNull()) && CMutex(m_handle).lock(timeoutMs);
+    if (isNone())
+        return false;
+    if (CMutex(m_handle).lock(timeoutMs)) {
+        CHoldRecords::taken(m_handle);
+        return true;
+    }
+    traceHolder(m_handle);
+    return false;
 }
 
 /// The semaphore of none would be the system's first one.
 void CUnixMutex::unlock()
 {
-    if (!m_wasGiven && handle().isNull())
+    if (isNone())
         return;
+    CHoldRecords::givenBack(m_handle);
     const bool succes = CMutex(m_handle).unlock() || isGone(errno);
     GX_ASSERT(succes, "succes");
 }
@@ -282,6 +311,11 @@ bool CUnixMutex::isAcquired()
 {
     refresh();
     return isMine() && m_count.load(std::memory_order_relaxed) != 0;
+}
+
+std::optional<CLockHolder> CUnixMutex::holder()
+{
+    return isNone() ? std::nullopt : CHoldRecords::holderOf(m_handle);
 }
 
 void CUnixMutex::refresh()

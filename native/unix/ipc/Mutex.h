@@ -66,6 +66,7 @@ public:
     bool release() override;
     void free() override;
     bool isAcquired() override;
+    std::optional<CLockHolder> holder() override;
 
     /// Reads the owner from the Java object and writes it back; without one they do nothing.
     void refresh();
@@ -74,6 +75,7 @@ public:
 private:
     template <class Name> bool createNamed(const Name& name, const char* shownName);
     bool isMine() const;
+    bool isNone() { return !m_wasGiven && handle().isNull(); }
     bool lock(int timeoutMs);
     void unlock();
     void giveBack();

@@ -3,6 +3,7 @@
 
 #include "AsciiName.h"
 #include "CTracer.h"
+#include "HoldRecords.h"
 #include "JniDataTypes.h"
 #include "SemaphoreList.h"
 #include "SpyMap.h"
@@ -103,6 +104,7 @@ template <class Name> bool CUnixMutex::createNamed(const Name& name, const char*
         }
     }
     giveBack();
+    CHoldRecords::setNamedSet(handle.m_set);
     setHandle(handle);
     return true;
 }

@@ -1,6 +1,9 @@
 #include "ChildProcess.h"
+#include "HoldRecords.h"
 #include "Mutex.h"
+#include "NoticePage.h"
 #include "SpyMemory.h"
+#include "TraceCapture.h"
 #include "Within.h"
 
 #include <gmock/gmock.h>
@@ -277,6 +280,79 @@ TEST_F(MutexTest, IsSharedEvenlyByProcessesThatTakeItAgainAtOnce)
     }
     EXPECT_GT(std::min(counts[0].load(), counts[1].load()), Rounds / 2);
     CSpyHeap::deleteBaseHeap();
+}
+
+TEST_F(MutexTest, TellsWhoHoldsItWhileOthersWait)
+{
+    CUnixMutex named;
+    ASSERT_TRUE(named.create("held"));
+    const struct {
+        const char* name;
+        std::function<void(int)> acquire;
+        std::function<std::optional<CLockHolder>()> holder;
+    } locks[] = {
+        {"a named mutex", [&](int timeoutMs) { named.acquire(timeoutMs); }, [&] { return named.holder(); }},
+        {"the heap mutex", CSpyMemory::lockHeap, CSpyMemory::lockHolder},
+    };
+    for (const auto& lock : locks) {
+        SCOPED_TRACE(lock.name);
+        EXPECT_FALSE(lock.holder());
+        CChildProcess holder([&](CChildProcess& parent) {
+            std::thread([&] {
+                pthread_setname_np(pthread_self(), "the holder");
+                lock.acquire(1);
+                parent.pass();
+                parent.wait();
+            }).join();
+        });
+        holder.wait();
+        CChildProcess waiter([&](CChildProcess&) {
+            std::thread([&] { lock.acquire(20000); }).detach();
+            EXPECT_TRUE(within(5s, [&] { return lock.holder()->m_forMs > 50; }));
+            const CLockHolder found = lock.holder().value();
+            EXPECT_EQ(holder.pid(), found.m_process);
+            EXPECT_EQ("test-unix-ipc", found.m_processName);
+            EXPECT_EQ("the holder", found.m_threadName);
+            EXPECT_LT(found.m_forMs, 10000);
+            EXPECT_TRUE(found.m_isAlive);
+            const CTraceCapture trace;
+            EXPECT_ANY_THROW(lock.acquire(1));
+            EXPECT_TRUE(trace.has("is held by process " + std::to_string(holder.pid()) +
+                                  " (test-unix-ipc), thread " + std::to_string(found.m_thread) +
+                                  " (the holder), for "))
+                << trace.text();
+        });
+        EXPECT_EQ(0, waiter.join());
+        holder.die();
+        EXPECT_FALSE(lock.holder());
+    }
+    CSpyHeap::deleteBaseHeap();
+}
+
+TEST_F(MutexTest, TellsADeadHolderFromALivingOneAndFromAStrangerWithItsNumber)
+{
+    alignas(4096) static unsigned char page[sizeof(CNoticePage)];
+    CMutex set;
+    set.create(0x7358, 2, true);
+    CNoticePage::use(page, true);
+    CHoldRecords::setNamedSet(set.id());
+    CUnixMutex mutex(CSemaphoreHandle(set.id(), 1));
+    mutex.acquire(0);
+    EXPECT_TRUE(mutex.holder()->m_isAlive);
+    page[64 + 8] ^= 1; // when the process was started
+    EXPECT_FALSE(mutex.holder()->m_isAlive);
+    mutex.release();
+    CChildProcess child([&](CChildProcess&) {
+        sembuf withoutUndo{1, 1, 0};
+        set.op(1, &withoutUndo, 1);
+    });
+    EXPECT_EQ(0, child.join());
+    const CLockHolder dead = mutex.holder().value();
+    EXPECT_EQ(child.pid(), dead.m_process);
+    EXPECT_FALSE(dead.m_isAlive);
+    EXPECT_FALSE(dead.m_forMs) << "nothing is on record";
+    set.free();
+    EXPECT_FALSE(mutex.holder());
 }
 
 TEST_F(MutexTest, ComesFiveInAListThatProcessesShare)

@@ -71,6 +71,14 @@ public class Mutex {
     /** Gives the mutex back once. A thread that does not hold it changes nothing. */
     public native void release();
 
+    /**
+     * Tells who holds the mutex, in whatever process and through whatever object. Waits for nobody: also a thread that waits
+     * for the mutex may have another one ask.
+     *
+     * @return null when nobody does, or this object has no mutex
+     */
+    public native LockHolder holder();
+
     /** A mutex handle names nothing. */
     public static class InvalidMutexException extends RuntimeException {
         private static final long serialVersionUID = 1L;

@@ -144,6 +144,13 @@ public class SpyMemory {
     public native boolean isLocked();
 
     /**
+     * Tells who holds the mutex of all shared memory of this display, in whatever process. Waits for nobody.
+     *
+     * @return null when nobody does
+     */
+    public static native LockHolder lockHolder();
+
+    /**
      * Runs the self test of the heap, which takes the shared heap nearly full for a moment.
      *
      * @param file path of the report, to which it is appended; null for HeapTest.Log in the current directory
