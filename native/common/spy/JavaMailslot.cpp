@@ -2,6 +2,7 @@
 
 #include "com_talvern_test_gx_sys_Mailslot.h"
 
+#include "AnswerBell.h"
 #include "CTracer.h"
 #include "JavaSpyVector.h"
 #include "JniEntry.h"
@@ -82,6 +83,11 @@ const char* failureNoteOf(const char* function)
         std::find_if(std::begin(failureNotes), std::end(failureNotes),
                      [&](const auto& each) { return !std::strcmp(each.method, method); });
     return found == std::end(failureNotes) ? "" : found->note;
+}
+
+CAnswerBell bellOf(JNIEnv* env, jobject request)
+{
+    return CAnswerBell(CJavaSpyMemory::refOf(env, request));
 }
 
 /// Runs `work` on the mailslot that a Java object names, without the heap lock: some of it blocks. What is
@@ -178,6 +184,22 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv* env, jc
 JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_takeSignal(JNIEnv* env, jobject self)
 {
     jniEntry(env, nullptr, [&] { CJavaMailslot(env, self)->takeSignal(); });
+}
+
+JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_rings(JNIEnv* env, jclass, jobject request)
+{
+    return jniEntry(env, nullptr, [&] { return static_cast<jint>(bellOf(env, request).rings()); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_awaitRing(JNIEnv* env, jclass, jobject request,
+                                                                       jint rings)
+{
+    jniEntry(env, nullptr, [&] { bellOf(env, request).await(static_cast<uint32_t>(rings)); });
+}
+
+JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_ring(JNIEnv* env, jclass, jobject request)
+{
+    jniEntry(env, nullptr, [&] { bellOf(env, request).ring(); });
 }
 
 JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_SetInvocationTimeoutValueIPC(JNIEnv* env,

@@ -6,7 +6,6 @@ import java.util.List;
 import java.util.Queue;
 import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
-import java.util.concurrent.locks.LockSupport;
 import java.util.concurrent.locks.ReentrantLock;
 
 /**
@@ -52,11 +51,8 @@ import java.util.concurrent.locks.ReentrantLock;
 public class Mailslot extends SpyMemory implements AutoCloseable {
     private static final String REGISTRY = "MailSlots";
     private static final long DEFAULT_TIMEOUT_MS = 120_000;
-    private static final long POLL_NANOS = 1_000_000;
     /** Between two looks whether the receiver lives. */
     private static final long PROBE_NANOS = 250_000_000;
-    /** Rounds of waiting that take turns with the receiver, before they begin to sleep. */
-    private static final int SHORT_POLLS = 20;
 
     /** Requests: each is a vector of its own, see {@link #call}. Set by native code, too. */
     private SpyVector sendMessageQueue;
@@ -309,7 +305,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private Object awaitReply(SpyVector request, long timeoutMs) {
         long start = System.nanoTime();
         long probed = start;
-        for (int polls = 0; request.size() < 2; polls++) {
+        for (int rings = rings(request); request.size() < 2; rings = rings(request)) {
             long now = System.nanoTime();
             if (now - start >= TimeUnit.MILLISECONDS.toNanos(timeoutMs)) {
                 throw new ApplicationNotRespondingException(
@@ -322,7 +318,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
                 probed = now;
                 probe();
             }
-            LockSupport.parkNanos(polls < SHORT_POLLS ? POLL_NANOS / 20 : POLL_NANOS);
+            awaitRing(request, rings);
         }
         if (request.size() > 2) {
             throw new RequestFailedException((String) request.get(2));
@@ -419,6 +415,14 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             if (request == null) {
                 return false;
             }
+            boolean answered = store(reply, failure);
+            if (answered) {
+                ring(request); // once the lock is free, which the sender needs to look
+            }
+            return answered;
+        }
+
+        private boolean store(Object reply, String failure) {
             enter();
             try {
                 if (request.size() != 1) {
@@ -683,6 +687,15 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
 
     /** Takes one signal, when there is one: as many are given as messages, and the system counts so far only. */
     private native void takeSignal();
+
+    /** How often the bell of this request was rung. Asked before the request is looked at, so that no ring is missed. */
+    private static native int rings(SpyVector request);
+
+    /** Waits until it was rung since then, for a millisecond at most. */
+    private static native void awaitRing(SpyVector request, int rings);
+
+    /** Wakes the sender of the request, and perhaps a few that have nothing to see. */
+    private static native void ring(SpyVector request);
 
     /** The receiver has died, or has closed the mailslot. */
     public static class MailslotGoneException extends RuntimeException {
