@@ -2,6 +2,7 @@
 // process left.
 #include "AsciiName.h"
 #include "Compare.h"
+#include "Mailslot.h"
 #include "SharedMemory.h"
 #include "SpyMappedPair.h"
 #include "SpyMap.h"
@@ -19,7 +20,7 @@ constexpr int Entries = 1000;
 
 /// Containers with as many entries as there are names.
 struct CContainers {
-    CSpyMemRef map, vector, pair;
+    CSpyMemRef map, vector, pair, slot;
     std::deque<std::string> texts;
     std::deque<CAsciiName> names;
 
@@ -42,6 +43,11 @@ struct CContainers {
         map = newMap.ref();
         vector = newVector.ref();
         pair = newPair.ref();
+        CSpyVector posts;
+        posts.create(0, 8, 1000);
+        CMailslot newSlot;
+        newSlot.create(CAsciiName("posts"), {}, posts.ref());
+        slot = newSlot.ref();
     }
 };
 
@@ -107,12 +113,25 @@ void putPair(CContainers& containers, int number)
         .put(containers.names[static_cast<size_t>(number % 20)], CSpyVariant(number), number);
 }
 
+/// As from Java: the message into its queue, and a signal.
+void post(CContainers& containers, int number)
+{
+    CMailslot slot(containers.slot);
+    CSpyVector posts(slot.mailbox()->m_postQueue.ref());
+    posts.addElement(CSpyVariant(containers.names[static_cast<size_t>(number)], 0));
+    slot.send(false);
+    slot.takeSignal();
+    if (number == Entries - 1)
+        posts.removeAllElements();
+}
+
 BENCHMARK_CAPTURE(work, put, put)->Iterations(100)->UseManualTime();
 BENCHMARK_CAPTURE(work, get, get)->Iterations(100)->UseManualTime();
 BENCHMARK_CAPTURE(work, putAndRemove, putAndRemove)->Iterations(100)->UseManualTime();
 BENCHMARK_CAPTURE(work, vectorAdd, add)->Iterations(100)->UseManualTime();
 BENCHMARK_CAPTURE(work, vectorRemoveFirstOf1000, removeFromVector)->Iterations(100)->UseManualTime();
 BENCHMARK_CAPTURE(work, pairPut, putPair)->Iterations(100)->UseManualTime();
+BENCHMARK_CAPTURE(work, mailslotPost, post)->Iterations(100)->UseManualTime();
 
 /// Taking the lock after a process was killed at the end of `put`, beside taking it.
 void recovery(benchmark::State& state)

@@ -66,6 +66,21 @@ class MailslotTest {
         }
     }
 
+    /** What a JVM does that is killed wherever it is: opens, fills, empties and closes a mailslot for ever. */
+    static void openAndClose(String name) {
+        SpyPeer.say("open");
+        while (true) {
+            try (Mailslot slot = Mailslot.open(name)) {
+                Mailslot sender = Mailslot.find(name);
+                sender.post("first");
+                sender.post(2);
+                assertThrows(ApplicationNotRespondingException.class, () -> sender.call("asked", 0));
+                assertEquals("first", slot.receive().value());
+                sender.post("left");
+            }
+        }
+    }
+
     /** What an asking JVM does: two threads that check that each reply is theirs. */
     static void ask(String name, int times) throws Exception {
         Mailslot slot = Mailslot.find(name);
@@ -279,6 +294,18 @@ class MailslotTest {
             receiver("restarted").close();
         }
         assertNull(Mailslot.find("restarted"));
+    }
+
+    @Test
+    void losesNothingWhereverItIsKilled() throws Exception {
+        for (int round = 0; round < 4; round++) {
+            try (SpyPeer peer = started("open", "anywhere")) {
+                peer.await("open");
+                Thread.sleep((long) (Math.random() * 300)); // the moment of its death
+            }
+            assertNull(Mailslot.find("anywhere"));
+            assertEquals(before, inUse(), "round " + round);
+        }
     }
 
     @ParameterizedTest

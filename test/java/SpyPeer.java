@@ -82,6 +82,7 @@ final class SpyPeer implements AutoCloseable {
             case "count" -> count((SpyMap) shared, Integer.parseInt(arguments[2]));
             case "hold" -> ((SpyMemory) shared).lock();
             case "serve" -> MailslotTest.serve(arguments[1]);
+            case "open" -> MailslotTest.openAndClose(arguments[1]);
             case "ask" -> MailslotTest.ask(arguments[1], Integer.parseInt(arguments[2]));
             case "loop" -> say("grown " + growthOfLoops((SpyMap) shared));
             default -> throw new IllegalArgumentException(arguments[0]);

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <functional>
 #include <sstream>
+#include <sys/sem.h>
 
 namespace {
 constexpr UNIQUEID Transaction = 3;
@@ -90,7 +91,7 @@ bool killAfter(int steps, const std::function<void()>& work)
 
 /// A store with containers of every kind, the same each time.
 struct CStore {
-    CSpyMemRef map, crowded, vector, pair, block, doomed, slot;
+    CSpyMemRef map, crowded, vector, pair, block, doomed, slot, request;
 
     CStore()
     {
@@ -118,6 +119,11 @@ struct CStore {
         CMailslot newSlot;
         newSlot.create(CName("slot"), newQueue(), newQueue());
         slot = newSlot.ref();
+        CSpyMap(map).put(CName("slot"), CSpyVariant(newSlot));
+        request = newQueue();
+        CSpyVector(request).addElement(CSpyVariant(CName("question"), 0));
+        CSpyVector(newSlot.mailbox()->m_sendQueue.ref()).addElement(CSpyVariant(CSpyVector(request)));
+        newSlot.send(false);
     }
 
 private:
@@ -137,10 +143,148 @@ private:
     }
 };
 
+/// What the Java class Mailslot does under the lock between its "begin" and "end". Each of its calls from
+/// there is one of Java's, which alone would end a unit.
+class CJavaMailslotUnit {
+public:
+    CJavaMailslotUnit() { CSpyJournal::join(); }
+    ~CJavaMailslotUnit()
+    {
+        CSpyJournal::isComplete();
+        CSpyJournal::leave();
+    }
+    CJavaMailslotUnit(const CJavaMailslotUnit&) = delete;
+
+    CSpyMemRef newVector() const
+    {
+        const CSpyCall call;
+        CSpyVector made;
+        made.create(0, 4, 4);
+        return made.ref();
+    }
+    void add(const CSpyMemRef& vector, const CSpyVariant& value) const
+    {
+        const CSpyCall call;
+        CSpyVector(vector).addElement(value);
+    }
+    void removeAll(const CSpyMemRef& vector) const
+    {
+        const CSpyCall call;
+        CSpyVector(vector).removeAllElements();
+    }
+    template <class Container> void free(const CSpyMemRef& ref) const
+    {
+        const CSpyCall call;
+        Container(ref).free();
+    }
+
+private:
+    const CSpyHeapLock m_lock;
+};
+
+CSpyVariant vectorAt(const CSpyMemRef& ref)
+{
+    return CSpyVariant(CSpyVector(ref));
+}
+
+void openMailslot(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    const CSpyMemRef requests = unit.newVector(), posts = unit.newVector();
+    CMailslot slot;
+    slot.create(CName("opened"), requests, posts);
+    slot.send(false);
+    const CSpyCall call;
+    CSpyMap(store.map).put(CName("opened"), CSpyVariant(slot));
+}
+
+void postMessage(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    CMailslot slot(store.slot);
+    unit.add(slot.mailbox()->m_postQueue.ref(), CSpyVariant(CName("message"), 0));
+    slot.send(false);
+}
+
+void request(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    CMailslot slot(store.slot);
+    const CSpyMemRef made = unit.newVector();
+    unit.add(made, CSpyVariant(CName("question"), 0));
+    {
+        const CJavaMailslotUnit inner;
+        unit.add(slot.mailbox()->m_sendQueue.ref(), vectorAt(made));
+        slot.send(false);
+    }
+}
+
+void takeMessages(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    const CMailslot slot(store.slot);
+    unit.removeAll(slot.mailbox()->m_postQueue.ref());
+    unit.removeAll(slot.mailbox()->m_sendQueue.ref());
+}
+
+void failRequest(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    unit.add(store.request, CSpyVariant());
+    unit.add(store.request, CSpyVariant(CName("why"), 0));
+}
+
+void withdrawRequest(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    {
+        const CSpyCall call;
+        CSpyVector(CMailslot(store.slot).mailbox()->m_sendQueue.ref()).remove(0);
+    }
+    unit.free<CSpyVector>(store.request);
+}
+
+void closeMailslot(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    {
+        const CSpyCall call;
+        CSpyMap(store.map).remove(CName("slot"));
+    }
+    CMailslot slot(store.slot);
+    const CSpyMemRef requests = slot.mailbox()->m_sendQueue.ref(), posts = slot.mailbox()->m_postQueue.ref();
+    slot.release();
+    for (const CSpyMemRef& vector : {store.request, requests, posts})
+        unit.free<CSpyVector>(vector);
+    unit.free<CSpyMemory>(store.slot);
+}
+
+/// Messages in the queues of the mailslot beyond the signals that tell of them: a receiver would not see
+/// them.
+int unsignalled(const CStore& store)
+try {
+    const CSpyHeapLock lock;
+    const CMailslot slot(store.slot);
+    const CSemaphoreHandle events = slot.handle();
+    const auto* const record = slot.mailbox();
+    const unsigned waiting =
+        CSpyVector(record->m_postQueue.ref()).size() + CSpyVector(record->m_sendQueue.ref()).size();
+    return events.isNull() ? 0 : static_cast<int>(waiting) - semctl(events.m_set, events.m_index, GETVAL);
+} catch (const CInvalidSpyMemRef&) {
+    return 0; // closed
+}
+
 const struct {
     const char* name;
     std::function<void(const CStore&)> change;
 } operations[] = {
+    {"open a mailslot", openMailslot},
+    {"post", postMessage},
+    {"send a request", request},
+    {"take all messages", takeMessages},
+    {"fail a request", failRequest},
+    {"withdraw a request", withdrawRequest},
+    {"close a mailslot", closeMailslot},
     {"allocate", [](auto&) { CSpyMemRef(60, 0); }},
     {"free", [](auto& store) { CSpyMemRef(store.block).free(); }},
     {"grow in place", [](auto& store) { CSpyMemRef(store.slot).realloc(200); }},
@@ -216,6 +360,7 @@ TEST(SpyJournalDeathTest, LeavesEachOperationDoneOrNotBegun)
                 << shown(before, image) << "or\n"
                 << shown(after, image);
             EXPECT_TRUE(died || image == after);
+            EXPECT_LE(unsignalled(store), 0) << "killed after step " << steps;
             if (!died)
                 break;
             ++deaths;
