@@ -4,6 +4,7 @@
 #include "WindowManager.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,8 +52,9 @@ public:
     std::vector<std::string> getWholeItemTexts() const;
     /// What a user sees of an item.
     struct ItemView {
-        bool shown = false;   ///< part of the menu, though perhaps scrolled out of sight
-        bool enabled = false; ///< a click on it does something
+        bool shown = false;          ///< part of the menu, though perhaps scrolled out of sight
+        bool enabled = false;        ///< a click on it does something
+        std::optional<bool> checked; ///< nothing for one that cannot be ticked
         /// What is not scrolled out of the menu, in root coordinates, whether the menu is open or not. Zero
         /// for an item that is hidden.
         Rect seenPart;

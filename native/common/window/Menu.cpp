@@ -129,10 +129,12 @@ void append(std::vector<jlong>& numbers, jlong state, const Rect& box, jlong sub
                    {state, box.getLeft(), box.getTop(), box.getWidth(), box.getHeight(), submenu});
 }
 
-jlong stateOf(bool shown, bool enabled)
+jlong stateOf(bool shown, bool enabled, const std::optional<bool>& checked)
 {
     return (shown ? com_talvern_test_gx_application_MenuItems_SHOWN : 0) |
-           (enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0);
+           (enabled ? com_talvern_test_gx_application_MenuItems_ENABLED : 0) |
+           (checked ? com_talvern_test_gx_application_MenuItems_CHECKABLE : 0) |
+           (checked.value_or(false) ? com_talvern_test_gx_application_MenuItems_CHECKED : 0);
 }
 } // namespace
 
@@ -141,9 +143,9 @@ MENU_ITEMS(jlongArray, look, jlong menu)
     return jniEntry(env, __func__, [&]() -> jlongArray {
         const GxMenu::View view = GxMenu(menu, 0).getView();
         std::vector<jlong> numbers;
-        append(numbers, stateOf(view.shown, true), view.box, 0);
+        append(numbers, stateOf(view.shown, true, std::nullopt), view.box, 0);
         for (const GxMenu::ItemView& item : view.items)
-            append(numbers, stateOf(item.shown, item.enabled), item.seenPart,
+            append(numbers, stateOf(item.shown, item.enabled, item.checked), item.seenPart,
                    static_cast<jlong>(item.submenu));
         const auto count = static_cast<jsize>(numbers.size());
         const jlongArray all = env->NewLongArray(count);

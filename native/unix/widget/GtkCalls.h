@@ -56,6 +56,10 @@ LATE(int, (const GxGValue*), truthOf, "g_value_get_boolean", late::GOBJECT)
 LATE(int, (const GxGValue*), intOf, "g_value_get_int", late::GOBJECT)
 LATE(double, (const GxGValue*), doubleOf, "g_value_get_double", late::GOBJECT)
 LATE(void*, (const GxGValue*), objectOf, "g_value_get_object", late::GOBJECT)
+LATE(void, (GxGValue*, void*), setObject, "g_value_set_object", late::GOBJECT)
+LATE(void, (GxGValue*, const char*), setString, "g_value_set_string", late::GOBJECT)
+LATE(unsigned, (const char*, unsigned long), signalNamed, "g_signal_lookup", late::GOBJECT)
+LATE(void, (const GxGValue*, unsigned, unsigned, GxGValue*), emit, "g_signal_emitv", late::GOBJECT)
 } // namespace g
 
 namespace gdk {
@@ -120,6 +124,17 @@ LATE(void, (void*, void*, GxTreeIter*, int, int), applyAttributes, "gtk_cell_are
      late::GTK3)
 LATE_GTK(void*, (_GtkWidget*), displayedRow, "gtk_cell_view_get_displayed_row")
 
+LATE_GTK(void, (_GtkWidget*, int, int, int*, int*), fromBinWindow,
+         "gtk_tree_view_convert_bin_window_to_widget_coords")
+LATE_GTK(void, (_GtkWidget*, void*, void*, int, float, float), scrollToCell, "gtk_tree_view_scroll_to_cell")
+
+LATE_GTK(void*, (_GtkWidget*), iconModel, "gtk_icon_view_get_model")
+LATE_GTK(int, (_GtkWidget*, void**, void**), iconsInSight, "gtk_icon_view_get_visible_range")
+LATE_GTK(int, (_GtkWidget*, void*), isIconSelected, "gtk_icon_view_path_is_selected")
+LATE(int, (_GtkWidget*, void*, void*, _GtkAllocation*), iconArea, "gtk_icon_view_get_cell_rect", late::GTK3)
+LATE_GTK(void*, (_GtkWidget*, int, int), iconAt, "gtk_icon_view_get_path_at_pos")
+LATE_GTK(void, (_GtkWidget*, void*, int, float, float), scrollToIcon, "gtk_icon_view_scroll_to_path")
+
 LATE_GTK(int, (void*), modelFlags, "gtk_tree_model_get_flags")
 LATE_GTK(int, (void*), modelColumns, "gtk_tree_model_get_n_columns")
 LATE_GTK(unsigned long, (void*, int), modelColumnType, "gtk_tree_model_get_column_type")
@@ -128,6 +143,7 @@ LATE_GTK(int, (void*, GxTreeIter*), hasRowsBelow, "gtk_tree_model_iter_has_child
 LATE_GTK(int, (void*, GxTreeIter*), rowsBelow, "gtk_tree_model_iter_n_children")
 LATE_GTK(void, (void*, GxTreeIter*, int, GxGValue*), modelValue, "gtk_tree_model_get_value")
 LATE_GTK(char*, (void*), pathText, "gtk_tree_path_to_string")
+LATE_GTK(void*, (const char*), pathOf, "gtk_tree_path_new_from_string")
 LATE_GTK(void*, (void*), copyPath, "gtk_tree_path_copy")
 LATE_GTK(void, (void*), freePath, "gtk_tree_path_free")
 LATE_GTK(int, (void*, void*), comparePaths, "gtk_tree_path_compare")
@@ -136,6 +152,14 @@ LATE_GTK(void, (void*), pathNext, "gtk_tree_path_next")
 LATE_GTK(int, (void*), pathUp, "gtk_tree_path_up")
 LATE_GTK(int, (void*), pathDepth, "gtk_tree_path_get_depth")
 LATE(int, (_GtkWidget*), isRowSelected, "gtk_list_box_row_is_selected", late::GTK3)
+LATE(int, (_GtkWidget*), isChildSelected, "gtk_flow_box_child_is_selected", late::GTK3)
+
+LATE_GTK(int, (_GtkWidget*), chooserAction, "gtk_file_chooser_get_action")
+LATE_GTK(void, (_GtkWidget*), unselectFiles, "gtk_file_chooser_unselect_all")
+LATE_GTK(void, (_GtkWidget*, const char*), setFileName, "gtk_file_chooser_set_current_name")
+LATE_GTK(void, (_GtkWidget*, _GtkWidget*), selectItem, "gtk_menu_shell_select_item")
+LATE_GTK(_GtkWidget*, (_GtkWidget*, int), responseButton, "gtk_dialog_get_widget_for_response")
+LATE_GTK(_GtkWidget*, (_GtkWidget*), defaultWidget, "gtk_window_get_default_widget")
 } // namespace gtk
 
 #undef LATE_GTK

@@ -1,11 +1,12 @@
 #include "GtkObjects.h"
 
+#include "Toolkit.h"
+
 #include <algorithm>
 
 namespace {
 // Types that GLib numbers for good.
-constexpr unsigned long truthType = 5 << 2, intType = 6 << 2, doubleType = 15 << 2, stringType = 16 << 2,
-                        objectType = 20 << 2;
+constexpr unsigned long truthType = 5 << 2, intType = 6 << 2, doubleType = 15 << 2, objectType = 20 << 2;
 
 /// A property, turned into a type of the reader's choice.
 class CPropertyValue {
@@ -91,6 +92,21 @@ void* objectOf(void* object, const char* property)
 {
     const CPropertyValue value(object, property, objectType);
     return value ? g::objectOf(value.get()) : nullptr;
+}
+
+unsigned long xWindowOf(_GtkWidget* widget)
+{
+    _GdkDrawable* const window = gtk::hasWindow(widget) ? _gtk_widget_get_window(widget) : nullptr;
+    return window && _gdk_window_has_native(window)
+               ? CToolkit::gdkWindowXid(reinterpret_cast<unsigned long>(window))
+               : 0;
+}
+
+bool isOnScreen(_GtkWidget* toplevel)
+{
+    constexpr int withdrawnOrIconified = 1 | 2;
+    _GdkDrawable* const window = _gtk_widget_get_window(toplevel);
+    return window && gtk::isMapped(toplevel) && (gdk::state(window) & withdrawnOrIconified) == 0;
 }
 
 /// The position of a top-level window in its parent is the window manager's affair.

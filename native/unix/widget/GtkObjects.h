@@ -32,6 +32,8 @@ template <class Element> std::vector<Element*> taken(_GList* list)
     return elements;
 }
 
+constexpr unsigned long stringType = 16 << 2; ///< one of those that GLib numbers for good
+
 unsigned long typeOf(const void* object);
 /// Whether an object is of a class or of one derived from it. A class that nobody has used yet has no
 /// objects.
@@ -45,6 +47,11 @@ std::optional<int> intOf(void* object, const char* property);
 std::optional<double> numberOf(void* object, const char* property);
 std::string textOf(void* object, const char* property);
 void* objectOf(void* object, const char* property); ///< borrowed from the object; null for none
+
+/// The X window of a widget; 0 when it has none of its own.
+unsigned long xWindowOf(_GtkWidget* widget);
+/// Whether a window shows: one that is iconified or withdrawn stays mapped for GTK.
+bool isOnScreen(_GtkWidget* toplevel);
 
 /// Where GdkWindows are, in pixels of the root as GTK counts them. Asks the X server once for each top-level
 /// window while this object lives.

@@ -1,41 +1,51 @@
 #include "GtkRows.h"
 
+#include "MenuToolkit.h"
+
+#include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace {
 constexpr int listOnly = 2; ///< of the flags of a model: no row has rows below it
-constexpr unsigned long stringType = 16 << 2;
 
 struct CPathFree {
     void operator()(void* path) const noexcept { gtk::freePath(path); }
 };
 using PathPtr = std::unique_ptr<void, CPathFree>;
 
-std::string textOfCell(void* renderer)
+PathPtr pathOf(const std::string& text)
 {
-    if (isA(renderer, "GtkCellRendererToggle"))
-        return truthOf(renderer, "active").value_or(false) ? "true" : "false";
-    if (isA(renderer, "GtkCellRendererText"))
-        return textOf(renderer, "text");
-    if (isA(renderer, "GtkCellRendererProgress"))
-        return textOf(renderer, "text");
-    return {};
+    return PathPtr(gtk::pathOf(text.c_str()));
 }
 
-/// The texts of the renderers in a column or cell view that show, with what they were last told to show.
-std::string textOfCells(void* layout)
+/// Adds what a renderer that shows was last told to show.
+void addContent(void* renderer, CWidgetCell& cell)
 {
-    std::string all;
-    for (void* const renderer : taken<void>(gtk::cells(layout))) {
-        const std::string text = truthOf(renderer, "visible").value_or(true) ? textOfCell(renderer) : "";
-        all += (all.empty() || text.empty() ? "" : " ") + text;
+    std::string text;
+    if (isA(renderer, "GtkCellRendererToggle")) {
+        cell.checked = truthOf(renderer, "active").value_or(false);
+        text = *cell.checked ? "true" : "false";
+    } else if (isA(renderer, "GtkCellRendererText") || isA(renderer, "GtkCellRendererProgress")) {
+        text = textOf(renderer, "text");
     }
-    return all;
+    cell.text += (cell.text.empty() || text.empty() ? "" : " ") + text;
+}
+
+/// The renderers in a column or cell view.
+CWidgetCell contentOf(void* layout)
+{
+    CWidgetCell cell;
+    for (void* const renderer : taken<void>(gtk::cells(layout)))
+        if (truthOf(renderer, "visible").value_or(true))
+            addContent(renderer, cell);
+    return cell;
 }
 
 /// Walks over the rows of a tree view as it shows them.
 class CRowWalk {
 public:
+    /// Over those in sight.
     CRowWalk(_GtkWidget* view, void* model) : m_view(view), m_model(model)
     {
         void *first = nullptr, *last = nullptr;
@@ -44,10 +54,17 @@ public:
             m_last.reset(last);
         }
     }
+    /// Over all that follow so many others. @param isFlat  none has rows below it
+    CRowWalk(_GtkWidget* view, void* model, size_t others, bool isFlat)
+        : m_view(view), m_model(model), m_path(pathOf(std::to_string(isFlat ? others : 0)))
+    {
+        for (size_t passed = 0; !isFlat && passed < others && isAtRow(); ++passed)
+            next();
+    }
     /// @return whether there is a row here
     bool isAtRow()
     {
-        return m_path && gtk::comparePaths(path(), m_last.get()) <= 0 &&
+        return m_path && (!m_last || gtk::comparePaths(path(), m_last.get()) <= 0) &&
                gtk::modelRow(m_model, &m_row, path());
     }
     void next()
@@ -86,63 +103,276 @@ std::vector<void*> shownColumns(_GtkWidget* view)
     return columns;
 }
 
-/// The program may compute what a cell shows: it is asked as for drawing.
-CWidgetRow readRow(_GtkWidget* view, CGdkPlaces& places, CRowWalk& walk, const std::vector<void*>& columns)
+Rect joined(const Rect& one, const Rect& other)
+{
+    if (one.getWidth() == 0 || other.getWidth() == 0)
+        return one.getWidth() == 0 ? other : one;
+    const int left = std::min(one.getLeft(), other.getLeft()), top = std::min(one.getTop(), other.getTop());
+    const int right = std::max(one.getLeft() + one.getWidth(), other.getLeft() + other.getWidth());
+    const int bottom = std::max(one.getTop() + one.getHeight(), other.getTop() + other.getHeight());
+    return {top, left, bottom - top, right - left};
+}
+
+bool isListOnly(void* model)
+{
+    return (gtk::modelFlags(model) & listOnly) != 0;
+}
+
+/// Reads rows of a GtkTreeView. The program may compute what a cell shows: it is asked as for drawing.
+class CTreeRows {
+public:
+    CTreeRows(_GtkWidget* view, CGdkPlaces& places)
+        : m_view(view), m_places(places), m_model(gtk::treeModel(view)), m_columns(shownColumns(view)),
+          m_window(gtk::binWindow(view))
+    {
+        int unused = 0;
+        if (m_window)
+            _gdk_window_get_geometry(m_window, &unused, &unused, &m_width, &m_height, &unused);
+    }
+    void* model() const { return m_model; }
+    const std::vector<void*>& columns() const { return m_columns; }
+    CWidgetRow read(CRowWalk& walk);
+
+private:
+    Rect placeOf(void* path, void* column);
+
+    _GtkWidget* m_view;
+    CGdkPlaces& m_places;
+    void* m_model;
+    std::vector<void*> m_columns;
+    _GdkDrawable* m_window;
+    int m_width = 0;
+    int m_height = 0;
+};
+
+/// What is scrolled out of sight lies beyond the window, or behind the titles.
+Rect CTreeRows::placeOf(void* path, void* column)
+{
+    _GtkAllocation area{};
+    gtk::cellArea(m_view, path, column, &area);
+    const Rect seen = clipped(Rect(area.y, area.x, area.height, area.width), m_width, m_height);
+    return seen.getWidth() == 0 ? Rect()
+                                : m_places.onScreen(m_window, {seen.getLeft(), seen.getTop(), seen.getWidth(),
+                                                               seen.getHeight()});
+}
+
+CWidgetRow CTreeRows::read(CRowWalk& walk)
 {
     CWidgetRow row;
     row.path = takenText(gtk::pathText(walk.path()));
-    void* const model = gtk::treeModel(view);
-    row.selected = gtk::isPathSelected(gtk::treeSelection(view), walk.path()) != 0;
-    for (void* const column : columns) {
-        gtk::setCellData(column, model, walk.row(), gtk::hasRowsBelow(model, walk.row()), walk.isExpanded());
-        row.cells.push_back(textOfCells(column));
-        _GtkAllocation area{};
-        gtk::cellArea(view, walk.path(), column, &area);
-        row.boxes.push_back(places.onScreen(gtk::binWindow(view), area));
-    }
-    if (!row.boxes.empty()) {
-        const Rect first = row.boxes.front(), last = row.boxes.back();
-        const int left = std::min(first.getLeft(), last.getLeft());
-        const int right = std::max(first.getLeft() + first.getWidth(), last.getLeft() + last.getWidth());
-        row.box = Rect(first.getTop(), left, first.getHeight(), right - left);
+    row.selected = gtk::isPathSelected(gtk::treeSelection(m_view), walk.path()) != 0;
+    for (void* const column : m_columns) {
+        gtk::setCellData(column, m_model, walk.row(), gtk::hasRowsBelow(m_model, walk.row()),
+                         walk.isExpanded());
+        CWidgetCell& cell = row.cells.emplace_back(contentOf(column));
+        cell.box = placeOf(walk.path(), column);
+        row.box = joined(row.box, cell.box);
     }
     return row;
+}
+
+std::vector<CWidgetRow> rowsOfTree(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+{
+    CTreeRows reader(view, places);
+    std::vector<CWidgetRow> rows;
+    if (!reader.model())
+        return rows;
+    CRowWalk walk(view, reader.model(), first, isListOnly(reader.model()));
+    for (; rows.size() < count && walk.isAtRow(); walk.next())
+        rows.push_back(reader.read(walk));
+    return rows;
+}
+
+std::string textIn(void* model, GxTreeIter* row, int column)
+{
+    if (gtk::modelColumnType(model, column) != stringType)
+        return {};
+    GxGValue value;
+    gtk::modelValue(model, row, column, &value);
+    std::string text = textOrNone(g::stringOf(&value));
+    g::unsetValue(&value);
+    return text;
 }
 
 /// The first column of text in a row of a model: what shows where nothing else is known.
 std::string firstTextIn(void* model, GxTreeIter* row)
 {
-    for (int column = 0; column < gtk::modelColumns(model); ++column) {
-        if (gtk::modelColumnType(model, column) != stringType)
-            continue;
-        GxGValue value;
-        gtk::modelValue(model, row, column, &value);
-        std::string text = textOrNone(g::stringOf(&value));
-        g::unsetValue(&value);
-        return text;
-    }
+    for (int column = 0; column < gtk::modelColumns(model); ++column)
+        if (gtk::modelColumnType(model, column) == stringType)
+            return textIn(model, row, column);
     return {};
+}
+
+/// Reads icons of a GtkIconView as rows of one cell.
+class CIconRows {
+public:
+    CIconRows(_GtkWidget* view, CGdkPlaces& places)
+        : m_view(view), m_places(places), m_model(gtk::iconModel(view)),
+          m_column(intOf(view, "text-column").value_or(-1))
+    {
+        _gtk_widget_get_allocation(view, &m_all);
+    }
+    void* model() const { return m_model; }
+    bool read(long index, CWidgetRow& row); ///< @return whether there is one
+
+    /// Where an icon is in the view.
+    _GtkAllocation areaOf(void* path);
+
+private:
+    void probe();
+
+    _GtkWidget* m_view;
+    CGdkPlaces& m_places;
+    void* m_model;
+    int m_column; ///< of texts; -1 when it has renderers of the program's own
+    std::unordered_map<std::string, Rect> m_probed; ///< by path
+    _GtkAllocation m_all{};
+};
+
+/// GTK 2 does not tell; it only answers what lies at a place.
+void CIconRows::probe()
+{
+    constexpr int step = 8; // pixels
+    for (int y = 0; y < m_all.height; y += step)
+        for (int x = 0; x < m_all.width; x += step)
+            if (const PathPtr there{gtk::iconAt(m_view, x, y)}) {
+                Rect& known = m_probed[takenText(gtk::pathText(there.get()))];
+                known = joined(known, Rect(y, x, step, step));
+            }
+}
+
+_GtkAllocation CIconRows::areaOf(void* path)
+{
+    _GtkAllocation area{};
+    if (isGTK3()) {
+        gtk::iconArea(m_view, path, nullptr, &area);
+        return area;
+    }
+    if (m_probed.empty())
+        probe();
+    const Rect known = m_probed[takenText(gtk::pathText(path))];
+    return {known.getLeft(), known.getTop(), known.getWidth(), known.getHeight()};
+}
+
+bool isBetween(_GtkWidget* view, void* path)
+{
+    void *first = nullptr, *last = nullptr;
+    if (!gtk::iconsInSight(view, &first, &last))
+        return false;
+    const PathPtr from(first), to(last);
+    return gtk::comparePaths(path, first) >= 0 && gtk::comparePaths(path, last) <= 0;
+}
+
+bool CIconRows::read(long index, CWidgetRow& row)
+{
+    const PathPtr path = pathOf(std::to_string(index));
+    GxTreeIter place;
+    if (!m_model || !gtk::modelRow(m_model, &place, path.get()))
+        return false;
+    row.path = std::to_string(index);
+    row.selected = gtk::isIconSelected(m_view, path.get()) != 0;
+    CWidgetCell cell;
+    cell.text = m_column >= 0 ? textIn(m_model, &place, m_column) : firstTextIn(m_model, &place);
+    const _GtkAllocation area = isBetween(m_view, path.get()) ? areaOf(path.get()) : _GtkAllocation{};
+    const Rect seen = clipped(Rect(area.y, area.x, area.height, area.width), m_all.width, m_all.height);
+    if (seen.getWidth() > 0)
+        cell.box = m_places.onScreen(_gtk_widget_get_window(m_view),
+                                     {seen.getLeft(), seen.getTop(), seen.getWidth(), seen.getHeight()});
+    row.box = cell.box;
+    row.cells.push_back(std::move(cell));
+    return true;
+}
+
+long firstIconInSight(_GtkWidget* view)
+{
+    void *first = nullptr, *last = nullptr;
+    if (!gtk::iconsInSight(view, &first, &last))
+        return -1;
+    const PathPtr from(first), to(last);
+    return std::atol(takenText(gtk::pathText(first)).c_str());
+}
+
+std::vector<CWidgetRow> rowsOfIcons(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+{
+    CIconRows reader(view, places);
+    std::vector<CWidgetRow> rows;
+    for (CWidgetRow row; rows.size() < count && reader.read(static_cast<long>(first + rows.size()), row);
+         row = {})
+        rows.push_back(row);
+    return rows;
+}
+
+bool scrollToTreeRow(_GtkWidget* view, void* path, int column, _GtkAllocation& place)
+{
+    const std::vector<void*> columns = shownColumns(view);
+    void* const model = gtk::treeModel(view);
+    GxTreeIter row;
+    if (!model || !gtk::modelRow(model, &row, path) || column < 0 ||
+        static_cast<size_t>(column) >= columns.size())
+        return false;
+    void* const shown = columns[static_cast<size_t>(column)];
+    gtk::scrollToCell(view, path, shown, 0, 0, 0);
+    gtk::cellArea(view, path, shown, &place);
+    gtk::fromBinWindow(view, place.x, place.y, &place.x, &place.y);
+    return true;
 }
 } // namespace
 
 void readTreeView(_GtkWidget* view, CGdkPlaces& places, CWidgetNode& node)
 {
-    const std::vector<void*> columns = shownColumns(view);
-    void* const model = gtk::treeModel(view);
+    CTreeRows reader(view, places);
     const bool hasHeaders = gtk::showsHeaders(view) != 0;
     if (hasHeaders)
-        for (void* const column : columns)
+        for (void* const column : reader.columns())
             node.columns.push_back(textOrNone(gtk::columnTitle(column)));
-    node.role = columns.size() > 1 || hasHeaders ? "TABLE" : "LIST";
-    if (!model)
+    node.role = reader.columns().size() > 1 || hasHeaders ? "TABLE" : "LIST";
+    if (!reader.model())
         return;
-    if ((gtk::modelFlags(model) & listOnly) == 0)
+    if (!isListOnly(reader.model()))
         node.role = "TREE";
-    node.rowCount = gtk::rowsBelow(model, nullptr);
-    CRowWalk walk(view, node.showing ? model : nullptr);
+    node.rowCount = gtk::rowsBelow(reader.model(), nullptr);
+    CRowWalk walk(view, node.showing ? reader.model() : nullptr);
     for (; walk.isAtRow() && node.rows.size() < CTreeLimits::rows; walk.next())
-        node.rows.push_back(readRow(view, places, walk, columns));
+        node.rows.push_back(reader.read(walk));
     node.childrenCut = walk.isAtRow();
+}
+
+void readIconView(_GtkWidget* view, CGdkPlaces& places, CWidgetNode& node)
+{
+    CIconRows reader(view, places);
+    node.rowCount = reader.model() ? gtk::rowsBelow(reader.model(), nullptr) : 0;
+    const long first = node.showing ? firstIconInSight(view) : -1;
+    CWidgetRow row;
+    for (long index = first; index >= 0 && reader.read(index, row) && row.box.getWidth() > 0; ++index) {
+        if (node.rows.size() >= CTreeLimits::rows) {
+            node.childrenCut = true;
+            return;
+        }
+        node.rows.push_back(std::exchange(row, {}));
+    }
+}
+
+std::vector<CWidgetRow> rowsOf(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+{
+    if (isA(view, "GtkTreeView"))
+        return rowsOfTree(view, places, first, count);
+    if (isA(view, "GtkIconView"))
+        return rowsOfIcons(view, places, first, count);
+    return {};
+}
+
+bool scrollToRow(_GtkWidget* view, const std::string& path, int column, _GtkAllocation& place)
+{
+    const PathPtr row = pathOf(path);
+    if (row && isA(view, "GtkTreeView"))
+        return scrollToTreeRow(view, row.get(), column, place);
+    GxTreeIter unused;
+    if (!row || !isA(view, "GtkIconView") || !gtk::modelRow(gtk::iconModel(view), &unused, row.get()))
+        return false;
+    gtk::scrollToIcon(view, row.get(), 0, 0, 0);
+    CGdkPlaces places;
+    place = CIconRows(view, places).areaOf(row.get());
+    return true;
 }
 
 std::string cellViewText(_GtkWidget* view)
@@ -154,6 +384,6 @@ std::string cellViewText(_GtkWidget* view)
         return {};
     if (void* const area = gtk::cellArea3(view))
         gtk::applyAttributes(area, model, &row, 0, 0);
-    std::string text = textOfCells(view);
+    std::string text = contentOf(view).text;
     return text.empty() ? firstTextIn(model, &row) : text;
 }

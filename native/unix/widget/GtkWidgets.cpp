@@ -1,5 +1,6 @@
 #include "WidgetTree.h"
 
+#include "GtkFileDialogs.h"
 #include "GtkObjects.h"
 #include "GtkRows.h"
 #include "Toolkit.h"
@@ -138,6 +139,17 @@ void readListRow(_GtkWidget* widget, CWidgetNode& node)
     node.selected = gtk::isRowSelected(widget) != 0;
 }
 
+void readFlowChild(_GtkWidget* widget, CWidgetNode& node)
+{
+    node.selected = gtk::isChildSelected(widget) != 0;
+}
+
+bool isItem(const CWidgetNode& node)
+{
+    return std::string_view(node.role) == "ITEM" ||
+           std::any_of(node.children.begin(), node.children.end(), isItem);
+}
+
 /// A combo box is what shows in it: its choice, or an entry to type into.
 void readCombo(CWidgetNode& node)
 {
@@ -164,12 +176,13 @@ constexpr CGtkKind kinds[] = {
     {"GtkExpander", "TOGGLE", readExpander, true},
     {"GtkMenuBar", "MENU_BAR"},
     {"GtkMenu", "MENU"},
+    {"GtkPopover", "CONTAINER"},
     {"GtkPopoverMenu", "MENU"},
     {"GtkMenuItem", "ITEM", nullptr, true},
     {"GtkCheckMenuItem", "ITEM", readActive, true},
     {"GtkModelButton", "ITEM", readModelButton, true},
     {"GtkListBoxRow", "ITEM", readListRow, true},
-    {"GtkFlowBoxChild", "ITEM", nullptr, true},
+    {"GtkFlowBoxChild", "ITEM", readFlowChild, true},
     {"GtkButton", "PUSH_BUTTON", nullptr, true},
     {"GtkToggleButton", "TOGGLE", readActive, true},
     {"GtkSwitch", "TOGGLE", readActive},
@@ -231,14 +244,6 @@ std::string mnemonicLabelOf(_GtkWidget* widget)
     return text;
 }
 
-unsigned long xWindowOf(_GtkWidget* widget)
-{
-    _GdkDrawable* const window = gtk::hasWindow(widget) ? _gtk_widget_get_window(widget) : nullptr;
-    return window && _gdk_window_has_native(window)
-               ? CToolkit::gdkWindowXid(reinterpret_cast<unsigned long>(window))
-               : 0;
-}
-
 /// Reads the widgets below one.
 class CGtkReader {
 public:
@@ -279,7 +284,11 @@ CWidgetNode CGtkReader::read(_GtkWidget* widget, bool aroundShows, int depth)
     readFacts(widget, kind, node);
     if (isA(widget, "GtkTreeView"))
         readTreeView(widget, m_places, node);
+    if (isA(widget, "GtkIconView"))
+        readIconView(widget, m_places, node);
     readChildren(widget, node, depth);
+    if (isA(widget, "GtkPopover") && isItem(node))
+        node.role = "MENU";
     if (std::string_view(kind.role) == "COMBO_BOX")
         readCombo(node);
     if (kind.takesInnerText) {
@@ -329,14 +338,6 @@ void CGtkReader::readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth
         }
         add(page, node, depth);
     }
-}
-
-/// A window that is iconified or withdrawn stays mapped for GTK.
-bool isOnScreen(_GtkWidget* toplevel)
-{
-    constexpr int withdrawnOrIconified = 1 | 2;
-    _GdkDrawable* const window = _gtk_widget_get_window(toplevel);
-    return window && gtk::isMapped(toplevel) && (gdk::state(window) & withdrawnOrIconified) == 0;
 }
 
 /// A menu stands in a window that GTK makes for it alone.
@@ -411,15 +412,38 @@ _GtkWidget* findIn(const std::vector<_GtkWidget*>& widgets, unsigned long id)
     return nullptr;
 }
 
-void scrollTo(_GtkWidget* scrolled, _GtkWidget* content, _GtkWidget* widget)
+/// @param part  of the widget
+void scrollTo(_GtkWidget* scrolled, _GtkWidget* content, _GtkWidget* widget, const _GtkAllocation& part)
 {
     int x = 0, y = 0;
-    _GtkAllocation box{};
-    _gtk_widget_get_allocation(widget, &box);
-    if (!gtk::translate(widget, content, 0, 0, &x, &y))
+    if (!gtk::translate(widget, content, part.x, part.y, &x, &y))
         return;
-    gtk::clampPage(gtk::horizontal(scrolled), x, x + box.width);
-    gtk::clampPage(gtk::vertical(scrolled), y, y + box.height);
+    gtk::clampPage(gtk::horizontal(scrolled), x, x + part.width);
+    gtk::clampPage(gtk::vertical(scrolled), y, y + part.height);
+}
+
+/// @return whether anything scrolls around it
+bool scrollAround(_GtkWidget* widget, const _GtkAllocation& part)
+{
+    bool scrolls = false;
+    for (_GtkWidget* each = widget; each; each = gtk::parent(each)) {
+        _GtkWidget* const scrolled = isA(each, "GtkViewport") ? gtk::parent(each) : nullptr;
+        if (isA(gtk::parent(each), "GtkMenu")) { // one that is too long scrolls to what is selected
+            gtk::selectItem(gtk::parent(each), each);
+            return true;
+        }
+        if (!scrolled || !isA(scrolled, "GtkScrolledWindow"))
+            continue;
+        scrolls = true;
+        if (_GtkWidget* const content = _gtk_bin_get_child(reinterpret_cast<_GtkBin*>(each)))
+            scrollTo(scrolled, content, widget, part);
+    }
+    return scrolls;
+}
+
+_GtkWidget* widgetOf(unsigned long id)
+{
+    return findIn(taken<_GtkWidget>(gtk::toplevels()), id);
 }
 
 class CGtkWidgets final : public IWidgetToolkit {
@@ -427,6 +451,10 @@ public:
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;
+    std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
+    bool revealRow(unsigned long id, const std::string& path, int column) const override;
+    std::vector<CFileDialog> fileDialogs() const override { return gtkFileDialogs(); }
+    void setFile(unsigned long window, const CJString& file) const override { setGtkFile(window, file); }
 };
 
 std::vector<CWidgetNode> CGtkWidgets::windows() const
@@ -465,17 +493,29 @@ std::vector<unsigned long> CGtkWidgets::at(const Point& point) const
 
 bool CGtkWidgets::reveal(unsigned long id) const
 {
-    _GtkWidget* const widget = findIn(taken<_GtkWidget>(gtk::toplevels()), id);
-    bool scrolls = false;
-    for (_GtkWidget* each = widget; each; each = gtk::parent(each)) {
-        _GtkWidget* const scrolled = isA(each, "GtkViewport") ? gtk::parent(each) : nullptr;
-        if (!scrolled || !isA(scrolled, "GtkScrolledWindow"))
-            continue;
-        scrolls = true;
-        if (_GtkWidget* const content = _gtk_bin_get_child(reinterpret_cast<_GtkBin*>(each)))
-            scrollTo(scrolled, content, widget);
-    }
-    return scrolls;
+    _GtkWidget* const widget = widgetOf(id);
+    if (!widget)
+        return false;
+    _GtkAllocation whole{};
+    _gtk_widget_get_allocation(widget, &whole);
+    return scrollAround(widget, {0, 0, whole.width, whole.height});
+}
+
+std::vector<CWidgetRow> CGtkWidgets::rows(unsigned long id, size_t first, size_t count) const
+{
+    CGdkPlaces places;
+    _GtkWidget* const widget = widgetOf(id);
+    return widget ? rowsOf(widget, places, first, count) : std::vector<CWidgetRow>();
+}
+
+bool CGtkWidgets::revealRow(unsigned long id, const std::string& path, int column) const
+{
+    _GtkWidget* const widget = widgetOf(id);
+    _GtkAllocation place{};
+    if (!widget || !scrollToRow(widget, path, column, place))
+        return false;
+    scrollAround(widget, place);
+    return true;
 }
 } // namespace
 

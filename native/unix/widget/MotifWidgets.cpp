@@ -6,6 +6,7 @@
 #include "XtGuard.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -123,6 +124,30 @@ Rect boxOf(Widget widget, const COrigin& around)
             around.x + widget->core.x + widget->core.border_width, widget->core.height, widget->core.width};
 }
 
+/// Whether a widget with a window is a page that others may lie before, or a tab.
+bool isInPages(Widget widget)
+{
+    const Widget parent = XtParent(widget);
+    return XtIsWidget(widget) && (isOfKind(parent, "XmNotebook") || isOfKind(parent, "XmTabStack"));
+}
+
+/// The tab of a page has no widget; no widget has an odd address.
+unsigned long idOfTab(Widget page)
+{
+    return reinterpret_cast<unsigned long>(page) | 1;
+}
+
+CWidgetRow rowOf(Widget list, int index, const Rect& around, const CXtList& facts)
+{
+    CXtItem item;
+    guarded([&] { readXtItem(list, index, item); });
+    const bool isInSight = index >= facts.first && index < facts.first + facts.visible;
+    const Rect box = isInSight
+                         ? Rect(around.getTop() + item.y, around.getLeft() + item.x, item.height, item.width)
+                         : Rect();
+    return {std::to_string(index), item.selected, box, {{taken(item.text), std::nullopt, box}}};
+}
+
 /// Reads the widgets in one shell.
 class CXtReader {
 public:
@@ -132,6 +157,7 @@ public:
 private:
     void readState(Widget widget, CWidgetNode& node);
     void readRows(Widget list, CWidgetNode& node);
+    void readTabs(Widget stack, CWidgetNode& node);
     void readChildren(Widget widget, CWidgetNode& node, int depth);
 
     CTreeBudget m_budget;
@@ -147,7 +173,8 @@ void CXtReader::readState(Widget widget, CWidgetNode& node)
         enabled = XtIsSensitive(widget);
         focused = XmGetFocusWidget(widget) == widget;
     });
-    if (isOfKind(XtParent(widget), "XmMenuShell")) // its panes are mapped past Xt
+    // panes of menus and pages are mapped past Xt
+    if (isOfKind(XtParent(widget), "XmMenuShell") || isInPages(widget))
         shows = stateOf(walkDisplay(), XtWindow(widget)).viewable;
     node.showing = node.showing && shows;
     node.enabled = enabled;
@@ -165,10 +192,30 @@ void CXtReader::readRows(Widget list, CWidgetNode& node)
             node.childrenCut = true;
             return;
         }
-        CXtItem item;
-        guarded([&] { readXtItem(list, index, item); });
-        const Rect box(node.box.getTop() + item.y, node.box.getLeft() + item.x, item.height, item.width);
-        node.rows.push_back({std::to_string(index), item.selected, box, {taken(item.text)}, {box}});
+        node.rows.push_back(rowOf(list, index, node.box, facts));
+    }
+}
+
+void CXtReader::readTabs(Widget stack, CWidgetNode& node)
+{
+    CXtTab tabs[mostXtTabs];
+    int count = 0;
+    guarded([&] { count = readXtTabs(stack, tabs); });
+    for (int index = 0; index < count; ++index) {
+        const CXtTab& tab = tabs[index];
+        char* text = nullptr;
+        CWidgetNode& child = node.children.emplace_back();
+        guarded([&] {
+            text = textOfXtTab(tab.page);
+            child.selected = isXtTabSelected(stack, tab.page);
+        });
+        child.role = "TAB";
+        child.id = idOfTab(tab.page);
+        child.text = taken(text);
+        child.enabled = node.enabled;
+        child.showing = node.showing;
+        child.box = Rect(node.box.getTop() + tab.top, node.box.getLeft() + tab.left, tab.bottom - tab.top + 1,
+                         tab.right - tab.left + 1);
     }
 }
 
@@ -203,12 +250,15 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
         node.checked = facts.checked != 0;
     node.editable = facts.editable;
     node.secret = facts.secret;
+    node.selected = facts.selected;
     node.box = facts.pressed ? boxOf(facts.pressed, {box.getLeft(), box.getTop()}) : box;
     node.window = XtIsWidget(widget) ? XtWindow(widget) : 0;
     node.showing = aroundShows;
     readState(widget, node);
     if (facts.isList)
         readRows(widget, node);
+    if (isOfKind(widget, "XmTabStack"))
+        readTabs(widget, node);
     if (!facts.isLeaf)
         readChildren(widget, node, depth);
     return node;
@@ -302,6 +352,58 @@ Widget findIn(const std::vector<Widget>& widgets, unsigned long id)
     return nullptr;
 }
 
+/// The widget with a window whose inside a place is counted in, and its place on the screen.
+std::optional<COrigin> placeOfWidget(Display* display, Widget widget)
+{
+    const CPlace place = placeOf(askPlace(display, XtWindow(widget)).take().get());
+    return place.known ? std::optional(COrigin{place.x, place.y}) : std::nullopt;
+}
+
+Rect boxOnScreen(Display* display, Widget widget)
+{
+    const auto around = widget ? placeOfWidget(display, XtParent(widget)) : std::nullopt;
+    return around ? boxOf(widget, *around) : Rect();
+}
+
+/// The tab that a stack of pages draws at a place; 0 for none.
+unsigned long tabAt(Display* display, Widget widget, const Point& point)
+{
+    while (widget && !isOfKind(widget, "XmTabStack"))
+        widget = XtIsShell(widget) ? nullptr : XtParent(widget);
+    const auto place = widget ? placeOfWidget(display, widget) : std::nullopt;
+    Widget page = nullptr;
+    if (place)
+        guarded([&] {
+            page = pageOfXtTab(widget, static_cast<Position>(point.getx() - place->x),
+                               static_cast<Position>(point.gety() - place->y));
+        });
+    return page ? idOfTab(page) : 0;
+}
+
+/// The first file selection box in a widget; null for none.
+Widget fileBoxIn(Widget widget)
+{
+    if (isOfKind(widget, "XmFileSelectionBox"))
+        return widget;
+    for (const Widget child : livingChildren(widget))
+        if (const Widget found = fileBoxIn(child))
+            return found;
+    return nullptr;
+}
+
+/// Calls visit(shell, box) for all shells on the screen in which there is a file selection box.
+template <class Visit> void visitFileBoxes(Visit visit)
+{
+    Display* const display = walkDisplay();
+    if (!display || !gx_app_display)
+        return;
+    XSync(gx_app_display, False);
+    for (const Widget shell : allShells())
+        if (const Widget box = placeOfShell(display, shell) ? fileBoxIn(shell) : nullptr;
+            box && XtIsManaged(box))
+            visit(display, shell, box);
+}
+
 bool scrollsByItself(Widget widget)
 {
     unsigned char policy = XmAPPLICATION_DEFINED;
@@ -317,6 +419,10 @@ public:
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;
+    std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
+    bool revealRow(unsigned long id, const std::string& path, int column) const override;
+    std::vector<CFileDialog> fileDialogs() const override;
+    void setFile(unsigned long window, const CJString& file) const override;
 };
 
 std::vector<CWidgetNode> CMotifWidgets::windows() const
@@ -352,6 +458,8 @@ std::vector<unsigned long> CMotifWidgets::at(const Point& point) const
         return {};
     const Widget taker = shellBefore(display, widget);
     std::vector<unsigned long> chain;
+    if (const unsigned long tab = taker ? 0 : tabAt(display, widget, point))
+        chain.push_back(tab);
     for (Widget each = taker ? taker : gadgetAt(widget, point.getx() - place.x, point.gety() - place.y); each;
          each = XtParent(each))
         chain.push_back(reinterpret_cast<unsigned long>(each));
@@ -368,6 +476,54 @@ bool CMotifWidgets::reveal(unsigned long id) const
             guarded([&] { XmScrollVisible(around, widget, 0, 0); });
         }
     return scrolls;
+}
+
+std::vector<CWidgetRow> CMotifWidgets::rows(unsigned long id, size_t first, size_t count) const
+{
+    Display* const display = walkDisplay();
+    const Widget widget = display ? findIn(allShells(), id) : nullptr;
+    std::vector<CWidgetRow> rows;
+    if (!widget || !isOfKind(widget, "XmList") || !XtIsRealized(widget))
+        return rows;
+    CXtList facts;
+    guarded([&] { readXtList(widget, facts); });
+    const Rect box = boxOnScreen(display, widget);
+    for (size_t index = first; rows.size() < count && index < static_cast<size_t>(facts.count); ++index)
+        rows.push_back(rowOf(widget, static_cast<int>(index), box, facts));
+    return rows;
+}
+
+bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int) const
+{
+    const Widget widget = findIn(allShells(), id);
+    if (!widget || !isOfKind(widget, "XmList"))
+        return false;
+    guarded([&] { showXtItem(widget, std::atoi(path.c_str())); });
+    reveal(id);
+    return true;
+}
+
+std::vector<CFileDialog> CMotifWidgets::fileDialogs() const
+{
+    std::vector<CFileDialog> dialogs;
+    visitFileBoxes([&](Display* display, Widget shell, Widget box) {
+        CXtFileBox parts;
+        CXtFacts facts;
+        guarded([&] { readXtFileBox(box, parts); });
+        guarded([&] { readXtFacts(shell, facts); });
+        dialogs.push_back({XtWindow(shell), taken(facts.text), boxOnScreen(display, parts.ok),
+                           boxOnScreen(display, parts.cancel), boxOnScreen(display, parts.file)});
+    });
+    return dialogs;
+}
+
+void CMotifWidgets::setFile(unsigned long window, const CJString& file) const
+{
+    const char* const text = file.ansiString();
+    visitFileBoxes([&](Display*, Widget shell, Widget box) {
+        if (XtWindow(shell) == window && text)
+            guarded([&] { setXtFile(box, text); });
+    });
 }
 } // namespace
 

@@ -21,6 +21,9 @@ public:
     }
     const std::vector<uint8_t>& bytes() const { return m_out.bytes(); }
 
+    void write(const std::vector<CWidgetRow>& rows);
+    void write(const std::vector<CFileDialog>& dialogs);
+
 private:
     void write(const CWidgetNode& node);
     void writeRows(const CWidgetNode& node);
@@ -38,19 +41,38 @@ void CTreeWriter::writeTexts(const std::vector<std::string>& texts)
         writeText(text);
 }
 
+void CTreeWriter::write(const std::vector<CWidgetRow>& rows)
+{
+    m_out.add(static_cast<int64_t>(rows.size()));
+    for (const CWidgetRow& row : rows) {
+        writeText(row.path);
+        m_out.add(row.selected);
+        m_out.add(row.box);
+        m_out.add(static_cast<int64_t>(row.cells.size()));
+        for (const CWidgetCell& cell : row.cells) {
+            writeText(cell.text);
+            m_out.add(cell.checked);
+            m_out.add(cell.box);
+        }
+    }
+}
+
+void CTreeWriter::write(const std::vector<CFileDialog>& dialogs)
+{
+    m_out.add(static_cast<int64_t>(dialogs.size()));
+    for (const CFileDialog& dialog : dialogs) {
+        m_out.add(static_cast<int64_t>(dialog.window));
+        writeText(dialog.caption);
+        for (const Rect& box : {dialog.ok, dialog.cancel, dialog.file})
+            m_out.add(box);
+    }
+}
+
 void CTreeWriter::writeRows(const CWidgetNode& node)
 {
     m_out.add(static_cast<int64_t>(node.rowCount));
     writeTexts(node.columns);
-    m_out.add(static_cast<int64_t>(node.rows.size()));
-    for (const CWidgetRow& row : node.rows) {
-        writeText(row.path);
-        m_out.add(row.selected);
-        m_out.add(row.box);
-        writeTexts(row.cells);
-        for (const Rect& box : row.boxes)
-            m_out.add(box);
-    }
+    write(node.rows);
 }
 
 void CTreeWriter::write(const CWidgetNode& node)
@@ -115,12 +137,46 @@ std::string firstText(const CWidgetNode& node)
     extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_application_WidgetTree_##method(            \
         JNIEnv* env, jclass __VA_OPT__(, ) __VA_ARGS__)
 
+namespace {
+template <class Items> jbyteArray written(JNIEnv* env, const Items& items)
+{
+    CTreeWriter writer;
+    writer.write(items);
+    return newBytes(env, writer.bytes());
+}
+} // namespace
+
 WIDGET_TREE(jbyteArray, windows)
 {
+    return jniEntry(env, __func__, [&] { return written(env, IWidgetToolkit::current().windows()); });
+}
+
+WIDGET_TREE(jbyteArray, rows, jlong id, jint first, jint count)
+{
     return jniEntry(env, __func__, [&] {
-        CTreeWriter writer;
-        writer.write(IWidgetToolkit::current().windows());
-        return newBytes(env, writer.bytes());
+        return written(env, IWidgetToolkit::current().rows(static_cast<unsigned long>(id),
+                                                           static_cast<size_t>(std::max(first, 0)),
+                                                           static_cast<size_t>(std::max(count, 0))));
+    });
+}
+
+WIDGET_TREE(jboolean, revealRow, jlong id, jstring path, jint column)
+{
+    return jniEntry(env, __func__, [&]() -> jboolean {
+        return IWidgetToolkit::current().revealRow(static_cast<unsigned long>(id),
+                                                   CJString(env, path).ansiString(), column);
+    });
+}
+
+WIDGET_TREE(jbyteArray, fileDialogs)
+{
+    return jniEntry(env, __func__, [&] { return written(env, IWidgetToolkit::current().fileDialogs()); });
+}
+
+WIDGET_TREE(void, setFile, jlong window, jstring file)
+{
+    jniEntry(env, __func__, [&] {
+        IWidgetToolkit::current().setFile(static_cast<unsigned long>(window), CJString(env, file));
     });
 }
 

@@ -1,6 +1,7 @@
 /// The widgets of this process, whichever toolkit made them, read into plain values.
 #pragma once
 
+#include "JniDataTypes.h"
 #include "WindowManager.h"
 
 #include <cstddef>
@@ -10,13 +11,27 @@
 #include <string_view>
 #include <vector>
 
-/// A row that a list, a table or a tree shows.
+struct CWidgetCell {
+    std::string text;
+    std::optional<bool> checked; ///< of a box to tick
+    Rect box;                    ///< what of it is in sight, in root coordinates; zero for nothing
+};
+
+/// A row of a list, a table or a tree.
 struct CWidgetRow {
     std::string path; ///< its number from 0, below a parent row "parent:number"
     bool selected = false;
-    Rect box; ///< in root coordinates, as those of the cells
-    std::vector<std::string> cells;
-    std::vector<Rect> boxes; ///< as many as cells
+    Rect box; ///< as those of the cells
+    std::vector<CWidgetCell> cells;
+};
+
+/// A dialog for a file or folder. Boxes are in root coordinates, zero for what is not to be seen.
+struct CFileDialog {
+    unsigned long window = 0; ///< X window
+    std::string caption;
+    Rect ok;
+    Rect cancel;
+    Rect file; ///< the field for its name
 };
 
 /// What a user sees of a widget. Texts are UTF-8; without mnemonic marks; empty where there is none.
@@ -71,6 +86,18 @@ public:
     /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; one that has
     /// gone is let pass @return whether anything scrolls around it
     virtual bool reveal(unsigned long id) const = 0;
+    /// Rows of a list, table or tree as a user finds them by scrolling: those below rows that are closed are
+    /// none. @param first  how many are left out @return `count` unless there are fewer; empty for what has
+    /// no rows
+    virtual std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const = 0;
+    /// Scrolls a cell into view, and the list around it. @param column  one that shows, from 0
+    /// @return whether there is such a row
+    virtual bool revealRow(unsigned long id, const std::string& path, int column) const = 0;
+    /// The dialogs for files that are on the screen.
+    virtual std::vector<CFileDialog> fileDialogs() const = 0;
+    /// Puts a name into the field of a file dialog, as if it were typed. One that has gone is let pass.
+    /// @throws CJStringNotInCodePageException  Motif: the locale's code set lacks a character
+    virtual void setFile(unsigned long window, const CJString& file) const = 0;
 
 protected:
     ~IWidgetToolkit() = default;

@@ -7,11 +7,15 @@
 #include <X11/CoreP.h>
 #include <Xm/BulletinB.h>
 #include <Xm/ComboBox.h>
+#include <Xm/FileSB.h>
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
+#include <Xm/Notebook.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Scale.h>
+#include <Xm/TabBox.h>
+#include <Xm/TabStack.h>
 #include <Xm/Text.h>
 #include <Xm/TextF.h>
 #include <Xm/ToggleB.h>
@@ -94,11 +98,26 @@ bool isInMenu(Widget widget)
            isRowColumn(parent, XmMENU_BAR);
 }
 
+/// A button in a notebook may be the tab of a page.
+void readTab(Widget widget, CXtFacts& facts)
+{
+    unsigned char type = XmNONE;
+    int page = 0, current = 0;
+    XtVaGetValues(widget, XmNnotebookChildType, &type, XmNpageNumber, &page, nullptr);
+    XtVaGetValues(XtParent(widget), XmNcurrentPageNumber, &current, nullptr);
+    if (type != XmMAJOR_TAB && type != XmMINOR_TAB)
+        return;
+    facts.role = "TAB";
+    facts.selected = page == current;
+}
+
 void readButton(Widget widget, CXtFacts& facts)
 {
     readLabel(widget, facts);
     if (isInMenu(widget))
         facts.role = "ITEM";
+    else if (isOfKind(XtParent(widget), "XmNotebook"))
+        readTab(widget, facts);
 }
 
 void readToggle(Widget widget, CXtFacts& facts)
@@ -151,6 +170,14 @@ void readText(Widget widget, CXtFacts& facts)
     facts.secret = isInvisible(widget);
     if (!facts.secret)
         facts.text = XmTextGetString(widget);
+}
+
+void readDataField(Widget widget, CXtFacts& facts)
+{
+    facts.editable = flagOf(widget, XmNeditable);
+    facts.secret = isInvisible(widget);
+    if (!facts.secret)
+        facts.text = plainText(widget, XmNvalue);
 }
 
 void readListBox(Widget, CXtFacts& facts)
@@ -264,6 +291,7 @@ constexpr CXtKind kinds[] = {
     {"XmComboBox", "COMBO_BOX", readCombo},
     {"XmDropDown", "COMBO_BOX"},
     {"XmSpinBox", "CONTAINER", readSpinBox},
+    {"XmDataField", "TEXT_FIELD", readDataField},
     {"XmScale", "SCALE", readScale},
     {"XmScrollBar", "SCROLL_BAR", readScrollBar},
     // Xt programs without Motif: the Athena widgets.
@@ -334,4 +362,82 @@ int modalityOf(Widget box)
     if (style == XmDIALOG_MODELESS)
         return 0;
     return style == XmDIALOG_PRIMARY_APPLICATION_MODAL ? 1 : 2;
+}
+
+void showXtItem(Widget list, int index)
+{
+    CXtList facts;
+    readXtList(list, facts);
+    if (index < facts.first)
+        XmListSetPos(list, index + 1);
+    else if (index >= facts.first + facts.visible)
+        XmListSetBottomPos(list, index + 1);
+}
+
+Widget pageOfXtTab(Widget stack, Position x, Position y)
+{
+    Cardinal count = 0;
+    WidgetList children = nullptr;
+    XtVaGetValues(stack, XmNchildren, &children, XmNnumChildren, &count, nullptr);
+    for (Cardinal each = 0; each < count; ++each) {
+        const CorePart& box = children[each]->core;
+        const int inX = x - box.x, inY = y - box.y;
+        if (!XmIsTabBox(children[each]) || inX < 0 || inY < 0 || inX >= box.width || inY >= box.height)
+            continue;
+        const int index = XmTabBoxXYToIndex(children[each], inX, inY);
+        return index < 0 ? nullptr : XmTabStackIndexToWidget(stack, index);
+    }
+    return nullptr;
+}
+
+/// The stack does not tell where its tabs are; it only answers what lies at a place.
+int readXtTabs(Widget stack, CXtTab* tabs)
+{
+    constexpr int step = 4; // pixels
+    int count = 0;
+    for (Position y = 0; y < stack->core.height; y = static_cast<Position>(y + step))
+        for (Position x = 0; x < stack->core.width; x = static_cast<Position>(x + step)) {
+            const Widget page = pageOfXtTab(stack, x, y);
+            int at = 0;
+            while (at < count && tabs[at].page != page)
+                ++at;
+            if (!page || at == mostXtTabs)
+                continue;
+            if (at == count)
+                tabs[count++] = {page, x, y, x, y};
+            CXtTab& tab = tabs[at];
+            tab.left = x < tab.left ? x : tab.left;
+            tab.right = x > tab.right ? x : tab.right;
+            tab.bottom = y;
+        }
+    return count;
+}
+
+char* textOfXtTab(Widget page)
+{
+    return compoundText(page, XmNtabLabelString);
+}
+
+bool isXtTabSelected(Widget stack, Widget page)
+{
+    return XmTabStackGetSelectedTab(stack) == page;
+}
+
+void readXtFileBox(Widget box, CXtFileBox& parts)
+{
+    const auto child = [box](unsigned char which) {
+        const Widget found = XmFileSelectionBoxGetChild(box, which);
+        return found && XtIsManaged(found) ? found : nullptr;
+    };
+    parts.ok = child(XmDIALOG_OK_BUTTON);
+    parts.cancel = child(XmDIALOG_CANCEL_BUTTON);
+    parts.file = child(XmDIALOG_TEXT);
+}
+
+void setXtFile(Widget box, const char* text)
+{
+    CXtFileBox parts;
+    readXtFileBox(box, parts);
+    if (parts.file)
+        XmTextSetString(parts.file, const_cast<char*>(text));
 }

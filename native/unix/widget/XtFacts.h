@@ -18,6 +18,7 @@ struct CXtFacts {
     int checked = -1; ///< 0 or 1; -1 when it is nothing to check
     bool editable = false;
     bool secret = false;
+    bool selected = false; ///< the tab of the page in front
 };
 
 /// Fills in the facts of a widget by the nearest of its classes that is known.
@@ -40,6 +41,32 @@ struct CXtItem {
     Dimension height = 0;
 };
 void readXtItem(Widget list, int index, CXtItem& item);
+/// Scrolls an item of a list box into sight.
+void showXtItem(Widget list, int index);
+
+/// A tab that an XmTabStack draws.
+struct CXtTab {
+    Widget page = nullptr;
+    Position left = 0, top = 0, right = 0, bottom = 0; ///< in the stack
+};
+constexpr int mostXtTabs = 64;
+/// @param tabs  has room for mostXtTabs @return how many there are
+int readXtTabs(Widget stack, CXtTab* tabs);
+/// The page of the tab at a place in an XmTabStack; null for none.
+Widget pageOfXtTab(Widget stack, Position x, Position y);
+/// What the tab of a page says; the caller frees it by XtFree.
+char* textOfXtTab(Widget page);
+bool isXtTabSelected(Widget stack, Widget page);
+
+/// The parts of an XmFileSelectionBox that are managed.
+struct CXtFileBox {
+    Widget ok = nullptr;
+    Widget cancel = nullptr;
+    Widget file = nullptr;
+};
+void readXtFileBox(Widget box, CXtFileBox& parts);
+/// @param text  in the code set of the application's locale
+void setXtFile(Widget box, const char* text);
 
 /// Whether the widget is of a class of that name or of one derived from it.
 bool isOfKind(Widget widget, const char* className);

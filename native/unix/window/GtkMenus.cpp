@@ -139,11 +139,18 @@ Window submenuOf(_GtkWidget* item)
     return submenu ? xWindowOf(_gtk_widget_get_window(submenu)) : 0;
 }
 
+std::optional<bool> checkedOf(_GtkWidget* item)
+{
+    const bool isCheckable = isGtkInstance(item, _gtk_check_menu_item_get_type());
+    return isCheckable ? std::optional(_gtk_check_menu_item_get_active(item) != 0) : std::nullopt;
+}
+
 /// A menu that is too long for the screen scrolls in a window of its own, between the two arrows.
 GxMenu::ItemView viewOf(_GtkWidget* item, _GdkDrawable* around)
 {
     GxMenu::ItemView view{.shown = _gtk_widget_get_visible(item) != 0,
                           .enabled = _gtk_widget_is_sensitive(item) != 0,
+                          .checked = checkedOf(item),
                           .submenu = submenuOf(item)};
     _GtkAllocation box{};
     _gtk_widget_get_allocation(item, &box);

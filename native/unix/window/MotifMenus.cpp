@@ -14,6 +14,8 @@
 #include <Xm/LabelG.h>
 #include <Xm/MenuShell.h>
 #include <Xm/RowColumn.h>
+#include <Xm/ToggleB.h>
+#include <Xm/ToggleBG.h>
 #include <Xm/Xm.h>
 
 namespace {
@@ -88,6 +90,16 @@ Window submenuOf(Widget item)
     Widget submenu = nullptr;
     XtVaGetValues(item, XmNsubMenuId, &submenu, nullptr);
     return submenu ? XtWindowOfObject(submenu) : 0;
+}
+
+/// Inside of CXtGuard only.
+std::optional<bool> checkedOf(Widget item)
+{
+    if (!XmIsToggleButton(item) && !XmIsToggleButtonGadget(item))
+        return std::nullopt;
+    unsigned char set = XmUNSET;
+    XtVaGetValues(item, XmNset, &set, nullptr);
+    return set == XmSET;
 }
 
 bool isKwin(const CClassHint& hint)
@@ -239,6 +251,7 @@ std::vector<GxMenu::ItemView> CMotifMenus::itemViews(Window menu) const
         view.shown = XtIsManaged(item) != False;
         view.enabled = XtIsSensitive(item) != False;
         view.submenu = submenuOf(item);
+        view.checked = checkedOf(item);
         if (view.shown) {
             const Rect around = boxOf(XtParent(item));
             view.seenPart = clipped(boxOf(item), around.getWidth(), around.getHeight());

@@ -42,6 +42,8 @@ constinit CLateFunction<_GList*(_GtkContainer*)> s_children{"gtk_container_get_c
 constinit CLateFunction<unsigned long()> s_containerType{"gtk_container_get_type", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_frameType{"gtk_frame_get_type", GTK2, GTK3};
 constinit CLateFunction<const char*(_GtkLabel*)> s_labelText{"gtk_label_get_text", GTK2, GTK3};
+constinit CLateFunction<unsigned long()> s_checkItemType{"gtk_check_menu_item_get_type", GTK2, GTK3};
+constinit CLateFunction<int(_GtkWidget*)> s_isItemActive{"gtk_check_menu_item_get_active", GTK2, GTK3};
 constinit CLateFunction<unsigned long()> s_labelType{"gtk_label_get_type", GTK2, GTK3};
 constinit CLateFunction<void(_GtkList*, GtkScrollType, float)> s_scrollVertical{"gtk_list_scroll_vertical",
                                                                                 GTK2};
@@ -227,6 +229,16 @@ unsigned long _gtk_frame_get_type()
 const char* _gtk_label_get_text(_GtkLabel* label)
 {
     return s_labelText(label);
+}
+
+unsigned long _gtk_check_menu_item_get_type()
+{
+    return s_checkItemType();
+}
+
+int _gtk_check_menu_item_get_active(_GtkWidget* item)
+{
+    return s_isItemActive(item);
 }
 
 unsigned long _gtk_label_get_type()

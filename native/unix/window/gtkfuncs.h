@@ -53,6 +53,8 @@ _GdkDisplay* _gdk_display_get_default();
 void _gdk_display_sync(_GdkDisplay* display);
 
 _GtkWidget* _gtk_bin_get_child(_GtkBin* bin);
+unsigned long _gtk_check_menu_item_get_type();
+int _gtk_check_menu_item_get_active(_GtkWidget* item);         ///< not 0 when it is ticked
 unsigned long _gtk_combo_get_type();                           ///< under GTK 3 the type of combo boxes
 _GList* _gtk_container_get_children(_GtkContainer* container); ///< the caller frees the list
 unsigned long _gtk_container_get_type();

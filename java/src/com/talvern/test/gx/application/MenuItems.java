@@ -11,6 +11,10 @@ final class MenuItems {
     static final int SHOWN = 1;
     /** Bit of each first number of {@link #look}: a click on it does something. */
     static final int ENABLED = 2;
+    /** Bit of each first number of {@link #look}: the item can be ticked. */
+    static final int CHECKABLE = 4;
+    /** Bit of each first number of {@link #look}: the item is ticked. */
+    static final int CHECKED = 8;
 
     static {
         NativeLibrary.load();

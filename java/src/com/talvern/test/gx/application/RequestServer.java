@@ -6,8 +6,9 @@ import com.talvern.test.gx.engine.Frame;
 import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.Operation;
+import com.talvern.test.gx.engine.RowQuery;
 import com.talvern.test.gx.engine.Values;
-import com.talvern.test.gx.sys.graphical.FileDialog;
+import com.talvern.test.gx.engine.WidgetView;
 import java.awt.Point;
 import java.io.IOException;
 import java.net.StandardProtocolFamily;
@@ -19,6 +20,7 @@ import java.nio.channels.SocketChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
@@ -41,6 +43,11 @@ public final class RequestServer implements ApplicationService {
     /** Engines, and threads of engines, that come at the same moment. */
     private static final int BACKLOG = 128;
     private static final long POLL_NS = 500_000;
+    /** Few enough to be read without a user noticing. */
+    private static final int ROWS_AT_ONCE = 1000;
+    /** More than anybody looks through. */
+    private static final int MOST_ROWS = 100_000;
+    private static final int MOST_FOUND = 1000;
 
     private final Set<SocketChannel> lines = ConcurrentHashMap.newKeySet();
     private AgentAddress address;
@@ -157,13 +164,14 @@ public final class RequestServer implements ApplicationService {
     private static Values answer(GuiThread gui, Values question) throws Exception {
         Operation operation = Operation.valueOf(question.nextText());
         long end = System.nanoTime() + question.nextLong();
+        Values answer = Values.create();
+        if (operation == Operation.FIND_ROWS) {
+            findRows(gui, question, answer, end);
+            return answer;
+        }
         Callable<Consumer<Values>> look = look(operation, question);
         question.end();
-        Values answer = Values.create();
         onGuiThread(gui, look, end).accept(answer);
-        if (operation == Operation.SET_FILE) {
-            onGuiThread(gui, () -> null, end); // the name is set after the work that asked for it
-        }
         return answer;
     }
 
@@ -199,15 +207,44 @@ public final class RequestServer implements ApplicationService {
             case WIDGETS -> () -> block(WidgetTree.windows());
             case WIDGETS_AT -> with(new Point(in.nextInt(), in.nextInt()), place -> ids(WidgetTree.at(place.x, place.y)));
             case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
-            case SET_FILE -> {
-                FileDialog dialog = new FileDialog(in.nextLong());
-                String file = in.nextText();
-                yield () -> {
-                    dialog.setFile(file);
-                    return out -> { };
-                };
-            }
+            case ROWS -> rows(in.nextLong(), in.nextInt(), in.nextInt());
+            case REVEAL_ROW -> revealRow(in.nextLong(), in.nextText(), in.nextInt());
+            case FIND_ROWS -> throw new IllegalArgumentException(operation + " is more than one look");
+            case SET_FILE -> setFile(in.nextLong(), in.nextText());
         };
+    }
+
+    private static Callable<Consumer<Values>> rows(long id, int first, int count) {
+        return () -> block(WidgetTree.rows(id, first, Math.min(count, ROWS_AT_ONCE)));
+    }
+
+    private static Callable<Consumer<Values>> revealRow(long id, String path, int column) {
+        return () -> truth(WidgetTree.revealRow(id, path, column));
+    }
+
+    private static Callable<Consumer<Values>> setFile(long window, String file) {
+        return () -> {
+            WidgetTree.setFile(window, file);
+            return out -> { };
+        };
+    }
+
+    /** Looks through all rows, with time for the application between so many of them. */
+    private static void findRows(GuiThread gui, Values question, Values answer, long end) throws Exception {
+        long id = question.nextLong();
+        RowQuery query = RowQuery.read(question);
+        question.end();
+        List<WidgetView.Row> found = new ArrayList<>();
+        List<WidgetView.Row> part;
+        int first = 0;
+        do {
+            int from = first;
+            byte[] block = onGuiThread(gui, () -> WidgetTree.rows(id, from, ROWS_AT_ONCE), end);
+            part = WidgetView.Row.readAll(Values.of(ByteBuffer.wrap(block)));
+            part.stream().filter(query::isNear).limit(MOST_FOUND).forEach(found::add);
+            first += part.size();
+        } while (part.size() == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
+        all(query.pick(found), WidgetView.Row::write).accept(answer);
     }
 
     private static <T, R> Callable<R> with(T value, Function<T, R> work) {

@@ -35,4 +35,42 @@ final class WidgetTree {
      * @return whether anything scrolls around it
      */
     static native boolean reveal(long id);
+
+    /**
+     * Rows of a list, table or tree as a user finds them by scrolling.
+     *
+     * @param id of the widget; one that has gone has none
+     * @param first how many are left out
+     * @param count how many there are to be
+     * @return how many there are, and as many of {@link com.talvern.test.gx.engine.WidgetView.Row}, in the form of {@link
+     *     com.talvern.test.gx.engine.Values}
+     */
+    static native byte[] rows(long id, int first, int count);
+
+    /**
+     * Scrolls a cell into sight.
+     *
+     * @param id of the widget
+     * @param path of a row
+     * @param column from 0
+     * @return whether there is such a row
+     */
+    static native boolean revealRow(long id, String path, int column);
+
+    /**
+     * The file dialogs that are on the screen.
+     *
+     * @return how many, and as many of {@link com.talvern.test.gx.engine.FileDialogView}, in the form of {@link
+     *     com.talvern.test.gx.engine.Values}
+     */
+    static native byte[] fileDialogs();
+
+    /**
+     * Puts a name into a file dialog, as if it were typed.
+     *
+     * @param window of the dialog; one that has gone is let pass
+     * @param file the name
+     * @throws com.talvern.test.gx.StringNotInCodePageException the locale's code set lacks a character of it
+     */
+    static native void setFile(long window, String file);
 }

@@ -3,18 +3,21 @@ package com.talvern.test.gx.application;
 import com.talvern.test.gx.engine.FileDialogView;
 import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.engine.Values;
 import com.talvern.test.gx.engine.Windows;
-import com.talvern.test.gx.sys.graphical.FileDialog;
 import com.talvern.test.gx.sys.graphical.ListBox;
 import com.talvern.test.gx.sys.graphical.Menu;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
 import java.awt.Rectangle;
+import java.nio.ByteBuffer;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.BitSet;
+import java.util.Comparator;
 import java.util.List;
+import java.util.stream.Stream;
 
 /** Takes views of this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
 final class Widgets {
@@ -68,8 +71,9 @@ final class Widgets {
 
     /** An item of a menu that is not open has a place, too, where nobody would find it. */
     private static MenuView.Item viewOf(int index, String text, long[] seen, int at, boolean isOpen) {
+        Boolean checked = (seen[at] & MenuItems.CHECKABLE) == 0 ? null : (seen[at] & MenuItems.CHECKED) != 0;
         return new MenuView.Item(index, text, isOpen ? boxAt(seen, at + 1) : null, seen[at + 5],
-            (seen[at] & MenuItems.SHOWN) != 0, (seen[at] & MenuItems.ENABLED) != 0);
+            (seen[at] & MenuItems.SHOWN) != 0, (seen[at] & MenuItems.ENABLED) != 0, checked);
     }
 
     private static Rectangle boxAt(long[] seen, int at) {
@@ -119,18 +123,18 @@ final class Widgets {
         return box;
     }
 
+    /** @return the bottom of the stack first */
     static List<FileDialogView> fileDialogs() {
-        List<FileDialogView> views = new ArrayList<>();
-        for (NativeTopLevelWindow window : new NativeTopLevelWindow(0).getOwnedWindows()) {
-            if (window.nativeIsFileDialog()) {
-                views.add(viewOf(new FileDialog(window.getHandle())));
-            }
-        }
-        return views;
+        List<FileDialogView> dialogs = FileDialogView.readAll(Values.of(ByteBuffer.wrap(WidgetTree.fileDialogs())));
+        List<Long> stack = dialogs.isEmpty() ? List.of()
+            : Stream.of(new NativeTopLevelWindow(0).getOwnedWindows()).map(NativeWindow::getHandle).toList();
+        return dialogs.stream().sorted(Comparator.comparing(dialog -> stack.indexOf(dialog.window())))
+            .map(Widgets::withCaption).toList();
     }
 
-    private static FileDialogView viewOf(FileDialog dialog) {
-        return new FileDialogView(dialog.getHandle(), Windows.caption(dialog),
-            dialog.getOKRectangle(), dialog.getCancelRectangle(), dialog.getFileRectangle());
+    /** A program may set its title past its toolkit. */
+    private static FileDialogView withCaption(FileDialogView dialog) {
+        String caption = Windows.caption(new NativeWindow(dialog.window()));
+        return new FileDialogView(dialog.window(), caption, dialog.ok(), dialog.cancel(), dialog.file());
     }
 }

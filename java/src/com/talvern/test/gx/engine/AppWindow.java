@@ -6,7 +6,9 @@ import java.awt.Rectangle;
 import java.time.Duration;
 import java.util.List;
 import java.util.Optional;
+import java.util.function.Function;
 import java.util.function.Predicate;
+import java.util.stream.Stream;
 
 /**
  * A window of an application under test: that very one, not another that may come later with the same caption.
@@ -30,40 +32,59 @@ public final class AppWindow implements WidgetScope {
     private final String path;
     private final Duration patience;
 
-    AppWindow(Application application, WidgetView view, Duration patience) {
+    /** @param all windows there are */
+    AppWindow(Application application, WidgetView view, List<WidgetView> all, Duration patience) {
         this.application = application;
         this.id = view.id();
         this.window = view.window();
-        this.path = "application.awaitWindow(" + Query.literal(view.text()) + ")";
+        this.path = "application." + pathTo(view, all);
         this.patience = patience;
+    }
+
+    private static String pathTo(WidgetView view, List<WidgetView> all) {
+        String caption = captionOf(view);
+        return all.stream().filter(each -> captionOf(each).equals(caption)).count() == 1
+            ? "awaitWindow(" + Query.literal(caption) + ")" : "windows().get(" + all.indexOf(view) + ")";
     }
 
     static boolean isWindow(WidgetView view) {
         return view.role() == Role.WINDOW || view.role() == Role.DIALOG;
     }
 
-    static AppWindow await(Application application, String wanted, Predicate<String> caption, Duration patience) {
+    static AppWindow await(Application application, String wanted,
+            Function<List<WidgetView>, List<WidgetView>> asked, Duration patience) {
         long end = System.nanoTime() + Application.nanosOf(patience);
         while (true) {
             List<WidgetView> windows = application.tree().children().stream().filter(AppWindow::isWindow).toList();
-            List<WidgetView> found = windows.stream().filter(view -> caption.test(captionOf(view))).toList();
+            List<WidgetView> found = asked.apply(windows);
             if (found.size() == 1) {
-                return new AppWindow(application, found.get(0), patience);
+                return new AppWindow(application, found.get(0), windows, patience);
             }
             if (found.size() > 1) {
-                throw new WidgetException.Ambiguous(found.size() + " windows are called " + wanted);
+                throw new WidgetException.Ambiguous(wanted + " is " + found.size() + " of " + captions(windows));
             }
             if (System.nanoTime() - end >= 0) {
-                throw new WidgetException.NotFound("no window " + wanted + " of " + application.name() + " within "
-                    + patience.toMillis() + " ms; there are: "
-                    + windows.stream().map(view -> WidgetView.quoted(captionOf(view))).toList());
+                throw new WidgetException.NotFound("no window: " + wanted + " of " + application.name() + " within "
+                    + patience.toMillis() + " ms; there are: " + captions(windows));
             }
             Application.pause(POLL_MS);
         }
     }
 
+    /** What is called exactly that, else what is called so beside a dash and the name of a program or file. */
+    static List<WidgetView> called(String caption, List<WidgetView> windows) {
+        return Stream.<Predicate<String>>of(caption::equals, each -> !caption.isEmpty()
+                && (each.startsWith(caption + " - ") || each.endsWith(" - " + caption)))
+            .map(asked -> windows.stream().filter(view -> asked.test(captionOf(view))).toList())
+            .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
+    }
+
+    private static List<String> captions(List<WidgetView> windows) {
+        return windows.stream().map(view -> WidgetView.quoted(captionOf(view))).toList();
+    }
+
     /** A program may set its title past its toolkit. */
-    private static String captionOf(WidgetView view) {
+    static String captionOf(WidgetView view) {
         return view.text().isEmpty() && view.window() != 0
             ? Windows.nameOf(view.window()) : view.text();
     }
@@ -106,6 +127,18 @@ public final class AppWindow implements WidgetScope {
         return captionOf(tree());
     }
 
+    /** @return what its labels say, as the texts of a message, in the order of the tree */
+    public List<String> texts() {
+        return tree().all().filter(view -> view.role() == Role.LABEL && view.showing() && !view.text().isEmpty())
+            .map(WidgetView::text).toList();
+    }
+
+    /** @return what its buttons say, in the order of the tree */
+    public List<String> buttons() {
+        return Kinds.BUTTON.find(tree()).stream().filter(view -> view.showing() && !view.text().isEmpty())
+            .map(WidgetView::text).toList();
+    }
+
     /** @return where it is on the screen, without the frame of a window manager */
     public Rectangle bounds() {
         return tree().bounds();
@@ -145,6 +178,16 @@ public final class AppWindow implements WidgetScope {
      */
     public void choose(String... item) {
         application.choose(window, item);
+    }
+
+    /**
+     * How an item of the menus of this window is; see {@link Application#menuItem}.
+     *
+     * @param item the texts of the items, from the menu bar; one at least
+     * @return the item as it was while its menu was open
+     */
+    public MenuView.Item menuItem(String... item) {
+        return application.menuItem(window, item);
     }
 
     /**

@@ -17,6 +17,7 @@ import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
 import java.util.function.Consumer;
 import java.util.function.Function;
+import java.util.function.Supplier;
 import java.util.stream.Stream;
 
 /**
@@ -58,6 +59,8 @@ public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration LONGEST = Duration.ofDays(365);
     /** A program that has seen to nothing else for so long is one that always has something to see to. */
     private static final Duration NEVER_IDLE = Duration.ofSeconds(1);
+    /** A dialog that closes with another window coming up has gone after so long. */
+    private static final Duration ASKS_BACK = Duration.ofSeconds(1);
     private static final long FIRST_POLL_MS = 10;
     /** Asked more often, an application has too little time for what it is waited for. */
     private static final long LAST_POLL_MS = 160;
@@ -225,20 +228,22 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     /** @return the windows that are on the screen, those without a caption as well; no menus */
     public List<AppWindow> windows() {
-        return tree().children().stream().filter(AppWindow::isWindow)
-            .map(view -> new AppWindow(this, view, patience)).toList();
+        List<WidgetView> windows = tree().children().stream().filter(AppWindow::isWindow).toList();
+        return windows.stream().map(view -> new AppWindow(this, view, windows, patience)).toList();
     }
 
     /**
      * Waits for a window.
      *
-     * @param caption the whole text of its title bar
+     * @param caption the whole text of its title bar; where no window has exactly that, what stands there in front of or
+     *     behind a dash, as in {@code Network List - HexChat}
      * @return the window
      * @throws WidgetException.NotFound none has come up; the message names those that there are
      * @throws WidgetException.Ambiguous there is more than one
      */
     public AppWindow awaitWindow(String caption) {
-        return AppWindow.await(this, WidgetView.quoted(caption), caption::equals, patience);
+        return AppWindow.await(this, "a window " + WidgetView.quoted(caption),
+            windows -> AppWindow.called(caption, windows), patience);
     }
 
     /**
@@ -250,7 +255,20 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws WidgetException.Ambiguous there is more than one
      */
     public AppWindow awaitWindow(java.util.regex.Pattern caption) {
-        return AppWindow.await(this, "like " + caption, caption.asMatchPredicate(), patience);
+        return AppWindow.await(this, "a window like " + caption, windows -> windows.stream()
+            .filter(view -> caption.matcher(AppWindow.captionOf(view)).matches()).toList(), patience);
+    }
+
+    /**
+     * Waits for a dialog, such as a message, whatever its caption: many have none.
+     *
+     * @return the dialog
+     * @throws WidgetException.NotFound none has come up; the message names the windows that there are
+     * @throws WidgetException.Ambiguous there is more than one
+     */
+    public AppWindow awaitDialog() {
+        return AppWindow.await(this, "a dialog",
+            windows -> windows.stream().filter(view -> view.role() == Role.DIALOG).toList(), patience);
     }
 
     Pointer pointer() {
@@ -264,6 +282,18 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     boolean reveal(long id) {
         return ask(Operation.REVEAL, in -> in.add(id), Values::nextBoolean);
+    }
+
+    boolean revealRow(long id, String path, int column) {
+        return ask(Operation.REVEAL_ROW, in -> in.add(id).add(path).add(column), Values::nextBoolean);
+    }
+
+    List<WidgetView.Row> rows(long id, int first, int count) {
+        return ask(Operation.ROWS, in -> in.add(id).add(first).add(count), WidgetView.Row::readAll);
+    }
+
+    List<WidgetView.Row> findRows(long id, RowQuery query) {
+        return ask(Operation.FIND_ROWS, in -> query.write(in.add(id)), WidgetView.Row::readAll);
     }
 
     /** Waits until the application has seen to what was played. One that has ended has. */
@@ -349,16 +379,18 @@ public final class Application implements AutoCloseable, WidgetScope {
         return ask(Operation.LIST_AT_RECTANGLE, in -> in.add(box), perhaps(ListView::read));
     }
 
-    /** @return the Motif file dialogs that are open, the bottom of the stack first */
+    /** @return the dialogs for files and folders that are open, the bottom of the stack first */
     public List<FileDialogView> fileDialogs() {
         return ask(Operation.FILE_DIALOGS, in -> { }, several(FileDialogView::read));
     }
 
     /**
-     * Puts a name into the text field of a Motif file dialog. The dialog shows it when this returns.
+     * Puts a name into the text field of a file dialog, as if it were typed; a dialog of GTK that has none to open by shows
+     * one then, as it does for Control+L. The dialog shows the name when this returns.
      *
      * @param dialog the dialog; one that has gone is let pass
-     * @param file the name; has a form in the code set of the application's locale
+     * @param file the name, absolute or in the directory that the dialog shows; for Motif it has a form in the code set of
+     *     the application's locale
      */
     public void setFile(FileDialogView dialog, String file) {
         Objects.requireNonNull(file, "a file name");
@@ -379,16 +411,48 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /**
-     * Clicks on OK in a file dialog and waits until the dialog has gone.
+     * Clicks on OK in a file dialog and waits until the dialog has gone. It may stay: to ask whether a file is to be
+     * replaced, because there is no such file, or because it has opened the folder that was named.
      *
      * @param dialog the dialog
+     * @return false when it is still there: a second after another window of the application has come up, or at the end of
+     *     the {@linkplain #setTimeout time}
      * @throws NoSuchElementException its OK button is not to be seen
-     * @throws ApplicationException.NotInTime it is still there, perhaps with another dialog that says why
      */
-    public void confirm(FileDialogView dialog) {
-        click(shown(dialog.ok(), "OK"));
-        await("its window without the file dialog", asked -> asked.fileDialogs().stream()
-            .anyMatch(open -> open.window() == dialog.window()) ? Optional.empty() : Optional.of(dialog));
+    public boolean confirm(FileDialogView dialog) {
+        Rectangle ok = restingOk(dialog);
+        List<Long> before = windowIds();
+        click(ok);
+        long end = System.nanoTime() + nanosOf(timeout);
+        long asks = Long.MAX_VALUE;
+        while (true) {
+            if (fileDialogs().stream().noneMatch(open -> open.window() == dialog.window())) {
+                return true;
+            }
+            if (asks == Long.MAX_VALUE && !before.containsAll(windowIds())) {
+                asks = System.nanoTime() + nanosOf(ASKS_BACK);
+            }
+            if (System.nanoTime() - Math.min(asks, end) >= 0) {
+                return false;
+            }
+            pause(FIRST_POLL_MS);
+        }
+    }
+
+    /** A window manager may still be placing the dialog. */
+    private Rectangle restingOk(FileDialogView dialog) {
+        Rectangle[] before = new Rectangle[1];
+        return await("the file dialog at rest", asked -> {
+            Rectangle now = asked.fileDialogs().stream().filter(open -> open.window() == dialog.window())
+                .findFirst().orElse(dialog).ok();
+            boolean rests = shown(now, "OK").equals(before[0]);
+            before[0] = now;
+            return rests ? Optional.of(now) : Optional.empty();
+        });
+    }
+
+    private List<Long> windowIds() {
+        return tree().children().stream().map(WidgetView::id).toList();
     }
 
     /**
@@ -413,19 +477,76 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @param path the texts of the items, from the menu bar; one at least
      */
     public void choose(long window, String... path) {
+        withMenus(path, () -> {
+            choose(await("a menu bar", asked -> asked.menuBar(window)), path);
+            return null;
+        });
+    }
+
+    /**
+     * Chooses an item of a menu that is open, such as a context menu.
+     *
+     * @param menu the menu
+     * @param path the texts of the items, from that menu; one at least
+     */
+    public void choose(MenuView menu, String... path) {
+        withMenus(path, () -> {
+            MenuView last = openTo(menu, path);
+            click(reveal(last, path[path.length - 1]).bounds());
+            return null;
+        });
+    }
+
+    /**
+     * How a menu item is: opens the menus on the way as {@link #choose} does, looks, and closes them again.
+     *
+     * @param path the texts of the items, from the menu bar; one at least
+     * @return the item as it was while its menu was open
+     * @throws NoSuchElementException a menu has no such item
+     * @throws ApplicationException.Disabled an item on the way is disabled
+     * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
+     */
+    public MenuView.Item menuItem(String... path) {
+        return menuItem(0, path);
+    }
+
+    /**
+     * How a menu item of one of several windows is.
+     *
+     * @param window an X window of the application, in which the menu bar is
+     * @param path the texts of the items, from the menu bar; one at least
+     * @return the item as it was while its menu was open
+     */
+    public MenuView.Item menuItem(long window, String... path) {
+        return withMenus(path, () -> {
+            MenuView.Item item = openTo(await("a menu bar", asked -> asked.menuBar(window)), path).item(path[path.length - 1]);
+            closeMenus();
+            return item;
+        });
+    }
+
+    private MenuView openTo(MenuView menu, String... path) {
+        MenuView last = menu;
+        for (int depth = 0; depth < path.length - 1; ++depth) {
+            last = open(last, path[depth]);
+        }
+        return last;
+    }
+
+    private <T> T withMenus(String[] path, Supplier<T> work) {
         if (path.length == 0) {
             throw new IllegalArgumentException("no item to choose");
         }
         try {
-            MenuView menu = await("a menu bar", asked -> asked.menuBar(window));
-            for (int depth = 0; depth < path.length - 1; ++depth) {
-                menu = open(menu, path[depth]);
-            }
-            click(reveal(menu, path[path.length - 1]).bounds());
+            return work.get();
         } catch (NoSuchElementException | ApplicationException.Disabled | ApplicationException.NotInTime cannot) {
             closeMenusAfter(cannot);
             throw cannot;
         }
+    }
+
+    MenuView awaitContextMenu() {
+        return await("a context menu", Application::contextMenu);
     }
 
     private void closeMenusAfter(RuntimeException failure) {

@@ -1,15 +1,17 @@
 package com.talvern.test.gx.engine;
 
 import java.awt.Rectangle;
+import java.util.ArrayList;
+import java.util.List;
 
 /**
- * A Motif dialog for a file, as it was when the application was asked.
+ * A dialog for a file or folder of Motif, GTK 2 or GTK 3, as it was when the application was asked.
  *
  * @param window the X window of the dialog
  * @param caption the text in its title bar
- * @param ok where its OK button is on the screen
+ * @param ok where its OK button is on the screen, whatever that says; null for what does not show, as for the others
  * @param cancel where its Cancel button is
- * @param file where its text field for the file name is
+ * @param file where its text field for the file name is; GTK shows one to open by when a name is set
  */
 public record FileDialogView(long window, String caption, Rectangle ok, Rectangle cancel, Rectangle file) {
     /**
@@ -21,8 +23,26 @@ public record FileDialogView(long window, String caption, Rectangle ok, Rectangl
         out.add(window).add(caption).add(ok).add(cancel).add(file);
     }
 
+    /**
+     * Takes dialogs from the application.
+     *
+     * @param in has how many, and as many, with empty boxes for what does not show
+     * @return the dialogs
+     */
+    public static List<FileDialogView> readAll(Values in) {
+        List<FileDialogView> dialogs = new ArrayList<>();
+        for (int left = in.nextCount(); left > 0; --left) {
+            dialogs.add(read(in));
+        }
+        return dialogs;
+    }
+
     static FileDialogView read(Values in) {
-        return new FileDialogView(in.nextLong(), in.nextString(), in.nextRectangle(), in.nextRectangle(),
-            in.nextRectangle());
+        return new FileDialogView(in.nextLong(), in.nextString(), shown(in.nextRectangle()), shown(in.nextRectangle()),
+            shown(in.nextRectangle()));
+    }
+
+    private static Rectangle shown(Rectangle box) {
+        return box == null || box.isEmpty() ? null : box;
     }
 }

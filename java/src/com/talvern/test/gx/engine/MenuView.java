@@ -23,8 +23,10 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
      * @param popup X window of the menu that it has opened; 0 while it has none
      * @param shown whether it is part of the menu: a user finds it, perhaps by scrolling
      * @param enabled whether a click on it does something
+     * @param checked whether it is ticked; null for one that cannot be
      */
-    public record Item(int index, String text, Rectangle bounds, long popup, boolean shown, boolean enabled) {}
+    public record Item(int index, String text, Rectangle bounds, long popup, boolean shown, boolean enabled,
+            Boolean checked) {}
 
     /** A menu that nobody changes any more. */
     public MenuView {
@@ -58,7 +60,8 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
     public void write(Values out) {
         out.add(window).add(bounds).add(items.size());
         for (Item item : items) {
-            out.add(item.text()).add(item.bounds()).add(item.popup()).add(item.shown()).add(item.enabled());
+            out.add(item.text()).add(item.bounds()).add(item.popup()).add(item.shown()).add(item.enabled())
+                .add(item.checked());
         }
     }
 
@@ -69,7 +72,7 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
         List<Item> items = new ArrayList<>();
         for (int index = 0; index < count; ++index) {
             items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong(), in.nextBoolean(),
-                in.nextBoolean()));
+                in.nextBoolean(), in.nextTruth()));
         }
         return new MenuView(window, bounds, items);
     }

@@ -16,7 +16,7 @@ public enum Operation {
     LIST_AT_POINT,
     /** A rectangle on the screen; answers as {@link #LIST}. */
     LIST_AT_RECTANGLE,
-    /** Answers the number of file dialogs and as many of {@link FileDialogView}. */
+    /** Answers the number of file dialogs and as many of {@link FileDialogView}, with empty boxes for what does not show. */
     FILE_DIALOGS,
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
     SET_FILE,
@@ -27,5 +27,11 @@ public enum Operation {
     /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */
     WIDGETS_AT,
     /** Id of a widget that is to be scrolled into view; answers a truth value, whether anything scrolls around it. */
-    REVEAL
+    REVEAL,
+    /** Id of a widget, how many of its rows are left out, and how many to answer; the number of rows and as many of them. */
+    ROWS,
+    /** Id of a widget, and a {@link RowQuery}; answers the number of rows and as many of {@link WidgetView.Row}. */
+    FIND_ROWS,
+    /** Id of a widget, path of a row of it, and a column; answers a truth value, whether there is such a row. */
+    REVEAL_ROW
 }

@@ -83,6 +83,20 @@ public final class Values {
     /**
      * Adds a value.
      *
+     * @param value is added; may be null
+     * @return this
+     */
+    public Values add(Boolean value) {
+        if (value == null) {
+            room(NULL, 0);
+            return this;
+        }
+        return add(value.booleanValue());
+    }
+
+    /**
+     * Adds a value.
+     *
      * @param value a text, may be null
      * @return this
      */

@@ -7,10 +7,12 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
+import java.util.Set;
 import java.util.function.Function;
 import java.util.function.Predicate;
 import java.util.function.Supplier;
 import java.util.regex.Pattern;
+import java.util.stream.Collectors;
 import java.util.stream.IntStream;
 
 /**
@@ -46,25 +48,37 @@ public final class Widget implements WidgetScope {
     private final String call;
     private final Function<WidgetView, List<WidgetView>> finder;
     private final Duration patience;
+    /** Of a cell, else negative. */
+    private final int column;
 
     /** @param finder in the tree of the application */
     Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
             Duration patience) {
+        this(application, base, call, finder, patience, -1);
+    }
+
+    private Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
+            Duration patience, int column) {
         this.application = application;
         this.base = base;
         this.call = call;
         this.finder = finder;
         this.patience = patience;
+        this.column = column;
     }
 
     /** The same question, as people would write it. */
     Widget knownAs(String shorter) {
-        return new Widget(application, base, shorter, finder, patience);
+        return new Widget(application, base, shorter, finder, patience, column);
     }
 
     private Widget derived(String further, Function<WidgetView, List<WidgetView>> from) {
+        return cellOf(further, from, -1);
+    }
+
+    private Widget cellOf(String further, Function<WidgetView, List<WidgetView>> from, int inColumn) {
         return new Widget(application, path(), further,
-            tree -> finder.apply(tree).stream().flatMap(view -> from.apply(view).stream()).toList(), patience);
+            tree -> finder.apply(tree).stream().flatMap(view -> from.apply(view).stream()).toList(), patience, inColumn);
     }
 
     /** @return a line of Java that finds it again, where {@code application} is the application */
@@ -77,7 +91,7 @@ public final class Widget implements WidgetScope {
      * @return the same question, with another patience
      */
     public Widget within(Duration limit) {
-        return new Widget(application, base, call, finder, limit);
+        return new Widget(application, base, call, finder, limit, column);
     }
 
     /**
@@ -88,7 +102,7 @@ public final class Widget implements WidgetScope {
         return new Widget(application, path(), "at(" + position + ")", tree -> {
             List<WidgetView> found = finder.apply(tree);
             return position >= 0 && position < found.size() ? List.of(found.get(position)) : List.of();
-        }, patience);
+        }, patience, column);
     }
 
     @Override
@@ -135,9 +149,14 @@ public final class Widget implements WidgetScope {
         return IntStream.range(0, finder.apply(application.tree()).size()).mapToObj(this::at).toList();
     }
 
-    /** @return the rows in sight of a list, table or tree, each as the texts of its cells */
+    /**
+     * All rows of a list, table or tree, those out of sight as well, but not those below rows that are closed; the entries
+     * of a list that is made of widgets.
+     *
+     * @return of each row the texts of its cells; the first 100 000 rows, asked for by the thousand
+     */
     public List<List<String>> rows() {
-        return view().rows().stream().map(WidgetView.Row::cells).toList();
+        return new Rows(application, view()).texts();
     }
 
     /** Presses the left button on it. */
@@ -242,82 +261,148 @@ public final class Widget implements WidgetScope {
     }
 
     /**
-     * A cell of a list, table or tree.
+     * A cell of a list, table or tree, in sight or not: what is done to it scrolls it there.
      *
-     * @param row the number of the row, from 0, among those in sight
+     * @param row the number of the row, from 0, counted as a user does: without those below rows that are closed
      * @param column from 0
      * @return the cell
      */
     public Widget cell(int row, int column) {
-        return derived("cell(" + row + ", " + column + ")", view -> cells(view, column,
-            each -> view.rows().indexOf(each) == row));
+        return cellOf("cell(" + row + ", " + column + ")", view -> new Rows(application, view).cell(row, column), column);
     }
 
     /**
-     * A cell of a list, table or tree.
+     * A cell of a list, table or tree, in sight or not.
      *
      * @param row what any cell of the row says
      * @param column from 0
-     * @return the cell, if the row is in sight
+     * @return the cell
      */
     public Widget cell(String row, int column) {
-        return derived("cell(" + Query.literal(row) + ", " + column + ")", view -> cells(view, column,
-            each -> each.cells().contains(row)));
-    }
-
-    private static List<WidgetView> cells(WidgetView table, int column, Predicate<WidgetView.Row> row) {
-        return table.rows().stream().filter(row).filter(each -> column < each.cells().size())
-            .map(each -> table.cell(each, column)).toList();
+        return cell(RowQuery.of(row), column);
     }
 
     /**
-     * Selects a row of a list, table or tree, or an entry of a list of widgets, by a click.
+     * A cell of a list, table or tree, in sight or not.
+     *
+     * @param row what any cell of the row says, the whole of it
+     * @param column from 0
+     * @return the cell
+     */
+    public Widget cell(Pattern row, int column) {
+        return cell(RowQuery.of(row), column);
+    }
+
+    private Widget cell(RowQuery row, int inColumn) {
+        return cellOf("cell(" + row + ", " + inColumn + ")",
+            view -> new Rows(application, view).cells(row, inColumn), inColumn);
+    }
+
+    /**
+     * Selects a row of a list, table or tree, or an entry of a list of widgets: scrolls it into sight and clicks on it.
      *
      * @param text what any cell of it says
      */
     public void select(String text) {
-        selectBy(view -> {
-            List<WidgetView> found = cells(view, 0, row -> row.cells().contains(text));
-            return found.isEmpty() ? Query.role(Role.ITEM).text(text).find(view) : found;
-        }, "select(" + Query.literal(text) + ")");
+        cell(text, 0).selectByClick();
     }
 
     /**
-     * Selects a row in sight by a click.
+     * Selects a row or entry, as {@link #select(String)} does.
      *
-     * @param row from 0
+     * @param text what any cell of it says, the whole of it
+     */
+    public void select(Pattern text) {
+        cell(text, 0).selectByClick();
+    }
+
+    /**
+     * Selects a row or entry, as {@link #select(String)} does.
+     *
+     * @param row its number from 0, as for {@link #cell(int, int)}
      */
     public void select(int row) {
-        selectBy(view -> cells(view, 0, each -> view.rows().indexOf(each) == row), "select(" + row + ")");
+        cell(row, 0).selectByClick();
     }
 
-    private void selectBy(Function<WidgetView, List<WidgetView>> found, String name) {
-        Widget row = derived(name, found);
-        row.click();
-        row.await("selected", WidgetView::selected);
+    private void selectByClick() {
+        click();
+        await("selected", WidgetView::selected);
     }
 
     /**
-     * Chooses from a combo box or option menu: opens it by a click, and clicks on the entry.
+     * Chooses from what opens at a click on it: a combo box, an option menu, a button with a menu or popover. Clicks on it
+     * and then on one entry after the other. When there is no such entry it is closed again by the Escape key, and so it is
+     * when it stays open because the last entry was ticked.
      *
-     * @param text what the entry says
+     * @param path what the entries say, from the first menu that opens; one as a rule
      */
-    public void choose(String text) {
-        List<Long> before = application.tree().children().stream().map(WidgetView::id).toList();
+    public void choose(String... path) {
+        if (path.length == 0) {
+            throw new IllegalArgumentException("no entry to choose");
+        }
+        Set<Long> before = showing(application.tree());
         click();
-        Query entry = Query.role(Role.ITEM).text(text);
-        Widget popup = new Widget(application, path(), "choose(" + Query.literal(text) + ")",
-            tree -> tree.children().stream().filter(window -> !before.contains(window.id()))
-                .flatMap(window -> entries(window, entry, text).stream()).toList(), patience);
-        application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
-        popup.click();
-        popup.awaitGone();
+        try {
+            for (int step = 0; step < path.length; ++step) {
+                String text = path[step];
+                Set<Long> known = before;
+                Widget entry = new Widget(application, path(), "choose(" + Query.literal(text) + ")",
+                    tree -> entries(tree, known, text), patience, 0);
+                application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
+                before = showing(application.tree());
+                boolean isLast = step == path.length - 1;
+                boolean mayStay = isLast && entry.view().checked() != null;
+                entry.click();
+                if (isLast) {
+                    entry.closed(mayStay);
+                }
+            }
+        } catch (WidgetException cannot) {
+            application.pointer().keys("{ESC}");
+            application.settle();
+            throw cannot;
+        }
     }
 
-    private static List<WidgetView> entries(WidgetView window, Query item, String text) {
-        List<WidgetView> items = item.find(WidgetView.ofApplication("", List.of(window)));
-        return !items.isEmpty() ? items : window.all()
-            .flatMap(view -> cells(view, 0, row -> row.cells().contains(text)).stream()).toList();
+    private void closed(boolean mayStay) {
+        if (mayStay && exists()) {
+            application.pointer().keys("{ESC}");
+        }
+        awaitGone();
+    }
+
+    private static Set<Long> showing(WidgetView tree) {
+        return tree.all().filter(WidgetView::showing).map(WidgetView::id).collect(Collectors.toSet());
+    }
+
+    /** What has come to show since then. */
+    private List<WidgetView> entries(WidgetView tree, Set<Long> before, String text) {
+        List<WidgetView> come = tree.all().filter(view -> view.showing() && !before.contains(view.id())).toList();
+        List<WidgetView> items = Query.role(Role.ITEM).text(text).find(WidgetView.ofApplication("", come.stream()
+            .filter(view -> view.role() == Role.ITEM).toList()));
+        return !items.isEmpty() ? items : come.stream().filter(view -> view.rowCount() >= 0)
+            .flatMap(view -> new Rows(application, view).cells(RowQuery.of(text), 0).stream()).toList();
+    }
+
+    /**
+     * Opens its context menu by the right button.
+     *
+     * @return the menu, for its items and {@link Application#choose(MenuView, String...)}
+     * @throws ApplicationException.NotInTime none has opened
+     */
+    public MenuView contextMenu() {
+        rightClick();
+        return application.awaitContextMenu();
+    }
+
+    /**
+     * Opens its context menu by the right button and chooses from it.
+     *
+     * @param path the texts of the items, from that menu; one at least
+     */
+    public void chooseFromContextMenu(String... path) {
+        application.choose(contextMenu(), path);
     }
 
     /**
@@ -352,6 +437,7 @@ public final class Widget implements WidgetScope {
      * @param text the whole text
      */
     public void awaitText(String text) {
+        legible();
         await("with the text " + WidgetView.quoted(text), view -> view.text().equals(text));
     }
 
@@ -361,7 +447,16 @@ public final class Widget implements WidgetScope {
      * @param text a pattern
      */
     public void awaitText(Pattern text) {
+        legible();
         await("with a text like " + text, view -> text.matcher(view.text()).matches());
+    }
+
+    /** A text that is waited for in vain stands in the exception. */
+    private void legible() {
+        WidgetView view = view();
+        if (view.secret()) {
+            throw new WidgetException.NotReady(path() + " hides what it holds: " + view.line());
+        }
     }
 
     /**
@@ -469,10 +564,18 @@ public final class Widget implements WidgetScope {
             return notReady(view, "is disabled");
         }
         if (view.seen() == null) {
-            application.reveal(view.id());
+            reveal(view);
             return notReady(view, "is out of sight");
         }
         return Outcome.of(view);
+    }
+
+    private void reveal(WidgetView view) {
+        if (view.role() == Role.ITEM && !view.rows().isEmpty()) {
+            application.revealRow(view.id(), view.rows().get(0).path(), column);
+        } else {
+            application.reveal(view.id());
+        }
     }
 
     private Outcome<Point> uncovered(WidgetView view, WidgetView tree) {

@@ -41,6 +41,14 @@ public interface WidgetScope {
         return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + Query.literal(name) + ")");
     }
 
+    /**
+     * @param name what it says
+     * @return what can be ticked or switched
+     */
+    default Widget toggle(Pattern name) {
+        return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + Query.literal(name) + ")");
+    }
+
     /** @return the only field there is */
     default Widget field() {
         return find(Kinds.FIELD).knownAs("field()");
@@ -55,10 +63,26 @@ public interface WidgetScope {
     }
 
     /**
+     * @param label what stands beside it
+     * @return the field
+     */
+    default Widget field(Pattern label) {
+        return find(Kinds.FIELD.called(label)).knownAs("field(" + Query.literal(label) + ")");
+    }
+
+    /**
      * @param text what it says
      * @return the label
      */
     default Widget label(String text) {
+        return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + Query.literal(text) + ")");
+    }
+
+    /**
+     * @param text what it says
+     * @return the label
+     */
+    default Widget label(Pattern text) {
         return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + Query.literal(text) + ")");
     }
 
@@ -72,6 +96,14 @@ public interface WidgetScope {
      * @return a list, table or tree
      */
     default Widget list(String label) {
+        return find(Kinds.ROWS.called(label)).knownAs("list(" + Query.literal(label) + ")");
+    }
+
+    /**
+     * @param label what stands beside it, or its name
+     * @return a list, table or tree
+     */
+    default Widget list(Pattern label) {
         return find(Kinds.ROWS.called(label)).knownAs("list(" + Query.literal(label) + ")");
     }
 
@@ -89,11 +121,37 @@ public interface WidgetScope {
     }
 
     /**
+     * @param label what stands beside it, or its name
+     * @return a list, table or tree
+     */
+    default Widget table(Pattern label) {
+        return find(Kinds.ROWS.called(label)).knownAs("table(" + Query.literal(label) + ")");
+    }
+
+    /** @return the only combo box or option menu there is */
+    default Widget comboBox() {
+        return find(Kinds.CHOICE).knownAs("comboBox()");
+    }
+
+    /**
      * @param label what stands beside it
-     * @return the combo box
+     * @return the combo box, or option menu
      */
     default Widget comboBox(String label) {
         return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + Query.literal(label) + ")");
+    }
+
+    /**
+     * @param label what stands beside it
+     * @return the combo box, or option menu
+     */
+    default Widget comboBox(Pattern label) {
+        return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + Query.literal(label) + ")");
+    }
+
+    /** @return the only option menu or combo box there is */
+    default Widget optionMenu() {
+        return find(Kinds.CHOICE).knownAs("optionMenu()");
     }
 
     /**
@@ -105,10 +163,26 @@ public interface WidgetScope {
     }
 
     /**
+     * @param label what stands beside it
+     * @return the option menu, or combo box
+     */
+    default Widget optionMenu(Pattern label) {
+        return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + Query.literal(label) + ")");
+    }
+
+    /**
      * @param name what it says
      * @return the tab that brings a page to the front
      */
     default Widget tab(String name) {
+        return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + Query.literal(name) + ")");
+    }
+
+    /**
+     * @param name what it says
+     * @return the tab that brings a page to the front
+     */
+    default Widget tab(Pattern name) {
         return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + Query.literal(name) + ")");
     }
 }

@@ -2,6 +2,7 @@ package com.talvern.test.gx.engine;
 
 import java.awt.Rectangle;
 import java.util.ArrayList;
+import java.util.Collections;
 import java.util.List;
 import java.util.stream.Stream;
 
@@ -50,14 +51,17 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
      *
      * @param path its number from 0; below another row that row's path, a colon and the number
      * @param selected whether it is selected
-     * @param bounds where it is on the screen
+     * @param bounds what is in sight of it, on the screen; empty for nothing
      * @param cells what its cells say, "true" or "false" for a box to tick
-     * @param boxes where the cells are on the screen
+     * @param checks whether cells are ticked, null for those without a box to tick
+     * @param boxes as the bounds, for the cells
      */
-    public record Row(String path, boolean selected, Rectangle bounds, List<String> cells, List<Rectangle> boxes) {
+    public record Row(String path, boolean selected, Rectangle bounds, List<String> cells, List<Boolean> checks,
+            List<Rectangle> boxes) {
         /** A row that nobody changes any more. */
         public Row {
             cells = List.copyOf(cells);
+            checks = Collections.unmodifiableList(new ArrayList<>(checks));
             boxes = List.copyOf(boxes);
         }
 
@@ -65,10 +69,41 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
             String path = in.nextText();
             boolean selected = in.nextBoolean();
             Rectangle bounds = in.nextBox();
-            List<String> cells = texts(in);
+            List<String> cells = new ArrayList<>();
+            List<Boolean> checks = new ArrayList<>();
             List<Rectangle> boxes = new ArrayList<>();
-            cells.forEach(cell -> boxes.add(in.nextBox()));
-            return new Row(path, selected, bounds, cells, boxes);
+            for (int left = in.nextCount(); left > 0; --left) {
+                cells.add(text(in));
+                checks.add(in.nextTruth());
+                boxes.add(in.nextBox());
+            }
+            return new Row(path, selected, bounds, cells, checks, boxes);
+        }
+
+        /**
+         * Takes rows from another process.
+         *
+         * @param in has how many, and as many
+         * @return the rows
+         */
+        public static List<Row> readAll(Values in) {
+            List<Row> rows = new ArrayList<>();
+            for (int left = in.nextCount(); left > 0; --left) {
+                rows.add(read(in));
+            }
+            return rows;
+        }
+
+        /**
+         * Sends the row to another process.
+         *
+         * @param out is written to
+         */
+        public void write(Values out) {
+            out.add(path).add(selected).add(bounds).add(cells.size());
+            for (int column = 0; column < cells.size(); ++column) {
+                out.add(cells.get(column)).add(checks.get(column)).add(boxes.get(column));
+            }
         }
     }
 
@@ -86,11 +121,12 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
             List.of(), true, true, false, false, false, false, false, false, windows);
     }
 
-    /** What stands for a cell of a row: an item with its text, in the place of the widget that has it. */
+    /** What stands for a cell of a row: an item with its text and row, in the place of the widget that has it. */
     WidgetView cell(Row row, int column) {
         Rectangle box = row.boxes().get(column);
-        return new WidgetView("", Role.ITEM, "", row.cells().get(column), "", "", null, null, box,
-            clipped(box, seen), 0, id, -1, List.of(), List.of(), enabled, showing, false, false, false, row.selected(),
+        Rectangle part = seen == null ? null : clipped(box, seen);
+        return new WidgetView("", Role.ITEM, "", row.cells().get(column), "", "", null, row.checks().get(column), box,
+            part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(),
             false, false, List.of());
     }
 
@@ -131,10 +167,7 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         long id = in.nextLong();
         long rowCount = in.nextLong();
         List<String> columns = texts(in);
-        List<Row> rows = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            rows.add(Row.read(in));
-        }
+        List<Row> rows = Row.readAll(in);
         boolean enabled = in.nextBoolean();
         boolean showing = in.nextBoolean();
         boolean focused = in.nextBoolean();

@@ -1,0 +1,80 @@
+package com.talvern.test.gx.engine;
+
+import java.util.ArrayList;
+import java.util.List;
+import java.util.stream.Stream;
+
+/** The rows of a list, table or tree, in sight or not, and the entries of a list that is made of widgets. */
+final class Rows {
+    /** As many as one question asks for: few enough that the application does not stop for them. */
+    private static final int AT_ONCE = 1000;
+    /** More than anybody looks through. */
+    private static final int MOST = 100_000;
+
+    private final Application application;
+    private final WidgetView list;
+
+    Rows(Application application, WidgetView list) {
+        this.application = application;
+        this.list = list;
+    }
+
+    private boolean isOfWidgets() {
+        return list.rowCount() < 0;
+    }
+
+    private List<WidgetView> entries() {
+        return Query.role(Role.ITEM).find(list);
+    }
+
+    /** Rows below rows that are open are not counted by the toolkit. */
+    private boolean areAllInSight() {
+        return list.role() != Role.TREE && list.rows().size() == list.rowCount();
+    }
+
+    List<List<String>> texts() {
+        if (isOfWidgets()) {
+            return entries().stream().map(WidgetView::text).map(List::of).toList();
+        }
+        return (areAllInSight() ? list.rows() : all()).stream().map(WidgetView.Row::cells).toList();
+    }
+
+    private List<WidgetView.Row> all() {
+        List<WidgetView.Row> rows = new ArrayList<>();
+        int before = -1;
+        while (rows.size() > before && rows.size() % AT_ONCE == 0 && rows.size() < MOST) {
+            before = rows.size();
+            rows.addAll(application.rows(list.id(), before, AT_ONCE));
+        }
+        return rows;
+    }
+
+    /** @return one, or none */
+    List<WidgetView> cell(int row, int column) {
+        if (row < 0) {
+            return List.of();
+        }
+        if (isOfWidgets()) {
+            return column == 0 ? entries().stream().skip(row).limit(1).toList() : List.of();
+        }
+        String path = String.valueOf(row);
+        Stream<WidgetView.Row> inSight = list.role() == Role.TREE ? Stream.of()
+            : list.rows().stream().filter(each -> each.path().equals(path));
+        List<WidgetView> known = cells(inSight.toList(), column);
+        return known.isEmpty() ? cells(application.rows(list.id(), row, 1), column) : known;
+    }
+
+    /** @return as many as match */
+    List<WidgetView> cells(RowQuery query, int column) {
+        if (isOfWidgets()) {
+            Query items = Query.role(Role.ITEM);
+            return (query.pattern() == null ? items.text(query.text()) : items.text(query.pattern())).find(list);
+        }
+        return cells(areAllInSight() ? query.pick(list.rows()) : application.findRows(list.id(), query), column);
+    }
+
+    private List<WidgetView> cells(List<WidgetView.Row> rows, int column) {
+        return rows.stream().filter(row -> column >= 0 && column < row.cells().size())
+            .map(row -> list.cell(row, column)).toList();
+    }
+}
