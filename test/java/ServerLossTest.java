@@ -1,6 +1,8 @@
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
 import com.talvern.test.gx.engine.ApplicationException;
+import com.talvern.test.gx.engine.Screen;
+import com.talvern.test.gx.engine.Wait;
 import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.*;
 import com.talvern.test.gx.ui.NativeTooltipWindow;
@@ -9,6 +11,7 @@ import java.awt.Rectangle;
 import java.io.BufferedReader;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
 import java.util.List;
 import java.util.Map;
 import java.util.concurrent.TimeUnit;
@@ -37,7 +40,9 @@ class ServerLossTest {
             Map.entry("drag", () -> play(() -> mouse(NativeKeyMouseEvent.DRAG, 1))),
             Map.entry("clicks", () -> play(() -> mouse(NativeKeyMouseEvent.CLICK, Integer.MAX_VALUE))),
             Map.entry("capture", ServerLossTest::capture), Map.entry("hot keys", ServerLossTest::awaitHotKey),
-            Map.entry("frames", ServerLossTest::show));
+            Map.entry("frames", ServerLossTest::show),
+            Map.entry("pictures", () -> untilToldSo(() -> Screen.capture(Screen.Option.values()))),
+            Map.entry("waits", () -> untilToldSo(() -> Wait.forWindow("none", Duration.ofMinutes(1)))));
 
     private static void type(int kind, String text) {
         NativeKeyMouseEvent.emitHLKeyEvent(0, 0, kind, text);
@@ -53,6 +58,16 @@ class ServerLossTest {
                 event.run();
             }
         } catch (UnsupportedXServerException expected) {
+            return "";
+        }
+    }
+
+    private static String untilToldSo(Runnable work) {
+        try {
+            while (true) {
+                work.run();
+            }
+        } catch (ApplicationException.NoServer expected) {
             return "";
         }
     }
@@ -178,7 +193,7 @@ class ServerLossTest {
 
     @ParameterizedTest
     @ValueSource(strings = {"between calls", "windows", "text", "long text", "text without keys", "drag", "clicks",
-                         "capture", "hot keys", "frames"})
+                         "capture", "hot keys", "frames", "pictures", "waits"})
     void anEngineOutlivesItsServer(String task) throws Exception {
         Process server = new ProcessBuilder("Xvfb", "-displayfd", "1", "-nolisten", "tcp",
                 "-auth", System.getenv("XAUTHORITY"))

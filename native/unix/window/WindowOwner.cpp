@@ -86,24 +86,44 @@ private:
     std::map<uint32_t, int> m_processes; ///< by the first id of each client
 };
 
-bool isSeenBelow(CQuestions& server, uint32_t window, const std::vector<int>& processes, int depth)
+/// Calls `visit` for each window of the processes that is seen, until it answers true. @return whether it did
+template <class Visit>
+bool visitSeenBelow(CQuestions& server, uint32_t window, const std::vector<int>& processes, int depth,
+                    const Visit& visit)
 {
     for (const uint32_t child : server.childrenOf(window)) {
         const bool isTheirs = std::ranges::find(processes, server.processOf(child)) != processes.end();
-        if (isTheirs ? server.isSeen(child) : depth > 1 && isSeenBelow(server, child, processes, depth - 1))
+        if (isTheirs ? server.isSeen(child) && visit(child)
+                     : depth > 1 && visitSeenBelow(server, child, processes, depth - 1, visit))
             return true;
     }
     return false;
+}
+
+template <class Visit> bool visitSeen(const std::vector<int>& processes, const Visit& visit)
+{
+    CQuestions server;
+    if (!server.knowsProcesses())
+        return false;
+    return std::ranges::any_of(server.roots(), [&](uint32_t root) {
+        return visitSeenBelow(server, root, processes, maxDepth, visit);
+    });
 }
 } // namespace
 
 bool WindowOwner::showsWindow(const std::vector<int>& processes)
 {
-    CQuestions server;
-    if (!server.knowsProcesses())
+    return visitSeen(processes, [](uint32_t) { return true; });
+}
+
+std::vector<uint32_t> WindowOwner::windowsOf(const std::vector<int>& processes)
+{
+    std::vector<uint32_t> windows;
+    visitSeen(processes, [&](uint32_t window) {
+        windows.push_back(window);
         return false;
-    return std::ranges::any_of(server.roots(),
-                               [&](uint32_t root) { return isSeenBelow(server, root, processes, maxDepth); });
+    });
+    return windows;
 }
 
 extern "C" JNIEXPORT jboolean JNICALL

@@ -1,4 +1,4 @@
-/// Which process has a window on the screen.
+/// Which process has which windows on the screen.
 #pragma once
 
 #include <cstdint>
@@ -11,4 +11,6 @@ namespace WindowOwner {
 /// extension, for clients from elsewhere, and where it numbers processes in another way, as one outside of a
 /// container does
 bool showsWindow(const std::vector<int>& processes);
+/// Those windows, without the ones in them; none where `showsWindow` is false.
+std::vector<uint32_t> windowsOf(const std::vector<int>& processes);
 } // namespace WindowOwner

@@ -24,8 +24,6 @@ import java.util.stream.Stream;
  * }</pre>
  */
 public final class AppWindow implements WidgetScope {
-    private static final long POLL_MS = 20;
-
     private final Application application;
     private final long id;
     private final long window;
@@ -53,22 +51,17 @@ public final class AppWindow implements WidgetScope {
 
     static AppWindow await(Application application, String wanted,
             Function<List<WidgetView>, List<WidgetView>> asked, Duration patience) {
-        long end = System.nanoTime() + Application.nanosOf(patience);
-        while (true) {
+        Steps.note(application.name() + ": " + wanted);
+        return Wait.patiently(patience, left -> {
             List<WidgetView> windows = application.tree().children().stream().filter(AppWindow::isWindow).toList();
             List<WidgetView> found = asked.apply(windows);
-            if (found.size() == 1) {
-                return new AppWindow(application, found.get(0), windows, patience);
-            }
             if (found.size() > 1) {
                 throw new WidgetException.Ambiguous(wanted + " is " + found.size() + " of " + captions(windows));
             }
-            if (System.nanoTime() - end >= 0) {
-                throw new WidgetException.NotFound("no window: " + wanted + " of " + application.name() + " within "
-                    + patience.toMillis() + " ms; there are: " + captions(windows));
-            }
-            Application.pause(POLL_MS);
-        }
+            return found.size() == 1 ? Outcome.of(new AppWindow(application, found.get(0), windows, patience))
+                : Outcome.failed(() -> new WidgetException.NotFound("no window: " + wanted + " of " + application.name()
+                    + " within " + patience.toMillis() + " ms; there are: " + captions(windows)));
+        });
     }
 
     /** What is called exactly that, else what is called so beside a dash and the name of a program or file. */
@@ -144,6 +137,17 @@ public final class AppWindow implements WidgetScope {
         return tree().bounds();
     }
 
+    /**
+     * Takes a picture of what is on the screen where the window is.
+     *
+     * @param options how
+     * @return the picture
+     * @throws IllegalArgumentException nothing of the window is on the screen
+     */
+    public Picture capture(Screen.Option... options) {
+        return Screen.capture(bounds(), options);
+    }
+
     /** @return whether keys go to it */
     public boolean isActive() {
         NativeWindow foreground = NativeWindow.nativeGetForeground();
@@ -204,12 +208,7 @@ public final class AppWindow implements WidgetScope {
     }
 
     private void await(String what, java.util.function.BooleanSupplier condition) {
-        long end = System.nanoTime() + Application.nanosOf(patience);
-        while (!condition.getAsBoolean()) {
-            if (System.nanoTime() - end >= 0) {
-                throw new WidgetException.NotSo(path + " is not " + what + " after " + patience.toMillis() + " ms");
-            }
-            Application.pause(POLL_MS);
-        }
+        Wait.patiently(patience, left -> condition.getAsBoolean() ? Outcome.of(true) : Outcome.failed(
+            () -> new WidgetException.NotSo(path + " is not " + what + " after " + patience.toMillis() + " ms")));
     }
 }

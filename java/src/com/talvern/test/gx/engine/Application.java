@@ -61,9 +61,6 @@ public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration NEVER_IDLE = Duration.ofSeconds(1);
     /** A dialog that closes with another window coming up has gone after so long. */
     private static final Duration ASKS_BACK = Duration.ofSeconds(1);
-    private static final long FIRST_POLL_MS = 10;
-    /** Asked more often, an application has too little time for what it is waited for. */
-    private static final long LAST_POLL_MS = 160;
 
     private final String name;
     private final ProcessHandle handle;
@@ -425,17 +422,19 @@ public final class Application implements AutoCloseable, WidgetScope {
         click(ok);
         long end = System.nanoTime() + nanosOf(timeout);
         long asks = Long.MAX_VALUE;
-        while (true) {
-            if (fileDialogs().stream().noneMatch(open -> open.window() == dialog.window())) {
-                return true;
+        try (Wait.Pace pace = new Wait.Pace(end)) {
+            while (true) {
+                if (fileDialogs().stream().noneMatch(open -> open.window() == dialog.window())) {
+                    return true;
+                }
+                if (asks == Long.MAX_VALUE && !before.containsAll(windowIds())) {
+                    asks = System.nanoTime() + nanosOf(ASKS_BACK);
+                }
+                if (System.nanoTime() - Math.min(asks, end) >= 0) {
+                    return false;
+                }
+                pace.await();
             }
-            if (asks == Long.MAX_VALUE && !before.containsAll(windowIds())) {
-                asks = System.nanoTime() + nanosOf(ASKS_BACK);
-            }
-            if (System.nanoTime() - Math.min(asks, end) >= 0) {
-                return false;
-            }
-            pause(FIRST_POLL_MS);
         }
     }
 
@@ -534,6 +533,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     private <T> T withMenus(String[] path, Supplier<T> work) {
+        Steps.note(name + ": " + String.join(" > ", path));
         if (path.length == 0) {
             throw new IllegalArgumentException("no item to choose");
         }
@@ -653,8 +653,33 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /** While the wheel still turns, a click comes when another item is where this one was. */
-    private void awaitIdle() {
-        ask(Operation.AWAIT_IDLE, in -> in.add(Math.min(timeout.toMillis() / 2, NEVER_IDLE.toMillis())), Values::nextBoolean);
+    private boolean awaitIdle() {
+        return ask(Operation.AWAIT_IDLE, in -> in.add(Math.min(timeout.toMillis() / 2, NEVER_IDLE.toMillis())),
+            Values::nextBoolean);
+    }
+
+    /**
+     * Waits until the application rests: its GUI thread has seen to all events that it and its windows had coming and had
+     * nothing else to do, and for a while nothing was drawn in its windows.
+     *
+     * @param quiet how long nothing may be drawn; a text cursor blinks each half second
+     * @param limit the longest wait
+     * @throws ApplicationException.NotInTime it did not rest for so long
+     */
+    public void awaitIdle(Duration quiet, Duration limit) {
+        long end = System.nanoTime() + nanosOf(limit);
+        String what = name + " idle for " + quiet.toMillis() + " ms";
+        Wait.patiently(limit, left -> {
+            Application asked = within(left);
+            if (!asked.awaitIdle()) {
+                return Wait.late(what, limit, () -> "its GUI thread always had something to do");
+            }
+            try (ScreenWatch watch = ScreenWatch.of(Stream.concat(Stream.of(handle), handle.descendants()))) {
+                boolean rests = !watch.await(Math.min(nanosOf(quiet), end - System.nanoTime())) && asked.awaitIdle();
+                return rests && System.nanoTime() - end < 0 ? Outcome.of(true)
+                    : Wait.late(what, limit, () -> "something was drawn in its windows");
+            }
+        });
     }
 
     /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
@@ -744,21 +769,9 @@ public final class Application implements AutoCloseable, WidgetScope {
     /** Asks until there is an answer. A question that comes late has the time that is left. */
     private <T> T await(String what, Function<Application, Optional<T>> question) {
         Duration limit = timeout;
-        long end = System.nanoTime() + nanosOf(limit);
-        Application asked = this;
-        for (long poll = FIRST_POLL_MS; ; poll = Math.min(2 * poll, LAST_POLL_MS)) {
-            Optional<T> answer = question.apply(asked);
-            if (answer.isPresent()) {
-                return answer.get();
-            }
-            pause(poll);
-            long left = end - System.nanoTime();
-            if (left <= 0) {
-                throw new ApplicationException.NotInTime(
-                    name + " has not shown " + what + " within " + limit.toMillis() + " ms", null);
-            }
-            asked = within(Duration.ofNanos(left));
-        }
+        return Wait.patiently(limit, left -> question.apply(within(left)).map(Outcome::of).orElseGet(() ->
+            Outcome.failed(() -> new ApplicationException.NotInTime(
+                name + " has not shown " + what + " within " + limit.toMillis() + " ms", null))));
     }
 
     private static Rectangle shown(Rectangle bounds, String what) {
@@ -787,6 +800,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     private <T> T ask(Operation operation, Consumer<Values> arguments, Function<Values, T> read) {
+        Steps.note(name);
         Duration limit = timeout;
         Values question = Values.create().add(operation.name()).add(nanosOf(limit));
         arguments.accept(question);

@@ -10,7 +10,6 @@ import java.util.Optional;
 import java.util.Set;
 import java.util.function.Function;
 import java.util.function.Predicate;
-import java.util.function.Supplier;
 import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
@@ -41,8 +40,6 @@ import java.util.stream.IntStream;
  * <p>Exceptions of questions are those of {@link Application} as well. Any thread may use it; one at a time should play.
  */
 public final class Widget implements WidgetScope {
-    private static final long POLL_MS = 20;
-
     private final Application application;
     private final String base;
     private final String call;
@@ -473,6 +470,23 @@ public final class Widget implements WidgetScope {
                 + patience.toMillis() + " ms: " + view.line()))));
     }
 
+    /** Waits until it reacts. */
+    public void awaitEnabled() {
+        await("enabled", WidgetView::enabled);
+    }
+
+    /**
+     * Takes a picture of the part of it that is in sight, as a user sees it: with what covers it.
+     *
+     * @param options how
+     * @return the picture
+     * @throws WidgetException.NotReady it has not come into sight
+     */
+    public Picture capture(Screen.Option... options) {
+        return Screen.capture(patiently(tree -> one(tree).then(view -> view.seen() != null ? Outcome.of(view)
+            : notReady(view, "is out of sight"))).seen(), options);
+    }
+
     /**
      * Waits until none shows that matches. With the application its widgets have gone, too.
      *
@@ -492,34 +506,10 @@ public final class Widget implements WidgetScope {
             path() + " is still there after " + patience.toMillis() + " ms: " + left.get().line()));
     }
 
-    /** What came of a look: a value, or why there is none. */
-    private record Outcome<T>(T value, Supplier<WidgetException> failure) {
-        static <T> Outcome<T> of(T value) {
-            return new Outcome<>(value, null);
-        }
-
-        static <T> Outcome<T> failed(Supplier<WidgetException> failure) {
-            return new Outcome<>(null, failure);
-        }
-
-        <R> Outcome<R> then(Function<T, Outcome<R>> next) {
-            return failure == null ? next.apply(value) : failed(failure);
-        }
-    }
-
     /** Looks until there is a value, or the time is over. */
     private <T> T patiently(Function<WidgetView, Outcome<T>> look) {
-        long end = System.nanoTime() + Application.nanosOf(patience);
-        while (true) {
-            Outcome<T> outcome = look.apply(application.tree());
-            if (outcome.failure() == null) {
-                return outcome.value();
-            }
-            if (System.nanoTime() - end >= 0) {
-                throw outcome.failure().get();
-            }
-            Application.pause(POLL_MS);
-        }
+        Steps.note(path());
+        return Wait.patiently(patience, left -> look.apply(application.tree()));
     }
 
     private Outcome<WidgetView> one(WidgetView tree) {
@@ -552,7 +542,7 @@ public final class Widget implements WidgetScope {
         }));
     }
 
-    private Outcome<WidgetView> notReady(WidgetView view, String why) {
+    private <T> Outcome<T> notReady(WidgetView view, String why) {
         return Outcome.failed(() -> new WidgetException.NotReady(path() + " " + why + ": " + view.line()));
     }
 

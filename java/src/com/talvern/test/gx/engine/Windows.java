@@ -1,7 +1,9 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.sys.NativeLibrary;
+import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.util.List;
 
 /**
  * What a test asks of windows of any program, in the terms of its user.
@@ -52,6 +54,11 @@ public final class Windows {
         return top;
     }
 
+    /** Those that a user sees as application windows, the bottom of the stack first. */
+    static List<NativeTopLevelWindow> shown() {
+        return List.of(new NativeTopLevelWindow(0).getOwnedWindows());
+    }
+
     /**
      * Makes sure that there is an X server to ask: without one every query answers neutrally, as if there were no windows.
      *
@@ -60,8 +67,12 @@ public final class Windows {
      */
     public static void requireServer() {
         if (NativeWindow.nativeGetRootNativeWindow().getHandle() == 0) {
-            throw new ApplicationException.NoServer(complaint(System.getenv("DISPLAY")));
+            throw noServer();
         }
+    }
+
+    static ApplicationException.NoServer noServer() {
+        return new ApplicationException.NoServer(complaint(System.getenv("DISPLAY")));
     }
 
     private static String complaint(String display) {

@@ -1,0 +1,80 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.sys.NativeLibrary;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
+import java.awt.Rectangle;
+import java.util.List;
+
+/**
+ * Pictures of what is on the screen, as a user sees it: of a window that is covered, what covers it.
+ *
+ * <p>They come from the X server, on a connection of each picture's own. AWT connects to nothing for that, so a headless
+ * JVM works as well. Any thread. The screen may have 16, 24, 30 or 32 bits a pixel, but no palette.
+ */
+public final class Screen {
+    static {
+        NativeLibrary.load();
+    }
+
+    /** How a picture differs from what is on the screen without the pointer. */
+    public enum Option {
+        /** With the pointer. */
+        WITH_POINTER,
+        /**
+         * Without the frames that {@link com.talvern.test.gx.sys.graphical.Highlighter} shows: they go off the screen for
+         * as long as the programs below take to draw what they hide, 0.3 seconds at most. What a program has not drawn in
+         * that time is missing where its frame was.
+         */
+        WITHOUT_FRAMES
+    }
+
+    private Screen() {}
+
+    /** @return the whole screen */
+    public static Rectangle bounds() {
+        Windows.requireServer();
+        return NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
+    }
+
+    /**
+     * Takes a picture of the whole screen.
+     *
+     * @param options how
+     * @return the picture
+     * @throws ApplicationException.NoServer there is no X server, or it has gone
+     */
+    public static Picture capture(Option... options) {
+        return capture(bounds(), options);
+    }
+
+    /**
+     * Takes a picture of a part of the screen.
+     *
+     * @param part of the screen; what lies off it is left out
+     * @param options how
+     * @return the picture
+     * @throws IllegalArgumentException nothing of the part is on the screen
+     * @throws ApplicationException.NoServer there is no X server, or it has gone
+     * @throws UnsupportedOperationException the screen has a palette, or has just changed its size
+     */
+    public static Picture capture(Rectangle part, Option... options) {
+        Rectangle seen = part.intersection(bounds());
+        if (seen.isEmpty()) {
+            throw new IllegalArgumentException(part + " is not on the screen");
+        }
+        List<Option> how = List.of(options);
+        int[] pixels = pixels(seen.x, seen.y, seen.width, seen.height, how.contains(Option.WITH_POINTER),
+            !how.contains(Option.WITHOUT_FRAMES));
+        if (pixels == null) {
+            throw Windows.noServer();
+        }
+        if (pixels.length == 0) {
+            throw new UnsupportedOperationException("the X server gives no picture of " + seen
+                + ": the screen has a palette, or has just changed its size");
+        }
+        return Picture.of(pixels, seen);
+    }
+
+    /** @return rows from the top, as 0xRRGGBB; empty when there is no picture, null when there is no server */
+    private static native int[] pixels(int x, int y, int width, int height, boolean withPointer, boolean withFrames);
+}
