@@ -160,8 +160,8 @@ std::vector<CSystemVObject> systemVObjects()
     return objects;
 }
 
-CSessionIpc::CSessionIpc()
-    : m_private(enterPrivateIpc() != PrivateIpc::None), m_turn(m_private ? -1 : takeTurn()),
+CSessionIpc::CSessionIpc(bool takesTurns)
+    : m_private(enterPrivateIpc() != PrivateIpc::None), m_turn(m_private || !takesTurns ? -1 : takeTurn()),
       m_before(systemVObjects())
 {
 }
@@ -175,7 +175,7 @@ CSessionIpc::~CSessionIpc()
 std::string CSessionIpc::obstacle() const
 {
     std::string holder;
-    if (!m_private) // a process of the session before may still be on its way out
+    if (m_turn >= 0) // a process of the session before may still be on its way out
         within(10s, [&] { return (holder = holderOfTheStore()).empty(); });
     return holder;
 }
@@ -191,6 +191,8 @@ bool CSessionIpc::isLeft(const CSystemVObject& object) const
 
 int CSessionIpc::removeLeft()
 {
+    if (!m_private && m_turn < 0)
+        return 0;
     std::vector<CSystemVObject> left;
     const auto listLeft = [&] {
         left = systemVObjects();

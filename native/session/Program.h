@@ -1,4 +1,4 @@
-/// Programs that a test starts: an X server, a window manager, a small application.
+/// Programs that a session or a test starts: an X server, a window manager, a small application.
 #pragma once
 
 #include <chrono>
@@ -40,6 +40,8 @@ class CXvfb {
 public:
     /// @param options  further arguments, such as "-extension", "XTEST"
     explicit CXvfb(const std::vector<std::string>& options = {});
+    ~CXvfb();
+    CXvfb(const CXvfb&) = delete;
     const std::string& name() const { return m_name; }  ///< such as ":5"
     CProgram& program() { return m_program; }
 

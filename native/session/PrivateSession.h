@@ -1,4 +1,4 @@
-/// A world of its own for a test process: X server, System V IPC, home directory.
+/// A world of its own for a test: X server, window manager, System V IPC, home directory.
 #pragma once
 
 #include <string>
@@ -8,8 +8,11 @@ class CPrivateSession {
 public:
     struct COptions {
         std::string screen = "1280x1024x24"; ///< as Xvfb takes it
+        std::string windowManager;           ///< its program; empty for none
         bool mayLeave = false;               ///< System V objects that are left behind are no failure
+        bool takesTurns = true; ///< waits for other sessions where there is no IPC namespace of its own
     };
+    static constexpr const char* AnyWindowManager = "any"; ///< one of those that are installed, if there is any
     static constexpr int Skipped = 77; ///< status of a session that cannot be had here; CTest knows it
 
     /// Makes sure that this process runs in a private session. Outside of one it makes an empty home
@@ -20,6 +23,8 @@ public:
     ///
     /// Where no IPC namespace can be had, sessions take turns in the common one, remove what they left there,
     /// and are skipped, with the reason on standard error, while somebody else's process uses the store.
+    ///
+    /// All that runs in the session ends with it: see SessionKeeper.
     static void ensure(int argc, char** argv, bool mayLeave = false);
 
     /// As `ensure` for another program.

@@ -91,7 +91,7 @@ CProgram::CProgram(const std::vector<std::string>& command)
 
 CProgram::~CProgram()
 {
-    kill(SIGKILL);
+    kill(SIGKILL); // whoever is to end in another way is asked before
     wait(60s);
     close(m_output);
 }
@@ -147,8 +147,9 @@ std::optional<int> CProgram::wait(std::chrono::milliseconds limit)
 
 void CProgram::kill(int signal)
 {
-    if (m_pid > 0)
-        ::kill(m_pid, signal);
+    siginfo_t info{};
+    if (m_pid > 0 && waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0)
+        ::kill(m_pid, signal); // it is still this process's child, and not another of that number
 }
 
 CXvfb::CXvfb(const std::vector<std::string>& options)
@@ -160,4 +161,10 @@ CXvfb::CXvfb(const std::vector<std::string>& options)
     if (!number)
         throw std::runtime_error("Xvfb did not start");
     m_name = ":" + *number;
+}
+
+CXvfb::~CXvfb()
+{
+    m_program.kill(SIGTERM); // it removes its socket and its lock file
+    m_program.wait(2s);
 }

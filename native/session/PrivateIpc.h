@@ -28,8 +28,9 @@ std::vector<CSystemVObject> systemVObjects();
 /// The IPC namespace of a session while it lives. In the common namespace sessions take turns on a lock file.
 class CSessionIpc {
 public:
-    /// Enters a private namespace or waits for the turn, without a limit.
-    CSessionIpc();
+    /// Enters a private namespace, or else waits for the turn, without a limit.
+    /// @param takesTurns  false: stays in the common namespace beside others then, and removes nothing there
+    explicit CSessionIpc(bool takesTurns);
     ~CSessionIpc();
     CSessionIpc(const CSessionIpc&) = delete;
 
