@@ -26,6 +26,8 @@ final class Examples {
     private static final String IMPORTS = Stream.of("application", "domain", "engine", "sys", "sys.graphical", "ui")
             .map(each -> "import com.talvern.test.gx." + each + ".*;\n").collect(Collectors.joining())
             + "import java.awt.Point;\nimport java.awt.Rectangle;\nimport java.io.*;\nimport java.time.Duration;\n";
+    private static final String JUNIT_IMPORTS = "import com.talvern.test.gx.junit.*;\nimport org.junit.jupiter.api.*;\n"
+            + "import static org.junit.jupiter.api.Assertions.*;\n";
     private static final Pattern IN_PAGE = Pattern.compile("```java\n(.*?)```", Pattern.DOTALL);
     private static final Pattern IN_JAVADOC = Pattern.compile("<pre>\\{@code\n(.*?)\n +\\* }</pre>", Pattern.DOTALL);
     private static final Pattern CLASS = Pattern.compile("public class (\\w+)");
@@ -63,6 +65,11 @@ final class Examples {
         }
     }
 
+    /** Whether it is a class of tests. */
+    boolean isTest(String name) {
+        return all.get(name).contains("@GxTest");
+    }
+
     /** What the example says that it prints. */
     List<String> printedBy(String name) {
         return PRINTED.matcher(all.get(name)).results().map(each -> each.group(1)).toList();
@@ -71,7 +78,7 @@ final class Examples {
     /** Compiles them into a folder, those of {@link #INSIDE} as one service, which writes into the file GX_EXAMPLES. */
     void compile(Path folder) throws IOException {
         List<String> command = new ArrayList<>(
-                List.of("-encoding", "UTF-8", "-d", folder.toString(), "-cp", System.getProperty("gx.jar")));
+                List.of("-encoding", "UTF-8", "-d", folder.toString(), "-cp", System.getProperty("java.class.path"), "-proc:none"));
         StringBuilder inside = new StringBuilder();
         for (Map.Entry<String, String> example : all.entrySet()) {
             String name = example.getKey();
@@ -79,7 +86,8 @@ final class Examples {
             if (INSIDE.contains(name)) {
                 inside.append("{\n").append(code).append("\n}\n");
             } else if (code.contains("public class ")) {
-                command.add(write(folder, code.startsWith("import") ? code : IMPORTS + code));
+                command.add(write(folder, code.startsWith("import") ? code
+                        : IMPORTS + (isTest(name) ? JUNIT_IMPORTS : "") + code));
             } else {
                 command.add(write(folder, IMPORTS + "public class " + name + "Example {\n"
                         + "public static void main(String[] args) throws Exception {\n" + code + "\n}\n}\n"));

@@ -29,6 +29,10 @@ import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import org.junit.platform.engine.discovery.DiscoverySelectors;
+import org.junit.platform.launcher.core.LauncherDiscoveryRequestBuilder;
+import org.junit.platform.launcher.core.LauncherFactory;
+import org.junit.platform.launcher.listeners.SummaryGeneratingListener;
 
 /** Compiles and runs the examples of README, doc and Javadoc as they stand there. */
 class ExamplesTest {
@@ -83,6 +87,18 @@ class ExamplesTest {
         assertTrue(condition.getAsBoolean());
     }
 
+    /** Runs one that is a class of tests. */
+    private static void test(String name) throws Exception {
+        SummaryGeneratingListener listener = new SummaryGeneratingListener();
+        try (URLClassLoader loader = new URLClassLoader(new URL[] {folder.toUri().toURL()})) {
+            LauncherFactory.create().execute(LauncherDiscoveryRequestBuilder.request()
+                    .selectors(DiscoverySelectors.selectClass(Class.forName(name, true, loader)))
+                    .configurationParameter("gx.failures", folder.toString()).build(), listener);
+        }
+        assertEquals(List.of(), listener.getSummary().getFailures().stream().map(each -> each.getException()).toList());
+        assertTrue(listener.getSummary().getTestsSucceededCount() > 0, name);
+    }
+
     /** Runs one and compares what it prints with what it says. */
     private static void run(String name) throws Exception {
         CompletableFuture<Void> beside = CompletableFuture.completedFuture(null);
@@ -117,6 +133,8 @@ class ExamplesTest {
                 if (name.equals("Mailslot")) { // serves until this JVM ends
                     start(name + "Example");
                     waitUntil(() -> Mailslot.find("Calculator") != null);
+                } else if (examples.isTest(name)) {
+                    test(name);
                 } else if (name.equals("Extension")) {
                     outputOf(name);
                 } else if (!List.of("Example", "OpenFile").contains(name) && !Examples.INSIDE.contains(name)) {

@@ -1,0 +1,94 @@
+package com.talvern.test.gx.junit;
+
+import com.talvern.test.gx.engine.Application;
+import java.io.IOException;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Optional;
+import java.util.concurrent.CopyOnWriteArrayList;
+import org.junit.jupiter.api.extension.AfterEachCallback;
+import org.junit.jupiter.api.extension.AfterTestExecutionCallback;
+import org.junit.jupiter.api.extension.ExtensionContext;
+import org.junit.jupiter.api.extension.LifecycleMethodExecutionExceptionHandler;
+import org.junit.jupiter.api.extension.ParameterContext;
+import org.junit.jupiter.api.extension.ParameterResolutionException;
+import org.junit.jupiter.api.extension.ParameterResolver;
+import org.opentest4j.TestAbortedException;
+
+/** What {@link GxTest} does; JUnit makes and calls it. */
+public final class GxExtension implements ParameterResolver, AfterTestExecutionCallback, AfterEachCallback,
+        LifecycleMethodExecutionExceptionHandler {
+    private static final ExtensionContext.Namespace NAMESPACE = ExtensionContext.Namespace.create(GxExtension.class);
+    private static final String PAGES = "gx.failures";
+    private static final String DEFAULT_PAGES = "target/gx-failures";
+
+    /** Made by JUnit. */
+    public GxExtension() {}
+
+    @Override
+    public boolean supportsParameter(ParameterContext parameter, ExtensionContext context) {
+        return parameter.isAnnotated(Program.class) && parameter.getParameter().getType() == Application.class;
+    }
+
+    @Override
+    public Object resolveParameter(ParameterContext parameter, ExtensionContext context) {
+        Program program = parameter.findAnnotation(Program.class).orElseThrow();
+        try {
+            Launch launch = new Launch(program);
+            ExtensionContext.Store store = context.getStore(NAMESPACE);
+            launches(store).add(launch);
+            store.put(launch, launch); // which closes it when what it is for has ended
+            return launch.start(program);
+        } catch (IOException noFile) {
+            throw new ParameterResolutionException("no file for the errors of " + program.value()[0], noFile);
+        }
+    }
+
+    @SuppressWarnings("unchecked")
+    private static List<Launch> launches(ExtensionContext.Store store) {
+        return (List<Launch>) store.getOrComputeIfAbsent("launches", key -> new CopyOnWriteArrayList<Launch>());
+    }
+
+    @Override
+    public void afterTestExecution(ExtensionContext context) {
+        report(context, context.getExecutionException());
+    }
+
+    /** For what failed beside the test itself. */
+    @Override
+    public void afterEach(ExtensionContext context) {
+        report(context, context.getExecutionException());
+    }
+
+    @Override
+    public void handleBeforeAllMethodExecutionException(ExtensionContext context, Throwable failure) throws Throwable {
+        report(context, Optional.of(failure));
+        throw failure;
+    }
+
+    @Override
+    public void handleBeforeEachMethodExecutionException(ExtensionContext context, Throwable failure) throws Throwable {
+        report(context, Optional.of(failure));
+        throw failure;
+    }
+
+    private static void report(ExtensionContext context, Optional<Throwable> failure) {
+        ExtensionContext.Store store = context.getStore(NAMESPACE);
+        if (failure.isEmpty() || failure.get() instanceof TestAbortedException || store.get(PAGES) != null) {
+            return;
+        }
+        store.put(PAGES, true);
+        List<Launch> launches = new ArrayList<>();
+        for (Optional<ExtensionContext> each = Optional.of(context); each.isPresent(); each = each.get().getParent()) {
+            launches.addAll(launches(each.get().getStore(NAMESPACE)));
+        }
+        Path directory = Path.of(context.getConfigurationParameter(PAGES).orElse(DEFAULT_PAGES));
+        try {
+            System.err.println("What there was when " + context.getDisplayName() + " failed: "
+                + new FailurePage(context, failure.get(), launches).write(directory).toAbsolutePath());
+        } catch (IOException | RuntimeException noPage) {
+            failure.get().addSuppressed(noPage);
+        }
+    }
+}
