@@ -97,7 +97,7 @@ class LaunchTest {
         String own = System.getProperty("java.class.path");
         String library = Path.of("").toAbsolutePath().relativize(Path.of(System.getProperty("java.library.path"))).toString();
         Process engine = new ProcessBuilder(System.getProperty("java.home") + "/bin/java", "-cp", own,
-            "-Djava.library.path=" + library, "Starter", APPS + "gtk3-asked", end).redirectError(Redirect.INHERIT).start();
+            "-Djava.library.path=" + library, "Starter", "nedit", end).redirectError(Redirect.INHERIT).start();
         ProcessHandle program = ProcessHandle.of(Long.parseLong(engine.inputReader().readLine())).orElseThrow();
         assertTrue(program.isAlive());
         if (end.equals("kill")) {
