@@ -128,7 +128,10 @@ public:
     /// refer to live on. Hold the heap lock.
     void freeAll();
 
-    /// Whether the owner is certain to be dead. @throws CInvalidSpyMemRef  the record was freed
+    /// Whether this process owns it.
+    bool isOwn() const;
+    /// Whether the owner is certain to be dead: never when processes of several process id namespaces have
+    /// used the store. @throws CInvalidSpyMemRef  the record was freed
     bool isGone() const;
 
     /// Frees the mailslots of the map "MailSlots" that this process owns. Not those of its parent, for a

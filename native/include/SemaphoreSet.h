@@ -52,7 +52,10 @@ public:
     /// refuses it
     ///                    and leaves the id at -1; the answer is false either way
     /// @return whether the set is new or was reset; every failure is traced with its cause
+    /// A process that cannot be seen from here counts as alive.
     bool create(key_t key, int count, bool attachLive);
+    /// For `create`: processes live that use the set, whoever was the last one to do so. It resets nothing.
+    void setInUse(bool isInUse) { m_isInUse = isInUse; }
     bool attach(int id);
     /// Performs `count` operations, all on semaphore `semnum` (it is written into each), at once or not at
     /// all. Blocks as the operations say; errno tells why it failed: EINTR, or EFBIG for an index that no set
@@ -70,11 +73,15 @@ public:
 private:
     bool createNew(key_t key);
     bool reattach(key_t key, int count, bool attachLive);
+    void traceInTheWay(key_t key, int error) const;
     bool isOurs(key_t key, int count) const;
+    bool isUsed(int index) const;
     bool recycle(key_t key, int count);
     bool op(int semnum, sembuf* operations, int count, const timespec* limit) const;
+    void reset(int index) const;
 
     key_t m_key = 0;
     int m_id = -1;
     bool m_tracing = true;
+    bool m_isInUse = false;
 };

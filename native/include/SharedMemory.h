@@ -24,6 +24,8 @@ public:
     /// Would write `length` bytes from `offset` of the area to `file`; System V has no use for it and it does
     /// nothing.
     virtual void dump(const char* file, unsigned int offset, unsigned int length) = 0;
+    /// Whether the segment was removed from the system: those who have it attached are the last to use it.
+    virtual bool isRemoved() const = 0;
 
     /// Start of the owner's area in this process, aligned to 8 bytes. Null when the segment could not be
     /// attached or carries a foreign signature: the owner has to test for it.

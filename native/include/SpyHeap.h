@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <pthread.h>
 #include <string>
 #include <vector>
 
@@ -157,6 +158,7 @@ public:
         UNIQUEID transactionId(HEAPID id) const;
         /// Takes the lowest free heap id for a transaction; NoHeap when all are taken.
         HEAPID assignId(UNIQUEID transactionId);
+        HEAPID lowestFreeId() const; ///< NoHeap when all are taken
         void clearId(HEAPID id);
         bool isUsed(HEAPID id) const;
     };
@@ -167,6 +169,9 @@ public:
 
     /// The heap of this process with that id: attaches it when it is in use and was not attached before,
     /// which is all it takes the heap mutex for. Heap 0 is made when it does not exist.
+    ///
+    /// Whoever takes the mutex attaches what the heaps that he has consist of, so that their data outlives
+    /// the process that made them.
     /// @return null for an id that no heap has; owned by this class, good until the heap is dropped
     /// @throws COutOfSpyMemory          heap 0 cannot be attached or DISPLAY is not set
     /// @throws CSpyHeapLockedException  a heap was to be attached, and the mutex was busy
@@ -179,6 +184,11 @@ public:
     static CSpyHeap* createBaseHeap(unsigned int size);
     /// Detaches every heap of this process and forgets the mutex. No thread may use spy memory meanwhile.
     static void deleteBaseHeap();
+    /// For the end of the process: gives heap 0 up by `giveUp`, between two changes, and the journal. From
+    /// then on nobody here gets the mutex: the calling thread is refused at once, others when they have
+    /// waited for it. Hold CSharedMemoryGuard.
+    /// @return false when the mutex was not to be had for a tenth of a second: nothing is given up then
+    static bool leave(void (*giveUp)(CSharedMemory&));
     /// A new heap for a transaction. Call it under the heap mutex.
     /// @return null when all 255 are taken or the system refuses a segment
     static CSpyHeap* createHeap(UNIQUEID transactionId);
@@ -206,7 +216,7 @@ public:
 
     HEAPID id() const { return m_id; }
     unsigned int size() const { return m_size; }
-    bool inUse() const { return m_inUse.load(std::memory_order_acquire); }
+    bool inUse() const { return (m_use.load(std::memory_order_acquire) & InUse) != 0; }
     CSharedMemory* sharedMemory() const { return m_pSharedMem.get(); }
     CHeapHeader* header() const { return reinterpret_cast<CHeapHeader*>(m_area); }
 
@@ -237,6 +247,9 @@ public:
 
     /// Takes the mutex around all heaps. Any thread; blocks; nested takes by the holder cost no call of the
     /// system.
+    ///
+    /// When the mutex was removed from the system, this process begins anew: with another mutex, and when the
+    /// segments were removed, too, with another store.
     /// @param timeoutMs  longest wait in milliseconds, see CSpyMutex::acquire; 0 stands for 10 000
     /// @throws CSpyHeapLockedException
     void lock(int timeoutMs);
@@ -298,8 +311,19 @@ private:
     static CSpyHeap* findHeap(HEAPID id);
     static CSpyHeap* findBaseHeap();
     static CSpyHeap* attachHeap(HEAPID id);
+    static CSpyHeap* makeBaseHeap(unsigned int size);
+    static bool take(CSpyMutex& mutex, int timeoutMs);
+    static CSpyMutex* renewed(CSpyMutex& gone);
+    static CSpyMutex* renewMutex();
     static void dropMutex();
+    [[noreturn]] static void refuse(CSpyMutex& mutex, int timeoutMs);
     static void sync();
+    static void lookAgain();
+    static bool isPartOf(const std::vector<UNIQUEID>& transactions, HEAPID id);
+    static void attachRest();
+    template <class Change> static void changeIds(Change change);
+    void setInUse(bool inUse);
+    bool takeUp();
     static void deleteDropped();
 
     void startUsing();
@@ -347,13 +371,19 @@ private:
 
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static std::atomic<CSpyMutex*> m_pMutex;
-    static inline unsigned m_lockDepth = 0; ///< of the thread that holds it
+    static inline unsigned m_lockDepth = 0;           ///< of the thread that holds it
+    static inline std::atomic<bool> s_isHeld = false; ///< by a thread of this process
+    static inline bool s_hasLeft = false;             ///< under the mutex
+    static inline pthread_t s_leaver = 0;
     static inline std::atomic<int> s_readers = 0;
-    static std::vector<CSpyHeap*> s_dropped; ///< out of the table and not yet deleted. Under the mutex
+    static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex
 
     HEAPID m_id;
     uint32_t m_size;
-    std::atomic<bool> m_inUse = false;
+    static constexpr uint32_t InUse = 1;
+    /// Bit 0: in use. The rest grows with each change that is made under the mutex, so that a look-up without
+    /// it takes nothing up that is given up meanwhile.
+    std::atomic<uint32_t> m_use = 0;
     uint32_t m_changeCount = 0;
     std::unique_ptr<CSharedMemory> m_pSharedMem;
     unsigned char* m_area = nullptr;

@@ -79,6 +79,8 @@ public:
     /// be told as well.
     /// @return none when it is free or gone, or there is none
     virtual std::optional<CLockHolder> holder() = 0;
+    /// Whether its semaphore was removed from the system, or never made.
+    virtual bool isGone() = 0;
 
 protected:
     CSpyMutex() : CJniJObject(nullptr, static_cast<jobject>(nullptr), nullptr) {}

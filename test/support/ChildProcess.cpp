@@ -39,7 +39,7 @@ CChildProcess::CChildProcess(const std::function<void(CChildProcess&)>& body)
 void CChildProcess::beChild(const std::function<void(CChildProcess&)>& body, pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent)
+    if (getppid() != parent && getppid() != 0) // 0: the first in a process id namespace
         _exit(127);
     signal(SIGPIPE, SIG_IGN);
     try {

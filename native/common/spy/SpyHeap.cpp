@@ -10,7 +10,11 @@
 #include "SpyMutex.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <new>
+#include <poll.h>
+#include <thread>
 
 namespace {
 constexpr uint32_t BlockHeader = sizeof(CSpyHeap::CHeapBlock);
@@ -58,6 +62,18 @@ try {
     return false;
 }
 
+/// Most hold it for microseconds.
+bool takenSoon(CSpyMutex& mutex)
+{
+    constexpr int Tries = 100;
+    for (int tries = 1; tries < Tries; ++tries) {
+        if (takenAtOnce(mutex))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return takenAtOnce(mutex);
+}
+
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {
     char text[128];
@@ -73,7 +89,7 @@ uint32_t CSpyHeap::DefaultHeapSize = BaseHeapSize;
 uint32_t CSpyHeap::LargestPossibleBlock = largestBlockOf(BaseHeapSize);
 constinit std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> CSpyHeap::s_pSpyHeap = {};
 constinit std::atomic<CSpyMutex*> CSpyHeap::m_pMutex = nullptr;
-std::vector<CSpyHeap*> CSpyHeap::s_dropped;
+std::vector<CSpyHeap*>& CSpyHeap::s_dropped = *new std::vector<CSpyHeap*>; // threads may outlive main
 
 // Heaps and their life
 
@@ -86,16 +102,16 @@ CSpyHeap* CSpyHeap::findHeap(HEAPID id)
         return base;
     if (!base->header()->isUsed(id))
         return nullptr;
-    if (CSpyHeap* heap = s_pSpyHeap[id].load(std::memory_order_acquire)) {
-        heap->m_inUse.store(true, std::memory_order_release);
-        return heap;
-    }
+    if (CSpyHeap* heap = s_pSpyHeap[id].load(std::memory_order_acquire))
+        return heap->takeUp() ? heap : nullptr;
     const CSpyUnit unit;
     if (!base->header()->isUsed(id))
         return nullptr; // dropped meanwhile
     CSpyHeap* heap = attachHeap(id);
     if (heap && !heap->m_pSharedMem->existed())
         CTracer::debugTrace("ALERT: Probably attaching todefunct heap:%d ", static_cast<int>(id));
+    if (heap)
+        attachRest(); // of its transaction
     return heap;
 }
 
@@ -107,10 +123,11 @@ CSpyHeap* CSpyHeap::findBaseHeap()
         const CSharedMemoryGuard guard;
         pHeap = s_pSpyHeap[0].load(std::memory_order_acquire);
         if (!pHeap)
-            pHeap = createBaseHeap(BaseHeapSize);
+            pHeap = makeBaseHeap(BaseHeapSize);
     }
     GX_ASSERT(pHeap, "pHeap != 0");
-    pHeap->m_inUse.store(true, std::memory_order_release);
+    if (!pHeap->inUse())
+        pHeap->setInUse(true);
     return pHeap;
 }
 
@@ -118,6 +135,11 @@ CSpyHeap* CSpyHeap::createBaseHeap(unsigned int size)
 {
     GX_ASSERT(!s_pSpyHeap[0].load(), "s_pSpyHeap[0] == 0");
     GX_ASSERT(!m_pMutex.load(), "m_pMutex == 0");
+    return makeBaseHeap(size);
+}
+
+CSpyHeap* CSpyHeap::makeBaseHeap(unsigned int size)
+{
     // Under the guard, since the mutex that guards everything else only comes after the heap.
     const CSharedMemoryGuard guard;
     auto base = std::unique_ptr<CSpyHeap>(new CSpyHeap(size, 0));
@@ -161,7 +183,7 @@ CSpyHeap::CSpyHeap(unsigned int size, HEAPID id)
 void CSpyHeap::startUsing()
 {
     if (m_pSharedMem->existed())
-        m_inUse.store(true, std::memory_order_release);
+        setInUse(true);
     else
         init();
 }
@@ -194,6 +216,23 @@ void CSpyHeap::dropMutex()
     delete mutex;
 }
 
+bool CSpyHeap::leave(void (*giveUp)(CSharedMemory&))
+{
+    CSpyMutex* mutex = m_pMutex.load();
+    if (mutex && !takenSoon(*mutex))
+        return false;
+    if (m_lockDepth > 0)
+        CSpyJournal::rollBack(); // the thread that exits in the midst of a change does not go on with it
+    s_leaver = pthread_self();
+    s_hasLeft = true;
+    CSpyJournal::detach();
+    if (const CSpyHeap* base = attached(0))
+        giveUp(*base->m_pSharedMem);
+    if (mutex)
+        mutex->release();
+    return true;
+}
+
 void CSpyHeap::setDefaultHeapSize(unsigned int bytes)
 {
     DefaultHeapSize = std::clamp(bytes, 0x1000U, 0x1000000U);
@@ -206,7 +245,7 @@ void CSpyHeap::init()
         lock(0);
     revokeReferences();
     format();
-    m_inUse.store(true, std::memory_order_release);
+    setInUse(true);
     if (m_id != 0)
         unlock();
 }
@@ -237,6 +276,16 @@ void CSpyHeap::format()
     CHeapChange::mark(*this, CHeapChange::None);
 }
 
+/// What this process does itself is no reason to look again.
+template <class Change> void CSpyHeap::changeIds(Change change)
+{
+    CSpyHeap& base = *getHeap(0);
+    const bool isCurrent = base.m_changeCount == base.header()->m_changeCount.load();
+    change(*base.header());
+    if (isCurrent)
+        base.m_changeCount = base.header()->m_changeCount.load();
+}
+
 CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
 {
     CSpyHeap& base = *getHeap(0);
@@ -245,33 +294,68 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
     // What is emptied after this unit may be what it gets.
     if (CSpyJournal::hasDropped())
         CSpyJournal::checkpoint();
-    const HEAPID id = base.header()->assignId(transactionId);
+    const HEAPID id = base.header()->lowestFreeId();
     if (id == NoHeap)
         return nullptr;
     if (CSpyHeap* pheap = s_pSpyHeap[id].load())
         GX_ASSERT(!pheap->inUse(), "!pheap->inUse()");
-    if (!attachHeap(id)) {
-        base.header()->clearId(id);
+    CSpyHeap* pheap = attachHeap(id);
+    if (!pheap)
         return nullptr;
-    }
-    CSpyHeap* pheap = s_pSpyHeap[id].load();
-    GX_ASSERT(pheap, "pheap != 0");
     // Others may still have it attached, and it may hold what a process has left that died before it emptied
     // it.
     pheap->init();
     CSpyJournal::isFresh(*pheap, 0, pheap->m_size);
+    // Last, since a look-up without the mutex finds it from here on.
+    changeIds([&](CHeapHeader& header) { header.assignId(transactionId); });
     return pheap;
 }
 
+/// Gives up what others have dropped.
 void CSpyHeap::sync()
 {
     CSpyHeap& base = *getHeap(0);
     for (HEAPID id = 1; id <= MaxHeap; ++id) {
         CSpyHeap* heap = s_pSpyHeap[id].load();
-        if (heap && heap->inUse() && !base.header()->isUsed(id))
+        if (!heap || base.header()->isUsed(id))
+            continue;
+        if (heap->inUse())
             heap->forget();
+        else
+            heap->setInUse(false); // also for the look-up that has just found it used
     }
+    attachRest();
     base.m_changeCount = base.header()->m_changeCount.load();
+}
+
+/// Heaps have come or gone since this process looked.
+void CSpyHeap::lookAgain()
+{
+    const CSpyHeap* base = attached(0);
+    if (base && base->m_changeCount != base->header()->m_changeCount.load()) [[unlikely]]
+        sync();
+}
+
+bool CSpyHeap::isPartOf(const std::vector<UNIQUEID>& transactions, HEAPID id)
+{
+    const CHeapHeader& base = *attached(0)->header();
+    return base.isUsed(id) &&
+           std::find(transactions.begin(), transactions.end(), base.transactionId(id)) != transactions.end();
+}
+
+/// Attaches what the base heap and the transactions that this process has seen consist of: a heap is lost
+/// with the last process that has it attached.
+void CSpyHeap::attachRest()
+try {
+    std::vector<UNIQUEID> seen{0};
+    for (HEAPID id = 1; id <= MaxHeap; ++id)
+        if (const CSpyHeap* heap = attached(id); heap && heap->inUse())
+            seen.push_back(getTransactionId(id));
+    for (HEAPID id = 1; id <= MaxHeap; ++id)
+        if (isPartOf(seen, id))
+            getHeap(id);
+} catch (const std::bad_alloc&) {
+    // What is missing is attached when it is asked for.
 }
 
 HEAPID CSpyHeap::getHeapId(UNIQUEID transactionId)
@@ -306,9 +390,25 @@ void CSpyHeap::free()
     drop();
 }
 
+void CSpyHeap::setInUse(bool inUse)
+{
+    const uint32_t next = (m_use.load(std::memory_order_relaxed) | InUse) + 1;
+    m_use.store(next | (inUse ? InUse : 0), std::memory_order_release);
+}
+
+/// For a look-up, which has no mutex: takes the heap up again unless its id is given up meanwhile.
+bool CSpyHeap::takeUp()
+{
+    uint32_t use = m_use.load(std::memory_order_acquire);
+    while (attached(0)->header()->isUsed(m_id))
+        if (m_use.compare_exchange_weak(use, use | InUse, std::memory_order_acq_rel))
+            return true;
+    return false;
+}
+
 void CSpyHeap::forget()
 {
-    m_inUse.store(false, std::memory_order_release);
+    setInUse(false);
     if (m_id <= LastKeptHeap)
         return;
     s_pSpyHeap[m_id].store(nullptr); // before it is asked who reads: nobody finds it any more
@@ -337,7 +437,7 @@ void CSpyHeap::dropHeap(HEAPID id)
     if (CSpyHeap* heap = getHeap(id))
         heap->free();
     else
-        getHeap(0)->header()->clearId(id);
+        changeIds([&](CHeapHeader& header) { header.clearId(id); });
 }
 
 /// A heap of the same transaction that still led here would lead to whatever gets this id next.
@@ -365,8 +465,8 @@ void CSpyHeap::drop()
             heap->free();
     }
     unlinkFromOthers();
-    getHeap(0)->header()->clearId(m_id);
-    m_inUse.store(false, std::memory_order_release);
+    changeIds([&](CHeapHeader& header) { header.clearId(m_id); });
+    setInUse(false);
     CSpyJournal::dropped(*this);
 }
 
@@ -396,7 +496,7 @@ CSpyHeap* CSpyHeap::leftBehind(HEAPID id)
     CSpyHeap* heap = attachHeap(id);
     if (!heap || heap->m_pSharedMem->existed())
         return heap;
-    heap->m_inUse.store(false, std::memory_order_release); // and stays, with the stamps that go on
+    heap->setInUse(false); // and stays, with the stamps that go on
     return nullptr;
 }
 
@@ -421,13 +521,19 @@ bool CSpyHeap::CHeapHeader::isUsed(HEAPID id) const
     return (m_usedIds[id >> 3].load(std::memory_order_relaxed) & 1U << (id & 7)) != 0;
 }
 
-// Bit before transaction here, and the other way round in clearId: a process that dies in between leaves an
-// id that is lost, and never a transaction whose heap is missing.
-HEAPID CSpyHeap::CHeapHeader::assignId(UNIQUEID transactionId)
+HEAPID CSpyHeap::CHeapHeader::lowestFreeId() const
 {
     HEAPID id = 1;
     while (id <= MaxHeap && isUsed(id))
         ++id;
+    return id;
+}
+
+// Bit before transaction here, and the other way round in clearId: a process that dies in between leaves an
+// id that is lost, and never a transaction whose heap is missing.
+HEAPID CSpyHeap::CHeapHeader::assignId(UNIQUEID transactionId)
+{
+    const HEAPID id = lowestFreeId();
     if (id == NoHeap)
         return NoHeap;
     CSpyJournal::keep(m_usedIds[id >> 3]);
@@ -886,15 +992,67 @@ void CSpyHeap::lock(int timeoutMs)
 {
     CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
     GX_ASSERT(mutex, "m_pMutex != 0");
-    try {
-        const bool isNested = mutex->isAcquired();
-        mutex->acquire(timeoutMs == 0 ? DefaultTimeoutMs : timeoutMs);
-        m_lockDepth = isNested ? m_lockDepth + 1 : 1;
-        if (!isNested)
-            CSpyJournal::begin();
-    } catch (const CMutexTimeoutException&) {
+    const int limit = timeoutMs == 0 ? DefaultTimeoutMs : timeoutMs;
+    if (take(*mutex, limit))
+        return;
+    mutex = renewed(*mutex);
+    if (!mutex || !take(*mutex, limit))
         throw CSpyHeapLockedException();
+}
+
+bool CSpyHeap::take(CSpyMutex& mutex, int timeoutMs)
+try {
+    const bool isNested = mutex.isAcquired();
+    mutex.acquire(timeoutMs);
+    if (s_hasLeft) [[unlikely]]
+        refuse(mutex, timeoutMs);
+    m_lockDepth = isNested ? m_lockDepth + 1 : 1;
+    if (!isNested) {
+        s_isHeld = true;
+        CSpyJournal::begin();
+        lookAgain();
     }
+    return true;
+} catch (const CMutexTimeoutException&) {
+    return false;
+}
+
+CSpyMutex* CSpyHeap::renewMutex()
+{
+    std::unique_ptr<CSpyMutex> made(CSpyMutex::create(HeapObjectName));
+    if (made->isGone())
+        return nullptr;
+    m_pMutex.store(made.get(), std::memory_order_release);
+    return made.release();
+}
+
+/// What other threads may be looking at stays attached.
+/// @return null when the mutex is there and only busy, or a thread of this process is still under it
+CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
+{
+    if (!gone.isGone())
+        return nullptr;
+    const CSharedMemoryGuard guard;
+    if (m_pMutex.load() == &gone) {
+        if (s_isHeld)
+            return nullptr;
+        CTracer::debugTrace("The lock of spy memory was removed: beginning anew");
+        if (attached(0) && !attached(0)->m_pSharedMem->isRemoved())
+            return renewMutex();
+        for (auto& known : s_pSpyHeap)
+            known.store(nullptr);
+        makeBaseHeap(BaseHeapSize);
+    }
+    return m_pMutex.load();
+}
+
+/// The process ends: other threads than the one that ends it find the mutex taken, as long as they live.
+void CSpyHeap::refuse(CSpyMutex& mutex, int timeoutMs)
+{
+    mutex.release();
+    if (pthread_self() != s_leaver)
+        poll(nullptr, 0, timeoutMs);
+    throw CSpyHeapLockedException();
 }
 
 void CSpyHeap::unlock()
@@ -907,7 +1065,8 @@ void CSpyHeap::unlock()
             if (!s_dropped.empty())
                 deleteDropped();
         }
-        --m_lockDepth;
+        if (--m_lockDepth == 0)
+            s_isHeld = false;
     }
     mutex->release();
 }

@@ -86,14 +86,25 @@ private:
         if (!tested)
             throw COutOfSpyMemory();
         const HEAPID heap = tested->id();
-        const unsigned int largest = tested->header()->m_poolBlockSize.load();
-        const bool large = allocate(largest, *tested).heapId() == heap;
-        while (allocate(SmallTestBlock, *tested).heapId() == heap) {
+        bool large = false;
+        try {
+            large = fill(*tested);
+        } catch (...) {
+            CSpyHeap::dropHeap(heap);
+            throw;
         }
-        std::fputs(" -- Heap after filling heap pools --", m_out);
-        tested->walk(m_out);
         CSpyHeap::dropHeap(heap);
         return large && !CSpyHeap::getHeap(heap);
+    }
+
+    bool fill(CSpyHeap& tested)
+    {
+        const bool large = allocate(tested.header()->m_poolBlockSize.load(), tested).heapId() == tested.id();
+        while (allocate(SmallTestBlock, tested).heapId() == tested.id()) {
+        }
+        std::fputs(" -- Heap after filling heap pools --", m_out);
+        tested.walk(m_out);
+        return large;
     }
 
     bool writeBlocks()

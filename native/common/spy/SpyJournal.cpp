@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -23,9 +24,12 @@ struct CHeader {
     CShared<uint32_t> m_open;      ///< not 0: the marks of the heaps below are this journal's
     CShared<uint32_t> m_marking;   ///< 1 more than the heap that is just being marked, 0 for none
     CShared<uint8_t> m_marked[32]; ///< heap n is marked: bit n mod 8 of byte n / 8
-    uint8_t m_reserved[68];
+    uint8_t m_reserved[60];
+    CShared<uint32_t> m_processNamespace; ///< inode of the first process's
+    CShared<uint32_t> m_isMixed;          ///< not 0: processes of others have come
 };
-static_assert(sizeof(CHeader) == 128 && offsetof(CHeader, m_used) == 16 && offsetof(CHeader, m_marked) == 28);
+static_assert(sizeof(CHeader) == 128 && offsetof(CHeader, m_used) == 16 &&
+              offsetof(CHeader, m_marked) == 28 && offsetof(CHeader, m_processNamespace) == 120);
 
 /// Behind the old bytes of a record, since records are read from the last to the first.
 struct CTrailer {
@@ -95,13 +99,14 @@ private:
 
 constexpr size_t KeptPages = 1 << 20; ///< of the segment, between two units
 
-// All of these belong to the holder of the heap mutex.
-std::unique_ptr<CJournalSegment> s_segment;
+// All of these belong to the holder of the heap mutex, which may be a thread that works on while the process
+// ends: what has a destructor lives on.
+std::unique_ptr<CJournalSegment>& s_segment = *new std::unique_ptr<CJournalSegment>;
 size_t s_used = 0; ///< as this process knows, whatever others write into the header
 CRanges s_fresh, s_givenUp;
 CLately s_lately;
 std::bitset<MaxHeap + 1> s_marked;
-std::vector<CSpyHeap*> s_dropped;
+std::vector<CSpyHeap*>& s_dropped = *new std::vector<CSpyHeap*>;
 bool s_isPlayingBack = false;
 std::atomic<pthread_t> s_holder = 0; ///< of the mutex
 
@@ -149,6 +154,22 @@ void markInHeader(HEAPID id, bool isMarked)
     CShared<uint8_t>& byte = header().m_marked[id >> 3];
     const uint8_t bit = static_cast<uint8_t>(1U << (id & 7));
     byte.store(static_cast<uint8_t>(isMarked ? byte.load() | bit : byte.load() & ~bit));
+}
+
+/// 1 where /proc does not tell.
+uint32_t ownProcessNamespace()
+{
+    struct stat status;
+    return stat("/proc/self/ns/pid", &status) == 0 ? static_cast<uint32_t>(status.st_ino) : 1;
+}
+
+void enterProcessNamespace()
+{
+    const uint32_t own = ownProcessNamespace(), first = header().m_processNamespace.load();
+    if (first == 0)
+        header().m_processNamespace.store(own);
+    else if (first != own)
+        header().m_isMixed.store(1);
 }
 
 /// The heaps that the dead process changed and that are what it left: one that only it had attached is made
@@ -223,6 +244,8 @@ void CSpyJournal::attach(const CSharedMemory& firstHeap)
         CTracer::debugTrace("Changes of spy memory are not journalled: the segment is not a journal");
         s_segment.reset();
     }
+    if (s_segment)
+        enterProcessNamespace();
 }
 
 void CSpyJournal::detach()
@@ -238,6 +261,8 @@ void CSpyJournal::begin()
     s_dropped.clear();
     s_isPlayingBack = false; // a child made by fork may have it from its parent
     s_holding.fetch_add(1 + (s_holding & 1), std::memory_order_relaxed);
+    if (s_segment)
+        s_seesAll.store(header().m_isMixed.load() == 0, std::memory_order_relaxed);
     if (isOpen()) [[unlikely]]
         playBack();
 }

@@ -27,6 +27,10 @@ public:
     /// @param firstHeap  heap 0
     static void attach(const CSharedMemory& firstHeap);
     static void detach();
+    /// Whether ids of processes mean the same to all that have used the store, as far as the latest holder of
+    /// the mutex in this process could see: one without a process may else belong to another namespace. Any
+    /// thread.
+    static bool seesAll() { return s_seesAll.load(std::memory_order_relaxed); }
 
     /// The mutex was just taken by a thread that did not hold it: finishes what a dead process has begun.
     static void begin();
@@ -82,6 +86,7 @@ private:
     static void finish();
     static void emptyDropped();
 
+    static inline std::atomic<bool> s_seesAll = true;
     static inline unsigned s_parts = 0;
     static inline bool s_isComplete = false;
     static inline std::atomic<uint64_t> s_holding = 0;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <sys/types.h>
+#include <vector>
 
 struct semid_ds;
 struct seminfo;
@@ -22,11 +23,15 @@ constexpr int IpcRights = 0666;
 class CSegmentStatus {
 public:
     explicit CSegmentStatus(int id);
+    /// Of all segments of the IPC namespace that this user may read, as far as there is memory for the list.
+    static std::vector<int> ids();
 
     bool isKnown() const { return m_rights != -1; } ///< whether there is such a segment; errno otherwise
     long attachments() const { return m_attachments; }
     size_t size() const { return m_size; }
     int rights() const { return m_rights; }
+    key_t key() const { return m_key; }
+    bool isDoomed() const { return m_isDoomed; } ///< removed, for all but those who have it attached
     /// Whether it has the rights that this library gives. Its size and its signature are the owner's to
     /// compare.
     bool mayBeOurs() const { return m_rights == IpcRights; }
@@ -35,6 +40,8 @@ private:
     int m_rights = -1;
     size_t m_size = 0;
     long m_attachments = -1;
+    key_t m_key = -1;
+    bool m_isDoomed = false;
 };
 
 /// A set of semaphores. The same goes for what is reset, signalled or removed.
@@ -62,3 +69,8 @@ private:
     int m_rights = -1;
     int m_size = 0;
 };
+
+/// Says in the trace what lies at a key that this process could not use as its own: key, owner, rights and
+/// the number of the error, 0 for none. Also when this process may not look at it.
+void traceSegmentAt(key_t key, int error);
+void traceSetAt(key_t key, int error);

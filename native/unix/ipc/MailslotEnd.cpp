@@ -57,7 +57,7 @@ void freeIfOwn(CSpyMap& slots, const CSpyVariant& key)
     if (!found.isa(CSpyVariant::SpyMailslot))
         return;
     CMailslot slot(found.ref());
-    if (!slot.mailbox() || slot.mailbox()->m_owner.load() != g_pid)
+    if (!slot.isOwn())
         return;
     slot.freeAll();
     slots.remove(name);

@@ -5,7 +5,10 @@
 #include "GxAssert.h"
 #include "GxDebug.h"
 #include "HoldRecords.h"
+#include "IpcStatus.h"
+#include "SharedMemory.h"
 #include "SharedMemoryHeader.h"
+#include "SpyHeap.h"
 
 #include <cerrno>
 #include <cstring>
@@ -103,6 +106,8 @@ CSemaphoreHandle heapLockHandle()
     }
     const char* display = CSharedMemoryHeader::display();
     CMutex set;
+    const CSpyHeap* base = CSpyHeap::attached(0);
+    set.setInUse(base && base->sharedMemory()->existed());
     set.create(directory->getKey(display ? display : "", 0) - 1, 1, true);
     CHoldRecords::setHeapSet(set.id());
     return {set.id(), 0};
@@ -246,7 +251,7 @@ void CUnixMutex::unlock()
     if (isNone())
         return;
     CHoldRecords::givenBack(m_handle);
-    const bool succes = CMutex(m_handle).unlock() || isGone(errno);
+    const bool succes = CMutex(m_handle).unlock() || ::isGone(errno);
     GX_ASSERT(succes, "succes");
 }
 
@@ -316,6 +321,11 @@ bool CUnixMutex::isAcquired()
 std::optional<CLockHolder> CUnixMutex::holder()
 {
     return isNone() ? std::nullopt : CHoldRecords::holderOf(m_handle);
+}
+
+bool CUnixMutex::isGone()
+{
+    return !isNone() && CSemaphoreStatus(m_handle.m_set).key() == -1;
 }
 
 void CUnixMutex::refresh()

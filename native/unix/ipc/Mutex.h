@@ -67,6 +67,7 @@ public:
     void free() override;
     bool isAcquired() override;
     std::optional<CLockHolder> holder() override;
+    bool isGone() override;
 
     /// Reads the owner from the Java object and writes it back; without one they do nothing.
     void refresh();

@@ -4,64 +4,138 @@
 #include "ProcessEnd.h"
 #include "SharedMemory.h"
 #include "SpyHeap.h"
+#include "UnixSharedMemory.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <new>
+#include <string>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <unistd.h>
 
 namespace {
 std::array<std::atomic<key_t>, CSharedMemoryHeader::Names> s_baseHeaps; ///< 0: free
 std::atomic<size_t> s_remembered = 0;
+std::array<std::atomic<int>, CSharedMemoryHeader::Names> s_lists; ///< 1 more than the id; 0: free
+std::atomic<size_t> s_rememberedLists = 0;
+bool s_isEnding = false;
+bool s_hasStayed = false; ///< another thread kept the heap mutex when this process ended
 
-bool isSignedAsHeap(int id)
+bool isRemembered(key_t key)
 {
-    const void* base = shmat(id, nullptr, SHM_RDONLY);
-    if (base == reinterpret_cast<void*>(-1))
+    return key != 0 && std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) != s_baseHeaps.end();
+}
+
+key_t keyOf(const CSpyHeap& heap)
+{
+    return static_cast<const CUnixSharedMemory&>(*heap.sharedMemory()).attachedKey();
+}
+
+template <class Visit> void forEachOwnHeap(Visit visit)
+{
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (const CSpyHeap* heap = CSpyHeap::attached(id))
+            visit(*heap);
+}
+
+/// Attachments of this process that end with it: all but those that it has given up.
+long ownAttachments(key_t key)
+{
+    long own = 0;
+    forEachOwnHeap([&](const CSpyHeap& heap) {
+        const bool isBase = heap.id() == 0;
+        if ((keyOf(heap) == key && (!isBase || s_hasStayed)) ||
+            (isBase && s_hasStayed && CSegmentSweep::journalKey(keyOf(heap)) == key))
+            own = 1;
+    });
+    return s_isEnding ? own : 0;
+}
+
+/// The segment at a key.
+class CFound {
+public:
+    explicit CFound(key_t key) : CFound(key, shmget(key, 0, 0)) {}
+    CFound(key_t key, int id) : m_key(key), m_id(id), m_status(id) {}
+
+    bool isOrphanedHeap() const { return m_status.isDoomed() && isHeap(); }
+    bool isThere() const { return m_status.isKnown(); }
+    bool isUsed() const { return m_status.mayBeOurs() && !isUnattached(); }
+    bool isUnattached() const { return m_status.attachments() <= ownAttachments(m_key); }
+    bool isHeap() const
+    {
+        return m_status.mayBeOurs() && m_status.size() >= sizeof CSpyHeap::HeapObjectName &&
+               look([](const char* base, size_t) {
+                   return std::strncmp(base, CSpyHeap::HeapObjectName, sizeof CSpyHeap::HeapObjectName) == 0;
+               });
+    }
+    /// Whether the record of the semaphore list lies in it (see CSemaphoreList::CRecord).
+    bool namesList(key_t key, int set) const
+    {
+        const int32_t start[] = {key, set};
+        return look([&](const char* base, size_t size) {
+            return memmem(base, size, start, sizeof start) != nullptr;
+        });
+    }
+    void remove() const
+    {
+        if (m_status.mayBeOurs())
+            shmctl(m_id, IPC_RMID, nullptr);
+    }
+
+private:
+    template <class Look> bool look(Look look) const
+    {
+        const void* base = shmat(m_id, nullptr, SHM_RDONLY);
+        if (base == reinterpret_cast<void*>(-1))
+            return false;
+        const bool answer = look(static_cast<const char*>(base), m_status.size());
+        shmdt(base);
+        return answer;
+    }
+
+    key_t m_key;
+    int m_id;
+    CSegmentStatus m_status;
+};
+
+/// A process whose end nobody has taken note of is over, too.
+bool isRunning(pid_t process)
+{
+    if (kill(process, 0) != 0 && errno == ESRCH)
         return false;
-    const bool isSigned = std::strncmp(static_cast<const char*>(base), CSpyHeap::HeapObjectName,
-                                       sizeof CSpyHeap::HeapObjectName) == 0;
-    shmdt(base);
-    return isSigned;
+    FILE* file = std::fopen(("/proc/" + std::to_string(process) + "/stat").c_str(), "re");
+    char state = 'R';
+    if (file && std::fscanf(file, "%*d (%*[^)]) %c", &state) != 1)
+        state = 'R';
+    if (file)
+        std::fclose(file);
+    return state != 'Z' && state != 'X';
 }
 
-/// @return whether there is a heap of ours at that key, or was one that this process had
-bool removeHeap(key_t key)
+bool isUsedByOthers(int set)
 {
-    const int id = shmget(key, 0, 0);
-    const CSegmentStatus status(id);
-    if (!status.isKnown())
-        return std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) != s_baseHeaps.end();
-    if (!status.mayBeOurs() || status.size() < sizeof CSpyHeap::HeapObjectName || !isSignedAsHeap(id))
-        return false;
-    // With the directory nobody else's, an attachment can only be this process's own.
-    if (status.attachments() <= 1)
-        shmctl(id, IPC_RMID, nullptr);
-    return true;
-}
-
-/// As with a heap, one attachment is this process's own.
-void removeJournal(key_t key)
-{
-    const int id = shmget(key, 0, 0);
-    if (const CSegmentStatus status(id); status.mayBeOurs() && status.attachments() <= 1)
-        shmctl(id, IPC_RMID, nullptr);
-}
-
-void removeSemaphores(key_t key, int size)
-{
-    if (const int id = semget(key, 0, 0); CSemaphoreStatus(id).isOurs(size))
-        semctl(id, 0, IPC_RMID);
+    const pid_t latest = semctl(set, 0, GETPID);
+    return latest > 0 && latest != getpid() && isRunning(latest);
 }
 } // namespace
 
 void CSegmentSweep::rememberBaseHeap(key_t key)
 {
-    if (std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) == s_baseHeaps.end())
+    if (!isRemembered(key))
         s_baseHeaps[s_remembered++ % s_baseHeaps.size()] = key;
+}
+
+void CSegmentSweep::rememberList(int set)
+{
+    s_lists[s_rememberedLists++ % s_lists.size()] = set + 1;
 }
 
 void CSegmentSweep::runAtExit()
@@ -70,32 +144,144 @@ void CSegmentSweep::runAtExit()
     static_cast<void>(registered);
 }
 
-void CSegmentSweep::removeListed(const CSharedMemoryHeader& directory)
+CSegmentSweep::CStore CSegmentSweep::storeOf(const CSharedMemoryHeader& directory, uint32_t name)
 {
+    CStore store;
     const uint32_t nextKey = directory.m_layout.m_nextKey.load();
     for (const auto& entry : directory.m_layout.m_keys) {
-        const uint32_t listed = entry.m_key.load();
-        if (listed <= static_cast<uint32_t>(CSharedMemoryHeader::s_headerKey) || listed >= nextKey)
+        const uint32_t key = entry.m_key.load();
+        if (entry.m_nameIndex.load() != name || !CSharedMemoryHeader::isPlausible(key, nextKey))
             continue;
-        const auto key = static_cast<key_t>(listed);
-        if (removeHeap(key) && entry.m_blockIndex.load() == 0) {
-            removeJournal(journalKey(key));
-            removeSemaphores(key, CSemaphoreStatus::ListSize);
-            removeSemaphores(key - 1, CSemaphoreStatus::LockSize);
-        }
+        store.m_heaps.push_back(static_cast<key_t>(key));
+        if (entry.m_blockIndex.load() == 0 && store.m_base == 0)
+            store.m_base = static_cast<key_t>(key);
     }
+    return store;
+}
+
+CSegmentSweep::CStore CSegmentSweep::ownStore()
+{
+    CStore store;
+    forEachOwnHeap([&](const CSpyHeap& heap) {
+        store.m_heaps.push_back(keyOf(heap));
+        if (heap.id() == 0)
+            store.m_base = keyOf(heap);
+    });
+    return store;
+}
+
+void CSegmentSweep::removeUnused(const CSharedMemoryHeader& directory) noexcept
+try {
+    for (uint32_t name = 0; name < CSharedMemoryHeader::Names; ++name)
+        removeIfUnused(&directory, storeOf(directory, name));
+    removeNameless(directory);
+} catch (const std::bad_alloc&) {
+    // What is left is removed by whoever comes next.
+}
+
+/// Heaps of displays that the table of names has no room for, or that of keys: whoever made one has it
+/// attached as long as he lives.
+void CSegmentSweep::removeNameless(const CSharedMemoryHeader& directory)
+{
+    for (const int id : CSegmentStatus::ids()) {
+        const CSegmentStatus status(id);
+        if (!CSharedMemoryHeader::isPlausible(static_cast<uint32_t>(status.key()),
+                                              directory.m_layout.m_nextKey))
+            continue;
+        const CSharedMemoryHeader::CEntry* entry = entryOf(directory, status.key());
+        if (!entry || entry->m_nameIndex.load() >= CSharedMemoryHeader::Names)
+            removeIfUnused(&directory, {status.key(), {status.key()}});
+    }
+}
+
+const CSharedMemoryHeader::CEntry* CSegmentSweep::entryOf(const CSharedMemoryHeader& directory, key_t key)
+{
+    const auto& entries = directory.m_layout.m_keys;
+    const auto* found = std::find_if(std::begin(entries), std::end(entries), [&](const auto& entry) {
+        return entry.m_key.load() == static_cast<uint32_t>(key);
+    });
+    return found == std::end(entries) ? nullptr : found;
+}
+
+bool CSegmentSweep::isBaseInUse(const CSharedMemoryHeader* directory, key_t key)
+{
+    const CSharedMemoryHeader::CEntry* entry = directory ? entryOf(*directory, key) : nullptr;
+    return key != CSharedMemoryHeader::s_headerKey && (!entry || entry->m_blockIndex.load() == 0) &&
+           CFound(key).isUsed();
+}
+
+/// What is attached of a display that is not in use is so by processes that are about to end. The first heap
+/// goes last: whoever dies in between leaves the evidence of what is to be removed.
+void CSegmentSweep::removeIfUnused(const CSharedMemoryHeader* directory, const CStore& store)
+{
+    const CFound base(store.m_base);
+    if (base.isUsed())
+        return;
+    const bool hasGone = !base.isThere() && isRemembered(store.m_base);
+    const bool isKnown = hasGone || base.isHeap();
+    const int list = semget(store.m_base, 0, 0);
+    bool isListNamed = hasGone || std::find(s_lists.begin(), s_lists.end(), list + 1) != s_lists.end();
+    std::vector<CFound> unused;
+    for (const key_t key : store.m_heaps)
+        if (const CFound heap(key); heap.isHeap() && (isKnown || heap.isUnattached())) {
+            isListNamed = isListNamed || (list != -1 && heap.namesList(store.m_base, list));
+            unused.push_back(heap);
+        }
+    if (isKnown) {
+        if (const CFound journal(journalKey(store.m_base)); journal.isUnattached())
+            journal.remove();
+        removeSets(directory, store.m_base, isListNamed, false);
+    }
+    std::for_each(unused.rbegin(), unused.rend(), [](const CFound& heap) { heap.remove(); });
+}
+
+/// Keys of displays follow each other: the list of one may be the lock of the next.
+/// @param isLockOurs  whoever was the last to use it
+void CSegmentSweep::removeSets(const CSharedMemoryHeader* directory, key_t base, bool isListNamed,
+                               bool isLockOurs)
+{
+    for (const key_t key : {base, base - 1}) {
+        const int set = semget(key, 0, 0);
+        if (!CSemaphoreStatus(set).isOurs(CSemaphoreStatus::LockSize) ||
+            isBaseInUse(directory, key == base ? base + 1 : key))
+            continue;
+        const bool isList = key == base && CSemaphoreStatus(set).isOurs(CSemaphoreStatus::ListSize);
+        if (isList ? isListNamed : isLockOurs || !isUsedByOthers(set))
+            semctl(set, 0, IPC_RMID);
+    }
+}
+
+void CSegmentSweep::removeOrphanedSets(const CSharedMemoryHeader& directory, key_t base) noexcept
+try {
+    const int list = semget(base, 0, 0);
+    bool isOrphaned = false, isListNamed = false;
+    for (const int id : CSegmentStatus::ids())
+        if (const CFound heap(-1, id); heap.isOrphanedHeap()) {
+            isOrphaned = true;
+            isListNamed = isListNamed || (list != -1 && heap.namesList(base, list));
+        }
+    if (isOrphaned)
+        removeSets(&directory, base, isListNamed, true);
+} catch (const std::bad_alloc&) {
+    // They are shared with those that have no other store.
 }
 
 void CSegmentSweep::sweep() noexcept
 try {
     const CSharedMemoryGuard guard;
-    const CSharedMemoryHeader* header = CSharedMemoryHeader::attached();
-    const int directory = shmget(CSharedMemoryHeader::s_headerKey, 0, 0);
-    const CSegmentStatus status(directory);
-    if (!header || !status.mayBeOurs() || status.attachments() != 1)
+    const CSharedMemoryHeader* directory = CSharedMemoryHeader::attached();
+    if (!directory)
         return;
-    removeListed(*header);
-    shmctl(directory, IPC_RMID, nullptr);
+    const CStore own = ownStore();
+    s_isEnding = true;
+    s_hasStayed =
+        !CSpyHeap::leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
+    // What has taken the place of a directory that was removed knows nothing of these keys.
+    if (CSharedMemoryHeader::isRemoved())
+        removeIfUnused(nullptr, own);
+    else
+        removeUnused(*directory);
+    CSharedMemoryHeader::leave(s_hasStayed);
 } catch (...) {
     // An exit handler lets nothing out.
 }

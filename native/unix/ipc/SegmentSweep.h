@@ -3,28 +3,50 @@
 
 #include "SharedMemoryHeader.h"
 
-/// Removes the System V objects of a directory that no process uses any more. Segments outlive the processes
-/// that forget to detach, and semaphore sets always do; who finds that nobody else has the directory attached
-/// knows that everything in it is unused. Hold CSharedMemoryGuard.
+#include <vector>
+
+/// Removes the System V objects that no process uses any more. A display is in use while its first heap is
+/// attached: a process that ends gives up what it has attached, under the guard, and so one of those that end
+/// together is the last. Segments outlive the processes that are killed, and semaphore sets always do. Hold
+/// CSharedMemoryGuard.
 class CSegmentSweep {
 public:
-    /// Removes what is listed in the directory: heaps that nobody has attached, and the semaphore sets of the
-    /// displays. What this process has attached itself goes with it. Nothing is detached, since other threads
-    /// may still be at work. Anybody may have written the directory: only what is a heap of ours is removed,
-    /// and a set that is like ours only with its heap.
-    static void removeListed(const CSharedMemoryHeader& directory);
+    /// Removes the heaps, journals and semaphore sets of the displays that nobody uses, be they in the
+    /// directory or too many for it. Anybody may have written the directory: only what is a heap of ours is
+    /// removed, and a set that is like ours only with its heap, when that names it as its list, or when
+    /// nobody else has used it as its lock.
+    static void removeUnused(const CSharedMemoryHeader& directory) noexcept;
+    /// For a first heap that was just made: removes the semaphore sets at its keys that belong to a store
+    /// whose segments were removed from the system while processes use them, so that those begin anew, too.
+    static void removeOrphanedSets(const CSharedMemoryHeader& directory, key_t base) noexcept;
     /// The key of the journal that goes with the first heap of a display (see CJournalSegment).
     static key_t journalKey(key_t baseHeap) { return FirstJournal + (baseHeap & 0xFFFFFF); }
     /// A heap that this process had as the first of a display may have gone before its semaphores. Any
     /// thread.
     static void rememberBaseHeap(key_t key);
-    /// When this process exits or the library is unloaded, and no other has the directory attached, removes
-    /// what is listed and the directory. Children made by fork inherit it; their parent still has the
-    /// directory attached then.
+    /// This process has made that semaphore set for a display, whose store may since have been made anew.
+    static void rememberList(int set);
+    /// When this process exits or the library is unloaded, gives up what it has attached (see
+    /// CSpyHeap::leave) and removes what nobody uses then; the directory, too. Children made by fork inherit
+    /// it; their parent still has the directory attached then.
     static void runAtExit();
 
 private:
     static constexpr key_t FirstJournal = 0x4A000000;
 
+    /// The keys of a display's heaps.
+    struct CStore {
+        key_t m_base = 0; ///< 0: unknown
+        std::vector<key_t> m_heaps;
+    };
+
     static void sweep() noexcept;
+    static CStore storeOf(const CSharedMemoryHeader& directory, uint32_t name);
+    static CStore ownStore();
+    static void removeIfUnused(const CSharedMemoryHeader* directory, const CStore& store);
+    static void removeSets(const CSharedMemoryHeader* directory, key_t base, bool isListNamed,
+                           bool isLockOurs);
+    static void removeNameless(const CSharedMemoryHeader& directory);
+    static const CSharedMemoryHeader::CEntry* entryOf(const CSharedMemoryHeader& directory, key_t key);
+    static bool isBaseInUse(const CSharedMemoryHeader* directory, key_t key);
 };

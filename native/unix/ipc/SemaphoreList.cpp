@@ -3,6 +3,7 @@
 #include "AsciiName.h"
 #include "CTracer.h"
 #include "GxAssert.h"
+#include "SegmentSweep.h"
 #include "SpyVariant.h"
 #include "UnixSharedMemory.h"
 
@@ -50,10 +51,23 @@ void CSemaphoreList::make(const ITalString& name)
         std::fill_n(m_list.m_used, Indices, 1);
         return;
     }
+    CSegmentSweep::rememberList(set.id());
     m_list = {static_cast<uint32_t>(key), set.id(), {1}};
     allocate(sizeof m_list, 0);
     write(&m_list, sizeof m_list);
     registerName(name);
+}
+
+/// A set that was removed from the system takes its semaphores along: what they were given to has none then.
+void CSemaphoreList::replaceGone()
+{
+    const key_t key = baseHeap().key();
+    CSemaphoreSet set;
+    if (CSemaphoreStatus(m_list.m_set).key() != -1 || key <= 0 || !set.create(key, Semaphores, false))
+        return;
+    CSegmentSweep::rememberList(set.id());
+    m_list = {static_cast<uint32_t>(key), set.id(), {1}};
+    write(&m_list, sizeof m_list);
 }
 
 CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
@@ -63,6 +77,7 @@ CSemaphoreHandle CSemaphoreList::allocSemaphore(int count)
     read(&m_list, sizeof m_list);
     if (count < 1)
         return {m_list.m_set, 0};
+    replaceGone();
     const auto run = std::search_n(std::begin(m_list.m_used), std::end(m_list.m_used), count, 0);
     if (run == std::end(m_list.m_used))
         return {};

@@ -41,6 +41,7 @@ public:
 
 private:
     void make(const ITalString& name);
+    void replaceGone();
 
     CRecord m_list{};
     CRecord* m_pList = nullptr; ///< the list, once there is one

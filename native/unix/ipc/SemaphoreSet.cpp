@@ -40,11 +40,13 @@ bool CSemaphoreSet::create(key_t key, int count, bool attachLive)
         return createNew(key);
     if (errno == EEXIST)
         return reattach(key, count, attachLive);
-    if (errno == EACCES)
+    const int reason = errno;
+    if (reason == EACCES)
         TRACE_SET("Can't access semaphore at key: 0x%08x trying next", static_cast<unsigned>(key));
     else
-        TRACE_SET("!Error - semget failed: %s key = 0x%08x", CErrorString(errno).text(),
+        TRACE_SET("!Error - semget failed: %s key = 0x%08x", CErrorString(reason).text(),
                   static_cast<unsigned>(key));
+    traceInTheWay(key, reason);
     return false;
 }
 
@@ -67,21 +69,29 @@ bool CSemaphoreSet::reattach(key_t key, int count, bool attachLive)
     TRACE_SET("Semaphore already exists, reattaching ...");
     m_id = semget(key, count, IPC_CREAT | IpcRights);
     if (m_id == -1) {
+        const int reason = errno;
         TRACE_SET("Still can't open semaphore key=0x%08x : %s", static_cast<unsigned>(key),
-                  CErrorString(errno).text());
+                  CErrorString(reason).text());
+        traceInTheWay(key, reason);
         return false;
     }
     if (!isOurs(key, count)) {
         m_id = -1;
         return false;
     }
-    if (!isAlive(semctl(m_id, 0, GETPID)))
+    if (!isUsed(0))
         return recycle(key, count);
     if (!attachLive) {
         TRACE_SET("Error: Semaphore %d last accessed by a live process.", m_id);
         m_id = -1;
     }
     return false;
+}
+
+void CSemaphoreSet::traceInTheWay(key_t key, int error) const
+{
+    if (m_tracing)
+        traceSetAt(key, error);
 }
 
 bool CSemaphoreSet::isOurs(key_t key, int count) const
@@ -91,23 +101,37 @@ bool CSemaphoreSet::isOurs(key_t key, int count) const
         return true;
     TRACE_SET("Semaphore set of another program: key = 0x%08x, rights %o, %d semaphores instead of %d",
               static_cast<unsigned>(key), static_cast<unsigned>(status.rights()), status.size(), count);
+    traceInTheWay(key, 0);
     return false;
+}
+
+/// Of a semaphore. One that has a value, from nobody whom this process can see, is used in another process id
+/// namespace.
+bool CSemaphoreSet::isUsed(int index) const
+{
+    const pid_t latest = semctl(m_id, index, GETPID);
+    return latest == 0 ? semctl(m_id, index, GETVAL) > 0 : isAlive(latest);
 }
 
 bool CSemaphoreSet::recycle(key_t key, int count)
 {
-    // A semaphore that is 0 already is left alone: another process may take it between the test and the
-    // reset, and setting a value also makes the system forget to release it when its holder dies.
-    CSemaphoreArgument zero;
-    zero.val = 0;
-    for (int index = 0; index < count; ++index)
-        if (semctl(m_id, index, GETVAL) != 0)
-            semctl(m_id, index, SETVAL, zero);
-    if (!initialize(0))
+    for (int index = 0; index < count && !m_isInUse; ++index)
+        reset(index);
+    if (!m_isInUse && !initialize(0))
         return false;
     TRACE_SET("Semaphore opened: key = 0x%08x  id = %d", static_cast<unsigned>(key), m_id);
     m_key = key;
     return true;
+}
+
+/// A semaphore that is 0 already is left alone, and so is one that a living process was at meanwhile: setting
+/// a value also makes the system forget to release it when its holder dies.
+void CSemaphoreSet::reset(int index) const
+{
+    CSemaphoreArgument zero;
+    zero.val = 0;
+    if (semctl(m_id, index, GETVAL) != 0 && !isUsed(index))
+        semctl(m_id, index, SETVAL, zero);
 }
 
 bool CSemaphoreSet::attach(int id)

@@ -1,6 +1,7 @@
 #include "SharedMemoryHeader.h"
 
 #include "CTracer.h"
+#include "IpcStatus.h"
 #include "SegmentSweep.h"
 #include "SharedMemory.h"
 #include "UnixSharedMemory.h"
@@ -12,10 +13,12 @@
 #include <iterator>
 #include <set>
 #include <string>
+#include <sys/shm.h>
 
 namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
 std::atomic<const char*> s_display = nullptr;
+bool s_hasLeft = false; ///< under the guard
 constexpr int LongestName = sizeof(CSharedMemoryHeader::CLayout::m_names[0]) - 1;
 
 std::atomic_ref<char> firstByte(const char* name)
@@ -28,23 +31,12 @@ bool isFree(const char* name)
     return firstByte(name).load(std::memory_order_acquire) == 0;
 }
 
-CSharedMemoryHeader* attachDirectory()
+/// Never destroyed: the directory has to stay attached until the process ends, or the next one would take it
+/// for an abandoned one and hand the same keys out again.
+CUnixSharedMemory*& directorySegment()
 {
-    // Never destroyed: the directory has to stay attached for the life of the process, or the next process
-    // would take it for an abandoned one and hand the same keys out again.
-    static CUnixSharedMemory* const segment = new CUnixSharedMemory;
-    if (!segment->attach(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader))) {
-        CTracer::debugTrace("U.S.E. - key in use for header");
-        return nullptr;
-    }
-    auto* header = static_cast<CSharedMemoryHeader*>(segment->base());
-    if (!segment->existed()) {
-        // When the last process was killed, its segments are still there, and their keys are about to be
-        // lost.
-        CSegmentSweep::removeListed(*header);
-        header->init();
-    }
-    return header;
+    static CUnixSharedMemory* segment = new CUnixSharedMemory;
+    return segment;
 }
 } // namespace
 
@@ -66,13 +58,78 @@ void CSharedMemoryHeader::keepDisplay(const char* display)
     s_display.store(display ? everKept.insert(display).first->c_str() : nullptr, std::memory_order_release);
 }
 
+CSharedMemoryHeader* CSharedMemoryHeader::attach()
+{
+    CUnixSharedMemory& segment = *directorySegment();
+    if (s_hasLeft || !segment.attach(s_headerKey, sizeof(CSharedMemoryHeader))) {
+        CTracer::debugTrace("U.S.E. - key in use for header");
+        return nullptr;
+    }
+    auto* header = static_cast<CSharedMemoryHeader*>(segment.base());
+    if (segment.existed() && !header->isPlausible()) {
+        CTracer::debugTrace("U.S.E. - key in use for header");
+        traceSegmentAt(s_headerKey, 0);
+        segment.leave(); // it is not this process's to remove
+        return nullptr;
+    }
+    // When the last process was killed, its segments are still there; those of a directory that nobody has
+    // attached are about to lose their keys.
+    CSegmentSweep::removeUnused(*header);
+    if (!segment.existed())
+        header->init();
+    return header;
+}
+
+/// Which stays attached, since other threads may be reading it.
+void CSharedMemoryHeader::forgetRemoved()
+{
+    if (!attached() || !isRemoved())
+        return;
+    s_header.store(nullptr, std::memory_order_release);
+    directorySegment() = new CUnixSharedMemory;
+}
+
+/// Whether this is what directories look like. Others may be adding to it.
+bool CSharedMemoryHeader::isPlausible() const
+{
+    const uint32_t next = m_layout.m_nextKey.load();
+    const auto& keys = m_layout.m_keys;
+    return next > s_headerKey && next != NotFound &&
+           std::all_of(std::begin(keys), std::end(keys),
+                       [&](const CEntry& entry) {
+                           const uint32_t key = entry.m_key.load();
+                           return key == NotFound || isPlausible(key, m_layout.m_nextKey.load());
+                       }) &&
+           std::all_of(std::begin(m_layout.m_names), std::end(m_layout.m_names),
+                       [](const auto& name) { return strnlen(name, sizeof name) < sizeof name; });
+}
+
+bool CSharedMemoryHeader::isRemoved()
+{
+    return directorySegment()->isRemoved();
+}
+
+/// At the end of the process.
+/// @param stays  other threads are still at work
+void CSharedMemoryHeader::leave(bool stays)
+{
+    s_hasLeft = true;
+    if (!stays) {
+        s_header.store(nullptr, std::memory_order_release);
+        directorySegment()->leave();
+    }
+    const int id = directorySegment()->id();
+    if (const CSegmentStatus status(id); status.mayBeOurs() && status.attachments() <= (stays ? 1 : 0))
+        shmctl(id, IPC_RMID, nullptr);
+}
+
 CSharedMemoryHeader* CSharedMemoryHeader::get()
 {
     if (CSharedMemoryHeader* header = attached())
         return header;
     const CSharedMemoryGuard guard;
     if (!attached()) {
-        s_header.store(attachDirectory(), std::memory_order_release);
+        s_header.store(attach(), std::memory_order_release);
         if (attached())
             CSegmentSweep::runAtExit();
     }

@@ -15,6 +15,8 @@ class CNoSegmentHeader {};
 /// processes on the same display find the same segments and those on different displays do not meet. Two
 /// spellings of one display
 /// (":99", ":99.0") are two names. Nothing ever leaves the directory while a process is attached to it.
+/// What the last process of a display leaves is removed when that ends by itself, and otherwise by the next
+/// process that attaches the directory.
 ///
 /// Anybody in the namespace can write it: a key is a number to look at, not a promise of what lies there.
 /// Any thread; takes no lock. What is new is for one process at a time: see getKey.
@@ -37,10 +39,12 @@ public:
     };
 
     /// The directory of this IPC namespace: attached, and made when there is none, at the first call; it then
-    /// stays attached for the life of the process. When the last process that has it attached ends, it takes
-    /// the directory, the segments and the semaphore sets with it.
-    /// @throws CNoSegmentHeader
+    /// stays attached for the life of the process. The last process that has it attached takes it with it.
+    /// @throws CNoSegmentHeader  also while the process ends
     static CSharedMemoryHeader* get();
+    /// Lets go of a directory that was removed from the system, so that `get` finds or makes another. Hold
+    /// CSharedMemoryGuard.
+    static void forgetRemoved();
     /// The directory when this process has it attached already, else null.
     static CSharedMemoryHeader* attached();
 
@@ -70,8 +74,16 @@ public:
 private:
     friend class CSegmentSweep;
 
+    static CSharedMemoryHeader* attach();
+    static bool isRemoved();
+    static void leave(bool stays);
     uint32_t findOrAdd(const char* name);
     uint32_t nextKey();
+    bool isPlausible() const;
+    static bool isPlausible(uint32_t key, uint32_t nextKey)
+    {
+        return key > static_cast<uint32_t>(s_headerKey) && key < nextKey;
+    }
 
     CLayout m_layout;
 };

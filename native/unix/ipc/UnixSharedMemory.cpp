@@ -10,7 +10,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <sys/ipc.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
 
 namespace {
@@ -39,6 +41,8 @@ CSharedMemory* CSharedMemory::create(const char* name, int blockIndex, int size)
 CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
 {
     CTracer::debugTrace("Attaching  to shared memory segment %d ...", blockIndex);
+    if (blockIndex == 0)
+        CSharedMemoryHeader::forgetRemoved();
     CSharedMemoryHeader* directory = directoryOrNull();
     if (!directory)
         return;
@@ -50,17 +54,28 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
         return;
     if (!m_existed)
         std::strcpy(static_cast<char*>(m_base), name);
+    if (!m_existed && blockIndex == 0)
+        CSegmentSweep::removeOrphanedSets(*directory, key);
     if (checkSignature(name)) {
         m_area = static_cast<char*>(m_base) + signatureLength(name);
         if (blockIndex == 0) {
             CSegmentSweep::rememberBaseHeap(key);
-            CSharedMemoryHeader::keepDisplay(display);
-            m_keepsDisplay = true;
+            keep(display);
         }
     } else {
         CTracer::debugTrace("Error - shared memory not valid!");
+        traceSegmentAt(key, 0);
         m_area = nullptr;
     }
+}
+
+void CUnixSharedMemory::keep(const char* display)
+try {
+    CSharedMemoryHeader::keepDisplay(display);
+    m_keepsDisplay = true;
+} catch (const std::bad_alloc&) {
+    detach(); // or it would count as one that is in use
+    throw;
 }
 
 CUnixSharedMemory::~CUnixSharedMemory()
@@ -76,13 +91,17 @@ bool CUnixSharedMemory::attach(int key, int size)
 {
     m_memId = shmget(key, static_cast<size_t>(size), IPC_CREAT | IpcRights);
     if (m_memId == -1) {
+        const int reason = errno;
         CTracer::debugTrace("Error trying to create shared memory segment: key = 0x%0x , %s!!!",
-                            static_cast<unsigned>(key), CErrorString(errno).text());
+                            static_cast<unsigned>(key), CErrorString(reason).text());
+        traceSegmentAt(key, reason);
         return false;
     }
     const CSegmentStatus status(m_memId);
     if (!status.isKnown()) {
-        CTracer::debugTrace("Error calling shmctl: %s", CErrorString(errno).text());
+        const int reason = errno;
+        CTracer::debugTrace("Error calling shmctl: %s", CErrorString(reason).text());
+        traceSegmentAt(key, reason);
         return false;
     }
     CTracer::debugTrace("Number of attaches = %d ...", static_cast<int>(status.attachments()));
@@ -91,6 +110,7 @@ bool CUnixSharedMemory::attach(int key, int size)
         CTracer::debugTrace(
             "Shared memory segment of another program: key = 0x%0x , rights %o, %zu bytes instead of %d !!!",
             static_cast<unsigned>(key), static_cast<unsigned>(status.rights()), status.size(), size);
+        traceSegmentAt(key, 0);
         m_memId = -1;
         return false;
     }
@@ -105,11 +125,14 @@ bool CUnixSharedMemory::map(int key)
 {
     void* address = shmat(m_memId, nullptr, 0);
     if (address == reinterpret_cast<void*>(-1)) {
+        const int reason = errno;
         CTracer::debugTrace("Error trying to attach shared memory segment: key = 0x%0x , %s!!!",
-                            static_cast<unsigned>(key), CErrorString(errno).text());
+                            static_cast<unsigned>(key), CErrorString(reason).text());
+        traceSegmentAt(key, reason);
         return false;
     }
     m_base = address;
+    m_size = CSegmentStatus(m_memId).size();
     m_key = key;
     if (reinterpret_cast<uintptr_t>(address) % 2 != 0)
         CTracer::debugTrace("Error got unaligned address: address = 0x%0x !!!",
@@ -134,6 +157,27 @@ void CUnixSharedMemory::detach()
     m_memId = -1;
     m_base = nullptr;
     m_area = nullptr;
+}
+
+void CUnixSharedMemory::leave()
+{
+    if (!m_base)
+        return;
+    void* const copy = mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (copy == MAP_FAILED)
+        return;
+    std::memcpy(copy, m_base, m_size);
+    // In one step: at no time a thread finds nothing there.
+    if (mremap(copy, m_size, m_size, MREMAP_MAYMOVE | MREMAP_FIXED, m_base) != MAP_FAILED)
+        m_base = nullptr;
+    else
+        munmap(copy, m_size);
+}
+
+bool CUnixSharedMemory::isRemoved() const
+{
+    const CSegmentStatus status(m_memId);
+    return !status.isKnown() || status.isDoomed();
 }
 
 bool CUnixSharedMemory::checkSignature(const char* name) const

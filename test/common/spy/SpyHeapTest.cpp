@@ -3,6 +3,7 @@
 #include "HexExample.h"
 #include "PrivateSession.h"
 #include "SpyMemory.h"
+#include "SpyName.h"
 #include "UsedUp.h"
 
 #include <gmock/gmock.h>
@@ -13,10 +14,32 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+
+namespace {
+std::atomic<int> s_allocationsLeft = 0; ///< before one fails; 0: none does
+}
+
+/// Takes the place of the library's in this program.
+[[gnu::noinline]] void* operator new(size_t size)
+{
+    void* const place = s_allocationsLeft > 0 && --s_allocationsLeft == 0 ? nullptr : std::malloc(size);
+    if (!place)
+        throw std::bad_alloc();
+    return place;
+}
+[[gnu::noinline]] void operator delete(void* place) noexcept
+{
+    std::free(place);
+}
+[[gnu::noinline]] void operator delete(void* place, size_t) noexcept
+{
+    std::free(place);
+}
 
 namespace {
 using testing::HasSubstr;
@@ -345,6 +368,30 @@ TEST_F(SpyHeapTest, ReportsThatTheBaseHeapCannotBeMade)
     EXPECT_NO_THROW(CSpyMemory());
 }
 
+TEST_F(SpyHeapTest, IsMadeWhenMemoryHasRunOutAtAnyAllocationBefore)
+{
+    const auto use = [] {
+        CSpyMemory().allocate(CName("name"), 10, 0);
+        base().allocate(100, 5);
+        CSpyMemory::free(5U);
+    };
+    int failures = 0;
+    for (bool hasRunOut = true; hasRunOut;) {
+        CSpyHeap::deleteBaseHeap();
+        s_allocationsLeft = ++failures;
+        try {
+            use();
+        } catch (const std::bad_alloc&) {
+        } catch (const CSpyHeapException&) {
+        }
+        hasRunOut = s_allocationsLeft.exchange(0) == 0;
+        ASSERT_NO_THROW(use()) << failures;
+        ASSERT_EQ("", image().fault());
+        ASSERT_FALSE(base().islocked());
+    }
+    EXPECT_GT(failures, 10);
+}
+
 TEST_F(SpyHeapTest, KeepsGlobalReferences)
 {
     CSpyMemRef first = allocate(10), second = allocate(10);
@@ -501,6 +548,66 @@ TEST_F(SpyHeapTest, PassesItsOwnTestAndLeavesTheHeapAsItWas)
     const CHeapStats after = CSpyHeap::getStats();
     EXPECT_EQ(0, std::memcmp(&before, &after, sizeof before));
     EXPECT_FALSE(isStale(kept) || isStale(ofItsTransaction));
+}
+
+TEST_F(SpyHeapTest, LetsThreadsLookAtHeapsThatAreJustMadeAndDropped)
+{
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> readers;
+    for (const HEAPID id : {1, 2, 3})
+        readers.emplace_back([&, id] {
+            while (!isOver) {
+                const CSpyHeap::CReading reading;
+                if (const CSpyHeap* heap = CSpyHeap::getHeap(id))
+                    heap->verifyBlock(FirstLarge, 1);
+            }
+        });
+    CSpyHeap::setDefaultHeapSize(0x2000);
+    for (int round = 0; round < 1000; ++round) {
+        std::vector<CSpyMemRef> made;
+        for (UNIQUEID transaction = 5; transaction <= 7; ++transaction)
+            made.push_back(base().allocate(100, transaction));
+        for (const CSpyMemRef& each : made) {
+            ASSERT_NO_THROW(each.isValid());
+            ASSERT_EQ("", CHeapImage(heapOf(each)).fault());
+        }
+        for (UNIQUEID transaction = 5; transaction <= 7; ++transaction)
+            CSpyMemory::free(transaction);
+    }
+    isOver = true;
+    for (auto& reader : readers)
+        reader.join();
+}
+
+TEST_F(SpyHeapTest, KeepsWhatOthersHavePutIntoOverflowHeapsWhenTheyEnd)
+{
+    CSpyHeap::setDefaultHeapSize(0x10000);
+    const CSpyMemRef seen = base().allocate(100, 7), table = allocate(100 * sizeof(CSpyMemRef));
+    CChildProcess maker([&](CChildProcess& parent) {
+        CSpyHeap::deleteBaseHeap(); // and attaches anew: what a fork has from its parent does not count
+        for (unsigned number = 0; number < 100; ++number) {
+            CSpyMemRef made = base().allocate(number % 2 ? 20000 : 9000, number % 2 ? 0 : 7);
+            made.write('s', made.size());
+            CSpyMemRef(table).write(number * sizeof made, std::addressof(made), sizeof made);
+        }
+        base().allocate(100, 8);
+        parent.pass();
+        parent.wait();
+    });
+    maker.wait();
+    char first = 0;
+    seen.read(&first, 1); // any operation
+    maker.die();
+    int readable = 0;
+    for (unsigned number = 0; number < 100; ++number) {
+        CSpyMemRef made;
+        std::memcpy(std::addressof(made), static_cast<char*>(table.address()) + number * sizeof made,
+                    sizeof made);
+        readable += !isStale(made) && *static_cast<char*>(made.address()) == 's';
+    }
+    EXPECT_EQ(100, readable);
+    EXPECT_EQ(nullptr, CSpyHeap::attached(CSpyHeap::getHeapId(8)))
+        << "a transaction that it has nothing to do with";
 }
 
 TEST_F(SpyHeapTest, LetsOneOfTwoThreadsFreeABlock)

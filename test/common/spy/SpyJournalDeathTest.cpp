@@ -22,7 +22,7 @@ void beginWith(unsigned heapSize)
 {
     CSpyHeap::deleteBaseHeap();
     const CSharedMemoryGuard guard;
-    CSegmentSweep::removeListed(*CSharedMemoryHeader::get());
+    CSegmentSweep::removeUnused(*CSharedMemoryHeader::get());
     CSpyHeap::setDefaultHeapSize(heapSize);
 }
 

@@ -75,6 +75,26 @@ TEST_F(SemaphoreListTest, GivesOneNameOneMutexInAllProcesses)
     EXPECT_THROW(mutex->acquire(0), CMutexTimeoutException) << "a mutex without semaphore";
 }
 
+TEST_F(SemaphoreListTest, NumbersMoreMutexesThanItHasSemaphoresFor)
+{
+    CUnixMutex first;
+    for (int number = 1; number <= 128; ++number) {
+        SCOPED_TRACE(number);
+        CUnixMutex mutex;
+        EXPECT_EQ(number < 128, mutex.create(std::to_string(number).c_str()));
+        EXPECT_EQ(number < 128 ? number : 0, mutex.handle().m_index);
+        if (number < 32) {
+            EXPECT_TRUE(mutex.acquire(0));
+            EXPECT_TRUE(mutex.release());
+        } else {
+            EXPECT_THROW(mutex.acquire(0), CMutexTimeoutException);
+        }
+        if (number == 1)
+            first.setHandle(mutex.handle());
+    }
+    EXPECT_TRUE(first.create("129")) << "it keeps the one that it has";
+}
+
 TEST_F(SemaphoreListTest, MakesOneMutexWhenManyProcessesAskAtOnce)
 {
     CSpyMemory();

@@ -17,6 +17,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <set>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -317,9 +318,178 @@ TEST(DISABLED_User, WithEightProcessesOfThreeThreads)
     CSpyMemory();
 }
 
+TEST(DISABLED_User, WhoReturnsBesideAWorkingThread)
+{
+    static std::atomic<bool> isAtWork = false;
+    std::thread([] {
+        for (;; isAtWork = true) {
+            CSpyMemRef made = CSpyHeap::getHeap(0)->allocate(100);
+            made.write('w', 100);
+            CSpyHeap::getHeap(0)->allocate(100, 1);
+            CSpyMemory::free(1U);
+            made.free();
+        }
+    }).detach();
+    while (!isAtWork)
+        std::this_thread::yield();
+}
+
+/// A process that uses the store until it is told to end, by `exit` or SIGKILL. Fork it from one that does
+/// not.
+std::unique_ptr<CChildProcess> startUser(const std::string& display, bool isKilled = false)
+{
+    auto user = std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+        const CDisplay used(display.c_str());
+        useHeaps();
+        // None on a display without a name in the directory.
+        const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("mutex"));
+        parent.pass();
+        parent.wait();
+        isKilled ? raise(SIGKILL) : (std::exit(testing::Test::HasFailure()), 0);
+    });
+    EXPECT_TRUE(user->wait());
+    return user;
+}
+
+void endAll(const std::vector<std::unique_ptr<CChildProcess>>& users, int status = 0)
+{
+    for (const auto& each : users)
+        each->pass();
+    for (const auto& each : users)
+        EXPECT_EQ(status, each->join());
+}
+
+std::pair<int, int> objects()
+{
+    return {segments(), semaphoreSets()};
+}
+
+TEST(DISABLED_User, WhoseChildrenEndTogether)
+{
+    for (int round = 0; round < 20; ++round) {
+        std::vector<std::unique_ptr<CChildProcess>> users;
+        for (const char* display : {":one", ":one", ":one", ":other"})
+            users.push_back(startUser(display));
+        endAll(users);
+        ASSERT_EQ(std::pair(0, 0), objects()) << round;
+    }
+}
+
+TEST(DISABLED_User, WhoseChildrenAreKilledWhileTheyEnd)
+{
+    const unsigned seed = std::random_device{}();
+    std::mt19937 random(seed);
+    for (int round = 0; round < 40; ++round) {
+        std::vector<std::unique_ptr<CChildProcess>> users;
+        const auto killed = startUser(":one");
+        killed->pass();
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        killed->die();
+        users.push_back(startUser(":other"));
+        endAll(users);
+        ASSERT_EQ(std::pair(0, 0), objects()) << "round " << round << ", seed " << seed;
+    }
+}
+
+TEST(DISABLED_User, WhoseChildrenUseManyDisplays)
+{
+    std::vector<std::unique_ptr<CChildProcess>> keeper, users;
+    keeper.push_back(startUser(":0"));
+    CChildProcess([](CChildProcess&) {
+        for (int name = 1; name < 16; ++name)
+            CSharedMemoryHeader::get()->getKey((":" + std::to_string(name)).c_str(), 0);
+    }).join();
+    const auto before = objects();
+    for (const char* display : {":1", ":2", ":the 17th", ""})
+        for (const bool isKilled : {false, true}) {
+            SCOPED_TRACE(std::string(display) + (isKilled ? ", killed" : ""));
+            users.push_back(startUser(display, isKilled));
+            endAll(users, isKilled ? 128 + SIGKILL : 0);
+            users.clear();
+            EXPECT_EQ(isKilled, before != objects());
+            users.push_back(startUser(":3"));
+            endAll(users);
+            users.clear();
+            EXPECT_EQ(before, objects()) << "once another process has come and gone";
+        }
+    endAll(keeper);
+}
+
+void removeObjects(bool segments, bool sets)
+{
+    for (const auto& object : systemVObjects())
+        if (object.kind == CSystemVObject::Segment ? segments : sets)
+            object.kind == CSystemVObject::Segment ? shmctl(object.id, IPC_RMID, nullptr)
+                                                   : semctl(object.id, 0, IPC_RMID);
+}
+
+/// Uses what there is to use, and what `other` has registered.
+void expectWorkingStore(const char* own, const char* other)
+{
+    EXPECT_NO_THROW({
+        CSpyMemory block;
+        block.allocate(CAsciiName(own), 100, 0);
+        CSpyHeap::getHeap(0)->allocate(100, 5).write('x', 100);
+        EXPECT_EQ(!*other, CSpyMemory(CAsciiName(other)).isNull());
+    });
+    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named(own));
+    ASSERT_TRUE(mutex);
+    EXPECT_TRUE(mutex->acquire(0));
+    EXPECT_TRUE(mutex->release());
+}
+
+/// By ipcrm, or at the end of its user's session: while one is between two calls, one holds the lock, and one
+/// comes anew.
+TEST(DISABLED_User, WhoseObjectsAreRemoved)
+{
+    constexpr struct {
+        const char* what;
+        bool segments, sets;
+    } rows[] = {{"segments", true, false}, {"semaphores", false, true}, {"both", true, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::vector<std::unique_ptr<CChildProcess>> users;
+        for (const bool isHolder : {false, true})
+            users.push_back(std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+                expectWorkingStore(isHolder ? "holder's" : "bystander's", "");
+                if (isHolder)
+                    CSpyMemory::lockHeap(0);
+                parent.pass();
+                parent.wait();
+                if (isHolder) {
+                    EXPECT_NO_THROW(CSpyMemory::unlockHeap());
+                    EXPECT_FALSE(CSpyMemory::isHeapLocked());
+                }
+                expectWorkingStore(isHolder ? "holder's again" : "bystander's again", "newcomer's");
+                parent.pass();
+                parent.wait();
+                std::exit(testing::Test::HasFailure());
+            }));
+        for (const auto& each : users)
+            ASSERT_TRUE(each->wait());
+        removeObjects(row.segments, row.sets);
+        users.push_back(std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+            expectWorkingStore("newcomer's", "");
+            parent.pass();
+            parent.wait();
+            std::exit(testing::Test::HasFailure());
+        }));
+        EXPECT_TRUE(users.back()->wait());
+        for (size_t old = 0; old < 2; ++old) {
+            users[old]->pass();
+            EXPECT_TRUE(users[old]->wait());
+        }
+        endAll(users);
+        EXPECT_EQ(std::pair(0, 0), objects());
+    }
+}
+
 TEST_F(FreshStoreTest, LeavesNothingWhenTheLastProcessEnds)
 {
-    for (const char* user : {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled"})
+    for (const char* user :
+         {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled", "WhoReturnsBesideAWorkingThread",
+          "WhoseChildrenEndTogether", "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays",
+          "WhoseObjectsAreRemoved"})
         EXPECT_EQ(std::pair(0, 0), leftBy(user)) << user;
 }
 

@@ -3,6 +3,7 @@
 #include "ChildProcess.h"
 #include "IpcStatus.h"
 #include "Mailslot.h"
+#include "MailslotEnd.h"
 #include "Mutex.h"
 #include "PrivateIpc.h"
 #include "PrivateSession.h"
@@ -19,6 +20,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
+#include <sched.h>
 #include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -154,6 +157,92 @@ TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
         });
         EXPECT_EQ(0, world.join());
     }
+}
+
+TEST(StrangerTest, HasADirectoryRefusedThatIsNone)
+{
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
+    const std::function<void(CSharedMemoryHeader::CLayout&)> rows[] = {
+        [](auto& layout) { std::memset(static_cast<void*>(&layout), 0, sizeof layout); },
+        [](auto& layout) { std::memset(static_cast<void*>(&layout), 0x55, sizeof layout); },
+        [](auto& layout) { layout.m_keys[7].m_key = Key + 200; },
+        [](auto& layout) { std::memset(layout.m_names[3], 'x', sizeof layout.m_names[3]); },
+    };
+    for (const auto& spoil : rows) {
+        CChildProcess world([&](CChildProcess&) {
+            ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
+            CSharedMemoryHeader* const planted = plantDirectory();
+            spoil(*reinterpret_cast<CSharedMemoryHeader::CLayout*>(planted));
+            EXPECT_EQ(0, runVictim("HasNoStore"));
+            EXPECT_EQ(1U, systemVObjects().size()) << "only what the stranger has made";
+        });
+        EXPECT_EQ(0, world.join());
+    }
+}
+
+/// Where ids of processes mean something else than here.
+void inAnotherProcessNamespace(const std::function<void(CChildProcess&)>& work,
+                               const std::function<void(CChildProcess&)>& meanwhile)
+{
+    CChildProcess world([&](CChildProcess&) {
+        ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
+        if (unshare(CLONE_NEWPID) != 0)
+            _exit(CPrivateSession::Skipped);
+        CChildProcess other(work); // unshare is for children
+        meanwhile(other);
+    });
+    const int status = world.join();
+    if (status == CPrivateSession::Skipped)
+        GTEST_SKIP() << "process id namespaces are not allowed here";
+    EXPECT_EQ(0, status);
+}
+
+TEST(StrangerTest, IsNotRobbedOfTheLockForHisProcessCannotBeSeen)
+{
+    inAnotherProcessNamespace(
+        [](CChildProcess& parent) {
+            const CSpyHeapLock lock;
+            parent.pass();
+            parent.wait();
+        },
+        [](CChildProcess& holder) {
+            EXPECT_TRUE(holder.wait());
+            EXPECT_THROW(CSpyMemory::lockHeap(500), CSpyHeapLockedException);
+            holder.pass();
+            EXPECT_EQ(0, holder.join());
+            EXPECT_NO_THROW(CSpyMemory::lockHeap(500));
+            CSpyMemory::unlockHeap();
+            CSpyHeap::deleteBaseHeap();
+        });
+}
+
+TEST(StrangerTest, IsNotTakenForDeadAsTheOwnerOfAMailslotForHisProcessCannotBeSeen)
+{
+    inAnotherProcessNamespace(
+        [](CChildProcess& parent) {
+            EXPECT_TRUE(parent.wait());
+            CMailslot found(CSpyMemory(CAsciiName("slot")).ref());
+            EXPECT_TRUE(found.attach(0));
+            EXPECT_TRUE(found.send(false));
+            // This process has the id that the owner has written where that is another's.
+            found.mailbox()->m_owner.store(getpid());
+            g_pid = getpid();
+            EXPECT_FALSE(found.isOwn());
+            parent.pass();
+        },
+        [](CChildProcess& sender) {
+            CMailslot slot;
+            EXPECT_TRUE(slot.create(CAsciiName("slot"), {}, {}));
+            slot.registerName(CAsciiName("slot"));
+            slot.send(false);
+            EXPECT_TRUE(slot.waitForMessage() && slot.isOwn());
+            sender.pass();
+            EXPECT_TRUE(sender.wait());
+            EXPECT_FALSE(slot.handle().isNull());
+            EXPECT_EQ(0, sender.join());
+            CSpyHeap::deleteBaseHeap();
+        });
 }
 
 TEST(StrangerTest, CannotHaveSemaphoresSignalledThatTheStoreNames)
