@@ -208,7 +208,11 @@ class OperatingSystemTest {
         assertFalse(OperatingSystem.copyFile(moved.toString(), null) || OperatingSystem.moveFile(null, copy.toString()));
         assertNull(OperatingSystem.getAllBrowsers(directory.toString()));
         Files.createSymbolicLink(directory.resolve("regxpcom"), moved);
-        assertEquals(moved.toString(), OperatingSystem.getAllBrowsers(directory.toString()));
+        String odd = "$(printf 'odd \\377')"; // no text in any code set that Java programs run in
+        for (String command : List.of("mkdir \"" + odd + "\" && cp -P *-bin regxpcom \"" + odd + "\"", "rm -r odd*")) {
+            assertEquals(0, new ProcessBuilder("sh", "-c", command).directory(directory.toFile()).start().waitFor());
+            assertEquals(moved.toString(), OperatingSystem.getAllBrowsers(directory.toString()));
+        }
         Files.createDirectories(directory.resolve("defaults/pref"));
         assertTrue(OperatingSystem.MozillaEnable(directory.toString()));
         assertTrue(OperatingSystem.MozillaDisable(directory.toString()));

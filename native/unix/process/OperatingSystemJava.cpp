@@ -5,6 +5,7 @@
 #include "Browsers.h"
 #include "CRegistryInformation.h"
 #include "CTracer.h"
+#include "CodeSet.h"
 #include "Environment.h"
 #include "ErrorString.h"
 #include "FileTransfer.h"
@@ -17,6 +18,8 @@
 #include "ProcessStart.h"
 
 #include <pthread.h>
+#include <sstream>
+#include <string>
 
 namespace {
 jstring toJava(JNIEnv* env, const char* text)
@@ -77,9 +80,22 @@ bool installDirectory(char* path, unsigned size) noexcept
     return known && snprintf(path, size, "%s", known) < static_cast<int>(size);
 }
 
+/// Whether the text has a Java form.
+bool isInCodeSet(const std::string& text)
+{
+    const CEnvironmentLocale locale;
+    std::string converted;
+    return convertText(nativeUtf16, locale.codeSet(), text, converted) == Conversion::complete;
+}
+
+/// A path that is no text in the code set of the locale would take the others with it: it is left out.
 jstring browsers(JNIEnv* env, const char* directory)
 {
-    const std::string found = getAllBrowsers(directory);
+    std::istringstream all(getAllBrowsers(directory));
+    std::string found;
+    for (std::string path; std::getline(all, path);)
+        if (isInCodeSet(path))
+            found.append(found.empty() ? "" : "\n").append(path);
     return toJava(env, found.empty() ? nullptr : found.c_str());
 }
 
