@@ -95,7 +95,8 @@ CAnswerBell bellOf(JNIEnv* env, jobject request)
 /// @param staleText  message when the mailslot was freed; null: the block's
 template <class Work>
 jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work,
-                    const char* staleText = nullptr) noexcept
+                    const char* staleText = nullptr, const char* file = __builtin_FILE(),
+                    int line = __builtin_LINE()) noexcept
 {
     return jniEntry(env, function, [&](CJniTrace& trace) {
         bool done = false;
@@ -109,7 +110,8 @@ jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work
         } catch (const CInvalidSpyMemRef& e) {
             CJavaSpyMemory::throwInvalidReference(env, staleText ? staleText : e.message());
         } catch (...) {
-            raiseInJava(env);
+            if (!raiseDeclaredInJava(env))
+                CTracer::debugTrace("Unknown exception: %s:%d", file, line);
         }
         if (!done)
             trace.note(failureNoteOf(function));
