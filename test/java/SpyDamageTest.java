@@ -1,3 +1,4 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.fail;
 
 import com.talvern.test.gx.sys.InvalidSpyMemReference;
@@ -9,6 +10,7 @@ import com.talvern.test.gx.sys.SpyVector;
 import java.nio.ByteBuffer;
 import java.util.List;
 import java.util.Random;
+import java.util.Set;
 import org.junit.jupiter.api.Test;
 
 /** Whatever another process wrote over a container, Java gets an answer or an exception, and the JVM lives on. */
@@ -63,6 +65,20 @@ class SpyDamageTest {
         // Kind 18 has no form in Java, and to meet one ends the process.
         bytes.putInt(word, value == 18 ? 0 : value);
         block.write(bytes.array(), 0, bytes.capacity());
+    }
+
+    @Test
+    void namesTheKeysThatThereAreWhateverTheCount() {
+        for (int more : new int[] {1, 7}) {
+            SpyMap map = map();
+            SpyMemory header = SpyValues.blockAt(SpyValues.handleOf(map));
+            ByteBuffer bytes = SpyValues.bytes(header.read().length).put(0, header.read());
+            bytes.putInt(8, bytes.getInt(8) + more);
+            header.write(bytes.array(), 0, bytes.capacity());
+            assertEquals(Set.of("a", "b", "c", "d", ""), Set.of(map.keys()));
+            assertEquals(5, map.elements().length);
+            map.free();
+        }
     }
 
     private static void attempt(Runnable call) {

@@ -16,11 +16,14 @@ namespace {
 /// lacked.
 constexpr unsigned int MostEntries = 0x1000000 / sizeof(CSpyVariant);
 
-/// One for each entry; not by the iterator, which ends the process at a key in a chain that is no string.
+/// One for each entry that is there, be they fewer than a process that has died has counted; not by the
+/// iterator, which ends the process at a key in a chain that is no string.
 std::vector<CSpyVariant> keysOf(const CSpyMap& map)
 {
     std::vector<CSpyVariant> keys(map.size() <= MostEntries ? map.size() : 0);
     map.getKeys(keys.data(), static_cast<unsigned>(keys.size()));
+    while (!keys.empty() && keys.back().isa(CSpyVariant::SpyEmpty))
+        keys.pop_back();
     return keys;
 }
 } // namespace
