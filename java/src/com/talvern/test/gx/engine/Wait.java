@@ -26,18 +26,18 @@ import java.util.regex.Pattern;
  * }</pre>
  *
  * <p>No wait is without a limit. One that is over ends in {@link ApplicationException.NotInTime}, which says what there was
- * instead. A condition is asked when the X server tells of a change on the screen, and without one after 20, 40, 80,
- * 160, and then each 320 milliseconds: not everything shows. It has to answer without waiting, and what it throws ends
- * the wait. One that takes long is asked less often, so that programs keep half of the time at least.
+ * instead. A condition is asked again when the X server tells of a change on the screen, at most each 20 milliseconds, and
+ * without one after 20, 40, 80, 160, and then each 320: not everything shows. It has to answer without waiting, and what
+ * it throws ends the wait. One that takes long is asked less often, so that programs keep half of the time at least.
  *
  * <p>What waits for windows asks for windows, so that one thread at a time may use it: see {@link NativeWindow}. The other
  * methods are for any thread. An interrupted thread ends its wait with a {@link
  * java.util.concurrent.CancellationException}.
  */
 public final class Wait {
-    private static final long FIRST_PAUSE_NS = 20_000_000;
-    private static final long LAST_PAUSE_NS = 320_000_000;
-    private static final long SHORTEST_PAUSE_NS = 2_000_000;
+    /** Between two looks, whatever changes: what is the same at both has kept still. */
+    private static final long SHORTEST_NS = 20_000_000;
+    private static final long LONGEST_NS = 320_000_000;
 
     private Wait() {}
 
@@ -146,7 +146,8 @@ public final class Wait {
 
     /**
      * Waits until a program and those that it has started rest: none of its windows was drawn into for a while, and the
-     * processes took less than a hundredth of that time. One that has ended rests. Of an application with an agent {@link
+     * processes took less than a hundredth of that time. One that has ended rests. Where the X server does not know whose a
+     * window is, as one outside of the program's container, only the time counts. Of an application with an agent {@link
      * Application#awaitIdle} knows more.
      *
      * @param program the process
@@ -204,7 +205,7 @@ public final class Wait {
     static final class Pace implements AutoCloseable {
         private final long end;
         private long looked = System.nanoTime();
-        private long pause = FIRST_PAUSE_NS;
+        private long pause = SHORTEST_NS;
         private ScreenWatch watch;
 
         Pace(long end) {
@@ -216,9 +217,9 @@ public final class Wait {
             if (watch == null) {
                 watch = ScreenWatch.ofScreen(); // before the next look: what changes after that one is not missed
             }
-            sleep(Math.max(took, SHORTEST_PAUSE_NS));
-            watch.await(Math.min(pause, end - System.nanoTime()));
-            pause = Math.min(2 * pause, LAST_PAUSE_NS);
+            sleep(Math.max(took, SHORTEST_NS));
+            watch.await(Math.min(pause - SHORTEST_NS, end - System.nanoTime()));
+            pause = Math.min(2 * pause, LONGEST_NS);
             looked = System.nanoTime();
         }
 
