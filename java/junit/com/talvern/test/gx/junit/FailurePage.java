@@ -23,6 +23,7 @@ import java.util.Set;
 import java.util.concurrent.Callable;
 import java.util.concurrent.ConcurrentHashMap;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.extension.ExtensionContext;
 
 /** What there was when a test failed, as one page with all its pictures in it, which lie beside it as well. */
@@ -78,7 +79,12 @@ final class FailurePage {
         for (int number = 2; !WRITTEN.add(place.toAbsolutePath()); ++number) {
             place = Path.of(usual + "-" + number); // another repetition, or other arguments
         }
-        return Files.createDirectories(place);
+        try (Stream<Path> old = Files.list(Files.createDirectories(place))) {
+            for (Path each : old.filter(file -> file.toString().matches(".*\\.(png|html)")).toList()) {
+                Files.delete(each);
+            }
+        }
+        return place;
     }
 
     private static String asFile(String name) {
