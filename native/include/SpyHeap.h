@@ -316,7 +316,7 @@ private:
     static CSpyMutex* renewed(CSpyMutex& gone);
     static CSpyMutex* renewMutex();
     static void dropMutex();
-    [[noreturn]] static void refuse(CSpyMutex& mutex, int timeoutMs);
+    static void refuseAtEnd(int timeoutMs);
     static void sync();
     static void lookAgain();
     static bool isPartOf(const std::vector<UNIQUEID>& transactions, HEAPID id);
@@ -371,10 +371,9 @@ private:
 
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static std::atomic<CSpyMutex*> m_pMutex;
-    static inline unsigned m_lockDepth = 0;           ///< of the thread that holds it
-    static inline std::atomic<bool> s_isHeld = false; ///< by a thread of this process
-    static inline bool s_hasLeft = false;             ///< under the mutex
-    static inline pthread_t s_leaver = 0;
+    static inline unsigned m_lockDepth = 0;            ///< of the thread that holds it
+    static inline std::atomic<bool> s_isHeld = false;  ///< by a thread of this process
+    static inline std::atomic<pthread_t> s_leaver = 0; ///< the thread that ends the process
     static inline std::atomic<int> s_readers = 0;
     static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex
 

@@ -219,12 +219,11 @@ void CSpyHeap::dropMutex()
 bool CSpyHeap::leave(void (*giveUp)(CSharedMemory&))
 {
     CSpyMutex* mutex = m_pMutex.load();
+    s_leaver = pthread_self();
     if (mutex && !takenSoon(*mutex))
         return false;
     if (m_lockDepth > 0)
         CSpyJournal::rollBack(); // the thread that exits in the midst of a change does not go on with it
-    s_leaver = pthread_self();
-    s_hasLeft = true;
     CSpyJournal::detach();
     if (const CSpyHeap* base = attached(0))
         giveUp(*base->m_pSharedMem);
@@ -996,16 +995,22 @@ void CSpyHeap::lock(int timeoutMs)
     if (take(*mutex, limit))
         return;
     mutex = renewed(*mutex);
-    if (!mutex || !take(*mutex, limit))
-        throw CSpyHeapLockedException();
+    if (mutex && take(*mutex, limit))
+        return;
+    refuseAtEnd(limit); // which may be why it is gone
+    throw CSpyHeapLockedException();
 }
 
 bool CSpyHeap::take(CSpyMutex& mutex, int timeoutMs)
 try {
     const bool isNested = mutex.isAcquired();
+    if (!isNested)
+        refuseAtEnd(timeoutMs);
     mutex.acquire(timeoutMs);
-    if (s_hasLeft) [[unlikely]]
-        refuse(mutex, timeoutMs);
+    if (!isNested && s_leaver != 0) [[unlikely]] {
+        mutex.release();
+        refuseAtEnd(timeoutMs);
+    }
     m_lockDepth = isNested ? m_lockDepth + 1 : 1;
     if (!isNested) {
         s_isHeld = true;
@@ -1027,14 +1032,15 @@ CSpyMutex* CSpyHeap::renewMutex()
 }
 
 /// What other threads may be looking at stays attached.
-/// @return null when the mutex is there and only busy, or a thread of this process is still under it
+/// @return null when the mutex is there and only busy, a thread of this process is still under it, or the
+/// process ends
 CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
 {
     if (!gone.isGone())
         return nullptr;
     const CSharedMemoryGuard guard;
     if (m_pMutex.load() == &gone) {
-        if (s_isHeld)
+        if (s_isHeld || s_leaver != 0)
             return nullptr;
         CTracer::debugTrace("The lock of spy memory was removed: beginning anew");
         if (attached(0) && !attached(0)->m_pSharedMem->isRemoved())
@@ -1046,10 +1052,12 @@ CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
     return m_pMutex.load();
 }
 
-/// The process ends: other threads than the one that ends it find the mutex taken, as long as they live.
-void CSpyHeap::refuse(CSpyMutex& mutex, int timeoutMs)
+/// While the process ends, other threads than the one that ends it find the mutex taken, as long as they
+/// live.
+void CSpyHeap::refuseAtEnd(int timeoutMs)
 {
-    mutex.release();
+    if (s_leaver == 0) [[likely]]
+        return;
     if (pthread_self() != s_leaver)
         poll(nullptr, 0, timeoutMs);
     throw CSpyHeapLockedException();

@@ -449,7 +449,7 @@ TEST(DISABLED_User, WhoseObjectsAreRemoved)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         std::vector<std::unique_ptr<CChildProcess>> users;
-        for (const bool isHolder : {false, true})
+        for (const bool isHolder : {false, true}) {
             users.push_back(std::make_unique<CChildProcess>([=](CChildProcess& parent) {
                 expectWorkingStore(isHolder ? "holder's" : "bystander's", "");
                 if (isHolder)
@@ -465,8 +465,8 @@ TEST(DISABLED_User, WhoseObjectsAreRemoved)
                 parent.wait();
                 std::exit(testing::Test::HasFailure());
             }));
-        for (const auto& each : users)
-            ASSERT_TRUE(each->wait());
+            ASSERT_TRUE(users.back()->wait());
+        }
         removeObjects(row.segments, row.sets);
         users.push_back(std::make_unique<CChildProcess>([=](CChildProcess& parent) {
             expectWorkingStore("newcomer's", "");

@@ -43,7 +43,8 @@ import java.util.concurrent.locks.ReentrantLock;
  * SIGTERM. For that the native layer takes SIGTERM over: shutdown hooks then run at a normal exit only. A process that
  * is killed leaves its mailslot behind, until somebody sends to it, finds it or opens it again. A receiver counts as
  * alive while there is a process with its id, be it a zombie that its parent has not waited for, or a new process that
- * got the same id. Whoever finds that it is a child of its own process, and dead, has taken its exit status.
+ * got the same id. Whoever finds that it is a child of its own process, and dead, has taken its exit status. Once
+ * processes of several process id namespaces (containers) have used the store, every receiver counts as alive.
  *
  * <p>Senders may share an object of this class; one thread at a time receives. All methods throw what those of {@link
  * SpyMemory} do.
