@@ -194,9 +194,12 @@ TEST_F(TortureTest, FirstUseByEightProcessesOfEightThreadsSomeOfThemKilled)
         // This process keeps out of the store, so that a worker is the last one in it.
         CChildProcess([&](CChildProcess&) {
             const CSpyMemRef map = CContainers().map;
+            const auto isThere = [&](const std::string& key) {
+                const CSpyUnit unit;
+                return CSpyMap(map).containsKey(CName(key));
+            };
             for (const std::string& key : expected)
-                EXPECT_TRUE(within(10s, [&] { return CSpyMap(map).containsKey(CName(key)); }))
-                    << "not all use one store: " << key;
+                EXPECT_TRUE(within(10s, [&] { return isThere(key); })) << "not all use one store: " << key;
         });
         finish({Ended});
         EXPECT_TRUE(systemVObjects().empty()) << "the last one has left something";

@@ -79,10 +79,14 @@ void firstUse(CReport& report, unsigned seed)
     inThreads(Threads, seed, [&](std::mt19937&, int number) {
         const CName name(std::to_string(getpid()) + "." + std::to_string(number));
         const CSpyMemRef map = CContainers().map;
-        CSpyMap(map).put(name, name);
+        {
+            const CSpyUnit unit;
+            CSpyMap(map).put(name, name);
+        }
         ++report.operations;
         while (!report.isOver)
             usleep(1000);
+        const CSpyUnit unit;
         expect(CSpyMap(map).get(name) == name, "what was put is lost");
     });
 }
