@@ -14,10 +14,13 @@ import java.awt.Rectangle;
 import java.io.BufferedReader;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.Map;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.locks.LockSupport;
 import org.junit.jupiter.api.function.Executable;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -25,6 +28,9 @@ import org.junit.jupiter.params.provider.ValueSource;
 class ExitTest {
     private static final int SHIFT_L = 0xFFE1;
     private static final int STATUS = 7;
+
+    @TempDir
+    static Path directory;
 
     private static void type(String text) {
         NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, text);
@@ -76,8 +82,9 @@ class ExitTest {
     /** @param meanwhile is done before the engine is told to exit */
     private static void exitInTheMiddleOf(String work, String display, Executable meanwhile) throws Throwable {
         int threads = 2;
+        Path crash = directory.resolve("crash"); // one that the exit overtakes does not change the status
         ProcessBuilder builder = new ProcessBuilder(System.getProperty("java.home") + "/bin/java",
-                "-Djava.library.path=" + System.getProperty("java.library.path"), "-cp",
+                "-Djava.library.path=" + System.getProperty("java.library.path"), "-XX:ErrorFile=" + crash, "-cp",
                 System.getProperty("java.class.path"), "ExitTest", work, Integer.toString(threads));
         builder.environment().put("DISPLAY", display);
         Process engine = builder.redirectError(ProcessBuilder.Redirect.INHERIT).start();
@@ -89,6 +96,7 @@ class ExitTest {
             engine.getOutputStream().close();
             assertTrue(engine.waitFor(10, TimeUnit.SECONDS));
             assertEquals(STATUS, engine.exitValue());
+            assertFalse(Files.exists(crash), work);
         } finally {
             engine.destroyForcibly();
         }

@@ -1,11 +1,13 @@
 #include "OwnDisplay.h"
 
 #include "CTracer.h"
+#include "ProcessEnd.h"
 #include "XErrors.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -41,6 +43,19 @@ constinit int s_open = 0;
 constinit std::atomic<XIOErrorHandler> s_hostHandler = nullptr;
 constinit std::atomic<XIOErrorHandler> s_firstHandler = nullptr;
 
+/// Xlib gives up its global locks when its library ends, which is before other threads do.
+constinit std::shared_timed_mutex s_globals;
+constinit std::atomic<bool> s_hasEnded = false;
+
+/// No limit for one that waits for a server to let it open a connection.
+void endGlobals()
+{
+    constexpr std::chrono::milliseconds patience(500);
+    s_hasEnded = true;
+    if (s_globals.try_lock_for(patience))
+        s_globals.unlock();
+}
+
 bool isOwn(Display* display)
 {
     const std::lock_guard guard(s_mutex);
@@ -62,6 +77,9 @@ int lostConnection(Display* display)
 
 void installLossHandler()
 {
+    const CXlibGlobals globals;
+    if (!globals)
+        return;
     const XIOErrorHandler previous = XSetIOErrorHandler(lostConnection);
     if (previous == lostConnection)
         return;
@@ -73,6 +91,9 @@ void installLossHandler()
 /// The library may be unloaded next.
 void giveLossHandlerBack()
 {
+    const CXlibGlobals globals;
+    if (!globals)
+        return;
     const XIOErrorHandler current = XSetIOErrorHandler(s_hostHandler);
     if (current != lostConnection)
         XSetIOErrorHandler(current);
@@ -186,7 +207,8 @@ bool keep(Display* display)
 bool closeAndForget(Display* display)
 {
     const CNoBrokenPipe guard;
-    XCloseDisplay(display);
+    if (const CXlibGlobals globals; globals)
+        XCloseDisplay(display);
     return forget(display);
 }
 
@@ -211,8 +233,15 @@ sigset_t brokenPipe()
 }
 } // namespace
 
+CXlibGlobals::CXlibGlobals() : m_guard(s_globals), m_areThere(!s_hasEnded) {}
+
 Display* openOwnDisplay()
 {
+    // Before the handlers that close connections register themselves: what was registered first runs last.
+    [[maybe_unused]] static const bool s_registered = atProcessEnd<endGlobals>();
+    const CXlibGlobals globals;
+    if (!globals)
+        return nullptr;
     XInitThreads(); // before any connection is opened; any number of calls
     Display* const display = XOpenDisplay(nullptr);
     if (display)

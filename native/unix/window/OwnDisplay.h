@@ -7,6 +7,7 @@
 #pragma once
 
 #include <csignal>
+#include <shared_mutex>
 
 #include <X11/Xlib.h>
 
@@ -34,6 +35,20 @@ bool isConnected(Display* display);
 /// the process's, whatever the host has set meanwhile. Null for one that is null or lost, and the operation
 /// answers neutrally. Ask it at the start of each operation; it does not wait.
 Display* usableDisplay(Display* display);
+
+/// Leave for a scope to call what takes a lock of Xlib's own, other than those of connections: what opens and
+/// closes these, sets handlers and looks up the texts of errors. Xlib frees its locks at the end of the
+/// process; threads that still run then must not look for them. Any number at a time; may be nested.
+class CXlibGlobals {
+public:
+    CXlibGlobals();
+    /// False when the process ends.
+    explicit operator bool() const { return m_areThere; }
+
+private:
+    std::shared_lock<std::shared_timed_mutex> m_guard;
+    bool m_areThere;
+};
 
 /// Keeps SIGPIPE from the calling thread while it lives: a request on a lost connection raises it, and not
 /// every host ignores it.

@@ -17,13 +17,17 @@ int _XlibErrorHandler(Display* display, XErrorEvent* error)
 void traceXError(Display* display, int code, unsigned long serial, int major, int minor)
 {
     char text[200] = "";
-    XGetErrorText(display, code, text, sizeof text);
+    if (const CXlibGlobals globals; globals)
+        XGetErrorText(display, code, text, sizeof text);
     CTracer::debugTrace("X Error : \n\t%s\n\t Serial: %d, Request Code: %d, Minor Code: %d\n", text,
                         static_cast<int>(serial), major, minor);
 }
 
 void installXlibErrorHandler()
 {
+    const CXlibGlobals globals;
+    if (!globals)
+        return;
     const XErrorHandler previous = XSetErrorHandler(_XlibErrorHandler);
     if (previous != _XlibErrorHandler)
         s_previousHandler = previous;
