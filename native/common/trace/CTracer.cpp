@@ -2,6 +2,11 @@
 
 #include "GxDebug.h"
 
+bool CTracer::isOn() noexcept
+{
+    return GenericNative.isTraced(2);
+}
+
 void CTracer::debugTrace(const char* format, ...) noexcept
 {
     va_list arguments;

@@ -3,6 +3,8 @@
 
 class CTracer {
 public:
+    /// Whether debugTrace writes anything: for a message that takes time to make.
+    static bool isOn() noexcept;
     /// Writes a message to the trace file as component "Native" at the level of GxDebug::Debug; nothing when
     /// that level is filtered out. Any thread.
     /// @param format  printf style, without a line end

@@ -228,6 +228,13 @@ void GxDebug::readConfiguration() noexcept
     s_initialized = 1;
 }
 
+bool GxDebug::isTraced(unsigned level) const noexcept
+{
+    Initialize();
+    return s_back2Mldebug != 0 ||
+           (s_traceEnabled != 0 && passes(s_traceComponentLevel, m_facility, s_traceLevel, level));
+}
+
 void GxDebug::message(unsigned legacyLevel, unsigned level, const char* format,
                       va_list arguments) const noexcept
 {

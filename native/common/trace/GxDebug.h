@@ -60,6 +60,9 @@ public:
     /// As Debug, for callers with arguments of their own.
     [[gnu::format(printf, 2, 0)]] void vDebug(const char* format, va_list arguments) const noexcept;
 
+    /// Whether a message of this level would go anywhere: for a text that takes time to make.
+    bool isTraced(unsigned level) const noexcept;
+
     /// Writes to the log file and, trace switched on or not, to the trace file.
     /// @param level  0 to 7; more counts as 7
     [[gnu::format(printf, 3, 4)]] void log(unsigned level, const char* format, ...) const noexcept;

@@ -412,7 +412,8 @@ int KeyEvent::play() const
 bool KeyEvent::type(bool parse) const
 {
     const std::u16string text = m_wide ? m_text16 : units(m_text);
-    CTracer::debugTrace(parse ? "Got KEYSTRING event with '%s'" : "Got INPUTCHARS event with '%s'",
-                        inLocale(text).c_str());
+    if (CTracer::isOn())
+        CTracer::debugTrace(parse ? "Got KEYSTRING event with '%s'" : "Got INPUTCHARS event with '%s'",
+                            inLocale(text).c_str());
     return SendKeys(text.c_str(), parse) == KeysPlayed;
 }
