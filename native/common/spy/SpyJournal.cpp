@@ -232,6 +232,7 @@ void restoreAll(CLeftHeaps& heaps)
 
 void CSpyJournal::attach(const CSharedMemory& firstHeap)
 {
+    s_segment.reset(); // of a store that is gone, before the page of the new one is in use
     s_segment = std::make_unique<CJournalSegment>(firstHeap);
     if (!s_segment->area()) {
         s_segment.reset();
