@@ -2,7 +2,7 @@
 /// GTK.
 #pragma once
 
-#include "Asked.h"
+#include "GtkRowsShown.h"
 
 #include <string>
 
@@ -99,6 +99,7 @@ inline void addTable(GtkWidget* box)
                                                 "text", 0, nullptr);
     gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "On", gtk_cell_renderer_toggle_new(),
                                                 "active", 1, nullptr);
+    addContextMenu(view);
     GtkTreeSelection* const selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view));
     GtkTreePath* const second = gtk_tree_path_new_from_indices(1, -1);
     gtk_tree_selection_select_path(selection, second);
@@ -113,7 +114,7 @@ inline GtkWidget* manyButtons(int count)
     return column;
 }
 
-inline void addPages(GtkWidget* box, int count)
+inline void addPages(GtkWidget* box, int count, int rows)
 {
     GtkWidget* const pages = added(box, gtk_notebook_new());
     GtkWidget* const scrolled = gtk_scrolled_window_new(nullptr, nullptr);
@@ -121,6 +122,7 @@ inline void addPages(GtkWidget* box, int count)
     gtk_scrolled_window_add_with_viewport(GTK_SCROLLED_WINDOW(scrolled), manyButtons(count));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), scrolled, gtk_label_new("First"));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("behind"), gtk_label_new("Second"));
+    gtk_notebook_append_page(GTK_NOTEBOOK(pages), rowsPage(rows), gtk_label_new("Rows"));
 }
 
 inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
@@ -130,7 +132,7 @@ inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
 }
 } // namespace Shown
 
-/// @param count  argument: how many buttons a page that scrolls has
+/// Arguments: how many buttons a page that scrolls has, and how many rows the table behind it.
 inline int runShown(int argc, char** argv)
 {
     gtk_init(&argc, &argv);
@@ -138,10 +140,14 @@ inline int runShown(int argc, char** argv)
     gtk_window_set_title(GTK_WINDOW(window), "All of them");
     GtkWidget* const box = gtk_vbox_new(FALSE, 2);
     gtk_container_add(GTK_CONTAINER(window), box);
+    gtk_box_pack_start(GTK_BOX(box), Shown::menuBar(), FALSE, FALSE, 0);
     Shown::addButtons(box);
+#if GTK_MAJOR_VERSION >= 3
+    Shown::addPopover(box, window);
+#endif
     Shown::addFields(box);
     Shown::addTable(box);
-    Shown::addPages(box, argc > 1 ? std::atoi(argv[1]) : 30);
+    Shown::addPages(box, argc > 1 ? std::atoi(argv[1]) : 30, argc > 2 ? std::atoi(argv[2]) : 300);
     g_signal_connect(window, "map-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer) {
                          say("ready", "0");
                          return FALSE;

@@ -3,13 +3,20 @@
 
 #include <string>
 
+#include <Xm/CascadeB.h>
+#include <Xm/FileSB.h>
+#include <Xm/Form.h>
+#include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
+#include <Xm/MessageB.h>
+#include <Xm/Notebook.h>
 #include <Xm/PushB.h>
 #include <Xm/PushBG.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Scale.h>
 #include <Xm/ScrolledW.h>
+#include <Xm/TabStack.h>
 #include <Xm/Text.h>
 #include <Xm/TextF.h>
 #include <Xm/ToggleB.h>
@@ -18,6 +25,8 @@
 
 namespace {
 using Create = Widget (*)(Widget, String, ArgList, Cardinal);
+
+Widget s_shell;
 
 Widget make(Create create, Widget parent, const char* name)
 {
@@ -87,6 +96,104 @@ void addButtons(Widget parent)
     toggle(XmCreateToggleButton, colours, "Green");
 }
 
+void sayChosen(Widget item, XtPointer, XtPointer)
+{
+    say("chosen", XtName(item));
+}
+
+void openFiles(Widget, XtPointer, XtPointer)
+{
+    const Widget box = XmCreateFileSelectionDialog(s_shell, const_cast<char*>("files"), nullptr, 0);
+    XtAddCallback(
+        box, XmNokCallback,
+        [](Widget dialog, XtPointer, XtPointer data) {
+            const auto* const chosen = static_cast<XmFileSelectionBoxCallbackStruct*>(data);
+            char* const file = static_cast<char*>(XmStringUnparse(chosen->value, nullptr, XmCHARSET_TEXT,
+                                                                  XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL));
+            say("file", file);
+            XtFree(file);
+            XtUnmanageChild(dialog);
+        },
+        nullptr);
+    XtManageChild(box);
+}
+
+void ask(Widget, XtPointer, XtPointer)
+{
+    const XmString text = XmStringCreateLocalized(const_cast<char*>("Really?"));
+    Arg arguments[] = {{const_cast<char*>(XmNmessageString), reinterpret_cast<XtArgVal>(text)},
+                       {const_cast<char*>(XmNdialogStyle), XmDIALOG_FULL_APPLICATION_MODAL}};
+    const Widget box = XmCreateQuestionDialog(s_shell, const_cast<char*>("question"), arguments, 2);
+    XtAddCallback(
+        box, XmNokCallback, [](Widget, XtPointer, XtPointer) { say("answer", "Yes"); }, nullptr);
+    XtManageChild(box);
+    XmStringFree(text);
+}
+
+Widget item(Create create, Widget menu, const char* name, XtCallbackProc chosen)
+{
+    const Widget made = make(create, menu, name);
+    XtAddCallback(made, create == XmCreateToggleButton ? XmNvalueChangedCallback : XmNactivateCallback,
+                  chosen, nullptr);
+    return made;
+}
+
+Widget submenu(Widget menu, const char* name)
+{
+    const Widget pane = XmCreatePulldownMenu(menu, const_cast<char*>("pane"), nullptr, 0);
+    XtVaSetValues(make(XmCreateCascadeButton, menu, name), XmNsubMenuId, pane, nullptr);
+    return pane;
+}
+
+void addMenus(Widget parent)
+{
+    const Widget bar = make(XmCreateMenuBar, parent, "bar");
+    const Widget file = submenu(bar, "File");
+    item(XmCreatePushButton, file, "Open...", openFiles);
+    item(XmCreatePushButtonGadget, file, "Ask...", ask);
+    const Widget view = submenu(bar, "View");
+    XmToggleButtonSetState(item(XmCreateToggleButton, view, "Ruler", sayChosen), True, False);
+    XtSetSensitive(item(XmCreatePushButton, view, "Grid", sayChosen), False);
+}
+
+void addContextMenu(Widget widget)
+{
+    Arg arguments[] = {{const_cast<char*>(XmNpopupEnabled), XmPOPUP_AUTOMATIC}};
+    const Widget menu = XmCreatePopupMenu(widget, const_cast<char*>("context"), arguments, 1);
+    item(XmCreatePushButtonGadget, menu, "Cut", sayChosen);
+    item(XmCreatePushButton, submenu(menu, "Special"), "As text", sayChosen);
+}
+
+Widget tabPage(Widget stack, const char* label)
+{
+    const XmString text = XmStringCreateLocalized(const_cast<char*>(label));
+    const Widget page =
+        XtVaCreateManagedWidget(label, xmFormWidgetClass, stack, XmNtabLabelString, text, nullptr);
+    XmStringFree(text);
+    return page;
+}
+
+/// Three tabs, behind which are nothing, a long list and a notebook of two pages with tabs.
+void addTabs(Widget parent, int rows)
+{
+    const Widget stack = make(XmCreateTabStack, parent, "stack");
+    make(XmCreateLabelGadget, tabPage(stack, "First"), "in front");
+    const Widget list = make(XmCreateScrolledList, tabPage(stack, "Rows"), "table");
+    XtVaSetValues(list, XmNvisibleItemCount, 6, nullptr);
+    for (int number = 0; number < rows; ++number) {
+        const std::string name = "row " + std::to_string(number);
+        const XmString text = XmStringCreateLocalized(const_cast<char*>(name.c_str()));
+        XmListAddItemUnselected(list, text, 0);
+        XmStringFree(text);
+    }
+    const Widget book = make(XmCreateNotebook, tabPage(stack, "Book"), "book");
+    for (const char* const name : {"Alpha", "Beta"}) {
+        const Widget page = make(XmCreateLabel, book, (std::string("page ") + name).c_str());
+        XtVaSetValues(page, XmNrecomputeSize, False, XmNwidth, 120, XmNheight, 60, nullptr);
+        XtVaSetValues(button(XmCreatePushButton, book, name), XmNnotebookChildType, XmMAJOR_TAB, nullptr);
+    }
+}
+
 void sayNumber(Widget widget, XtPointer, XtPointer)
 {
     say("size", XtName(widget));
@@ -113,6 +220,7 @@ void addChoices(Widget parent)
     }
     XtVaSetValues(list, XmNvisibleItemCount, 3, nullptr);
     XmListSelectPos(list, 2, False);
+    addContextMenu(list);
 }
 
 void addPage(Widget parent, int count)
@@ -133,18 +241,20 @@ int main(int argc, char** argv)
 {
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtAppContext application;
-    const Widget shell = XtVaAppInitialize(&application, "GxShown", nullptr, 0, &argc, argv, nullptr,
-                                           XmNtitle, "All of them", nullptr);
-    const Widget box = make(XmCreateRowColumn, shell, "box");
+    s_shell = XtVaAppInitialize(&application, "GxShown", nullptr, 0, &argc, argv, nullptr, XmNtitle,
+                                "All of them", nullptr);
+    const Widget box = make(XmCreateRowColumn, s_shell, "box");
+    addMenus(box);
     addButtons(box);
     addFields(box);
     addChoices(box);
+    addTabs(box, argc > 2 ? std::atoi(argv[2]) : 300);
     addPage(box, argc > 1 ? std::atoi(argv[1]) : 30);
-    XtRealizeWidget(shell);
+    XtRealizeWidget(s_shell);
     XtAppAddInput(
         application, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask),
         [](XtPointer, int*, XtInputId*) { obey(); }, nullptr);
-    XSync(XtDisplay(shell), False);
-    say("ready", std::to_string(XtWindow(shell)).c_str());
+    XSync(XtDisplay(s_shell), False);
+    say("ready", std::to_string(XtWindow(s_shell)).c_str());
     XtAppMainLoop(application);
 }

@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvern.test.gx.engine.AppWindow;
 import com.talvern.test.gx.engine.Application;
+import com.talvern.test.gx.engine.FileDialogView;
 import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Widget;
@@ -12,13 +13,20 @@ import com.talvern.test.gx.engine.WidgetException;
 import com.talvern.test.gx.engine.WidgetView;
 import java.io.BufferedReader;
 import java.lang.ProcessBuilder.Redirect;
+import java.net.URL;
+import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.time.Duration;
 import java.util.List;
 import java.util.function.Consumer;
 import java.util.regex.Pattern;
+import javax.tools.ToolProvider;
 import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -27,6 +35,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 class WidgetTest {
     private static final Duration SOON = Duration.ofMillis(200);
 
+    @TempDir Path folder;
     private Application application;
     private BufferedReader output;
 
@@ -87,6 +96,162 @@ class WidgetTest {
         assertEquals("alpha", rows.cell(0, 0).text());
         assertEquals("gamma", rows.cell("gamma", 0).text());
         assertFalse(application.tree().toString().contains("new-secret"));
+    }
+
+    private void says(String line) throws Exception {
+        assertEquals(line, output.readLine());
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void rowsOutOfSightAreScrolledThereAndUsed(String program) throws Exception {
+        start(program);
+        application.tab("Rows").click();
+        Widget table = application.find(Query.name("table"));
+        List<List<String>> rows = table.rows();
+        assertEquals(300, rows.size());
+        assertEquals("row 299", rows.get(299).get(0));
+        for (String row : List.of("row 250", "row 7:", "row 251")) { // down, up, and down again
+            table.select(row);
+            assertTrue(table.cell(row, 0).isSelected());
+        }
+        table.select(298);
+        assertEquals(List.of("row 298"), table.view().rows().stream().filter(WidgetView.Row::selected)
+            .map(row -> row.cells().get(0)).toList());
+        fails(WidgetException.NotFound.class, "no application.find(Query.name(\"table\")).cell(\"row 300\", 0)", table,
+            asked -> asked.select("row 300"));
+        fails(WidgetException.Ambiguous.class, "item \"row 29\"", table,
+            asked -> asked.cell(Pattern.compile("row 2[0-9]"), 0).click());
+        if (program.startsWith("gtk")) {
+            cellsOfGtkAreTickedAndWritten(table);
+            listsOfOtherKindsAreScrolled(program);
+        }
+    }
+
+    private void cellsOfGtkAreTickedAndWritten(Widget table) throws Exception {
+        table.cell("row 120", 1).set(true);
+        says("toggled 120");
+        table.cell("row 5", 0).edit("five");
+        says("edited 5");
+        assertEquals("five", table.cell(5, 0).text());
+        assertEquals(List.of("row 120", "true"), table.rows().get(120));
+    }
+
+    private void listsOfOtherKindsAreScrolled(String program) {
+        Widget tree = application.find(Query.name("tree"));
+        assertEquals(42, tree.rows().size()); // the rows below the second are closed
+        tree.select("fruit35");
+        assertEquals("fruit35", tree.cell(36, 0).text());
+        tree.select("bread");
+        application.find(Query.name("icons")).select("icon 55");
+        application.find(Query.name("icons")).select(3);
+        if (program.startsWith("gtk3")) {
+            application.find(Query.name("lines")).select("line 25");
+            application.find(Query.name("flow")).select(28);
+            assertEquals(List.of("card 7"), application.find(Query.name("flow")).rows().get(7));
+        }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void menusSayHowTheyAreAndAreChosenFrom(String program) throws Exception {
+        start(program);
+        AppWindow window = application.awaitWindow("All of them");
+        assertEquals(Boolean.TRUE, window.menuItem("View", "Ruler").checked());
+        assertFalse(window.menuItem("View", "Grid").enabled());
+        window.choose("View", "Ruler");
+        says("chosen Ruler");
+        assertEquals(Boolean.FALSE, application.menuItem("View", "Ruler").checked());
+        Widget list = application.list();
+        assertEquals(List.of("Cut", "Special"), list.contextMenu().texts());
+        application.closeMenus();
+        list.chooseFromContextMenu("Special", "As text");
+        says("chosen As text");
+        application.choose("File", "Ask...");
+        AppWindow question = application.awaitDialog();
+        assertTrue(question.texts().contains("Really?"), question.tree()::toString);
+        String yes = program.startsWith("motif") ? "OK" : "Yes";
+        assertTrue(question.buttons().contains(yes), question.tree()::toString);
+        fails(WidgetException.Covered.class, "takes the press", application.button("Save"), Widget::click);
+        question.button(yes).click();
+        says("answer Yes");
+        question.awaitGone();
+        application.tab("Rows").click();
+        assertTrue(application.tab("Rows").isSelected());
+    }
+
+    @Test
+    void popoversAreChosenFrom() throws Exception {
+        start("gtk3-shown");
+        Widget options = application.button("Options");
+        options.choose("Zoom");
+        says("chosen zoom");
+        options.choose("Loud");
+        options.choose("More", "Deep");
+        says("chosen deep");
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void filesAreNamedInDialogs(String program) throws Exception {
+        start(program);
+        Path there = Files.writeString(folder.resolve("Gr\u00fc\u00dfe.txt"), "there");
+        Files.writeString(folder.resolve("Gr\u00fc\u00dfe.txt.old"), "begins as the other does");
+        named("Open...", there.toString(), true);
+        says("file " + there);
+        if (!program.startsWith("gtk2")) {
+            return;
+        }
+        named("Folder...", folder.toString(), true);
+        says("file " + folder);
+        named("Save...", folder.resolve("new").toString(), true);
+        says("file " + folder.resolve("new"));
+        FileDialogView saved = named("Save...", there.toString(), false);
+        assertEquals(List.of(saved), application.fileDialogs());
+        application.find(Query.role(Role.PUSH_BUTTON).text("Replace")).click();
+        says("file " + there);
+        FileDialogView open = named("Open...", folder.toString(), false); // goes into it
+        application.click(open.cancel());
+        assertTrue(output.readLine().startsWith("no file "));
+    }
+
+    private FileDialogView named(String item, String file, boolean goes) {
+        application.setTimeout(Duration.ofSeconds(20));
+        application.choose("File", item);
+        FileDialogView dialog = application.awaitFileDialog();
+        application.setFile(dialog, file);
+        application.setTimeout(Duration.ofSeconds(goes ? 20 : 3));
+        assertEquals(goes, application.confirm(dialog));
+        return goes ? null : application.fileDialogs().get(0);
+    }
+
+    /** Each line of Java that {@link Widget#path} gives is compiled, and has to find the same widget. */
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void aPathIsALineOfJavaThatFindsItAgain(String program) throws Exception {
+        start(program);
+        AppWindow window = application.awaitWindow("All of them");
+        List<Widget> widgets = List.of(application.button("Save"), window.button(Pattern.compile("Sa.e")),
+            application.toggle("Agree"), window.field("Name"), application.field(Pattern.compile("Cit\\w")), window.label("City"),
+            application.list(), window.table(), application.comboBox("Size"), window.optionMenu(Pattern.compile("S\\w+:")),
+            application.tab("Rows"), application.list().cell(2, 0), window.list().cell("beta", 0),
+            window.find(Query.any().text(Pattern.compile("save", Pattern.CASE_INSENSITIVE))),
+            application.find(Query.role(Role.RADIO_BUTTON, Role.TOGGLE).at(1).in(Query.role(Role.WINDOW))),
+            application.find(Query.role(Role.RADIO_BUTTON)).all().get(1),
+            application.find(Query.role(Role.WINDOW)).find(Query.role(Role.TEXT_AREA).named("notes")));
+        StringBuilder code = new StringBuilder("import com.talvern.test.gx.engine.*;\nimport java.util.List;\n"
+            + "import java.util.regex.Pattern;\npublic class Paths {\n"
+            + "public static List<Widget> all(Application application) {\nreturn List.of(\n");
+        code.append(String.join(",\n", widgets.stream().map(Widget::path).toList())).append(");\n}\n}\n");
+        Path source = Files.writeString(folder.resolve("Paths.java"), code);
+        assertEquals(0, ToolProvider.getSystemJavaCompiler().run(null, null, null, "-cp", System.getProperty("gx.jar"),
+            "-d", folder.toString(), source.toString()), code::toString);
+        try (URLClassLoader loader = new URLClassLoader(new URL[] {folder.toUri().toURL()})) {
+            List<?> again = (List<?>) loader.loadClass("Paths").getMethod("all", Application.class).invoke(null, application);
+            for (int index = 0; index < widgets.size(); ++index) {
+                assertEquals(widgets.get(index).view().line(), ((Widget) again.get(index)).view().line());
+            }
+        }
     }
 
     private <T extends WidgetException> void fails(Class<T> kind, String text, Widget widget, Consumer<Widget> use) {

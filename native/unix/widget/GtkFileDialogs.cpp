@@ -50,6 +50,18 @@ Rect shownBox(_GtkWidget* widget)
     return widget && gtk::isMapped(widget) ? places.boxOf(widget) : Rect();
 }
 
+bool isField(_GtkWidget* widget)
+{
+    return isA(widget, "GtkFileChooserEntry");
+}
+
+/// Whether a widget is a list that has no rows yet because they are still being read. Under GTK 2 an empty
+/// one may look like that, too.
+bool isLoading(_GtkWidget* widget)
+{
+    return isGTK3() && isA(widget, "GtkTreeView") && gtk::isMapped(widget) && !gtk::treeModel(widget);
+}
+
 CFileDialog dialogOf(_GtkWidget* window, _GtkWidget* chooser)
 {
     _GtkWidget* const agreeing = firstButton(window, {accept, ok, yes, apply});
@@ -58,8 +70,8 @@ CFileDialog dialogOf(_GtkWidget* window, _GtkWidget* chooser)
     dialog.caption = textOf(window, "title");
     dialog.ok = shownBox(agreeing ? agreeing : gtk::defaultWidget(window));
     dialog.cancel = shownBox(firstButton(window, {cancel, closed, no, reject}));
-    dialog.file =
-        shownBox(firstIn(chooser, [](_GtkWidget* each) { return isA(each, "GtkFileChooserEntry"); }));
+    dialog.file = shownBox(firstIn(chooser, isField));
+    dialog.ready = !firstIn(chooser, isLoading);
     return dialog;
 }
 
@@ -106,6 +118,16 @@ void typeIntoField(_GtkWidget* chooser, const std::string& file)
     g::setString(text.get(), file.c_str());
     const GxGValue arguments[] = {*self.get(), *text.get()};
     g::emit(arguments, signal, 0, nullptr);
+    if (!isGTK3()) // whose first one only leaves the list of files used lately
+        g::emit(arguments, signal, 0, nullptr);
+}
+
+/// The names that come up below the field would take the next click for themselves.
+void keepNamesDown(_GtkWidget* chooser)
+{
+    _GtkWidget* const field = firstIn(chooser, isField);
+    if (void* const completion = field ? gtk::completion(field) : nullptr)
+        gtk::setCompletionPopup(completion, 0);
 }
 
 /// A file that the program has named is selected once its folder is read, and would take the field back.
@@ -118,6 +140,7 @@ void nameFile(_GtkWidget* chooser, const std::string& file)
         gtk::setFileName(chooser, file.c_str());
     else
         typeIntoField(chooser, file);
+    keepNamesDown(chooser);
 }
 } // namespace
 

@@ -234,11 +234,14 @@ void CIconRows::probe()
 {
     constexpr int step = 8; // pixels
     for (int y = 0; y < m_all.height; y += step)
-        for (int x = 0; x < m_all.width; x += step)
-            if (const PathPtr there{gtk::iconAt(m_view, x, y)}) {
+        for (int x = 0; x < m_all.width; x += step) {
+            int inX = x, inY = y;
+            gtk::toIconWindow(m_view, x, y, &inX, &inY);
+            if (const PathPtr there{gtk::iconAt(m_view, inX, inY)}) {
                 Rect& known = m_probed[takenText(gtk::pathText(there.get()))];
                 known = joined(known, Rect(y, x, step, step));
             }
+        }
 }
 
 _GtkAllocation CIconRows::areaOf(void* path)

@@ -247,10 +247,12 @@ std::string mnemonicLabelOf(_GtkWidget* widget)
 /// Reads the widgets below one.
 class CGtkReader {
 public:
-    CWidgetNode read(_GtkWidget* widget, bool aroundShows, int depth);
+    CWidgetNode readWindow(_GtkWidget* window);
     bool takeWidget() { return m_budget.takeWidget(); }
 
 private:
+    CWidgetNode read(_GtkWidget* widget, bool aroundShows, int depth);
+    void collectPopovers(_GtkWidget* widget);
     void readFacts(_GtkWidget* widget, const CGtkKind& kind, CWidgetNode& node);
     void readChildren(_GtkWidget* widget, CWidgetNode& node, int depth);
     void readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth);
@@ -258,7 +260,26 @@ private:
 
     CGdkPlaces m_places;
     CTreeBudget m_budget;
+    std::vector<_GtkWidget*> m_popovers; ///< of the window that is being read, which show
 };
+
+/// A popover lies in the window, whose container does not tell; the widget that it points at knows.
+void CGtkReader::collectPopovers(_GtkWidget* widget)
+{
+    void* const table = isGTK3() ? g::dataOf(widget, "gtk-quark-widget-popovers") : nullptr;
+    for (_GtkWidget* const popover : table ? taken<_GtkWidget>(g::keysOf(table)) : std::vector<_GtkWidget*>())
+        if (gtk::isMapped(popover))
+            m_popovers.push_back(popover);
+}
+
+CWidgetNode CGtkReader::readWindow(_GtkWidget* window)
+{
+    m_popovers.clear();
+    CWidgetNode node = read(window, true, 0);
+    for (size_t each = 0; each < m_popovers.size(); ++each) // one may have others
+        add(m_popovers[each], node, 0);
+    return node;
+}
 
 void CGtkReader::readFacts(_GtkWidget* widget, const CGtkKind& kind, CWidgetNode& node)
 {
@@ -282,6 +303,7 @@ CWidgetNode CGtkReader::read(_GtkWidget* widget, bool aroundShows, int depth)
     CWidgetNode node;
     node.showing = aroundShows && gtk::isMapped(widget);
     readFacts(widget, kind, node);
+    collectPopovers(widget);
     if (isA(widget, "GtkTreeView"))
         readTreeView(widget, m_places, node);
     if (isA(widget, "GtkIconView"))
@@ -463,7 +485,7 @@ std::vector<CWidgetNode> CGtkWidgets::windows() const
     std::vector<CWidgetNode> nodes;
     for (_GtkWidget* const window : taken<_GtkWidget>(gtk::toplevels()))
         if (isOnScreen(window) && reader.takeWidget())
-            nodes.push_back(withoutMenuWindow(reader.read(window, true, 0)));
+            nodes.push_back(withoutMenuWindow(reader.readWindow(window)));
     return nodes;
 }
 

@@ -124,11 +124,9 @@ Rect boxOf(Widget widget, const COrigin& around)
             around.x + widget->core.x + widget->core.border_width, widget->core.height, widget->core.width};
 }
 
-/// Whether a widget with a window is a page that others may lie before, or a tab.
-bool isInPages(Widget widget)
+bool isInNotebook(Widget widget)
 {
-    const Widget parent = XtParent(widget);
-    return XtIsWidget(widget) && (isOfKind(parent, "XmNotebook") || isOfKind(parent, "XmTabStack"));
+    return XtIsWidget(widget) && isOfKind(XtParent(widget), "XmNotebook");
 }
 
 /// The tab of a page has no widget; no widget has an odd address.
@@ -170,11 +168,13 @@ void CXtReader::readState(Widget widget, CWidgetNode& node)
         shows = XtIsManaged(widget) || XtIsShell(widget);
         shows = shows && XtIsRealized(widget) &&
                 (!XtIsWidget(widget) || XtIsShell(widget) || widget->core.mapped_when_managed);
+        if (isOfKind(XtParent(widget), "XmTabStack") && !isOfKind(widget, "XmTabBox"))
+            shows = shows && isXtTabSelected(XtParent(widget), widget);
         enabled = XtIsSensitive(widget);
         focused = XmGetFocusWidget(widget) == widget;
     });
-    // panes of menus and pages are mapped past Xt
-    if (isOfKind(XtParent(widget), "XmMenuShell") || isInPages(widget))
+    // panes of menus and pages of notebooks are mapped past Xt
+    if (isOfKind(XtParent(widget), "XmMenuShell") || isInNotebook(widget))
         shows = stateOf(walkDisplay(), XtWindow(widget)).viewable;
     node.showing = node.showing && shows;
     node.enabled = enabled;

@@ -65,6 +65,7 @@ void CTreeWriter::write(const std::vector<CFileDialog>& dialogs)
         writeText(dialog.caption);
         for (const Rect& box : {dialog.ok, dialog.cancel, dialog.file})
             m_out.add(box);
+        m_out.add(dialog.ready);
     }
 }
 

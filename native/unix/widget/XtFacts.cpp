@@ -434,10 +434,9 @@ void readXtFileBox(Widget box, CXtFileBox& parts)
     parts.file = child(XmDIALOG_TEXT);
 }
 
+/// Some programs hide the field and go by what is in it all the same.
 void setXtFile(Widget box, const char* text)
 {
-    CXtFileBox parts;
-    readXtFileBox(box, parts);
-    if (parts.file)
-        XmTextSetString(parts.file, const_cast<char*>(text));
+    if (const Widget field = XmFileSelectionBoxGetChild(box, XmDIALOG_TEXT))
+        XmTextSetString(field, const_cast<char*>(text));
 }

@@ -135,6 +135,7 @@ final class Widgets {
     /** A program may set its title past its toolkit. */
     private static FileDialogView withCaption(FileDialogView dialog) {
         String caption = Windows.caption(new NativeWindow(dialog.window()));
-        return new FileDialogView(dialog.window(), caption, dialog.ok(), dialog.cancel(), dialog.file());
+        return new FileDialogView(dialog.window(), caption, dialog.ok(), dialog.cancel(), dialog.file(),
+            dialog.ready());
     }
 }

@@ -395,7 +395,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /**
-     * Waits for a file dialog.
+     * Waits for a file dialog that is ready.
      *
      * @return the one on top
      * @throws ApplicationException.NotInTime none has come up
@@ -403,7 +403,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     public FileDialogView awaitFileDialog() {
         return await("a file dialog", asked -> {
             List<FileDialogView> dialogs = asked.fileDialogs();
-            return dialogs.isEmpty() ? Optional.empty() : Optional.of(dialogs.get(dialogs.size() - 1));
+            return dialogs.stream().skip(Math.max(dialogs.size() - 1, 0)).filter(FileDialogView::ready).findFirst();
         });
     }
 
@@ -442,11 +442,11 @@ public final class Application implements AutoCloseable, WidgetScope {
     private Rectangle restingOk(FileDialogView dialog) {
         Rectangle[] before = new Rectangle[1];
         return await("the file dialog at rest", asked -> {
-            Rectangle now = asked.fileDialogs().stream().filter(open -> open.window() == dialog.window())
-                .findFirst().orElse(dialog).ok();
-            boolean rests = shown(now, "OK").equals(before[0]);
-            before[0] = now;
-            return rests ? Optional.of(now) : Optional.empty();
+            FileDialogView now = asked.fileDialogs().stream().filter(open -> open.window() == dialog.window())
+                .findFirst().orElse(dialog);
+            boolean rests = shown(now.ok(), "OK").equals(before[0]) && now.ready();
+            before[0] = now.ok();
+            return rests ? Optional.of(now.ok()) : Optional.empty();
         });
     }
 

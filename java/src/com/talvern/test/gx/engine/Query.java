@@ -22,7 +22,7 @@ import java.util.stream.Stream;
  * found only when nothing that shows is.
  */
 public final class Query {
-    private static final Query ANY = new Query(List.of(), "", null, null);
+    private static final Query NONE_YET = new Query(List.of(), "", null, null);
     /** Texts of these are what a user has put there; they are called by what stands beside them. */
     private static final Set<Role> CALLED_BY_LABEL = EnumSet.of(Role.TEXT_FIELD, Role.TEXT_AREA, Role.SPIN_BUTTON,
         Role.COMBO_BOX, Role.OPTION_MENU, Role.SCALE, Role.PROGRESS_BAR, Role.LIST, Role.TABLE, Role.TREE);
@@ -65,12 +65,17 @@ public final class Query {
         Set<Role> roles = EnumSet.of(role, others);
         String names = String.join(", ", Stream.concat(Stream.of(role), Arrays.stream(others))
             .map(each -> "Role." + each.name()).toList());
-        return ANY.where("role(" + names + ")", view -> roles.contains(view.role()));
+        return NONE_YET.where("role(" + names + ")", view -> roles.contains(view.role()));
+    }
+
+    /** @return a query for all widgets */
+    public static Query any() {
+        return NONE_YET.with("any()", candidates -> candidates);
     }
 
     /** For this package, which gives such queries names of their own. */
     static Query that(String what, Predicate<WidgetView> asked) {
-        return ANY.where("that(" + literal(what) + ")", asked);
+        return NONE_YET.where("that(" + literal(what) + ")", asked);
     }
 
     /**
@@ -78,7 +83,7 @@ public final class Query {
      * @return a query for widgets of that name
      */
     public static Query name(String name) {
-        return ANY.named(name);
+        return NONE_YET.named(name);
     }
 
     /**
@@ -210,12 +215,21 @@ public final class Query {
         return found;
     }
 
+    /** A text as Java code, on one line. */
     static String literal(String text) {
-        return '"' + text.replace("\\", "\\\\").replace("\"", "\\\"").replace("\n", "\\n") + '"';
+        StringBuilder code = new StringBuilder("\"");
+        for (char each : text.toCharArray()) {
+            switch (each) {
+                case '\n' -> code.append("\\n");
+                case '\\', '"' -> code.append('\\').append(each);
+                default -> code.append(each < ' ' ? String.format("\\%03o", (int) each) : each);
+            }
+        }
+        return code.append('"').toString();
     }
 
     static String literal(Pattern pattern) {
-        return "Pattern.compile(" + literal(pattern.pattern()) + ")";
+        return "Pattern.compile(" + literal(pattern.pattern()) + (pattern.flags() == 0 ? "" : ", " + pattern.flags()) + ")";
     }
 
     /** @return a Java expression for it */

@@ -173,6 +173,9 @@ public final class Widget implements WidgetScope {
 
     private void press(int button, int count) {
         Point place = ready();
+        if (column >= 0) { // lists of Motif take a quick second press for a double click, wherever it is
+            application.pointer().pauseBetweenClicks();
+        }
         application.pointer().click(place, button, count);
         application.settle();
     }

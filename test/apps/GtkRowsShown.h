@@ -1,0 +1,228 @@
+/// Lists, tables, trees and menus of GTK 2 or 3, most of them out of sight. Include it after GTK.
+#pragma once
+
+#include "Asked.h"
+
+#include <string>
+
+namespace Shown {
+inline GtkWidget* scrolled(GtkWidget* box, GtkWidget* view, const char* name)
+{
+    GtkWidget* const around = gtk_scrolled_window_new(nullptr, nullptr);
+    gtk_widget_set_size_request(around, 150, 120);
+    gtk_widget_set_name(view, name);
+    gtk_container_add(GTK_CONTAINER(around), view);
+    gtk_box_pack_start(GTK_BOX(box), around, FALSE, FALSE, 0);
+    return view;
+}
+
+inline void change(GtkTreeModel* model, const char* path, int column, const GValue* value)
+{
+    GtkTreeIter row;
+    gtk_tree_model_get_iter_from_string(model, &row, path);
+    gtk_list_store_set_value(GTK_LIST_STORE(model), &row, column, const_cast<GValue*>(value));
+}
+
+inline void onEdited(GtkCellRendererText*, char* path, char* text, gpointer model)
+{
+    GValue value = G_VALUE_INIT;
+    g_value_init(&value, G_TYPE_STRING);
+    g_value_set_string(&value, text);
+    change(GTK_TREE_MODEL(model), path, 0, &value);
+    g_value_unset(&value);
+    say("edited", path);
+}
+
+inline void onToggled(GtkCellRendererToggle* box, char* path, gpointer model)
+{
+    GValue value = G_VALUE_INIT;
+    g_value_init(&value, G_TYPE_BOOLEAN);
+    g_value_set_boolean(&value, !gtk_cell_renderer_toggle_get_active(box));
+    change(GTK_TREE_MODEL(model), path, 1, &value);
+    say("toggled", path);
+}
+
+inline GtkWidget* longTable(int count)
+{
+    GtkListStore* const store = gtk_list_store_new(2, G_TYPE_STRING, G_TYPE_BOOLEAN);
+    for (int number = 0; number < count; ++number)
+        gtk_list_store_insert_with_values(store, nullptr, -1, 0, ("row " + std::to_string(number)).c_str(), 1,
+                                          FALSE, -1);
+    GtkWidget* const view = gtk_tree_view_new_with_model(GTK_TREE_MODEL(store));
+    GtkCellRenderer* const text = gtk_cell_renderer_text_new();
+    g_object_set(text, "editable", TRUE, nullptr);
+    g_signal_connect(text, "edited", G_CALLBACK(onEdited), store);
+    GtkCellRenderer* const box = gtk_cell_renderer_toggle_new();
+    g_signal_connect(box, "toggled", G_CALLBACK(onToggled), store);
+    gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Row", text, "text", 0, nullptr);
+    gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Done", box, "active", 1, nullptr);
+    return view;
+}
+
+/// Two rows, the first of which is open and has 40 below it.
+inline GtkWidget* tree()
+{
+    GtkTreeStore* const store = gtk_tree_store_new(1, G_TYPE_STRING);
+    for (const char* const name : {"fruit", "bread"}) {
+        GtkTreeIter parent, row;
+        gtk_tree_store_append(store, &parent, nullptr);
+        gtk_tree_store_set(store, &parent, 0, name, -1);
+        for (int number = 0; number < 40; ++number) {
+            gtk_tree_store_append(store, &row, &parent);
+            gtk_tree_store_set(store, &row, 0, (name + std::to_string(number)).c_str(), -1);
+        }
+    }
+    GtkWidget* const view = gtk_tree_view_new_with_model(GTK_TREE_MODEL(store));
+    gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Food", gtk_cell_renderer_text_new(),
+                                                "text", 0, nullptr);
+    gtk_tree_view_expand_row(GTK_TREE_VIEW(view), gtk_tree_path_new_from_string("0"), FALSE);
+    return view;
+}
+
+inline GtkWidget* icons()
+{
+    GtkListStore* const store = gtk_list_store_new(1, G_TYPE_STRING);
+    for (int number = 0; number < 60; ++number)
+        gtk_list_store_insert_with_values(store, nullptr, -1, 0, ("icon " + std::to_string(number)).c_str(),
+                                          -1);
+    GtkWidget* const view = gtk_icon_view_new_with_model(GTK_TREE_MODEL(store));
+    gtk_icon_view_set_text_column(GTK_ICON_VIEW(view), 0);
+    return view;
+}
+
+inline GtkWidget* rowsPage(int count)
+{
+    GtkWidget* const page = gtk_hbox_new(FALSE, 2);
+    scrolled(page, longTable(count), "table");
+    scrolled(page, tree(), "tree");
+    scrolled(page, icons(), "icons");
+#if GTK_MAJOR_VERSION >= 3
+    GtkWidget* const lines = scrolled(page, gtk_list_box_new(), "lines");
+    GtkWidget* const flow = scrolled(page, gtk_flow_box_new(), "flow");
+    for (int number = 0; number < 30; ++number) {
+        const std::string name = std::to_string(number);
+        gtk_container_add(GTK_CONTAINER(lines), gtk_label_new(("line " + name).c_str()));
+        gtk_container_add(GTK_CONTAINER(flow), gtk_label_new(("card " + name).c_str()));
+    }
+#endif
+    return page;
+}
+
+inline void sayItem(GtkMenuItem* item, gpointer)
+{
+    say("chosen", gtk_menu_item_get_label(item));
+}
+
+inline GtkWidget* item(GtkWidget* menu, GtkWidget* made, GCallback chosen)
+{
+    g_signal_connect(made, "activate", chosen, nullptr);
+    gtk_menu_shell_append(GTK_MENU_SHELL(menu), made);
+    return made;
+}
+
+inline GtkWidget* submenu(GtkWidget* menu, const char* label)
+{
+    GtkWidget* const made = gtk_menu_new();
+    GtkWidget* const way = gtk_menu_item_new_with_label(label);
+    gtk_menu_item_set_submenu(GTK_MENU_ITEM(way), made);
+    gtk_menu_shell_append(GTK_MENU_SHELL(menu), way);
+    return made;
+}
+
+inline void onFile(GtkDialog* dialog, int answer, gpointer)
+{
+    char* const file = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(dialog));
+    say(answer == GTK_RESPONSE_ACCEPT ? "file" : "no file", file ? file : "");
+    g_free(file);
+    gtk_widget_destroy(GTK_WIDGET(dialog));
+}
+
+template <GtkFileChooserAction action> void onChooseFile(GtkMenuItem* item, gpointer)
+{
+    GtkWidget* const dialog =
+        gtk_file_chooser_dialog_new(gtk_menu_item_get_label(item), nullptr, action, "_Cancel",
+                                    GTK_RESPONSE_CANCEL, "_Go", GTK_RESPONSE_ACCEPT, nullptr);
+    gtk_file_chooser_set_do_overwrite_confirmation(GTK_FILE_CHOOSER(dialog), TRUE);
+    g_signal_connect(dialog, "response", G_CALLBACK(onFile), nullptr);
+    gtk_widget_show(dialog);
+}
+
+inline void onAsk(GtkMenuItem*, gpointer)
+{
+    GtkWidget* const dialog = gtk_message_dialog_new(nullptr, GTK_DIALOG_MODAL, GTK_MESSAGE_QUESTION,
+                                                     GTK_BUTTONS_YES_NO, "Really?");
+    gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(dialog), "For good.");
+    g_signal_connect(dialog, "response", G_CALLBACK(+[](GtkDialog* asked, int answer, gpointer) {
+                         say("answer", answer == GTK_RESPONSE_YES ? "Yes" : "another");
+                         gtk_widget_destroy(GTK_WIDGET(asked));
+                     }),
+                     nullptr);
+    gtk_widget_show(dialog);
+}
+
+inline GtkWidget* menuBar()
+{
+    GtkWidget* const bar = gtk_menu_bar_new();
+    GtkWidget* const file = submenu(bar, "File");
+    item(file, gtk_menu_item_new_with_label("Open..."),
+         G_CALLBACK(onChooseFile<GTK_FILE_CHOOSER_ACTION_OPEN>));
+    item(file, gtk_menu_item_new_with_label("Save..."),
+         G_CALLBACK(onChooseFile<GTK_FILE_CHOOSER_ACTION_SAVE>));
+    item(file, gtk_menu_item_new_with_label("Folder..."),
+         G_CALLBACK(onChooseFile<GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER>));
+    item(file, gtk_menu_item_new_with_label("Ask..."), G_CALLBACK(onAsk));
+    GtkWidget* const view = submenu(bar, "View");
+    GtkWidget* const ruler = gtk_check_menu_item_new_with_label("Ruler");
+    gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(ruler), TRUE);
+    item(view, ruler, G_CALLBACK(sayItem));
+    gtk_widget_set_sensitive(item(view, gtk_menu_item_new_with_label("Grid"), G_CALLBACK(sayItem)), FALSE);
+    return bar;
+}
+
+inline gboolean onPress(GtkWidget* widget, GdkEventButton* press, gpointer menu)
+{
+    if (press->button != 3)
+        return FALSE;
+    gtk_menu_popup(GTK_MENU(menu), nullptr, nullptr, nullptr, nullptr, press->button, press->time);
+    return widget != nullptr;
+}
+
+inline void addContextMenu(GtkWidget* widget)
+{
+    GtkWidget* const menu = gtk_menu_new();
+    item(menu, gtk_menu_item_new_with_label("Cut"), G_CALLBACK(sayItem));
+    item(submenu(menu, "Special"), gtk_menu_item_new_with_label("As text"), G_CALLBACK(sayItem));
+    gtk_widget_show_all(menu);
+    g_signal_connect(widget, "button-press-event", G_CALLBACK(onPress), menu);
+}
+
+#if GTK_MAJOR_VERSION >= 3
+/// A button of which a popover opens, with an entry to tick and a page behind an entry.
+inline void addPopover(GtkWidget* box, GtkWidget* window)
+{
+    GSimpleActionGroup* const group = g_simple_action_group_new();
+    for (GSimpleAction* const action :
+         {g_simple_action_new("zoom", nullptr), g_simple_action_new("deep", nullptr)}) {
+        g_signal_connect(action, "activate", G_CALLBACK(+[](GSimpleAction* done, GVariant*, gpointer) {
+                             say("chosen", g_action_get_name(G_ACTION(done)));
+                         }),
+                         nullptr);
+        g_action_map_add_action(G_ACTION_MAP(group), G_ACTION(action));
+    }
+    g_action_map_add_action(G_ACTION_MAP(group), G_ACTION(g_simple_action_new_stateful(
+                                                     "loud", nullptr, g_variant_new_boolean(FALSE))));
+    gtk_widget_insert_action_group(window, "shown", G_ACTION_GROUP(group));
+    GMenu* const more = g_menu_new();
+    g_menu_append(more, "Deep", "shown.deep");
+    GMenu* const menu = g_menu_new();
+    g_menu_append(menu, "Zoom", "shown.zoom");
+    g_menu_append(menu, "Loud", "shown.loud");
+    g_menu_append_submenu(menu, "More", G_MENU_MODEL(more));
+    GtkWidget* const button = gtk_menu_button_new();
+    gtk_button_set_label(GTK_BUTTON(button), "Options");
+    gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(button), G_MENU_MODEL(menu));
+    gtk_menu_button_set_use_popover(GTK_MENU_BUTTON(button), TRUE);
+    gtk_box_pack_start(GTK_BOX(box), button, FALSE, FALSE, 0);
+}
+#endif
+} // namespace Shown
