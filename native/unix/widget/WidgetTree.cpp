@@ -164,8 +164,8 @@ WIDGET_TREE(jbyteArray, rows, jlong id, jint first, jint count)
 WIDGET_TREE(jboolean, revealRow, jlong id, jstring path, jint column)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
-        return IWidgetToolkit::current().revealRow(static_cast<unsigned long>(id),
-                                                   CJString(env, path).ansiString(), column);
+        return path && IWidgetToolkit::current().revealRow(static_cast<unsigned long>(id),
+                                                           CJString(env, path).ansiString(), column);
     });
 }
 
