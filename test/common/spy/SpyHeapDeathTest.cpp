@@ -59,6 +59,8 @@ bool runUntilChange(pid_t child, const CSpyHeap& heap, int changes)
 bool killAtStore(const Operation& operation, CSpyHeap& heap, std::vector<CSpyMemRef>& refs, int n)
 {
     CChildProcess child([&](CChildProcess&) {
+        CSpyMemory::lockHeap(0); // what a process does once is not stepped through
+        CSpyMemory::unlockHeap();
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
         raise(SIGSTOP);
         operation(heap, refs);
