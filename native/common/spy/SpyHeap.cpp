@@ -298,9 +298,10 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
         return nullptr;
     if (CSpyHeap* pheap = s_pSpyHeap[id].load())
         GX_ASSERT(!pheap->inUse(), "!pheap->inUse()");
-    CSpyHeap* pheap = attachHeap(id);
-    if (!pheap)
+    if (!attachHeap(id))
         return nullptr;
+    CSpyHeap* pheap = s_pSpyHeap[id].load();
+    GX_ASSERT(pheap, "pheap != 0");
     // Others may still have it attached, and it may hold what a process has left that died before it emptied
     // it.
     pheap->init();
