@@ -1,5 +1,5 @@
 // Many processes on one store, killed, starved, deceived and robbed. GX_TORTURE_SECONDS says for how long
-// (30), GX_SEED with which random numbers.
+// (15), GX_SEED with which random numbers.
 #include "ChildProcess.h"
 #include "Mailslot.h"
 #include "PrivateIpc.h"
@@ -56,7 +56,7 @@ protected:
 
     TortureTest()
         : m_seed(numberFrom("GX_SEED", std::random_device{}())), m_random(m_seed),
-          m_end(Clock::now() + 1000ms * numberFrom("GX_TORTURE_SECONDS", 30) / Kinds)
+          m_end(Clock::now() + 1000ms * numberFrom("GX_TORTURE_SECONDS", 15) / Kinds)
     {
     }
     ~TortureTest() override
