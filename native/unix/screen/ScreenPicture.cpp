@@ -1,5 +1,7 @@
 #include "ScreenPicture.h"
 
+#include "ScopedFile.h"
+
 #include <algorithm>
 #include <bit>
 #include <chrono>
@@ -8,7 +10,6 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <utility>
 
 #include "WindowLevel.h"
 #include <xcb/shm.h>
@@ -18,16 +19,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto longestRepaint = std::chrono::milliseconds(300);
 constexpr int quietMs = 30; ///< programs that have drawn nothing for so long have drawn all
-
-/// Closes a descriptor that nobody has taken over.
-struct CDescriptor {
-    ~CDescriptor()
-    {
-        if (number >= 0)
-            close(number);
-    }
-    int number;
-};
 
 /// Descriptors go over sockets of this machine only; on others they would break the connection.
 bool isLocal(xcb_connection_t* connection)
@@ -167,17 +158,17 @@ bool CScreenPicture::readShared()
     const auto version =
         answer(m_connection, xcb_shm_query_version(m_connection), xcb_shm_query_version_reply);
     const size_t size = m_format.stride * static_cast<size_t>(m_part.height);
-    CDescriptor memory{version && (version->major_version > 1 || version->minor_version >= 2)
+    CDescriptor memory(version && (version->major_version > 1 || version->minor_version >= 2)
                            ? memfd_create("gx-picture", MFD_CLOEXEC)
-                           : -1};
-    if (memory.number < 0 || ftruncate(memory.number, static_cast<off_t>(size)) != 0)
+                           : -1);
+    if (!memory || ftruncate(memory.get(), static_cast<off_t>(size)) != 0)
         return false;
-    void* const mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, memory.number, 0);
+    void* const mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, memory.get(), 0);
     if (mapped == MAP_FAILED)
         return false;
     m_shared = {static_cast<uint8_t*>(mapped), CUnmap{size}};
     const xcb_shm_seg_t segment = xcb_generate_id(m_connection);
-    xcb_shm_attach_fd(m_connection, segment, std::exchange(memory.number, -1), 0); // XCB closes it
+    xcb_shm_attach_fd(m_connection, segment, memory.release(), 0); // XCB closes it
     const auto box = answer(
         m_connection,
         xcb_shm_get_image(m_connection, m_connection.screen().root, static_cast<int16_t>(m_part.x),
