@@ -64,14 +64,16 @@ bool isLoading(_GtkWidget* widget)
 
 CFileDialog dialogOf(_GtkWidget* window, _GtkWidget* chooser)
 {
-    _GtkWidget* const agreeing = firstButton(window, {accept, ok, yes, apply});
+    _GtkWidget* const answering = firstButton(window, {accept, ok, yes, apply});
+    _GtkWidget* const agreeing = answering ? answering : gtk::defaultWidget(window);
     CFileDialog dialog;
     dialog.window = xWindowOf(window);
     dialog.caption = textOf(window, "title");
-    dialog.ok = shownBox(agreeing ? agreeing : gtk::defaultWidget(window));
+    dialog.ok = shownBox(agreeing);
     dialog.cancel = shownBox(firstButton(window, {cancel, closed, no, reject}));
     dialog.file = shownBox(firstIn(chooser, isField));
     dialog.ready = !firstIn(chooser, isLoading);
+    dialog.enabled = agreeing && _gtk_widget_is_sensitive(agreeing);
     return dialog;
 }
 

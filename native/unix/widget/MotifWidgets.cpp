@@ -512,7 +512,8 @@ std::vector<CFileDialog> CMotifWidgets::fileDialogs() const
         guarded([&] { readXtFileBox(box, parts); });
         guarded([&] { readXtFacts(shell, facts); });
         dialogs.push_back({XtWindow(shell), taken(facts.text), boxOnScreen(display, parts.ok),
-                           boxOnScreen(display, parts.cancel), boxOnScreen(display, parts.file)});
+                           boxOnScreen(display, parts.cancel), boxOnScreen(display, parts.file), true,
+                           parts.ok && XtIsSensitive(parts.ok)});
     });
     return dialogs;
 }

@@ -66,6 +66,7 @@ void CTreeWriter::write(const std::vector<CFileDialog>& dialogs)
         for (const Rect& box : {dialog.ok, dialog.cancel, dialog.file})
             m_out.add(box);
         m_out.add(dialog.ready);
+        m_out.add(dialog.enabled);
     }
 }
 

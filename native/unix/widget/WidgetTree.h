@@ -31,8 +31,9 @@ struct CFileDialog {
     std::string caption;
     Rect ok;
     Rect cancel;
-    Rect file;         ///< the field for its name
-    bool ready = true; ///< it has read its folder: until then it may change what is typed into it
+    Rect file;            ///< the field for its name
+    bool ready = true;    ///< it has read its folder: until then it may change what is typed into it
+    bool enabled = false; ///< its OK button reacts
 };
 
 /// What a user sees of a widget. Texts are UTF-8; without mnemonic marks; empty where there is none.

@@ -136,6 +136,6 @@ final class Widgets {
     private static FileDialogView withCaption(FileDialogView dialog) {
         String caption = Windows.caption(new NativeWindow(dialog.window()));
         return new FileDialogView(dialog.window(), caption, dialog.ok(), dialog.cancel(), dialog.file(),
-            dialog.ready());
+            dialog.ready(), dialog.enabled());
     }
 }

@@ -59,8 +59,6 @@ public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration LONGEST = Duration.ofDays(365);
     /** A program that has seen to nothing else for so long is one that always has something to see to. */
     private static final Duration NEVER_IDLE = Duration.ofSeconds(1);
-    /** A dialog that closes with another window coming up has gone after so long. */
-    private static final Duration ASKS_BACK = Duration.ofSeconds(1);
 
     private final String name;
     private final ProcessHandle handle;
@@ -408,50 +406,17 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /**
-     * Clicks on OK in a file dialog and waits until the dialog has gone. It may stay: to ask whether a file is to be
-     * replaced, because there is no such file, or because it has opened the folder that was named.
+     * Clicks on OK in a file dialog, once that keeps its place and reacts, and waits until the dialog has gone. It may stay: to
+     * ask whether a file is to be replaced, because there is no such file, because it has opened the folder that was named,
+     * or because its OK does not react.
      *
-     * @param dialog the dialog
+     * @param dialog the dialog; one that has gone is not clicked on
      * @return false when it is still there: a second after another window of the application has come up, or at the end of
      *     the {@linkplain #setTimeout time}
      * @throws NoSuchElementException its OK button is not to be seen
      */
     public boolean confirm(FileDialogView dialog) {
-        Rectangle ok = restingOk(dialog);
-        List<Long> before = windowIds();
-        click(ok);
-        long end = System.nanoTime() + nanosOf(timeout);
-        long asks = Long.MAX_VALUE;
-        try (Wait.Pace pace = new Wait.Pace(end)) {
-            while (true) {
-                if (fileDialogs().stream().noneMatch(open -> open.window() == dialog.window())) {
-                    return true;
-                }
-                if (asks == Long.MAX_VALUE && !before.containsAll(windowIds())) {
-                    asks = System.nanoTime() + nanosOf(ASKS_BACK);
-                }
-                if (System.nanoTime() - Math.min(asks, end) >= 0) {
-                    return false;
-                }
-                pace.await();
-            }
-        }
-    }
-
-    /** A window manager may still be placing the dialog. */
-    private Rectangle restingOk(FileDialogView dialog) {
-        Rectangle[] before = new Rectangle[1];
-        return await("the file dialog at rest", asked -> {
-            FileDialogView now = asked.fileDialogs().stream().filter(open -> open.window() == dialog.window())
-                .findFirst().orElse(dialog);
-            boolean rests = shown(now.ok(), "OK").equals(before[0]) && now.ready();
-            before[0] = now.ok();
-            return rests ? Optional.of(now.ok()) : Optional.empty();
-        });
-    }
-
-    private List<Long> windowIds() {
-        return tree().children().stream().map(WidgetView::id).toList();
+        return new Confirmation(this, dialog, System.nanoTime() + nanosOf(timeout)).await();
     }
 
     /**
@@ -772,13 +737,6 @@ public final class Application implements AutoCloseable, WidgetScope {
         return Wait.patiently(limit, left -> question.apply(within(left)).map(Outcome::of).orElseGet(() ->
             Outcome.failed(() -> new ApplicationException.NotInTime(
                 name + " has not shown " + what + " within " + limit.toMillis() + " ms", null))));
-    }
-
-    private static Rectangle shown(Rectangle bounds, String what) {
-        if (bounds == null) {
-            throw new NoSuchElementException("\"" + what + "\" is not to be seen");
-        }
-        return bounds;
     }
 
     static long nanosOf(Duration limit) {

@@ -13,16 +13,17 @@ import java.util.List;
  * @param cancel where its Cancel button is
  * @param file where its text field for the file name is; GTK shows one to open by when a name is set
  * @param ready whether it has read the folder that it shows: before that GTK may change what is typed into it
+ * @param enabled whether its OK button reacts
  */
 public record FileDialogView(long window, String caption, Rectangle ok, Rectangle cancel, Rectangle file,
-        boolean ready) {
+        boolean ready, boolean enabled) {
     /**
      * Sends the dialog to another process.
      *
      * @param out is written to
      */
     public void write(Values out) {
-        out.add(window).add(caption).add(ok).add(cancel).add(file).add(ready);
+        out.add(window).add(caption).add(ok).add(cancel).add(file).add(ready).add(enabled);
     }
 
     /**
@@ -41,7 +42,7 @@ public record FileDialogView(long window, String caption, Rectangle ok, Rectangl
 
     static FileDialogView read(Values in) {
         return new FileDialogView(in.nextLong(), in.nextString(), shown(in.nextRectangle()), shown(in.nextRectangle()),
-            shown(in.nextRectangle()), in.nextBoolean());
+            shown(in.nextRectangle()), in.nextBoolean(), in.nextBoolean());
     }
 
     private static Rectangle shown(Rectangle box) {
