@@ -26,6 +26,7 @@ import javax.tools.ToolProvider;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
@@ -178,6 +179,41 @@ class WidgetTest {
         question.awaitGone();
         application.tab("Rows").click();
         assertTrue(application.tab("Rows").isSelected());
+    }
+
+    /** What is pressed next must be taken, and what was chosen from in vain must open again. */
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void aChoiceThatFailsLeavesNothingOpen(String program) throws Exception {
+        start(program);
+        Widget size = application.find(Query.role(Role.COMBO_BOX, Role.OPTION_MENU));
+        leavesNothingOpen(() -> size.within(SOON).choose("huge"));
+        leavesNothingOpen(() -> application.choose("View", "Grid"));
+        leavesNothingOpen(() -> application.list().chooseFromContextMenu("Special", "As nothing"));
+        if (program.startsWith("gtk3")) {
+            Widget options = application.button("Options");
+            leavesNothingOpen(() -> options.within(SOON).choose("More", "Shallow"));
+            leavesNothingOpen(() -> options.within(SOON).choose("Nothing"));
+            options.choose("Zoom");
+            says("chosen zoom");
+        }
+        application.choose("View", "Ruler");
+        says("chosen Ruler");
+        size.choose("small");
+        size.awaitText("small");
+    }
+
+    private void leavesNothingOpen(Executable choice) throws Exception {
+        List<Long> before = shown();
+        assertThrows(RuntimeException.class, choice);
+        assertEquals(before, shown());
+        assertTrue(application.openMenus().isEmpty());
+        application.button("Save").click();
+        says("clicked Save");
+    }
+
+    private List<Long> shown() {
+        return application.tree().all().filter(WidgetView::showing).map(WidgetView::id).toList();
     }
 
     @Test

@@ -676,6 +676,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public void closeMenus() {
         await("its window without menus", asked -> {
+            asked.awaitIdle(); // an Escape key too many closes what the menus belong to
             if (asked.openMenus().isEmpty()) {
                 return Optional.of(true);
             }

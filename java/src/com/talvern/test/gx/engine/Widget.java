@@ -7,11 +7,9 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
-import java.util.Set;
 import java.util.function.Function;
 import java.util.function.Predicate;
 import java.util.regex.Pattern;
-import java.util.stream.Collectors;
 import java.util.stream.IntStream;
 
 /**
@@ -54,7 +52,8 @@ public final class Widget implements WidgetScope {
         this(application, base, call, finder, patience, -1);
     }
 
-    private Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
+    /** @param column of a cell, else negative */
+    Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
             Duration patience, int column) {
         this.application = application;
         this.base = base;
@@ -332,8 +331,8 @@ public final class Widget implements WidgetScope {
 
     /**
      * Chooses from what opens at a click on it: a combo box, an option menu, a button with a menu or popover. Clicks on it
-     * and then on one entry after the other. When there is no such entry it is closed again by the Escape key, and so it is
-     * when it stays open because the last entry was ticked.
+     * and then on one entry after the other. When there is no such entry, what has opened is closed again by the Escape key,
+     * and so it is when it stays open because the last entry was ticked.
      *
      * @param path what the entries say, from the first menu that opens; one as a rule
      */
@@ -341,48 +340,9 @@ public final class Widget implements WidgetScope {
         if (path.length == 0) {
             throw new IllegalArgumentException("no entry to choose");
         }
-        Set<Long> before = showing(application.tree());
+        Choice choice = new Choice(application, this, patience);
         click();
-        try {
-            for (int step = 0; step < path.length; ++step) {
-                String text = path[step];
-                Set<Long> known = before;
-                Widget entry = new Widget(application, path(), "choose(" + Query.literal(text) + ")",
-                    tree -> entries(tree, known, text), patience, 0);
-                application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
-                before = showing(application.tree());
-                boolean isLast = step == path.length - 1;
-                boolean mayStay = isLast && entry.view().checked() != null;
-                entry.click();
-                if (isLast) {
-                    entry.closed(mayStay);
-                }
-            }
-        } catch (WidgetException cannot) {
-            application.pointer().keys("{ESC}");
-            application.settle();
-            throw cannot;
-        }
-    }
-
-    private void closed(boolean mayStay) {
-        if (mayStay && exists()) {
-            application.pointer().keys("{ESC}");
-        }
-        awaitGone();
-    }
-
-    private static Set<Long> showing(WidgetView tree) {
-        return tree.all().filter(WidgetView::showing).map(WidgetView::id).collect(Collectors.toSet());
-    }
-
-    /** What has come to show since then. */
-    private List<WidgetView> entries(WidgetView tree, Set<Long> before, String text) {
-        List<WidgetView> come = tree.all().filter(view -> view.showing() && !before.contains(view.id())).toList();
-        List<WidgetView> items = Query.role(Role.ITEM).text(text).find(WidgetView.ofApplication("", come.stream()
-            .filter(view -> view.role() == Role.ITEM).toList()));
-        return !items.isEmpty() ? items : come.stream().filter(view -> view.rowCount() >= 0)
-            .flatMap(view -> new Rows(application, view).cells(RowQuery.of(text), 0).stream()).toList();
+        choice.choose(path);
     }
 
     /**
