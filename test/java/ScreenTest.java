@@ -1,3 +1,4 @@
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
@@ -14,6 +15,7 @@ import java.awt.Point;
 import java.awt.Rectangle;
 import java.io.ByteArrayInputStream;
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
@@ -21,6 +23,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.regex.Pattern;
+import java.util.stream.IntStream;
 import javax.imageio.ImageIO;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
@@ -65,6 +68,24 @@ class ScreenTest {
         assertEquals(ImageIO.read(new ByteArrayInputStream(corner.png())).getRGB(102, 42), corner.image().getRGB(102, 42));
         assertThrows(IllegalArgumentException.class, () -> Screen.capture(new Rectangle(640, 0, 9, 9)));
         assertThrows(IllegalArgumentException.class, () -> corner.cut(new Rectangle(0, 0, 500, 400)));
+        picturesOfAllSizesAreTakenAtOnce();
+    }
+
+    /** Connections and memory of one picture serve the next, and are given back. */
+    private static void picturesOfAllSizesAreTakenAtOnce() {
+        Picture whole = Screen.capture();
+        IntStream.range(0, 48).parallel().forEach(size -> {
+            Rectangle part = new Rectangle(600 - 12 * size, 440 - 9 * size, 40 + 12 * size, 40 + 9 * size);
+            assertArrayEquals(pixelsOf(whole.cut(part)), pixelsOf(Screen.capture(part)), part::toString);
+        });
+        Wait.until("the memory of pictures given back", LONG, () -> {
+            try {
+                return Files.lines(Path.of("/proc/self/maps")).noneMatch(line -> line.contains("gx-picture"));
+            } catch (IOException impossible) {
+                throw new UncheckedIOException(impossible);
+            }
+        });
+        assertArrayEquals(pixelsOf(whole), pixelsOf(Screen.capture()));
     }
 
     @ParameterizedTest

@@ -102,6 +102,11 @@ SCREEN(jintArray, Screen_pixels, jint x, jint y, jint width, jint height, jboole
     });
 }
 
+extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_Screen_dropKept(JNIEnv* env, jclass)
+{
+    jniEntry(env, __func__, [] { CScreenSource::dropKept(); });
+}
+
 SCREEN(jint, ScreenWatch_open, jlongArray processes)
 {
     return jniEntry(env, __func__, [&]() -> jint {

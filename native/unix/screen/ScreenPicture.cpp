@@ -1,34 +1,20 @@
 #include "ScreenPicture.h"
 
-#include "ScopedFile.h"
-
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <chrono>
 #include <cstring>
 #include <string_view>
-#include <sys/mman.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <utility>
 
 #include "WindowLevel.h"
-#include <xcb/shm.h>
 
 namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto longestRepaint = std::chrono::milliseconds(300);
 constexpr int quietMs = 30; ///< programs that have drawn nothing for so long have drawn all
-
-/// Descriptors go over sockets of this machine only; on others they would break the connection.
-bool isLocal(xcb_connection_t* connection)
-{
-    sockaddr_storage address{};
-    socklen_t size = sizeof address;
-    const int descriptor = xcb_get_file_descriptor(connection);
-    getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);
-    return address.ss_family == AF_UNIX;
-}
 
 const xcb_visualtype_t* visualOf(const xcb_screen_t& screen)
 {
@@ -49,11 +35,20 @@ const xcb_format_t* formatOf(const xcb_setup_t* setup, uint8_t depth)
 }
 
 /// The part of a pixel that a mask names, as a number up to 255.
-uint32_t component(uint32_t pixel, uint32_t mask)
-{
-    const uint32_t largest = mask >> std::countr_zero(mask);
-    return mask ? ((pixel & mask) >> std::countr_zero(mask)) * 255 / largest : 0;
-}
+class CComponent {
+public:
+    explicit CComponent(uint32_t mask) : m_shift(std::countr_zero(mask)), m_largest(mask >> m_shift)
+    {
+        for (uint32_t value = 0; value < m_levels.size(); ++value)
+            m_levels[value] = static_cast<uint8_t>(value * 255 / std::max(m_largest, 1U));
+    }
+    uint32_t of(uint32_t pixel) const { return m_levels[pixel >> m_shift & m_largest]; }
+
+private:
+    int m_shift;
+    uint32_t m_largest;
+    std::array<uint8_t, 1024> m_levels; ///< the deepest screens have ten bits
+};
 
 /// @param over  with a share of opacity in its highest byte, by which the other bytes are multiplied already
 uint32_t blended(uint32_t over, uint32_t under)
@@ -64,19 +59,26 @@ uint32_t blended(uint32_t over, uint32_t under)
         sum |= std::min(255U, (over >> shift & 255) + (under >> shift & 255) * rest / 255) << shift;
     return sum;
 }
-} // namespace
-
-void CScreenPicture::CUnmap::operator()(uint8_t* memory) const noexcept
+/// As the server has them, less what is not shown: nothing else is done to a pixel, so that it is read and
+/// written once.
+void copyColors(const uint8_t* from, std::span<uint32_t> pixels)
 {
-    munmap(memory, size);
+    for (size_t at = 0; at < pixels.size(); ++at) {
+        uint32_t pixel;
+        std::memcpy(&pixel, from + at * sizeof pixel, sizeof pixel);
+        pixels[at] = pixel & 0xFFFFFF;
+    }
 }
+} // namespace
 
 CScreenPicture::~CScreenPicture()
 {
     for (const auto frame : m_hidden)
         xcb_map_window(m_connection, frame);
-    if (!m_hidden.empty())
-        m_connection.sync();
+    if (m_hidden.empty())
+        CScreenSource::keep(std::move(m_source));
+    else
+        m_connection.sync(); // and it is told of all drawing from now on
 }
 
 std::vector<xcb_window_t> CScreenPicture::shownFrames() const
@@ -139,7 +141,9 @@ bool CScreenPicture::findFormat()
         return false;
     const unsigned pad = format->scanline_pad;
     const auto bits = static_cast<size_t>(m_part.width) * format->bits_per_pixel;
-    m_format = {visual, format->bits_per_pixel / 8U, (bits + pad - 1) / pad * pad / 8};
+    m_format = {visual, format->bits_per_pixel / 8U,
+                xcb_get_setup(m_connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST,
+                (bits + pad - 1) / pad * pad / 8};
     return true;
 }
 
@@ -153,29 +157,17 @@ bool CScreenPicture::read(const CScreenPart& part)
 
 bool CScreenPicture::readShared()
 {
-    if (!isLocal(m_connection) || !m_connection.has(xcb_shm_id))
-        return false;
-    const auto version =
-        answer(m_connection, xcb_shm_query_version(m_connection), xcb_shm_query_version_reply);
-    const size_t size = m_format.stride * static_cast<size_t>(m_part.height);
-    CDescriptor memory(version && (version->major_version > 1 || version->minor_version >= 2)
-                           ? memfd_create("gx-picture", MFD_CLOEXEC)
-                           : -1);
-    if (!memory || ftruncate(memory.get(), static_cast<off_t>(size)) != 0)
-        return false;
-    void* const mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, memory.get(), 0);
-    if (mapped == MAP_FAILED)
-        return false;
-    m_shared = {static_cast<uint8_t*>(mapped), CUnmap{size}};
-    const xcb_shm_seg_t segment = xcb_generate_id(m_connection);
-    xcb_shm_attach_fd(m_connection, segment, memory.release(), 0); // XCB closes it
-    const auto box = answer(
-        m_connection,
-        xcb_shm_get_image(m_connection, m_connection.screen().root, static_cast<int16_t>(m_part.x),
-                          static_cast<int16_t>(m_part.y), static_cast<uint16_t>(m_part.width),
-                          static_cast<uint16_t>(m_part.height), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, segment, 0),
-        xcb_shm_get_image_reply);
-    m_data = box ? m_shared.get() : nullptr;
+    const uint8_t* const memory = m_source->memory(m_format.stride * static_cast<size_t>(m_part.height));
+    const auto box =
+        memory ? answer(m_connection,
+                        xcb_shm_get_image(m_connection, m_connection.screen().root,
+                                          static_cast<int16_t>(m_part.x), static_cast<int16_t>(m_part.y),
+                                          static_cast<uint16_t>(m_part.width),
+                                          static_cast<uint16_t>(m_part.height), ~0U,
+                                          XCB_IMAGE_FORMAT_Z_PIXMAP, m_source->segment(), 0),
+                        xcb_shm_get_image_reply)
+               : nullptr;
+    m_data = box ? memory : nullptr;
     return box != nullptr;
 }
 
@@ -194,19 +186,11 @@ bool CScreenPicture::readOverConnection()
 
 uint32_t CScreenPicture::pixelAt(const uint8_t* from) const
 {
-    const bool lowestFirst = xcb_get_setup(m_connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
     uint32_t pixel = 0;
     for (unsigned i = 0; i < m_format.bytesPerPixel; ++i)
-        pixel |= static_cast<uint32_t>(from[i]) << 8 * (lowestFirst ? i : m_format.bytesPerPixel - 1 - i);
+        pixel |= static_cast<uint32_t>(from[i])
+                 << 8 * (m_format.lowestFirst ? i : m_format.bytesPerPixel - 1 - i);
     return pixel;
-}
-
-uint32_t CScreenPicture::colorAt(const uint8_t* from) const
-{
-    const uint32_t pixel = pixelAt(from);
-    const auto& visual = *m_format.visual;
-    return component(pixel, visual.red_mask) << 16 | component(pixel, visual.green_mask) << 8 |
-           component(pixel, visual.blue_mask);
 }
 
 /// Whether only the bits that are not shown have to be cleared.
@@ -214,22 +198,29 @@ bool CScreenPicture::isLikeJava() const
 {
     const auto& visual = *m_format.visual;
     return m_format.bytesPerPixel == 4 && visual.red_mask == 0xFF0000 && visual.green_mask == 0xFF00 &&
-           visual.blue_mask == 0xFF && std::endian::native == std::endian::little &&
-           xcb_get_setup(m_connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+           visual.blue_mask == 0xFF && std::endian::native == std::endian::little && m_format.lowestFirst;
+}
+
+void CScreenPicture::convert(std::span<uint32_t> pixels) const
+{
+    const auto& visual = *m_format.visual;
+    const CComponent red(visual.red_mask), green(visual.green_mask), blue(visual.blue_mask);
+    const auto width = static_cast<size_t>(m_part.width);
+    for (size_t at = 0; at < pixels.size(); ++at) {
+        const uint32_t pixel =
+            pixelAt(m_data + at / width * m_format.stride + at % width * m_format.bytesPerPixel);
+        pixels[at] = red.of(pixel) << 16 | green.of(pixel) << 8 | blue.of(pixel);
+    }
 }
 
 void CScreenPicture::copyTo(std::span<uint32_t> pixels) const
 {
     const auto width = static_cast<size_t>(m_part.width);
-    const bool isSame = isLikeJava();
-    for (size_t y = 0; y < pixels.size() / width; ++y) {
-        const uint8_t* const row = m_data + y * m_format.stride;
-        uint32_t* const out = pixels.data() + y * width;
-        if (isSame)
-            std::memcpy(out, row, width * sizeof *out);
-        for (size_t x = 0; x < width; ++x)
-            out[x] = isSame ? out[x] & 0xFFFFFF : colorAt(row + x * m_format.bytesPerPixel);
-    }
+    if (!isLikeJava())
+        convert(pixels);
+    else
+        for (size_t y = 0; y < pixels.size() / width; ++y)
+            copyColors(m_data + y * m_format.stride, pixels.subspan(y * width, width));
     if (m_pointer)
         drawPointer(pixels);
 }

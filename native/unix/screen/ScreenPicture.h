@@ -1,7 +1,7 @@
 /// Pictures of the screen, as a user sees it.
 #pragma once
 
-#include "ScreenConnection.h"
+#include "ScreenSource.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,13 +18,15 @@ struct CScreenPart {
     int height;
 };
 
-/// Takes one picture, on a connection of its own. Where the server takes descriptors it writes into memory
-/// that both have mapped (MIT-SHM 1.2; System V segments would be another's where the server is in another
-/// IPC namespace), else the picture comes over the connection. One thread; blocks until the server answers.
+/// Takes one picture, on a connection that no other uses meanwhile. Where the server takes descriptors it
+/// writes into memory that both have mapped, else the picture comes over the connection. One thread; blocks
+/// until the server answers.
 class CScreenPicture {
 public:
     CScreenPicture() = default;
     ~CScreenPicture();
+    CScreenPicture(const CScreenPicture&) = delete;
+    CScreenPicture& operator=(const CScreenPicture&) = delete;
 
     bool lives() const { return m_connection.lives(); } ///< whether there is a server
     /// Takes the frames of this library off the screen, those of other processes as well, and waits until the
@@ -41,14 +43,11 @@ public:
     void copyTo(std::span<uint32_t> pixels) const;
 
 private:
-    struct CUnmap {
-        void operator()(uint8_t* memory) const noexcept;
-        size_t size;
-    };
     struct CFormat {
         const xcb_visualtype_t* visual;
         unsigned bytesPerPixel;
-        size_t stride; ///< bytes of a row
+        bool lowestFirst; ///< of these bytes
+        size_t stride;    ///< bytes of a row
     };
 
     std::vector<xcb_window_t> shownFrames() const;
@@ -58,15 +57,15 @@ private:
     bool readOverConnection();
     bool isLikeJava() const;
     uint32_t pixelAt(const uint8_t* from) const;
-    uint32_t colorAt(const uint8_t* from) const;
+    void convert(std::span<uint32_t> pixels) const;
     void drawPointer(std::span<uint32_t> pixels) const;
 
-    CScreenConnection m_connection;
+    std::unique_ptr<CScreenSource> m_source = CScreenSource::take();
+    CScreenConnection& m_connection = m_source->connection();
     std::vector<xcb_window_t> m_hidden;
     CScreenPart m_part{};
     CFormat m_format{};
-    std::unique_ptr<uint8_t, CUnmap> m_shared;
     MallocPtr<xcb_get_image_reply_t> m_reply;
-    const uint8_t* m_data = nullptr; ///< in one of these two
+    const uint8_t* m_data = nullptr; ///< in that, or in the memory of the source
     MallocPtr<xcb_xfixes_get_cursor_image_reply_t> m_pointer;
 };

@@ -8,8 +8,9 @@ import java.util.List;
 /**
  * Pictures of what is on the screen, as a user sees it: of a window that is covered, what covers it.
  *
- * <p>They come from the X server, on a connection of each picture's own. AWT connects to nothing for that, so a headless
- * JVM works as well. Any thread. The screen may have 16, 24, 30 or 32 bits a pixel, but no palette.
+ * <p>They come from the X server, on connections of their own. AWT connects to nothing for that, so a headless JVM works
+ * as well. Any thread. The screen may have 16, 24, 30 or 32 bits a pixel, but no palette. A connection, and memory for the
+ * pixels of a picture, are kept for the next one until there has been none for two seconds; two of each at most.
  */
 public final class Screen {
     static {
@@ -27,6 +28,11 @@ public final class Screen {
          */
         WITHOUT_FRAMES
     }
+
+    /** How long a connection is kept, and its memory. */
+    private static final long KEPT_MS = 2000;
+    private static long lastTaken;
+    private static boolean isKept;
 
     private Screen() {}
 
@@ -63,8 +69,13 @@ public final class Screen {
             throw new IllegalArgumentException(part + " is not on the screen");
         }
         List<Option> how = List.of(options);
-        int[] pixels = pixels(seen.x, seen.y, seen.width, seen.height, how.contains(Option.WITH_POINTER),
-            !how.contains(Option.WITHOUT_FRAMES));
+        int[] pixels;
+        try {
+            pixels = pixels(seen.x, seen.y, seen.width, seen.height, how.contains(Option.WITH_POINTER),
+                !how.contains(Option.WITHOUT_FRAMES));
+        } finally {
+            keepForNext();
+        }
         if (pixels == null) {
             throw Windows.noServer();
         }
@@ -75,6 +86,32 @@ public final class Screen {
         return Picture.of(pixels, seen);
     }
 
+    private static synchronized void keepForNext() {
+        lastTaken = System.nanoTime();
+        if (!isKept) {
+            isKept = true;
+            Thread keeper = new Thread(Screen::dropWhenUnused, "gx-screen");
+            keeper.setDaemon(true);
+            keeper.start();
+        }
+    }
+
+    private static synchronized void dropWhenUnused() {
+        try {
+            long left = KEPT_MS;
+            while (left > 0) {
+                Screen.class.wait(left);
+                left = KEPT_MS - (System.nanoTime() - lastTaken) / 1_000_000;
+            }
+        } catch (InterruptedException atOnce) {
+            // there is nothing else to do
+        }
+        isKept = false;
+        dropKept();
+    }
+
     /** @return rows from the top, as 0xRRGGBB; empty when there is no picture, null when there is no server */
     private static native int[] pixels(int x, int y, int width, int height, boolean withPointer, boolean withFrames);
+
+    private static native void dropKept();
 }
