@@ -44,8 +44,8 @@ protected:
 /// Lets one thread of one process at a time make or remove the directory of segments and the first segment of
 /// a display, with the lock for everything else, so that nobody meets a half-made one. Recursive. Released by
 /// the system when its process dies. Any user can keep it: a process waits one second for it, once in its
-/// life, then goes on without it and says so in the trace. Take no other lock while it is held, save the heap
-/// mutex at the end of the process, for a tenth of a second; and do not take it with the heap mutex held.
+/// life, then goes on without it and says so in the trace. Take no other lock while it is held, and do not
+/// take it with the heap mutex held, save at the end of the process.
 class CSharedMemoryGuard {
 public:
     CSharedMemoryGuard();

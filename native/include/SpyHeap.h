@@ -184,11 +184,13 @@ public:
     static CSpyHeap* createBaseHeap(unsigned int size);
     /// Detaches every heap of this process and forgets the mutex. No thread may use spy memory meanwhile.
     static void deleteBaseHeap();
-    /// For the end of the process: gives heap 0 up by `giveUp`, between two changes, and the journal. From
-    /// then on nobody here gets the mutex: the calling thread is refused at once, others when they have
-    /// waited for it. Hold CSharedMemoryGuard.
-    /// @return false when the mutex was not to be had for a tenth of a second: nothing is given up then
-    static bool leave(void (*giveUp)(CSharedMemory&));
+    /// For the end of the process: from now on nobody here gets the mutex. The calling thread is refused at
+    /// once, others when they have waited for it. What the calling thread has begun is undone; another one
+    /// that has the mutex gets a tenth of a second, after which its unit never ends (CSpyJournal::cut).
+    static void stopThreads();
+    /// Afterwards: gives heap 0 up by `giveUp`, whoever has the mutex, and the journal unless a unit was cut.
+    /// Hold CSharedMemoryGuard.
+    static void leave(void (*giveUp)(CSharedMemory&));
     /// A new heap for a transaction. Call it under the heap mutex.
     /// @return null when all 255 are taken or the system refuses a segment
     static CSpyHeap* createHeap(UNIQUEID transactionId);
@@ -317,6 +319,8 @@ private:
     static CSpyMutex* renewMutex();
     static void dropMutex();
     static void refuseAtEnd(int timeoutMs);
+    static void backOutAtEnd(CSpyMutex& mutex, int timeoutMs);
+    static bool isLetGoSoon();
     static void sync();
     static void lookAgain();
     static bool isPartOf(const std::vector<UNIQUEID>& transactions, HEAPID id);
@@ -376,6 +380,8 @@ private:
     static inline std::atomic<pthread_t> s_leaver = 0; ///< the thread that ends the process
     static inline std::atomic<int> s_readers = 0;
     static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex
+    /// Heaps and mutexes of stores that were removed: other threads may still look at them. Under the guard.
+    static std::vector<const void*>& s_gone;
 
     HEAPID m_id;
     uint32_t m_size;

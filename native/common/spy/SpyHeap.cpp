@@ -62,18 +62,6 @@ try {
     return false;
 }
 
-/// Most hold it for microseconds.
-bool takenSoon(CSpyMutex& mutex)
-{
-    constexpr int Tries = 100;
-    for (int tries = 1; tries < Tries; ++tries) {
-        if (takenAtOnce(mutex))
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return takenAtOnce(mutex);
-}
-
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {
     char text[128];
@@ -89,7 +77,9 @@ uint32_t CSpyHeap::DefaultHeapSize = BaseHeapSize;
 uint32_t CSpyHeap::LargestPossibleBlock = largestBlockOf(BaseHeapSize);
 constinit std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> CSpyHeap::s_pSpyHeap = {};
 constinit std::atomic<CSpyMutex*> CSpyHeap::m_pMutex = nullptr;
-std::vector<CSpyHeap*>& CSpyHeap::s_dropped = *new std::vector<CSpyHeap*>; // threads may outlive main
+// Threads may outlive main.
+std::vector<CSpyHeap*>& CSpyHeap::s_dropped = *new std::vector<CSpyHeap*>;
+std::vector<const void*>& CSpyHeap::s_gone = *new std::vector<const void*>;
 
 // Heaps and their life
 
@@ -216,20 +206,30 @@ void CSpyHeap::dropMutex()
     delete mutex;
 }
 
-bool CSpyHeap::leave(void (*giveUp)(CSharedMemory&))
+void CSpyHeap::stopThreads()
 {
     CSpyMutex* mutex = m_pMutex.load();
     s_leaver = pthread_self();
-    if (mutex && !takenSoon(*mutex))
-        return false;
-    if (m_lockDepth > 0)
+    if (mutex && mutex->isAcquired())
         CSpyJournal::rollBack(); // the thread that exits in the midst of a change does not go on with it
-    CSpyJournal::detach();
+    else if (!isLetGoSoon())
+        CSpyJournal::cut();
+}
+
+/// Most hold the mutex for microseconds. Who takes it from now on gives it back before he does anything.
+bool CSpyHeap::isLetGoSoon()
+{
+    for (int tries = 0; s_isHeld && tries < 100; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return !s_isHeld;
+}
+
+void CSpyHeap::leave(void (*giveUp)(CSharedMemory&))
+{
+    if (!CSpyJournal::isCut())
+        CSpyJournal::detach();
     if (const CSpyHeap* base = attached(0))
         giveUp(*base->m_pSharedMem);
-    if (mutex)
-        mutex->release();
-    return true;
 }
 
 void CSpyHeap::setDefaultHeapSize(unsigned int bytes)
@@ -1008,14 +1008,12 @@ try {
     if (!isNested)
         refuseAtEnd(timeoutMs);
     mutex.acquire(timeoutMs);
-    if (!isNested && s_leaver != 0) [[unlikely]] {
-        mutex.release();
-        refuseAtEnd(timeoutMs);
-    }
     m_lockDepth = isNested ? m_lockDepth + 1 : 1;
     if (!isNested) {
         s_isHeld = true;
+        backOutAtEnd(mutex, timeoutMs);
         CSpyJournal::begin();
+        backOutAtEnd(mutex, timeoutMs); // what a dead process has begun may not have been finished
         lookAgain();
     }
     return true;
@@ -1028,6 +1026,7 @@ CSpyMutex* CSpyHeap::renewMutex()
     std::unique_ptr<CSpyMutex> made(CSpyMutex::create(HeapObjectName));
     if (made->isGone())
         return nullptr;
+    s_gone.push_back(m_pMutex.load());
     m_pMutex.store(made.get(), std::memory_order_release);
     return made.release();
 }
@@ -1047,7 +1046,9 @@ CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
         if (attached(0) && !attached(0)->m_pSharedMem->isRemoved())
             return renewMutex();
         for (auto& known : s_pSpyHeap)
-            known.store(nullptr);
+            if (CSpyHeap* heap = known.exchange(nullptr))
+                s_gone.push_back(heap);
+        s_gone.push_back(&gone);
         makeBaseHeap(BaseHeapSize);
     }
     return m_pMutex.load();
@@ -1062,6 +1063,17 @@ void CSpyHeap::refuseAtEnd(int timeoutMs)
     if (pthread_self() != s_leaver)
         poll(nullptr, 0, timeoutMs);
     throw CSpyHeapLockedException();
+}
+
+/// Before anything was done under the mutex.
+void CSpyHeap::backOutAtEnd(CSpyMutex& mutex, int timeoutMs)
+{
+    if (s_leaver == 0) [[likely]]
+        return;
+    m_lockDepth = 0;
+    s_isHeld = false;
+    mutex.release();
+    refuseAtEnd(timeoutMs);
 }
 
 void CSpyHeap::unlock()

@@ -12,14 +12,13 @@
 #include <memory>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
-constexpr char Signature[16] = "SPY-JOURNAL-1";
-
 /// Start of the segment; the records follow.
 struct CHeader {
-    char m_signature[sizeof Signature];
+    char m_signature[sizeof CSpyJournal::Signature];
     CShared<uint32_t> m_used;      ///< bytes of records; 0: nothing is to be undone
     CShared<uint32_t> m_open;      ///< not 0: the marks of the heaps below are this journal's
     CShared<uint32_t> m_marking;   ///< 1 more than the heap that is just being marked, 0 for none
@@ -123,6 +122,12 @@ unsigned char* records()
 size_t capacity()
 {
     return s_segment->size() - sizeof(CHeader);
+}
+
+[[noreturn]] void waitForEnd()
+{
+    for (;;)
+        pause();
 }
 
 /// Whether something is to be undone or finished, whoever has begun it.
@@ -300,10 +305,10 @@ void CSpyJournal::forget()
 /// The store that ends the unit, and what may be done after it.
 void CSpyJournal::close()
 {
-    if (s_isPlayingBack)
+    step();
+    if (s_isPlayingBack || isCut())
         return;
     if (s_used != 0 || s_marked.any()) {
-        step();
         publish(0);
         step();
         finish();
@@ -323,6 +328,8 @@ void CSpyJournal::finish()
         if (CSpyHeap* heap = CSpyHeap::attached(id))
             CHeapChange::mark(*heap, CHeapChange::None);
         step();
+        if (isCut()) // the heap that has lost its mark may be a copy already
+            return;
         markInHeader(id, false);
     }
     CHeapChange::step();
@@ -368,12 +375,17 @@ void CSpyJournal::playBack()
     // Who has seen heaps come or go that now have not is to look again.
     if (base.m_changeCount.load() != changes)
         base.m_changeCount.store(changes + 1);
+    CHeapChange::step();
+    if (isCut())
+        return;
     publish(0);
     for (HEAPID id = 0; id <= MaxHeap; ++id) {
         if (!isMarkedInHeader(id))
             continue;
         if (CSpyHeap* heap = heaps.get(id); heap && CHeapChange::isMarked(*heap))
             CHeapChange::mark(*heap, CHeapChange::None);
+        if (isCut())
+            return;
         markInHeader(id, false);
     }
     header().m_marking.store(0);
@@ -407,6 +419,8 @@ void CSpyJournal::append(uint32_t where, const void* place, uint32_t length)
     if (length + sizeof trailer > capacity() - s_used) {
         CTracer::debugTrace("A change of spy memory outgrows its journal: it is not made in one piece");
         checkpoint();
+        if (isCut())
+            waitForEnd();
         if (length + sizeof trailer > capacity())
             return;
         s_lately.has(where, length);
@@ -442,7 +456,7 @@ bool CSpyJournal::hasMarked(const CSpyHeap& heap)
 
 void CSpyJournal::mark(CSpyHeap& heap)
 {
-    if (!s_segment) {
+    if (!s_segment || isCut()) {
         CHeapChange::mark(heap, CHeapChange::Blocks);
         return;
     }
@@ -455,6 +469,8 @@ void CSpyJournal::mark(CSpyHeap& heap)
     step();
     CHeapChange::mark(heap, CHeapChange::Blocks);
     step();
+    if (isCut()) // else the mark that a copy has got would be missing
+        return;
     header().m_marking.store(0);
     step();
 }

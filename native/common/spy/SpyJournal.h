@@ -23,6 +23,8 @@ class CSharedMemory;
 /// are made as they come.
 class CSpyJournal {
 public:
+    static constexpr char Signature[16] = "SPY-JOURNAL-1";
+
     /// Attaches the journal of the display. Hold CSharedMemoryGuard.
     /// @param firstHeap  heap 0
     static void attach(const CSharedMemory& firstHeap);
@@ -38,6 +40,11 @@ public:
     static void end();
     /// Undoes what this thread has begun and will not go on with.
     static void rollBack();
+    /// Another thread ends the process and gives heap 0 up under this one: from now on no unit of this
+    /// process ends, as if it had been killed. Whoever gets the mutex next undoes what it goes on to do. Any
+    /// thread.
+    static void cut() { s_isCut = true; }
+    static bool isCut() { return s_isCut; }
 
     /// The bytes at `place`, which lie in a heap or nowhere that matters, are about to change.
     static void keep(const void* place, size_t length);
@@ -87,6 +94,7 @@ private:
     static void emptyDropped();
 
     static inline std::atomic<bool> s_seesAll = true;
+    static inline std::atomic<bool> s_isCut = false;
     static inline unsigned s_parts = 0;
     static inline bool s_isComplete = false;
     static inline std::atomic<uint64_t> s_holding = 0;

@@ -6,6 +6,7 @@
 #include "GxDebug.h"
 #include "HoldRecords.h"
 #include "IpcStatus.h"
+#include "SegmentSweep.h"
 #include "SharedMemory.h"
 #include "SharedMemoryHeader.h"
 #include "SpyHeap.h"
@@ -107,8 +108,10 @@ CSemaphoreHandle heapLockHandle()
     const char* display = CSharedMemoryHeader::display();
     CMutex set;
     const CSpyHeap* base = CSpyHeap::attached(0);
-    set.setInUse(base && base->sharedMemory()->existed());
-    set.create(directory->getKey(display ? display : "", 0) - 1, 1, true);
+    const bool isInUse = base && base->sharedMemory()->existed();
+    set.setInUse(isInUse);
+    if (set.create(directory->getKey(display ? display : "", 0) - 1, 1, true) || isInUse)
+        CSegmentSweep::rememberSet(set.id());
     CHoldRecords::setHeapSet(set.id());
     return {set.id(), 0};
 }

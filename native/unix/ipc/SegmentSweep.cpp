@@ -3,7 +3,7 @@
 #include "IpcStatus.h"
 #include "ProcessEnd.h"
 #include "SharedMemory.h"
-#include "SpyHeap.h"
+#include "SpyJournal.h"
 #include "UnixSharedMemory.h"
 
 #include <algorithm>
@@ -24,19 +24,28 @@
 namespace {
 std::array<std::atomic<key_t>, CSharedMemoryHeader::Names> s_baseHeaps; ///< 0: free
 std::atomic<size_t> s_remembered = 0;
-std::array<std::atomic<int>, CSharedMemoryHeader::Names> s_lists; ///< 1 more than the id; 0: free
-std::atomic<size_t> s_rememberedLists = 0;
+std::array<std::atomic<int>, size_t{2} * CSharedMemoryHeader::Names> s_sets; ///< 1 more than the id; 0: free
+std::atomic<size_t> s_rememberedSets = 0;
 bool s_isEnding = false;
-bool s_hasStayed = false; ///< another thread kept the heap mutex when this process ended
 
 bool isRemembered(key_t key)
 {
     return key != 0 && std::find(s_baseHeaps.begin(), s_baseHeaps.end(), key) != s_baseHeaps.end();
 }
 
+bool isRememberedSet(int set)
+{
+    return set != -1 && std::find(s_sets.begin(), s_sets.end(), set + 1) != s_sets.end();
+}
+
+const CUnixSharedMemory& segmentOf(const CSpyHeap& heap)
+{
+    return static_cast<const CUnixSharedMemory&>(*heap.sharedMemory());
+}
+
 key_t keyOf(const CSpyHeap& heap)
 {
-    return static_cast<const CUnixSharedMemory&>(*heap.sharedMemory()).attachedKey();
+    return segmentOf(heap).attachedKey();
 }
 
 template <class Visit> void forEachOwnHeap(Visit visit)
@@ -51,9 +60,7 @@ long ownAttachments(key_t key)
 {
     long own = 0;
     forEachOwnHeap([&](const CSpyHeap& heap) {
-        const bool isBase = heap.id() == 0;
-        if ((keyOf(heap) == key && (!isBase || s_hasStayed)) ||
-            (isBase && s_hasStayed && CSegmentSweep::journalKey(keyOf(heap)) == key))
+        if (keyOf(heap) == key && segmentOf(heap).base())
             own = 1;
     });
     return s_isEnding ? own : 0;
@@ -69,13 +76,9 @@ public:
     bool isThere() const { return m_status.isKnown(); }
     bool isUsed() const { return m_status.mayBeOurs() && !isUnattached(); }
     bool isUnattached() const { return m_status.attachments() <= ownAttachments(m_key); }
-    bool isHeap() const
-    {
-        return m_status.mayBeOurs() && m_status.size() >= sizeof CSpyHeap::HeapObjectName &&
-               look([](const char* base, size_t) {
-                   return std::strncmp(base, CSpyHeap::HeapObjectName, sizeof CSpyHeap::HeapObjectName) == 0;
-               });
-    }
+    bool isHeap() const { return isSigned(CSpyHeap::HeapObjectName); }
+    /// Attached only by processes that use no heap 0 any more and are about to be over.
+    bool isLeftJournal() const { return isUnattached() || isSigned(CSpyJournal::Signature); }
     /// Whether the record of the semaphore list lies in it (see CSemaphoreList::CRecord).
     bool namesList(key_t key, int set) const
     {
@@ -91,6 +94,12 @@ public:
     }
 
 private:
+    bool isSigned(const char* signature) const
+    {
+        const size_t length = std::strlen(signature) + 1;
+        return m_status.mayBeOurs() && m_status.size() >= length &&
+               look([&](const char* base, size_t) { return std::strncmp(base, signature, length) == 0; });
+    }
     template <class Look> bool look(Look look) const
     {
         const void* base = shmat(m_id, nullptr, SHM_RDONLY);
@@ -133,15 +142,16 @@ void CSegmentSweep::rememberBaseHeap(key_t key)
         s_baseHeaps[s_remembered++ % s_baseHeaps.size()] = key;
 }
 
-void CSegmentSweep::rememberList(int set)
+void CSegmentSweep::rememberSet(int set)
 {
-    s_lists[s_rememberedLists++ % s_lists.size()] = set + 1;
+    if (set != -1 && !isRememberedSet(set))
+        s_sets[s_rememberedSets++ % s_sets.size()] = set + 1;
 }
 
-void CSegmentSweep::runAtExit()
+bool CSegmentSweep::runAtExit()
 {
-    static const int registered = atProcessEnd<sweep>();
-    static_cast<void>(registered);
+    static const bool isRegistered = atProcessEnd<sweep>();
+    return isRegistered;
 }
 
 CSegmentSweep::CStore CSegmentSweep::storeOf(const CSharedMemoryHeader& directory, uint32_t name)
@@ -220,7 +230,7 @@ void CSegmentSweep::removeIfUnused(const CSharedMemoryHeader* directory, const C
     const bool hasGone = !base.isThere() && isRemembered(store.m_base);
     const bool isKnown = hasGone || base.isHeap();
     const int list = semget(store.m_base, 0, 0);
-    bool isListNamed = hasGone || std::find(s_lists.begin(), s_lists.end(), list + 1) != s_lists.end();
+    bool isListNamed = hasGone || isRememberedSet(list);
     std::vector<CFound> unused;
     for (const key_t key : store.m_heaps)
         if (const CFound heap(key); heap.isHeap() && (isKnown || heap.isUnattached())) {
@@ -228,7 +238,7 @@ void CSegmentSweep::removeIfUnused(const CSharedMemoryHeader* directory, const C
             unused.push_back(heap);
         }
     if (isKnown) {
-        if (const CFound journal(journalKey(store.m_base)); journal.isUnattached())
+        if (const CFound journal(journalKey(store.m_base)); journal.isLeftJournal())
             journal.remove();
         removeSets(directory, store.m_base, isListNamed, false);
     }
@@ -246,7 +256,7 @@ void CSegmentSweep::removeSets(const CSharedMemoryHeader* directory, key_t base,
             isBaseInUse(directory, key == base ? base + 1 : key))
             continue;
         const bool isList = key == base && CSemaphoreStatus(set).isOurs(CSemaphoreStatus::ListSize);
-        if (isList ? isListNamed : isLockOurs || !isUsedByOthers(set))
+        if (isList ? isListNamed : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
             semctl(set, 0, IPC_RMID);
     }
 }
@@ -268,20 +278,18 @@ try {
 
 void CSegmentSweep::sweep() noexcept
 try {
+    CSpyHeap::stopThreads();
     const CSharedMemoryGuard guard;
     const CSharedMemoryHeader* directory = CSharedMemoryHeader::attached();
-    if (!directory)
-        return;
     const CStore own = ownStore();
     s_isEnding = true;
-    s_hasStayed =
-        !CSpyHeap::leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
+    CSpyHeap::leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
     // What has taken the place of a directory that was removed knows nothing of these keys.
-    if (CSharedMemoryHeader::isRemoved())
-        removeIfUnused(nullptr, own);
-    else
+    if (directory && !CSharedMemoryHeader::isRemoved())
         removeUnused(*directory);
-    CSharedMemoryHeader::leave(s_hasStayed);
+    else if (own.m_base != 0)
+        removeIfUnused(nullptr, own);
+    CSharedMemoryHeader::leave();
 } catch (...) {
     // An exit handler lets nothing out.
 }

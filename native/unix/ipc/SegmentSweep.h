@@ -24,12 +24,14 @@ public:
     /// A heap that this process had as the first of a display may have gone before its semaphores. Any
     /// thread.
     static void rememberBaseHeap(key_t key);
-    /// This process has made that semaphore set for a display, whose store may since have been made anew.
-    static void rememberList(int set);
+    /// That semaphore set is a display's, whatever the store says by the end: this process has made it, or
+    /// found it in use as the lock of a heap that others have attached.
+    static void rememberSet(int set);
     /// When this process exits or the library is unloaded, gives up what it has attached (see
     /// CSpyHeap::leave) and removes what nobody uses then; the directory, too. Children made by fork inherit
     /// it; their parent still has the directory attached then.
-    static void runAtExit();
+    /// @return false when it is too late for that
+    static bool runAtExit();
 
 private:
     static constexpr key_t FirstJournal = 0x4A000000;

@@ -51,7 +51,7 @@ void CSemaphoreList::make(const ITalString& name)
         std::fill_n(m_list.m_used, Indices, 1);
         return;
     }
-    CSegmentSweep::rememberList(set.id());
+    CSegmentSweep::rememberSet(set.id());
     m_list = {static_cast<uint32_t>(key), set.id(), {1}};
     allocate(sizeof m_list, 0);
     write(&m_list, sizeof m_list);
@@ -65,7 +65,7 @@ void CSemaphoreList::replaceGone()
     CSemaphoreSet set;
     if (CSemaphoreStatus(m_list.m_set).key() != -1 || key <= 0 || !set.create(key, Semaphores, false))
         return;
-    CSegmentSweep::rememberList(set.id());
+    CSegmentSweep::rememberSet(set.id());
     m_list = {static_cast<uint32_t>(key), set.id(), {1}};
     write(&m_list, sizeof m_list);
 }

@@ -14,6 +14,8 @@
 #include <set>
 #include <string>
 #include <sys/shm.h>
+#include <utility>
+#include <vector>
 
 namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
@@ -86,7 +88,8 @@ void CSharedMemoryHeader::forgetRemoved()
     if (!attached() || !isRemoved())
         return;
     s_header.store(nullptr, std::memory_order_release);
-    directorySegment() = new CUnixSharedMemory;
+    static std::vector<CUnixSharedMemory*>& removed = *new std::vector<CUnixSharedMemory*>;
+    removed.push_back(std::exchange(directorySegment(), new CUnixSharedMemory));
 }
 
 /// Whether this is what directories look like. Others may be adding to it.
@@ -110,17 +113,16 @@ bool CSharedMemoryHeader::isRemoved()
 }
 
 /// At the end of the process.
-/// @param stays  other threads are still at work
-void CSharedMemoryHeader::leave(bool stays)
+void CSharedMemoryHeader::leave()
 {
     s_hasLeft = true;
-    if (!stays) {
-        s_header.store(nullptr, std::memory_order_release);
-        directorySegment()->leave();
-    }
-    const int id = directorySegment()->id();
-    if (const CSegmentStatus status(id); status.mayBeOurs() && status.attachments() <= (stays ? 1 : 0))
-        shmctl(id, IPC_RMID, nullptr);
+    if (!s_header.exchange(nullptr))
+        return;
+    CUnixSharedMemory& segment = *directorySegment();
+    segment.leave();
+    const long own = segment.base() ? 1 : 0;
+    if (const CSegmentStatus status(segment.id()); status.mayBeOurs() && status.attachments() <= own)
+        shmctl(segment.id(), IPC_RMID, nullptr);
 }
 
 CSharedMemoryHeader* CSharedMemoryHeader::get()
@@ -128,11 +130,9 @@ CSharedMemoryHeader* CSharedMemoryHeader::get()
     if (CSharedMemoryHeader* header = attached())
         return header;
     const CSharedMemoryGuard guard;
-    if (!attached()) {
+    // In this order: what is attached when the process is past its exit handlers would be left.
+    if (!attached() && CSegmentSweep::runAtExit())
         s_header.store(attach(), std::memory_order_release);
-        if (attached())
-            CSegmentSweep::runAtExit();
-    }
     if (!attached())
         throw CNoSegmentHeader();
     return attached();

@@ -76,7 +76,7 @@ private:
 
     static CSharedMemoryHeader* attach();
     static bool isRemoved();
-    static void leave(bool stays);
+    static void leave();
     uint32_t findOrAdd(const char* name);
     uint32_t nextKey();
     bool isPlausible() const;

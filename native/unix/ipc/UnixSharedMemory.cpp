@@ -50,6 +50,8 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
     if (!display)
         throw COutOfSpyMemory("could not initialize SpyMemory: DISPLAY not set");
     const key_t key = directory->getKey(display, blockIndex);
+    if (CSharedMemoryHeader::attached() != directory)
+        return; // the process ends: it may be the key of a copy
     if (!attach(key, size + signatureLength(name)) || !m_area)
         return;
     if (!m_existed)

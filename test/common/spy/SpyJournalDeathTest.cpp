@@ -3,16 +3,21 @@
 #include "Mailslot.h"
 #include "Mutex.h"
 #include "SegmentSweep.h"
+#include "SemaphoreList.h"
 #include "SharedMemory.h"
 #include "JournalSegment.h"
 #include "SpyJournal.h"
 #include "SpyName.h"
 #include "StoreCheck.h"
+#include "UnixSharedMemory.h"
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <functional>
 #include <sstream>
 #include <sys/sem.h>
+#include <thread>
 
 namespace {
 constexpr UNIQUEID Transaction = 3;
@@ -374,6 +379,106 @@ TEST(SpyJournalDeathTest, LeavesEachOperationDoneOrNotBegun)
         }
     }
     std::printf("%d deaths\n", deaths);
+    beginWith(0x100000);
+}
+
+const auto& operationNamed(const std::string& name)
+{
+    return *std::find_if(std::begin(operations), std::end(operations),
+                         [&](const auto& each) { return each.name == name; });
+}
+
+/// What `exit` does while another thread has come to step `steps` of `work`, which goes on afterwards.
+/// @return whether it got that far
+bool leaveAfter(int steps, const std::function<void()>& work)
+{
+    static std::atomic<bool> isThere, hasLeft;
+    CChildProcess child([&](CChildProcess& parent) {
+        isThere = hasLeft = false;
+        s_stepsLeft = steps;
+        CSpyJournal::s_step = [] {
+            for (isThere = --s_stepsLeft <= 0; isThere && !hasLeft;)
+                std::this_thread::yield();
+        };
+        std::thread worker([&] {
+            work();
+            if (!isThere.exchange(true))
+                parent.pass();
+        });
+        while (!isThere)
+            std::this_thread::yield();
+        CSpyHeap::stopThreads();
+        const CSharedMemoryGuard guard;
+        CSpyHeap::leave([](CSharedMemory& heap) { static_cast<CUnixSharedMemory&>(heap).leave(); });
+        hasLeft = true;
+        worker.join();
+    });
+    const bool isThrough = child.wait();
+    EXPECT_EQ(0, child.join());
+    return !isThrough;
+}
+
+TEST(SpyJournalDeathTest, LeavesNothingHalfDoneOfWhatAnotherThreadDoesWhenTheProcessEnds)
+{
+    beginWith(0x10000);
+    for (const char* name :
+         {"put, growing the table", "free a transaction", "remove from a bucket", "replace a pair"}) {
+        SCOPED_TRACE(name);
+        const auto run = [&](const CStore& store) {
+            const CSpyUnit unit;
+            operationNamed(name).change(store);
+        };
+        std::string before, after;
+        {
+            const CStore store;
+            before = storeImage();
+            EXPECT_FALSE(killAfter(0, [&] { run(store); }));
+            after = storeImage();
+        }
+        bool hasLeft = true;
+        for (int steps = 1; hasLeft && !testing::Test::HasFailure(); steps += 1 + steps / 2) {
+            const CStore store;
+            hasLeft = leaveAfter(steps, [&] { run(store); });
+            const std::string image = storeImage();
+            EXPECT_TRUE(image == before || image == after)
+                << "left after step " << steps << ": " << shown(before, image) << "or\n"
+                << shown(after, image);
+        }
+    }
+    beginWith(0x100000);
+}
+
+TEST(SpyJournalDeathTest, ReplacesTheSemaphoresOfAMutexOrNot)
+{
+    beginWith(0x10000);
+    const auto createMutex = [] { EXPECT_TRUE(CUnixMutex().create("mutex")); };
+    uint32_t whole = 0;
+    bool died = true;
+    for (int steps = 0; died && !testing::Test::HasFailure(); ++steps) {
+        SCOPED_TRACE(steps);
+        const CStore store;
+        CSemaphoreList::CRecord record{}, found{};
+        CSemaphoreList().read(&record, sizeof record);
+        const uint32_t before = CSpyHeap::getStats().numberUsedBlocks;
+        semctl(record.m_set, 0, IPC_RMID);
+        died = killAfter(steps, createMutex) || steps == 0;
+        CSpyHeapLock();
+        const uint32_t made = CSpyHeap::getStats().numberUsedBlocks - before;
+        CSemaphoreList().read(&found, sizeof found);
+        const bool isNew = found.m_set != record.m_set;
+        EXPECT_EQ(isNew ? 2 : 3, std::count(std::begin(found.m_used), std::end(found.m_used), 1));
+        EXPECT_EQ(!isNew, CUnixMutex().find("mutex").isNull());
+        if (steps == 0)
+            whole = made;
+        EXPECT_EQ(isNew ? whole : 0, made);
+        EXPECT_TRUE(isNew || died);
+        // Who comes next gets what the dead one has made in the system.
+        createMutex();
+        CUnixMutex mutex;
+        EXPECT_TRUE(mutex.create("mutex") && mutex.acquire(0));
+        mutex.release();
+        EXPECT_EQ(CSemaphoreList::Semaphores, CSemaphoreStatus(mutex.handle().m_set).size());
+    }
     beginWith(0x100000);
 }
 

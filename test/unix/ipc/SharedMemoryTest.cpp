@@ -375,6 +375,55 @@ TEST(DISABLED_User, WhoseChildrenEndTogether)
     }
 }
 
+void makeChanges()
+{
+    for (;;) {
+        const CSpyHeapLock lock;
+        CSpyMemRef made = CSpyHeap::getHeap(0)->allocate(100);
+        CSpyHeap::getHeap(0)->allocate(100, 1);
+        CSpyMemory::free(1U);
+        made.free();
+    }
+}
+
+/// Ends by `exit` while threads of it are at work, and is there for a while longer than it uses the store.
+std::unique_ptr<CChildProcess> startBusyUser(int threads, void (*work)())
+{
+    return std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+        std::atexit([] { usleep(200000); }); // after what the library does then
+        CSpyMemory();
+        for (int thread = 0; thread < threads; ++thread)
+            std::thread(work).detach();
+        parent.pass();
+        parent.wait();
+        std::exit(0);
+    });
+}
+
+TEST(DISABLED_User, WhoseChildrenEndInTheMidstOfTheirWork)
+{
+    const auto holdTheLock = [] {
+        const CSpyHeapLock lock;
+        CSpyHeap::getHeap(0)->allocate(100); // the unit ends with the lock
+        pause();
+    };
+    const struct {
+        const char* what;
+        int rounds, threads;
+        void (*work)();
+    } rows[] = {{"all change the store", 5, 2, makeChanges}, {"one holds the lock", 2, 1, holdTheLock}};
+    for (const auto& row : rows)
+        for (int round = 0; round < row.rounds; ++round) {
+            std::vector<std::unique_ptr<CChildProcess>> users;
+            for (int number = 0; number < 4; ++number)
+                users.push_back(startBusyUser(row.threads, row.work));
+            for (const auto& each : users)
+                each->wait();
+            endAll(users);
+            ASSERT_EQ(std::pair(0, 0), objects()) << row.what << ", round " << round;
+        }
+}
+
 TEST(DISABLED_User, WhoseChildrenAreKilledWhileTheyEnd)
 {
     const unsigned seed = std::random_device{}();
@@ -488,8 +537,8 @@ TEST_F(FreshStoreTest, LeavesNothingWhenTheLastProcessEnds)
 {
     for (const char* user :
          {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled", "WhoReturnsBesideAWorkingThread",
-          "WhoseChildrenEndTogether", "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays",
-          "WhoseObjectsAreRemoved"})
+          "WhoseChildrenEndTogether", "WhoseChildrenEndInTheMidstOfTheirWork",
+          "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays", "WhoseObjectsAreRemoved"})
         EXPECT_EQ(std::pair(0, 0), leftBy(user)) << user;
 }
 
