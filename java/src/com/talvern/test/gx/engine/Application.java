@@ -251,7 +251,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public AppWindow awaitWindow(java.util.regex.Pattern caption) {
         return AppWindow.await(this, "a window like " + caption, windows -> windows.stream()
-            .filter(view -> caption.matcher(AppWindow.captionOf(view)).matches()).toList(), patience);
+            .filter(view -> Query.matches(caption, AppWindow.captionOf(view))).toList(), patience);
     }
 
     /**
@@ -264,6 +264,35 @@ public final class Application implements AutoCloseable, WidgetScope {
     public AppWindow awaitDialog() {
         return AppWindow.await(this, "a dialog",
             windows -> windows.stream().filter(view -> view.role() == Role.DIALOG).toList(), patience);
+    }
+
+    /**
+     * The line of Java that a test would ask for a widget by: the shortest known that finds it, and nothing else that there
+     * is now.
+     *
+     * @param tree of this application, as {@link #tree} answers it
+     * @param view one of those in it, by identity
+     * @return as {@link Widget#path} or {@link AppWindow#path}; empty for what no question finds, as a hidden widget
+     *     whose like show
+     */
+    public Optional<String> pathOf(WidgetView tree, WidgetView view) {
+        return new Locator(this, tree).path(view);
+    }
+
+    /**
+     * The line of Java for a row in sight of a list, table or tree: that of its first cell.
+     *
+     * @param tree of this application
+     * @param list one of those in it, by identity
+     * @param row one of its rows
+     * @return as {@link Widget#path}; empty for what no question finds
+     */
+    public Optional<String> pathOf(WidgetView tree, WidgetView list, WidgetView.Row row) {
+        return new Locator(this, tree).path(list, row);
+    }
+
+    Duration patience() {
+        return patience;
     }
 
     Pointer pointer() {

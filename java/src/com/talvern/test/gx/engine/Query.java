@@ -5,6 +5,7 @@ import java.util.Arrays;
 import java.util.EnumSet;
 import java.util.List;
 import java.util.Set;
+import java.util.concurrent.CancellationException;
 import java.util.function.Function;
 import java.util.function.Predicate;
 import java.util.regex.Pattern;
@@ -107,7 +108,7 @@ public final class Query {
      * @return this query, for widgets that say that
      */
     public Query text(Pattern text) {
-        return where("text(" + literal(text) + ")", view -> text.matcher(view.text()).matches());
+        return where("text(" + literal(text) + ")", view -> matches(text, view.text()));
     }
 
     /**
@@ -123,7 +124,7 @@ public final class Query {
      * @return this query, for widgets with that label
      */
     public Query label(Pattern label) {
-        return where("label(" + literal(label) + ")", view -> label.matcher(view.label()).matches());
+        return where("label(" + literal(label) + ")", view -> matches(label, view.label()));
     }
 
     /**
@@ -145,7 +146,7 @@ public final class Query {
      * @return this query, for widgets that are called so
      */
     public Query called(Pattern name) {
-        return where("called(" + literal(name) + ")", view -> name.matcher(callName(view)).matches());
+        return where("called(" + literal(name) + ")", view -> matches(name, callName(view)));
     }
 
     /**
@@ -171,6 +172,40 @@ public final class Query {
 
     static String callName(WidgetView view) {
         return CALLED_BY_LABEL.contains(view.role()) ? view.label() : view.text();
+    }
+
+    /**
+     * Some patterns take years for a short text.
+     *
+     * @throws CancellationException the thread was interrupted, and still is
+     */
+    static boolean matches(Pattern pattern, String text) {
+        return pattern.matcher(new InterruptibleText(text)).matches();
+    }
+
+    private record InterruptibleText(String text) implements CharSequence {
+        @Override
+        public char charAt(int index) {
+            if (Thread.currentThread().isInterrupted()) {
+                throw new CancellationException("interrupted while matching a pattern");
+            }
+            return text.charAt(index);
+        }
+
+        @Override
+        public int length() {
+            return text.length();
+        }
+
+        @Override
+        public CharSequence subSequence(int start, int end) {
+            return new InterruptibleText(text.substring(start, end));
+        }
+
+        @Override
+        public String toString() {
+            return text;
+        }
     }
 
     /** What says exactly that, by the first of the names by which any does; else what nearly does. */

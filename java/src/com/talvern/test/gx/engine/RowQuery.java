@@ -33,7 +33,7 @@ public record RowQuery(String text, Pattern pattern) {
 
     private boolean isExact(WidgetView.Row row) {
         return pattern == null ? row.cells().contains(text)
-            : row.cells().stream().anyMatch(cell -> pattern.matcher(cell).matches());
+            : row.cells().stream().anyMatch(cell -> Query.matches(pattern, cell));
     }
 
     /**

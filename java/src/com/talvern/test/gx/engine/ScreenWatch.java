@@ -1,12 +1,24 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.sys.NativeLibrary;
+import java.time.Duration;
 import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Stream;
 
-/** Is told by the X server when something changes on the screen. One thread at a time. */
-final class ScreenWatch implements AutoCloseable {
+/**
+ * Is told by the X server when something changes on the screen, so that nobody has to look again and again.
+ *
+ * <pre>{@code
+ * try (ScreenWatch watch = ScreenWatch.ofScreen()) {
+ *     System.out.println(watch.await(Duration.ofMillis(200)) ? "something changes" : "nothing changes");
+ * }
+ * }</pre>
+ *
+ * <p>It has a connection of its own, in which changes gather that nobody waits for: close it when nobody will. One thread at
+ * a time.
+ */
+public final class ScreenWatch implements AutoCloseable {
     static {
         NativeLibrary.load();
     }
@@ -20,14 +32,25 @@ final class ScreenWatch implements AutoCloseable {
         number = open(processes);
     }
 
-    /** Of all that changes: windows, and what is drawn in them. */
-    static ScreenWatch ofScreen() {
+    /** @return a watch of all that changes: windows, and what is drawn in them */
+    public static ScreenWatch ofScreen() {
         return new ScreenWatch();
     }
 
     /** Of what is drawn in the windows that some processes have now. */
     static ScreenWatch of(Stream<ProcessHandle> processes) {
         return new ScreenWatch(processes.mapToLong(ProcessHandle::pid).toArray());
+    }
+
+    /**
+     * Waits for a change since the last call, or since this object was made.
+     *
+     * @param limit the longest wait; without a server it is waited out
+     * @return whether something has changed
+     * @throws CancellationException the thread was interrupted, and still is
+     */
+    public boolean await(Duration limit) {
+        return await(Application.nanosOf(limit));
     }
 
     /**

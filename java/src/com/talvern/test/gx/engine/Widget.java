@@ -140,6 +140,16 @@ public final class Widget implements WidgetScope {
         return finder.apply(application.tree()).stream().anyMatch(WidgetView::showing);
     }
 
+    /** The widgets of a tree that match. */
+    List<WidgetView> in(WidgetView tree) {
+        return finder.apply(tree);
+    }
+
+    /** @return all that match now, hidden or not, with all that is in them; none when there is none */
+    public List<WidgetView> views() {
+        return finder.apply(application.tree());
+    }
+
     /** @return all that match now, each as a question of its own */
     public List<Widget> all() {
         return IntStream.range(0, finder.apply(application.tree()).size()).mapToObj(this::at).toList();
