@@ -29,6 +29,8 @@ gx_pkg(XEXT xext libxext-dev)
 gx_pkg(XTST xtst libxtst-dev)
 gx_pkg(XCBINPUT xcb-xinput libxcb-xinput-dev)
 gx_pkg(XT xt libxt-dev)
+gx_pkg(PNG libpng libpng-dev)
+gx_pkg(FONTCONFIG fontconfig libfontconfig-dev)
 
 find_path(MOTIF_INCLUDE_DIR Xm/Xm.h)
 find_library(MOTIF_LIBRARY Xm)

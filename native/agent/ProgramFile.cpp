@@ -85,3 +85,11 @@ bool ProgramFile::takesPreload(const std::string& path)
 {
     return ::takesPreload(path, 4);
 }
+
+std::string ProgramFile::firstOf(const std::filesystem::path& base, std::initializer_list<const char*> places)
+{
+    for (const char* const place : places)
+        if (std::error_code error; std::filesystem::exists(base / place, error))
+            return (base / place).lexically_normal();
+    return (base / *places.begin()).lexically_normal();
+}

@@ -1,6 +1,8 @@
 /// What kind of program a file is.
 #pragma once
 
+#include <filesystem>
+#include <initializer_list>
 #include <string>
 
 namespace ProgramFile {
@@ -14,4 +16,8 @@ std::string find(const std::string& program);
 /// linker complains of a library that it cannot load, and a static program would see the launcher's
 /// variables.
 bool takesPreload(const std::string& path);
+
+/// The first of the places that exists; the first of all when none does, which the message of whoever opens
+/// it names.
+std::string firstOf(const std::filesystem::path& base, std::initializer_list<const char*> places);
 } // namespace ProgramFile

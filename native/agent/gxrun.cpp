@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <getopt.h>
-#include <initializer_list>
 #include <optional>
 #include <string>
 #include <sys/wait.h>
@@ -79,16 +78,6 @@ std::optional<int> parse(int argc, char** argv, COptions& options)
     return 125;
 }
 
-/// The first of the places that exists; the first of all when none does, which the message of whoever opens
-/// it names.
-std::string firstOf(const fs::path& base, std::initializer_list<const char*> places)
-{
-    for (const char* const place : places)
-        if (std::error_code error; fs::exists(base / place, error))
-            return (base / place).lexically_normal();
-    return (base / *places.begin()).lexically_normal();
-}
-
 /// The library announces on standard error that it writes a user's first preference file. It does so here,
 /// where nobody hears it, rather than in the program.
 void writePreferences(const fs::path& library)
@@ -117,7 +106,8 @@ void appendToPreload(const std::string& agent)
 /// Lets the program find the agent and the agent what it needs; see Environment.h.
 void prepare(const COptions& options, const fs::path& own)
 {
-    const auto agent = firstOf(own, {"../" GX_LIBDIR "/libgxagent.so", "../libgxagent.so", "libgxagent.so"});
+    const auto agent =
+        ProgramFile::firstOf(own, {"../" GX_LIBDIR "/libgxagent.so", "../libgxagent.so", "libgxagent.so"});
     if (access(agent.c_str(), R_OK) != 0 || agent.find_first_of(": ") != std::string::npos) {
         std::fprintf(stderr, "gxrun: %s cannot be preloaded: the program runs without an agent\n",
                      agent.c_str());
@@ -125,9 +115,10 @@ void prepare(const COptions& options, const fs::path& own)
     }
     const fs::path library =
         options.library.empty() ? fs::path(agent).replace_filename("libgxsys.so") : fs::path(options.library);
-    const fs::path jar = options.jar.empty()
-                             ? firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar", "gxsys.jar"})
-                             : options.jar;
+    const fs::path jar =
+        options.jar.empty()
+            ? ProgramFile::firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar", "gxsys.jar"})
+            : options.jar;
     writePreferences(library);
     appendToPreload(agent);
     setenv(AgentVariable::pid, std::to_string(getpid()).c_str(), 1);

@@ -92,6 +92,8 @@ public:
     /// WM_NAME of this very window, or of the program's window when this is the frame of a window manager, in
     /// the locale's code set; empty when it has none.
     std::string name() const;
+    /// The text in the title bar, in UTF-8 whatever the locale: as `name`, and where that has none the caption.
+    std::string title() const;
     /// The caption in the locale's code set, at most size - 1 bytes and a terminating 0: the name of a child
     /// of the root; else that of the topmost window in it; else its own.
     void getWindowCaption(char* buffer, int size) const;

@@ -486,3 +486,23 @@ void CKeyReceiver::noteWorkers(const CWait& wait)
     if (restless.size() < wait.m_rested.size() && !restless.contains(m_process))
         m_known.m_restless.merge(restless);
 }
+
+void CKeyReceiver::awaitClickTaken()
+{
+    CKeyReceiver receiver(nullptr);
+    receiver.aimAtFrameUnderPointer();
+    receiver.awaitRead();
+    receiver.aimUnderPointer();
+    receiver.awaitRead();
+    // GTK 3 reads events at once and looks at motions, and at what comes behind them, when its next frame
+    // begins.
+    constexpr auto frame = std::chrono::milliseconds(20);
+    std::this_thread::sleep_for(frame);
+}
+
+void CKeyReceiver::awaitKeysTaken()
+{
+    CKeyReceiver receiver(nullptr);
+    receiver.aim();
+    receiver.awaitRead();
+}

@@ -38,6 +38,11 @@ public:
     /// pointer is in a frame of its; else the client of that window.
     void aimAtFrameUnderPointer();
     void aimUnderPointer();
+    /// Waits for the window manager and the program under the pointer to read a click, and for a frame of
+    /// GTK 3.
+    static void awaitClickTaken();
+    /// Waits for the window with the focus to read what was typed.
+    static void awaitKeysTaken();
     /// Blocks until the window last aimed at has read the events sent to it, or gives no sign.
     void awaitRead();
 

@@ -126,6 +126,17 @@ std::vector<uint32_t> WindowOwner::windowsOf(const std::vector<int>& processes)
     return windows;
 }
 
+std::vector<int> WindowOwner::processesOf(const std::vector<unsigned long>& windows)
+{
+    std::vector<int> processes(windows.size());
+    CQuestions server;
+    if (server.knowsProcesses())
+        std::ranges::transform(windows, processes.begin(), [&](unsigned long window) {
+            return server.processOf(static_cast<uint32_t>(window));
+        });
+    return processes;
+}
+
 extern "C" JNIEXPORT jboolean JNICALL
 Java_com_talvern_test_gx_engine_AgentSearch_showsWindow(JNIEnv* env, jclass, jlongArray processes)
 {

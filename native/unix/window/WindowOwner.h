@@ -13,4 +13,7 @@ namespace WindowOwner {
 bool showsWindow(const std::vector<int>& processes);
 /// Those windows, without the ones in them; none where `showsWindow` is false.
 std::vector<uint32_t> windowsOf(const std::vector<int>& processes);
+/// The processes that have made these windows, in their order; 0 where the server does not say, or numbers
+/// processes in another way.
+std::vector<int> processesOf(const std::vector<unsigned long>& windows);
 } // namespace WindowOwner

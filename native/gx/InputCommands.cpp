@@ -1,0 +1,138 @@
+// gx click, type, keys.
+#include "CodeSet.h"
+#include "CommandLine.h"
+#include "Commands.h"
+#include "EventManager.h"
+#include "KeyReceiver.h"
+#include "Seen.h"
+#include "StrokeSink.h"
+#include "processkey.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+/// Plays nothing: a key string that is faulty somewhere is not to be typed up to there.
+class CNoKeyboard : public IStrokeSink {
+public:
+    CLockState locks() override { return {}; }
+    unsigned long translate(const char* text) override { return static_cast<unsigned char>(*text); }
+    bool needsShift(unsigned long) override { return false; }
+    bool stroke(unsigned, unsigned long, int, int) override { return true; }
+    bool typeUnicode(char32_t) override { return true; }
+    unsigned modifiersDown() override { return 0; }
+    bool beginText() override { return false; }
+    void endText(CLockState, const std::function<void(CLockState)>&) override {}
+};
+
+/// The argument in 16-bit units, with the 0 at its end.
+std::u16string unitsOf(const std::string& argument)
+{
+    const CEnvironmentLocale locale;
+    std::string bytes;
+    if (convertText(nativeUtf16, locale.codeSet(), argument, bytes) != Conversion::complete)
+        throw CWrongUse(std::string("the text is not in the code set of the locale, ") + locale.codeSet());
+    std::u16string units(bytes.size() / 2, u'\0');
+    std::memcpy(units.data(), bytes.data(), units.size() * 2);
+    return units;
+}
+
+const char* meaningOf(int result)
+{
+    switch (result) {
+    case KeysNoBrace:
+        return "a { has no closing }";
+    case KeysUnknownName:
+        return "the name in braces is no key's";
+    case KeysNoParenthesis:
+        return "a ( has no closing )";
+    case KeysCountOverflow:
+        return "a count is above 2147483647";
+    case KeysNoCount:
+        return "what follows the blank in braces is no count above 0, KeyDn or KeyUp";
+    default:
+        return "it cannot be read";
+    }
+}
+
+const char* meaningOf(PlaybackStatus status)
+{
+    switch (status) {
+    case PlaybackNoXTest:
+        return "the X server lacks the extension XTEST, which input needs; gx doctor says more";
+    case PlaybackOffScreen:
+        return "the point lies outside of the screen";
+    case PlaybackFailed:
+        return "the keys could not be played, or another process kept the input to itself; a trace says more "
+               "(doc/diagnostics.md)";
+    default:
+        return "it could not be played";
+    }
+}
+
+void play(Event& event, const std::string& what)
+{
+    event.emit();
+    if (event.status() != PlaybackDone)
+        throw CNotSo(what + ": " + meaningOf(static_cast<PlaybackStatus>(event.status())));
+}
+
+int typeText(const CCall& call, KeyEvent::Kind kind)
+{
+    const std::u16string units = unitsOf(call.arguments[0]);
+    CNoKeyboard nowhere;
+    if (const int result = SendKeys(units.c_str(), kind == KeyEvent::KeyString, nowhere);
+        result != KeysPlayed)
+        throw CWrongUse("\"" + call.arguments[0] + "\" is no key string: " + meaningOf(result) + " (" +
+                        std::to_string(result) + "); nothing was typed");
+    Seen::requireServer();
+    KeyEvent event(0, kind, 0, reinterpret_cast<const unsigned short*>(units.c_str()), CWindow(),
+                   TopLevelWindow());
+    play(event, "\"" + call.arguments[0] + "\" was not typed, or not all of it");
+    CKeyReceiver::awaitKeysTaken();
+    return StatusFine;
+}
+
+int modifiersOf(const std::string& button)
+{
+    if (button == "left")
+        return 0;
+    if (button == "middle")
+        return MouseEvent::MiddleButton;
+    if (button == "right")
+        return MouseEvent::RightButton;
+    throw CWrongUse("--button is \"" + button + "\" and not left, middle or right");
+}
+} // namespace
+
+int runClick(const CCall& call)
+{
+    if (call.has("text") != call.arguments.empty() || call.arguments.size() == 1)
+        throw CWrongUse("a click wants either X and Y or --text TEXT");
+    if (call.has("text"))
+        return runInEngine(call);
+    if (call.has("in"))
+        throw CWrongUse("--in goes with --text");
+    const Point point(call.number(size_t{0}), call.number(size_t{1}));
+    const int count = call.number("count", 1);
+    const int modifiers = modifiersOf(call.option("button", "left"));
+    if (count < 1 || count > 100)
+        throw CWrongUse("--count is 1 to 100");
+    Seen::requireServer();
+    const CWindow none;
+    const TopLevelWindow noneEither;
+    MouseEvent event(0, MouseEvent::Click, count, {point, &none, &noneEither}, {}, modifiers, 0, 0);
+    play(event, "no click at " + call.arguments[0] + "," + call.arguments[1]);
+    CKeyReceiver::awaitClickTaken();
+    return StatusFine;
+}
+
+int runType(const CCall& call)
+{
+    return typeText(call, KeyEvent::InputChars);
+}
+
+int runKeys(const CCall& call)
+{
+    return typeText(call, KeyEvent::KeyString);
+}

@@ -1,0 +1,136 @@
+#include "Manual.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+constexpr const char* statuses =
+    "0 it is so or was done; 1 not found or not so; 2 wrong use. gx run and gx session end as the program does, and with "
+    "125 to 127 when they could not start it.";
+
+std::string padded(std::string text, size_t width)
+{
+    text.resize(std::max(text.size() + 1, width), ' ');
+    return text;
+}
+
+/// Breaks at blanks, so that no line is longer than a terminal is wide.
+std::string wrapped(const std::string& text, const std::string& indent)
+{
+    constexpr size_t width = 100;
+    std::string out, line = indent;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find(' ', at), text.size());
+        if (line.size() > indent.size() && line.size() + end - at + 1 > width) {
+            out += line + '\n';
+            line = indent;
+        }
+        line += (line.size() > indent.size() ? " " : "") + text.substr(at, end - at);
+        at = end + 1;
+    }
+    return out + line + '\n';
+}
+
+std::string named(const COption& option)
+{
+    return std::string("--") + option.name + (option.argument ? std::string(" ") + option.argument : "");
+}
+
+/// Text as roff shows it: no requests at the start of lines, no minus taken for a hyphen.
+std::string roff(const std::string& text)
+{
+    std::string out;
+    for (const char each : text)
+        out += each == '\\' ? "\\e" : each == '-' ? "\\-" : each == '\'' ? "\\(aq" : std::string(1, each);
+    return out.starts_with('.') ? "\\&" + out : out;
+}
+
+std::string roffOf(const CSubcommand& command)
+{
+    std::string out = ".SS " + roff("gx " + command.synopsis()) + "\n" + roff(command.line) + ".\n" +
+                      roff(command.text) + "\n";
+    for (const COption& option : command.options)
+        out += ".TP\n.B " + roff(named(option)) + "\n" + roff(option.what) + ".\n";
+    return out;
+}
+
+std::string optionsFor(const CSubcommand& command)
+{
+    std::string words;
+    for (const COption& option : command.allOptions())
+        words += std::string(words.empty() ? "" : " ") + "--" + option.name;
+    return words;
+}
+
+/// What bash completes behind these options, in the form of a pattern of its case.
+std::string optionsThatTake(EWord word, bool isAny)
+{
+    std::string pattern;
+    for (const CSubcommand& command : subcommands())
+        for (const COption& option : command.options) {
+            const std::string name = std::string("--") + option.name;
+            const bool isNew = ("|" + pattern + "|").find("|" + name + "|") == std::string::npos;
+            if (option.argument && (isAny || option.word == word) && isNew)
+                pattern += (pattern.empty() ? "" : "|") + name;
+        }
+    return pattern;
+}
+
+const char* generatorOf(const CSubcommand& command)
+{
+    return command.word == EWord::File ? "-f" : command.word == EWord::Command ? "-c" : "";
+}
+} // namespace
+
+std::string Manual::usage()
+{
+    std::string out = "usage: gx COMMAND [ARGUMENT ...]\n";
+    for (const CSubcommand& command : subcommands())
+        out += padded(std::string("  ") + command.name, 11) + command.line + "\n";
+    return out + "gx COMMAND --help says more, and so does the manual page gx(1).\n";
+}
+
+std::string Manual::usageOf(const CSubcommand& command)
+{
+    std::string out =
+        "usage: gx " + command.synopsis() + "\n" + command.line + ".\n" + wrapped(command.text, "");
+    for (const COption& option : command.allOptions())
+        out += padded("  " + named(option), 22) + option.what + "\n";
+    return out;
+}
+
+std::string Manual::page()
+{
+    std::string out = ".TH GX 1 \"\" \"gxsys " GX_VERSION "\" \"User Commands\"\n.SH NAME\n"
+                      "gx \\- see and drive the windows of a display\n.SH SYNOPSIS\n";
+    for (const CSubcommand& command : subcommands())
+        out += ".B gx " + roff(command.synopsis()) + "\n.br\n";
+    out +=
+        ".SH DESCRIPTION\nWhere a caption is asked for, it is the whole text of a title bar, or what stands there in front "
+        "of or behind a dash, or the id of a window as\n.B gx windows\nshows it; of several windows the topmost counts. "
+        "With\n.B \\-\\-json\nan answer is one JSON text in UTF\\-8.\n.SH COMMANDS\n";
+    for (const CSubcommand& command : subcommands())
+        out += roffOf(command);
+    return out + ".SH EXIT STATUS\n" + roff(statuses) + "\n.SH SEE ALSO\n.BR Xvfb (1),\n.BR xwininfo (1)\n";
+}
+
+std::string Manual::completion()
+{
+    std::string names, cases;
+    for (const CSubcommand& command : subcommands()) {
+        names += std::string(names.empty() ? "" : " ") + command.name;
+        cases += std::string("        ") + command.name + ") options=\"" + optionsFor(command) +
+                 "\" kind=" + generatorOf(command) + " ;;\n";
+    }
+    const std::string files = optionsThatTake(EWord::File, false), any = optionsThatTake(EWord::Text, true);
+    return "# bash completion for gx\n_gx()\n{\n    local word=\"${COMP_WORDS[COMP_CWORD]}\" before=\"${COMP_WORDS[COMP_CWORD-1]}\""
+           " options= kind=\n    COMPREPLY=()\n    if [ \"$COMP_CWORD\" -eq 1 ]; then\n        COMPREPLY=($(compgen -W \"" +
+           names + "\" -- \"$word\"))\n        return\n    fi\n    case \"${COMP_WORDS[1]}\" in\n" + cases +
+           "    esac\n    case \"$before\" in\n" +
+           (files.empty() ? ""
+                          : "        " + files + ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n") +
+           "        " + any +
+           ") return ;;\n    esac\n    case \"$word\" in\n        -*) COMPREPLY=($(compgen -W \"$options\" -- \"$word\")) ;;\n"
+           "        *) [ -z \"$kind\" ] || COMPREPLY=($(compgen \"$kind\" -- \"$word\")) ;;\n    esac\n}\n"
+           "complete -o filenames -F _gx gx\n";
+}

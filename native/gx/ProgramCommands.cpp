@@ -1,0 +1,111 @@
+// gx run, session, help, and what is asked of the engine: tree, menu, click --text, inspect.
+#include "CommandLine.h"
+#include "Commands.h"
+#include "JavaProgram.h"
+#include "Manual.h"
+#include "ProgramFile.h"
+#include "Seen.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+/// Becomes another program. @return the exit status when it cannot
+int become(const std::string& program, const std::vector<std::string>& words)
+{
+    std::vector<char*> arguments{const_cast<char*>(program.c_str())};
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    std::fflush(stdout);
+    execvp(program.c_str(), arguments.data());
+    const int error = errno;
+    std::fprintf(stderr, "gx: %s cannot be started: %s\n", program.c_str(), std::strerror(error));
+    return error == ENOENT ? 127 : 126;
+}
+
+fs::path ownDirectory()
+{
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// Beside gx; the system looks for it in PATH when it is not there.
+std::string beside(const char* program)
+{
+    const fs::path place = ownDirectory() / program;
+    return access(place.c_str(), X_OK) == 0 ? place.string() : program;
+}
+
+int runJava(const CCall& call, const std::string& mainClass, std::vector<std::string> words)
+{
+    const std::string java = JavaProgram::find();
+    if (java.empty())
+        throw CNotSo(std::string("this is asked of a program's widgets by Java, and there is none: ") +
+                     JavaProgram::places + " have none; install default-jre-headless, or set JAVA_HOME");
+    const fs::path own = ownDirectory();
+    const std::string jar = ProgramFile::firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar"});
+    const std::string library = ProgramFile::firstOf(own, {"../" GX_LIBDIR "/libgxsys.so", "../libgxsys.so"});
+    for (const std::string& file : {jar, library})
+        if (access(file.c_str(), R_OK) != 0)
+            throw CNotSo("gx " + std::string(call.subcommand.name) + " needs " + file +
+                         ", which cannot be read: " + std::strerror(errno) + "; install gxsys whole");
+    std::vector<std::string> command{"-XX:+UseSerialGC",
+                                     "-XX:TieredStopAtLevel=1",
+                                     "-Xshare:auto",
+                                     "-Djava.awt.headless=true",
+                                     "-Dcom.talvern.test.gx.library=" + library,
+                                     "-cp",
+                                     jar,
+                                     mainClass};
+    command.insert(command.end(), words.begin(), words.end());
+    return become(java, command) == 0 ? StatusFine : StatusNotSo;
+}
+} // namespace
+
+int runRun(const CCall& call)
+{
+    return become(beside("gxrun"), call.words);
+}
+
+int runSession(const CCall& call)
+{
+    return become(beside("gxsession"), call.words);
+}
+
+/// Options as NAME=VALUE, then the arguments: what was read once is not read anew.
+int runInEngine(const CCall& call)
+{
+    Seen::requireServer();
+    std::vector<std::string> words{call.subcommand.name};
+    for (const auto& [name, value] : call.options)
+        words.push_back("--" + name + "=" + value);
+    words.push_back("--");
+    words.insert(words.end(), call.arguments.begin(), call.arguments.end());
+    return runJava(call, "com.talvern.test.gx.cli.Main", words);
+}
+
+int runInspect(const CCall& call)
+{
+    Seen::requireServer();
+    return runJava(call, "com.talvern.test.gx.inspect.Inspector", call.words);
+}
+
+int runHelp(const CCall& call)
+{
+    if (call.has("manual"))
+        std::fputs(Manual::page().c_str(), stdout);
+    else if (call.has("completion"))
+        std::fputs(Manual::completion().c_str(), stdout);
+    else if (call.arguments.empty())
+        std::fputs(Manual::usage().c_str(), stdout);
+    else if (const CSubcommand* const command = subcommandCalled(call.arguments[0]))
+        std::fputs(Manual::usageOf(*command).c_str(), stdout);
+    else
+        throw CWrongUse("there is no command \"" + call.arguments[0] + "\"");
+    return StatusFine;
+}

@@ -1,0 +1,216 @@
+#include "Seen.h"
+
+#include "CodeSet.h"
+#include "CommandLine.h"
+#include "WindowManagerUnix.h"
+#include "WindowOwner.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <xcb/xcb.h>
+
+namespace {
+constexpr const char* startOne = "gx session -- COMMAND runs a command on a display of its own";
+
+/// What the socket of a display on this machine answers; 0 when somebody listens.
+int errorOfSocket(int display)
+{
+    const int line = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    // The name that starts with a 0 is the one that is tried first; a server may listen at either.
+    const std::string path = "/tmp/.X11-unix/X" + std::to_string(display);
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int error = connect(line, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+    close(line);
+    return error;
+}
+
+std::string complaintAbout(const char* name)
+{
+    char* host = nullptr;
+    int number = 0;
+    const bool isName = xcb_parse_display(name, &host, &number, nullptr) != 0;
+    const std::string machine = host ? host : "";
+    std::free(host);
+    const std::string who = std::string("the X server of DISPLAY=") + name;
+    if (!isName)
+        return who + " cannot be asked: that is no name of a display, which reads :0 or host:0";
+    if (!machine.empty() && machine != "unix")
+        return who + " does not answer: is the machine " + machine +
+               " to be reached, and does it take connections?";
+    if (const int error = errorOfSocket(number))
+        return who + " does not run here (" + std::strerror(error) + "); " + startOne;
+    const char* const cookies = std::getenv("XAUTHORITY");
+    return who +
+           " runs and refuses this user, or has stopped: it takes those who have its cookie, which is looked for in " +
+           (cookies ? std::string("XAUTHORITY=") + cookies : "~/.Xauthority");
+}
+
+Rect boxOf(const CWindowState& state, const CPlace& place)
+{
+    return state.readable && place.known ? Rect(place.y, place.x, state.height, state.width) : Rect();
+}
+
+struct CWindowAnswer {
+    CWindowAnswer(Display* display, Window window)
+        : hint(askClass(display, window)), state(display, window), place(askPlace(display, window))
+    {
+    }
+    CAnswer<xcb_get_property_reply_t> hint;
+    CStateAnswer state;
+    CAnswer<xcb_translate_coordinates_reply_t> place;
+};
+
+std::vector<CSeenWindow> described(Display* display, const std::vector<unsigned long>& ids)
+{
+    std::vector<CSeenWindow> windows;
+    windows.reserve(ids.size());
+    askAll(
+        ids, [&](unsigned long id) { return CWindowAnswer(display, id); },
+        [&](unsigned long id, CWindowAnswer& answer) {
+            const CClassHint hint = classOf(answer.hint.take().get());
+            const CWindowState state = answer.state.take();
+            windows.push_back(
+                {id, 0, hint.name, hint.instance, {}, boxOf(state, placeOf(answer.place.take().get()))});
+        });
+    for (CSeenWindow& window : windows)
+        window.caption = CWindow(static_cast<long>(window.id)).title();
+    return windows;
+}
+
+bool isBesideDash(const std::string& caption, const std::string& text)
+{
+    return !text.empty() && (caption.starts_with(text + " - ") || caption.ends_with(" - " + text));
+}
+
+std::string inUtf8(const std::string& argument)
+{
+    const CEnvironmentLocale locale;
+    std::string text;
+    return convertText("UTF-8", locale.codeSet(), argument, text) == Conversion::complete ? text : argument;
+}
+} // namespace
+
+std::string Seen::whyNoServer()
+{
+    if (walkDisplay())
+        return {};
+    const char* const name = std::getenv("DISPLAY");
+    return name && *name ? complaintAbout(name)
+                         : std::string("there is no X server to ask: DISPLAY is not set; ") + startOne;
+}
+
+void Seen::requireServer()
+{
+    if (const std::string why = whyNoServer(); !why.empty())
+        throw CNotSo(why);
+}
+
+std::vector<CSeenWindow> Seen::all()
+{
+    requireServer();
+    Display* const display = walkDisplay();
+    const std::vector<unsigned long> ids = topLevelWindows(display, rootOf(display));
+    std::vector<CSeenWindow> windows = described(display, ids);
+    const std::vector<int> processes = WindowOwner::processesOf(ids);
+    for (size_t at = 0; at < windows.size(); ++at)
+        windows[at].process = processes[at];
+    return windows;
+}
+
+CSeenWindow Seen::of(unsigned long window)
+{
+    return described(walkDisplay(), {window}).front();
+}
+
+const CSeenWindow* Seen::called(const std::string& caption, const std::vector<CSeenWindow>& windows)
+{
+    const std::string wanted = inUtf8(caption);
+    const std::function<bool(const CSeenWindow&)> ways[] = {
+        [&](const CSeenWindow& each) { return each.caption == wanted; },
+        [&](const CSeenWindow& each) { return isBesideDash(each.caption, wanted); },
+        [&](const CSeenWindow& each) { return idOf(each.id) == wanted; },
+    };
+    for (const auto& way : ways)
+        if (const auto found = std::find_if(windows.rbegin(), windows.rend(), way); found != windows.rend())
+            return &*found;
+    return nullptr;
+}
+
+CSeenWindow Seen::demand(const std::string& caption)
+{
+    const std::vector<CSeenWindow> windows = all();
+    if (const CSeenWindow* const found = called(caption, windows))
+        return *found;
+    throw CNotSo("no window of this display is called \"" + caption + "\"; " + list(windows));
+}
+
+std::string Seen::list(const std::vector<CSeenWindow>& windows)
+{
+    std::string text;
+    for (const CSeenWindow& window : windows)
+        text += (text.empty() ? "there are: \"" : ", \"") + shown(window.caption) + "\"";
+    return text.empty() ? "there is none" : text;
+}
+
+std::string Seen::idOf(unsigned long window)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%lx", window);
+    return text;
+}
+
+std::string Seen::placeOf(const Rect& box)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%dx%d%+d%+d", box.getWidth(), box.getHeight(), box.getLeft(),
+                  box.getTop());
+    return text;
+}
+
+std::string Seen::lineOf(const CSeenWindow& window, size_t classWidth)
+{
+    std::string names = window.className + (window.instance.empty() ? "" : " " + window.instance);
+    names.resize(std::max(names.size(), classWidth), ' ');
+    char start[48];
+    std::snprintf(start, sizeof start, "%-10s %8s ", idOf(window.id).c_str(),
+                  window.process ? std::to_string(window.process).c_str() : "-");
+    return start + placeOf(window.box) + "\t" + names + "  \"" + shown(window.caption) + "\"";
+}
+
+void Seen::write(CJson& json, const CSeenWindow& window)
+{
+    json.member("id", idOf(window.id)).memberIfKnown("pid", window.process).member("class", window.className);
+    json.member("instance", window.instance).member("caption", window.caption);
+    json.member("x", window.box.getLeft()).member("y", window.box.getTop());
+    json.member("width", window.box.getWidth()).member("height", window.box.getHeight());
+}
+
+std::string Seen::shown(const std::string& text)
+{
+    const CEnvironmentLocale locale;
+    std::string out, rest = text;
+    for (;;) {
+        std::string part;
+        const Conversion how = convertText(locale.codeSet(), "UTF-8", rest, part);
+        out += part;
+        if (how != Conversion::notRepresentable)
+            return how == Conversion::complete ? out : text;
+        // What was converted tells where the character is that the locale lacks.
+        std::string taken;
+        convertText("UTF-8", locale.codeSet(), part, taken);
+        size_t behind = taken.size() + 1;
+        while (behind < rest.size() && (rest[behind] & 0xC0) == 0x80)
+            ++behind;
+        rest.erase(0, behind);
+        out += '?';
+    }
+}
