@@ -160,6 +160,57 @@ inline void onAsk(GtkMenuItem*, gpointer)
     gtk_widget_show(dialog);
 }
 
+inline void sayColour(GtkWidget* dialog)
+{
+#if GTK_MAJOR_VERSION >= 3
+    GdkRGBA colour;
+    gtk_color_chooser_get_rgba(GTK_COLOR_CHOOSER(dialog), &colour);
+    say("colour", gdk_rgba_to_string(&colour));
+#else
+    GdkColor colour;
+    gtk_color_selection_get_current_color(GTK_COLOR_SELECTION(GTK_COLOR_SELECTION_DIALOG(dialog)->colorsel),
+                                          &colour);
+    say("colour", gdk_color_to_string(&colour));
+#endif
+}
+
+inline void sayFont(GtkWidget* dialog)
+{
+#if GTK_MAJOR_VERSION >= 3
+    say("font", gtk_font_chooser_get_font(GTK_FONT_CHOOSER(dialog)));
+#else
+    say("font", gtk_font_selection_dialog_get_font_name(GTK_FONT_SELECTION_DIALOG(dialog)));
+#endif
+}
+
+template <void (*sayChoice)(GtkWidget*)> void openChooser(GtkWidget* dialog)
+{
+    g_signal_connect(dialog, "response", G_CALLBACK(+[](GtkWidget* chooser, int, gpointer) {
+                         sayChoice(chooser);
+                         gtk_widget_destroy(chooser);
+                     }),
+                     nullptr);
+    gtk_widget_show(dialog);
+}
+
+inline void onChooseColour(GtkMenuItem*, gpointer)
+{
+#if GTK_MAJOR_VERSION >= 3
+    openChooser<sayColour>(gtk_color_chooser_dialog_new("Colour", nullptr));
+#else
+    openChooser<sayColour>(gtk_color_selection_dialog_new("Colour"));
+#endif
+}
+
+inline void onChooseFont(GtkMenuItem*, gpointer)
+{
+#if GTK_MAJOR_VERSION >= 3
+    openChooser<sayFont>(gtk_font_chooser_dialog_new("Font", nullptr));
+#else
+    openChooser<sayFont>(gtk_font_selection_dialog_new("Font"));
+#endif
+}
+
 inline GtkWidget* menuBar()
 {
     GtkWidget* const bar = gtk_menu_bar_new();
@@ -171,6 +222,8 @@ inline GtkWidget* menuBar()
     item(file, gtk_menu_item_new_with_label("Folder..."),
          G_CALLBACK(onChooseFile<GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER>));
     item(file, gtk_menu_item_new_with_label("Ask..."), G_CALLBACK(onAsk));
+    item(file, gtk_menu_item_new_with_label("Colour..."), G_CALLBACK(onChooseColour));
+    item(file, gtk_menu_item_new_with_label("Font..."), G_CALLBACK(onChooseFont));
     GtkWidget* const view = submenu(bar, "View");
     GtkWidget* const ruler = gtk_check_menu_item_new_with_label("Ruler");
     gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(ruler), TRUE);

@@ -35,6 +35,7 @@ inline constexpr const char* GTK3 = "libgtk-3.so.0";
 inline constexpr const char* GDK2 = "libgdk-x11-2.0.so.0";
 inline constexpr const char* GDK3 = "libgdk-3.so.0";
 inline constexpr const char* GLIB = "libglib-2.0.so.0";
+inline constexpr const char* ATK = "libatk-1.0.so.0";
 inline constexpr const char* GOBJECT = "libgobject-2.0.so.0";
 } // namespace late
 
@@ -71,6 +72,10 @@ LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3
 LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
 } // namespace gdk
 
+namespace atk {
+LATE(const char*, (void*), name, "atk_object_get_name", late::ATK)
+} // namespace atk
+
 #define LATE_GTK(Result, Arguments, name, symbol)                                                            \
     LATE(Result, Arguments, name, symbol, late::GTK2, late::GTK3)
 using GxWidgetCallback = void (*)(_GtkWidget*, void*);
@@ -86,6 +91,8 @@ LATE_GTK(int, (_GtkWidget*), hasWindow, "gtk_widget_get_has_window")
 LATE_GTK(int, (_GtkWidget*, _GtkWidget*, int, int, int*, int*), translate, "gtk_widget_translate_coordinates")
 LATE_GTK(const char*, (_GtkWidget*), name, "gtk_widget_get_name")
 LATE_GTK(const char*, (_GtkWidget*), builderName, "gtk_buildable_get_name")
+LATE_GTK(void*, (_GtkWidget*), accessible, "gtk_widget_get_accessible")
+LATE(int, (_GtkWidget*), stateFlags, "gtk_widget_get_state_flags", late::GTK3)
 LATE_GTK(char*, (_GtkWidget*), tooltip, "gtk_widget_get_tooltip_text")
 LATE_GTK(_GList*, (_GtkWidget*), mnemonicLabels, "gtk_widget_list_mnemonic_labels")
 LATE_GTK(_GtkWidget*, (), currentGrab, "gtk_grab_get_current")
@@ -158,6 +165,7 @@ LATE_GTK(int, (void*), pathDepth, "gtk_tree_path_get_depth")
 LATE(int, (_GtkWidget*), isRowSelected, "gtk_list_box_row_is_selected", late::GTK3)
 LATE(int, (_GtkWidget*), isChildSelected, "gtk_flow_box_child_is_selected", late::GTK3)
 
+LATE(void, (_GtkWidget*, _GtkAllocation*), textArea, "gtk_entry_get_text_area", late::GTK3)
 LATE_GTK(void*, (_GtkWidget*), completion, "gtk_entry_get_completion")
 LATE_GTK(void, (void*, int), setCompletionPopup, "gtk_entry_completion_set_popup_completion")
 LATE_GTK(int, (_GtkWidget*), chooserAction, "gtk_file_chooser_get_action")

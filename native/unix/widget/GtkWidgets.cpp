@@ -91,9 +91,22 @@ void readEntry(_GtkWidget* widget, CWidgetNode& node)
         node.text = textOf(widget, "text");
 }
 
+/// In GTK 3 the middle of one is a button to count down by.
+void narrowToField(_GtkWidget* widget, CWidgetNode& node)
+{
+    _GtkAllocation field{};
+    gtk::textArea(widget, &field);
+    _GdkDrawable* const window = _gtk_widget_get_window(widget);
+    const int scale = window ? std::max(_gdk_window_get_scale_factor(window), 1) : 1;
+    if (field.width > 0 && node.box.getWidth() > 0)
+        node.box = Rect(node.box.getTop() + field.y * scale, node.box.getLeft() + field.x * scale,
+                        field.height * scale, field.width * scale);
+}
+
 void readSpinButton(_GtkWidget* widget, CWidgetNode& node)
 {
     readEntry(widget, node);
+    narrowToField(widget, node);
     if (!node.secret)
         node.value = numberOf(widget, "value");
 }
@@ -144,6 +157,14 @@ void readFlowChild(_GtkWidget* widget, CWidgetNode& node)
     node.selected = gtk::isChildSelected(widget) != 0;
 }
 
+/// A colour to choose says its name to nobody but the blind.
+void readSwatch(_GtkWidget* widget, CWidgetNode& node)
+{
+    constexpr int selected = 1 << 2;
+    node.text = textOrNone(atk::name(gtk::accessible(widget)));
+    node.checked = (gtk::stateFlags(widget) & selected) != 0;
+}
+
 bool isItem(const CWidgetNode& node)
 {
     return std::string_view(node.role) == "ITEM" ||
@@ -188,6 +209,7 @@ constexpr CGtkKind kinds[] = {
     {"GtkSwitch", "TOGGLE", readActive},
     {"GtkCheckButton", "CHECK_BOX", readActive, true},
     {"GtkRadioButton", "RADIO_BUTTON", readActive, true},
+    {"GtkColorSwatch", "RADIO_BUTTON", readSwatch},
     {"GtkToolButton", "TOOL_ITEM", readToolButton, true, true},
     {"GtkToggleToolButton", "TOOL_ITEM", readToggleToolButton, true, true},
     {"GtkMenuToolButton", "CONTAINER"},
