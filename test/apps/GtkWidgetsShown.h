@@ -99,6 +99,12 @@ inline void addTable(GtkWidget* box)
                                                 "text", 0, nullptr);
     gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "On", gtk_cell_renderer_toggle_new(),
                                                 "active", 1, nullptr);
+    gtk_tree_view_set_reorderable(GTK_TREE_VIEW(view), TRUE);
+    g_signal_connect(view, "row-activated",
+                     G_CALLBACK(+[](GtkTreeView*, GtkTreePath* path, GtkTreeViewColumn*, gpointer) {
+                         say("activated", gtk_tree_path_to_string(path));
+                     }),
+                     nullptr);
     addContextMenu(view);
     GtkTreeSelection* const selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view));
     GtkTreePath* const second = gtk_tree_path_new_from_indices(1, -1);

@@ -87,7 +87,9 @@ void addFields(Widget parent)
 void addButtons(Widget parent)
 {
     const Widget row = line(parent, "");
-    button(XmCreatePushButton, row, "Save");
+    const XmString tip = XmStringCreateLocalized(const_cast<char*>("keeps it"));
+    XtVaSetValues(button(XmCreatePushButton, row, "Save"), XmNtoolTipString, tip, nullptr);
+    XmStringFree(tip);
     XtSetSensitive(button(XmCreatePushButtonGadget, row, "Grey"), False);
     XtVaSetValues(toggle(XmCreateToggleButton, row, "Bold"), XmNindicatorOn, XmINDICATOR_NONE, nullptr);
     toggle(XmCreateToggleButtonGadget, row, "Agree");
@@ -220,6 +222,13 @@ void addChoices(Widget parent)
     }
     XtVaSetValues(list, XmNvisibleItemCount, 3, nullptr);
     XmListSelectPos(list, 2, False);
+    XtAddCallback(
+        list, XmNdefaultActionCallback,
+        [](Widget, XtPointer, XtPointer data) {
+            const int position = static_cast<XmListCallbackStruct*>(data)->item_position;
+            say("activated", std::to_string(position - 1).c_str());
+        },
+        nullptr);
     addContextMenu(list);
 }
 
@@ -242,7 +251,7 @@ int main(int argc, char** argv)
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtAppContext application;
     s_shell = XtVaAppInitialize(&application, "GxShown", nullptr, 0, &argc, argv, nullptr, XmNtitle,
-                                "All of them", nullptr);
+                                "All of them", XmNtoolTipEnable, True, nullptr);
     const Widget box = make(XmCreateRowColumn, s_shell, "box");
     addMenus(box);
     addButtons(box);

@@ -8,6 +8,7 @@ final class Pointer {
     /** Longer than any toolkit waits for the second click of two, and further than it lets the pointer move. */
     private static final long DOUBLE_CLICK_MS = 500;
     private static final int DOUBLE_CLICK_PIXELS = 16;
+    private static final int DRAG_STEPS = 8;
 
     private final UserInput input = new UserInput(() -> false);
     private Point last;
@@ -34,8 +35,26 @@ final class Pointer {
         input.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE));
     }
 
-    void drag(Point start, Point end) {
-        input.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(start, 0, 0, end, 0, 0, 0, 0, NativeKeyMouseEvent.DRAG, 1));
+    /**
+     * Drags with the left button, step by step: a toolkit begins to drag once it has seen some way, and drops on what has
+     * answered that it takes the drop.
+     *
+     * @param settle waits until the application has seen to a step
+     */
+    void drag(Point start, Point end, Runnable settle) {
+        input.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+            NativeKeyMouseEvent.MOUSE_PRESS));
+        try {
+            for (int step = 1; step <= DRAG_STEPS; ++step) {
+                move(new Point(start.x + (end.x - start.x) * step / DRAG_STEPS,
+                    start.y + (end.y - start.y) * step / DRAG_STEPS));
+                settle.run();
+            }
+        } finally { // even when the user has stopped it
+            NativeKeyMouseEvent.emitLLMouseEvent(end, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+                NativeKeyMouseEvent.MOUSE_RELEASE);
+        }
+        last = null;
     }
 
     void keys(String keyString) {

@@ -196,13 +196,13 @@ public final class Widget implements WidgetScope {
     }
 
     /**
-     * Drags it with the left button.
+     * Drags it with the left button, a part of the way at a time, each of which the application sees to before the next.
      *
      * @param target where to
      */
     public void dragTo(Widget target) {
         Point end = target.ready();
-        application.pointer().drag(ready(), end);
+        application.pointer().drag(ready(), end, application::settle);
         application.settle();
     }
 
