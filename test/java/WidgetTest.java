@@ -11,11 +11,8 @@ import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetException;
 import com.talvern.test.gx.engine.WidgetView;
-import java.io.BufferedReader;
-import java.lang.ProcessBuilder.Redirect;
 import java.net.URL;
 import java.net.URLClassLoader;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
@@ -23,35 +20,17 @@ import java.util.List;
 import java.util.function.Consumer;
 import java.util.regex.Pattern;
 import javax.tools.ToolProvider;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
-import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 
 /** What an engine does to widgets of each toolkit, which say themselves what happened to them. */
 @Timeout(180)
-class WidgetTest {
+class WidgetTest extends ShownProgram {
     private static final Duration SOON = Duration.ofMillis(200);
 
     @TempDir Path folder;
-    private Application application;
-    private BufferedReader output;
-
-    private void start(String program) throws Exception {
-        application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program)
-            .redirectError(Redirect.INHERIT), Duration.ofSeconds(60));
-        application.setPatience(Duration.ofSeconds(20));
-        output = application.process().inputReader(StandardCharsets.UTF_8);
-        assertTrue(output.readLine().startsWith("ready"));
-    }
-
-    @AfterEach
-    void endApplication() {
-        application.close();
-    }
 
     @ParameterizedTest
     @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
@@ -97,10 +76,6 @@ class WidgetTest {
         assertEquals("alpha", rows.cell(0, 0).text());
         assertEquals("gamma", rows.cell("gamma", 0).text());
         assertFalse(application.tree().toString().contains("new-secret"));
-    }
-
-    private void says(String line) throws Exception {
-        assertEquals(line, output.readLine());
     }
 
     @ParameterizedTest
@@ -179,52 +154,6 @@ class WidgetTest {
         question.awaitGone();
         application.tab("Rows").click();
         assertTrue(application.tab("Rows").isSelected());
-    }
-
-    /** What is pressed next must be taken, and what was chosen from in vain must open again. */
-    @ParameterizedTest
-    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
-    void aChoiceThatFailsLeavesNothingOpen(String program) throws Exception {
-        start(program);
-        Widget size = application.find(Query.role(Role.COMBO_BOX, Role.OPTION_MENU));
-        leavesNothingOpen(() -> size.within(SOON).choose("huge"));
-        leavesNothingOpen(() -> application.choose("View", "Grid"));
-        leavesNothingOpen(() -> application.list().chooseFromContextMenu("Special", "As nothing"));
-        if (program.startsWith("gtk3")) {
-            Widget options = application.button("Options");
-            leavesNothingOpen(() -> options.within(SOON).choose("More", "Shallow"));
-            leavesNothingOpen(() -> options.within(SOON).choose("Nothing"));
-            options.choose("Zoom");
-            says("chosen zoom");
-        }
-        application.choose("View", "Ruler");
-        says("chosen Ruler");
-        size.choose("small");
-        size.awaitText("small");
-    }
-
-    private void leavesNothingOpen(Executable choice) throws Exception {
-        List<Long> before = shown();
-        assertThrows(RuntimeException.class, choice);
-        assertEquals(before, shown());
-        assertTrue(application.openMenus().isEmpty());
-        application.button("Save").click();
-        says("clicked Save");
-    }
-
-    private List<Long> shown() {
-        return application.tree().all().filter(WidgetView::showing).map(WidgetView::id).toList();
-    }
-
-    @Test
-    void popoversAreChosenFrom() throws Exception {
-        start("gtk3-shown");
-        Widget options = application.button("Options");
-        options.choose("Zoom");
-        says("chosen zoom");
-        options.choose("Loud");
-        options.choose("More", "Deep");
-        says("chosen deep");
     }
 
     @ParameterizedTest

@@ -1,12 +1,12 @@
 #include "WidgetTree.h"
 
-#include "CodeSet.h"
 #include "WindowManagerUnix.h"
 #include "XtFacts.h"
 #include "XtGuard.h"
+#include "XtObjects.h"
+#include "XtRows.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -19,62 +19,6 @@
 #include <Xm/Xm.h>
 
 namespace {
-/// Runs `ask` under the guard, in which nothing that has a destructor may live. @return false after an Xt
-/// error
-template <class Ask> bool guarded(Ask ask)
-{
-    auto run = [&ask] {
-        ask();
-        return true;
-    };
-    return CXtGuard::run(run);
-}
-
-/// A text of Xt, which is freed, in UTF-8. Text of another code set than the locale's is taken for Latin-1.
-std::string taken(char* text)
-{
-    const XtPtr<char> owner(text);
-    std::string utf8;
-    if (!text)
-        return utf8;
-    const CEnvironmentLocale locale;
-    if (convertText("UTF-8", locale.codeSet(), text, utf8) == Conversion::complete)
-        return utf8;
-    utf8.clear();
-    convertText("UTF-8", "ISO-8859-1", text, utf8);
-    return utf8;
-}
-
-/// Where the inside of a widget's window, or of the window that a gadget is drawn into, begins on the screen.
-struct COrigin {
-    int x = 0;
-    int y = 0;
-};
-
-struct CChildren {
-    WidgetList list = nullptr;
-    Cardinal count = 0;
-};
-
-CChildren childrenOf(Widget widget)
-{
-    CChildren children;
-    guarded([&] {
-        if (XtIsComposite(widget))
-            XtVaGetValues(widget, XtNchildren, &children.list, XtNnumChildren, &children.count, nullptr);
-    });
-    return children;
-}
-
-/// The children of a widget that are not being destroyed.
-std::vector<Widget> livingChildren(Widget widget)
-{
-    const CChildren children = childrenOf(widget);
-    std::vector<Widget> living(children.list, children.list + children.count);
-    std::erase_if(living, [](Widget child) { return !child || child->core.being_destroyed; });
-    return living;
-}
-
 /// Widgets with windows have popups, gadgets do not.
 std::vector<Widget> popupsOf(Widget widget)
 {
@@ -102,13 +46,13 @@ std::vector<Widget> allShells()
 {
     if (!gx_app_display)
         return {};
-    CChildren roots;
+    WidgetList roots = nullptr;
+    Cardinal count = 0;
     guarded([&] {
-        XtVaGetValues(XtHooksOfDisplay(gx_app_display), XtNshells, &roots.list, XtNnumShells, &roots.count,
-                      nullptr);
+        XtVaGetValues(XtHooksOfDisplay(gx_app_display), XtNshells, &roots, XtNnumShells, &count, nullptr);
     });
     std::vector<Widget> all;
-    for (const Widget root : std::vector<Widget>(roots.list, roots.list + roots.count)) {
+    for (const Widget root : std::vector<Widget>(roots, roots + count)) {
         all.push_back(root);
         collectShells(root, all);
     }
@@ -118,32 +62,23 @@ std::vector<Widget> allShells()
     return all;
 }
 
-Rect boxOf(Widget widget, const COrigin& around)
-{
-    return {around.y + widget->core.y + widget->core.border_width,
-            around.x + widget->core.x + widget->core.border_width, widget->core.height, widget->core.width};
-}
-
 bool isInNotebook(Widget widget)
 {
     return XtIsWidget(widget) && isOfKind(XtParent(widget), "XmNotebook");
+}
+
+/// Where there is no room for a tab or an item, or its page or folder is closed, it is moved out at the
+/// corner.
+bool isMovedAway(Widget widget)
+{
+    return isOutAtCorner(widget) &&
+           (isOfKind(XtParent(widget), "XmNotebook") || isOfKind(XtParent(widget), "XmContainer"));
 }
 
 /// The tab of a page has no widget; no widget has an odd address.
 unsigned long idOfTab(Widget page)
 {
     return reinterpret_cast<unsigned long>(page) | 1;
-}
-
-CWidgetRow rowOf(Widget list, int index, const Rect& around, const CXtList& facts)
-{
-    CXtItem item;
-    guarded([&] { readXtItem(list, index, item); });
-    const bool isInSight = index >= facts.first && index < facts.first + facts.visible;
-    const Rect box = isInSight
-                         ? Rect(around.getTop() + item.y, around.getLeft() + item.x, item.height, item.width)
-                         : Rect();
-    return {std::to_string(index), item.selected, box, {{taken(item.text), std::nullopt, box}}};
 }
 
 /// Reads the widgets in one shell.
@@ -154,7 +89,6 @@ public:
 
 private:
     void readState(Widget widget, CWidgetNode& node);
-    void readRows(Widget list, CWidgetNode& node);
     void readTabs(Widget stack, CWidgetNode& node);
     void readChildren(Widget widget, CWidgetNode& node, int depth);
 
@@ -176,24 +110,9 @@ void CXtReader::readState(Widget widget, CWidgetNode& node)
     // panes of menus and pages of notebooks are mapped past Xt
     if (isOfKind(XtParent(widget), "XmMenuShell") || isInNotebook(widget))
         shows = stateOf(walkDisplay(), XtWindow(widget)).viewable;
-    node.showing = node.showing && shows;
+    node.showing = node.showing && shows && !isMovedAway(widget);
     node.enabled = enabled;
     node.focused = focused;
-}
-
-void CXtReader::readRows(Widget list, CWidgetNode& node)
-{
-    CXtList facts;
-    guarded([&] { readXtList(list, facts); });
-    node.rowCount = facts.count;
-    const int end = std::min(facts.count, facts.first + facts.visible);
-    for (int index = std::max(facts.first, 0); node.showing && index < end; ++index) {
-        if (node.rows.size() >= CTreeLimits::rows) {
-            node.childrenCut = true;
-            return;
-        }
-        node.rows.push_back(rowOf(list, index, node.box, facts));
-    }
 }
 
 void CXtReader::readTabs(Widget stack, CWidgetNode& node)
@@ -256,7 +175,7 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
     node.showing = aroundShows;
     readState(widget, node);
     if (facts.isList)
-        readRows(widget, node);
+        readXtRows(widget, node);
     if (isOfKind(widget, "XmTabStack"))
         readTabs(widget, node);
     if (!facts.isLeaf)
@@ -482,25 +401,17 @@ std::vector<CWidgetRow> CMotifWidgets::rows(unsigned long id, size_t first, size
 {
     Display* const display = walkDisplay();
     const Widget widget = display ? findIn(allShells(), id) : nullptr;
-    std::vector<CWidgetRow> rows;
-    if (!widget || !isOfKind(widget, "XmList") || !XtIsRealized(widget))
-        return rows;
-    CXtList facts;
-    guarded([&] { readXtList(widget, facts); });
-    const Rect box = boxOnScreen(display, widget);
-    for (size_t index = first; rows.size() < count && index < static_cast<size_t>(facts.count); ++index)
-        rows.push_back(rowOf(widget, static_cast<int>(index), box, facts));
-    return rows;
+    return widget && XtIsRealized(widget) ? xtRowsOf(widget, boxOnScreen(display, widget), first, count)
+                                          : std::vector<CWidgetRow>();
 }
 
 bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int) const
 {
     const Widget widget = findIn(allShells(), id);
-    if (!widget || !isOfKind(widget, "XmList"))
-        return false;
-    guarded([&] { showXtItem(widget, std::atoi(path.c_str())); });
-    reveal(id);
-    return true;
+    const Widget shown = widget ? showXtRow(widget, path) : nullptr;
+    if (shown)
+        reveal(reinterpret_cast<unsigned long>(shown));
+    return shown != nullptr;
 }
 
 std::vector<CFileDialog> CMotifWidgets::fileDialogs() const

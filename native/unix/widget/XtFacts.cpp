@@ -7,10 +7,13 @@
 #include <X11/CoreP.h>
 #include <Xm/BulletinB.h>
 #include <Xm/ComboBox.h>
+#include <Xm/Container.h>
+#include <Xm/DropDown.h>
 #include <Xm/FileSB.h>
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
+#include <Xm/MultiListP.h>
 #include <Xm/Notebook.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Scale.h>
@@ -58,6 +61,14 @@ char* compoundText(Widget widget, const char* resource)
     if (string)
         XmStringFree(string);
     return text;
+}
+
+/// A compound string of a widget that hands out its own.
+char* borrowedText(Widget widget, const char* resource)
+{
+    XmString string = nullptr;
+    XtVaGetValues(widget, resource, &string, nullptr);
+    return unparsed(string);
 }
 
 char* plainText(Widget widget, const char* resource)
@@ -185,6 +196,50 @@ void readListBox(Widget, CXtFacts& facts)
     facts.isList = true;
 }
 
+unsigned char layoutOf(Widget container)
+{
+    unsigned char layout = XmSPATIAL;
+    XtVaGetValues(container, XmNlayoutType, &layout, nullptr);
+    return layout;
+}
+
+void readContainer(Widget widget, CXtFacts& facts)
+{
+    facts.isList = true;
+    const unsigned char layout = layoutOf(widget);
+    if (layout != XmSPATIAL)
+        facts.role = layout == XmDETAIL ? "TABLE" : "TREE";
+}
+
+void readIcon(Widget widget, CXtFacts& facts)
+{
+    unsigned char emphasis = XmNOT_SELECTED;
+    XtVaGetValues(widget, XmNvisualEmphasis, &emphasis, nullptr);
+    facts.text = borrowedText(widget, XmNlabelString);
+    facts.selected = emphasis == XmSELECTED;
+}
+
+void readIconButton(Widget widget, CXtFacts& facts)
+{
+    facts.text = borrowedText(widget, XmNlabelString);
+    facts.selected = flagOf(widget, XmNset);
+}
+
+/// A field beside its label, with an arrow that opens a list.
+void readDropDown(Widget widget, CXtFacts& facts)
+{
+    const char* const role = facts.role;
+    const Widget field = XmDropDownGetText(widget), label = XmDropDownGetLabel(widget);
+    if (!field || !label)
+        return;
+    readText(field, facts);
+    facts.role = role;
+    facts.isLeaf = true;
+    facts.pressed = XmDropDownGetArrow(widget);
+    if (XtIsManaged(label))
+        facts.label = compoundText(label, XmNlabelString);
+}
+
 void readCombo(Widget widget, CXtFacts& facts)
 {
     Widget field = nullptr;
@@ -215,6 +270,7 @@ void readSpinBox(Widget widget, CXtFacts& facts)
     readText(field, facts);
     facts.role = "SPIN_BUTTON";
     facts.isLeaf = true;
+    facts.pressed = field;
 }
 
 void readScale(Widget widget, CXtFacts& facts)
@@ -286,10 +342,14 @@ constexpr CXtKind kinds[] = {
     {"XmText", "TEXT_FIELD", readText},
     {"XmTextField", "TEXT_FIELD", readText},
     {"XmList", "LIST", readListBox},
-    {"XmContainer", "LIST"},
-    {"XmIconGadget", "ITEM", readLabel},
+    {"XmI18List", "TABLE", readListBox},
+    {"XmContainer", "LIST", readContainer},
+    {"XmIconGadget", "ITEM", readIcon},
+    {"XmIconHeader", "CONTAINER"},
+    {"XmHierarchy", "TREE", readListBox},
+    {"XmIconButton", "PUSH_BUTTON", readIconButton},
     {"XmComboBox", "COMBO_BOX", readCombo},
-    {"XmDropDown", "COMBO_BOX"},
+    {"XmDropDown", "COMBO_BOX", readDropDown},
     {"XmSpinBox", "CONTAINER", readSpinBox},
     {"XmDataField", "TEXT_FIELD", readDataField},
     {"XmScale", "SCALE", readScale},
@@ -343,6 +403,97 @@ void readXtItem(Widget list, int index, CXtItem& item)
     item.text = unparsed(items[index]);
     item.selected = XmListPosSelected(list, index + 1) != False;
     XmListPosToBounds(list, index + 1, &item.x, &item.y, &item.width, &item.height);
+}
+
+namespace {
+const XmI18ListPart& columnsOf(Widget list)
+{
+    return reinterpret_cast<const XmI18ListRec*>(list)->ilist;
+}
+
+// Between rows, columns, and what is under the line below the titles.
+constexpr int rowGap = 2, columnGap = 8, lineHeight = 2;
+} // namespace
+
+void readXtColumns(Widget list, CXtColumns& facts)
+{
+    const XmI18ListPart& part = columnsOf(list);
+    facts.count = part.row_data ? part.num_rows : 0;
+    facts.columns = part.column_widths ? part.num_columns : 0;
+    facts.first = part.first_row;
+    facts.top = part.sep_y + lineHeight;
+    facts.pitch = part.row_height + rowGap;
+    facts.height = part.row_height;
+    facts.visible = (list->core.height - facts.top + rowGap) / facts.pitch;
+}
+
+void readXtCell(Widget list, int row, int column, CXtCell& cell)
+{
+    const XmI18ListPart& part = columnsOf(list);
+    const XmString* const texts = row < 0 ? part.column_titles : part.row_data[row].values;
+    cell.text = texts ? unparsed(texts[column]) : nullptr;
+    cell.selected = row >= 0 && part.row_data[row].selected;
+    cell.left = part.left_loc;
+    for (int before = 0; before < column; ++before)
+        cell.left += part.column_widths[before] + columnGap;
+    cell.right = cell.left + part.column_widths[column];
+}
+
+void showXtLine(Widget list, int row)
+{
+    Widget around = XtParent(list);
+    while (around && !isOfKind(around, "XmMultiList"))
+        around = XtIsShell(around) ? nullptr : XtParent(around);
+    if (around)
+        XmMultiListMakeRowVisible(around, row);
+}
+
+void readXtNode(Widget list, Widget child, CXtNode& node)
+{
+    if (isOfKind(list, "XmContainer")) {
+        node.shows = XtIsManaged(child) && isOfKind(child, "XmIconGadget");
+        node.isOpen = true; // what is below a closed one is moved out of sight
+        XtVaGetValues(child, XmNentryParent, &node.parent, nullptr);
+        return;
+    }
+    XmHierarchyNodeState state = XmNotInHierarchy;
+    XtVaGetValues(child, XmNnodeState, &state, XmNparentNode, &node.parent, nullptr);
+    node.shows = XtIsManaged(child) && state != XmNotInHierarchy && state != XmHidden;
+    node.isOpen = state == XmOpen || state == XmAlwaysOpen;
+}
+
+bool isXtSpatial(Widget list)
+{
+    return isOfKind(list, "XmContainer") && layoutOf(list) == XmSPATIAL;
+}
+
+bool hasXtDetails(Widget container)
+{
+    return isOfKind(container, "XmContainer") && layoutOf(container) == XmDETAIL;
+}
+
+namespace {
+/// A text of a table that the widget keeps.
+bool readFrom(Widget widget, const char* table, const char* number, int index, char** text)
+{
+    XmStringTable texts = nullptr;
+    Cardinal count = 0;
+    XtVaGetValues(widget, table, &texts, number, &count, nullptr);
+    if (!texts || index >= static_cast<int>(count))
+        return false;
+    *text = unparsed(texts[index]);
+    return true;
+}
+} // namespace
+
+bool readXtDetail(Widget item, int index, char** text)
+{
+    return readFrom(item, XmNdetail, XmNdetailCount, index, text);
+}
+
+bool readXtHeading(Widget container, int index, char** text)
+{
+    return readFrom(container, XmNdetailColumnHeading, XmNdetailColumnHeadingCount, index, text);
 }
 
 bool isOfKind(Widget widget, const char* className)

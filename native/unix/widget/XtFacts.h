@@ -12,13 +12,13 @@ struct CXtFacts {
     char* label = nullptr;
     Widget pressed = nullptr; ///< the part of it that a user presses, when that is not the whole
     bool isLeaf = false;      ///< what is in it is of no interest
-    bool isList = false;      ///< readXtList tells more
+    bool isList = false;      ///< it has rows: see XtRows.h
     bool hasValue = false;
     double value = 0;
     int checked = -1; ///< 0 or 1; -1 when it is nothing to check
     bool editable = false;
     bool secret = false;
-    bool selected = false; ///< the tab of the page in front
+    bool selected = false; ///< the tab of the page in front, or an item that is chosen
 };
 
 /// Fills in the facts of a widget by the nearest of its classes that is known.
@@ -43,6 +43,45 @@ struct CXtItem {
 void readXtItem(Widget list, int index, CXtItem& item);
 /// Scrolls an item of a list box into sight.
 void showXtItem(Widget list, int index);
+
+/// What an XmI18List shows now.
+struct CXtColumns {
+    int count = 0; ///< of rows
+    int columns = 0;
+    int first = 0;   ///< index of the first row in sight
+    int visible = 0; ///< how many there is room for
+    int top = 0;     ///< of the first row in sight, in the list
+    int pitch = 0;   ///< from a row to the next
+    int height = 0;  ///< of a row
+};
+void readXtColumns(Widget list, CXtColumns& facts);
+
+struct CXtCell {
+    char* text = nullptr;  ///< the caller frees it by XtFree
+    bool selected = false; ///< its row
+    int left = 0;          ///< in the list
+    int right = 0;
+};
+/// @param row  -1 for the title of the column
+void readXtCell(Widget list, int row, int column, CXtCell& cell);
+/// Scrolls a row of an XmI18List into sight.
+void showXtLine(Widget list, int row);
+
+/// A child of an XmContainer, XmOutline or XmTree.
+struct CXtNode {
+    bool shows = false;  ///< it stands for a row
+    bool isOpen = false; ///< what is below it shows
+    Widget parent = nullptr;
+};
+void readXtNode(Widget list, Widget child, CXtNode& node);
+/// Whether it is an XmContainer whose items stand anywhere.
+bool isXtSpatial(Widget list);
+/// Whether an XmContainer shows details beside its items.
+bool hasXtDetails(Widget container);
+/// @param text  the caller frees it by XtFree @return whether there are so many details
+bool readXtDetail(Widget item, int index, char** text);
+/// The title of a column, as readXtDetail.
+bool readXtHeading(Widget container, int index, char** text);
 
 /// A tab that an XmTabStack draws.
 struct CXtTab {

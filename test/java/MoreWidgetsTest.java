@@ -1,0 +1,180 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.talvern.test.gx.engine.AppWindow;
+import com.talvern.test.gx.engine.Query;
+import com.talvern.test.gx.engine.Role;
+import com.talvern.test.gx.engine.Widget;
+import com.talvern.test.gx.engine.WidgetView;
+import java.time.Duration;
+import java.util.List;
+import java.util.regex.Pattern;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.function.Executable;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** What is less common: choices that fail, drags, choosers of each toolkit, notebooks, containers and outlines of Motif. */
+@Timeout(180)
+class MoreWidgetsTest extends ShownProgram {
+    private static final Duration SOON = Duration.ofMillis(200);
+
+    /** What is pressed next must be taken, and what was chosen from in vain must open again. */
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void aChoiceThatFailsLeavesNothingOpen(String program) throws Exception {
+        start(program);
+        Widget size = application.find(Query.role(Role.COMBO_BOX, Role.OPTION_MENU));
+        leavesNothingOpen(() -> size.within(SOON).choose("huge"));
+        leavesNothingOpen(() -> application.choose("View", "Grid"));
+        leavesNothingOpen(() -> application.list().chooseFromContextMenu("Special", "As nothing"));
+        if (program.startsWith("gtk3")) {
+            Widget options = application.button("Options");
+            leavesNothingOpen(() -> options.within(SOON).choose("More", "Shallow"));
+            leavesNothingOpen(() -> options.within(SOON).choose("Nothing"));
+            options.choose("Zoom");
+            says("chosen zoom");
+        }
+        application.choose("View", "Ruler");
+        says("chosen Ruler");
+        size.choose("small");
+        size.awaitText("small");
+    }
+
+    private void leavesNothingOpen(Executable choice) throws Exception {
+        List<Long> before = shown();
+        assertThrows(RuntimeException.class, choice);
+        assertEquals(before, shown());
+        assertTrue(application.openMenus().isEmpty());
+        application.button("Save").click();
+        says("clicked Save");
+    }
+
+    private List<Long> shown() {
+        return application.tree().all().filter(WidgetView::showing).map(WidgetView::id).toList();
+    }
+
+    @Test
+    void popoversAreChosenFrom() throws Exception {
+        start("gtk3-shown");
+        Widget options = application.button("Options");
+        options.choose("Zoom");
+        says("chosen zoom");
+        options.choose("Loud");
+        options.choose("More", "Deep");
+        says("chosen deep");
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void whatThePointerDoesBesidesClicksIsTaken(String program) throws Exception {
+        start(program);
+        Widget list = application.list();
+        list.cell("gamma", 0).doubleClick();
+        says("activated 2");
+        application.button("Save").hover();
+        application.label("keeps it").view();
+        list.cell("alpha", 0).dragTo(list.cell("gamma", 0));
+        if (program.startsWith("motif")) { // the selection follows
+            list.cell("gamma", 0).await("selected", WidgetView::selected);
+            return;
+        }
+        list.await("in another order", view -> view.rows().get(0).cells().get(0).equals("beta"));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"gtk2-shown", "gtk3-shown"})
+    void coloursAndFontsAreChosen(String program) throws Exception {
+        start(program);
+        boolean isOld = program.startsWith("gtk2");
+        application.choose("File", "Colour...");
+        AppWindow colours = application.awaitWindow("Colour");
+        if (isOld) {
+            colours.field("Color name:").setText("#00FF00\n");
+        } else {
+            colours.toggle("Red").set(true);
+        }
+        colours.button(isOld ? "OK" : "Select").click();
+        says(isOld ? "colour #0000ffff0000" : "colour rgb(224,27,36)");
+        application.choose("File", "Font...");
+        AppWindow fonts = application.awaitWindow("Font");
+        if (isOld) {
+            fonts.list("Style").select("Bold");
+            fonts.field("Size").setText("20");
+        } else {
+            fonts.find(Query.role(Role.LIST)).select("Sans Bold");
+            fonts.find(Query.role(Role.SPIN_BUTTON)).setText("20\t");
+        }
+        fonts.button(isOld ? "OK" : "Select").click();
+        says("font Sans Bold 20");
+    }
+
+    private Widget named(Role role, String name) {
+        return application.find(Query.role(role).named(name));
+    }
+
+    private static List<Boolean> selectedIn(Widget list) {
+        return list.view().rows().stream().map(WidgetView.Row::selected).toList();
+    }
+
+    @Test
+    void notebooksContainersColumnsAndOutlinesOfMotifAreUsed() throws Exception {
+        start("motif-rows");
+        for (String tab : List.of("right two", "top three", "right three", "top two", "right one", "top one")) {
+            application.tab(tab).click();
+            says("clicked " + tab);
+            application.tab(tab).await("in front", WidgetView::selected);
+        }
+        Widget columns = named(Role.TABLE, "list");
+        assertEquals(List.of("Number", "Square"), columns.view().columns());
+        assertEquals(40, columns.rows().size());
+        for (String row : List.of("line 0", "is 900", "line 39", "is 4")) {
+            columns.select(row);
+            assertTrue(columns.cell(row, 1).isSelected());
+        }
+        assertEquals("is 1521", columns.cell(39, 1).text());
+        Widget details = named(Role.TABLE, "details");
+        assertEquals(List.of("Name", "Size"), details.view().columns());
+        assertEquals(30, details.rows().size()); // the first file is in the folder, which is closed
+        for (String row : List.of("file 20", "file 1", "file 29")) {
+            details.select(row);
+            assertEquals(row.substring(5), details.cell(row, 1).text());
+        }
+        named(Role.LIST, "icons").select("file 2");
+        assertEquals(List.of(false, false, true), selectedIn(named(Role.LIST, "icons")));
+        Widget outline = named(Role.TREE, "outline");
+        assertFalse(outline.cell("file 0", 0).exists());
+        outline.find(Query.name("OutlineButton")).click();
+        outline.select("file 0");
+        assertEquals(List.of(false, true, false, false), selectedIn(outline));
+        assertEquals("0:0", outline.view().rows().get(1).path());
+        outline.cell("file 2", 0).doubleClick();
+        says("opened file 2");
+        for (String name : List.of("nodes", "tree")) {
+            Widget nodes = named(Role.TREE, name);
+            assertEquals(List.of("root", "left", "right"), nodes.rows().stream().map(row -> row.get(0)).toList());
+            nodes.cell("right", 0).click();
+            says("clicked right");
+            nodes.button("left").click();
+            says("clicked left");
+            nodes.find(Query.name("openAndClose").at(0)).click();
+            nodes.await("closed", view -> view.rowCount() == 1);
+            assertFalse(nodes.button("left").exists());
+        }
+    }
+
+    @Test
+    void coloursAndFontsOfMotifAreChosen() throws Exception {
+        start("motif-rows");
+        Widget colours = application.find(Query.name("colours"));
+        colours.toggle("Color List").set(true);
+        colours.list().select("Navy");
+        colours.label(Pattern.compile("Navy .*")).view();
+        application.toggle("Bold").set(true);
+        application.comboBox("Size").choose("14");
+        application.comboBox("Size").awaitText("14");
+    }
+}

@@ -1,0 +1,32 @@
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.talvern.test.gx.engine.Application;
+import java.io.BufferedReader;
+import java.lang.ProcessBuilder.Redirect;
+import java.nio.charset.StandardCharsets;
+import java.time.Duration;
+import org.junit.jupiter.api.AfterEach;
+
+/** For suites about programs of test/apps that say on their output what a user does to them. */
+abstract class ShownProgram {
+    Application application;
+    BufferedReader output;
+
+    void start(String program) throws Exception {
+        application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program)
+            .redirectError(Redirect.INHERIT), Duration.ofSeconds(60));
+        application.setPatience(Duration.ofSeconds(20));
+        output = application.process().inputReader(StandardCharsets.UTF_8);
+        assertTrue(output.readLine().startsWith("ready"));
+    }
+
+    @AfterEach
+    void endApplication() {
+        application.close();
+    }
+
+    void says(String line) throws Exception {
+        assertEquals(line, output.readLine());
+    }
+}
