@@ -1,5 +1,6 @@
 #include "CodeSet.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -88,9 +89,27 @@ const char* CEnvironmentLocale::codeSet() const
     return nl_langinfo(CODESET);
 }
 
+namespace {
+bool isAscii(std::string_view text)
+{
+    return std::none_of(text.begin(), text.end(),
+                        [](char each) { return static_cast<signed char>(each) < 0; });
+}
+
+/// Whether the bytes below 128 are those of ASCII, whatever is around them.
+bool hasAscii(std::string_view codeSet)
+{
+    return codeSet == "UTF-8" || codeSet == "ANSI_X3.4-1968" || codeSet.starts_with("ISO-8859-");
+}
+} // namespace
+
 Conversion convertText(const char* to, const char* from, std::string_view text, std::string& out)
 {
     out.clear();
+    if (isAscii(text) && hasAscii(to) && hasAscii(from)) {
+        out = text; // to open a converter takes longer than most texts do
+        return Conversion::complete;
+    }
     CIconv converter(to, from);
     if (!converter.isOpen())
         return Conversion::noConverter;
