@@ -27,7 +27,8 @@ inline std::string nextOrder()
 
 /// Follows an order on the standard input: "hang <ms>" keeps the GUI thread busy, "exit <status>", "crash",
 /// "fork" starts a child that cannot become another program, "again" starts anew in the same process.
-inline void obey()
+/// @param further  what to do with other orders
+inline void obey(void (*further)(const std::string& order) = nullptr)
 {
     const std::string line = nextOrder();
     const char* const order = line.c_str();
@@ -51,5 +52,7 @@ inline void obey()
         say("forked", "");
     } else if (std::strncmp(order, "again", 5) == 0) {
         execl("/proc/self/exe", "asked", nullptr);
+    } else if (further) {
+        further(line);
     }
 }

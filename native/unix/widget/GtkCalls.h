@@ -45,6 +45,8 @@ inline constexpr const char* GOBJECT = "libgobject-2.0.so.0";
 
 namespace g {
 LATE(void, (void*), free, "g_free", late::GLIB)
+LATE(void*, (void*), ref, "g_object_ref", late::GOBJECT)
+LATE(void, (void*), unref, "g_object_unref", late::GOBJECT)
 LATE(const char*, (unsigned long), typeName, "g_type_name", late::GOBJECT)
 LATE(unsigned long, (unsigned long), parentType, "g_type_parent", late::GOBJECT)
 LATE(unsigned long, (const char*), typeFromName, "g_type_from_name", late::GOBJECT)
@@ -63,6 +65,9 @@ LATE(void, (GxGValue*, void*), setObject, "g_value_set_object", late::GOBJECT)
 LATE(void, (GxGValue*, const char*), setString, "g_value_set_string", late::GOBJECT)
 LATE(unsigned, (const char*, unsigned long), signalNamed, "g_signal_lookup", late::GOBJECT)
 LATE(void, (const GxGValue*, unsigned, unsigned, GxGValue*), emit, "g_signal_emitv", late::GOBJECT)
+LATE(void*, (void*, unsigned), newSource, "g_source_new", late::GLIB)
+LATE(void, (void*, int), setPriority, "g_source_set_priority", late::GLIB)
+LATE(unsigned, (void*, void*), attachSource, "g_source_attach", late::GLIB)
 } // namespace g
 
 namespace gdk {
@@ -70,6 +75,7 @@ LATE(void, (_GdkDrawable*, int*, int*), origin, "gdk_window_get_origin", late::G
 LATE(int, (_GdkDrawable*), isVisible, "gdk_window_is_visible", late::GDK2, late::GDK3)
 LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3)
 LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
+LATE(void*, (), xDisplay, "gdk_x11_get_default_xdisplay", late::GDK2, late::GDK3)
 } // namespace gdk
 
 namespace atk {
@@ -150,6 +156,9 @@ LATE_GTK(int, (void*), modelFlags, "gtk_tree_model_get_flags")
 LATE_GTK(int, (void*), modelColumns, "gtk_tree_model_get_n_columns")
 LATE_GTK(unsigned long, (void*, int), modelColumnType, "gtk_tree_model_get_column_type")
 LATE_GTK(int, (void*, GxTreeIter*, void*), modelRow, "gtk_tree_model_get_iter")
+LATE_GTK(int, (void*, GxTreeIter*), nextRow, "gtk_tree_model_iter_next")
+LATE_GTK(int, (void*, GxTreeIter*, GxTreeIter*), firstBelow, "gtk_tree_model_iter_children")
+LATE_GTK(int, (void*, GxTreeIter*, GxTreeIter*), rowAbove, "gtk_tree_model_iter_parent")
 LATE_GTK(int, (void*, GxTreeIter*), hasRowsBelow, "gtk_tree_model_iter_has_child")
 LATE_GTK(int, (void*, GxTreeIter*), rowsBelow, "gtk_tree_model_iter_n_children")
 LATE_GTK(void, (void*, GxTreeIter*, int, GxGValue*), modelValue, "gtk_tree_model_get_value")

@@ -35,9 +35,23 @@ private:
 
 void collect(_GtkWidget* child, void* children)
 {
+    CGHold::keep(child);
     static_cast<std::vector<_GtkWidget*>*>(children)->push_back(child);
 }
 } // namespace
+
+CGHold::~CGHold()
+{
+    s_innermost = m_outer;
+    for (void* const object : m_objects)
+        g::unref(object);
+}
+
+void CGHold::keep(void* object)
+{
+    if (s_innermost)
+        s_innermost->m_objects.push_back(g::ref(object));
+}
 
 std::string takenText(char* text)
 {

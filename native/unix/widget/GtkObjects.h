@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 struct CGFree {
@@ -22,12 +23,31 @@ inline std::string textOrNone(const char* text)
     return text ? text : "";
 }
 
-/// The elements of a list that GLib handed out, which is freed; the elements stay whose they are.
+/// Keeps the objects in memory that `taken` and `childrenOf` hand out, from then until its end: a program may
+/// destroy them meanwhile. Nests. GUI thread only.
+class CGHold {
+public:
+    CGHold() = default;
+    ~CGHold();
+    CGHold(const CGHold&) = delete;
+    CGHold& operator=(const CGHold&) = delete;
+
+    static void keep(void* object);
+
+private:
+    CGHold* const m_outer = std::exchange(s_innermost, this);
+    std::vector<void*> m_objects;
+    inline static constinit CGHold* s_innermost = nullptr;
+};
+
+/// The elements of a list of objects that GLib handed out, which is freed.
 template <class Element> std::vector<Element*> taken(_GList* list)
 {
     std::vector<Element*> elements;
     for (_GList* each = list; each; each = each->next)
         elements.push_back(static_cast<Element*>(each->data));
+    for (Element* const each : elements)
+        CGHold::keep(each);
     _g_list_free(list);
     return elements;
 }

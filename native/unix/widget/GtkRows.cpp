@@ -42,7 +42,8 @@ CWidgetCell contentOf(void* layout)
     return cell;
 }
 
-/// Walks over the rows of a tree view as it shows them.
+/// Walks over the rows of a tree view as it shows them: from row to row, as models number their rows by
+/// counting them.
 class CRowWalk {
 public:
     /// Over those in sight.
@@ -53,30 +54,27 @@ public:
             m_path.reset(first);
             m_last.reset(last);
         }
+        start();
     }
     /// Over all that follow so many others. @param isFlat  none has rows below it
     CRowWalk(_GtkWidget* view, void* model, size_t others, bool isFlat)
         : m_view(view), m_model(model), m_path(pathOf(std::to_string(isFlat ? others : 0)))
     {
+        start();
         for (size_t passed = 0; !isFlat && passed < others && isAtRow(); ++passed)
             next();
     }
     /// @return whether there is a row here
-    bool isAtRow()
-    {
-        return m_path && (!m_last || gtk::comparePaths(path(), m_last.get()) <= 0) &&
-               gtk::modelRow(m_model, &m_row, path());
-    }
+    bool isAtRow() const { return m_path && (!m_last || gtk::comparePaths(path(), m_last.get()) <= 0); }
     void next()
     {
-        if (isExpanded()) {
+        if (isExpanded() && goTo(gtk::firstBelow)) {
             gtk::pathDown(path());
             return;
         }
         gtk::pathNext(path());
-        GxTreeIter row;
-        while (!gtk::modelRow(m_model, &row, path())) {
-            if (gtk::pathDepth(path()) <= 1) {
+        while (!goToNext()) {
+            if (gtk::pathDepth(path()) <= 1 || !goTo(gtk::rowAbove)) {
                 m_path.reset();
                 return;
             }
@@ -86,9 +84,30 @@ public:
     }
     void* path() const { return m_path.get(); }
     GxTreeIter* row() { return &m_row; }
-    bool isExpanded() const { return gtk::isExpanded(m_view, path()) != 0; }
+    bool isExpanded() { return gtk::hasRowsBelow(m_model, &m_row) && gtk::isExpanded(m_view, path()); }
 
 private:
+    void start()
+    {
+        if (m_path && !gtk::modelRow(m_model, &m_row, path()))
+            m_path.reset();
+    }
+    template <class Relative> bool goTo(Relative& relative)
+    {
+        GxTreeIter from = m_row;
+        GxTreeIter there;
+        const bool isThere = relative(m_model, &there, &from) != 0;
+        m_row = isThere ? there : m_row;
+        return isThere;
+    }
+    bool goToNext()
+    {
+        GxTreeIter there = m_row;
+        const bool isThere = gtk::nextRow(m_model, &there) != 0;
+        m_row = isThere ? there : m_row;
+        return isThere;
+    }
+
     _GtkWidget* m_view;
     void* m_model;
     PathPtr m_path;

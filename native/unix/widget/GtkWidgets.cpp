@@ -363,7 +363,7 @@ void CGtkReader::readChildren(_GtkWidget* widget, CWidgetNode& node, int depth)
         return;
     }
     for (_GtkWidget* const child : childrenOf(widget))
-        if (node.childrenCut || !add(child, node, depth))
+        if (gtk::parent(child) && (node.childrenCut || !add(child, node, depth))) // not destroyed meanwhile
             return;
 }
 
@@ -492,6 +492,11 @@ _GtkWidget* widgetOf(unsigned long id)
 
 class CGtkWidgets final : public IWidgetToolkit {
 public:
+    void hold(const std::function<void()>& work) const override
+    {
+        const CGHold held;
+        work();
+    }
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;

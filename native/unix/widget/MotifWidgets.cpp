@@ -3,6 +3,7 @@
 #include "WindowManagerUnix.h"
 #include "XtFacts.h"
 #include "XtGuard.h"
+#include "XtHold.h"
 #include "XtObjects.h"
 #include "XtRows.h"
 
@@ -142,7 +143,7 @@ void CXtReader::readChildren(Widget widget, CWidgetNode& node, int depth)
 {
     const COrigin inside{node.box.getLeft(), node.box.getTop()};
     for (const Widget child : livingChildren(widget)) {
-        if (XtIsShell(child) || !XtIsRectObj(child))
+        if (child->core.being_destroyed || XtIsShell(child) || !XtIsRectObj(child))
             continue;
         if (depth >= CTreeLimits::depth || !m_budget.takeWidget()) {
             node.childrenCut = true;
@@ -335,6 +336,7 @@ bool scrollsByItself(Widget widget)
 
 class CMotifWidgets final : public IWidgetToolkit {
 public:
+    void hold(const std::function<void()>& work) const override { withXtWidgetsHeld(gx_app_display, work); }
     std::vector<CWidgetNode> windows() const override;
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;

@@ -140,6 +140,15 @@ std::string firstText(const CWidgetNode& node)
         JNIEnv* env, jclass __VA_OPT__(, ) __VA_ARGS__)
 
 namespace {
+/// What a question answers to the toolkit of this process.
+template <class Question> auto asked(Question question)
+{
+    const IWidgetToolkit& toolkit = IWidgetToolkit::current();
+    decltype(question(toolkit)) answer{};
+    toolkit.hold([&] { answer = question(toolkit); });
+    return answer;
+}
+
 template <class Items> jbyteArray written(JNIEnv* env, const Items& items)
 {
     CTreeWriter writer;
@@ -150,42 +159,52 @@ template <class Items> jbyteArray written(JNIEnv* env, const Items& items)
 
 WIDGET_TREE(jbyteArray, windows)
 {
-    return jniEntry(env, __func__, [&] { return written(env, IWidgetToolkit::current().windows()); });
+    return jniEntry(env, __func__, [&] {
+        return written(env, asked([](const IWidgetToolkit& toolkit) { return toolkit.windows(); }));
+    });
 }
 
 WIDGET_TREE(jbyteArray, rows, jlong id, jint first, jint count)
 {
     return jniEntry(env, __func__, [&] {
-        return written(env, IWidgetToolkit::current().rows(static_cast<unsigned long>(id),
-                                                           static_cast<size_t>(std::max(first, 0)),
-                                                           static_cast<size_t>(std::max(count, 0))));
+        return written(env, asked([=](const IWidgetToolkit& toolkit) {
+                           return toolkit.rows(static_cast<unsigned long>(id),
+                                               static_cast<size_t>(std::max(first, 0)),
+                                               static_cast<size_t>(std::max(count, 0)));
+                       }));
     });
 }
 
 WIDGET_TREE(jboolean, revealRow, jlong id, jstring path, jint column)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
-        return path && IWidgetToolkit::current().revealRow(static_cast<unsigned long>(id),
-                                                           CJString(env, path).ansiString(), column);
+        return path && asked([&](const IWidgetToolkit& toolkit) {
+                   return toolkit.revealRow(static_cast<unsigned long>(id), CJString(env, path).ansiString(),
+                                            column);
+               });
     });
 }
 
 WIDGET_TREE(jbyteArray, fileDialogs)
 {
-    return jniEntry(env, __func__, [&] { return written(env, IWidgetToolkit::current().fileDialogs()); });
+    return jniEntry(env, __func__, [&] {
+        return written(env, asked([](const IWidgetToolkit& toolkit) { return toolkit.fileDialogs(); }));
+    });
 }
 
 WIDGET_TREE(void, setFile, jlong window, jstring file)
 {
     jniEntry(env, __func__, [&] {
-        IWidgetToolkit::current().setFile(static_cast<unsigned long>(window), CJString(env, file));
+        const CJString name(env, file);
+        const IWidgetToolkit& toolkit = IWidgetToolkit::current();
+        toolkit.hold([&] { toolkit.setFile(static_cast<unsigned long>(window), name); });
     });
 }
 
 WIDGET_TREE(jlongArray, at, jint x, jint y)
 {
     return jniEntry(env, __func__, [&] {
-        const std::vector<unsigned long> found = IWidgetToolkit::current().at(Point(x, y));
+        const auto found = asked([=](const IWidgetToolkit& toolkit) { return toolkit.at(Point(x, y)); });
         const std::vector<jlong> ids(found.begin(), found.end());
         const auto size = static_cast<jsize>(ids.size());
         const jlongArray array = env->NewLongArray(size);
@@ -198,6 +217,7 @@ WIDGET_TREE(jlongArray, at, jint x, jint y)
 WIDGET_TREE(jboolean, reveal, jlong id)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
-        return IWidgetToolkit::current().reveal(static_cast<unsigned long>(id));
+        return asked(
+            [=](const IWidgetToolkit& toolkit) { return toolkit.reveal(static_cast<unsigned long>(id)); });
     });
 }

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -72,13 +73,16 @@ struct CTreeLimits {
     static constexpr size_t allTexts = 8 << 20; ///< of all texts of an answer
 };
 
-/// One implementation a toolkit. GUI thread only. What a toolkit cannot tell stays at its default, and a
-/// widget of an unknown class is what the nearest known class above it is.
+/// One implementation a toolkit. GUI thread only, within `hold`. What a toolkit cannot tell stays at its
+/// default, and a widget of an unknown class is what the nearest known class above it is.
 class IWidgetToolkit {
 public:
     /// GTK when the process runs GTK 2 or 3, else Xt. Asked at every call: GTK may come later.
     static const IWidgetToolkit& current();
 
+    /// Runs work that asks this toolkit. What it is given stays in memory until the work has ended: a program
+    /// may destroy widgets when it is asked for a property of one, or scrolled.
+    virtual void hold(const std::function<void()>& work) const = 0;
     /// The windows that are on the screen, menus included, with all that is in them.
     virtual std::vector<CWidgetNode> windows() const = 0;
     /// The widget that a press of the pointer would go to, and those that it lies in, from the innermost:
