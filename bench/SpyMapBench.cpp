@@ -101,16 +101,29 @@ private:
     CSpyMap m_map;
 };
 
+constexpr double LongestPut = 120; ///< seconds, of all keys
+
 template <class Map> void putAll(Map& map, const std::vector<std::u16string>& keys)
 {
     for (const std::u16string& key : keys)
         map.put(key, u"a value of usual length");
 }
 
+/// A heap that was in use for a while: so many free blocks that are too small for most requests.
+void makeHoles(int64_t count)
+{
+    std::vector<CSpyMemRef> blocks;
+    for (int64_t index = 0; index < 2 * count; ++index)
+        blocks.push_back(CSpyHeap::getHeap(0)->allocate(40));
+    for (size_t index = 0; index < blocks.size(); index += 2)
+        blocks[index].free();
+}
+
 /// Puts every key into a new map: one call of the two that are compared is `keys` puts, growth included.
 void putIntoNewMap(benchmark::State& state)
 {
     const auto keys = names(state.range(0));
+    makeHoles(state.range(1));
     compare(
         state,
         [&] {
@@ -121,18 +134,46 @@ void putIntoNewMap(benchmark::State& state)
             CPeerMap map;
             putAll(map, keys);
         });
+    CSpyHeap::deleteBaseHeap();
+}
+
+/// How long a map takes that grows from nothing: one that would take minutes ends with an error.
+void grow(benchmark::State& state)
+{
+    const auto keys = names(state.range(0));
+    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(LongestPut);
+    compare(
+        state,
+        [&] {
+            COurMap map;
+            for (const std::u16string& key : keys) {
+                map.put(key, u"a value of usual length");
+                if (std::chrono::steady_clock::now() > until)
+                    return state.SkipWithError("it takes too long");
+            }
+        },
+        [&] {
+            CPeerMap map;
+            putAll(map, keys);
+        });
+    state.counters["us_per_key"] = state.counters["ours_us"] / static_cast<double>(keys.size());
+    CSpyHeap::deleteBaseHeap();
 }
 
 /// Gives every key of a full map its value again.
 void putAgain(benchmark::State& state)
 {
     const auto keys = names(state.range(0));
-    COurMap ours;
-    CPeerMap peer;
-    putAll(ours, keys);
-    putAll(peer, keys);
-    compare(
-        state, [&] { putAll(ours, keys); }, [&] { putAll(peer, keys); });
+    makeHoles(state.range(1));
+    {
+        COurMap ours;
+        CPeerMap peer;
+        putAll(ours, keys);
+        putAll(peer, keys);
+        compare(
+            state, [&] { putAll(ours, keys); }, [&] { putAll(peer, keys); });
+    }
+    CSpyHeap::deleteBaseHeap();
 }
 
 void getAll(benchmark::State& state)
@@ -164,8 +205,22 @@ void readLargeBlock(benchmark::State& state)
     block.free();
 }
 
-BENCHMARK(putIntoNewMap)->ArgName("keys")->Arg(100)->Arg(1000)->Arg(10000)->UseManualTime();
-BENCHMARK(putAgain)->ArgName("keys")->Arg(100)->Arg(1000)->Arg(10000)->UseManualTime();
+BENCHMARK(putIntoNewMap)
+    ->ArgNames({"keys", "holes"})
+    ->ArgsProduct({{100, 1000, 10000}, {0, 5000}})
+    ->UseManualTime();
+BENCHMARK(putAgain)
+    ->ArgNames({"keys", "holes"})
+    ->ArgsProduct({{100, 1000, 10000}, {0, 5000}})
+    ->UseManualTime();
+BENCHMARK(grow)
+    ->ArgName("keys")
+    ->Arg(100)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(1)
+    ->UseManualTime();
 BENCHMARK(getAll)->ArgName("keys")->Arg(100)->Arg(1000)->Arg(10000)->UseManualTime();
 BENCHMARK(readLargeBlock)->UseManualTime();
 } // namespace

@@ -2,8 +2,20 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
+#include <sys/types.h>
 
 class CSharedMemory;
+
+/// Who has attached a segment, as far as one look can tell from another.
+struct CAttachments {
+    explicit CAttachments(int segment);
+    bool operator==(const CAttachments&) const = default;
+
+    unsigned long m_count = 0;
+    pid_t m_latest = 0; ///< process that came or went
+    time_t m_cameAt = 0, m_wentAt = 0;
+};
 
 /// A segment that goes with the first heap of a display: every process that has the one attached has the
 /// other. Its key follows from that of the heap and is in no directory. Only the pages that are written take
@@ -25,13 +37,18 @@ public:
     size_t size() const { return m_size; }
     /// Whether other processes had it attached when this one came. One that did not exist consists of zeros.
     bool existed() const { return m_existed; }
+    /// Whether all processes that have the first heap attached have this one, too, and none has come or gone
+    /// since that was asked last. Each looks like another one: a child made by fork comes, too.
+    bool isWithAllAsBefore();
     /// Gives pages behind the first `kept` bytes back to the system.
     void shrink(size_t kept) const;
 
 private:
     bool attach(int key, size_t size);
 
-    int m_id = -1;
+    int m_id = -1, m_heapId = -1;
+    CAttachments m_seen{-1}; ///< of the heap
+    bool m_hasAll = false;   ///< those that were seen have the journal
     size_t m_size = 0;
     unsigned char* m_area = nullptr;
     bool m_existed = false;

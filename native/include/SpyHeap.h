@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+class CFreeIndex;
+class CFreeList;
 class CSharedMemory;
 class CSpyHeap;
 class CSpyMemRef;
@@ -306,6 +308,8 @@ public:
     void empty();
 
 private:
+    friend class CFreeIndex;
+    friend class CFreeList;
     friend class CHeapChange;
 
     CSpyHeap(unsigned int size, HEAPID id);
@@ -356,7 +360,9 @@ private:
     uint32_t take(uint32_t size);
     uint32_t firstFit(CHeapBlock& pool, uint32_t size);
     uint32_t lastFit(CHeapBlock& pool, uint32_t size);
-    uint32_t takeEnd(CHeapBlock& previous, const CBlockCopy& found, uint32_t size);
+    uint32_t takeEnd(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size);
+    void takeStart(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size,
+                   bool leavesRest);
     uint32_t split(const CBlockCopy& whole, uint32_t sizeThisBlock);
     uint32_t splitOffEnd(const CBlockCopy& whole, uint32_t sizeNewBlock);
     CSpyMemRef allocateHere(uint32_t size);
@@ -365,7 +371,6 @@ private:
 
     void link(CHeapBlock& pool, const CBlockCopy& freed);
     bool absorbNext(const CBlockCopy& grown, uint32_t size);
-    CHeapBlock* findPrevFree(uint32_t offset) const;
     CSpyMemRef move(const CSpyMemRef& ref, uint32_t size);
     CBlockCopy relink(const CBlockCopy& found, const CBlockCopy& previous);
 
@@ -392,6 +397,7 @@ private:
     uint32_t m_changeCount = 0;
     std::unique_ptr<CSharedMemory> m_pSharedMem;
     unsigned char* m_area = nullptr;
+    std::unique_ptr<CFreeIndex> m_index;
 };
 
 inline uint32_t CSpyHeap::CBlockCopy::behind() const

@@ -3,6 +3,7 @@
 #include "CTracer.h"
 #include "GxAssert.h"
 #include "SharedMemory.h"
+#include "SpyFreeList.h"
 #include "SpyHeapChange.h"
 #include "SpyHeapWalk.h"
 #include "SpyJournal.h"
@@ -160,7 +161,8 @@ try {
 
 CSpyHeap::CSpyHeap(unsigned int size, HEAPID id)
     : m_id(id), m_size(size),
-      m_pSharedMem(CSharedMemory::create(HeapObjectName, static_cast<int>(id), static_cast<int>(size)))
+      m_pSharedMem(CSharedMemory::create(HeapObjectName, static_cast<int>(id), static_cast<int>(size))),
+      m_index(std::make_unique<CFreeIndex>())
 {
     GX_ASSERT(m_pSharedMem, "m_pSharedMem != 0");
     m_area = static_cast<unsigned char*>(m_pSharedMem->area());
@@ -263,6 +265,7 @@ void CSpyHeap::format()
 {
     CHeapHeader& head = *header();
     const uint32_t small = FirstBlock + half();
+    m_index->drop();
     CHeapChange::mark(*this, CHeapChange::Formatting);
     head.m_changeCount.store(0);
     // Upper block first: until the lower one has its new size, whoever walks the blocks never gets here.
@@ -650,6 +653,7 @@ CSpyMemRef CSpyHeap::stamp(uint32_t offset)
     // After 2^32 allocations they begin anew; 0 would be no stamp.
     const UNIQUEID uid = std::max(header()->m_lastUid.load() + 1, 1U);
     put(header()->m_lastUid, uid);
+    m_index->stamped(uid);
     CSpyJournal::keep(*pBlock);
     pBlock->m_uid.store(uid);
     pBlock->m_next.store(0);
@@ -740,43 +744,49 @@ void CSpyHeap::isTaken(const CBlockCopy& found) const
 
 uint32_t CSpyHeap::firstFit(CHeapBlock& pool, uint32_t size)
 {
-    CHeapBlock* previous = &pool;
-    CBlockCopy found = firstOf(pool);
-    while (found.m_offset != 0 && found.m_size < size) {
-        previous = &block(found.m_offset);
-        found = after(found);
-    }
+    CFreeList list(*this, pool);
+    const auto [previous, found] = list.highest(size);
     if (found.m_offset != 0) {
         isTaken(found);
-        const bool worthSplitting = found.m_size - size >= SmallestRest;
-        put(previous->m_next, worthSplitting ? split(found, size) : found.m_next);
+        takeStart(list, *previous, found, size, found.m_size - size >= SmallestRest);
     }
     return found.m_offset;
+}
+
+/// The first `size` bytes of a free block leave the list, or all of them.
+void CSpyHeap::takeStart(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size,
+                         bool leavesRest)
+{
+    list.lost(found.m_offset);
+    if (!leavesRest) {
+        put(previous.m_next, found.m_next);
+        return;
+    }
+    const uint32_t pNewBlock = split(found, size);
+    GX_ASSERT(pNewBlock != 0, "pNewBlock != 0");
+    put(previous.m_next, pNewBlock);
+    list.has(pNewBlock, found.m_size - size - BlockHeader);
 }
 
 /// Small requests that the small pool cannot meet come off the end of the lowest block that is larger: the
 /// upper blocks of the large pool stay whole for large requests.
 uint32_t CSpyHeap::lastFit(CHeapBlock& pool, uint32_t size)
 {
-    CHeapBlock* beforeBest = nullptr;
-    CHeapBlock* previous = &pool;
-    CBlockCopy best;
-    for (CBlockCopy found = firstOf(pool); found.m_offset != 0; found = after(found)) {
-        if (found.m_size > size) {
-            best = found;
-            beforeBest = previous;
-        }
-        previous = &block(found.m_offset);
-    }
-    return best.m_offset != 0 ? takeEnd(*beforeBest, best, size) : 0;
+    CFreeList list(*this, pool);
+    const auto [previous, best] = list.lowest(size + 1);
+    return best.m_offset != 0 ? takeEnd(list, *previous, best, size) : 0;
 }
 
-uint32_t CSpyHeap::takeEnd(CHeapBlock& previous, const CBlockCopy& found, uint32_t size)
+uint32_t CSpyHeap::takeEnd(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size)
 {
     isTaken(found);
-    if (found.m_size - size >= SmallestRest)
-        return splitOffEnd(found, size);
+    if (found.m_size - size >= SmallestRest) {
+        const uint32_t taken = splitOffEnd(found, size);
+        list.has(found.m_offset, found.m_size - size - BlockHeader);
+        return taken;
+    }
     put(previous.m_next, found.m_next);
+    list.lost(found.m_offset);
     return found.m_offset;
 }
 
@@ -810,6 +820,7 @@ CSpyMemRef CSpyHeap::allocateEntireHeap()
     put(head.m_poolBlockSize, size);
     put(head.m_largePool.m_next, 0U);
     put(head.m_smallPool.m_next, 0U);
+    m_index->drop();
     const CSpyMemRef ref = stamp(oneBigBlock.m_offset);
     change.done();
     return ref;
@@ -838,34 +849,33 @@ void CSpyHeap::free(CSpyMemRef ref)
 /// Puts a free block into its place in a list and joins it with the neighbours that are in the same list.
 void CSpyHeap::link(CHeapBlock& pool, const CBlockCopy& freed)
 {
-    CHeapBlock* beforeUpper = nullptr;
-    CHeapBlock* previous = &pool;
-    CBlockCopy upper;
-    CBlockCopy lower = firstOf(pool);
-    while (lower.m_offset > freed.m_offset) {
-        beforeUpper = previous;
-        previous = &block(lower.m_offset);
-        upper = lower;
-        lower = after(lower);
-    }
+    CFreeList list(*this, pool);
+    const auto [abovePlace, belowPlace] = list.around(freed.m_offset);
+    const CBlockCopy &upper = abovePlace.m_found, &lower = belowPlace.m_found;
     CHeapBlock& stored = block(freed.m_offset);
-    const bool joinsUpper = beforeUpper && freed.behind() == upper.m_offset;
-    if (joinsUpper)
+    const bool joinsUpper = upper.m_offset != 0 && freed.behind() == upper.m_offset;
+    if (joinsUpper) {
         swallow(upper);
+        list.lost(upper.m_offset);
+    }
     if (lower.m_offset != 0 && lower.behind() == freed.m_offset) {
         uint32_t joined = lower.m_size + freed.m_size + BlockHeader;
         if (joinsUpper) {
             joined += upper.m_size + BlockHeader;
-            put(beforeUpper->m_next, lower.m_offset);
+            put(abovePlace.m_previous->m_next, lower.m_offset);
         }
         put(block(lower.m_offset).m_size, joined);
+        list.has(lower.m_offset, joined);
     } else if (joinsUpper) {
+        const uint32_t joined = freed.m_size + upper.m_size + BlockHeader;
         stored.m_next.store(upper.m_next);
-        stored.m_size.store(freed.m_size + upper.m_size + BlockHeader);
-        put(beforeUpper->m_next, freed.m_offset);
+        stored.m_size.store(joined);
+        put(abovePlace.m_previous->m_next, freed.m_offset);
+        list.has(freed.m_offset, joined);
     } else {
         stored.m_next.store(lower.m_offset);
-        put(previous->m_next, freed.m_offset);
+        put(belowPlace.m_previous->m_next, freed.m_offset);
+        list.has(freed.m_offset, freed.m_size);
     }
 }
 
@@ -901,35 +911,22 @@ bool CSpyHeap::absorbNext(const CBlockCopy& grown, uint32_t size)
     uint32_t taken = next.m_size + BlockHeader;
     if (next.isUsed() || need > taken)
         return false;
-    CHeapBlock* prevFree = findPrevFree(next.m_offset);
+    // A block that starts in the last bytes of the lower half may be in either list.
+    CFreeList large(*this, header()->m_largePool), small(*this, header()->m_smallPool);
+    CHeapBlock* const inLarge = large.at(next.m_offset).m_previous;
+    CFreeList& list = inLarge ? large : small;
+    CHeapBlock* const prevFree = inLarge ? inLarge : small.at(next.m_offset).m_previous;
     GX_ASSERT(prevFree && prevFree->isFree(), "prevFree != 0 && prevFree->isFree()");
     swallow(next);
     isTaken(next);
-    if (taken - need >= SmallestRest) {
-        const uint32_t pNewBlock = split(next, need);
-        GX_ASSERT(pNewBlock != 0, "pNewBlock != 0");
-        put(prevFree->m_next, pNewBlock);
+    const bool leavesRest = taken - need >= SmallestRest;
+    takeStart(list, *prevFree, next, need, leavesRest);
+    if (leavesRest)
         taken = need + BlockHeader;
-    } else {
-        put(prevFree->m_next, next.m_next);
-    }
     // The size of the grown block is what takes the next one in: it is written in one piece.
     CHeapChange::step();
     put(block(grown.m_offset).m_size, grown.m_size + taken);
     return true;
-}
-
-CSpyHeap::CHeapBlock* CSpyHeap::findPrevFree(uint32_t offset) const
-{
-    for (CHeapBlock* pool : {&header()->m_largePool, &header()->m_smallPool}) {
-        CHeapBlock* node = pool;
-        CBlockCopy next = firstOf(*pool);
-        for (; next.m_offset > offset; next = after(next))
-            node = &block(next.m_offset);
-        if (next.m_offset == offset)
-            return node;
-    }
-    return nullptr;
 }
 
 CSpyMemRef CSpyHeap::move(const CSpyMemRef& ref, uint32_t size)
@@ -953,6 +950,7 @@ void CSpyHeap::repair()
 {
     CTracer::debugTrace("A process died while it changed spy heap %d: rebuilding the lists of free blocks",
                         static_cast<int>(m_id));
+    m_index->drop();
     if (header()->m_largePool.m_used.load() == CHeapChange::Formatting) {
         format();
         return;

@@ -1,6 +1,7 @@
 /// The mark of a change under way in a heap.
 #pragma once
 
+#include "SpyFreeIndex.h"
 #include "SpyHeap.h"
 #include "SpyJournal.h"
 
@@ -21,16 +22,19 @@ public:
 
     explicit CHeapChange(CSpyHeap& heap) : m_heap(heap)
     {
-        if (CSpyJournal::hasMarked(heap))
-            return;
-        if (isMarked(heap)) [[unlikely]]
-            heap.repair();
-        CSpyJournal::mark(heap);
+        if (!CSpyJournal::hasMarked(heap)) {
+            if (isMarked(heap)) [[unlikely]]
+                heap.repair();
+            CSpyJournal::mark(heap);
+        }
+        heap.m_index->begin(heap);
     }
     ~CHeapChange()
     {
-        if (!m_isDone)
-            CSpyJournal::leaveMark(m_heap);
+        if (m_isDone)
+            return;
+        m_heap.m_index->drop();
+        CSpyJournal::leaveMark(m_heap);
     }
     CHeapChange(const CHeapChange&) = delete;
     CHeapChange& operator=(const CHeapChange&) = delete;

@@ -9,8 +9,10 @@
 #include <array>
 #include <bitset>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <pthread.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -108,6 +110,24 @@ std::bitset<MaxHeap + 1> s_marked;
 std::vector<CSpyHeap*>& s_dropped = *new std::vector<CSpyHeap*>;
 bool s_isPlayingBack = false;
 std::atomic<pthread_t> s_holder = 0; ///< of the mutex
+int64_t s_confirmedAt = 0;           ///< tick of the clock in which the era was
+
+/// Tells this process from all others, also from those that it forks.
+class CSeal {
+public:
+    static uint64_t get()
+    {
+        [[maybe_unused]] static const int isWatching = pthread_atfork(nullptr, nullptr, forget);
+        while (s_seal == 0)
+            if (getrandom(&s_seal, sizeof s_seal, 0) != sizeof s_seal)
+                return 0;
+        return s_seal;
+    }
+
+private:
+    static void forget() { s_seal = 0; }
+    static inline uint64_t s_seal = 0;
+};
 
 CHeader& header()
 {
@@ -141,6 +161,18 @@ void publish(size_t used)
     CHeapChange::step();
     header().m_used.store(static_cast<uint32_t>(used));
     CHeapChange::step();
+}
+
+/// Where the first record begins. Between two units it holds the seal of the process whose unit was the last:
+/// another's records, of whatever build, overwrite it.
+CShared<uint64_t>& seal()
+{
+    return *reinterpret_cast<CShared<uint64_t>*>(records());
+}
+
+bool isSealed()
+{
+    return s_segment && CSeal::get() != 0 && seal().load() == CSeal::get();
 }
 
 CRange rangeIn(const CSpyHeap& heap, uint32_t from, uint32_t to)
@@ -237,7 +269,7 @@ void restoreAll(CLeftHeaps& heaps)
 
 void CSpyJournal::attach(const CSharedMemory& firstHeap)
 {
-    s_segment.reset(); // of a store that is gone, before the page of the new one is in use
+    detach(); // of a store that is gone, before the page of the new one is in use
     s_segment = std::make_unique<CJournalSegment>(firstHeap);
     if (!s_segment->area()) {
         s_segment.reset();
@@ -257,6 +289,8 @@ void CSpyJournal::attach(const CSharedMemory& firstHeap)
 void CSpyJournal::detach()
 {
     s_segment.reset();
+    ++s_era;
+    s_confirmedAt = 0;
 }
 
 void CSpyJournal::begin()
@@ -269,6 +303,8 @@ void CSpyJournal::begin()
     s_holding.fetch_add(1 + (s_holding & 1), std::memory_order_relaxed);
     if (s_segment)
         s_seesAll.store(header().m_isMixed.load() == 0, std::memory_order_relaxed);
+    if (!isSealed())
+        ++s_era;
     if (isOpen()) [[unlikely]]
         playBack();
 }
@@ -285,6 +321,19 @@ void CSpyJournal::leave()
 {
     if (s_parts > 0 && --s_parts == 0 && s_isComplete)
         close();
+}
+
+uint64_t CSpyJournal::confirmedEra()
+{
+    timespec tick;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+    const int64_t now = int64_t{tick.tv_sec} * 1000000000 + tick.tv_nsec;
+    if (now == s_confirmedAt)
+        return s_era;
+    s_confirmedAt = now;
+    if (s_segment && !s_segment->isWithAllAsBefore())
+        ++s_era;
+    return s_era;
 }
 
 void CSpyJournal::checkpoint()
@@ -312,6 +361,7 @@ void CSpyJournal::close()
         publish(0);
         step();
         finish();
+        seal().store(CSeal::get());
         if (s_used > KeptPages)
             s_segment->shrink(KeptPages);
     }
@@ -362,6 +412,7 @@ void CSpyJournal::rollBack()
 void CSpyJournal::playBack()
 {
     s_isPlayingBack = true;
+    ++s_era;
     CLeftHeaps heaps;
     CSpyHeap::CHeapHeader& base = *CSpyHeap::getHeap(0)->header();
     const uint32_t changes = base.m_changeCount.load();

@@ -73,6 +73,12 @@ public:
     /// Tells the times at which the mutex was held apart.
     static uint64_t holding() { return s_holding.load(std::memory_order_relaxed); }
 
+    /// While it is the same, no other process has begun a unit, and none was undone. Hold the heap mutex.
+    static uint64_t era() { return s_era; }
+    /// The same, after a look whether a process without a journal may have changed anything. That costs a
+    /// call of the system: it is asked once in each tick of the clock, which is 4 ms at most.
+    static uint64_t confirmedEra();
+
     /// Bytes that the largest unit of this process took.
     static size_t mostUsed() { return s_mostUsed; }
     static void resetMostUsed() { s_mostUsed = 0; }
@@ -98,6 +104,7 @@ private:
     static inline unsigned s_parts = 0;
     static inline bool s_isComplete = false;
     static inline std::atomic<uint64_t> s_holding = 0;
+    static inline uint64_t s_era = 0;
     static inline size_t s_mostUsed = 0;
 };
 

@@ -7,13 +7,26 @@
 #include "SegmentSweep.h"
 #include "UnixSharedMemory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <initializer_list>
 #include <sys/ipc.h>
 #include <sys/mman.h>
 #include <sys/shm.h>
 
+CAttachments::CAttachments(int segment)
+{
+    shmid_ds status;
+    if (segment == -1 || shmctl(segment, IPC_STAT, &status) == -1)
+        return;
+    m_count = status.shm_nattch;
+    m_latest = status.shm_lpid;
+    m_cameAt = status.shm_atime;
+    m_wentAt = status.shm_dtime;
+}
+
 CJournalSegment::CJournalSegment(const CSharedMemory& firstHeap)
+    : m_heapId(static_cast<const CUnixSharedMemory&>(firstHeap).id())
 {
     const key_t key =
         CSegmentSweep::journalKey(static_cast<const CUnixSharedMemory&>(firstHeap).attachedKey());
@@ -53,6 +66,19 @@ CJournalSegment::~CJournalSegment()
     shmdt(m_area);
     if (CSegmentStatus(m_id).attachments() == 0)
         shmctl(m_id, IPC_RMID, nullptr);
+}
+
+/// A process that comes or goes has one of the two attached for a moment: for the next two seconds the
+/// journal is looked at as well.
+bool CJournalSegment::isWithAllAsBefore()
+{
+    constexpr time_t Settled = 2;
+    const CAttachments heap(m_heapId);
+    const bool isAsBefore = heap == m_seen;
+    if (!isAsBefore || time(nullptr) <= std::max(heap.m_cameAt, heap.m_wentAt) + Settled)
+        m_hasAll = heap.m_count != 0 && CAttachments(m_id).m_count == heap.m_count;
+    m_seen = heap;
+    return isAsBefore && m_hasAll;
 }
 
 void CJournalSegment::shrink(size_t kept) const

@@ -1,6 +1,7 @@
 /// The invariants of a spy heap, read from its bytes alone.
 #pragma once
 
+#include "SpyFreeIndex.h"
 #include "SpyHeap.h"
 
 #include <cstring>
@@ -94,4 +95,22 @@ private:
     uint32_t m_size;
     std::map<uint32_t, CBlock> m_blocks;
     std::string m_fault;
+};
+
+/// Whether free blocks are found by the index from the first one on, or never.
+class CIndexUse {
+public:
+    explicit CIndexUse(bool always)
+    {
+        CFreeIndex::s_shortWalk = always ? 0 : ~0U;
+        CFreeIndex::s_worthIt = always ? 0 : ~0U;
+    }
+    ~CIndexUse()
+    {
+        CFreeIndex::s_shortWalk = m_shortWalk;
+        CFreeIndex::s_worthIt = m_worthIt;
+    }
+
+private:
+    const uint32_t m_shortWalk = CFreeIndex::s_shortWalk, m_worthIt = CFreeIndex::s_worthIt;
 };

@@ -59,6 +59,7 @@ bool runUntilChange(pid_t child, const CSpyHeap& heap, int changes)
 bool killAtStore(const Operation& operation, CSpyHeap& heap, std::vector<CSpyMemRef>& refs, int n)
 {
     CChildProcess child([&](CChildProcess&) {
+        const CIndexUse walking(false); // which are fewer steps
         CSpyMemory::lockHeap(0); // what a process does once is not stepped through
         CSpyMemory::unlockHeap();
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
@@ -112,6 +113,7 @@ TEST(SpyHeapDeathTest, LeavesAWholeHeapWhereverAProcessIsKilled)
          }},
     };
     int deaths = 0;
+    const CIndexUse outdated(true); // by what the dead process did
     for (const auto& row : rows)
         for (int n = 1;; ++n) {
             SCOPED_TRACE(std::string(row.name) + ", killed after store " + std::to_string(n));
@@ -172,6 +174,8 @@ TEST(SpyHeapDeathTest, ReportsDamagedBytesAndNeverLeavesTheHeapOrTheTime)
         CChildProcess child([&](CChildProcess& parent) {
             alarm(5);
             std::mt19937 own(seed);
+            const CIndexUse use(round % 2);
+            heap->free(heap->allocate(1)); // which makes an index of what is damaged next
             auto* area = reinterpret_cast<unsigned char*>(heap->header());
             for (int flips = 1 + static_cast<int>(own() % 4); flips > 0; --flips) {
                 const uint32_t at =

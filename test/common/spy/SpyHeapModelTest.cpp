@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <random>
 #include <thread>
@@ -15,6 +16,8 @@ constexpr int Operations = GX_SANITIZED ? 80000 : 400000;
 constexpr int OperationsOfEachProcess = GX_SANITIZED ? 30000 : 40000;
 constexpr int OperationsOfEachThread = GX_SANITIZED ? 10000 : 50000;
 constexpr int Processes = 4;
+constexpr int ComparedOperations = GX_SANITIZED ? 6000 : 15000;
+constexpr int BetweenDisturbances = 150;
 constexpr int BetweenChecks = 400;
 
 unsigned seed()
@@ -161,6 +164,111 @@ void walk(CModel& model, int operations, bool alone)
     model.freeAll();
 }
 
+/// Every byte of every heap.
+size_t digest()
+{
+    const CSpyHeapLock lock;
+    size_t sum = 0;
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (const CSpyHeap* heap = CSpyHeap::getHeap(id)) {
+            EXPECT_EQ("", CHeapImage(*heap).fault()) << "heap " << id;
+            sum = 31 * sum + std::hash<std::string_view>()(
+                                 {reinterpret_cast<const char*>(heap->header()), heap->size()});
+        }
+    return sum;
+}
+
+int s_stepsLeft = 0;
+
+/// Another process changes the lists and is killed at a step of that.
+void dieAtWork(unsigned seed)
+{
+    CChildProcess child([&](CChildProcess& parent) {
+        s_stepsLeft = 1 + static_cast<int>(seed % 150);
+        CSpyJournal::s_step = [] {
+            if (--s_stepsLeft == 0)
+                raise(SIGKILL);
+        };
+        std::mt19937 random(seed);
+        for (int count = 0; count < 10; ++count) {
+            CSpyMemRef kept(1 + random() % 2000, 0), freed(1 + random() % 2000, 0);
+            freed.free();
+        }
+        parent.pass(); // which it seldom gets to
+        parent.wait();
+    });
+    child.wait();
+    child.die();
+}
+
+/// A process that is there all the time and mostly frees, which leaves no other trace than the lists.
+void workBeside(CChildProcess& parent)
+{
+    const CIndexUse walking(false);
+    std::mt19937 random(1);
+    std::vector<CSpyMemRef> refs;
+    while (parent.wait(std::chrono::minutes(2))) {
+        if (refs.empty())
+            for (int count = 0; count < 30; ++count)
+                refs.emplace_back(1 + random() % 2000, 0);
+        std::swap(refs.back(), refs[random() % refs.size()]);
+        refs.back().free();
+        refs.pop_back();
+        parent.pass();
+    }
+}
+
+void disturb(CChildProcess& beside, unsigned number)
+{
+    if (number % 4 < 2) {
+        beside.pass();
+        beside.wait();
+    } else if (number % 4 == 2) {
+        dieAtWork(number);
+    } else {
+        const CSpyHeapLock lock;
+        CSpyMemRef(100, 0);
+        CSpyMemory::abandonChange();
+    }
+}
+
+/// What a store goes through, as digests.
+std::vector<size_t> story(bool withIndex)
+{
+    const CIndexUse use(withIndex);
+    std::vector<size_t> digests;
+    CModel model(seed() + 200, 3000);
+    CSpyMemory();
+    {
+        CChildProcess beside(workBeside);
+        for (int count = 1; count <= ComparedOperations && !testing::Test::HasFailure(); ++count) {
+            model.step();
+            if (count % BetweenDisturbances == 0) {
+                digests.push_back(digest());
+                disturb(beside, static_cast<unsigned>(count / BetweenDisturbances));
+            }
+        }
+        model.freeAll();
+        digests.push_back(digest());
+        beside.die();
+    }
+    CSpyHeap::deleteBaseHeap();
+    return digests;
+}
+
+TEST(SpyHeapModelTest, ChoosesTheSameBlocksWithTheIndexAsWithoutIt)
+{
+    const std::vector<size_t> walked = story(false);
+    const uint64_t made = CFreeIndex::timesMade();
+    const std::vector<size_t> found = story(true);
+    const auto firstDifferent = std::mismatch(walked.begin(), walked.end(), found.begin(), found.end()).first;
+    EXPECT_TRUE(walked == found) << "after " << firstDifferent - walked.begin() << " disturbances";
+    // One for a heap that others have changed, not one for each operation.
+    const uint64_t perDisturbance = (CFreeIndex::timesMade() - made) / walked.size();
+    EXPECT_GE(perDisturbance, 1U);
+    EXPECT_LE(perDisturbance, 6U);
+}
+
 TEST(SpyHeapModelTest, AgreesWithAModelOverRandomOperations)
 {
     CModel model(seed(), 300);
@@ -172,6 +280,7 @@ TEST(SpyHeapModelTest, AgreesWithAModelOverRandomOperations)
 
 TEST(SpyHeapModelTest, AgreesWithTheModelsOfTwoThreadsAtOnce)
 {
+    const CIndexUse use(true);
     const auto work = [](unsigned number) {
         CModel model(seed() + 100 + number, 60);
         walk(model, OperationsOfEachThread, false);
