@@ -2,42 +2,36 @@
 
 #include "ITalString.h"
 #include "SpyMemory.h"
+#include "SpyText.h"
 
 namespace {
 constexpr unsigned short szNullStr[] = {0};
 constexpr uint32_t CountSize = sizeof(uint32_t); ///< a string's block starts with its length in bytes
 
-struct CText {
-    const unsigned char* bytes;
-    uint32_t length;
-
-    bool operator==(const CText& other) const
-    {
-        return length == other.length && (length == 0 || std::memcmp(bytes, other.bytes, length) == 0);
-    }
-};
-
-/// The string in `block`, where it lies.
-CText textIn(const CSpyMemRef& block)
-{
-    if (!block)
-        return {nullptr, 0};
-    const auto* payload = static_cast<const unsigned char*>(block.address());
-    const uint32_t room = block.size();
-    const uint32_t length =
-        room < CountSize ? room : reinterpret_cast<const CShared<uint32_t>*>(payload)->load();
-    if (uint64_t{length} + CountSize > room)
-        throw CHeapCorrupted("!!Spy Heap corrupted!! A string is longer than its block");
-    return {payload + CountSize, length};
-}
-
-CText textOf(const ITalString& text)
+CSpyText textOf(const ITalString& text)
 {
     const unsigned short* units = text;
     const uint32_t length = units ? 2 * text.length() : 0;
     return {reinterpret_cast<const unsigned char*>(units), length};
 }
 } // namespace
+
+CSpyText textIn(const CSpyMemRef& block)
+{
+    if (!block)
+        return {nullptr, 0};
+    const CSpyHeap::CReading reading;
+    CSpyHeap* const heap = CSpyHeap::getHeap(block.heapId());
+    if (!heap || !heap->verifyBlock(block.blockId(), block.uid()))
+        throw CInvalidSpyMemRef(block, heap);
+    const auto* payload = heap->blockAt(block.blockId())->payload();
+    const uint32_t room = heap->sizeAt(block.blockId());
+    const uint32_t length =
+        room < CountSize ? room : reinterpret_cast<const CShared<uint32_t>*>(payload)->load();
+    if (uint64_t{length} + CountSize > room)
+        throw CHeapCorrupted("!!Spy Heap corrupted!! A string is longer than its block");
+    return {payload + CountSize, length};
+}
 
 CSpyVariant::CSpyVariant(const CSpyMemory& object)
     : CSpyVariant(static_cast<EType>(object.type()), bytesOf(object.ref()))
@@ -46,13 +40,13 @@ CSpyVariant::CSpyVariant(const CSpyMemory& object)
 
 void CSpyVariant::setString(const ITalString& text, unsigned int heapId)
 {
-    const CText source = textOf(text);
+    const CSpyText source = textOf(text);
     CSpyMemRef block;
-    if (source.length != 0) {
+    if (source.m_length != 0) {
         const CSpyUnit unit;
-        block = CSpyMemRef(source.length + CountSize, heapId);
-        block.write(0, &source.length, CountSize);
-        block.write(CountSize, source.bytes, source.length);
+        block = CSpyMemRef(source.m_length + CountSize, heapId);
+        block.write(0, &source.m_length, CountSize);
+        block.write(CountSize, source.m_bytes, source.m_length);
     }
     *this = CSpyVariant(SpyString, block);
 }
@@ -63,12 +57,12 @@ unsigned int CSpyVariant::getStringLen(const CSpyMemRef& block) const
         return 0;
     block.isValid(); // a stale reference is refused without waiting for the mutex
     const CSpyUnit unit;
-    return textIn(block).length;
+    return textIn(block).m_length;
 }
 
 const unsigned short* CSpyVariant::getString(const CSpyMemRef& block) const
 {
-    return !block ? szNullStr : reinterpret_cast<const unsigned short*>(textIn(block).bytes);
+    return !block ? szNullStr : reinterpret_cast<const unsigned short*>(textIn(block).m_bytes);
 }
 
 bool CSpyVariant::operator==(const CSpyVariant& other) const

@@ -3,8 +3,10 @@
 #include "CTracer.h"
 #include "GxAssert.h"
 #include "ITalString.h"
+#include "SpyText.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 constexpr uint64_t SlotSize = sizeof(CSpyVariant);
@@ -16,6 +18,32 @@ uint32_t bytesFor(uint64_t slots)
     if (slots > LargestHeap / SlotSize)
         throw COutOfSpyMemory();
     return static_cast<uint32_t>(slots * SlotSize);
+}
+
+/// A string that many are compared with: its own text is looked up once.
+class CSoughtString {
+public:
+    explicit CSoughtString(const CSpyVariant& value) : m_ref(value.ref()) {}
+
+    bool equals(const CSpyVariant& slot) const
+    {
+        if (!slot.isa(CSpyVariant::SpyString))
+            return false;
+        if (slot.ref() == m_ref)
+            return true;
+        if (!m_text)
+            m_text = textIn(m_ref);
+        return textIn(slot.ref()) == *m_text;
+    }
+
+private:
+    CSpyMemRef m_ref;
+    mutable std::optional<CSpyText> m_text;
+};
+
+bool operator==(const CSpyVariant& slot, const CSoughtString& sought)
+{
+    return sought.equals(slot);
 }
 } // namespace
 
@@ -145,7 +173,7 @@ template <class Value> unsigned int CSpyVector::find(const Value& value, int sta
 
 unsigned int CSpyVector::indexOf(const CSpyVariant& value, int start) const
 {
-    return find(value, start);
+    return value.isa(CSpyVariant::SpyString) ? find(CSoughtString(value), start) : find(value, start);
 }
 
 unsigned int CSpyVector::indexOf(const ITalString& text, int start) const
