@@ -301,7 +301,7 @@ class InspectorTest {
 
         var next = client.sendAsync(HttpRequest.newBuilder(inspector.address().resolve("look?" + seen)).build(),
             BodyHandlers.ofString());
-        assertThrows(java.util.concurrent.TimeoutException.class, () -> next.get(1500, TimeUnit.MILLISECONDS));
+        assertThrows(java.util.concurrent.TimeoutException.class, () -> next.get(1200, TimeUnit.MILLISECONDS));
         Highlighter moving = Highlighter.create(new Rectangle(bounds.x + 10, bounds.y + 10, 60, 40), 255, 255, 0, 2, 0, 0);
         next.get();
         int pictures = 0;
@@ -376,7 +376,7 @@ class InspectorTest {
         var next = client.sendAsync(HttpRequest.newBuilder(inspector.address().resolve("look?" + seen)).build(),
             BodyHandlers.ofString());
         application.process().destroyForcibly();
-        String end = "motif-shown has ended with exit status 137.";
+        String end = ", has ended with exit status 137.";
         assertTrue(valueOf(next.get(20, TimeUnit.SECONDS).body(), "end").endsWith(end));
         assertTrue(inspector.awaitEnd().endsWith(end));
     }
@@ -399,15 +399,18 @@ class InspectorTest {
         for (boolean byTheProgram : new boolean[] {true, false}) {
             Process process = main(System.getProperty("gx.apps") + "/motif-shown");
             BufferedReader output = process.inputReader();
-            Matcher name = Pattern.compile(".*motif-shown, process ([0-9]+), is inspected at").matcher(output.readLine());
+            Matcher name = Pattern.compile("motif-shown, process ([0-9]+), is inspected at").matcher(output.readLine());
             assertTrue(name.matches());
             ProcessHandle program = ProcessHandle.of(Long.parseLong(name.group(1))).orElseThrow();
             URI address = URI.create(output.readLine());
+            var told = client.sendAsync(HttpRequest.newBuilder(address.resolve("look?999.999.0")).build(),
+                BodyHandlers.ofString());
             assertEquals(200, client.send(HttpRequest.newBuilder(address.resolve("tree")).build(), BodyHandlers.discarding())
                 .statusCode());
             assertTrue(byTheProgram ? program.destroy() : process.toHandle().destroy());
             assertTrue(process.waitFor(20, TimeUnit.SECONDS));
             assertEquals(byTheProgram ? 0 : 143, process.exitValue());
+            assertTrue(told.get().body().contains("has ended"), told.get().body());
             Wait.until("the program has ended", SOON, () -> !program.isAlive());
         }
     }

@@ -75,10 +75,13 @@ final class Answers implements HttpHandler {
 
     @Override
     public void handle(HttpExchange exchange) throws IOException {
+        board.begin();
         try (exchange) {
             send(exchange, answer(exchange));
         } catch (InterruptedException closed) {
             Thread.currentThread().interrupt();
+        } finally {
+            board.end();
         }
     }
 
@@ -96,7 +99,7 @@ final class Answers implements HttpHandler {
         if (answer.status() == 413) {
             headers.set("Connection", "close");
         }
-        boolean isEmpty = answer.body().length == 0;
+        boolean isEmpty = answer.body().length == 0 || exchange.getRequestMethod().equals("HEAD");
         exchange.sendResponseHeaders(answer.status(), isEmpty ? -1 : answer.body().length);
         if (!isEmpty) {
             exchange.getResponseBody().write(answer.body());

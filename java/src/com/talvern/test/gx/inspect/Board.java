@@ -1,7 +1,10 @@
 package com.talvern.test.gx.inspect;
 
 import java.time.Duration;
+import java.util.Map;
+import java.util.TreeMap;
 import java.util.concurrent.TimeUnit;
+import java.util.stream.Collectors;
 
 /** Where it stands what there is to look at, for the pages that wait for something newer. Any thread. */
 final class Board {
@@ -25,8 +28,10 @@ final class Board {
         }
     }
 
+    private final Map<String, String> troubles = new TreeMap<>();
     private State state = new State(0, 0, 0, "", "");
     private int waiting;
+    private int answering;
     private long asked = System.nanoTime() - GONE_NS;
     private boolean isTold;
 
@@ -42,9 +47,17 @@ final class Board {
         set(new State(state.picture, state.tree + 1, state.news, state.trouble, state.end));
     }
 
-    synchronized void trouble(String trouble) {
-        if (!trouble.equals(state.trouble)) {
-            set(new State(state.picture, state.tree, state.news + 1, trouble, state.end));
+    /**
+     * Says what is wrong.
+     *
+     * @param about what was to be had
+     * @param trouble why it was not; empty when it was
+     */
+    synchronized void trouble(String about, String trouble) {
+        troubles.put(about, trouble);
+        String all = troubles.values().stream().filter(text -> !text.isEmpty()).collect(Collectors.joining(" "));
+        if (!all.equals(state.trouble)) {
+            set(new State(state.picture, state.tree, state.news + 1, all, state.end));
         }
     }
 
@@ -87,7 +100,7 @@ final class Board {
     }
 
     private boolean isKnown(State seen) {
-        return seen.picture == state.picture && seen.tree == state.tree && seen.news == state.news;
+        return seen.picture >= state.picture && seen.tree >= state.tree && seen.news >= state.news;
     }
 
     /** Whether a page is open. */
@@ -109,11 +122,20 @@ final class Board {
         }
     }
 
-    /** Waits until the pages that are open know of the end. */
+    synchronized void begin() {
+        ++answering;
+    }
+
+    synchronized void end() {
+        --answering;
+        notifyAll();
+    }
+
+    /** Waits until the pages that are open know of the end, and all has been answered. */
     synchronized void awaitTold(Duration limit) throws InterruptedException {
         long end = System.nanoTime() + limit.toNanos();
-        while (isWatched() && !(isTold && waiting == 0) && System.nanoTime() - end < 0) {
-            TimeUnit.NANOSECONDS.timedWait(this, TimeUnit.MILLISECONDS.toNanos(100));
+        while ((answering > 0 || isWatched() && !isTold) && System.nanoTime() - end < 0) {
+            TimeUnit.NANOSECONDS.timedWait(this, Math.max(end - System.nanoTime(), 1));
         }
     }
 }

@@ -66,7 +66,7 @@ public final class Inspector implements AutoCloseable {
             daemons("answers"));
         marker = new Marker(clock);
         subject = new Subject(application, board);
-        onEnd(application, how -> board.end(application.name() + " has ended" + how + "."));
+        onEnd(application, how -> board.end(subject.name() + ", has ended" + how + "."));
         this.application = application;
         server.setExecutor(threads);
         server.createContext("/", new Answers(gate, subject, board, marker, clock));

@@ -17,17 +17,14 @@ import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
 /**
- * A line of Java that asks for widgets, as {@link Widget#path} gives it, out of a few methods that ask and change nothing:
- *
- * <pre>
- * line  = [ "application" "." ] call { "." call } | text
- * call  = name "(" [ value { "," value } ] ")"
- * value = string | number | "Pattern.compile(" string [ "," number ] ")" | "Query." call { "." call } | "Role." name
- * </pre>
- *
- * A text that is no call means everything that is called so.
+ * A line of Java that asks for widgets, as {@link Widget#path} gives it, out of a few methods that ask and change nothing. A
+ * text that is no call means everything that is called so.
  */
 final class Line {
+    // line  = [ "application" "." ] call { "." call } [ ";" ] | text
+    // call  = name "(" [ value { "," value } ] ")"
+    // value = string | number | "Pattern.compile(" string [ "," number ] ")" | "Query." call { "." call } | "Role." name
+
     private static final Set<String> SCOPE = Set.of("button", "toggle", "field", "label", "list", "table", "comboBox",
         "optionMenu", "tab", "find");
     /** What may be called, and no more: the line comes from outside. */
@@ -205,8 +202,8 @@ final class Line {
 
     private static Object role(String name) throws Unclear {
         return Arrays.stream(Role.values()).filter(role -> role.name().equals(name)).findFirst()
-            .orElseThrow(() -> new Unclear("there is no role " + name + "; there is: " + Arrays.asList(Role.values())
-                .stream().map(Role::name).toList()));
+            .orElseThrow(() -> new Unclear("there is no role " + name + "; there is: "
+                + Arrays.stream(Role.values()).map(Role::name).toList()));
     }
 
     private static Pattern pattern(List<Object> values) throws Unclear {

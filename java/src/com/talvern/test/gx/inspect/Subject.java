@@ -43,7 +43,8 @@ final class Subject implements AutoCloseable {
 
     /** @param inspected is asked by lines of this object's own, with patience of its own */
     Subject(Application inspected, Board board) {
-        this.name = inspected.name() + ", process " + inspected.pid();
+        String path = inspected.name();
+        this.name = path.substring(path.lastIndexOf('/') + 1) + ", process " + inspected.pid();
         this.application = Application.attach(inspected.pid());
         this.board = board;
         application.setTimeout(Duration.ofSeconds(5));
@@ -61,7 +62,7 @@ final class Subject implements AutoCloseable {
         Thread thread = new Thread(() -> {
             try {
                 while (board.awaitWatched()) {
-                    work.go();
+                    goOn(work, name);
                 }
             } catch (InterruptedException | CancellationException closed) {
                 return;
@@ -69,6 +70,18 @@ final class Subject implements AutoCloseable {
         }, "gx-inspect-" + name);
         thread.setDaemon(true);
         return thread;
+    }
+
+    /** What goes wrong once may go right again. */
+    private void goOn(Work work, String about) throws InterruptedException {
+        try {
+            work.go();
+        } catch (CancellationException closed) {
+            throw closed;
+        } catch (RuntimeException failure) {
+            board.trouble(about, "There are no new " + about + ": " + failure + ".");
+            TimeUnit.SECONDS.sleep(1);
+        }
     }
 
     String name() {
@@ -118,8 +131,9 @@ final class Subject implements AutoCloseable {
             if (film.add(picture, windows)) {
                 board.picture();
             }
+            board.trouble("pictures", "");
         } catch (ApplicationException | IllegalArgumentException | UnsupportedOperationException none) {
-            board.trouble("There is no picture: " + none.getMessage());
+            board.trouble("pictures", "There is no picture: " + none.getMessage() + ".");
         }
         synchronized (this) {
             isSeenToChange = true;
@@ -150,11 +164,11 @@ final class Subject implements AutoCloseable {
         try {
             WidgetView tree = application.tree();
             take(Look.of(tree, stack()));
-            board.trouble("");
+            board.trouble("widgets", "");
         } catch (ApplicationException.Ended gone) {
             return; // is said once its exit status is there
         } catch (ApplicationException busy) {
-            board.trouble("The widgets may be old: " + busy.getMessage());
+            board.trouble("widgets", "The widgets may be old: " + busy.getMessage() + ".");
         }
     }
 

@@ -63,7 +63,7 @@ function fold() {
 function rest(node) {
   const words = [];
   if (node.label && node.label !== node.text) words.push("label " + JSON.stringify(node.label));
-  if (node.name) words.push(node.name);
+  if (node.name && node.name !== node.text) words.push(node.name);
   return words.concat(node.state).join(", ");
 }
 
@@ -196,13 +196,22 @@ $("tree").addEventListener("scroll", () => requestAnimationFrame(showRows), {pas
 $("tree").addEventListener("focus", () => { if (!byKey.has(chosen)) moveTo(0); });
 $("tree").addEventListener("blur", () => point(null));
 
+let rested = "";
+
+/** Whether it is the pointer that has moved, and not what lies under it. */
+function moved(event) {
+  return event.screenX + "," + event.screenY !== rested;
+}
+
+addEventListener("pointermove", (event) => { rested = event.screenX + "," + event.screenY; }); // after those it goes through
+
 function keyAt(event) {
   const element = event.target.closest(".row");
   return element && element.dataset.key;
 }
 
-$("tree").addEventListener("pointermove", (event) => point(keyAt(event)));
-$("tree").addEventListener("pointerleave", () => point(null));
+$("tree").addEventListener("pointermove", (event) => { if (moved(event)) point(keyAt(event)); });
+$("tree").addEventListener("pointerleave", (event) => { if (moved(event)) point(null); });
 $("tree").addEventListener("click", (event) => {
   const node = byKey.get(keyAt(event));
   if (!node) return;
@@ -249,7 +258,10 @@ let scale = 1;
 
 function fit() {
   const stage = $("stage");
-  scale = Math.min(1.5, stage.clientWidth / canvas.width, stage.clientHeight / canvas.height);
+  const isNarrow = matchMedia("(max-width: 50rem)").matches; // as in the style sheet
+  const height = isNarrow ? innerHeight * 0.6 : stage.clientHeight;
+  scale = Math.min(1.5, stage.clientWidth / canvas.width, height / canvas.height);
+  stage.style.height = isNarrow ? Math.ceil(canvas.height * scale) + "px" : "";
   canvas.style.transform = "scale(" + scale + ")";
   showFrames();
 }
@@ -277,10 +289,11 @@ function nodeAt(event) {
 }
 
 canvas.addEventListener("pointermove", (event) => {
+  if (!moved(event)) return;
   const node = nodeAt(event);
   point(node && node.key);
 });
-canvas.addEventListener("pointerleave", () => point(null));
+canvas.addEventListener("pointerleave", (event) => { if (moved(event)) point(null); });
 canvas.addEventListener("click", (event) => {
   const node = nodeAt(event);
   if (node) choose(node);
@@ -430,8 +443,8 @@ function showMatches(found) {
     button.addEventListener("click", () => chooseMatch(match, button));
     button.addEventListener("focus", () => point(match.key));
     button.addEventListener("blur", () => point(null));
-    button.addEventListener("pointerenter", () => point(match.key));
-    button.addEventListener("pointerleave", () => point(null));
+    button.addEventListener("pointermove", (event) => { if (moved(event)) point(match.key); });
+    button.addEventListener("pointerleave", (event) => { if (moved(event)) point(null); });
     const item = make("li");
     item.append(button);
     return item;
