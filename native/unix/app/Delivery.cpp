@@ -4,6 +4,7 @@
 #include "Channel.h"
 #include "InApplication.h"
 #include "Infestor.h"
+#include "LoopChanges.h"
 #include "MessageWindow.h"
 
 #include <pthread.h>
@@ -52,6 +53,7 @@ extern "C" int gxDeliverRequests()
 {
     if (!mayDeliver())
         return 0;
+    const CLoopChanges::COwn own;
     const CMessageWindow::CTurn turn;
     // First what empties the wake descriptor: a request stored meanwhile is seen below, a later one wakes
     // anew.

@@ -7,6 +7,7 @@
 #include "HtmlDomainImplementation.h"
 #include "Infestor.h"
 #include "LocalRef.h"
+#include "LoopChanges.h"
 #include "MessageWindow.h"
 #include "gtkfuncs.h"
 
@@ -125,6 +126,7 @@ int run_callback(GxCallback callback, long param)
 
 int call_xpending(void*)
 {
+    const CLoopChanges::COwn own;
     if (gx_app_display)
         XPending(gx_app_display);
     return 1;

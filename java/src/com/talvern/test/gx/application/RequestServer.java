@@ -169,6 +169,9 @@ public final class RequestServer implements ApplicationService {
             findRows(gui, question, answer, end);
             return answer;
         }
+        if (operation == Operation.AWAIT_CHANGE) {
+            return answer.add(awaitChange(gui, question, end));
+        }
         Callable<Consumer<Values>> look = look(operation, question);
         question.end();
         onGuiThread(gui, look, end).accept(answer);
@@ -209,7 +212,7 @@ public final class RequestServer implements ApplicationService {
             case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
             case ROWS -> rows(in.nextLong(), in.nextInt(), in.nextInt());
             case REVEAL_ROW -> revealRow(in.nextLong(), in.nextText(), in.nextInt());
-            case FIND_ROWS -> throw new IllegalArgumentException(operation + " is more than one look");
+            case FIND_ROWS, AWAIT_CHANGE -> throw new IllegalArgumentException(operation + " is no single look");
             case SET_FILE -> setFile(in.nextLong(), in.nextText());
         };
     }
@@ -245,6 +248,20 @@ public final class RequestServer implements ApplicationService {
             first += part.size();
         } while (part.size() == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
         all(query.pick(found), WidgetView.Row::write).accept(answer);
+    }
+
+    /** The GUI thread is asked for this once, when somebody waits for the first time. */
+    private static long awaitChange(GuiThread gui, Values question, long end) throws Exception {
+        long known = question.nextLong();
+        int limitMs = question.nextInt();
+        question.end();
+        if (known < 0) {
+            onGuiThread(gui, () -> {
+                LoopChanges.watch();
+                return null;
+            }, end);
+        }
+        return LoopChanges.await(known, limitMs);
     }
 
     private static <T, R> Callable<R> with(T value, Function<T, R> work) {

@@ -15,8 +15,9 @@ import java.util.function.BooleanSupplier;
 
 /** A connection to the agent of an application, for one question at a time. */
 final class AgentLine implements AutoCloseable {
-    /** How often it is looked whether the other side still runs: a child of it may have the line open. */
+    /** When it is looked first whether the other side still runs, and how often later: a child may have the line open. */
     private static final long LOOK_MS = 50;
+    private static final long LATER_MS = 400;
 
     private final SocketChannel channel;
     private final Selector selector;
@@ -80,12 +81,14 @@ final class AgentLine implements AutoCloseable {
     private void await(int operation, long end, BooleanSupplier lives) throws IOException, TimeoutException {
         key.interestOps(operation);
         int ready = 0;
+        long look = LOOK_MS;
         while (ready == 0) {
             long left = TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime() + 999_999);
             if (left <= 0) {
                 throw new TimeoutException();
             }
-            ready = selector.select(Math.min(left, LOOK_MS));
+            ready = selector.select(Math.min(left, look));
+            look = Math.min(2 * look, LATER_MS);
             if (Thread.currentThread().isInterrupted()) {
                 throw new CancellationException("interrupted while waiting for an application");
             }

@@ -52,7 +52,7 @@ public final class AppWindow implements WidgetScope {
     static AppWindow await(Application application, String wanted,
             Function<List<WidgetView>, List<WidgetView>> asked, Duration patience) {
         Steps.note(application.name() + ": " + wanted);
-        return Wait.patiently(patience, left -> {
+        return application.patiently(patience, left -> {
             List<WidgetView> windows = application.tree().children().stream().filter(AppWindow::isWindow).toList();
             List<WidgetView> found = asked.apply(windows);
             if (found.size() > 1) {
@@ -208,7 +208,7 @@ public final class AppWindow implements WidgetScope {
     }
 
     private void await(String what, java.util.function.BooleanSupplier condition) {
-        Wait.patiently(patience, left -> condition.getAsBoolean() ? Outcome.of(true) : Outcome.failed(
+        application.patiently(patience, left -> condition.getAsBoolean() ? Outcome.of(true) : Outcome.failed(
             () -> new WidgetException.NotSo(path + " is not " + what + " after " + patience.toMillis() + " ms")));
     }
 }

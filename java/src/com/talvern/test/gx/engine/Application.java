@@ -320,6 +320,16 @@ public final class Application implements AutoCloseable, WidgetScope {
         return ask(Operation.FIND_ROWS, in -> query.write(in.add(id)), WidgetView.Row::readAll);
     }
 
+    long awaitChange(long known, Duration limit, Duration more) {
+        return within(limit.plus(more)).ask(Operation.AWAIT_CHANGE, in -> in.add(known).add(limit.toMillis() + 1),
+            Values::nextLong);
+    }
+
+    /** Looks until there is a value, or the time is over: when this application has done something, and else rarely. */
+    <T> T patiently(Duration limit, Function<Duration, Outcome<T>> look) {
+        return Wait.patiently(limit, () -> new ApplicationWatch(this), look);
+    }
+
     /** Waits until the application has seen to what was played. One that has ended has. */
     void settle() {
         try {
@@ -764,7 +774,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     /** Asks until there is an answer. A question that comes late has the time that is left. */
     private <T> T await(String what, Function<Application, Optional<T>> question) {
         Duration limit = timeout;
-        return Wait.patiently(limit, left -> question.apply(within(left)).map(Outcome::of).orElseGet(() ->
+        return patiently(limit, left -> question.apply(within(left)).map(Outcome::of).orElseGet(() ->
             Outcome.failed(() -> new ApplicationException.NotInTime(
                 name + " has not shown " + what + " within " + limit.toMillis() + " ms", null))));
     }

@@ -87,7 +87,7 @@ final class Choice {
             List<Long> last = open;
             application.pointer().keys("{ESC}");
             application.settle();
-            open = Wait.patiently(CLOSES, left -> {
+            open = application.patiently(CLOSES, left -> {
                 List<Long> now = open();
                 return now.equals(last) ? Wait.late("closed by Escape", CLOSES, () -> "still open") : Outcome.of(now);
             });

@@ -31,7 +31,7 @@ final class Confirmation {
 
     /** @return whether the dialog has gone */
     boolean await() {
-        try (Wait.Pace pace = new Wait.Pace(end)) {
+        try (Wait.Pace pace = new Wait.Pace(end, () -> new ApplicationWatch(application))) {
             while (true) {
                 Optional<FileDialogView> now = application.fileDialogs().stream()
                     .filter(open -> open.window() == dialog.window()).findFirst();

@@ -22,6 +22,11 @@ public enum Operation {
     SET_FILE,
     /** Milliseconds; answers once all that was played before has been seen to, or after this time: which of them. */
     AWAIT_IDLE,
+    /**
+     * A number that it has answered, or -1, and milliseconds; answers another number once the GUI thread has done anything
+     * but answer questions since then, or after this time the same.
+     */
+    AWAIT_CHANGE,
     /** Answers the number of windows and as many of {@link WidgetView}. */
     WIDGETS,
     /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */

@@ -28,7 +28,9 @@ import java.util.regex.Pattern;
  * <p>No wait is without a limit. One that is over ends in {@link ApplicationException.NotInTime}, which says what there was
  * instead. A condition is asked again when the X server tells of a change on the screen, at most each 20 milliseconds, and
  * without one after 20, 40, 80, 160, and then each 320: not everything shows. It has to answer without waiting, and what
- * it throws ends the wait. One that takes long is asked less often, so that programs keep half of the time at least.
+ * it throws ends the wait. One that takes long is asked less often, so that programs keep half of the time at least. Waits
+ * for widgets and windows of an {@link Application} are told by its agent when its GUI thread has done something, and look
+ * each second in between.
  *
  * <p>What waits for windows asks for windows, so that one thread at a time may use it: see {@link NativeWindow}. The other
  * methods are for any thread. An interrupted thread ends its wait with a {@link
@@ -185,9 +187,13 @@ public final class Wait {
      * @param look is given the time that is left, at least a nanosecond
      */
     static <T> T patiently(Duration limit, Function<Duration, Outcome<T>> look) {
+        return patiently(limit, ScreenChanges::new, look);
+    }
+
+    static <T> T patiently(Duration limit, Supplier<Changes> changes, Function<Duration, Outcome<T>> look) {
         Objects.requireNonNull(limit, "a limit");
         long end = System.nanoTime() + Application.nanosOf(limit);
-        try (Pace pace = new Pace(end)) {
+        try (Pace pace = new Pace(end, changes)) {
             while (true) {
                 Outcome<T> outcome = look.apply(Duration.ofNanos(Math.max(end - System.nanoTime(), 1)));
                 if (outcome.failure() == null) {
@@ -201,25 +207,60 @@ public final class Wait {
         }
     }
 
+    /** Tells when to look again, from when it was made. */
+    interface Changes extends AutoCloseable {
+        /**
+         * Waits for a change since the last call, or since this object was made.
+         *
+         * @param limitNs the longest wait in nanoseconds
+         * @return whether something has changed
+         */
+        boolean await(long limitNs);
+
+        /** @return the longest time without a look, in nanoseconds: there are changes that it is not told of */
+        default long longest() {
+            return LONGEST_NS;
+        }
+
+        @Override
+        void close();
+    }
+
+    private static final class ScreenChanges implements Changes {
+        private final ScreenWatch watch = ScreenWatch.ofScreen();
+
+        @Override
+        public boolean await(long limitNs) {
+            return watch.await(limitNs);
+        }
+
+        @Override
+        public void close() {
+            watch.close();
+        }
+    }
+
     /** When to look again: made before the first look, at the latest until its end on the clock of nanoTime. */
     static final class Pace implements AutoCloseable {
         private final long end;
         private long looked = System.nanoTime();
         private long pause = SHORTEST_NS;
-        private ScreenWatch watch;
+        private final Supplier<Changes> changes;
+        private Changes watch;
 
-        Pace(long end) {
+        Pace(long end, Supplier<Changes> changes) {
             this.end = end;
+            this.changes = changes;
         }
 
         void await() {
             long took = System.nanoTime() - looked;
             if (watch == null) {
-                watch = ScreenWatch.ofScreen(); // before the next look: what changes after that one is not missed
+                watch = changes.get(); // before the next look: what changes after that one is not missed
             }
             sleep(Math.max(took, SHORTEST_NS));
             watch.await(Math.min(pause - SHORTEST_NS, end - System.nanoTime()));
-            pause = Math.min(2 * pause, LONGEST_NS);
+            pause = Math.min(2 * pause, watch.longest());
             looked = System.nanoTime();
         }
 

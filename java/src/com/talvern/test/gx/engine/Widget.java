@@ -482,7 +482,7 @@ public final class Widget implements WidgetScope {
     /** Looks until there is a value, or the time is over. */
     private <T> T patiently(Function<WidgetView, Outcome<T>> look) {
         Steps.note(path());
-        return Wait.patiently(patience, left -> look.apply(application.tree()));
+        return application.patiently(patience, left -> look.apply(application.tree()));
     }
 
     private Outcome<WidgetView> one(WidgetView tree) {

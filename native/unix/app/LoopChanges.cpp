@@ -1,0 +1,154 @@
+// And the exported functions of com.talvern.test.gx.application.LoopChanges.
+#include "LoopChanges.h"
+
+#include "GtkCalls.h"
+#include "GxGlobals.h"
+#include "JniEntry.h"
+#include "com_talvern_test_gx_application_LoopChanges.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include <X11/Intrinsic.h>
+
+namespace {
+constexpr int longestWaitMs = 1000; ///< an engine that has gone keeps a thread for so long
+
+struct CCount {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int64_t turns = 0;
+    int waiting = 0;
+};
+
+/// Never destroyed: a thread may wait while the process ends.
+CCount& count()
+{
+    static auto* const s_count = new CCount;
+    return *s_count;
+}
+
+// Of the GUI thread.
+constinit bool s_isWatched = false;
+constinit bool s_wasOwn = false;
+constinit bool s_hasChanged = false;
+constinit unsigned long s_requests = 0; ///< how many the program had sent when it was last looked
+
+Display* displayOfProgram()
+{
+    return isGTK2() || isGTK3() ? static_cast<Display*>(gdk::xDisplay()) : gx_app_display;
+}
+
+unsigned long requestsSent()
+{
+    Display* const display = displayOfProgram();
+    return display ? XNextRequest(display) : 0;
+}
+
+void tell()
+{
+    CCount& told = count();
+    const std::lock_guard lock(told.mutex);
+    ++told.turns;
+    if (told.waiting > 0)
+        told.changed.notify_all();
+}
+
+void onTurn()
+{
+    const unsigned long requests = requestsSent();
+    const bool changed = std::exchange(s_hasChanged, false) || requests != s_requests;
+    s_requests = requests;
+    if (!std::exchange(s_wasOwn, false) || changed)
+        tell();
+}
+
+/// GLib asks before each of its turns whether the source is ready; it never is.
+int prepare(void*, int* timeout)
+{
+    *timeout = -1;
+    onTurn();
+    return 0;
+}
+
+int check(void*)
+{
+    return 0;
+}
+
+/// As GLib lays them out.
+struct CSourceFunctions {
+    int (*prepare)(void*, int*) = ::prepare;
+    int (*check)(void*) = ::check;
+    int (*dispatch)(void*, void*, void*) = nullptr;
+    void (*finalize)(void*) = nullptr;
+    void* unused[2] = {};
+};
+
+void watchGlib()
+{
+    constexpr unsigned room = 256; // more than a GSource has ever taken
+    constexpr int beforeAll = -1000;
+    static CSourceFunctions s_functions;
+    if (void* const source = g::newSource(&s_functions, room)) {
+        g::setPriority(source, beforeAll);
+        g::attachSource(source, nullptr);
+    }
+}
+
+void watchXt()
+{
+    if (gx_app_display)
+        XtAppAddBlockHook(
+            XtDisplayToApplicationContext(gx_app_display), [](XtPointer) { onTurn(); }, nullptr);
+}
+} // namespace
+
+void CLoopChanges::watch()
+{
+    if (std::exchange(s_isWatched, true))
+        return;
+    if (isGTK2() || isGTK3())
+        watchGlib();
+    else
+        watchXt();
+}
+
+int64_t CLoopChanges::await(int64_t known, int milliseconds)
+{
+    CCount& told = count();
+    std::unique_lock lock(told.mutex);
+    ++told.waiting;
+    told.changed.wait_for(lock, std::chrono::milliseconds(std::clamp(milliseconds, 0, longestWaitMs)),
+                          [&] { return told.turns != known; });
+    --told.waiting;
+    return told.turns;
+}
+
+CLoopChanges::COwn::COwn()
+{
+    s_hasChanged = s_hasChanged || (s_isWatched && requestsSent() != s_requests);
+}
+
+CLoopChanges::COwn::~COwn()
+{
+    if (!s_isWatched)
+        return;
+    s_requests = requestsSent();
+    s_wasOwn = true;
+}
+
+extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_application_LoopChanges_watch(JNIEnv* env, jclass)
+{
+    jniEntry(env, __func__, [] { CLoopChanges::watch(); });
+}
+
+extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_application_LoopChanges_await(JNIEnv* env, jclass,
+                                                                                          jlong known,
+                                                                                          jint milliseconds)
+{
+    return jniEntry(env, __func__, [=]() -> jlong { return CLoopChanges::await(known, milliseconds); });
+}
