@@ -1,5 +1,6 @@
 // What an engine waits for: a question that runs on the GUI thread of an application, against bytes that
-// another JVM just sends back over a socket; and a whole menu, against a question that finds nothing.
+// another JVM just sends back over a socket; a whole menu, against a question that finds nothing; and 2000
+// widgets as plain values, against as many bytes there and back.
 #include "Compare.h"
 #include "Jvm.h"
 
@@ -57,4 +58,10 @@ void menuOfTwentyItems(benchmark::State& state)
     compareCalls(state, "askMenu", "askNothing");
 }
 BENCHMARK(menuOfTwentyItems)->Iterations(500)->UseManualTime();
+
+void treeOfTwoThousandWidgets(benchmark::State& state)
+{
+    compareCalls(state, "askTree", "callEchoForTree");
+}
+BENCHMARK(treeOfTwoThousandWidgets)->Iterations(60)->UseManualTime();
 } // namespace

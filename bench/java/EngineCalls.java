@@ -13,8 +13,13 @@ import java.nio.file.Path;
 /** An engine, the application that it asks, and a process that just answers. */
 public final class EngineCalls {
     private static final ByteBuffer BUFFER = ByteBuffer.allocate(64);
+    private static final int WIDGETS = 2000;
+    /** Of the answer to a question for so many widgets, in pieces that a socket takes at once. */
+    private static final int PIECES = 12;
+    private static final ByteBuffer PIECE = ByteBuffer.allocate(32 << 10);
 
     private static Application application;
+    private static Application large;
     private static SocketChannel echo;
     private static Process echoing;
     private static long menu;
@@ -27,8 +32,8 @@ public final class EngineCalls {
                 .bind(UnixDomainSocketAddress.of(arguments[0]))) {
             System.out.println("ready");
             SocketChannel line = door.accept();
-            while (line.read(BUFFER.clear()) > 0) {
-                line.write(BUFFER.flip());
+            while (line.read(PIECE.clear()) > 0) {
+                line.write(PIECE.flip());
             }
         }
     }
@@ -36,6 +41,7 @@ public final class EngineCalls {
     public static int start(String launcher, String program, String jars) throws Exception {
         System.setProperty("com.talvern.test.gx.gxrun", launcher);
         application = Application.start(program, "20");
+        large = Application.start(program, Integer.toString(WIDGETS));
         menu = application.menuBar().orElseThrow().window();
         Path socket = Files.createTempDirectory("gx-bench").resolve("echo");
         echoing = new ProcessBuilder(Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-cp", jars,
@@ -50,6 +56,7 @@ public final class EngineCalls {
     public static int stop() throws Exception {
         echoing.destroyForcibly().waitFor();
         application.close();
+        large.close();
         return 1;
     }
 
@@ -65,5 +72,21 @@ public final class EngineCalls {
     public static int callEcho() throws IOException {
         echo.write(BUFFER.clear());
         return echo.read(BUFFER.clear()) == BUFFER.capacity() ? 1 : 0;
+    }
+
+    /** All widgets of an application, as plain values. */
+    public static int askTree() {
+        return large.tree().all().count() > WIDGETS ? 1 : 0;
+    }
+
+    public static int callEchoForTree() throws IOException {
+        for (int piece = 0; piece < PIECES; ++piece) {
+            echo.write(PIECE.clear());
+            PIECE.clear();
+            while (PIECE.hasRemaining()) {
+                echo.read(PIECE);
+            }
+        }
+        return 1;
     }
 }
