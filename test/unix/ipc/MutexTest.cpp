@@ -257,16 +257,23 @@ TEST_F(MutexTest, ReportsABusyHeap)
     CSpyHeap::deleteBaseHeap();
 }
 
-TEST_F(MutexTest, IsSharedEvenlyByProcessesThatTakeItAgainAtOnce)
+TEST_F(MutexTest, IsHandedToWhoWaitsByProcessesThatTakeItAgainAtOnce)
 {
-    constexpr int Rounds = 2000;
-    auto* const counts = static_cast<CShared<int>*>(CSpyMemRef(2 * sizeof(int), 0).address());
-    counts[0].store(0);
-    counts[1].store(0);
+    constexpr int Enough = 20, Most = 300000;
+    enum { Takes, LatestGiver, HandedOver, KeptFromWaiter, Numbers }; // written by who holds the mutex
+    constexpr int None = -1;                                          // for the giver: nobody waited
+    auto* const shared = static_cast<CShared<int>*>(CSpyMemRef(Numbers * sizeof(int), 0).address());
+    for (const int number : {Takes, HandedOver, KeptFromWaiter})
+        shared[number].store(0);
+    shared[LatestGiver].store(None);
+    const auto count = [&](int number) { shared[number].store(shared[number].load() + 1); };
     const auto work = [&](int self) {
-        while (counts[0].load() < Rounds && counts[1].load() < Rounds) {
+        while (shared[HandedOver].load() < Enough && shared[Takes].load() < Most) {
             m_mutex.acquire(10000);
-            counts[self].store(counts[self].load() + 1);
+            count(Takes);
+            if (shared[LatestGiver].load() != None)
+                count(shared[LatestGiver].load() == self ? KeptFromWaiter : HandedOver);
+            shared[LatestGiver].store(semctl(m_set.id(), 0, GETZCNT) > 0 ? self : None);
             m_mutex.release();
         }
     };
@@ -278,8 +285,10 @@ TEST_F(MutexTest, IsSharedEvenlyByProcessesThatTakeItAgainAtOnce)
         other.wait();
         work(0);
     }
-    // Who is kept from running by others is not in the queue meanwhile.
-    EXPECT_GT(std::min(counts[0].load(), counts[1].load()), Rounds / 10);
+    // Who waits leaves the queue once a millisecond, and does so just when the mutex is given back now and
+    // then.
+    EXPECT_GE(shared[HandedOver].load(), Enough);
+    EXPECT_LT(shared[KeptFromWaiter].load(), Enough / 2);
     CSpyHeap::deleteBaseHeap();
 }
 

@@ -533,12 +533,56 @@ TEST(DISABLED_User, WhoseObjectsAreRemoved)
     }
 }
 
+/// The heaps live on. Who comes then on the display finds them; a stranger may have got the keys of
+/// semaphores.
+TEST(DISABLED_User, WhoseDirectoryIsRemoved)
+{
+    const auto startNamed = [](const char* own, const char* other) {
+        auto user = std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+            expectWorkingStore(own, other);
+            parent.pass();
+            parent.wait();
+            expectWorkingStore((std::string(own) + " again").c_str(), "");
+            std::exit(testing::Test::HasFailure());
+        });
+        EXPECT_TRUE(user->wait());
+        return user;
+    };
+    const auto removeDirectory = [] {
+        shmctl(shmget(CSharedMemoryHeader::s_headerKey, 0, 0), IPC_RMID, nullptr);
+    };
+    for (const size_t first : {0U, 1U}) {
+        SCOPED_TRACE(first == 0 ? "the old one ends first" : "the newcomer ends first");
+        std::unique_ptr<CChildProcess> users[] = {startNamed("old", ""), nullptr};
+        removeDirectory();
+        users[1] = startNamed("new", "old");
+        for (const size_t each : {first, 1 - first}) {
+            users[each]->pass();
+            EXPECT_EQ(0, users[each]->join());
+        }
+        EXPECT_EQ(std::pair(0, 0), objects());
+    }
+    std::vector<std::unique_ptr<CChildProcess>> old;
+    old.push_back(startUser(":one"));
+    removeDirectory();
+    removeObjects(false, true);
+    CMutex locks[2];
+    for (int number = 0; number < 2; ++number) {
+        EXPECT_TRUE(locks[number].create(CSharedMemoryHeader::s_headerKey + number, 1, true));
+        EXPECT_TRUE(locks[number].initialize(0)) << "which leaves this process on record";
+    }
+    endAll(old);
+    EXPECT_EQ(std::pair(0, 2), objects()) << "both locks of the stranger are there, and nothing else";
+    removeObjects(false, true);
+}
+
 TEST_F(FreshStoreTest, LeavesNothingWhenTheLastProcessEnds)
 {
     for (const char* user :
          {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled", "WhoReturnsBesideAWorkingThread",
           "WhoseChildrenEndTogether", "WhoseChildrenEndInTheMidstOfTheirWork",
-          "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays", "WhoseObjectsAreRemoved"})
+          "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays", "WhoseObjectsAreRemoved",
+          "WhoseDirectoryIsRemoved"})
         EXPECT_EQ(std::pair(0, 0), leftBy(user)) << user;
 }
 
