@@ -135,10 +135,22 @@ public:
     /// table at once, and is detached later.
     class CReading {
     public:
-        CReading() { ++s_readers; }
-        ~CReading() { --s_readers; }
+        CReading()
+        {
+            if (m_counts)
+                ++s_readers;
+        }
+        ~CReading()
+        {
+            if (m_counts)
+                --s_readers;
+        }
         CReading(const CReading&) = delete;
         CReading& operator=(const CReading&) = delete;
+
+    private:
+        /// What is dropped is detached under the mutex: as long as this thread has it, nothing is.
+        const bool m_counts = s_holder.load(std::memory_order_relaxed) != pthread_self();
     };
 
     static constexpr unsigned int GlobalSlots = 16;
@@ -381,7 +393,7 @@ private:
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static std::atomic<CSpyMutex*> m_pMutex;
     static inline unsigned m_lockDepth = 0;            ///< of the thread that holds it
-    static inline std::atomic<bool> s_isHeld = false;  ///< by a thread of this process
+    static inline std::atomic<pthread_t> s_holder = 0; ///< the thread of this process that has the mutex
     static inline std::atomic<pthread_t> s_leaver = 0; ///< the thread that ends the process
     static inline std::atomic<int> s_readers = 0;
     static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex

@@ -221,9 +221,9 @@ void CSpyHeap::stopThreads()
 /// Most hold the mutex for microseconds. Who takes it from now on gives it back before he does anything.
 bool CSpyHeap::isLetGoSoon()
 {
-    for (int tries = 0; s_isHeld && tries < 100; ++tries)
+    for (int tries = 0; s_holder != 0 && tries < 100; ++tries)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return !s_isHeld;
+    return s_holder == 0;
 }
 
 void CSpyHeap::leave(void (*giveUp)(CSharedMemory&))
@@ -1008,7 +1008,7 @@ try {
     mutex.acquire(timeoutMs);
     m_lockDepth = isNested ? m_lockDepth + 1 : 1;
     if (!isNested) {
-        s_isHeld = true;
+        s_holder = pthread_self();
         backOutAtEnd(mutex, timeoutMs);
         CSpyJournal::begin();
         backOutAtEnd(mutex, timeoutMs); // what a dead process has begun may not have been finished
@@ -1038,7 +1038,7 @@ CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
         return nullptr;
     const CSharedMemoryGuard guard;
     if (m_pMutex.load() == &gone) {
-        if (s_isHeld || s_leaver != 0)
+        if (s_holder != 0 || s_leaver != 0)
             return nullptr;
         CTracer::debugTrace("The lock of spy memory was removed: beginning anew");
         if (attached(0) && !attached(0)->m_pSharedMem->isRemoved())
@@ -1069,7 +1069,7 @@ void CSpyHeap::backOutAtEnd(CSpyMutex& mutex, int timeoutMs)
     if (s_leaver == 0) [[likely]]
         return;
     m_lockDepth = 0;
-    s_isHeld = false;
+    s_holder = 0;
     mutex.release();
     refuseAtEnd(timeoutMs);
 }
@@ -1085,7 +1085,7 @@ void CSpyHeap::unlock()
                 deleteDropped();
         }
         if (--m_lockDepth == 0)
-            s_isHeld = false;
+            s_holder = 0;
     }
     mutex->release();
 }
