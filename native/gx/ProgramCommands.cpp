@@ -41,6 +41,29 @@ std::string beside(const char* program)
     return access(place.c_str(), X_OK) == 0 ? place.string() : program;
 }
 
+/// The window that keys go to.
+CSeenWindow activeWindow()
+{
+    const unsigned long front = CWindow::getForeground().getHandle();
+    for (const CSeenWindow& window : Seen::all())
+        if (window.id == front || CWindow(static_cast<long>(window.id)).getTopLevelHandle() == front)
+            return window;
+    throw CNotSo("no window is active that could be meant: name a process or a caption");
+}
+
+/// Whom the engine is to ask, as options: a process, and a window when that was named.
+/// @param named  a process, a window or nothing
+std::vector<std::string> whom(const std::string& named)
+{
+    if (!named.empty() && named.find_first_not_of("0123456789") == std::string::npos)
+        return {"--pid=" + named};
+    const CSeenWindow window = named.empty() ? activeWindow() : Seen::demand(named);
+    if (window.process == 0)
+        throw CNotSo("the X server does not say which process shows \"" + Seen::shown(window.caption) +
+                     "\": name the process; gx doctor says more");
+    return {"--pid=" + std::to_string(window.process), "--xwindow=" + std::to_string(window.id)};
+}
+
 int runJava(const CCall& call, const std::string& mainClass, std::vector<std::string> words)
 {
     const std::string java = JavaProgram::find();
@@ -81,11 +104,19 @@ int runSession(const CCall& call)
 int runInEngine(const CCall& call)
 {
     Seen::requireServer();
-    std::vector<std::string> words{call.subcommand.name};
+    const std::string command = call.subcommand.name;
+    std::vector<std::string> words{command}, arguments = call.arguments;
+    const bool isNamedFirst = command == "tree" || command == "menu";
+    const std::string named = isNamedFirst ? (arguments.empty() ? "" : arguments[0])
+                                           : call.option(command == "click" ? "in" : "window");
+    if (isNamedFirst && !arguments.empty())
+        arguments.erase(arguments.begin());
+    for (const std::string& word : whom(named))
+        words.push_back(word);
     for (const auto& [name, value] : call.options)
         words.push_back("--" + name + "=" + value);
     words.push_back("--");
-    words.insert(words.end(), call.arguments.begin(), call.arguments.end());
+    words.insert(words.end(), arguments.begin(), arguments.end());
     return runJava(call, "com.talvern.test.gx.cli.Main", words);
 }
 

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Manual.h"
+#include "QuietStart.h"
 
 #include <cstdio>
 #include <exception>
@@ -49,6 +50,7 @@ int runNamed(const std::string& name, std::vector<std::string> words)
 
 int main(int argc, char** argv)
 {
+    endQuietStart();
     if (argc < 2) {
         std::fputs(Manual::usage().c_str(), stderr);
         return StatusWrongUse;

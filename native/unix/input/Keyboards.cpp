@@ -131,6 +131,17 @@ Key keyOf(const XkbDescRec& map, unsigned code)
     return key;
 }
 
+/// Of all keys; numbers of types differ between devices that mean the same.
+std::vector<Key> keysymsOf(const XkbDescRec& map)
+{
+    std::vector<Key> all;
+    for (unsigned code = 0; code < keyCodes; ++code) {
+        const Key key = keyOf(map, code);
+        all.emplace_back(key.begin() + std::min<std::ptrdiff_t>(std::ssize(key), 2), key.end());
+    }
+    return all;
+}
+
 /// Whether a map has the key, its types, and these are as wide as its keysyms say.
 bool fits(const XkbDescRec& map, unsigned code, const Key& key)
 {
@@ -256,6 +267,18 @@ std::vector<uint32_t> keysOfAllKeyboards(Display* display)
         }
     }
     return all;
+}
+
+std::vector<std::string> keyboardsUnlikeXTest(Display* display)
+{
+    const KeyboardMap typing = mapOfXTestKeyboard(display);
+    std::vector<std::string> unlike;
+    for (const CDevice& keyboard : keyboardsOf(display)) {
+        const KeyboardMap map = keyboard.m_name.empty() ? nullptr : mapOf(display, keyboard.m_id);
+        if (map && typing && keysymsOf(*map) != keysymsOf(*typing))
+            unlike.push_back(keyboard.m_name);
+    }
+    return unlike;
 }
 
 void putBackKeys(Display* display, const std::vector<uint32_t>& before)

@@ -6,6 +6,7 @@
 #include <bitset>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <X11/XKBlib.h>
@@ -23,6 +24,10 @@ KeyboardMap mapOfXTestKeyboard(Display* display);
 /// What all keys are on the keyboard that clients see and on all devices behind it: some 6000 numbers, which
 /// compare equal when nothing differs. Round trips.
 std::vector<uint32_t> keysOfAllKeyboards(Display* display);
+
+/// The devices behind the keyboard that clients see whose keys mean something else than those of the device
+/// that XTest strokes come from. None where the server does not tell devices apart. Round trips.
+std::vector<std::string> keyboardsUnlikeXTest(Display* display);
 
 /// Makes the keys of each keyboard what they were; numbers that keysOfAllKeyboards has not made do no harm. A
 /// device is left alone that has gone, or that has been given another layout since, by its types or by the

@@ -5,6 +5,7 @@
 #include "IpcStatus.h"
 #include "NoticePage.h"
 #include "SegmentSweep.h"
+#include "SharedMemoryHeader.h"
 #include "UnixSharedMemory.h"
 
 #include <algorithm>
@@ -40,7 +41,8 @@ CJournalSegment::CJournalSegment(const CSharedMemory& firstHeap)
 
 bool CJournalSegment::attach(int key, size_t size)
 {
-    const int id = shmget(key, size, IPC_CREAT | SHM_NORESERVE | IpcRights);
+    const int id =
+        shmget(key, size, (CSharedMemoryHeader::looksOnly() ? 0 : IPC_CREAT) | SHM_NORESERVE | IpcRights);
     const CSegmentStatus status(id);
     if (!status.mayBeOurs() || status.size() != size)
         return false;

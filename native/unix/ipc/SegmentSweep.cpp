@@ -285,10 +285,11 @@ try {
     s_isEnding = true;
     CSpyHeap::leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
     // What has taken the place of a directory that was removed knows nothing of these keys.
-    if (directory && !CSharedMemoryHeader::isRemoved())
+    const bool isCurrent = directory && !CSharedMemoryHeader::isRemoved();
+    if (isCurrent && !CSharedMemoryHeader::looksOnly())
         removeUnused(*directory);
     else if (own.m_base != 0)
-        removeIfUnused(nullptr, own);
+        removeIfUnused(isCurrent ? directory : nullptr, own);
     CSharedMemoryHeader::leave();
 } catch (...) {
     // An exit handler lets nothing out.

@@ -21,6 +21,7 @@ namespace {
 std::atomic<CSharedMemoryHeader*> s_header = nullptr;
 std::atomic<const char*> s_display = nullptr;
 bool s_hasLeft = false; ///< under the guard
+std::atomic<bool> s_looksOnly = false;
 constexpr int LongestName = sizeof(CSharedMemoryHeader::CLayout::m_names[0]) - 1;
 
 std::atomic_ref<char> firstByte(const char* name)
@@ -41,6 +42,16 @@ CUnixSharedMemory*& directorySegment()
     return segment;
 }
 } // namespace
+
+void CSharedMemoryHeader::lookOnly()
+{
+    s_looksOnly = true;
+}
+
+bool CSharedMemoryHeader::looksOnly()
+{
+    return s_looksOnly;
+}
 
 CSharedMemoryHeader* CSharedMemoryHeader::attached()
 {
@@ -76,7 +87,8 @@ CSharedMemoryHeader* CSharedMemoryHeader::attach()
     }
     // When the last process was killed, its segments are still there; those of a directory that nobody has
     // attached are about to lose their keys.
-    CSegmentSweep::removeUnused(*header);
+    if (!looksOnly())
+        CSegmentSweep::removeUnused(*header);
     if (!segment.existed())
         header->init();
     return header;

@@ -45,6 +45,11 @@ public:
     /// Lets go of a directory that was removed from the system, so that `get` finds or makes another. Hold
     /// CSharedMemoryGuard.
     static void forgetRemoved();
+    /// From now on this process finds what others use and makes nothing: for one that only looks. It removes
+    /// nothing either, save what it has itself attached, when it is the last to go. To be called before the
+    /// first use of the store.
+    static void lookOnly();
+    static bool looksOnly();
     /// The directory when this process has it attached already, else null.
     static CSharedMemoryHeader* attached();
 

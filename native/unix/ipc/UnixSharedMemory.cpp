@@ -91,7 +91,8 @@ void CUnixSharedMemory::dump(const char*, unsigned int, unsigned int) {}
 
 bool CUnixSharedMemory::attach(int key, int size)
 {
-    m_memId = shmget(key, static_cast<size_t>(size), IPC_CREAT | IpcRights);
+    const bool makes = !CSharedMemoryHeader::looksOnly();
+    m_memId = shmget(key, static_cast<size_t>(size), (makes ? IPC_CREAT : 0) | IpcRights);
     if (m_memId == -1) {
         const int reason = errno;
         CTracer::debugTrace("Error trying to create shared memory segment: key = 0x%0x , %s!!!",
@@ -108,6 +109,10 @@ bool CUnixSharedMemory::attach(int key, int size)
     }
     CTracer::debugTrace("Number of attaches = %d ...", static_cast<int>(status.attachments()));
     m_existed = status.attachments() != 0;
+    if (!m_existed && !makes) {
+        m_memId = -1; // left behind: what is in it counts for nothing
+        return false;
+    }
     if (!status.mayBeOurs() || status.size() != static_cast<size_t>(size)) {
         CTracer::debugTrace(
             "Shared memory segment of another program: key = 0x%0x , rights %o, %zu bytes instead of %d !!!",

@@ -1,0 +1,93 @@
+package com.talvern.test.gx.cli;
+
+import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.engine.WidgetView;
+import java.awt.Rectangle;
+import java.util.Collection;
+import java.util.LinkedHashMap;
+import java.util.Map;
+import java.util.stream.Collectors;
+
+/** Widgets as JSON texts. */
+final class Json {
+    private Json() {}
+
+    static String of(Object value) {
+        if (value instanceof Map<?, ?> members) {
+            return members.entrySet().stream().map(member -> of(member.getKey()) + ":" + of(member.getValue()))
+                .collect(Collectors.joining(",", "{", "}"));
+        }
+        if (value instanceof Collection<?> elements) {
+            return elements.stream().map(Json::of).collect(Collectors.joining(",", "[", "]"));
+        }
+        if (value instanceof Double number && !Double.isFinite(number)) {
+            return "null";
+        }
+        return value == null || value instanceof Number || value instanceof Boolean ? String.valueOf(value)
+            : quoted(value.toString());
+    }
+
+    private static String quoted(String text) {
+        StringBuilder out = new StringBuilder("\"");
+        for (char each : text.toCharArray()) {
+            if (each == '"' || each == '\\') {
+                out.append('\\').append(each);
+            } else if (each < ' ' || each == 0x7F || Character.isSurrogate(each)) {
+                out.append(String.format("\\u%04x", (int) each));
+            } else {
+                out.append(each);
+            }
+        }
+        return out.append('"').toString();
+    }
+
+    static Map<String, Object> of(MenuView.Item item) {
+        Map<String, Object> members = new LinkedHashMap<>();
+        members.put("text", item.text());
+        members.put("enabled", item.enabled());
+        members.put("shown", item.shown());
+        members.put("checked", item.checked());
+        return members;
+    }
+
+    static Map<String, Object> of(WidgetView view) {
+        Map<String, Object> members = new LinkedHashMap<>();
+        members.put("role", view.role().toString());
+        members.put("class", view.toolkitClass());
+        members.put("name", view.name());
+        members.put("text", view.text());
+        members.put("label", view.label());
+        members.put("tip", view.tip());
+        members.put("value", view.value());
+        members.put("checked", view.checked());
+        members.put("bounds", of(view.bounds()));
+        members.put("window", view.window());
+        members.put("enabled", view.enabled());
+        members.put("showing", view.showing());
+        members.put("focused", view.focused());
+        members.put("editable", view.editable());
+        members.put("secret", view.secret());
+        members.put("selected", view.selected());
+        members.put("columns", view.columns());
+        members.put("rows", view.rows().stream().map(Json::of).toList());
+        members.put("children", view.children().stream().map(Json::of).toList());
+        return members;
+    }
+
+    private static Map<String, Object> of(WidgetView.Row row) {
+        Map<String, Object> members = new LinkedHashMap<>();
+        members.put("path", row.path());
+        members.put("selected", row.selected());
+        members.put("cells", row.cells());
+        return members;
+    }
+
+    private static Map<String, Object> of(Rectangle box) {
+        Map<String, Object> members = new LinkedHashMap<>();
+        members.put("x", box.x);
+        members.put("y", box.y);
+        members.put("width", box.width);
+        members.put("height", box.height);
+        return members;
+    }
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+/// From now on standard error is heard again.
+void endQuietStart();
