@@ -1,12 +1,37 @@
 #include "Manual.h"
 
 #include <algorithm>
-#include <cctype>
+#include <string_view>
+#include <utility>
 
 namespace {
 constexpr const char* statuses =
     "0 it is so or was done; 1 not found or not so; 2 wrong use. gx run and gx session end as the program does, and with "
     "125 to 127 when they could not start it.";
+
+/// A line for each word that fits: files and programs may have blanks in them.
+constexpr const char* completionFrame = R"(# bash completion for gx
+_gx()
+{
+    local word="${COMP_WORDS[COMP_CWORD]}" before="${COMP_WORDS[COMP_CWORD-1]}" options= kind=
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W "@NAMES@" -- "$word")
+        return
+    fi
+    case "${COMP_WORDS[1]}" in
+@CASES@    esac
+    case "$before" in
+        @FILES@) mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+        @VALUES@) return ;;
+    esac
+    case "$word" in
+        -*) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
+        *) [ -z "$kind" ] || mapfile -t COMPREPLY < <(compgen "$kind" -- "$word" | sort -u) ;;
+    esac
+}
+complete -o filenames -F _gx gx
+)";
 
 std::string padded(std::string text, size_t width)
 {
@@ -123,14 +148,14 @@ std::string Manual::completion()
                  "\" kind=" + generatorOf(command) + " ;;\n";
     }
     const std::string files = optionsThatTake(EWord::File, false), any = optionsThatTake(EWord::Text, true);
-    return "# bash completion for gx\n_gx()\n{\n    local word=\"${COMP_WORDS[COMP_CWORD]}\" before=\"${COMP_WORDS[COMP_CWORD-1]}\""
-           " options= kind=\n    COMPREPLY=()\n    if [ \"$COMP_CWORD\" -eq 1 ]; then\n        COMPREPLY=($(compgen -W \"" +
-           names + "\" -- \"$word\"))\n        return\n    fi\n    case \"${COMP_WORDS[1]}\" in\n" + cases +
-           "    esac\n    case \"$before\" in\n" +
-           (files.empty() ? ""
-                          : "        " + files + ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n") +
-           "        " + any +
-           ") return ;;\n    esac\n    case \"$word\" in\n        -*) COMPREPLY=($(compgen -W \"$options\" -- \"$word\")) ;;\n"
-           "        *) [ -z \"$kind\" ] || COMPREPLY=($(compgen \"$kind\" -- \"$word\")) ;;\n    esac\n}\n"
-           "complete -o filenames -F _gx gx\n";
+    std::string script = completionFrame;
+    const std::pair<const char*, std::string> holes[] = {
+        {"@NAMES@", names},
+        {"@CASES@", cases},
+        {"@FILES@", optionsThatTake(EWord::File, false)},
+        {"@VALUES@", optionsThatTake(EWord::Text, true)},
+    };
+    for (const auto& [hole, text] : holes)
+        script.replace(script.find(hole), std::string_view(hole).size(), text);
+    return script;
 }

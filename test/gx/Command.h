@@ -2,8 +2,10 @@
 #pragma once
 
 #include "Program.h"
+#include "Within.h"
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 /// A command for the shell, run to its end; `gx` is that of this build, and the directory one of the
@@ -21,4 +23,19 @@ struct CCommand {
     }
     int status;
     std::string output; ///< standard error, too
+};
+
+/// A window manager, which manages from the start.
+class CManager {
+public:
+    CManager() : m_program({"openbox", "--sm-disable"})
+    {
+        if (!within(std::chrono::seconds(20), [] {
+                return CCommand("xprop -root _NET_SUPPORTING_WM_CHECK").output.find('#') != std::string::npos;
+            }))
+            throw std::runtime_error("openbox does not run");
+    }
+
+private:
+    CProgram m_program;
 };

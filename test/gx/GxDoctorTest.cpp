@@ -3,7 +3,6 @@
 #include "Command.h"
 #include "PrivateSession.h"
 #include "SpyHeap.h"
-#include "Within.h"
 
 #include <gmock/gmock.h>
 
@@ -29,6 +28,7 @@ class GxDoctorTest : public testing::TestWithParam<CCause> {
 protected:
     static void SetUpTestSuite()
     {
+        s_manager.emplace();
         s_bare.emplace(std::vector<std::string>{"-extension", "XTEST", "-extension", "X-Resource"});
         s_other.emplace();
         setenv("BARE", s_bare->name().c_str(), 1);
@@ -45,6 +45,7 @@ protected:
     static void TearDownTestSuite()
     {
         XCloseDisplay(s_display);
+        s_manager.reset();
         s_bare.reset();
         s_other.reset();
     }
@@ -55,9 +56,11 @@ protected:
         return start == std::string::npos ? output : output.substr(start, output.find('\n', at) - start);
     }
 
+    static std::optional<CManager> s_manager;
     static std::optional<CXvfb> s_bare, s_other;
     static Display* s_display;
 };
+std::optional<CManager> GxDoctorTest::s_manager;
 std::optional<CXvfb> GxDoctorTest::s_bare, GxDoctorTest::s_other;
 Display* GxDoctorTest::s_display = nullptr;
 
@@ -92,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
         CCause{"input-method", "disturbs", "XMODIFIERS=@im=ibus", "XMODIFIERS=@im=ibus gx doctor", nullptr},
         CCause{"input-method", "disturbs", "GTK_IM_MODULE=fcitx", "GTK_IM_MODULE=fcitx gx doctor", nullptr},
         CCause{"key-grabs", "disturbs", "by another program: F7\\)", "DISPLAY=$OTHER gx doctor", nullptr},
-        CCause{"keyboards", "disturbs", "different layouts.*Xvfb virtual keyboard",
+        CCause{"keyboards", "disturbs", "different layouts.*Xvfb keyboard",
                "DISPLAY=$OTHER setxkbmap -device 7 de && DISPLAY=$OTHER gx doctor", nullptr},
         CCause{"ipc-limits", "stops", "kernel.shmmni is 2",
                "unshare --ipc sh -c 'echo 2 > /proc/sys/kernel/shmmni; gx doctor'",

@@ -11,13 +11,17 @@ import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetView;
 import java.io.FileDescriptor;
 import java.io.FileOutputStream;
+import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.concurrent.locks.LockSupport;
 import java.util.stream.Stream;
 
 /**
@@ -26,6 +30,8 @@ import java.util.stream.Stream;
  */
 public final class Main {
     private static final int NOT_SO = 1;
+    private static final Duration AGENT_STARTS = Duration.ofSeconds(10);
+    private static final Duration POLL = Duration.ofMillis(20);
     private static final Duration QUIET = Duration.ofMillis(250);
     private static final Role[] CLICKED = {Role.TOGGLE, Role.TOOL_ITEM, Role.CHECK_BOX, Role.RADIO_BUTTON, Role.TAB};
 
@@ -74,9 +80,13 @@ public final class Main {
     }
 
     private String whyNobodyAnswers() {
+        if (hasAgent()) {
+            return "process " + pid() + " has an agent, which has not answered within " + AGENT_STARTS.toSeconds()
+                + " s: it found no Java, or the program stands still; TALVERN_GX_JRE names a Java for it";
+        }
         String program = ProcessHandle.of(pid()).flatMap(process -> process.info().command()).orElse("the program");
-        return "process " + pid() + " (" + program + ") cannot be asked for its widgets, since it runs without an agent, or has not"
-            + " yet shown a window; start it with: gx run " + program;
+        return "process " + pid() + " (" + program + ") cannot be asked for its widgets, since it runs without an agent"
+            + "; start it with: gx run " + program;
     }
 
     private long pid() {
@@ -87,8 +97,28 @@ public final class Main {
         return Duration.ofMillis((long) (Double.parseDouble(options.getOrDefault("limit", otherwise)) * 1000));
     }
 
+    /** A program shows its first window while the agent in it still starts Java. */
     private Application application() {
-        return Application.attach(pid());
+        long end = System.nanoTime() + AGENT_STARTS.toNanos();
+        while (true) {
+            try {
+                return Application.attach(pid());
+            } catch (ApplicationException.NoAgent notYet) {
+                if (!hasAgent() || System.nanoTime() - end >= 0) {
+                    throw notYet;
+                }
+                LockSupport.parkNanos(POLL.toNanos());
+            }
+        }
+    }
+
+    /** Whether there is something in it that will answer. */
+    private boolean hasAgent() {
+        try {
+            return Files.readString(Path.of("/proc", options.get("pid"), "maps"), StandardCharsets.ISO_8859_1).contains("/libgxagent.so");
+        } catch (IOException notForUs) {
+            return false;
+        }
     }
 
     /** The window that was named. */
