@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fontconfig/fontconfig.h>
+#include <map>
+#include <memory>
 #include <set>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -104,12 +106,29 @@ bool isTyped(KeySym keysym)
            keysym == XK_Delete || (keysym & 0xFF000000) == 0x01000000;
 }
 
+/// Names by codes.
+std::map<unsigned, std::string> typedKeys()
+{
+    Display* const display = walkDisplay();
+    int first = 0, last = 0;
+    XDisplayKeycodes(display, &first, &last);
+    std::map<unsigned, std::string> keys;
+    for (int code = first; code <= last; ++code) {
+        const KeySym keysym = XkbKeycodeToKeysym(display, static_cast<KeyCode>(code), 0, 0);
+        const char* const name = XKeysymToString(keysym);
+        if (name && isTyped(keysym))
+            keys[static_cast<unsigned>(code)] = name;
+    }
+    return keys;
+}
+
 /// Tries to take keys, and knows by the refusals who else has them. Nobody gets a key meanwhile, and the
-/// connection takes what it got along.
+/// connection takes what it got along. Nothing is to be asked over another connection while it lives.
 class CGrabTrial {
 public:
     CGrabTrial() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect) { xcb_grab_server(get()); }
 
+    bool lives() const { return xcb_connection_has_error(get()) == 0; }
     bool isKeyboardTaken()
     {
         const auto reply = answer(
@@ -118,35 +137,30 @@ public:
             xcb_grab_keyboard_reply);
         return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
     }
-
-    std::set<std::string> keysTaken()
+    std::set<std::string> takenOf(const std::map<unsigned, std::string>& keys)
     {
-        const xcb_setup_t& setup = *xcb_get_setup(get());
         std::vector<std::pair<std::string, xcb_void_cookie_t>> asked;
-        for (unsigned code = setup.min_keycode; code <= setup.max_keycode; ++code) {
-            const KeySym keysym = XkbKeycodeToKeysym(walkDisplay(), static_cast<KeyCode>(code), 0, 0);
-            for (const uint16_t modifiers : {0, XCB_MOD_MASK_SHIFT + 0})
-                if (isTyped(keysym))
-                    asked.emplace_back((modifiers ? "Shift+" : "") + nameOf(keysym), grab(code, modifiers));
+        for (const auto& [code, name] : keys) {
+            asked.emplace_back(name, grab(code, 0));
+            asked.emplace_back("Shift+" + name, grab(code, XCB_MOD_MASK_SHIFT));
         }
         std::set<std::string> taken;
         for (const auto& [name, cookie] : asked)
-            if (const MallocPtr<xcb_generic_error_t> error(xcb_request_check(get(), cookie));
-                error && error->error_code == XCB_ACCESS)
+            if (isRefused(cookie))
                 taken.insert(name);
         return taken;
     }
 
 private:
-    static std::string nameOf(KeySym keysym)
-    {
-        const char* const name = XKeysymToString(keysym);
-        return name ? name : std::to_string(keysym);
-    }
     xcb_void_cookie_t grab(unsigned code, uint16_t modifiers)
     {
         return xcb_grab_key_checked(get(), 1, root(), modifiers, static_cast<xcb_keycode_t>(code),
                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    }
+    bool isRefused(xcb_void_cookie_t cookie)
+    {
+        const MallocPtr<xcb_generic_error_t> error(xcb_request_check(get(), cookie));
+        return error && error->error_code == XCB_ACCESS;
     }
     xcb_connection_t* get() const { return m_connection.get(); }
     xcb_window_t root() const { return xcb_setup_roots_iterator(xcb_get_setup(get())).data->root; }
@@ -156,12 +170,13 @@ private:
 
 Found keyGrabs()
 {
-    XkbKeycodeToKeysym(walkDisplay(), 8, 0,
-                       0); // reads the keyboard, which nobody may do while another holds the server
+    const auto keys = typedKeys();
     CGrabTrial trial;
+    if (!trial.lives())
+        return std::nullopt;
     if (trial.isKeyboardTaken())
         return "another program has grabbed the whole keyboard";
-    const std::set<std::string> taken = trial.keysTaken();
+    const std::set<std::string> taken = trial.takenOf(keys);
     return taken.empty() ? std::nullopt : Found("taken by another program: " + joined(taken));
 }
 

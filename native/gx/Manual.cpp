@@ -1,6 +1,8 @@
 #include "Manual.h"
 
 #include <algorithm>
+#include <cctype>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -39,21 +41,29 @@ std::string padded(std::string text, size_t width)
     return text;
 }
 
+std::string sentence(std::string text)
+{
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text + '.';
+}
+
 /// Breaks at blanks, so that no line is longer than a terminal is wide.
-std::string wrapped(const std::string& text, const std::string& indent)
+std::string wrapped(const std::string& text)
 {
     constexpr size_t width = 100;
-    std::string out, line = indent;
+    std::string out, line;
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find(' ', at), text.size());
-        if (line.size() > indent.size() && line.size() + end - at + 1 > width) {
+        if (!line.empty() && line.size() + end - at + 1 > width) {
             out += line + '\n';
-            line = indent;
+            line.clear();
         }
-        line += (line.size() > indent.size() ? " " : "") + text.substr(at, end - at);
+        if (!line.empty())
+            line += ' ';
+        line.append(text, at, end - at);
         at = end + 1;
     }
-    return out + line + '\n';
+    return line.empty() ? out : out + line + '\n';
 }
 
 std::string named(const COption& option)
@@ -67,15 +77,16 @@ std::string roff(const std::string& text)
     std::string out;
     for (const char each : text)
         out += each == '\\' ? "\\e" : each == '-' ? "\\-" : each == '\'' ? "\\(aq" : std::string(1, each);
-    return out.starts_with('.') ? "\\&" + out : out;
+    return out.starts_with('.') ? std::string("\\&").append(out) : out;
 }
 
 std::string roffOf(const CSubcommand& command)
 {
-    std::string out = ".SS " + roff("gx " + command.synopsis()) + "\n" + roff(command.line) + ".\n" +
-                      roff(command.text) + "\n";
+    std::string out = ".SS " + roff("gx " + command.synopsis()) + "\n" + roff(sentence(command.line)) + "\n";
+    if (*command.text)
+        out += roff(command.text) + "\n";
     for (const COption& option : command.options)
-        out += ".TP\n.B " + roff(named(option)) + "\n" + roff(option.what) + ".\n";
+        out += ".TP\n.B " + roff(named(option)) + "\n" + roff(sentence(option.what)) + "\n";
     return out;
 }
 
@@ -87,17 +98,17 @@ std::string optionsFor(const CSubcommand& command)
     return words;
 }
 
-/// What bash completes behind these options, in the form of a pattern of its case.
+/// The options that take such a word, or any, as a pattern of bash's case.
 std::string optionsThatTake(EWord word, bool isAny)
 {
-    std::string pattern;
+    std::set<std::string> names;
     for (const CSubcommand& command : subcommands())
-        for (const COption& option : command.options) {
-            const std::string name = std::string("--") + option.name;
-            const bool isNew = ("|" + pattern + "|").find("|" + name + "|") == std::string::npos;
-            if (option.argument && (isAny || option.word == word) && isNew)
-                pattern += (pattern.empty() ? "" : "|") + name;
-        }
+        for (const COption& option : command.options)
+            if (option.argument && (isAny || option.word == word))
+                names.insert(option.name);
+    std::string pattern;
+    for (const std::string& name : names)
+        pattern.append(pattern.empty() ? "--" : "|--").append(name);
     return pattern;
 }
 
@@ -118,9 +129,9 @@ std::string Manual::usage()
 std::string Manual::usageOf(const CSubcommand& command)
 {
     std::string out =
-        "usage: gx " + command.synopsis() + "\n" + command.line + ".\n" + wrapped(command.text, "");
+        "usage: gx " + command.synopsis() + "\n" + sentence(command.line) + "\n" + wrapped(command.text);
     for (const COption& option : command.allOptions())
-        out += padded("  " + named(option), 22) + option.what + "\n";
+        out += padded(std::string("  ").append(named(option)), 22) + option.what + "\n";
     return out;
 }
 

@@ -25,7 +25,6 @@ int errorOfSocket(int display)
     const int line = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    // The name that starts with a 0 is the one that is tried first; a server may listen at either.
     const std::string path = "/tmp/.X11-unix/X" + std::to_string(display);
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     const int error = connect(line, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
@@ -78,8 +77,8 @@ std::vector<CSeenWindow> described(Display* display, const std::vector<unsigned 
         [&](unsigned long id, CWindowAnswer& answer) {
             const CClassHint hint = classOf(answer.hint.take().get());
             const CWindowState state = answer.state.take();
-            windows.push_back(
-                {id, 0, hint.name, hint.instance, {}, boxOf(state, placeOf(answer.place.take().get()))});
+            const Rect box = boxOf(state, placeOf(answer.place.take().get()));
+            windows.push_back({id, 0, hint.name, hint.instance, {}, state.overrideRedirect, box});
         });
     for (CSeenWindow& window : windows)
         window.caption = CWindow(static_cast<long>(window.id)).title();
@@ -139,9 +138,14 @@ const CSeenWindow* Seen::called(const std::string& caption, const std::vector<CS
         [&](const CSeenWindow& each) { return isBesideDash(each.caption, wanted); },
         [&](const CSeenWindow& each) { return idOf(each.id) == wanted; },
     };
-    for (const auto& way : ways)
-        if (const auto found = std::find_if(windows.rbegin(), windows.rend(), way); found != windows.rend())
-            return &*found;
+    for (const bool amongPopups : {false, true})
+        for (const auto& way : ways) {
+            const auto found = std::find_if(windows.rbegin(), windows.rend(), [&](const CSeenWindow& each) {
+                return each.isPopup == amongPopups && way(each);
+            });
+            if (found != windows.rend())
+                return &*found;
+        }
     return nullptr;
 }
 
@@ -190,6 +194,7 @@ void Seen::write(CJson& json, const CSeenWindow& window)
 {
     json.member("id", idOf(window.id)).memberIfKnown("pid", window.process).member("class", window.className);
     json.member("instance", window.instance).member("caption", window.caption);
+    json.member("popup", window.isPopup);
     json.member("x", window.box.getLeft()).member("y", window.box.getTop());
     json.member("width", window.box.getWidth()).member("height", window.box.getHeight());
 }

@@ -12,8 +12,9 @@ struct CSeenWindow {
     int process = 0;       ///< 0: the X server does not say
     std::string className; ///< of WM_CLASS, as it stands there; empty for none
     std::string instance;
-    std::string caption; ///< UTF-8
-    Rect box;            ///< pixels of the screen, without frame and border
+    std::string caption;  ///< UTF-8
+    bool isPopup = false; ///< a menu, a tooltip or the like, which no window manager has
+    Rect box;             ///< pixels of the screen, without frame and border
 };
 
 namespace Seen {
@@ -27,7 +28,8 @@ std::vector<CSeenWindow> all();
 /// What a window is, whichever it is; without its process.
 CSeenWindow of(unsigned long window);
 /// The topmost window that is called so: by its whole caption, else by what stands in front of or behind a
-/// dash, else by its id. Null for none.
+/// dash, else by its id; a popup only where no other is called so: tooltips may be called as their program
+/// is. Null for none.
 const CSeenWindow* called(const std::string& caption, const std::vector<CSeenWindow>& windows);
 /// @throws CNotSo  it names those that there are
 CSeenWindow demand(const std::string& caption);

@@ -166,12 +166,19 @@ void readContents(CStore& store)
     });
 }
 
+/// What the registry of names has, which is not made where there is none.
+CSpyVariant valueOf(const char* name)
+{
+    const CSpyMemRef names = CSpyHeap::getHeap(0)->global(CSpyNames::GlobalSlot);
+    return !names ? CSpyVariant() : CSpyMap(names).get(CAsciiName(name));
+}
+
 /// Those of dead receivers, in a store that this user has made.
 void sweepMailslots(CStore& store)
 {
     const CSpyHeapLock lock(longestWaitMs);
     const CSpyCall call; // each of them, or none
-    const CSpyVariant found = CSpyMemory::locate(CAsciiName("MailSlots"));
+    const CSpyVariant found = valueOf("MailSlots");
     if (!found.isa(CSpyVariant::SpyMap))
         return;
     CSpyMap slots(found.ref());

@@ -30,6 +30,8 @@ std::vector<CExample> examples()
 
 TEST(GxExamplesTest, DoAndPrintWhatThePageSays)
 {
+    if (GX_SANITIZED)
+        GTEST_SKIP() << "a JVM does not load a library with a sanitizer in it";
     const CManager manager;
     std::vector<std::unique_ptr<CProgram>> background;
     ASSERT_GT(examples().size(), 20U);
