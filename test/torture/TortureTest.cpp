@@ -51,7 +51,7 @@ std::string textOf(const CSpyVariant& key)
 /// Rounds of one kind, for a share of the time. The session tells when anything is left in the system.
 class TortureTest : public testing::Test {
 protected:
-    static constexpr int Kinds = 7;
+    static constexpr int Kinds = 8;
     static constexpr int Ended = 0, Killed = 128 + SIGKILL, Terminated = 255, Asserted = 128 + SIGABRT;
 
     TortureTest()
@@ -94,6 +94,17 @@ protected:
         return m_workers.emplace_back(
             std::vector<std::string>{GX_TORTURE_WORKER, kind, std::to_string(m_random()), m_path});
     }
+    /// A JVM, which has a mailslot of that name now and then.
+    pid_t startJava(const std::string& slot)
+    {
+        ++m_started;
+        return m_workers
+            .emplace_back(std::vector<std::string>{
+                GX_JAVA, "-Xmx64m", "-XX:TieredStopAtLevel=1", "-Djava.library.path=" GX_JAVA_DIR, "-cp",
+                GX_JAVA_DIR "/gxsys.jar:" GX_JAVA_DIR "/gx-java-suites.jar", "TortureWorker", slot,
+                std::to_string(m_random()), m_path})
+            .pid();
+    }
     void startSome(const char* kind, int count)
     {
         m_report.isOver = false;
@@ -102,14 +113,16 @@ protected:
             start(kind);
     }
     std::list<CProgram>& workers() { return m_workers; }
-    /// Kills one of them, and waits for its end.
-    void killOne()
+    /// Kills one of them, and waits for its end. @return what its process was
+    pid_t killOne()
     {
         auto victim = std::next(m_workers.begin(), random(static_cast<unsigned>(m_workers.size())));
         victim->kill(SIGKILL);
         ++m_kills;
         expectEnd(*victim, {Killed});
+        const pid_t process = victim->pid();
         m_workers.erase(victim);
+        return process;
     }
     /// Tells them that it is over.
     void finish(const std::vector<int>& expected)
@@ -162,6 +175,20 @@ protected:
         CSpyMap slots((CSpyMemRef()));
         slots.create(CName("MailSlots"), 0, 100);
         return surroundings();
+    }
+    static void removeDeadMailslots()
+    {
+        const CSpyHeapLock lock;
+        CSpyMap slots(CSpyMemory(CName("MailSlots")).ref());
+        std::vector<CSpyVariant> keys(slots.size());
+        slots.getKeys(keys.data(), static_cast<unsigned>(keys.size()));
+        for (const CSpyVariant& key : keys) {
+            const CName name(textOf(key));
+            CMailslot slot(slots.get(name).ref());
+            EXPECT_TRUE(slot.isGone() || slot.mailbox()->m_owner.load() == 0) << "a living one has left";
+            slot.freeAll();
+            slots.remove(name);
+        }
     }
 
 private:
@@ -221,6 +248,30 @@ TEST_F(TortureTest, OperationsOfProcessesThatAreKilled)
     EXPECT_EQ(before, surroundings());
 }
 
+TEST_F(TortureTest, JavaBesideNativeProcessesSomeOfThemKilled)
+{
+    if (!*GX_JAVA)
+        GTEST_SKIP() << "no JVM under a sanitizer";
+    const std::string before = begin();
+    startSome("work", 3);
+    std::map<pid_t, std::string> javas;
+    const auto startJava = [&](const std::string& slot) { javas[this->startJava(slot)] = slot; };
+    startJava("java 1");
+    startJava("java 2");
+    EXPECT_TRUE(within(30s, [&] { return report().ready == 2; }));
+    while (goesOn()) {
+        awaitOperations(200);
+        pauseUpTo(300);
+        if (const auto killed = javas.find(killOne()); killed == javas.end())
+            start("work");
+        else
+            startJava(killed->second);
+    }
+    finish({Ended});
+    removeDeadMailslots();
+    EXPECT_EQ(before, surroundings());
+}
+
 TEST_F(TortureTest, WallClocksThatJump)
 {
     const std::string before = begin();
@@ -235,19 +286,6 @@ TEST_F(TortureTest, WallClocksThatJump)
 TEST_F(TortureTest, ReceiversThatAreTerminated)
 {
     const std::string before = begin();
-    const auto removeTheDead = [] {
-        const CSpyHeapLock lock;
-        CSpyMap slots(CSpyMemory(CName("MailSlots")).ref());
-        std::vector<CSpyVariant> keys(slots.size());
-        slots.getKeys(keys.data(), static_cast<unsigned>(keys.size()));
-        for (const CSpyVariant& key : keys) {
-            const CName name(textOf(key));
-            CMailslot slot(slots.get(name).ref());
-            EXPECT_TRUE(slot.isGone() || slot.mailbox()->m_owner.load() == 0) << "a living one has left";
-            slot.freeAll();
-            slots.remove(name);
-        }
-    };
     while (goesOn()) {
         startSome("receive", 4);
         within(10s, [&] { return report().ready == 4; });
@@ -259,7 +297,7 @@ TEST_F(TortureTest, ReceiversThatAreTerminated)
             expectEnd(each, {Terminated, 128 + SIGTERM});
         workers().clear();
         finish({});
-        removeTheDead();
+        removeDeadMailslots();
         EXPECT_EQ(before, surroundings());
     }
 }
