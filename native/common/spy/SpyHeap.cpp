@@ -63,6 +63,15 @@ try {
     return false;
 }
 
+/// The store is made anew since its lock was removed, for a scope.
+std::atomic<bool> s_isBeginningAnew = false;
+struct CBeginningAnew {
+    CBeginningAnew() { s_isBeginningAnew = true; }
+    ~CBeginningAnew() { s_isBeginningAnew = false; }
+    CBeginningAnew(const CBeginningAnew&) = delete;
+    CBeginningAnew& operator=(const CBeginningAnew&) = delete;
+};
+
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {
     char text[128];
@@ -1006,9 +1015,16 @@ try {
     if (!isNested)
         refuseAtEnd(timeoutMs);
     mutex.acquire(timeoutMs);
-    m_lockDepth = isNested ? m_lockDepth + 1 : 1;
     if (!isNested) {
         s_holder = pthread_self();
+        if (s_isBeginningAnew || m_pMutex != &mutex) [[unlikely]] {
+            s_holder = 0;
+            mutex.release();
+            return false;
+        }
+    }
+    m_lockDepth = isNested ? m_lockDepth + 1 : 1;
+    if (!isNested) {
         backOutAtEnd(mutex, timeoutMs);
         CSpyJournal::begin();
         backOutAtEnd(mutex, timeoutMs); // what a dead process has begun may not have been finished
@@ -1038,6 +1054,7 @@ CSpyMutex* CSpyHeap::renewed(CSpyMutex& gone)
         return nullptr;
     const CSharedMemoryGuard guard;
     if (m_pMutex.load() == &gone) {
+        const CBeginningAnew beginning; // before it is asked who holds it: who takes it from now on sees that
         if (s_holder != 0 || s_leaver != 0)
             return nullptr;
         CTracer::debugTrace("The lock of spy memory was removed: beginning anew");
