@@ -482,6 +482,31 @@ TEST(SpyJournalDeathTest, ReplacesTheSemaphoresOfAMutexOrNot)
     beginWith(0x100000);
 }
 
+/// Its next entry makes a map grow that has `entries`: wherever the process is killed that puts it, the map
+/// has those, and the blocks that it had.
+void expectWholeGrowth(const CSpyMemRef& ref, int entries, const std::function<CName(int)>& nameOf)
+{
+    CSpyMapHdr header;
+    ref.read(&header, sizeof header);
+    header.m_collisions = 4 * header.m_count;
+    CSpyMemRef(ref).write(&header, sizeof header);
+    const uint32_t blocks = CSpyHeap::getStats().numberUsedBlocks;
+    const auto put = [&] { CSpyMap(ref).put(nameOf(entries), CSpyVariant(entries)); };
+    int steps = 5;
+    for (; killAfter(steps, put); steps *= 100) {
+        SCOPED_TRACE("killed after step " + std::to_string(steps));
+        const CSpyHeapLock lock;
+        const CSpyMap map(ref);
+        EXPECT_EQ(entries, static_cast<int>(map.size()));
+        EXPECT_EQ(blocks, CSpyHeap::getStats().numberUsedBlocks);
+        for (int number = 0; number < entries; number += 97)
+            ASSERT_TRUE(map.get(nameOf(number)) == CSpyVariant(number)) << number;
+        EXPECT_FALSE(map.containsKey(nameOf(entries)));
+    }
+    EXPECT_GT(steps, 5000) << "it did not grow";
+    EXPECT_TRUE(CSpyMap(ref).containsKey(nameOf(entries)));
+}
+
 TEST(SpyJournalDeathTest, IsNotOutgrownByTheLargestOperations)
 {
     beginWith(0x1000000);
@@ -495,12 +520,17 @@ TEST(SpyJournalDeathTest, IsNotOutgrownByTheLargestOperations)
     };
     CSpyMap map((CSpyMemRef()));
     map.create(CName(""), Transaction, 100);
+    constexpr int Entries = 100000;
+    const auto nameOf = [](int number) {
+        return CName(std::to_string(number) + std::string(number % 97, 'z'));
+    };
     most(1 << 22, [&] { // the largest is a growth of the table
-        for (int number = 0; number < 100000; ++number) {
-            map.put(CName(std::to_string(number) + std::string(number % 97, 'z')), CSpyVariant(number));
+        for (int number = 0; number < Entries; ++number) {
+            map.put(nameOf(number), CSpyVariant(number));
             map.update();
         }
     });
+    expectWholeGrowth(map.ref(), Entries, nameOf);
     CSpyVector vector;
     vector.create(Transaction, 700000, 1);
     {
