@@ -47,7 +47,7 @@ CFreeTree::CFound CFreeTree::at(uint32_t offset) const
 bool CFreeTree::set(uint32_t offset, uint32_t size)
 {
     const uint32_t index = offset / Granule;
-    if (size == 0 || (m_levels[0][index] != 0 && entry(index).m_offset != offset))
+    if (size == 0 || size > LargestSize || (m_levels[0][index] != 0 && entry(index).m_offset != offset))
         return false;
     put(index, size * Granule | offset % Granule);
     return true;
@@ -75,7 +75,7 @@ CFreeTree::CEntry CFreeTree::downTo(size_t level, uint32_t index, uint32_t least
 /// The highest block of that size in the granules before `end`.
 CFreeTree::CFound CFreeTree::below(uint32_t end, uint32_t leastSize) const
 {
-    const uint32_t least = leastSize * Granule;
+    const uint32_t least = std::min(leastSize, LargestSize + 1) * Granule;
     for (size_t level = 0; level < Levels; ++level) {
         const uint32_t start = end & ~(Group - 1);
         for (uint32_t index = end; index-- > start;)
@@ -89,7 +89,7 @@ CFreeTree::CFound CFreeTree::below(uint32_t end, uint32_t leastSize) const
 /// The lowest block of that size in the granules from `start` on.
 CFreeTree::CFound CFreeTree::from(uint32_t start, uint32_t leastSize) const
 {
-    const uint32_t least = leastSize * Granule;
+    const uint32_t least = std::min(leastSize, LargestSize + 1) * Granule;
     for (size_t level = 0; level < Levels; ++level) {
         const bool isHighest = level + 1 == Levels;
         const uint32_t end = isHighest ? Group : (start + Group - 1) & ~(Group - 1);

@@ -36,6 +36,7 @@ public:
 
 private:
     static constexpr uint32_t Granule = 64, Group = 16;
+    static constexpr uint32_t LargestSize = 0x1000000; ///< no heap is larger
     static constexpr size_t Levels = 5; ///< 16 MiB in 64 times 16 to the fourth, and the rest in the highest
 
     uint32_t granules() const { return static_cast<uint32_t>(m_levels[0].size()); }
