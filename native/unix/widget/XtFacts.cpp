@@ -63,14 +63,6 @@ char* compoundText(Widget widget, const char* resource)
     return text;
 }
 
-/// A compound string of a widget that hands out its own.
-char* borrowedText(Widget widget, const char* resource)
-{
-    XmString string = nullptr;
-    XtVaGetValues(widget, resource, &string, nullptr);
-    return unparsed(string);
-}
-
 char* plainText(Widget widget, const char* resource)
 {
     String text = nullptr;
@@ -215,13 +207,13 @@ void readIcon(Widget widget, CXtFacts& facts)
 {
     unsigned char emphasis = XmNOT_SELECTED;
     XtVaGetValues(widget, XmNvisualEmphasis, &emphasis, nullptr);
-    facts.text = borrowedText(widget, XmNlabelString);
+    facts.text = compoundText(widget, XmNlabelString);
     facts.selected = emphasis == XmSELECTED;
 }
 
 void readIconButton(Widget widget, CXtFacts& facts)
 {
-    facts.text = borrowedText(widget, XmNlabelString);
+    facts.text = compoundText(widget, XmNlabelString);
     facts.selected = flagOf(widget, XmNset);
 }
 
@@ -472,28 +464,29 @@ bool hasXtDetails(Widget container)
     return isOfKind(container, "XmContainer") && layoutOf(container) == XmDETAIL;
 }
 
-namespace {
-/// A text of a table that the widget keeps.
-bool readFrom(Widget widget, const char* table, const char* number, int index, char** text)
+bool readXtDetail(Widget item, int index, char** text)
 {
     XmStringTable texts = nullptr;
     Cardinal count = 0;
-    XtVaGetValues(widget, table, &texts, number, &count, nullptr);
+    XtVaGetValues(item, XmNdetail, &texts, XmNdetailCount, &count, nullptr);
     if (!texts || index >= static_cast<int>(count))
         return false;
     *text = unparsed(texts[index]);
     return true;
 }
-} // namespace
 
-bool readXtDetail(Widget item, int index, char** text)
-{
-    return readFrom(item, XmNdetail, XmNdetailCount, index, text);
-}
-
+/// The container keeps the table, and hands out copies of what is in it.
 bool readXtHeading(Widget container, int index, char** text)
 {
-    return readFrom(container, XmNdetailColumnHeading, XmNdetailColumnHeadingCount, index, text);
+    XmStringTable titles = nullptr;
+    Cardinal count = 0;
+    XtVaGetValues(container, XmNdetailColumnHeading, &titles, XmNdetailColumnHeadingCount, &count, nullptr);
+    const bool isThere = titles && index < static_cast<int>(count);
+    if (isThere)
+        *text = unparsed(titles[index]);
+    for (Cardinal each = 0; titles && each < count; ++each)
+        XmStringFree(titles[each]);
+    return isThere;
 }
 
 bool isOfKind(Widget widget, const char* className)
