@@ -464,29 +464,28 @@ bool hasXtDetails(Widget container)
     return isOfKind(container, "XmContainer") && layoutOf(container) == XmDETAIL;
 }
 
-bool readXtDetail(Widget item, int index, char** text)
+namespace {
+/// A text of a table that the widget keeps, and frees when it is asked again.
+bool readFrom(Widget widget, const char* table, const char* number, int index, char** text)
 {
     XmStringTable texts = nullptr;
     Cardinal count = 0;
-    XtVaGetValues(item, XmNdetail, &texts, XmNdetailCount, &count, nullptr);
+    XtVaGetValues(widget, table, &texts, number, &count, nullptr);
     if (!texts || index >= static_cast<int>(count))
         return false;
     *text = unparsed(texts[index]);
     return true;
 }
+} // namespace
 
-/// The container keeps the table, and hands out copies of what is in it.
+bool readXtDetail(Widget item, int index, char** text)
+{
+    return readFrom(item, XmNdetail, XmNdetailCount, index, text);
+}
+
 bool readXtHeading(Widget container, int index, char** text)
 {
-    XmStringTable titles = nullptr;
-    Cardinal count = 0;
-    XtVaGetValues(container, XmNdetailColumnHeading, &titles, XmNdetailColumnHeadingCount, &count, nullptr);
-    const bool isThere = titles && index < static_cast<int>(count);
-    if (isThere)
-        *text = unparsed(titles[index]);
-    for (Cardinal each = 0; titles && each < count; ++each)
-        XmStringFree(titles[each]);
-    return isThere;
+    return readFrom(container, XmNdetailColumnHeading, XmNdetailColumnHeadingCount, index, text);
 }
 
 bool isOfKind(Widget widget, const char* className)
