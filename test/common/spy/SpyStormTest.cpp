@@ -200,7 +200,7 @@ int resultOf(const Operation& operation, CStore& store, std::mt19937& random)
 
 TEST(SpyStormTest, NeverReadsOrWritesBehindASegmentWhateverOthersWriteMeanwhile)
 {
-    constexpr int Rounds = GX_SANITIZED ? 50 : 80;
+    constexpr int Rounds = 50;
     setenv("TMP", getenv("HOME"), 1);
     const unsigned seed =
         getenv("GX_SEED") ? static_cast<unsigned>(atoi(getenv("GX_SEED"))) : std::random_device{}();
