@@ -359,14 +359,19 @@ class InspectorTest {
         assertEquals("true", valueOf(post("frame", key), "framed"));
         assertTrue(isFramed(save));
         assertEquals("false", valueOf(post("frame", ""), "framed"));
-        assertFalse(isFramed(save));
+        awaitUnframed(save, Duration.ofSeconds(2));
         post("frame", key);
         post("frame", keyOf("Bold"));
-        assertFalse(isFramed(save));
+        awaitUnframed(save, Duration.ofSeconds(2));
         assertEquals("false", valueOf(post("frame", "no such key"), "framed"));
         post("frame", key); // and the page is never heard of again
         assertTrue(isFramed(save));
-        Wait.until("no frame", Duration.ofSeconds(10), () -> !isFramed(save));
+        awaitUnframed(save, Duration.ofSeconds(10));
+    }
+
+    /** The program draws anew what the frame has covered. */
+    private static void awaitUnframed(Rectangle box, Duration limit) {
+        Wait.until("no frame", limit, () -> !isFramed(box));
     }
 
     @Test
