@@ -32,8 +32,9 @@ struct CHeader {
 static_assert(sizeof(CHeader) == 128 && offsetof(CHeader, m_used) == 16 &&
               offsetof(CHeader, m_marked) == 28 && offsetof(CHeader, m_processNamespace) == 120);
 
-/// Behind the old bytes of a record, since records are read from the last to the first.
-struct CTrailer {
+/// Behind the old bytes of a record, since records are read from the last to the first; so it may start at
+/// any address.
+struct [[gnu::packed]] CTrailer {
     uint32_t m_where; ///< heap in the top 8 bits, offset in the low 24
     uint32_t m_length;
 };
