@@ -64,10 +64,10 @@ const char* CSharedMemoryHeader::display()
     return kept ? kept : std::getenv("DISPLAY");
 }
 
-/// What was kept stays, since another thread may be reading it.
+/// What was kept stays, since another thread may be reading it, also while the process ends.
 void CSharedMemoryHeader::keepDisplay(const char* display)
 {
-    static std::set<std::string> everKept;
+    static auto& everKept = *new std::set<std::string>;
     s_display.store(display ? everKept.insert(display).first->c_str() : nullptr, std::memory_order_release);
 }
 
