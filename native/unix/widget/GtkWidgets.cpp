@@ -235,7 +235,7 @@ constexpr CGtkKind kinds[] = {
 /// The kind of the nearest class that is known: every widget is at least a GtkWidget.
 const CGtkKind& kindOf(unsigned long type)
 {
-    static std::unordered_map<unsigned long, const CGtkKind*> s_known;
+    static auto& s_known = *new std::unordered_map<unsigned long, const CGtkKind*>; // another thread may exit
     const CGtkKind*& kind = s_known[type];
     for (unsigned long each = type; each && !kind; each = g::parentType(each)) {
         const std::string name = textOrNone(g::typeName(each));
