@@ -18,8 +18,9 @@ public:
         m_env = CJvm::env();
         m_calls = m_env->FindClass("EngineCalls");
         const std::string jars = GX_JAR ":" GX_BENCH_JAR;
-        call("start", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)I",
-             {m_env->NewStringUTF(GX_GXRUN), m_env->NewStringUTF(GX_MENU), m_env->NewStringUTF(jars.c_str())});
+        call(
+            "start", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)I",
+            {m_env->NewStringUTF(GX_GXRUN), m_env->NewStringUTF(GX_MENU), m_env->NewStringUTF(jars.c_str())});
     }
     ~CEngine() { call("stop"); }
     void call(const char* method, const char* signature = "()I",

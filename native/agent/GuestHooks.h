@@ -2,14 +2,13 @@
 /// such changes through functions of the C library, and the agent stands in front of these:
 ///
 /// - `sigaction`: of its handlers only those of SIGSEGV, SIGBUS, SIGFPE and SIGILL are installed, for its own
-/// code is
-///   built on them. The agent's handler asks the JVM first whether a fault is one of its code; all others get
-///   what the program has set for them, or would have got by default. From then on the program sets and reads
-///   its own actions for these signals as ever, without taking the JVM's away. SIGPIPE and all the others
-///   stay the program's.
-///   libgxsys.so is refused all handlers: those that it has for SIGTERM and SIGCHLD are for an engine.
+///   code is built on them. The agent's handler asks the JVM first whether a fault is one of its code; all
+///   others get what the program has set for them, or would have got by default. From then on the program sets
+///   and reads its own actions for these signals as ever, without taking the JVM's away. SIGPIPE and all the
+///   others stay the program's. libgxsys.so is refused all handlers: those that it has for SIGTERM and SIGCHLD
+///   are for an engine.
 /// - `setlocale`: the JVM wants to know the locale of the environment; it is told, and the locale of the
-/// process stays.
+///   process stays.
 #pragma once
 
 #include <csignal>

@@ -3,8 +3,7 @@
 // ways:
 //
 // - Xt, however a display came to it (XtOpenDisplay, XtDisplayInitialize, the varargs ones, a converter),
-// watches its
-//   internal connections: XAddConnectionWatch.
+//   watches its internal connections: XAddConnectionWatch.
 // - GDK opens its displays by XOpenDisplay.
 //
 // Error handlers belong to the process. The one of libgxsys.so is given the errors of the displays that

@@ -7,4 +7,5 @@
 
 /// Ends the process unless `condition` holds. The text that users see is an argument of its own, so that no
 /// renaming or formatting of the code changes it.
-#define GX_ASSERT(condition, text) ((condition) ? static_cast<void>(0) : gxAssertFailed(text, __FILE__, __LINE__))
+#define GX_ASSERT(condition, text)                                                                           \
+    ((condition) ? static_cast<void>(0) : gxAssertFailed(text, __FILE__, __LINE__))

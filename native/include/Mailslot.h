@@ -139,9 +139,9 @@ public:
     /// what a killed process leaves.
     static void exitHandler() noexcept;
     /// Cleans up and ends the process with _exit(-1). The thread it interrupts never goes on: whatever change
-    /// of spy memory it was in is undone. When it was
-    /// just taking or giving back the heap lock, that is not to be had, and nothing is cleaned. When it holds
-    /// a lock of the C library that the cleaning needs, an alarm ends the process after two seconds.
+    /// of spy memory it was in is undone. When it was just taking or giving back the heap lock, that is not to
+    /// be had, and nothing is cleaned. When it holds a lock of the C library that the cleaning needs, an alarm
+    /// ends the process after two seconds.
     static void sig_term(int, siginfo_t*, void*);
 
 private:

@@ -10,14 +10,13 @@
 struct CXFree {
     void operator()(void* memory) const noexcept { XFree(memory); }
 };
-template <class T>
-using XPtr = std::unique_ptr<T, CXFree>;  ///< memory that Xlib handed out
+template <class T> using XPtr = std::unique_ptr<T, CXFree>; ///< memory that Xlib handed out
 
 struct CFree {
     void operator()(void* memory) const noexcept { std::free(memory); }
 };
 template <class T>
-using MallocPtr = std::unique_ptr<T, CFree>;  ///< memory from malloc: replies and errors of XCB
+using MallocPtr = std::unique_ptr<T, CFree>; ///< memory from malloc: replies and errors of XCB
 
 /// The answer of a request, or null when it failed: xcb functions of the form xcb_..._reply.
 template <class Reply, class Cookie>

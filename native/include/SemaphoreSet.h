@@ -47,12 +47,11 @@ public:
     /// Makes the set of `key` with `count` semaphores of value 0, or takes over the one that a dead process
     /// left there. A set is alive when the process that last changed or tested its semaphore 0 is. A set with
     /// other rights than ours, or another number of semaphores, belongs to another program and is left alone.
-    /// The view must not have a set yet. Needs no lock; blocks only in `initialize`.
+    /// A process that cannot be seen from here counts as alive. The view must not have a set yet. Needs no
+    /// lock; blocks only in `initialize`.
     /// @param attachLive  what becomes of a set in use: true keeps its id without changing anything, false
-    /// refuses it
-    ///                    and leaves the id at -1; the answer is false either way
+    ///                    refuses it and leaves the id at -1; the answer is false either way
     /// @return whether the set is new or was reset; every failure is traced with its cause
-    /// A process that cannot be seen from here counts as alive.
     bool create(key_t key, int count, bool attachLive);
     /// For `create`: processes live that use the set, whoever was the last one to do so. It resets nothing.
     void setInUse(bool isInUse) { m_isInUse = isInUse; }

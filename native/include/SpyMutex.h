@@ -62,8 +62,7 @@ public:
     virtual bool create(const CJString& name) = 0;
     /// Takes the mutex.
     /// @param timeoutMs  longest wait in milliseconds, of which only whole seconds count: below 1000 it is
-    /// tried once;
-    ///                   below 0 waits without limit
+    ///                   tried once; below 0 waits without limit
     /// @return true
     /// @throws CMutexTimeoutException  it stayed taken all that time, or its semaphore is gone
     virtual bool acquire(int timeoutMs) = 0;

@@ -12,7 +12,8 @@ public:
         bool mayLeave = false;               ///< System V objects that are left behind are no failure
         bool takesTurns = true; ///< waits for other sessions where there is no IPC namespace of its own
     };
-    static constexpr const char* AnyWindowManager = "any"; ///< one of those that are installed, if there is any
+    /// One of the window managers that are installed, if there is any.
+    static constexpr const char* AnyWindowManager = "any";
     static constexpr int Skipped = 77; ///< status of a session that cannot be had here; CTest knows it
 
     /// Makes sure that this process runs in a private session. Outside of one it makes an empty home

@@ -23,7 +23,8 @@ public:
     /// The next line of its output without the line end; nothing when it ends or `limit` passes first.
     std::optional<std::string> line(std::chrono::milliseconds limit = std::chrono::seconds(10));
     /// Reads lines until one starts with `start` and answers the rest of it; throws std::runtime_error when none comes.
-    std::string waitForLine(const std::string& start, std::chrono::milliseconds limit = std::chrono::seconds(10));
+    std::string waitForLine(const std::string& start,
+                            std::chrono::milliseconds limit = std::chrono::seconds(10));
     /// Waits for its end. @return exit status, 128 + signal when killed, nothing when `limit` passes first
     std::optional<int> wait(std::chrono::milliseconds limit = std::chrono::seconds(10));
     void kill(int signal);
@@ -42,7 +43,7 @@ public:
     explicit CXvfb(const std::vector<std::string>& options = {});
     ~CXvfb();
     CXvfb(const CXvfb&) = delete;
-    const std::string& name() const { return m_name; }  ///< such as ":5"
+    const std::string& name() const { return m_name; } ///< such as ":5"
     CProgram& program() { return m_program; }
 
 private:

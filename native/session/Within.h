@@ -5,8 +5,7 @@
 #include <thread>
 
 /// Whether `condition` becomes true within `limit`; it is asked every millisecond.
-template <class Condition>
-bool within(std::chrono::milliseconds limit, Condition&& condition)
+template <class Condition> bool within(std::chrono::milliseconds limit, Condition&& condition)
 {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {

@@ -6,9 +6,8 @@
 #include <sys/types.h>
 
 /// Runs a function in a child process, with a baton to fix the order of what the two do. The child leaves
-/// through
-/// `_exit`, so that nothing of the test program ends with it; it dies with its parent. Not for processes that
-/// have a JVM or further threads.
+/// through `_exit`, so that nothing of the test program ends with it; it dies with its parent. Not for
+/// processes that have a JVM or further threads.
 ///
 ///     CChildProcess holder([&](CChildProcess& parent) { mutex.acquire(0); parent.pass(); parent.wait(); });
 ///     holder.wait();   // the mutex is held now

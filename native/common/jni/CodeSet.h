@@ -5,13 +5,11 @@
 /// of the scopes below lives, the calling thread works in this locale, the first that applies:
 ///  1. the thread's own, when the host gave it one (uselocale);
 ///  2. the process's, when the host chose one (setlocale with another answer than "C" or "POSIX"): the texts
-///  of the
-///     host's toolkit are in it;
+///     of the host's toolkit are in it;
 ///  3. the one the user asked for in the environment (LC_ALL, LC_CTYPE, LANG), as setlocale(LC_CTYPE, "")
-///  would have
-///     set it, read when the library first needs it. Most JVMs and many programs without a toolkit never
-///     called setlocale, and in "C" nothing but ASCII converts. Where that locale is not installed and its
-///     name ends in UTF-8, C.UTF-8 takes its place: the code set is all that counts here.
+///     would have set it, read when the library first needs it. Most JVMs and many programs without a toolkit
+///     never called setlocale, and in "C" nothing but ASCII converts. Where that locale is not installed and
+///     its name ends in UTF-8, C.UTF-8 takes its place: the code set is all that counts here.
 #pragma once
 
 #include <bit>

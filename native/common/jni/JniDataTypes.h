@@ -241,9 +241,8 @@ private:
 /// A new Java array of objects, null at first.
 class CJObjectArray : public CJDataType {
 public:
-    /// @param elementClass  with slashes. Invalid when there is no such class, or when Java throws (pending
-    /// then: a
-    ///                      negative length, no room).
+    /// @param elementClass  with slashes. Invalid when there is no such class, or when Java throws (pending then:
+    ///                      a negative length, no room).
     CJObjectArray(JNIEnv* env, int length, const char* elementClass);
     /// An index outside of the array makes ArrayIndexOutOfBoundsException pending, an element of another
     /// class ArrayStoreException.

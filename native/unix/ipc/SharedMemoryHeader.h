@@ -13,10 +13,9 @@ class CNoSegmentHeader {};
 
 /// A view over the directory segment. Its keys belong to pairs of X display name and block index, so that
 /// processes on the same display find the same segments and those on different displays do not meet. Two
-/// spellings of one display
-/// (":99", ":99.0") are two names. Nothing ever leaves the directory while a process is attached to it.
-/// What the last process of a display leaves is removed when that ends by itself, and otherwise by the next
-/// process that attaches the directory.
+/// spellings of one display (":99", ":99.0") are two names. Nothing ever leaves the directory while a process
+/// is attached to it. What the last process of a display leaves is removed when that ends by itself, and
+/// otherwise by the next process that attaches the directory.
 ///
 /// Anybody in the namespace can write it: a key is a number to look at, not a promise of what lies there.
 /// Any thread; takes no lock. What is new is for one process at a time: see getKey.

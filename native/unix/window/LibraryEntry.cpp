@@ -2,7 +2,6 @@
 // into applications that have no JVM.
 #include "GxGlobals.h"
 
-
 #include "OwnDisplay.h"
 #include "ProcessEnd.h"
 

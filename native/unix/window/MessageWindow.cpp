@@ -94,8 +94,8 @@ void wakeAfter(nanoseconds rest)
 void emptyWakeDescriptor()
 {
     uint64_t count;
-    if (CMessageWindow::wakeDescriptor() >= 0)
-        [[maybe_unused]] const ssize_t length = read(CMessageWindow::wakeDescriptor(), &count, sizeof count);
+    if (CMessageWindow::wakeDescriptor() >= 0) [[maybe_unused]]
+        const ssize_t length = read(CMessageWindow::wakeDescriptor(), &count, sizeof count);
 }
 } // namespace
 

@@ -60,7 +60,7 @@ bool killAtStore(const Operation& operation, CSpyHeap& heap, std::vector<CSpyMem
 {
     CChildProcess child([&](CChildProcess&) {
         const CIndexUse walking(false); // which are fewer steps
-        CSpyMemory::lockHeap(0); // what a process does once is not stepped through
+        CSpyMemory::lockHeap(0);        // what a process does once is not stepped through
         CSpyMemory::unlockHeap();
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
         raise(SIGSTOP);
