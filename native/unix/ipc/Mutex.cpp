@@ -10,6 +10,7 @@
 #include "SharedMemory.h"
 #include "SharedMemoryHeader.h"
 #include "SpyHeap.h"
+#include "UnixSharedMemory.h"
 
 #include <cerrno>
 #include <cstring>
@@ -96,6 +97,14 @@ void traceHolder(CSemaphoreHandle lock)
                             holder->m_threadName.c_str(), static_cast<long long>(*holder->m_forMs));
 }
 
+/// Whether others had the first heap before this process, or have it now: what they lock it with is the
+/// display's.
+bool isUsedByOthers(const CSpyHeap& base)
+{
+    const auto& segment = static_cast<const CUnixSharedMemory&>(*base.sharedMemory());
+    return segment.existed() || CSegmentStatus(segment.id()).attachments() > 1;
+}
+
 CSemaphoreHandle heapLockHandle()
 {
     CSharedMemoryHeader* directory = nullptr;
@@ -108,7 +117,7 @@ CSemaphoreHandle heapLockHandle()
     const char* display = CSharedMemoryHeader::display();
     CMutex set;
     const CSpyHeap* base = CSpyHeap::attached(0);
-    const bool isInUse = base && base->sharedMemory()->existed();
+    const bool isInUse = base && isUsedByOthers(*base);
     set.setInUse(isInUse);
     if (set.create(directory->getKey(display ? display : "", 0) - 1, 1, true) || isInUse)
         CSegmentSweep::rememberSet(set.id());

@@ -517,18 +517,31 @@ TEST(DISABLED_User, WhoseObjectsAreRemoved)
             ASSERT_TRUE(users.back()->wait());
         }
         removeObjects(row.segments, row.sets);
-        users.push_back(std::make_unique<CChildProcess>([=](CChildProcess& parent) {
+        CChildProcess newcomer([=](CChildProcess& parent) {
+            static CChildProcess* test = &parent;
+            std::atexit([] { // after the store was given up
+                test->pass();
+                test->wait();
+            });
             expectWorkingStore("newcomer's", "");
             parent.pass();
             parent.wait();
+            expectWorkingStore("newcomer's again", "holder's again");
             std::exit(testing::Test::HasFailure());
-        }));
-        EXPECT_TRUE(users.back()->wait());
-        for (size_t old = 0; old < 2; ++old) {
-            users[old]->pass();
-            EXPECT_TRUE(users[old]->wait());
+        });
+        EXPECT_TRUE(newcomer.wait());
+        for (const auto& old : users) {
+            old->pass();
+            EXPECT_TRUE(old->wait());
         }
-        endAll(users);
+        newcomer.pass();
+        EXPECT_TRUE(newcomer.wait());
+        for (; !users.empty(); users.pop_back()) { // who made the heap goes last
+            users.back()->pass();
+            EXPECT_EQ(0, users.back()->join());
+        }
+        newcomer.pass();
+        EXPECT_EQ(0, newcomer.join());
         EXPECT_EQ(std::pair(0, 0), objects());
     }
 }
