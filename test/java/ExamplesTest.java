@@ -54,7 +54,7 @@ class ExamplesTest {
         PrintStream before = System.out;
         System.setOut(new PrintStream(output, true, StandardCharsets.UTF_8));
         try {
-            start(name, arguments).get(30, TimeUnit.SECONDS);
+            start(name, arguments).get(60, TimeUnit.SECONDS);
         } finally {
             System.setOut(before);
         }
@@ -106,7 +106,7 @@ class ExamplesTest {
             beside = CompletableFuture.runAsync(ExamplesTest::releaseTheButton);
         }
         List<String> output = outputOf(name + "Example").lines().toList();
-        beside.get(30, TimeUnit.SECONDS);
+        beside.get(60, TimeUnit.SECONDS);
         List<String> expected = examples.printedBy(name);
         assertTrue(output.containsAll(expected), name + " prints " + output + " instead of " + expected);
         assertEquals(examples.all.get(name).contains("println"), !output.isEmpty(), name + " prints " + output);

@@ -81,7 +81,8 @@ class HostileTest {
         String grown = before + " before and " + after + " after " + TREES + " trees";
         assertEquals(before.get(0), after.get(0), grown);
         assertTrue(after.get(1) <= before.get(1) + 4, grown);
-        assertTrue(after.get(2) <= before.get(2) + 256, grown); // 1 MB, less than half a block of memory a tree
+        // 1 MB, less than half a block of memory a tree; the address sanitizer keeps for a while what is freed.
+        assertTrue(after.get(2) <= before.get(2) + (System.getenv("ASAN_OPTIONS") == null ? 256 : 1024), grown);
         assertEquals(open, usedBy(ProcessHandle.current().pid()).get(0));
         assertEquals(first.toString(), application.tree().toString());
     }
