@@ -150,7 +150,7 @@ public:
 
     private:
         /// What is dropped is detached under the mutex: as long as this thread has it, nothing is.
-        const bool m_counts = s_holder.load(std::memory_order_relaxed) != pthread_self();
+        const bool m_counts = !isHeldHere();
     };
 
     static constexpr unsigned int GlobalSlots = 16;
@@ -268,9 +268,23 @@ public:
     /// segments were removed, too, with another store.
     /// @param timeoutMs  longest wait in milliseconds, see CSpyMutex::acquire; 0 stands for 10 000
     /// @throws CSpyHeapLockedException
-    void lock(int timeoutMs);
-    void unlock();
+    void lock(int timeoutMs)
+    {
+        if (isHeldHere())
+            ++m_lockDepth;
+        else
+            lockFirst(timeoutMs);
+    }
+    void unlock()
+    {
+        if (isHeldHere() && m_lockDepth > 1)
+            --m_lockDepth;
+        else
+            unlockLast();
+    }
     bool islocked();
+    /// Whether the calling thread has it.
+    static bool isHeldHere() { return s_holder.load(std::memory_order_relaxed) == pthread_self(); }
     /// Who holds it; see CSpyMutex::holder.
     std::optional<CLockHolder> lockHolder();
 
@@ -330,6 +344,9 @@ private:
     static CSpyHeap* findBaseHeap();
     static CSpyHeap* attachHeap(HEAPID id);
     static CSpyHeap* makeBaseHeap(unsigned int size);
+    static void lockFirst(int timeoutMs);
+    static void unlockLast();
+    static void holdNothing();
     static bool take(CSpyMutex& mutex, int timeoutMs);
     static CSpyMutex* renewed(CSpyMutex& gone);
     static CSpyMutex* renewMutex();

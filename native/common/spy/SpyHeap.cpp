@@ -142,6 +142,7 @@ CSpyHeap* CSpyHeap::makeBaseHeap(unsigned int size)
 {
     // Under the guard, since the mutex that guards everything else only comes after the heap.
     const CSharedMemoryGuard guard;
+    [[maybe_unused]] static const int isWatching = pthread_atfork(nullptr, nullptr, holdNothing);
     auto base = std::unique_ptr<CSpyHeap>(new CSpyHeap(size, 0));
     if (!base->m_pSharedMem->existed())
         std::fill_n(base->m_area, FirstBlock, 0);
@@ -215,6 +216,7 @@ void CSpyHeap::dropMutex()
     if (mutex)
         mutex->free();
     delete mutex;
+    holdNothing();
 }
 
 void CSpyHeap::stopThreads()
@@ -995,7 +997,7 @@ CSpyHeap::CBlockCopy CSpyHeap::relink(const CBlockCopy& found, const CBlockCopy&
 
 // The mutex
 
-void CSpyHeap::lock(int timeoutMs)
+void CSpyHeap::lockFirst(int timeoutMs)
 {
     CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
     GX_ASSERT(mutex, "m_pMutex != 0");
@@ -1011,25 +1013,19 @@ void CSpyHeap::lock(int timeoutMs)
 
 bool CSpyHeap::take(CSpyMutex& mutex, int timeoutMs)
 try {
-    const bool isNested = mutex.isAcquired();
-    if (!isNested)
-        refuseAtEnd(timeoutMs);
+    refuseAtEnd(timeoutMs);
     mutex.acquire(timeoutMs);
-    if (!isNested) {
-        s_holder = pthread_self();
-        if (s_isBeginningAnew || m_pMutex != &mutex) [[unlikely]] {
-            s_holder = 0;
-            mutex.release();
-            return false;
-        }
+    s_holder = pthread_self();
+    if (s_isBeginningAnew || m_pMutex != &mutex) [[unlikely]] {
+        s_holder = 0;
+        mutex.release();
+        return false;
     }
-    m_lockDepth = isNested ? m_lockDepth + 1 : 1;
-    if (!isNested) {
-        backOutAtEnd(mutex, timeoutMs);
-        CSpyJournal::begin();
-        backOutAtEnd(mutex, timeoutMs); // what a dead process has begun may not have been finished
-        lookAgain();
-    }
+    m_lockDepth = 1;
+    backOutAtEnd(mutex, timeoutMs);
+    CSpyJournal::begin();
+    backOutAtEnd(mutex, timeoutMs); // what a dead process has begun may not have been finished
+    lookAgain();
     return true;
 } catch (const CMutexTimeoutException&) {
     return false;
@@ -1085,26 +1081,29 @@ void CSpyHeap::backOutAtEnd(CSpyMutex& mutex, int timeoutMs)
 {
     if (s_leaver == 0) [[likely]]
         return;
-    m_lockDepth = 0;
-    s_holder = 0;
+    holdNothing();
     mutex.release();
     refuseAtEnd(timeoutMs);
 }
 
-void CSpyHeap::unlock()
+void CSpyHeap::unlockLast()
 {
     CSpyMutex* mutex = m_pMutex.load(std::memory_order_acquire);
     GX_ASSERT(mutex, "m_pMutex !=0");
-    if (mutex->isAcquired()) {
-        if (m_lockDepth == 1) {
-            CSpyJournal::end();
-            if (!s_dropped.empty())
-                deleteDropped();
-        }
-        if (--m_lockDepth == 0)
-            s_holder = 0;
+    if (isHeldHere()) {
+        CSpyJournal::end();
+        if (!s_dropped.empty())
+            deleteDropped();
+        holdNothing();
     }
     mutex->release();
+}
+
+/// Also in a child made by fork, which has not got the mutex of its parent's thread.
+void CSpyHeap::holdNothing()
+{
+    m_lockDepth = 0;
+    s_holder = 0;
 }
 
 bool CSpyHeap::islocked()

@@ -110,7 +110,6 @@ CLately s_lately;
 std::bitset<MaxHeap + 1> s_marked;
 std::vector<CSpyHeap*>& s_dropped = *new std::vector<CSpyHeap*>;
 bool s_isPlayingBack = false;
-std::atomic<pthread_t> s_holder = 0; ///< of the mutex
 int64_t s_confirmedAt = 0;           ///< tick of the clock in which the era was
 
 /// Tells this process from all others, also from those that it forks.
@@ -296,12 +295,11 @@ void CSpyJournal::detach()
 
 void CSpyJournal::begin()
 {
-    s_holder = pthread_self();
     forget();
     s_parts = 0;
     s_dropped.clear();
     s_isPlayingBack = false; // a child made by fork may have it from its parent
-    s_holding.fetch_add(1 + (s_holding & 1), std::memory_order_relaxed);
+    hold(1 + (holding() & 1));
     if (s_segment)
         s_seesAll.store(header().m_isMixed.load() == 0, std::memory_order_relaxed);
     if (!isSealed())
@@ -313,9 +311,14 @@ void CSpyJournal::begin()
 void CSpyJournal::end()
 {
     close();
-    s_holder = 0;
     s_parts = 0;
-    s_holding.fetch_add(1, std::memory_order_relaxed);
+    hold(1);
+}
+
+/// Only the holder changes it.
+void CSpyJournal::hold(uint64_t more)
+{
+    s_holding.store(holding() + more, std::memory_order_relaxed);
 }
 
 void CSpyJournal::leave()
@@ -406,7 +409,7 @@ void CSpyJournal::rollBack()
     forget();
     s_parts = 0;
     s_dropped.clear();
-    s_holding.fetch_add(2, std::memory_order_relaxed);
+    hold(2);
 }
 
 /// May be interrupted anywhere and begun again.
@@ -451,7 +454,7 @@ void CSpyJournal::keep(const void* place, size_t length)
 {
     // A store without the mutex is one of a word that belongs to nobody else: it has no part in anybody's
     // unit.
-    if (!s_segment || s_isPlayingBack || length == 0 || s_holder != pthread_self())
+    if (!s_segment || s_isPlayingBack || length == 0 || !CSpyHeap::isHeldHere())
         return;
     const CSpyHeap* heap = CSpyHeap::around(place, length);
     if (!heap)

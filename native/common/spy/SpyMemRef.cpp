@@ -83,9 +83,10 @@ template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) co
 {
     const CSpyHeap::CReading reading;
     CSpyHeap* heap = validHeap();
+    const bool mayWait = !CSpyHeap::isHeldHere();
     CAccess access(heap, failure);
-    // Another thread or process may have freed the block while this one waited for the mutex.
-    heap = validHeap();
+    if (mayWait) // another thread or process may have freed the block meanwhile
+        heap = validHeap();
     const auto* pHeapAddress = heap->header();
     GX_ASSERT(pHeapAddress, "pHeapAddress != 0");
     const CSpyHeap::CBlockCopy found = heap->copyAt(blockId());
