@@ -39,6 +39,8 @@ struct [[gnu::packed]] CTrailer {
     uint32_t m_length;
 };
 
+constexpr uint32_t Nowhere = 0xFFFFFFFF; ///< of the record that fills the end of a segment
+
 /// Bytes of heaps; `m_to` may lie beyond the last heap.
 struct CRange {
     uint64_t m_from, m_to;
@@ -110,7 +112,7 @@ CLately s_lately;
 std::bitset<MaxHeap + 1> s_marked;
 std::vector<CSpyHeap*>& s_dropped = *new std::vector<CSpyHeap*>;
 bool s_isPlayingBack = false;
-int64_t s_confirmedAt = 0;           ///< tick of the clock in which the era was
+int64_t s_confirmedAt = 0; ///< tick of the clock in which the era was
 
 /// Tells this process from all others, also from those that it forks.
 class CSeal {
@@ -139,9 +141,60 @@ unsigned char* records()
     return s_segment->area() + sizeof(CHeader);
 }
 
-size_t capacity()
+/// Of one segment, for records.
+size_t room()
 {
     return s_segment->size() - sizeof(CHeader);
+}
+
+size_t capacity()
+{
+    return room() * s_segment->count();
+}
+
+size_t placeInSegment(size_t at)
+{
+    return at < room() ? at : at % room();
+}
+
+unsigned char* recordAt(size_t at)
+{
+    if (at < room()) [[likely]]
+        return records() + at;
+    return s_segment->area(at / room()) + sizeof(CHeader) + at % room();
+}
+
+bool reach(size_t end)
+{
+    while (end > capacity())
+        if (!s_segment->extend())
+            return false;
+    return true;
+}
+
+/// One record, in one segment.
+void write(uint32_t where, const unsigned char* bytes, uint32_t length)
+{
+    const CTrailer trailer{where, length};
+    unsigned char* const place = recordAt(s_used);
+    if (bytes)
+        std::memcpy(place, bytes, length);
+    std::memcpy(place + length, &trailer, sizeof trailer);
+    s_used += length + sizeof trailer;
+}
+
+/// Bytes that the next record can have where it begins. A segment ends with the trailer of a record, be it
+/// one of nothing.
+uint32_t leftInSegment()
+{
+    constexpr size_t Trailers = 2 * sizeof(CTrailer);
+    const size_t left = room() - placeInSegment(s_used);
+    return left > Trailers ? static_cast<uint32_t>(left - Trailers) : 0;
+}
+
+void fillSegment()
+{
+    write(Nowhere, nullptr, static_cast<uint32_t>(room() - placeInSegment(s_used) - sizeof(CTrailer)));
 }
 
 [[noreturn]] void waitForEnd()
@@ -251,15 +304,16 @@ void restore(CLeftHeaps& heaps, const CTrailer& record, const unsigned char* byt
 /// Latest first. What contradicts itself, which only a stranger can have written, ends it.
 void restoreAll(CLeftHeaps& heaps)
 {
+    reach(std::min<size_t>(header().m_used.load(), CJournalSegment::Largest));
     size_t at = std::min<size_t>(header().m_used.load(), capacity());
     while (at >= sizeof(CTrailer)) {
-        const CTrailer record =
-            readOnce(*reinterpret_cast<const CTrailer*>(records() + at - sizeof(CTrailer)));
-        at -= sizeof record;
-        if (record.m_length > at)
+        at -= sizeof(CTrailer);
+        const CTrailer record = readOnce(*reinterpret_cast<const CTrailer*>(recordAt(at)));
+        if (record.m_length > placeInSegment(at))
             return;
         at -= record.m_length;
-        restore(heaps, record, records() + at);
+        if (record.m_where != Nowhere)
+            restore(heaps, record, recordAt(at));
         CSpyJournal::step();
     }
 }
@@ -300,8 +354,10 @@ void CSpyJournal::begin()
     s_dropped.clear();
     s_isPlayingBack = false; // a child made by fork may have it from its parent
     hold(1 + (holding() & 1));
-    if (s_segment)
+    if (s_segment) {
         s_seesAll.store(header().m_isMixed.load() == 0, std::memory_order_relaxed);
+        s_segment->forgetFurther(); // which a child made by fork may have from its parent
+    }
     if (!isSealed())
         ++s_era;
     if (isOpen()) [[unlikely]]
@@ -366,7 +422,7 @@ void CSpyJournal::close()
         step();
         finish();
         seal().store(CSeal::get());
-        if (s_used > KeptPages)
+        if (s_used > std::min(KeptPages, room()))
             s_segment->shrink(KeptPages);
     }
     forget();
@@ -445,6 +501,7 @@ void CSpyJournal::playBack()
     }
     header().m_marking.store(0);
     header().m_open.store(0);
+    s_segment->shrink(KeptPages);
     s_isPlayingBack = false;
 }
 
@@ -468,21 +525,35 @@ void CSpyJournal::keep(const void* place, size_t length)
         append(where, place, static_cast<uint32_t>(length));
 }
 
+/// In the segments that are there, in further ones, or in a journal that begins anew.
+bool CSpyJournal::makeRoomFor(uint32_t length)
+{
+    const size_t segments = length < room() ? 2 : length / room() + 2;
+    const auto end = [&] { return s_used + length + segments * 2 * sizeof(CTrailer); };
+    if (reach(end())) [[likely]]
+        return true;
+    CTracer::debugTrace("A change of spy memory outgrows its journal: it is not made in one piece");
+    checkpoint();
+    if (isCut())
+        waitForEnd();
+    return reach(end());
+}
+
 void CSpyJournal::append(uint32_t where, const void* place, uint32_t length)
 {
-    const CTrailer trailer{where, length};
-    if (length + sizeof trailer > capacity() - s_used) {
-        CTracer::debugTrace("A change of spy memory outgrows its journal: it is not made in one piece");
-        checkpoint();
-        if (isCut())
-            waitForEnd();
-        if (length + sizeof trailer > capacity())
-            return;
-        s_lately.has(where, length);
+    if (!makeRoomFor(length))
+        return;
+    s_lately.has(where, length); // also in a journal that was begun anew
+    const auto* bytes = static_cast<const unsigned char*>(place);
+    while (length != 0) {
+        if (leftInSegment() == 0)
+            fillSegment();
+        const uint32_t part = std::min(length, leftInSegment());
+        write(where, bytes, part);
+        where += part;
+        bytes += part;
+        length -= part;
     }
-    std::memcpy(records() + s_used, place, length);
-    std::memcpy(records() + s_used + length, &trailer, sizeof trailer);
-    s_used += length + sizeof trailer;
     s_mostUsed = std::max(s_mostUsed, s_used);
     publish(s_used);
     step();

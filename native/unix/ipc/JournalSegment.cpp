@@ -6,14 +6,34 @@
 #include "NoticePage.h"
 #include "SegmentSweep.h"
 #include "SharedMemoryHeader.h"
+#include "SpyJournal.h"
 #include "UnixSharedMemory.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <initializer_list>
 #include <sys/ipc.h>
 #include <sys/mman.h>
 #include <sys/shm.h>
+
+namespace {
+/// @return -1 for none, and for one that is somebody else's
+int idOf(key_t key, size_t size)
+{
+    const int mode = CSharedMemoryHeader::looksOnly() ? 0 : IPC_CREAT;
+    const int id = shmget(key, size, mode | SHM_NORESERVE | IpcRights);
+    const CSegmentStatus status(id);
+    return status.mayBeOurs() && status.size() == size ? id : -1;
+}
+
+/// @return null when the system refuses
+unsigned char* attached(int id)
+{
+    void* const address = id == -1 ? reinterpret_cast<void*>(-1) : shmat(id, nullptr, 0);
+    return address == reinterpret_cast<void*>(-1) ? nullptr : static_cast<unsigned char*>(address);
+}
+} // namespace
 
 CAttachments::CAttachments(int segment)
 {
@@ -27,12 +47,12 @@ CAttachments::CAttachments(int segment)
 }
 
 CJournalSegment::CJournalSegment(const CSharedMemory& firstHeap)
-    : m_heapId(static_cast<const CUnixSharedMemory&>(firstHeap).id())
+    : m_key(static_cast<const CUnixSharedMemory&>(firstHeap).attachedKey()),
+      m_heapId(static_cast<const CUnixSharedMemory&>(firstHeap).id())
 {
-    const key_t key =
-        CSegmentSweep::journalKey(static_cast<const CUnixSharedMemory&>(firstHeap).attachedKey());
+    const key_t key = CSegmentSweep::journalKey(m_key);
     // Whoever comes later finds the size that the first one got.
-    for (const size_t size : {Largest, size_t{16} << 20, size_t{1} << 20})
+    for (const size_t size : {Largest, size_t{16} << 20, Smallest})
         if (attach(key, size))
             return;
     CTracer::debugTrace("Changes of spy memory are not journalled: key = 0x%0x , %s",
@@ -41,20 +61,17 @@ CJournalSegment::CJournalSegment(const CSharedMemory& firstHeap)
 
 bool CJournalSegment::attach(int key, size_t size)
 {
-    const int id =
-        shmget(key, size, (CSharedMemoryHeader::looksOnly() ? 0 : IPC_CREAT) | SHM_NORESERVE | IpcRights);
+    const int id = idOf(key, size);
     const CSegmentStatus status(id);
-    if (!status.mayBeOurs() || status.size() != size)
-        return false;
-    void* const address = shmat(id, nullptr, 0);
-    if (address == reinterpret_cast<void*>(-1)) {
+    unsigned char* const area = attached(id);
+    if (!area) {
         if (status.attachments() == 0)
             shmctl(id, IPC_RMID, nullptr);
         return false;
     }
     m_id = id;
     m_size = size - sizeof(CNoticePage);
-    m_area = static_cast<unsigned char*>(address);
+    m_area = area;
     m_existed = status.attachments() != 0;
     CNoticePage::use(m_area + m_size, !m_existed);
     return true;
@@ -65,6 +82,7 @@ CJournalSegment::~CJournalSegment()
     if (!m_area)
         return;
     CNoticePage::leave();
+    forgetFurther();
     shmdt(m_area);
     if (CSegmentStatus(m_id).attachments() == 0)
         shmctl(m_id, IPC_RMID, nullptr);
@@ -83,7 +101,42 @@ bool CJournalSegment::isWithAllAsBefore()
     return isAsBefore && m_hasAll;
 }
 
-void CJournalSegment::shrink(size_t kept) const
+bool CJournalSegment::isFurther(const void* start, size_t size)
 {
-    madvise(m_area + kept, m_size - kept, MADV_REMOVE);
+    constexpr char None[sizeof CSpyJournal::Signature] = {}; // its maker died before it was signed
+    return (size == Smallest || size == size_t{16} << 20) &&
+           (std::memcmp(start, CSpyJournal::Signature, sizeof None) == 0 ||
+            std::memcmp(start, None, sizeof None) == 0);
+}
+
+bool CJournalSegment::extend()
+{
+    const size_t whole = m_size + sizeof(CNoticePage);
+    if ((count() + 1) * whole > Largest)
+        return false;
+    const int id = idOf(CSegmentSweep::journalKey(m_key, static_cast<int>(count())), whole);
+    unsigned char* const area = attached(id);
+    if (!area || !isFurther(area, whole)) {
+        if (area)
+            shmdt(area);
+        return false;
+    }
+    std::memcpy(area, CSpyJournal::Signature, sizeof CSpyJournal::Signature);
+    m_further[m_count++] = {id, area};
+    return true;
+}
+
+void CJournalSegment::forgetFurther()
+{
+    while (m_count != 0)
+        shmdt(m_further[--m_count].m_area);
+}
+
+void CJournalSegment::shrink(size_t kept)
+{
+    for (size_t number = 0; number < m_count; ++number)
+        shmctl(m_further[number].m_id, IPC_RMID, nullptr);
+    forgetFurther();
+    if (kept < m_size)
+        madvise(m_area + kept, m_size - kept, MADV_REMOVE);
 }

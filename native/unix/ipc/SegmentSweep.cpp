@@ -1,6 +1,7 @@
 #include "SegmentSweep.h"
 
 #include "IpcStatus.h"
+#include "JournalSegment.h"
 #include "ProcessEnd.h"
 #include "SharedMemory.h"
 #include "SpyJournal.h"
@@ -79,6 +80,12 @@ public:
     bool isHeap() const { return isSigned(CSpyHeap::HeapObjectName); }
     /// Attached only by processes that use no heap 0 any more and are about to be over.
     bool isLeftJournal() const { return isUnattached() || isSigned(CSpyJournal::Signature); }
+    /// Of a unit that a dead process has left.
+    bool isFurtherJournal() const
+    {
+        return m_status.mayBeOurs() && isUnattached() &&
+               look([](const char* base, size_t size) { return CJournalSegment::isFurther(base, size); });
+    }
     /// Whether the record of the semaphore list lies in it (see CSemaphoreList::CRecord).
     bool namesList(key_t key, int set) const
     {
@@ -238,11 +245,20 @@ void CSegmentSweep::removeIfUnused(const CSharedMemoryHeader* directory, const C
             unused.push_back(heap);
         }
     if (isKnown) {
-        if (const CFound journal(journalKey(store.m_base)); journal.isLeftJournal())
-            journal.remove();
+        removeJournal(store.m_base);
         removeSets(directory, store.m_base, isListNamed, false);
     }
     std::for_each(unused.rbegin(), unused.rend(), [](const CFound& heap) { heap.remove(); });
+}
+
+void CSegmentSweep::removeJournal(key_t base)
+{
+    if (const CFound journal(journalKey(base)); journal.isLeftJournal())
+        journal.remove();
+    for (int number = 1; number < static_cast<int>(CJournalSegment::Largest / CJournalSegment::Smallest);
+         ++number)
+        if (const CFound further(journalKey(base, number)); further.isFurtherJournal())
+            further.remove();
 }
 
 /// Keys of displays follow each other: the list of one may be the lock of the next.

@@ -20,7 +20,12 @@ public:
     /// whose segments were removed from the system while processes use them, so that those begin anew, too.
     static void removeOrphanedSets(const CSharedMemoryHeader& directory, key_t base) noexcept;
     /// The key of the journal that goes with the first heap of a display (see CJournalSegment).
-    static key_t journalKey(key_t baseHeap) { return FirstJournal + (baseHeap & 0xFFFFFF); }
+    /// @param number  1 or more: of a further segment
+    static key_t journalKey(key_t baseHeap, int number = 0)
+    {
+        return static_cast<key_t>(FirstJournal + (static_cast<uint32_t>(number) << 24) +
+                                  (static_cast<uint32_t>(baseHeap) & 0xFFFFFF));
+    }
     /// A heap that this process had as the first of a display may have gone before its semaphores. Any
     /// thread.
     static void rememberBaseHeap(key_t key);
@@ -34,7 +39,7 @@ public:
     static bool runAtExit();
 
 private:
-    static constexpr key_t FirstJournal = 0x4A000000;
+    static constexpr uint32_t FirstJournal = 0x4A000000;
 
     /// The keys of a display's heaps.
     struct CStore {
@@ -48,6 +53,7 @@ private:
     static void removeIfUnused(const CSharedMemoryHeader* directory, const CStore& store);
     static void removeSets(const CSharedMemoryHeader* directory, key_t base, bool isListNamed,
                            bool isLockOurs);
+    static void removeJournal(key_t base);
     static void removeNameless(const CSharedMemoryHeader& directory);
     static const CSharedMemoryHeader::CEntry* entryOf(const CSharedMemoryHeader& directory, key_t key);
     static bool isBaseInUse(const CSharedMemoryHeader* directory, key_t key);

@@ -2,6 +2,7 @@
 #include "ChildProcess.h"
 #include "Mailslot.h"
 #include "Mutex.h"
+#include "PrivateIpc.h"
 #include "SegmentSweep.h"
 #include "SemaphoreList.h"
 #include "SharedMemory.h"
@@ -17,6 +18,7 @@
 #include <functional>
 #include <sstream>
 #include <sys/sem.h>
+#include <sys/shm.h>
 #include <thread>
 
 namespace {
@@ -192,15 +194,20 @@ CSpyVariant vectorAt(const CSpyMemRef& ref)
     return CSpyVariant(CSpyVector(ref));
 }
 
+void makeMailslot(const CStore& store, const CJavaMailslotUnit& unit, const char* name)
+{
+    const CSpyMemRef requests = unit.newVector(), posts = unit.newVector();
+    CMailslot slot;
+    slot.create(CName(name), requests, posts);
+    slot.send(false);
+    const CSpyCall call;
+    CSpyMap(store.map).put(CName(name), CSpyVariant(slot));
+}
+
 void openMailslot(const CStore& store)
 {
     const CJavaMailslotUnit unit;
-    const CSpyMemRef requests = unit.newVector(), posts = unit.newVector();
-    CMailslot slot;
-    slot.create(CName("opened"), requests, posts);
-    slot.send(false);
-    const CSpyCall call;
-    CSpyMap(store.map).put(CName("opened"), CSpyVariant(slot));
+    makeMailslot(store, unit, "opened");
 }
 
 void postMessage(const CStore& store)
@@ -232,6 +239,12 @@ void takeMessages(const CStore& store)
     unit.removeAll(slot.mailbox()->m_sendQueue.ref());
 }
 
+void reply(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    unit.add(store.request, CSpyVariant(CName("answer"), 0));
+}
+
 void failRequest(const CStore& store)
 {
     const CJavaMailslotUnit unit;
@@ -249,19 +262,36 @@ void withdrawRequest(const CStore& store)
     unit.free<CSpyVector>(store.request);
 }
 
-void closeMailslot(const CStore& store)
+void unregister(const CStore& store)
 {
-    const CJavaMailslotUnit unit;
-    {
-        const CSpyCall call;
-        CSpyMap(store.map).remove(CName("slot"));
-    }
+    const CSpyCall call;
+    CSpyMap(store.map).remove(CName("slot"));
+}
+
+void discard(const CStore& store, const CJavaMailslotUnit& unit)
+{
     CMailslot slot(store.slot);
     const CSpyMemRef requests = slot.mailbox()->m_sendQueue.ref(), posts = slot.mailbox()->m_postQueue.ref();
     slot.release();
     for (const CSpyMemRef& vector : {store.request, requests, posts})
         unit.free<CSpyVector>(vector);
     unit.free<CSpyMemory>(store.slot);
+}
+
+void closeMailslot(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    unregister(store);
+    discard(store, unit);
+}
+
+void replaceMailslot(const CStore& store)
+{
+    const CJavaMailslotUnit unit;
+    CMailslot(store.slot).detach(); // when it was found that its receiver is dead
+    discard(store, unit);
+    unregister(store);
+    makeMailslot(store, unit, "slot");
 }
 
 /// Messages in the queues of the mailslot beyond the signals that tell of them: a receiver would not see
@@ -287,9 +317,11 @@ const struct {
     {"post", postMessage},
     {"send a request", request},
     {"take all messages", takeMessages},
+    {"reply", reply},
     {"fail a request", failRequest},
     {"withdraw a request", withdrawRequest},
     {"close a mailslot", closeMailslot},
+    {"open a mailslot in place of a dead one", replaceMailslot},
     {"allocate", [](auto&) { CSpyMemRef(60, 0); }},
     {"free", [](auto& store) { CSpyMemRef(store.block).free(); }},
     {"grow in place", [](auto& store) { CSpyMemRef(store.slot).realloc(200); }},
@@ -482,29 +514,34 @@ TEST(SpyJournalDeathTest, ReplacesTheSemaphoresOfAMutexOrNot)
     beginWith(0x100000);
 }
 
-/// Its next entry makes a map grow that has `entries`: wherever the process is killed that puts it, the map
-/// has those, and the blocks that it had.
-void expectWholeGrowth(const CSpyMemRef& ref, int entries, const std::function<CName(int)>& nameOf)
+/// A journal of segments of that size, as of a system that allows no larger ones.
+void useJournal(size_t segment)
 {
-    CSpyMapHdr header;
-    ref.read(&header, sizeof header);
-    header.m_collisions = 4 * header.m_count;
-    CSpyMemRef(ref).write(&header, sizeof header);
+    const CSharedMemoryGuard guard;
+    CSpyJournal::detach();
+    const key_t base = CSharedMemoryHeader::get()->getKey(CSharedMemoryHeader::display(), 0);
+    ASSERT_NE(-1, shmget(CSegmentSweep::journalKey(base), segment, IPC_CREAT | SHM_NORESERVE | 0666));
+    CSpyJournal::attach(*CSpyHeap::getHeap(0)->sharedMemory());
+}
+
+/// Wherever the process is killed that does `work`, which takes more than one segment of the journal: all is
+/// as before, and in the end as after.
+void expectWholeInSegments(const std::function<void()>& work, const std::function<void(bool isDone)>& check)
+{
+    const size_t objects = systemVObjects().size();
     const uint32_t blocks = CSpyHeap::getStats().numberUsedBlocks;
-    const auto put = [&] { CSpyMap(ref).put(nameOf(entries), CSpyVariant(entries)); };
-    int steps = 5;
-    for (; killAfter(steps, put); steps *= 100) {
+    size_t most = 0;
+    for (int steps = 3; killAfter(steps, work); steps *= 7) {
         SCOPED_TRACE("killed after step " + std::to_string(steps));
+        most = std::max(most, systemVObjects().size());
         const CSpyHeapLock lock;
-        const CSpyMap map(ref);
-        EXPECT_EQ(entries, static_cast<int>(map.size()));
         EXPECT_EQ(blocks, CSpyHeap::getStats().numberUsedBlocks);
-        for (int number = 0; number < entries; number += 97)
-            ASSERT_TRUE(map.get(nameOf(number)) == CSpyVariant(number)) << number;
-        EXPECT_FALSE(map.containsKey(nameOf(entries)));
+        check(false);
+        EXPECT_EQ(objects, systemVObjects().size());
     }
-    EXPECT_GT(steps, 5000) << "it did not grow";
-    EXPECT_TRUE(CSpyMap(ref).containsKey(nameOf(entries)));
+    EXPECT_GT(most, objects) << "no death left a further segment: it was shorter than thought";
+    check(true);
+    EXPECT_EQ(objects, systemVObjects().size());
 }
 
 TEST(SpyJournalDeathTest, IsNotOutgrownByTheLargestOperations)
@@ -530,7 +567,32 @@ TEST(SpyJournalDeathTest, IsNotOutgrownByTheLargestOperations)
             map.update();
         }
     });
-    expectWholeGrowth(map.ref(), Entries, nameOf);
+    useJournal(CJournalSegment::Smallest);
+    CSpyMapHdr header;
+    map.ref().read(&header, sizeof header);
+    header.m_collisions = 4 * header.m_count; // which makes it grow with the next entry
+    CSpyMemRef(map.ref()).write(&header, sizeof header);
+    expectWholeInSegments([&] { CSpyMap(map.ref()).put(nameOf(Entries), CSpyVariant(Entries)); },
+                          [&](bool isDone) {
+                              const CSpyMap found(map.ref());
+                              EXPECT_EQ(Entries + isDone, static_cast<int>(found.size()));
+                              for (int number = 0; number < Entries + isDone; number += isDone ? 1 : 997)
+                                  ASSERT_TRUE(found.get(nameOf(number)) == CSpyVariant(number)) << number;
+                              EXPECT_EQ(isDone, found.containsKey(nameOf(Entries)));
+                          });
+    CSpyVector texts;
+    texts.create(Transaction, 30000, 1);
+    for (int number = 0; number < 30000; ++number)
+        texts.addElement(CSpyVariant(nameOf(number), texts.ref().heapId()));
+    texts.update();
+    expectWholeInSegments([&] { CSpyVector(texts.ref()).removeAllElements(); },
+                          [&](bool isDone) {
+                              const CSpyVector found(texts.ref());
+                              ASSERT_EQ(isDone ? 0U : 30000U, found.size());
+                              for (int number = 0; number < 30000 && !isDone; number += 97)
+                                  ASSERT_TRUE(found.get(number) == nameOf(number)) << number;
+                          });
+    useJournal(CJournalSegment::Largest);
     CSpyVector vector;
     vector.create(Transaction, 700000, 1);
     {
