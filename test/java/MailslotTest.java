@@ -165,11 +165,11 @@ class MailslotTest {
         }
     }
 
-    private static SpyVector queueOf(Mailslot slot) {
+    private static Object fieldOf(Mailslot slot, String name) {
         try {
-            var queue = Mailslot.class.getDeclaredField("sendMessageQueue");
-            queue.setAccessible(true);
-            return (SpyVector) queue.get(slot);
+            var field = Mailslot.class.getDeclaredField(name);
+            field.setAccessible(true);
+            return field.get(slot);
         } catch (ReflectiveOperationException e) {
             throw new AssertionError(e);
         }
@@ -182,7 +182,7 @@ class MailslotTest {
         try (Mailslot slot = Mailslot.open("robust")) {
             Mailslot sender = Mailslot.find("robust");
             sender.lock();
-            queueOf(sender).addElement(gone);
+            ((SpyVector) fieldOf(sender, "sendMessageQueue")).addElement(gone);
             gone.free();
             sender.unlock();
             Thread server = new Thread(() -> slot.serve(message -> {
@@ -324,6 +324,40 @@ class MailslotTest {
             assertFalse(registry.containsKey("ends"));
             assertThrows(MailslotGoneException.class, () -> slot.post(1));
         }
+    }
+
+    @Test
+    void leavesNothingOfAMailslotThatGetsNoSemaphores() {
+        List<Mailslot> slots = new ArrayList<>();
+        assertThrows(IllegalStateException.class, () -> {
+            while (true) {
+                slots.add(Mailslot.open("one of " + slots.size()));
+            }
+        });
+        assertEquals(15, slots.size());
+        slots.forEach(Mailslot::close);
+    }
+
+    /** By ipcrm, or at the end of a session: while each operation that waits does, and between all of them. */
+    @Test
+    void isGoneForAllWhenItsSemaphoresAreRemoved() throws Exception {
+        Mailslot slot = Mailslot.open("robbed");
+        Mailslot sender = Mailslot.find("robbed");
+        var asking = CompletableFuture.supplyAsync(
+                () -> millisOf(() -> sender.call("question", 60_000), MailslotGoneException.class));
+        Mailslot.Message question = slot.receive();
+        var receiving = CompletableFuture.supplyAsync(slot::receive);
+        var waiting = CompletableFuture.supplyAsync(() -> sender.sendIPC(true));
+        String set = String.valueOf(fieldOf(slot, "eventHandle"));
+        assertEquals(0, new ProcessBuilder("ipcrm", "-s", set).inheritIO().start().waitFor());
+        assertNull(receiving.get(5, TimeUnit.SECONDS));
+        assertFalse(waiting.handle((replied, failure) -> failure == null && replied).get(5, TimeUnit.SECONDS));
+        assertTrue(asking.get(5, TimeUnit.SECONDS) < 5000);
+        assertFalse(question.reply("late"));
+        assertThrows(MailslotGoneException.class, () -> sender.post(1));
+        assertNull(Mailslot.find("robbed"));
+        slot.close();
+        Mailslot.open("robbed").close();
     }
 
     @Test

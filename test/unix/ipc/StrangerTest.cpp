@@ -225,11 +225,14 @@ TEST(StrangerTest, IsNotTakenForDeadAsTheOwnerOfAMailslotForHisProcessCannotBeSe
             CMailslot found(CSpyMemory(CAsciiName("slot")).ref());
             EXPECT_TRUE(found.attach(0));
             EXPECT_TRUE(found.send(false));
+            EXPECT_TRUE(found.send(true)) << "and replied to";
             // This process has the id that the owner has written where that is another's.
             found.mailbox()->m_owner.store(getpid());
             g_pid = getpid();
             EXPECT_FALSE(found.isOwn());
             parent.pass();
+            EXPECT_TRUE(found.send(true)) << "and detached meanwhile";
+            EXPECT_THROW(found.send(false), CMailslotGoneException);
         },
         [](CChildProcess& sender) {
             CMailslot slot;
@@ -238,8 +241,11 @@ TEST(StrangerTest, IsNotTakenForDeadAsTheOwnerOfAMailslotForHisProcessCannotBeSe
             slot.send(false);
             EXPECT_TRUE(slot.waitForMessage() && slot.isOwn());
             sender.pass();
+            EXPECT_TRUE(slot.waitForMessage() && slot.waitForMessage() && slot.replyTo());
             EXPECT_TRUE(sender.wait());
             EXPECT_FALSE(slot.handle().isNull());
+            EXPECT_TRUE(slot.waitForMessage());
+            slot.detach();
             EXPECT_EQ(0, sender.join());
             CSpyHeap::deleteBaseHeap();
         });

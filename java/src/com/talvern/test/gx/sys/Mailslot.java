@@ -446,7 +446,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * Waits for the next message, without limit; {@link #close} ends it, an interrupt does not. Only the process that
      * has opened the mailslot receives, and one of its threads at a time.
      *
-     * @return the message; null once the mailslot is closed
+     * @return the message; null once the mailslot is closed, or its semaphores were removed from the system
      * @throws IllegalStateException this object has not opened the mailslot
      */
     public Message receive() {
