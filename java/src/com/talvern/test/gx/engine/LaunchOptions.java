@@ -61,7 +61,7 @@ public record LaunchOptions(boolean follows, String domain, boolean leavesRunnin
 
     /** What stands in front of the program's own command. */
     List<String> launcher() {
-        List<String> command = new ArrayList<>(List.of(Launcher.path()));
+        List<String> command = new ArrayList<>(Launcher.command());
         if (follows) {
             command.add("--follow");
         }

@@ -1,12 +1,11 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.sys.NativeLibrary;
-import java.io.File;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
-import java.util.Arrays;
 import java.util.List;
+import java.util.Optional;
+import java.util.stream.Stream;
 
 /** Where {@code gxrun} is. */
 final class Launcher {
@@ -15,33 +14,27 @@ final class Launcher {
 
     private Launcher() {}
 
-    static String path() {
-        String path = System.getProperty(PROPERTY);
-        return path != null ? path : besideLibrary();
+    /** @return {@code gxrun}, with the jar to use when there is none where it looks */
+    static List<String> command() {
+        String named = System.getProperty(PROPERTY);
+        if (named != null) {
+            return List.of(named);
+        }
+        Optional<Path> directory = NativeLibrary.file().map(Path::getParent);
+        Optional<Path> unpacked = directory.flatMap(each -> program(each, "gxrun"));
+        if (unpacked.isPresent() && NativeLibrary.classes().isPresent()) {
+            return List.of(unpacked.get().toString(), "--jar", NativeLibrary.classes().get().toString());
+        }
+        return List.of(directory.flatMap(Launcher::ofInstallation).map(Path::toString).orElse("gxrun"));
     }
 
-    /** In a build directory the programs lie in bin, when installed in the bin beside lib or lib/x86_64-linux-gnu. */
-    private static String besideLibrary() {
-        for (Path directory : libraryDirectories()) {
-            for (String way : new String[] {"bin", "../bin", "../../bin"}) {
-                Path candidate = directory.resolve(way).resolve("gxrun");
-                if (Files.isExecutable(candidate)) {
-                    return candidate.toString();
-                }
-            }
-        }
-        return "gxrun";
+    /** In a build directory the programs lie in bin, when installed in the bin beside lib/jni or lib/x86_64-linux-gnu/jni. */
+    private static Optional<Path> ofInstallation(Path directory) {
+        return Stream.of("bin", "../bin", "../../bin", "../../../bin").flatMap(way -> program(directory, way + "/gxrun").stream())
+            .findFirst();
     }
 
-    /** Absolute: the program may be started in another directory. */
-    private static List<Path> libraryDirectories() {
-        List<Path> directories = new ArrayList<>();
-        String library = System.getProperty(NativeLibrary.PATH_PROPERTY, "");
-        if (!library.isEmpty()) {
-            directories.add(Path.of(library).toAbsolutePath().getParent());
-        }
-        Arrays.stream(System.getProperty("java.library.path", "").split(File.pathSeparator))
-            .forEach(directory -> directories.add(Path.of(directory).toAbsolutePath()));
-        return directories;
+    private static Optional<Path> program(Path directory, String way) {
+        return Optional.of(directory.resolve(way)).filter(Files::isExecutable);
     }
 }
