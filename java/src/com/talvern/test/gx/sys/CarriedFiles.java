@@ -5,8 +5,8 @@ import java.io.InputStream;
 import java.io.UncheckedIOException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
-import java.nio.file.attribute.FileTime;
 import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.time.Duration;
@@ -115,13 +115,20 @@ final class CarriedFiles {
 
     /** Those of processes that were killed; a living one has them for less than a second. */
     private static void removeParts(Path directory) throws IOException {
-        FileTime latest = FileTime.from(Instant.now().minus(LONGEST_WRITE));
         try (DirectoryStream<Path> parts = Files.newDirectoryStream(directory, "*" + OwnDirectory.PART)) {
             for (Path part : parts) {
-                if (Files.exists(part) && Files.getLastModifiedTime(part).compareTo(latest) < 0) {
+                if (isOld(part)) {
                     Files.deleteIfExists(part);
                 }
             }
+        }
+    }
+
+    private static boolean isOld(Path part) throws IOException {
+        try {
+            return Files.getLastModifiedTime(part).toInstant().isBefore(Instant.now().minus(LONGEST_WRITE));
+        } catch (NoSuchFileException e) { // its process has just renamed it
+            return false;
         }
     }
 }
