@@ -35,7 +35,7 @@ constexpr const char* insideMark = "GX_PRIVATE_SESSION";
 [[noreturn]] void die(const char* what)
 {
     std::fprintf(stderr, "private session: %s: %s\n", what, std::strerror(errno));
-    std::exit(1);
+    std::exit(CPrivateSession::NoSession);
 }
 
 class CPrivateHome {
@@ -91,12 +91,15 @@ int awaitEnd(pid_t child)
 
 /// Who ends the session by a signal ends the command, so that the session can clear up behind it.
 int statusOf(const std::vector<std::string>& command)
-{
+try {
     const pid_t child = spawn(command, -1);
     SessionKeeper::passSignalsTo(child);
     const int status = awaitEnd(child);
     SessionKeeper::passSignalsTo(0);
     return status;
+} catch (const CNotStarted& e) {
+    std::fprintf(stderr, "private session: %s\n", e.what());
+    return e.status();
 }
 
 std::string textOf(const std::string& path)
@@ -127,7 +130,10 @@ public:
         : m_program(commandOf(name, home)), m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect)
     {
         if (!within(20s, [&] { return manages() || hasEnded(); }) || hasEnded())
-            throw std::runtime_error("the window manager " + name + " does not run");
+            throw std::runtime_error(
+                "the window manager " + name +
+                " does not run: it has ended, or does not manage the windows within 20 s; "
+                "--wm names another, or none");
     }
     pid_t pid() const { return m_program.pid(); }
 
@@ -240,7 +246,7 @@ int CPrivateSession::run(const std::vector<std::string>& command, const COptions
         return SessionKeeper::run([&] { return runInside(command, options); }, [&] { home.remove(); });
     } catch (const std::exception& e) {
         std::fprintf(stderr, "private session: %s\n", e.what());
-        return 1;
+        return NoSession;
     }
 }
 

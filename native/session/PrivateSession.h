@@ -14,6 +14,7 @@ public:
     };
     /// One of the window managers that are installed, if there is any.
     static constexpr const char* AnyWindowManager = "any";
+    static constexpr int NoSession = 125; ///< status when there is no display, window manager or home for it
     static constexpr int Skipped = 77; ///< status of a session that cannot be had here; CTest knows it
 
     /// Makes sure that this process runs in a private session. Outside of one it makes an empty home
@@ -29,8 +30,8 @@ public:
     static void ensure(int argc, char** argv, bool mayLeave = false);
 
     /// As `ensure` for another program.
-    /// @return the status to exit with: the command's, 128 + signal when it was killed, 1 when anything was
-    /// left behind, `Skipped`
+    /// @return the status to exit with: the command's, 128 + signal when it was killed, 126 or 127 when it could
+    /// not be started, 1 when anything was left behind, `NoSession`, `Skipped`
     static int run(const std::vector<std::string>& command, const COptions& options);
 
     /// Inside of a session: null when it has an IPC namespace of its own, else why a test that needs one is

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
@@ -39,7 +40,14 @@ std::string authority()
 }
 } // namespace
 
-pid_t spawn(const std::vector<std::string>& command, int output)
+CNotStarted::CNotStarted(const std::string& program, int error)
+    : std::runtime_error(program + " cannot be started: " + std::strerror(error) +
+                         (error == ENOENT ? "; give its path, or put its directory into PATH" : "")),
+      m_status(error == ENOENT ? 127 : 126)
+{
+}
+
+pid_t spawn(const std::vector<std::string>& command, int output, int errors)
 {
     std::vector<char*> arguments;
     for (const auto& argument : command)
@@ -57,6 +65,8 @@ pid_t spawn(const std::vector<std::string>& command, int output)
             _exit(127);
         if (output >= 0)
             dup2(output, STDOUT_FILENO);
+        if (errors >= 0)
+            dup2(errors, STDERR_FILENO);
         execvp(arguments[0], arguments.data());
         const int error = errno;
         [[maybe_unused]] const auto told = write(failure[1], &error, sizeof error);
@@ -69,18 +79,18 @@ pid_t spawn(const std::vector<std::string>& command, int output)
         waitpid(child, nullptr, 0);
     close(failure[0]);
     if (error != 0)
-        throw std::runtime_error("cannot start " + command[0] + ": " + std::strerror(error));
+        throw CNotStarted(command[0], error);
     return child;
 }
 
-CProgram::CProgram(const std::vector<std::string>& command)
+CProgram::CProgram(const std::vector<std::string>& command, int errors)
 {
     int output[2];
     if (pipe2(output, O_CLOEXEC) != 0)
         throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
     m_output = output[0];
     try {
-        m_pid = spawn(command, output[1]);
+        m_pid = spawn(command, output[1], errors);
     } catch (...) {
         close(output[0]);
         close(output[1]);
@@ -152,14 +162,30 @@ void CProgram::kill(int signal)
         ::kill(m_pid, signal); // it is still this process's child, and not another of that number
 }
 
+CXvfb::CErrors::CErrors() : file(memfd_create("gx-errors", MFD_CLOEXEC)) {}
+
+CXvfb::CErrors::~CErrors()
+{
+    if (file >= 0)
+        close(file);
+}
+
+std::string CXvfb::CErrors::text() const
+{
+    char text[2000];
+    const ssize_t size = pread(file, text, sizeof text, 0);
+    return size > 0 ? ": " + std::string(text, static_cast<size_t>(size)) : "";
+}
+
 CXvfb::CXvfb(const std::vector<std::string>& options)
     : m_program(withOptions({"setsid", "Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-auth",
                              authority(), "-screen", "0", "1280x1024x24"},
-                            options))
+                            options),
+                m_errors.file)
 {
     const auto number = m_program.line(30s);
     if (!number)
-        throw std::runtime_error("Xvfb did not start");
+        throw std::runtime_error("no display: Xvfb (Debian package xvfb) did not start" + m_errors.text());
     m_name = ":" + *number;
 }
 

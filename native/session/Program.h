@@ -3,19 +3,32 @@
 
 #include <chrono>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
+/// A program that could not be started: its name, why, and the exit status that shells have for that.
+class CNotStarted : public std::runtime_error {
+public:
+    CNotStarted(const std::string& program, int error);
+    int status() const { return m_status; } ///< 127: there is none, 126: there is and it cannot be run
+
+private:
+    int m_status;
+};
+
 /// Starts a program that is killed when the calling thread's process dies.
 /// @param output  descriptor that becomes its standard output; -1 leaves it as it is
-/// @return its process id; the caller waits for it. Throws std::runtime_error when it cannot be started.
-pid_t spawn(const std::vector<std::string>& command, int output);
+/// @param errors  likewise its standard error
+/// @return its process id; the caller waits for it. Throws CNotStarted.
+pid_t spawn(const std::vector<std::string>& command, int output, int errors = -1);
 
 /// A running program whose standard output is read line by line. Killed and reaped by the destructor.
 class CProgram {
 public:
-    explicit CProgram(const std::vector<std::string>& command);
+    /// @param errors  descriptor that becomes its standard error; -1 leaves that as it is
+    explicit CProgram(const std::vector<std::string>& command, int errors = -1);
     ~CProgram();
     CProgram(const CProgram&) = delete;
 
@@ -47,6 +60,15 @@ public:
     CProgram& program() { return m_program; }
 
 private:
+    /// What it says of displays that others have, and of its keyboard, is no news unless it does not start.
+    struct CErrors {
+        CErrors();
+        ~CErrors();
+        CErrors(const CErrors&) = delete;
+        std::string text() const;
+        int file;
+    };
+    CErrors m_errors;
     CProgram m_program;
     std::string m_name;
 };

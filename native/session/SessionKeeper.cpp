@@ -1,5 +1,7 @@
 #include "SessionKeeper.h"
 
+#include "PrivateSession.h"
+
 #include "Within.h"
 
 #include <algorithm>
@@ -111,7 +113,7 @@ void endAll(const std::vector<pid_t>& spared, int signal, std::chrono::milliseco
     signal(callerDied, endCommand);
     prctl(PR_SET_PDEATHSIG, callerDied);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    int status = 1;
+    int status = CPrivateSession::NoSession;
     try {
         if (getppid() == caller)
             status = session();

@@ -22,10 +22,10 @@ constexpr const char* usageText =
     "  --environment  says what is found for sessions on this machine\n"
     "Called as java, it runs the JVM of JAVA_HOME, else that of PATH, in such a session.\n";
 
-int usage(FILE* stream, int status)
+int misused(const std::string& why)
 {
-    std::fputs(usageText, stream);
-    return status;
+    std::fprintf(stderr, "gxsession: %s\n%s", why.c_str(), usageText);
+    return 2;
 }
 
 CPrivateSession::COptions ordinaryOptions()
@@ -79,7 +79,7 @@ int main(int argc, char** argv)
         if (option == "--environment")
             return std::printf("%s\n", CPrivateSession::environment().c_str()) < 0;
         if (option == "--help")
-            return usage(stdout, 0);
+            return std::fputs(usageText, stdout) < 0;
         if (option == "--check") {
             options.mayLeave = false;
             options.takesTurns = true;
@@ -89,10 +89,12 @@ int main(int argc, char** argv)
         } else if (option == "--screen" && at + 1 < argc) {
             options.screen = argv[++at];
         } else {
-            return usage(stderr, 2);
+            return misused(option == "--wm" || option == "--screen" ? option + " wants a word behind it"
+                                                                    : "there is no option " + option);
         }
     }
     if (at < argc && std::strcmp(argv[at], "--") == 0)
         ++at;
-    return at < argc ? CPrivateSession::run({argv + at, argv + argc}, options) : usage(stderr, 2);
+    return at < argc ? CPrivateSession::run({argv + at, argv + argc}, options)
+                     : misused("no command is named");
 }

@@ -40,7 +40,7 @@ TEST(GxSessionTest, EndsAsItsCommandDoes)
         EXPECT_EQ(row.status, CProgram(session(row.script)).wait(30s));
     }
     EXPECT_EQ(2, CProgram({GX_SESSION, "--nonsense", "--", "true"}).wait(30s));
-    EXPECT_EQ(1, CProgram({GX_SESSION, "--", "no-such-command"}).wait(30s));
+    EXPECT_EQ(127, CProgram({GX_SESSION, "--", "no-such-command"}).wait(30s));
 }
 
 TEST(GxSessionTest, HasAWindowManagerWhenTheCommandStarts)
