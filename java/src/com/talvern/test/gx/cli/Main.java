@@ -9,6 +9,7 @@ import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Wait;
 import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetView;
+import com.talvern.test.gx.util.Json;
 import java.io.FileDescriptor;
 import java.io.FileOutputStream;
 import java.io.IOException;
@@ -151,7 +152,7 @@ public final class Main {
     private int tree() {
         Application application = application();
         WidgetView tree = options.containsKey("xwindow") ? window(application).tree() : application.tree();
-        answer(options.containsKey("json") ? Json.of((Object) Json.of(tree)) : tree.toString().stripTrailing());
+        answer(options.containsKey("json") ? Json.of(Members.of(tree)) : tree.toString().stripTrailing());
         return 0;
     }
 
@@ -170,7 +171,7 @@ public final class Main {
         }
         MenuView.Item item = options.containsKey("xwindow") ? window(application).menuItem(path) : application.menuItem(path);
         String checked = item.checked() == null ? "" : item.checked() ? ", checked" : ", unchecked";
-        answer(options.containsKey("json") ? Json.of((Object) Json.of(item)) : (item.enabled() ? "enabled" : "disabled") + checked);
+        answer(options.containsKey("json") ? Json.of(Members.of(item)) : (item.enabled() ? "enabled" : "disabled") + checked);
         return item.enabled() ? 0 : NOT_SO;
     }
 

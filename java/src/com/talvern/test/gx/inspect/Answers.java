@@ -5,6 +5,7 @@ import com.sun.net.httpserver.HttpExchange;
 import com.sun.net.httpserver.HttpHandler;
 import com.talvern.test.gx.engine.ApplicationException;
 import com.talvern.test.gx.engine.WidgetView;
+import com.talvern.test.gx.util.Json;
 import java.awt.Rectangle;
 import java.io.IOException;
 import java.io.InputStream;

@@ -2,6 +2,7 @@ package com.talvern.test.gx.inspect;
 
 import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.WidgetView;
+import com.talvern.test.gx.util.Json;
 import java.awt.Rectangle;
 import java.util.ArrayList;
 import java.util.HashMap;

@@ -1,19 +1,22 @@
-package com.talvern.test.gx.inspect;
+package com.talvern.test.gx.util;
 
 import java.awt.Rectangle;
+import java.util.Collection;
 import java.util.List;
 import java.util.Map;
 
-/** Writes JSON. */
-final class Json {
+/** Writes JSON. Any thread. */
+public final class Json {
     private Json() {}
 
     /**
-     * A value as JSON.
+     * A value as JSON, in ASCII and what is above it: what would end a script or is no whole character is escaped.
      *
-     * @param value null, a text, number, truth value, rectangle (four numbers), list or map
+     * @param value null, a text, number, truth value, rectangle (four numbers), collection or map; anything else is the text
+     *     that it says
+     * @return the JSON text
      */
-    static String of(Object value) {
+    public static String of(Object value) {
         StringBuilder out = new StringBuilder();
         write(out, value);
         return out.toString();
@@ -22,7 +25,7 @@ final class Json {
     private static void write(StringBuilder out, Object value) {
         if (value instanceof Map<?, ?> map) {
             writeMap(out, map);
-        } else if (value instanceof List<?> list) {
+        } else if (value instanceof Collection<?> list) {
             writeList(out, list);
         } else if (value instanceof Rectangle box) {
             writeList(out, List.of(box.x, box.y, box.width, box.height));
@@ -45,7 +48,7 @@ final class Json {
         out.append(map.isEmpty() ? "{}" : "}");
     }
 
-    private static void writeList(StringBuilder out, List<?> list) {
+    private static void writeList(StringBuilder out, Collection<?> list) {
         String separator = "[";
         for (Object each : list) {
             write(out.append(separator), each);
@@ -59,7 +62,7 @@ final class Json {
         for (char each : text.toCharArray()) {
             if (each == '"' || each == '\\') {
                 out.append('\\').append(each);
-            } else if (each < ' ' || each == '<' || Character.isSurrogate(each)) {
+            } else if (each < ' ' || each == 0x7F || each == '<' || Character.isSurrogate(each)) {
                 out.append(String.format("\\u%04x", (int) each));
             } else {
                 out.append(each);

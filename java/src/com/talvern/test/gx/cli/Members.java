@@ -3,43 +3,12 @@ package com.talvern.test.gx.cli;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.WidgetView;
 import java.awt.Rectangle;
-import java.util.Collection;
 import java.util.LinkedHashMap;
 import java.util.Map;
-import java.util.stream.Collectors;
 
-/** Widgets as JSON texts. */
-final class Json {
-    private Json() {}
-
-    static String of(Object value) {
-        if (value instanceof Map<?, ?> members) {
-            return members.entrySet().stream().map(member -> of(member.getKey()) + ":" + of(member.getValue()))
-                .collect(Collectors.joining(",", "{", "}"));
-        }
-        if (value instanceof Collection<?> elements) {
-            return elements.stream().map(Json::of).collect(Collectors.joining(",", "[", "]"));
-        }
-        if (value instanceof Double number && !Double.isFinite(number)) {
-            return "null";
-        }
-        return value == null || value instanceof Number || value instanceof Boolean ? String.valueOf(value)
-            : quoted(value.toString());
-    }
-
-    private static String quoted(String text) {
-        StringBuilder out = new StringBuilder("\"");
-        for (char each : text.toCharArray()) {
-            if (each == '"' || each == '\\') {
-                out.append('\\').append(each);
-            } else if (each < ' ' || each == 0x7F || Character.isSurrogate(each)) {
-                out.append(String.format("\\u%04x", (int) each));
-            } else {
-                out.append(each);
-            }
-        }
-        return out.append('"').toString();
-    }
+/** Widgets by the names of what they have, for JSON. */
+final class Members {
+    private Members() {}
 
     static Map<String, Object> of(MenuView.Item item) {
         Map<String, Object> members = new LinkedHashMap<>();
@@ -69,8 +38,8 @@ final class Json {
         members.put("secret", view.secret());
         members.put("selected", view.selected());
         members.put("columns", view.columns());
-        members.put("rows", view.rows().stream().map(Json::of).toList());
-        members.put("children", view.children().stream().map(Json::of).toList());
+        members.put("rows", view.rows().stream().map(Members::of).toList());
+        members.put("children", view.children().stream().map(Members::of).toList());
         return members;
     }
 
