@@ -11,10 +11,18 @@
 /// Exit statuses. A program that `gx run` or `gx session` has started ends with its own.
 enum EStatus : int { StatusFine = 0, StatusNotSo = 1, StatusWrongUse = 2, StatusLauncherFailed = 125 };
 
-/// What was asked for is not there, or not so: the text says what, of whom, what came back and what to do.
+/// What was asked for is not there, or not so.
 class CNotSo : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    /// @param asked   what was asked, of whom
+    /// @param came    what came back
+    /// @param remedy  what to do; empty when the other two say so
+    CNotSo(const std::string& asked, const std::string& came, const std::string& remedy)
+        : std::runtime_error(asked + ": " + came + (remedy.empty() ? "" : "; " + remedy))
+    {
+    }
+    /// @param complaint  says all of that
+    explicit CNotSo(const std::string& complaint) : std::runtime_error(complaint) {}
 };
 
 /// The command line makes no sense.

@@ -2,7 +2,7 @@
 #include "Doctor.h"
 #include "JavaProgram.h"
 #include "PrivateIpc.h"
-#include "Seen.h"
+#include "ServerComplaint.h"
 #include "StoreLeavings.h"
 #include "WindowOwner.h"
 
@@ -49,7 +49,7 @@ Found display()
 
 Found server()
 {
-    return display() || walkDisplay() ? std::nullopt : Found(Seen::whyNoServer());
+    return display() || walkDisplay() ? std::nullopt : Found(ServerComplaint::text());
 }
 
 bool hasExtension(const char* name)
@@ -177,7 +177,8 @@ Found keyGrabs()
     if (trial.isKeyboardTaken())
         return "another program has grabbed the whole keyboard";
     const std::set<std::string> taken = trial.takenOf(keys);
-    return taken.empty() ? std::nullopt : Found("taken by another program: " + joined(taken));
+    return taken.empty() ? std::nullopt
+                         : Found("BadAccess to X_GrabKey, since another program has taken " + joined(taken));
 }
 
 Found keyboards()

@@ -10,20 +10,44 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
+
+#include "XErrors.h"
 
 namespace {
-/// Plays nothing: a key string that is faulty somewhere is not to be typed up to there.
+/// Plays nothing: a key string that is faulty somewhere is not to be typed up to there. Notes which keys it
+/// wants.
 class CNoKeyboard : public IStrokeSink {
 public:
     CLockState locks() override { return {}; }
     unsigned long translate(const char* text) override { return static_cast<unsigned char>(*text); }
     bool needsShift(unsigned long) override { return false; }
-    bool stroke(unsigned, unsigned long, int, int) override { return true; }
+    bool stroke(unsigned, unsigned long keysym, int, int flag) override
+    {
+        if (keysym > 0xFF && flag != CSpecialKey::OwnCapsLock && flag != CSpecialKey::OwnNumLock)
+            m_named.insert(keysym);
+        return true;
+    }
     bool typeUnicode(char32_t) override { return true; }
     unsigned modifiersDown() override { return 0; }
     bool beginText() override { return false; }
     void endText(CLockState, const std::function<void(CLockState)>&) override {}
+
+    const std::set<unsigned long>& named() const { return m_named; } ///< keysyms of keys that have names
+
+private:
+    std::set<unsigned long> m_named;
 };
+
+/// A key that no keyboard has would be left out without a word.
+void demandKeys(const std::set<unsigned long>& keysyms)
+{
+    for (const unsigned long keysym : keysyms)
+        if (XKeysymToKeycode(walkDisplay(), keysym) == 0)
+            throw CNotSo("nothing was typed",
+                         "no key of this keyboard has the keysym " + std::to_string(keysym),
+                         "setxkbmap gives it a layout that has one");
+}
 
 /// The argument in 16-bit units, with the 0 at its end.
 std::u16string unitsOf(const std::string& argument)
@@ -59,22 +83,27 @@ const char* meaningOf(PlaybackStatus status)
 {
     switch (status) {
     case PlaybackNoXTest:
-        return "the X server lacks the extension XTEST, which input needs; gx doctor says more";
+        return "the X server lacks the extension XTEST, which input needs";
     case PlaybackOffScreen:
-        return "the point lies outside of the screen";
+        return "the point lies outside of the screen, which gx shot shows";
     case PlaybackFailed:
-        return "the keys could not be played, or another process kept the input to itself; a trace says more "
+        return "the keys could not be played, or another process kept the input to itself, as a trace says "
                "(doc/diagnostics.md)";
     default:
         return "it could not be played";
     }
 }
 
+/// X answers wrong requests late, and plays the others: a key that the keyboard lacks is one.
 void play(Event& event, const std::string& what)
 {
+    takeXError();
     event.emit();
     if (event.status() != PlaybackDone)
-        throw CNotSo(what + ": " + meaningOf(static_cast<PlaybackStatus>(event.status())));
+        throw CNotSo(what, meaningOf(static_cast<PlaybackStatus>(event.status())), "gx doctor says more");
+    if (const std::string refused = takeXError(); !refused.empty())
+        throw CNotSo(what, "the X server has answered " + refused,
+                     "the keyboard or pointer may lack that key or button");
 }
 
 int typeText(const CCall& call, KeyEvent::Kind kind)
@@ -83,12 +112,14 @@ int typeText(const CCall& call, KeyEvent::Kind kind)
     CNoKeyboard nowhere;
     if (const int result = SendKeys(units.c_str(), kind == KeyEvent::KeyString, nowhere);
         result != KeysPlayed)
-        throw CWrongUse("\"" + call.arguments[0] + "\" is no key string: " + meaningOf(result) + " (" +
-                        std::to_string(result) + "); nothing was typed");
+        throw CWrongUse(std::string("that is no key string: ") + meaningOf(result) + " (" +
+                        std::to_string(result) +
+                        "); nothing was typed; doc/key-strings.md has the syntax and the names");
     Seen::requireServer();
+    demandKeys(nowhere.named());
     KeyEvent event(0, kind, 0, reinterpret_cast<const unsigned short*>(units.c_str()), CWindow(),
                    TopLevelWindow());
-    play(event, "\"" + call.arguments[0] + "\" was not typed, or not all of it");
+    play(event, "not typed, or not all of it"); // which may be a password
     CKeyReceiver::awaitKeysTaken();
     return StatusFine;
 }

@@ -25,7 +25,8 @@ int become(const std::string& program, const std::vector<std::string>& words)
     std::fflush(stdout);
     execvp(program.c_str(), arguments.data());
     const int error = errno;
-    std::fprintf(stderr, "gx: %s cannot be started: %s\n", program.c_str(), std::strerror(error));
+    std::fprintf(stderr, "gx: %s cannot be started: %s; install gxsys whole, or name it in PATH\n",
+                 program.c_str(), std::strerror(error));
     return error == ENOENT ? 127 : 126;
 }
 
@@ -45,10 +46,11 @@ std::string beside(const char* program)
 CSeenWindow activeWindow()
 {
     const unsigned long front = CWindow::getForeground().getHandle();
-    for (const CSeenWindow& window : Seen::all())
+    const std::vector<CSeenWindow> all = Seen::all();
+    for (const CSeenWindow& window : all)
         if (window.id == front || CWindow(static_cast<long>(window.id)).getTopLevelHandle() == front)
             return window;
-    throw CNotSo("no window is active that could be meant: name a process or a caption");
+    throw CNotSo("no active window", Seen::list(all), "name a caption or a process");
 }
 
 /// Whom the engine is to ask, as options: a process, and a window when that was named.
@@ -59,24 +61,24 @@ std::vector<std::string> whom(const std::string& named)
         return {"--pid=" + named};
     const CSeenWindow window = named.empty() ? activeWindow() : Seen::demand(named);
     if (window.process == 0)
-        throw CNotSo("the X server does not say which process shows \"" + Seen::shown(window.caption) +
-                     "\": name the process; gx doctor says more");
+        throw CNotSo("no process of \"" + Seen::shown(window.caption) + "\"",
+                     "the X server does not say which one shows it", "name the process; gx doctor says more");
     return {"--pid=" + std::to_string(window.process), "--xwindow=" + std::to_string(window.id)};
 }
 
-int runJava(const CCall& call, const std::string& mainClass, std::vector<std::string> words)
+int runJava(const std::string& mainClass, const std::vector<std::string>& words)
 {
     const std::string java = JavaProgram::find();
     if (java.empty())
-        throw CNotSo(std::string("this is asked of a program's widgets by Java, and there is none: ") +
-                     JavaProgram::places + " have none; install default-jre-headless, or set JAVA_HOME");
+        throw CNotSo("no Java, which asks programs for their widgets",
+                     std::string(JavaProgram::places) + " have none",
+                     "install default-jre-headless, or set JAVA_HOME");
     const fs::path own = ownDirectory();
     const std::string jar = ProgramFile::firstOf(own, {"../" GX_JARDIR "/gxsys.jar", "../gxsys.jar"});
     const std::string library = ProgramFile::firstOf(own, {"../" GX_LIBDIR "/libgxsys.so", "../libgxsys.so"});
     for (const std::string& file : {jar, library})
         if (access(file.c_str(), R_OK) != 0)
-            throw CNotSo("gx " + std::string(call.subcommand.name) + " needs " + file +
-                         ", which cannot be read: " + std::strerror(errno) + "; install gxsys whole");
+            throw CNotSo(file + " cannot be read", std::strerror(errno), "install gxsys whole");
     std::vector<std::string> command{"-XX:+UseSerialGC",
                                      "-XX:TieredStopAtLevel=1",
                                      "-Xshare:auto",
@@ -117,13 +119,13 @@ int runInEngine(const CCall& call)
         words.push_back("--" + name + "=" + value);
     words.push_back("--");
     words.insert(words.end(), arguments.begin(), arguments.end());
-    return runJava(call, "com.talvern.test.gx.cli.Main", words);
+    return runJava("com.talvern.test.gx.cli.Main", words);
 }
 
 int runInspect(const CCall& call)
 {
     Seen::requireServer();
-    return runJava(call, "com.talvern.test.gx.inspect.Inspector", call.words);
+    return runJava("com.talvern.test.gx.inspect.Inspector", call.words);
 }
 
 int runHelp(const CCall& call)
@@ -137,6 +139,6 @@ int runHelp(const CCall& call)
     else if (const CSubcommand* const command = subcommandCalled(call.arguments[0]))
         std::fputs(Manual::usageOf(*command).c_str(), stdout);
     else
-        throw CWrongUse("there is no command \"" + call.arguments[0] + "\"");
+        throw CWrongUse("there is no command \"" + call.arguments[0] + "\"; gx help lists those there are");
     return StatusFine;
 }

@@ -2,57 +2,14 @@
 
 #include "CodeSet.h"
 #include "CommandLine.h"
+#include "ServerComplaint.h"
 #include "WindowManagerUnix.h"
 #include "WindowOwner.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <xcb/xcb.h>
 
 namespace {
-constexpr const char* startOne = "gx session -- COMMAND runs a command on a display of its own";
-
-/// What the socket of a display on this machine answers; 0 when somebody listens.
-int errorOfSocket(int display)
-{
-    const int line = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string path = "/tmp/.X11-unix/X" + std::to_string(display);
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int error = connect(line, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
-    close(line);
-    return error;
-}
-
-std::string complaintAbout(const char* name)
-{
-    char* host = nullptr;
-    int number = 0;
-    const bool isName = xcb_parse_display(name, &host, &number, nullptr) != 0;
-    const std::string machine = host ? host : "";
-    std::free(host);
-    const std::string who = std::string("the X server of DISPLAY=") + name;
-    if (!isName)
-        return who + " cannot be asked: that is no name of a display, which reads :0 or host:0";
-    if (!machine.empty() && machine != "unix")
-        return who + " does not answer: is the machine " + machine +
-               " to be reached, and does it take connections?";
-    if (const int error = errorOfSocket(number))
-        return who + " does not run here (" + std::strerror(error) + "); " + startOne;
-    const char* const cookies = std::getenv("XAUTHORITY");
-    return who +
-           " runs and refuses this user, or has stopped: it takes those who have its cookie, which is looked for in " +
-           (cookies ? std::string("XAUTHORITY=") + cookies : "~/.Xauthority");
-}
-
 Rect boxOf(const CWindowState& state, const CPlace& place)
 {
     return state.readable && place.known ? Rect(place.y, place.x, state.height, state.width) : Rect();
@@ -98,18 +55,9 @@ std::string inUtf8(const std::string& argument)
 }
 } // namespace
 
-std::string Seen::whyNoServer()
-{
-    if (walkDisplay())
-        return {};
-    const char* const name = std::getenv("DISPLAY");
-    return name && *name ? complaintAbout(name)
-                         : std::string("there is no X server to ask: DISPLAY is not set; ") + startOne;
-}
-
 void Seen::requireServer()
 {
-    if (const std::string why = whyNoServer(); !why.empty())
+    if (const std::string why = ServerComplaint::text(); !why.empty())
         throw CNotSo(why);
 }
 
@@ -154,7 +102,8 @@ CSeenWindow Seen::demand(const std::string& caption)
     const std::vector<CSeenWindow> windows = all();
     if (const CSeenWindow* const found = called(caption, windows))
         return *found;
-    throw CNotSo("no window of this display is called \"" + caption + "\"; " + list(windows));
+    throw CNotSo("no window of this display is called \"" + caption + "\"", list(windows),
+                 "gx windows has more of each");
 }
 
 std::string Seen::list(const std::vector<CSeenWindow>& windows)
@@ -162,7 +111,7 @@ std::string Seen::list(const std::vector<CSeenWindow>& windows)
     std::string text;
     for (const CSeenWindow& window : windows)
         text += (text.empty() ? "there are: \"" : ", \"") + shown(window.caption) + "\"";
-    return text.empty() ? "there is none" : text;
+    return text.empty() ? "there is no window at all" : text;
 }
 
 std::string Seen::idOf(unsigned long window)
@@ -201,21 +150,5 @@ void Seen::write(CJson& json, const CSeenWindow& window)
 
 std::string Seen::shown(const std::string& text)
 {
-    const CEnvironmentLocale locale;
-    std::string out, rest = text;
-    for (;;) {
-        std::string part;
-        const Conversion how = convertText(locale.codeSet(), "UTF-8", rest, part);
-        out += part;
-        if (how != Conversion::notRepresentable)
-            return how == Conversion::complete ? out : text;
-        // What was converted tells where the character is that the locale lacks.
-        std::string taken;
-        convertText("UTF-8", locale.codeSet(), part, taken);
-        size_t behind = taken.size() + 1;
-        while (behind < rest.size() && (rest[behind] & 0xC0) == 0x80)
-            ++behind;
-        rest.erase(0, behind);
-        out += '?';
-    }
+    return inLocale(text);
 }

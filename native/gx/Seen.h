@@ -20,8 +20,6 @@ struct CSeenWindow {
 namespace Seen {
 /// @throws CNotSo  there is no X server: which was asked, what came back, what to do
 void requireServer();
-/// Why the server of DISPLAY cannot be had; empty when it can. What to do stands in it.
-std::string whyNoServer();
 
 /// Bottom of the stack first.
 std::vector<CSeenWindow> all();

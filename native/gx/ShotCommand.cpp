@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Seen.h"
+#include "ServerComplaint.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -29,8 +30,9 @@ CScreenPart partOf(const CSeenWindow& window)
     const int right = std::min(window.box.getLeft() + window.box.getWidth(), whole.width);
     const int bottom = std::min(window.box.getTop() + window.box.getHeight(), whole.height);
     if (right <= left || bottom <= top)
-        throw CNotSo("nothing of the window \"" + Seen::shown(window.caption) +
-                     "\" is on the screen: it lies at " + Seen::placeOf(window.box));
+        throw CNotSo("no picture of the window \"" + Seen::shown(window.caption) + "\"",
+                     "nothing of it is on the screen: it lies at " + Seen::placeOf(window.box),
+                     "have it moved there, or ask for the screen");
     return {left, top, right - left, bottom - top};
 }
 
@@ -38,10 +40,11 @@ CScreenPart partOf(const CSeenWindow& window)
 std::vector<uint8_t> read(CScreenPicture& picture, const CScreenPart& part)
 {
     if (!picture.read(part))
-        throw CNotSo(picture.lives()
-                         ? "the X server gave no picture: its screen shows colours of a palette, or has just "
-                           "changed its size"
-                         : "the X server has gone");
+        throw picture.lives()
+            ? CNotSo("no picture of " + Seen::placeOf(Rect(part.y, part.x, part.height, part.width)),
+                     "the screen shows colours of a palette, or has just changed its size",
+                     "try again, or on a screen of 24 bits: gx session -- COMMAND")
+            : CNotSo(ServerComplaint::text());
     std::vector<uint32_t> pixels(static_cast<size_t>(part.width) * static_cast<size_t>(part.height));
     picture.copyTo(pixels);
     std::vector<uint8_t> bytes;
@@ -63,7 +66,7 @@ std::vector<uint8_t> encoded(const std::vector<uint8_t>& bytes, const CScreenPar
     png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
     std::vector<uint8_t> file(size);
     if (!png_image_write_to_memory(&image, file.data(), &size, 0, bytes.data(), 0, nullptr))
-        throw CNotSo(std::string("the picture cannot be encoded: ") + image.message);
+        throw CNotSo("the picture cannot be encoded", image.message, "");
     file.resize(size);
     return file;
 }
@@ -73,7 +76,8 @@ void writeAll(int file, const std::vector<uint8_t>& bytes, const std::string& na
     for (size_t at = 0; at < bytes.size();) {
         const ssize_t written = write(file, bytes.data() + at, bytes.size() - at);
         if (written < 0 && errno != EINTR)
-            throw CNotSo("the picture cannot be written to " + name + ": " + std::strerror(errno));
+            throw CNotSo("the picture cannot be written to " + name, std::strerror(errno),
+                         "what was written is no whole picture");
         at += static_cast<size_t>(std::max<ssize_t>(written, 0));
     }
 }
@@ -84,7 +88,8 @@ void save(const std::vector<uint8_t>& bytes, const std::string& name)
         return writeAll(STDOUT_FILENO, bytes, "standard output");
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (file < 0)
-        throw CNotSo("the file " + name + " cannot be made: " + std::strerror(errno));
+        throw CNotSo("the file " + name + " cannot be made", std::strerror(errno),
+                     "name one in a directory that you may write to");
     const struct CClose {
         ~CClose() { close(file); }
         int file;

@@ -375,21 +375,22 @@ std::string storeFailure()
 try {
     throw;
 } catch (const CSpyHeapException& e) {
-    return std::string("the store of this display: ") + e.message();
+    return std::string("the store of this display: ") + e.message() +
+           "; gx doctor says whether limits are the cause";
 } catch (const CInvalidSpyMemRef&) {
-    return "the store of this display: what a name leads to was freed, or was never there";
+    return "the store of this display: what a name leads to was freed, or was never there; ask again, since it changes as programs use it";
 } catch (const CNoSegmentHeader&) {
     return "the store of this display: its directory, key 0x6D, is not to be had; a trace names what lies there (doc/diagnostics.md)";
 } catch (...) {
-    return "a failure without a name";
+    return "it failed, and nobody knows why; a trace says what was done before (doc/diagnostics.md)";
 }
 
 int runStore(const CCall& call)
 {
     const char* const display = std::getenv("DISPLAY");
     if (!display)
-        throw CNotSo(
-            "DISPLAY is not set: each display has a store of its own; set it to that of the programs, such as :0");
+        throw CNotSo("no store", "DISPLAY is not set, and each display has a store of its own",
+                     "set it to that of the programs, such as :0");
     CSharedMemoryHeader::lookOnly();
     CStore store;
     store.display = display;

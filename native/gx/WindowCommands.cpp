@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Seen.h"
+#include "ServerComplaint.h"
 
 #include <algorithm>
 #include <chrono>
@@ -63,12 +64,25 @@ void print(const std::vector<CSeenWindow>& windows, bool asJson)
         std::puts(Seen::lineOf(window, width).c_str());
 }
 
-bool isOnScreen(const Point& point)
+bool isSeen(int x, int y, int width, int height)
 {
     Display* const display = walkDisplay();
     const int screen = DefaultScreen(display);
-    return point.getx() >= 0 && point.gety() >= 0 && point.getx() < DisplayWidth(display, screen) &&
-           point.gety() < DisplayHeight(display, screen);
+    return x < DisplayWidth(display, screen) && y < DisplayHeight(display, screen) && x > -width &&
+           y > -height;
+}
+
+std::string sizeOfScreen()
+{
+    Display* const display = walkDisplay();
+    const int screen = DefaultScreen(display);
+    return std::to_string(DisplayWidth(display, screen)) + " by " +
+           std::to_string(DisplayHeight(display, screen)) + " pixels";
+}
+
+std::string at(const CCall& call)
+{
+    return call.arguments[0] + "," + call.arguments[1];
 }
 
 /// The nearest window around this one, itself included, that has a WM_CLASS; nothing for none.
@@ -119,7 +133,7 @@ template <class Look> bool lookUntil(Clock::time_point end, Look look)
         if (left <= 0)
             return false;
         if (watch.await(static_cast<int>(std::min<long>(left, 100))) == CScreenWatch::Seen::NoServer)
-            throw CNotSo("the X server has gone while it was waited for");
+            throw CNotSo(ServerComplaint::text());
     }
     return true;
 }
@@ -134,7 +148,7 @@ bool rests(Clock::duration quiet, Clock::time_point end)
             return false;
         const auto seen = watch.await(20);
         if (seen == CScreenWatch::Seen::NoServer)
-            throw CNotSo("the X server has gone while it was waited for");
+            throw CNotSo(ServerComplaint::text());
         if (seen == CScreenWatch::Seen::Change)
             since = Clock::now();
     }
@@ -159,8 +173,8 @@ int waitForWindow(const CCall& call, int limit)
     });
     if (!isSo)
         throw CNotSo("the window \"" + caption +
-                     (isToGo ? "\" is still there after " : "\" has not come within ") + seconds(limit) +
-                     "; " + Seen::list(windows));
+                         (isToGo ? "\" is still there after " : "\" has not come within ") + seconds(limit),
+                     Seen::list(windows), "--limit waits longer");
     if (!isToGo)
         print({*Seen::called(caption, windows)}, call.json());
     return StatusFine;
@@ -175,7 +189,8 @@ int runWindows(const CCall& call)
         const std::string all = Seen::list(windows);
         std::erase_if(windows, [&](const CSeenWindow& window) { return !matches(pattern, window); });
         if (windows.empty() && !call.json())
-            throw CNotSo("no window matches \"" + call.arguments[0] + "\"; " + all);
+            throw CNotSo("no window matches \"" + call.arguments[0] + "\"", all,
+                         "the pattern is looked for in captions and classes");
     }
     print(windows, call.json());
     return windows.empty() && !call.arguments.empty() ? StatusNotSo : StatusFine;
@@ -185,9 +200,9 @@ int runAt(const CCall& call)
 {
     Point point(call.number(size_t{0}), call.number(size_t{1}));
     Seen::requireServer();
-    if (!isOnScreen(point))
-        throw CNotSo("the point " + call.arguments[0] + "," + call.arguments[1] +
-                     " lies outside of the screen");
+    if (!isSeen(point.getx(), point.gety(), 1, 1))
+        throw CNotSo("no window at " + at(call),
+                     "the point lies outside of the screen, which is " + sizeOfScreen(), "");
     const unsigned long deepest = CWindow(&point).getHandle();
     std::optional<CSeenWindow> around;
     if (const auto window = programWindowAround(deepest)) {
@@ -197,7 +212,8 @@ int runAt(const CCall& call)
     }
     printAt(deepest, around, call.json());
     if (!around)
-        throw CNotSo("at " + call.arguments[0] + "," + call.arguments[1] + " there is no program's window");
+        throw CNotSo("no program's window at " + at(call), "there is the desktop, or what has no WM_CLASS",
+                     "gx windows lists those there are");
     return StatusFine;
 }
 
@@ -216,8 +232,9 @@ int runWait(const CCall& call)
     if (call.has("window"))
         return runInEngine(call);
     if (!rests(std::chrono::milliseconds(250), Clock::now() + std::chrono::milliseconds(limit)))
-        throw CNotSo("the screen has not come to rest within " + seconds(limit) +
-                     ": something was always being drawn");
+        throw CNotSo("the screen has not come to rest within " + seconds(limit),
+                     "something was always being drawn",
+                     "--limit waits longer, and --window CAPTION for that program alone");
     return StatusFine;
 }
 
@@ -226,9 +243,13 @@ int runFrame(const CCall& call)
     const int x = call.number(size_t{0}), y = call.number(size_t{1});
     const int width = call.number(size_t{2}), height = call.number(size_t{3});
     const int duration = call.milliseconds("for", 3'000);
-    if (width < 1 || height < 1 || duration < 1)
-        throw CWrongUse("a frame has a width, a height and a time above 0");
+    constexpr int longest = 30'000; // the X server counts in 16 bits
+    if (std::min(width, height) < 1 || std::max(width, height) > longest || duration < 1)
+        throw CWrongUse("a frame has a width and a height of 1 to 30000, and a time above 0");
     Seen::requireServer();
+    if (!isSeen(x, y, width, height))
+        throw CNotSo("no frame at " + Seen::placeOf(Rect(y, x, height, width)),
+                     "nothing of it is on the screen, which is " + sizeOfScreen(), "");
     constexpr int thickness = 3;
     auto lock = CHighlighter::lock();
     auto* const frame = new CHighlighter(x - thickness, y - thickness, width + 2 * thickness,

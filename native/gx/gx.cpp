@@ -1,17 +1,30 @@
 // gx COMMAND ...: the windows of a display, its store and its programs, from the command line.
 #include "CommandLine.h"
+#include "CTracer.h"
 #include "Commands.h"
+#include "GxDebug.h"
 #include "Manual.h"
 #include "QuietStart.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
+#include "XErrors.h"
+
 namespace {
-int complain(const std::string& command, const std::string& message, int status)
+constinit GxDebug CommandLine("gx");
+
+/// What failed, with what the X server has refused on the way; the trace has it, too.
+int complain(const std::string& command, std::string message, int status)
 {
+    if (const std::string refused = takeXError(); !refused.empty())
+        message += " (the X server has answered " + refused + ")";
+    message = "gx" + (command.empty() ? "" : " " + command) + ": " + message;
     std::fflush(stdout);
-    std::fprintf(stderr, "gx%s: %s\n", command.empty() ? "" : (" " + command).c_str(), message.c_str());
+    std::fprintf(stderr, "%s\n", message.c_str());
+    CTracer::traceFailure(CommandLine, message);
     return status;
 }
 
@@ -60,5 +73,6 @@ int main(int argc, char** argv)
     const bool isWritten = std::fflush(stdout) == 0;
     return isWritten || status != StatusFine
                ? status
-               : complain(argv[1], "its answer could not be written", StatusNotSo);
+               : complain(argv[1], std::string("its answer could not be written: ") + std::strerror(errno),
+                          StatusNotSo);
 }

@@ -50,7 +50,7 @@ TEST(GxStoreTest, MakesNothingWhereThereIsNone)
     EXPECT_EQ(1, none.status);
     EXPECT_EQ(before, objects());
     EXPECT_THAT(CCommand("DISPLAY= gx store; unset DISPLAY; gx store").output,
-                HasSubstr("gx store: DISPLAY is not set"));
+                HasSubstr("gx store: no store: DISPLAY is not set"));
 }
 
 TEST(GxStoreTest, TellsWhatThereIsAndLeavesTheLivingAlone)

@@ -73,14 +73,19 @@ TEST_F(GxTest, AnswersAndFailsAsTheTableSays)
         {"gx windows '('", 2, "no regular expression: "},
         {"gx windows galculator", 0,
          "0x[0-9a-f]+ +[0-9]+ [0-9]+x[0-9]+[+][0-9]+[+][0-9]+.*Galculator galculator +\"galculator\""},
-        {"gx windows nosuch", 1, "no window matches \"nosuch\"; there are: .*\"galculator\""},
+        {"gx windows nosuch", 1, "no window matches \"nosuch\": there are: .*\"galculator\".*; the pattern"},
         {"gx windows --json nosuch", 1, "^\\[\\]\n$"},
-        {"gx at 99999 1", 1, "99999,1 lies outside of the screen"},
-        {"gx wait --window nosuch --limit 0.1", 1, "\"nosuch\" has not come within 0.1 s; there are: "},
-        {"gx wait --window galculator --gone --limit 0.1", 1, "\"galculator\" is still there after 0.1 s"},
-        {"gx shot /nosuch/file.png", 1, "/nosuch/file.png cannot be made: No such file or directory"},
+        {"gx at 99999 1", 1, "at 99999,1: .*outside of the screen, which is 1280 by 1024"},
+        {"gx click 99999 1", 1, "no click at 99999,1: the point lies outside of the screen"},
+        {"gx keys '{vk123456789}'", 1, "nothing was typed: no key of this keyboard has the keysym 123456789; setxkbmap"},
+        {"gx wait --window nosuch --limit 0.1", 1,
+         "\"nosuch\" has not come within 0.1 s: there are: .*; --limit"},
+        {"gx wait --window galculator --gone --limit 0.1", 1,
+         "\"galculator\" is still there after 0.1 s: there are"},
+        {"gx shot /nosuch/file.png", 1, "/nosuch/file.png cannot be made: No such file or directory; name"},
         {"gx shot x.png --window nosuch", 1, "no window of this display is called \"nosuch\""},
         {"gx frame 10 10 0 10", 2, "above 0"},
+        {"gx frame 5000 10 9 9", 1, "9x9.5000.10: nothing of it is on the screen"},
         {"gx frame 10 10 20 10 --for 0.05", 0, "^$"},
         {"DISPLAY= gx windows", 1, "DISPLAY is not set; gx session -- COMMAND"},
         {"DISPLAY=:4711 gx windows", 1, "DISPLAY=:4711 does not run here \\(No such file or directory\\)"},
@@ -90,7 +95,12 @@ TEST_F(GxTest, AnswersAndFailsAsTheTableSays)
         {"gx run sh -c 'exit 7'", 7, "^$"},
         {"gx run", 125, "usage: gxrun"},
         {"gx session --wm none -- sh -c 'exit 5'", 5, ""},
-        {"gx windows > /dev/full", 1, "could not be written"},
+        {"gx session -- nosuch", 127, "nosuch cannot be started: No such file or directory"},
+        {"gx session --screen 0x0x0 -- true", 125, "Xvfb .* did not start: "},
+        {"gx windows > /dev/full", 1, "could not be written: No space left on device"},
+        {"mkdir -p Quessa/ZEMO; printf 'enableTrace=true\\n' > Quessa/ZEMO/vtx_log_trace.properties; gx at 9999 9; "
+         "mv Quessa traced; cat traced/ZEMO/vtx_trace.txt",
+         0, "ERROR,\tgx,\tgx at: no window at 9999,9: .*1280 by 1024"},
     };
     for (const CRow& row : rows)
         expect(row);
@@ -103,14 +113,20 @@ TEST_F(GxTest, AsksProgramsForTheirWidgets)
     if (GX_SANITIZED)
         GTEST_SKIP() << noEngine;
     constexpr CRow rows[] = {
-        {"gx tree 999999999", 1, "there is no process 999999999"},
+        {"gx tree 999999999", 1, "process 999999999: there is no such process; gx windows"},
+        {"gx tree 1", 1,
+         "no agent in .*process 1: it (runs without an agent; start it with: gx run|is another user's)"},
+        {"gx inspect 999999999", 1, "gx inspect: no agent in process 999999999: there is no such process"},
+        {"gx inspect --port 99999 xterm", 2, "gx inspect: --port is \"99999\".*\nusage: gx inspect"},
         {"gx tree 'Gr\xc3\xbc\xc3\x9f"
          "e \"a\\b\" \t<>'",
          1, "runs without an agent.*start it with: gx run .*xterm"},
         {"PATH=$(dirname $(command -v gx)) JAVA_HOME=/nosuch gx tree galculator", 0, "toggle \"7\""},
         {"gx menu Untitled --look Edit Undo", 1, "disabled"},
-        {"gx menu Untitled Search Nosuch --limit 5", 1, "no item \"Nosuch\" among "},
-        {"gx click --text Nosuch --in galculator --limit 0.2", 1, "Nosuch"},
+        {"gx menu Untitled Search Nosuch --limit 5", 1,
+         "no item \"Nosuch\" in a menu of .*nedit, process [0-9]+: it has "},
+        {"gx click --text Nosuch --in galculator --limit 0.2", 1,
+         "of .*galculator, process [0-9]+: not found within 200 ms; .*there is:\n"},
     };
     for (const CRow& row : rows)
         expect(row);

@@ -267,7 +267,7 @@ class InspectorTest {
             {"windows().get(0)", "window \\\"All of them\\\""},
             {"list().cell(\"beta\", 0)", "\"count\":1"},
             {"button(\"Sav\")", "\"count\":0"},
-            {"awaitWindow(\"None\")", "there are: [\\\"All of them\\\"]"},
+            {"awaitWindow(\"None\")", "there are [\\\"All of them\\\"]"},
             {"button(\"Save\").click()", "\\\"click\\\" asks for nothing here"},
             {"process().destroy()", "\\\"process\\\" asks for nothing here"},
             {"getClass()", "\\\"getClass\\\" asks for nothing here"},
@@ -382,7 +382,7 @@ class InspectorTest {
         inspect("motif-shown");
         String seen = rests(looked());
         application.process().destroyForcibly();
-        String end = ", has ended with exit status 137.";
+        String end = ": it has ended with exit status 137, as by SIGKILL.";
         String told = "";
         while (told.isEmpty()) { // its windows may go before it is known why
             String state = get("look?" + seen);

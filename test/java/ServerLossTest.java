@@ -135,7 +135,7 @@ class ServerLossTest {
         } catch (ApplicationException.NoServer expected) {
             String display = System.getenv("DISPLAY");
             String text = expected.getMessage();
-            return text.contains(display == null ? "DISPLAY is not set" : " " + display + " ") ? "" : text;
+            return text.contains(display == null ? "DISPLAY is not set" : "DISPLAY=" + display + " ") ? "" : text;
         }
     }
 
@@ -185,7 +185,7 @@ class ServerLossTest {
                 rest::toString);
         assertEquals(STATUS, engine.exitValue());
         try (Stream<String> lines = Files.lines(home.resolve("Quessa/ZEMO/vtx_trace.txt"))) {
-            List<String> told = lines.filter(line -> line.contains("X server ")).toList();
+            List<String> told = lines.filter(line -> line.contains(",\tNative,\t") && line.contains("X server ")).toList();
             assertEquals(List.of(true), told.stream().map(line -> line.matches(".*" + traced + "\\s*")).toList(),
                     told::toString);
         }

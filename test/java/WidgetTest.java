@@ -94,7 +94,7 @@ class WidgetTest extends ShownProgram {
         table.select(298);
         assertEquals(List.of("row 298"), table.view().rows().stream().filter(WidgetView.Row::selected)
             .map(row -> row.cells().get(0)).toList());
-        fails(WidgetException.NotFound.class, "no application.find(Query.name(\"table\")).cell(\"row 300\", 0)", table,
+        fails(WidgetException.NotFound.class, "application.find(Query.name(\"table\")).cell(\"row 300\", 0) of ", table,
             asked -> asked.select("row 300"));
         fails(WidgetException.Ambiguous.class, "item \"row 29\"", table,
             asked -> asked.cell(Pattern.compile("row 2[0-9]"), 0).click());

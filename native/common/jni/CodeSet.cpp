@@ -124,3 +124,24 @@ Conversion convertText(const char* to, const char* from, std::string_view text, 
     converter.step(nullptr, nullptr, out); // stateful code sets end in their initial shift state
     return Conversion::complete;
 }
+
+std::string inLocale(const std::string& utf8)
+{
+    const CEnvironmentLocale locale;
+    std::string out, rest = utf8;
+    for (;;) {
+        std::string part;
+        const Conversion how = convertText(locale.codeSet(), "UTF-8", rest, part);
+        out += part;
+        if (how != Conversion::notRepresentable)
+            return how == Conversion::complete ? out : utf8;
+        // What was converted tells where the character is that the locale lacks.
+        std::string taken;
+        convertText("UTF-8", locale.codeSet(), part, taken);
+        size_t behind = taken.size() + 1;
+        while (behind < rest.size() && (rest[behind] & 0xC0) == 0x80)
+            ++behind;
+        rest.erase(0, behind);
+        out += '?';
+    }
+}

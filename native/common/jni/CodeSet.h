@@ -46,3 +46,7 @@ enum class Conversion {
 /// Converts a whole text. Any thread.
 /// @param out  receives the bytes in code set `to`, without a terminating 0
 Conversion convertText(const char* to, const char* from, std::string_view text, std::string& out);
+
+/// A text in UTF-8 as this process's locale shows it: '?' for each character that its code set lacks. As it
+/// is when the two cannot be converted. Any thread.
+std::string inLocale(const std::string& utf8);

@@ -2,6 +2,20 @@
 
 #include "GxDebug.h"
 
+#include <algorithm>
+
+namespace {
+/// How much of a line goes into one message. No character of UTF-8 is cut.
+size_t partOf(std::string_view line)
+{
+    constexpr size_t most = 500;
+    size_t size = std::min(line.size(), most);
+    while (size < line.size() && size > most / 2 && (line[size] & 0xC0) == 0x80)
+        --size;
+    return size;
+}
+} // namespace
+
 bool CTracer::isOn() noexcept
 {
     return GenericNative.isTraced(2);
@@ -13,4 +27,14 @@ void CTracer::debugTrace(const char* format, ...) noexcept
     va_start(arguments, format);
     GenericNative.vDebug(format, arguments);
     va_end(arguments);
+}
+
+void CTracer::traceFailure(const GxDebug& component, std::string_view text) noexcept
+{
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        const size_t size = partOf(line);
+        component.Error("%.*s", static_cast<int>(size), line.data());
+        text.remove_prefix(std::min(text.size(), size + (size == line.size())));
+    }
 }

@@ -1,6 +1,10 @@
 /// The process tracer: diagnostics of the input, window and process units.
 #pragma once
 
+#include <string_view>
+
+class GxDebug;
+
 class CTracer {
 public:
     /// Whether debugTrace writes anything: for a message that takes time to make.
@@ -9,4 +13,7 @@ public:
     /// that level is filtered out. Any thread.
     /// @param format  printf style, without a line end
     [[gnu::format(printf, 1, 2)]] static void debugTrace(const char* format, ...) noexcept;
+    /// Writes what failed as errors of a component: a message for each line of the text, and for each part of
+    /// a line that is longer than a message may be. Any thread.
+    static void traceFailure(const GxDebug& component, std::string_view text) noexcept;
 };

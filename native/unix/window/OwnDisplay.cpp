@@ -2,21 +2,16 @@
 
 #include "CTracer.h"
 #include "ProcessEnd.h"
+#include "ServerComplaint.h"
 #include "XErrors.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <poll.h>
-#include <string>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <vector>
 
@@ -134,46 +129,13 @@ void dropRequests(Display* display)
     UnlockDisplay(display);
 }
 
-/// Whether a server takes connections on the socket of this name; errno says why not.
-/// @param abstract  the name is one of the kernel's, which has no file
-bool answersAt(const std::string& name, bool abstract)
-{
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    name.copy(address.sun_path + abstract, sizeof address.sun_path - 2);
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + abstract + name.size());
-    const bool answers = connect(descriptor, reinterpret_cast<sockaddr*>(&address), length) == 0;
-    const int error = errno;
-    close(descriptor);
-    errno = error;
-    return answers;
-}
-
-/// Why there is no connection, for the trace. Of servers on other machines it says no more than Xlib does.
-std::string reasonOfFailure(const char* name)
-{
-    char* host = nullptr;
-    int number = 0;
-    if (!name || !*name)
-        return "DISPLAY is not set";
-    if (!xcb_parse_display(name, &host, &number, nullptr))
-        return "this is not the name of a display";
-    const MallocPtr<char> owner(host);
-    if (*host && std::strcmp(host, "unix") != 0)
-        return "the server does not answer or refuses";
-    const std::string socketName = "/tmp/.X11-unix/X" + std::to_string(number);
-    if (answersAt(socketName, true) || answersAt(socketName, false))
-        return "the server refuses";
-    return std::strerror(errno);
-}
-
 void traceFailure()
 {
     if (s_traced.test_and_set())
         return;
     const char* const name = std::getenv("DISPLAY");
-    CTracer::debugTrace("No connection to X server %s: %s", name ? name : "", reasonOfFailure(name).c_str());
+    CTracer::debugTrace("No connection to X server %s: %s", name ? name : "",
+                        ServerComplaint::reason(name).c_str());
 }
 
 void adopt(Display* display)

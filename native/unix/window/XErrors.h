@@ -1,6 +1,8 @@
 /// Errors that the X server reports while the library works on g_display.
 #pragma once
 
+#include <string>
+
 #include <X11/Xlib.h>
 
 /// Makes `_XlibErrorHandler` the error handler of this process, so that an X error never ends it: the query
@@ -17,3 +19,7 @@ Display* walkDisplay();
 /// @param serial  of the request that failed
 /// @param major   its request code; `minor` is 0 for requests of the core protocol
 void traceXError(Display* display, int code, unsigned long serial, int major, int minor);
+
+/// The X error that this process traced last, by name: "BadValue (integer parameter out of range for
+/// operation) to X_XTestFakeInput"; empty for none since the last call. Asks the server; any thread.
+std::string takeXError();

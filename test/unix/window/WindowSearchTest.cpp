@@ -218,6 +218,8 @@ TEST(VanishingWindows, AChildThatVanishedAboveTheHitEndsTheSearch)
     const std::vector<std::string> asXlib{"BadWindow (invalid Window parameter)/20, Minor Code: 0",
                                           "BadWindow (invalid Window parameter)/3, Minor Code: 0"};
     EXPECT_EQ(asXlib, trace.errors());
+    EXPECT_EQ("BadWindow (invalid Window parameter) to X_GetWindowAttributes", takeXError());
+    EXPECT_EQ("", takeXError());
 }
 
 TEST(VanishingWindows, WindowsThatGoBetweenTwoLevelsAreLeftOut)

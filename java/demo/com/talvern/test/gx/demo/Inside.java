@@ -3,6 +3,7 @@ package com.talvern.test.gx.demo;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.FileDialogView;
 import com.talvern.test.gx.engine.MenuView;
+import com.talvern.test.gx.engine.UserInput;
 import com.talvern.test.gx.engine.Windows;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
@@ -26,6 +27,7 @@ import java.util.concurrent.Callable;
 final class Inside {
     private static final String SENTENCE = "Saved through the file dialog of the application under test.";
     private static final int FRAMES_MS = 1500;
+    private static final UserInput USER = new UserInput(() -> false);
     private static final String PDF = """
         %PDF-1.4
         1 0 obj << /Type /Catalog /Pages 2 0 R >> endobj
@@ -79,7 +81,7 @@ final class Inside {
     private void saveInNedit() {
         final MenuView bar = walkMenuBar();
         transcript.step("type a sentence", () -> {
-            keys(SENTENCE);
+            USER.keys(SENTENCE);
             return "";
         });
         showMenu("nedit", () -> open(bar, "File"));
@@ -114,7 +116,7 @@ final class Inside {
         transcript.step("open every menu by a click and read its items", () -> {
             for (MenuView.Item item : bar[0].items()) {
                 counts.add(item.text() + " " + shownItems(application.open(bar[0], item.text())).size());
-                keys("{ESC}");
+                USER.keys("{ESC}");
                 Expect.soon(item.text() + " is closed", () -> application.openMenus().isEmpty());
             }
             return String.join(", ", counts);
@@ -160,8 +162,8 @@ final class Inside {
         showMenu("xpdf", () -> {
             Files.writeString(pdf, PDF, StandardCharsets.US_ASCII);
             final Rectangle box = mainWindow().nativeGetRectangle();
-            NativeKeyMouseEvent.emitLLMouseEvent(new Point((int) box.getCenterX(), box.y + 100), 0, 0,
-                NativeKeyMouseEvent.BUTTON_RIGHT, 0, NativeKeyMouseEvent.CLICK);
+            USER.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(new Point((int) box.getCenterX(), box.y + 100), 0, 0,
+                NativeKeyMouseEvent.BUTTON_RIGHT, 0, NativeKeyMouseEvent.CLICK));
             return Expect.found("a context menu", () -> application.contextMenu().orElse(null));
         });
         compareWithScreen();
@@ -192,15 +194,15 @@ final class Inside {
             final Rectangle box = mainWindow().nativeGetRectangle();
             final Point entry = new Point(box.x + 80, box.y + 42);
             Spotlight.say(new Rectangle(entry.x, entry.y - 10, 100, 20), "double-click");
-            NativeKeyMouseEvent.emitHLMouseEvent(entry, 0, 0, null, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
-                NativeKeyMouseEvent.CLICK, 2);
+            USER.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(entry, 0, 0, null, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
+                NativeKeyMouseEvent.CLICK, 2));
             Expect.soon("it has a menu bar", () -> application.menuBar().isPresent());
             return "";
         });
         final MenuView bar = walkMenuBar();
         showMenu("gtk-demo", () -> open(application.open(bar, "Preferences"), "Color"));
         transcript.step("choose Help, About; the dialog comes up", () -> {
-            keys("{ESC}{ESC}");
+            USER.keys("{ESC}{ESC}");
             open(bar, "Help");
             click(application.openMenus().get(0).item("About").bounds(), "About");
             return awaitCaption("About");
@@ -220,10 +222,6 @@ final class Inside {
     private void confirm(FileDialogView dialog) {
         Spotlight.flash(dialog.ok(), "click on OK");
         application.confirm(dialog);
-    }
-
-    private static void keys(String keys) {
-        NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, keys);
     }
 
     /** The program's window, once it has the focus. */

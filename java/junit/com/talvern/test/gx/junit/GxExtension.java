@@ -1,6 +1,7 @@
 package com.talvern.test.gx.junit;
 
 import com.talvern.test.gx.engine.Application;
+import com.talvern.test.gx.engine.Complaint;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -41,7 +42,8 @@ public final class GxExtension implements ParameterResolver, AfterTestExecutionC
             store.put(launch, launch); // which closes it when what it is for has ended
             return launch.start(program);
         } catch (IOException noFile) {
-            throw new ParameterResolutionException("no file for the errors of " + program.value()[0], noFile);
+            throw new ParameterResolutionException(Complaint.of("no file for the errors of " + program.value()[0],
+                noFile.toString(), "java.io.tmpdir has to name a directory that can be written to"), noFile);
         }
     }
 

@@ -1,6 +1,7 @@
 package com.talvern.test.gx.junit;
 
 import com.talvern.test.gx.engine.Application;
+import com.talvern.test.gx.engine.Complaint;
 import com.talvern.test.gx.engine.LaunchOptions;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
@@ -62,7 +63,7 @@ final class Launch implements ExtensionContext.Store.CloseableResource {
             return "has not started";
         }
         Process process = application.process();
-        return process.isAlive() ? "runs as process " + application.pid() : "has ended with status " + process.exitValue();
+        return process.isAlive() ? "runs as process " + application.pid() : Complaint.ending(process);
     }
 
     @Override

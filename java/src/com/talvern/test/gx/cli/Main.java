@@ -1,8 +1,10 @@
 package com.talvern.test.gx.cli;
 
+import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.AppWindow;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
+import com.talvern.test.gx.engine.Complaint;
 import com.talvern.test.gx.engine.MenuView;
 import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Role;
@@ -56,10 +58,10 @@ public final class Main {
         int status;
         try {
             status = main.run();
-        } catch (ApplicationException.NoAgent nobody) {
-            status = main.fail(main.whyNobodyAnswers());
         } catch (RuntimeException failure) {
-            status = main.fail(failure.getMessage() == null ? failure.toString() : failure.getMessage());
+            System.err.println("gx " + main.command + ": "
+                + (failure.getMessage() == null ? failure.toString() : failure.getMessage()));
+            status = NOT_SO;
         }
         System.out.flush();
         System.exit(status);
@@ -71,23 +73,8 @@ public final class Main {
             case "menu" -> menu();
             case "click" -> click();
             case "wait" -> waitUntilIdle();
-            default -> throw new IllegalArgumentException("no command " + command);
+            default -> throw new IllegalArgumentException(Complaint.of("no command " + command, "the engine has none", "gx and gxsys.jar are of different versions: install gxsys whole"));
         };
-    }
-
-    private int fail(String message) {
-        System.err.println("gx " + command + ": " + message);
-        return NOT_SO;
-    }
-
-    private String whyNobodyAnswers() {
-        if (hasAgent()) {
-            return "process " + pid() + " has an agent, which has not answered within " + AGENT_STARTS.toSeconds()
-                + " s: it found no Java, or the program stands still; TALVERN_GX_JRE names a Java for it";
-        }
-        String program = ProcessHandle.of(pid()).flatMap(process -> process.info().command()).orElse("the program");
-        return "process " + pid() + " (" + program + ") cannot be asked for its widgets, since it runs without an agent"
-            + "; start it with: gx run " + program;
     }
 
     private long pid() {
@@ -101,15 +88,17 @@ public final class Main {
     /** A program shows its first window while the agent in it still starts Java. */
     private Application application() {
         long end = System.nanoTime() + AGENT_STARTS.toNanos();
-        while (true) {
-            try {
-                return Application.attach(pid());
-            } catch (ApplicationException.NoAgent notYet) {
-                if (!hasAgent() || System.nanoTime() - end >= 0) {
-                    throw notYet;
-                }
-                LockSupport.parkNanos(POLL.toNanos());
-            }
+        while (hasAgent() && !listens() && System.nanoTime() - end < 0) {
+            LockSupport.parkNanos(POLL.toNanos());
+        }
+        return Application.attach(pid());
+    }
+
+    private boolean listens() {
+        try {
+            return AgentAddress.of(options.get("pid")).places().stream().anyMatch(Files::exists);
+        } catch (IOException noSuchProcess) {
+            return true; // whoever asks it says so
         }
     }
 
@@ -126,8 +115,9 @@ public final class Main {
     private AppWindow window(Application application) {
         long id = Long.parseLong(options.get("xwindow"));
         return application.windows().stream().filter(each -> each.window() == id).findFirst()
-            .orElseThrow(() -> new ApplicationMismatch("process " + pid() + " knows no window 0x" + Long.toHexString(id)
-                + "; it knows " + application.windows().stream().map(AppWindow::caption).toList()));
+            .orElseThrow(() -> new ApplicationMismatch(Complaint.of("no widgets of window 0x" + Long.toHexString(id),
+                "process " + pid() + ", which shows it, knows it not; it knows "
+                    + application.windows().stream().map(AppWindow::caption).toList(), "gx tree " + pid() + " shows all")));
     }
 
     /** The window may have gone meanwhile, or be one that the program's toolkit knows nothing of. */

@@ -29,12 +29,17 @@ final class Agent implements AutoCloseable {
         this.process = process;
     }
 
+    /** @throws IOException none answers now */
+    static Agent of(ProcessHandle process) throws IOException {
+        Agent agent = new Agent(process);
+        agent.idle.push(AgentLine.open(process.pid()));
+        return agent;
+    }
+
     /** @return null when none answers now */
     static Agent find(ProcessHandle process) {
-        Agent agent = new Agent(process);
         try {
-            agent.idle.push(AgentLine.open(process.pid()));
-            return agent;
+            return of(process);
         } catch (IOException none) {
             return null;
         }
@@ -90,15 +95,22 @@ final class Agent implements AutoCloseable {
 
     /** A process that has ended stays in the table until its parent has seen it. */
     private boolean lives() {
-        if (!process.isAlive()) {
-            return false;
-        }
+        return process.isAlive() && "ZX".indexOf(state()) < 0;
+    }
+
+    /** Why it does not answer. */
+    String whyLate() {
+        return "Tt".indexOf(state()) < 0 ? "its GUI thread does something else, or stands still"
+            : "the process is stopped, as by SIGSTOP or a debugger";
+    }
+
+    /** As proc(5) has it; X for one that has ended. */
+    private char state() {
         try {
             String stat = Files.readString(Path.of("/proc", Long.toString(process.pid()), "stat"));
-            char state = stat.charAt(stat.lastIndexOf(')') + 2);
-            return state != 'Z' && state != 'X';
+            return stat.charAt(stat.lastIndexOf(')') + 2);
         } catch (IOException gone) {
-            return false;
+            return 'X';
         }
     }
 

@@ -8,7 +8,6 @@ import java.nio.channels.SelectionKey;
 import java.nio.channels.Selector;
 import java.nio.channels.SocketChannel;
 import java.nio.file.Path;
-import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
 import java.util.function.BooleanSupplier;
@@ -23,6 +22,15 @@ final class AgentLine implements AutoCloseable {
     private final Selector selector;
     private final SelectionKey key;
 
+    /** This process may not ask it. */
+    static final class ForeignException extends IOException {
+        private static final long serialVersionUID = 1L;
+
+        ForeignException(String message) {
+            super(message);
+        }
+    }
+
     private AgentLine(SocketChannel channel) throws IOException {
         this.channel = channel;
         this.selector = Selector.open();
@@ -33,7 +41,7 @@ final class AgentLine implements AutoCloseable {
     static AgentLine open(long pid) throws IOException {
         AgentAddress address = AgentAddress.of(Long.toString(pid));
         if (!address.isOfSameUser(AgentAddress.of("self"))) {
-            throw new IOException("process " + pid + " is another user's");
+            throw new ForeignException("it is another user's, and only that user and root may ask it");
         }
         IOException failure = null;
         for (Path place : address.places()) {
@@ -43,7 +51,7 @@ final class AgentLine implements AutoCloseable {
                 if (channel.connect(UnixDomainSocketAddress.of(place)) && address.isUsedBy(channel)) {
                     return new AgentLine(channel);
                 }
-                failure = new IOException("at " + place + " somebody else answers");
+                failure = new IOException("at " + place + " somebody else answers than its user");
             } catch (IOException nobody) {
                 failure = nobody;
             }
@@ -90,7 +98,7 @@ final class AgentLine implements AutoCloseable {
             ready = selector.select(Math.min(left, look));
             look = Math.min(2 * look, LATER_MS);
             if (Thread.currentThread().isInterrupted()) {
-                throw new CancellationException("interrupted while waiting for an application");
+                throw Application.interrupted("it waited for an application");
             }
             if (ready == 0 && !lives.getAsBoolean()) {
                 throw new IOException("the other side has ended");

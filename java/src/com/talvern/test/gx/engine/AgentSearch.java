@@ -20,6 +20,7 @@ final class AgentSearch {
     private static final long HOPELESS_NS = Duration.ofSeconds(1).toNanos();
 
     private final String name;
+    private final Process program;
     private final ProcessHandle started;
     private long nextLook;
     private long hopelessSince;
@@ -31,9 +32,10 @@ final class AgentSearch {
         NativeLibrary.load();
     }
 
-    AgentSearch(String name, ProcessHandle started) {
+    AgentSearch(String name, Process program) {
         this.name = name;
-        this.started = started;
+        this.program = program;
+        this.started = program.toHandle();
         this.nextLook = System.nanoTime();
     }
 
@@ -54,14 +56,60 @@ final class AgentSearch {
                 }
             }
             if (!started.isAlive() && family.size() <= 1) {
-                throw new ApplicationException.Ended(name + " has ended before its agent answered", null);
+                throw ended();
             }
             giveUpHopeless(family);
             if (System.nanoTime() - end >= 0) {
-                throw new ApplicationException.NoAgent("no agent answers in " + name + ", process " + started.pid());
+                throw new ApplicationException.NoAgent(Complaint.of(asked(), "none has answered within " + limit.toMillis()
+                    + " ms, as " + whyNone(family), "within(limit) of LaunchOptions gives it more time"));
             }
             Application.pause(POLL_MS);
         }
+    }
+
+    private String asked() {
+        return "no agent in " + Application.whom(name, started.pid());
+    }
+
+    private ApplicationException.Ended ended() {
+        return new ApplicationException.Ended(Complaint.of(asked(), Complaint.ending(program) + " before its agent answered",
+            remedyForEnd()), null);
+    }
+
+    /** By the exit statuses of gxrun. */
+    private String remedyForEnd() {
+        return switch (program.isAlive() ? 0 : program.exitValue()) {
+            case 127 -> "there may be no such program: give its path, or put its directory into PATH";
+            case 126 -> "it may be no program that can be run";
+            case 125 -> "gxrun has said why on standard error";
+            default -> "its standard error may say why, as may a run by itself";
+        };
+    }
+
+    /** Of a process that runs already, and whose agent has not answered. */
+    static ApplicationException.NoAgent nobodyIn(ProcessHandle process, IOException refusal) {
+        String program = process.info().command().orElse("");
+        String asked = "no agent in " + Application.whom(program, process.pid());
+        if (refusal instanceof AgentLine.ForeignException) {
+            return new ApplicationException.NoAgent(Complaint.of(asked, refusal.getMessage(), "ask as that user, or as root"));
+        }
+        if (!mappedBy(process).contains(AGENT)) {
+            return new ApplicationException.NoAgent(Complaint.of(asked, "it runs without an agent",
+                "start it with: gx run " + (program.isEmpty() ? "PROGRAM" : program)));
+        }
+        return new ApplicationException.NoAgent(Complaint.of(asked, "none answers, as " + whyNone(List.of(process)),
+            "ask again once it has shown its window"));
+    }
+
+    /** Why none of them answers yet. */
+    private static String whyNone(List<ProcessHandle> family) {
+        List<String> files = family.stream().map(AgentSearch::mappedBy).filter(each -> each.contains(AGENT)).toList();
+        if (files.isEmpty()) {
+            return "no agent was loaded into it: it is linked statically, or runs with other rights than its user's";
+        }
+        return files.stream().noneMatch(each -> TOOLKITS.stream().anyMatch(each::contains))
+            ? "it has loaded none of Xt (Motif), GDK 2 and GDK 3 (GTK) yet"
+            : "the agent in it has found no Java, which TALVERN_GX_JRE may name, or its GUI thread stands still";
     }
 
     private List<ProcessHandle> family() {
@@ -79,8 +127,7 @@ final class AgentSearch {
         if (reason == null) {
             hopelessSince = now;
         } else if (now - hopelessSince >= HOPELESS_NS) {
-            throw new ApplicationException.NoAgent("there will be no agent in " + name + ", process "
-                + started.pid() + ": " + reason);
+            throw new ApplicationException.NoAgent(Complaint.of(asked(), "there will be none, as " + reason, null));
         }
     }
 
@@ -100,7 +147,8 @@ final class AgentSearch {
             return null;
         }
         return toolkit ? "what shows the window was started by the program, which LaunchOptions.follow() would follow"
-            : "it shows a window, and uses neither Xt (Motif) nor GDK 2 or 3 (GTK)";
+            : "it shows a window, and uses neither Xt (Motif) nor GDK 2 or 3 (GTK);"
+                + " clicks, keys, pictures and waits work with it all the same (UserInput, Screen, Wait)";
     }
 
     /** The names of the files that a process has mapped, among other things; empty when it does not let us look. */

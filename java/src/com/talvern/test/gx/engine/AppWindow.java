@@ -56,11 +56,13 @@ public final class AppWindow implements WidgetScope {
             List<WidgetView> windows = application.tree().children().stream().filter(AppWindow::isWindow).toList();
             List<WidgetView> found = asked.apply(windows);
             if (found.size() > 1) {
-                throw new WidgetException.Ambiguous(wanted + " is " + found.size() + " of " + captions(windows));
+                throw new WidgetException.Ambiguous(Complaint.of(wanted + " of " + application.whom(),
+                    "it is " + found.size() + " of " + captions(windows), "take one of windows()"));
             }
             return found.size() == 1 ? Outcome.of(new AppWindow(application, found.get(0), windows, patience))
-                : Outcome.failed(() -> new WidgetException.NotFound("no window: " + wanted + " of " + application.name()
-                    + " within " + patience.toMillis() + " ms; there are: " + captions(windows)));
+                : Outcome.failed(() -> new WidgetException.NotFound(Complaint.of(wanted + " of " + application.whom(),
+                    "none has come up within " + patience.toMillis() + " ms; there are " + captions(windows),
+                    "setPatience waits longer")));
         });
     }
 
@@ -72,7 +74,7 @@ public final class AppWindow implements WidgetScope {
             .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
     }
 
-    private static List<String> captions(List<WidgetView> windows) {
+    static List<String> captions(List<WidgetView> windows) {
         return windows.stream().map(view -> WidgetView.quoted(captionOf(view))).toList();
     }
 
@@ -102,7 +104,12 @@ public final class AppWindow implements WidgetScope {
      */
     @Override
     public WidgetView tree() {
-        return now().orElseThrow(() -> new WidgetException.NotFound(path + " has gone"));
+        return now().orElseThrow(() -> new WidgetException.NotFound(Complaint.of(called(), "it has gone",
+            "one that comes later with its caption is another: ask for that anew")));
+    }
+
+    private String called() {
+        return path + " of " + application.whom() + String.format(", window 0x%x", window);
     }
 
     /** @return a line of Java that finds a window with its caption */
@@ -209,6 +216,7 @@ public final class AppWindow implements WidgetScope {
 
     private void await(String what, java.util.function.BooleanSupplier condition) {
         application.patiently(patience, left -> condition.getAsBoolean() ? Outcome.of(true) : Outcome.failed(
-            () -> new WidgetException.NotSo(path + " is not " + what + " after " + patience.toMillis() + " ms")));
+            () -> new WidgetException.NotSo(Complaint.of(called(), "it is not " + what + " after " + patience.toMillis()
+                + " ms; keys go to " + Complaint.nameOf(NativeWindow.nativeGetForeground()), "setPatience waits longer"))));
     }
 }

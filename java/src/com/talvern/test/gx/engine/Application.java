@@ -1,6 +1,5 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import java.awt.Point;
 import java.awt.Rectangle;
 import java.io.IOException;
@@ -53,12 +52,15 @@ import java.util.stream.Stream;
 public final class Application implements AutoCloseable, WidgetScope {
     private static final Duration DEFAULT_TIMEOUT = Duration.ofSeconds(10);
     private static final Duration DEFAULT_PATIENCE = Duration.ofSeconds(5);
+    private static final String LONGER = "setTimeout gives it more time";
     private static final Duration CLOSE = Duration.ofSeconds(2);
     private static final Duration KILL = Duration.ofSeconds(1);
     /** More than anybody waits, and few enough nanoseconds to count with. */
     private static final Duration LONGEST = Duration.ofDays(365);
     /** A program that has seen to nothing else for so long is one that always has something to see to. */
     private static final Duration NEVER_IDLE = Duration.ofSeconds(1);
+    /** For what an exception tells beside. */
+    private static final Duration LAST_LOOK = Duration.ofSeconds(1);
 
     private final String name;
     private final ProcessHandle handle;
@@ -123,6 +125,10 @@ public final class Application implements AutoCloseable, WidgetScope {
     public static Application start(LaunchOptions options, ProcessBuilder program) {
         Windows.requireServer();
         List<String> command = program.command();
+        if (command.isEmpty()) {
+            throw new IllegalArgumentException(Complaint.of("nothing to start", "no program is named", "name one, and its"
+                + " arguments"));
+        }
         String name = command.get(0);
         List<String> launched = options.launcher();
         launched.addAll(command);
@@ -130,12 +136,14 @@ public final class Application implements AutoCloseable, WidgetScope {
         try {
             process = program.command(launched).start();
         } catch (IOException failure) {
-            throw new ApplicationException.Ended(name + " could not be started: " + failure.getMessage(), failure);
+            throw new ApplicationException.Ended(Complaint.of(name + " could not be started", failure.getMessage(),
+                "gxrun, which starts it, is looked for beside libgxsys.so and in PATH unless the system property "
+                    + Launcher.PROPERTY + " names it"), failure);
         } finally {
             program.command(command);
         }
         try {
-            AgentSearch.Found found = new AgentSearch(name, process.toHandle()).await(options.limit());
+            AgentSearch.Found found = new AgentSearch(name, process).await(options.limit());
             return new Application(name, found.process(), process, !options.leavesRunning(), found.agent(),
                 DEFAULT_TIMEOUT);
         } catch (RuntimeException nobody) {
@@ -153,14 +161,24 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws ApplicationException.NoAgent it has no agent, or none yet
      */
     public static Application attach(long pid) {
-        String name = "process " + pid;
-        ProcessHandle process = ProcessHandle.of(pid)
-            .orElseThrow(() -> new ApplicationException.Ended("there is no " + name, null));
-        Agent agent = Agent.find(process);
-        if (agent == null) {
-            throw new ApplicationException.NoAgent("no agent answers in " + name);
+        ProcessHandle process = ProcessHandle.of(pid).orElseThrow(() -> new ApplicationException.Ended(Complaint.of(
+            "no agent in process " + pid, "there is no such process", "gx windows tells those of the windows"), null));
+        String name = process.info().command().orElse("process " + pid);
+        try {
+            return new Application(name, process, null, false, Agent.of(process), DEFAULT_TIMEOUT);
+        } catch (IOException nobody) {
+            throw AgentSearch.nobodyIn(process, nobody);
         }
-        return new Application(process.info().command().orElse(name), process, null, false, agent, DEFAULT_TIMEOUT);
+    }
+
+    /** A program as messages call it. */
+    static String whom(String name, long pid) {
+        String process = "process " + pid;
+        return name.isEmpty() || name.equals(process) ? process : name + ", " + process;
+    }
+
+    String whom() {
+        return whom(name, pid());
     }
 
     /** @return the program's name as it was started, or what the system knows of it */
@@ -192,7 +210,8 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public void setTimeout(Duration limit) {
         if (limit.isNegative() || limit.isZero()) {
-            throw new IllegalArgumentException("a time-out of " + limit + " lets nobody answer");
+            throw new IllegalArgumentException(Complaint.of("no time-out of " + limit + " for " + whom(),
+                "nobody could answer in it", "give it more than 0"));
         }
         timeout = limit;
     }
@@ -213,7 +232,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @param limit 5 seconds unless it is set
      */
     public void setPatience(Duration limit) {
-        patience = Objects.requireNonNull(limit, "a limit");
+        patience = Objects.requireNonNull(limit, "a patience has a limit, and this one is null");
     }
 
     @Override
@@ -427,7 +446,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      *     the application's locale
      */
     public void setFile(FileDialogView dialog, String file) {
-        Objects.requireNonNull(file, "a file name");
+        Objects.requireNonNull(file, "a file dialog is given a file name, and this one is null");
         ask(Operation.SET_FILE, in -> in.add(dialog.window()).add(file), out -> null);
     }
 
@@ -438,7 +457,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws ApplicationException.NotInTime none has come up
      */
     public FileDialogView awaitFileDialog() {
-        return await("a file dialog", asked -> {
+        return await("a file dialog", this::windowsNow, asked -> {
             List<FileDialogView> dialogs = asked.fileDialogs();
             return dialogs.stream().skip(Math.max(dialogs.size() - 1, 0)).filter(FileDialogView::ready).findFirst();
         });
@@ -481,7 +500,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public void choose(long window, String... path) {
         withMenus(path, () -> {
-            choose(await("a menu bar", asked -> asked.menuBar(window)), path);
+            choose(awaitMenuBar(window), path);
             return null;
         });
     }
@@ -522,10 +541,14 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public MenuView.Item menuItem(long window, String... path) {
         return withMenus(path, () -> {
-            MenuView.Item item = openTo(await("a menu bar", asked -> asked.menuBar(window)), path).item(path[path.length - 1]);
+            MenuView.Item item = itemOf(openTo(awaitMenuBar(window), path), path[path.length - 1]);
             closeMenus();
             return item;
         });
+    }
+
+    private MenuView awaitMenuBar(long window) {
+        return await("a menu bar", this::windowsNow, asked -> asked.menuBar(window));
     }
 
     private MenuView openTo(MenuView menu, String... path) {
@@ -539,7 +562,8 @@ public final class Application implements AutoCloseable, WidgetScope {
     private <T> T withMenus(String[] path, Supplier<T> work) {
         Steps.note(name + ": " + String.join(" > ", path));
         if (path.length == 0) {
-            throw new IllegalArgumentException("no item to choose");
+            throw new IllegalArgumentException(Complaint.of("no item to choose in " + whom(), "none is named",
+                "name one at least, from the first menu on"));
         }
         try {
             return work.get();
@@ -550,7 +574,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     MenuView awaitContextMenu() {
-        return await("a context menu", Application::contextMenu);
+        return await("a context menu", this::menusNow, Application::contextMenu);
     }
 
     private void closeMenusAfter(RuntimeException failure) {
@@ -576,7 +600,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     public MenuView open(MenuView menu, String item) {
         Rectangle[] clicked = new Rectangle[1];
         boolean[] closesAnother = new boolean[1];
-        return await("the menu of " + item, asked -> {
+        return await("the menu of " + WidgetView.quoted(item), this::menusNow, asked -> {
             MenuView.Item now = asked.reveal(menu, item);
             if (now.popup() != 0) {
                 return asked.menu(now.popup());
@@ -606,13 +630,13 @@ public final class Application implements AutoCloseable, WidgetScope {
     public MenuView.Item reveal(MenuView menu, String item) {
         Rectangle[] before = new Rectangle[1];
         boolean[] rests = new boolean[1];
-        return await("the item " + item, asked -> {
+        return await("the item " + WidgetView.quoted(item) + " in sight", this::menusNow, asked -> {
             asked.awaitIdle();
             Optional<MenuView> now = asked.menu(menu.window());
             if (now.isEmpty()) {
                 return Optional.empty();
             }
-            MenuView.Item found = usable(now.get().item(item));
+            MenuView.Item found = usable(itemOf(now.get(), item));
             if (!rests[0] && isScrolled(now.get())) {
                 rests[0] = true;
                 pointInto(now.get());
@@ -640,10 +664,10 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /** Moves the pointer to where nothing scrolls. */
-    private static Point pointInto(MenuView view) {
+    private Point pointInto(MenuView view) {
         List<MenuView.Item> seen = seenIn(view);
         Point place = middleOf(seen.get(seen.size() / 2).bounds());
-        NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE);
+        pointer.moveAtOnce(place);
         return place;
     }
 
@@ -687,23 +711,28 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
-    private static void scrollTowards(MenuView.Item item, MenuView view) {
+    private void scrollTowards(MenuView.Item item, MenuView view) {
         List<MenuView.Item> seen = seenIn(view);
         if (seen.isEmpty()) {
             return;
         }
         int above = seen.get(0).index() - item.index();
         int below = item.index() - seen.get(seen.size() - 1).index();
-        NativeKeyMouseEvent.emitLLMouseEvent(pointInto(view), 0, 0, 0, below >= 0 ? -Math.max(below, 1) : Math.max(above, 1),
-            NativeKeyMouseEvent.WHEEL);
+        pointer.turnWheel(pointInto(view), below >= 0 ? -Math.max(below, 1) : Math.max(above, 1));
+    }
+
+    private MenuView.Item itemOf(MenuView menu, String item) {
+        return menu.find(item).orElseThrow(() -> menu.missing(item, " of " + whom()));
     }
 
     private MenuView.Item usable(MenuView.Item item) {
+        String asked = "no choice of the item " + WidgetView.quoted(item.text()) + " in a menu of " + whom();
         if (!item.shown()) {
-            throw new NoSuchElementException("\"" + item.text() + "\" is hidden");
+            throw new NoSuchElementException(Complaint.of(asked, "it is hidden", "do first what has the program show it"));
         }
         if (!item.enabled()) {
-            throw new ApplicationException.Disabled("\"" + item.text() + "\" is disabled in " + name);
+            throw new ApplicationException.Disabled(Complaint.of(asked, "it is disabled",
+                "do first what has the program enable it; menuItem looks without choosing"));
         }
         return item;
     }
@@ -714,12 +743,12 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws ApplicationException.NotInTime one is still open
      */
     public void closeMenus() {
-        await("its window without menus", asked -> {
+        await("closed menus after the Escape key", this::menusNow, asked -> {
             asked.awaitIdle(); // an Escape key too many closes what the menus belong to
             if (asked.openMenus().isEmpty()) {
                 return Optional.of(true);
             }
-            NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{ESC}");
+            pointer.escape();
             return Optional.empty();
         });
     }
@@ -731,8 +760,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws com.talvern.test.gx.CoordinateOffScreenException its middle is not on the screen
      */
     public void click(Rectangle box) {
-        NativeKeyMouseEvent.emitLLMouseEvent(middleOf(box), 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
-            NativeKeyMouseEvent.CLICK);
+        pointer.clickAtOnce(middleOf(box));
     }
 
     private static Point middleOf(Rectangle box) {
@@ -771,12 +799,44 @@ public final class Application implements AutoCloseable, WidgetScope {
         }
     }
 
-    /** Asks until there is an answer. A question that comes late has the time that is left. */
-    private <T> T await(String what, Function<Application, Optional<T>> question) {
+    /**
+     * Asks until there is an answer. A question that comes late has the time that is left.
+     *
+     * @param instead what there is in place of it
+     */
+    private <T> T await(String what, Supplier<String> instead, Function<Application, Optional<T>> question) {
         Duration limit = timeout;
-        return patiently(limit, left -> question.apply(within(left)).map(Outcome::of).orElseGet(() ->
-            Outcome.failed(() -> new ApplicationException.NotInTime(
-                name + " has not shown " + what + " within " + limit.toMillis() + " ms", null))));
+        boolean[] hasAnswered = new boolean[1];
+        return patiently(limit, left -> {
+            Optional<T> found = Optional.empty();
+            try {
+                found = question.apply(within(left));
+                hasAnswered[0] = true;
+            } catch (ApplicationException.NotInTime late) {
+                if (!hasAnswered[0]) { // else the last look had no time left
+                    throw late;
+                }
+            }
+            return found.map(Outcome::of).orElseGet(() -> Outcome.failed(() -> new ApplicationException.NotInTime(
+                Complaint.of(whom() + " has not shown " + what + " within " + limit.toMillis() + " ms", instead.get(), LONGER),
+                null)));
+        });
+    }
+
+    private String windowsNow() {
+        return insteadOf(asked -> "its windows are " + AppWindow.captions(asked.tree().children()));
+    }
+
+    private String menusNow() {
+        return insteadOf(asked -> "its open menus are " + asked.openMenus().stream().map(MenuView::texts).toList());
+    }
+
+    private String insteadOf(Function<Application, String> look) {
+        try {
+            return look.apply(within(LAST_LOOK));
+        } catch (ApplicationException silent) {
+            return "it does not say what it shows instead";
+        }
     }
 
     static long nanosOf(Duration limit) {
@@ -812,17 +872,20 @@ public final class Application implements AutoCloseable, WidgetScope {
             content.end();
             return result;
         } catch (Agent.EndedException gone) {
-            throw new ApplicationException.Ended(name + ", process " + pid() + ", has ended", gone);
+            throw new ApplicationException.Ended(Complaint.of(whom() + " has not answered " + operation,
+                Complaint.ending(process != null && process.pid() == pid() ? process : null), "its standard error may say why"),
+                gone);
         } catch (TimeoutException busy) {
-            throw new ApplicationException.NotInTime(name + " has not answered " + operation + " within "
-                + limit.toMillis() + " ms", busy);
+            throw new ApplicationException.NotInTime(Complaint.of(whom() + " has not answered " + operation + " within "
+                + limit.toMillis() + " ms", agent.whyLate(), LONGER), busy);
         } catch (Frame.ProtocolException | Values.MalformedException foreign) {
             throw failed(operation, foreign.getMessage(), foreign);
         }
     }
 
     private ApplicationException failed(Operation operation, String reason, Exception cause) {
-        return new ApplicationException.Failed(name + " could not answer " + operation + ": " + reason, cause);
+        return new ApplicationException.Failed(Complaint.of(whom() + " could not answer " + operation, reason,
+            "an agent of another version has to be started anew, and asked again may be what has changed meanwhile"), cause);
     }
 
     static void pause(long milliseconds) {
@@ -830,7 +893,13 @@ public final class Application implements AutoCloseable, WidgetScope {
             Thread.sleep(milliseconds);
         } catch (InterruptedException interrupted) {
             Thread.currentThread().interrupt();
-            throw new CancellationException("interrupted while waiting for an application");
+            throw interrupted("it waited for an application");
         }
+    }
+
+    /** @param what the thread did */
+    static CancellationException interrupted(String what) {
+        return new CancellationException(Complaint.of("interrupted",
+            "the thread " + Thread.currentThread().getName() + ", while " + what, "it asks nothing until that is cleared"));
     }
 }

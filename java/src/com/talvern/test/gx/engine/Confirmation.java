@@ -59,7 +59,9 @@ final class Confirmation {
     /** A window manager may still be placing the dialog. */
     private boolean rests(FileDialogView now) {
         if (now.ok() == null) {
-            throw new NoSuchElementException("\"OK\" is not to be seen");
+            throw new NoSuchElementException(Complaint.of("no click on OK of the file dialog "
+                + WidgetView.quoted(dialog.caption()) + " of " + application.whom(), "that button is not to be seen",
+                "scroll or enlarge the dialog, or use another button of it"));
         }
         boolean hasMoved = !now.ok().equals(place);
         place = now.ok();

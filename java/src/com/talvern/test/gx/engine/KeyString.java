@@ -79,7 +79,8 @@ final class KeyString {
     }
 
     private static IllegalArgumentException failure(int code, String why, int position) {
-        return new IllegalArgumentException("key string: error " + code + " at index " + position + ": " + why);
+        return new IllegalArgumentException(Complaint.of("key string: error " + code + " at index " + position,
+            why + "; nothing was typed", "NativeKeyMouseEvent has the syntax and the names"));
     }
 
     private void readTopLevelItem() {

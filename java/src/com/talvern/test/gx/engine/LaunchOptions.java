@@ -30,7 +30,7 @@ public record LaunchOptions(boolean follows, String domain, boolean leavesRunnin
 
     /** Options as given. */
     public LaunchOptions {
-        Objects.requireNonNull(limit, "a limit");
+        Objects.requireNonNull(limit, "a start has a limit, and this one is null");
     }
 
     /** @return the options for a program that a script or another program starts */

@@ -14,6 +14,8 @@ import java.util.NoSuchElementException;
  * @param items its items from the first
  */
 public record ListView(long window, Rectangle bounds, int topIndex, List<Item> items) {
+    private static final int FEW = 20;
+
     /**
      * An item of a list box.
      *
@@ -38,7 +40,9 @@ public record ListView(long window, Rectangle bounds, int topIndex, List<Item> i
      */
     public Item item(String text) {
         return items.stream().filter(item -> item.text().equals(text)).findFirst()
-            .orElseThrow(() -> new NoSuchElementException("no item \"" + text + "\" among " + items.size()));
+            .orElseThrow(() -> new NoSuchElementException(Complaint.of("no item " + WidgetView.quoted(text)
+                + " in a list box", "it has " + items.size() + ", the first of which are "
+                + items.stream().limit(FEW).map(Item::text).toList(), "ask for one of them, the whole text")));
     }
 
     /**

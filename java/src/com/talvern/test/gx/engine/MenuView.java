@@ -4,6 +4,7 @@ import java.awt.Rectangle;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.NoSuchElementException;
+import java.util.Optional;
 
 /**
  * A menu bar, or a menu that is open, as it was when the application was asked.
@@ -41,8 +42,17 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
      * @throws NoSuchElementException there is none; the message names those that there are
      */
     public Item item(String text) {
-        return items.stream().filter(item -> item.text() != null && text.equals(item.text().strip())).findFirst()
-            .orElseThrow(() -> new NoSuchElementException("no item \"" + text + "\" among " + texts()));
+        return find(text).orElseThrow(() -> missing(text, ""));
+    }
+
+    Optional<Item> find(String text) {
+        return items.stream().filter(item -> item.text() != null && text.equals(item.text().strip())).findFirst();
+    }
+
+    /** @param whose as in " of nedit" */
+    NoSuchElementException missing(String text, String whose) {
+        return new NoSuchElementException(Complaint.of("no item " + WidgetView.quoted(text) + " in a menu" + whose,
+            "it has " + texts(), "ask for one of these, the whole text"));
     }
 
     /** @return the texts of all items in order, null for those without */

@@ -65,9 +65,15 @@ public final class Picture {
     public Picture cut(Rectangle part) {
         Rectangle seen = part.intersection(bounds);
         if (seen.isEmpty()) {
-            throw new IllegalArgumentException(part + " is not in the picture of " + bounds);
+            throw new IllegalArgumentException(Complaint.of("no part " + placeOf(part) + " of a picture",
+                "that shows " + placeOf(bounds), "places are those on the screen"));
         }
         return new Picture(image.getSubimage(seen.x - bounds.x, seen.y - bounds.y, seen.width, seen.height), seen);
+    }
+
+    /** As X tools write it. */
+    static String placeOf(Rectangle box) {
+        return String.format("%dx%d%+d%+d", box.width, box.height, box.x, box.y);
     }
 
     /** @return the picture as a PNG file */

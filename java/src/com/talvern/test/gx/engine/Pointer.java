@@ -18,7 +18,7 @@ final class Pointer {
         if (last != null && last.distance(place) < DOUBLE_CLICK_PIXELS) {
             pauseBetweenClicks();
         }
-        input.play(() -> NativeKeyMouseEvent.emitHLMouseEvent(place, 0, 0, null, 0, 0, button, 0,
+        input.play("a click" + at(place), () -> NativeKeyMouseEvent.emitHLMouseEvent(place, 0, 0, null, 0, 0, button, 0,
             NativeKeyMouseEvent.CLICK, count));
         last = place;
         lastTime = System.nanoTime();
@@ -32,7 +32,40 @@ final class Pointer {
     }
 
     void move(Point place) {
-        input.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE));
+        input.play("a move" + to(place),
+            () -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE));
+    }
+
+    /** Returns when the server has played it. */
+    void clickAtOnce(Point place) {
+        Playing.mouse("a click" + at(place), () -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0,
+            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK));
+    }
+
+    /** Returns when the server has played it. */
+    void moveAtOnce(Point place) {
+        Playing.mouse("a move" + to(place),
+            () -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE));
+    }
+
+    /** @param notches upwards when they are above 0 */
+    void turnWheel(Point place, int notches) {
+        Playing.mouse("a turn of the wheel" + at(place),
+            () -> NativeKeyMouseEvent.emitLLMouseEvent(place, 0, 0, 0, notches, NativeKeyMouseEvent.WHEEL));
+    }
+
+    /** Returns when the server has played it. */
+    void escape() {
+        Playing.keys("the key {ESC}",
+            () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{ESC}"));
+    }
+
+    static String at(Point place) {
+        return " at " + place.x + "," + place.y;
+    }
+
+    private static String to(Point place) {
+        return " to " + place.x + "," + place.y;
     }
 
     /**
@@ -42,8 +75,8 @@ final class Pointer {
      * @param settle waits until the application has seen to a step
      */
     void drag(Point start, Point end, Runnable settle) {
-        input.play(() -> NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
-            NativeKeyMouseEvent.MOUSE_PRESS));
+        input.play("a press" + at(start), () -> NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0,
+            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.MOUSE_PRESS));
         try {
             for (int step = 1; step <= DRAG_STEPS; ++step) {
                 move(new Point(start.x + (end.x - start.x) * step / DRAG_STEPS,
@@ -51,8 +84,8 @@ final class Pointer {
                 settle.run();
             }
         } finally { // even when the user has stopped it
-            NativeKeyMouseEvent.emitLLMouseEvent(end, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0,
-                NativeKeyMouseEvent.MOUSE_RELEASE);
+            Playing.mouse("a release" + at(end), () -> NativeKeyMouseEvent.emitLLMouseEvent(end, 0, 0,
+                NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.MOUSE_RELEASE));
         }
         last = null;
     }

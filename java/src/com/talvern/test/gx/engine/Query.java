@@ -157,7 +157,8 @@ public final class Query {
      */
     public Query at(int position) {
         if (position < 0) {
-            throw new IllegalArgumentException("position " + position);
+            throw new IllegalArgumentException(Complaint.of("no query at(" + position + ")", "there is no such position",
+                "count from 0"));
         }
         return new Query(steps, joined("at(" + position + ")"), around, position);
     }
@@ -187,7 +188,7 @@ public final class Query {
         @Override
         public char charAt(int index) {
             if (Thread.currentThread().isInterrupted()) {
-                throw new CancellationException("interrupted while matching a pattern");
+                throw Application.interrupted("a pattern was matched");
             }
             return text.charAt(index);
         }

@@ -66,7 +66,8 @@ public final class Screen {
     public static Picture capture(Rectangle part, Option... options) {
         Rectangle seen = part.intersection(bounds());
         if (seen.isEmpty()) {
-            throw new IllegalArgumentException(part + " is not on the screen");
+            throw new IllegalArgumentException(Complaint.of("no picture of " + Picture.placeOf(part),
+                "nothing of that is on the screen, which is " + Picture.placeOf(bounds()), "ask for what lies on it"));
         }
         List<Option> how = List.of(options);
         int[] pixels;
@@ -80,8 +81,9 @@ public final class Screen {
             throw Windows.noServer();
         }
         if (pixels.length == 0) {
-            throw new UnsupportedOperationException("the X server gives no picture of " + seen
-                + ": the screen has a palette, or has just changed its size");
+            throw new UnsupportedOperationException(Complaint.of("no picture of " + Picture.placeOf(seen),
+                "the screen has a palette, or has just changed its size",
+                "try again, or on a screen of 24 bits: gx session -- COMMAND"));
         }
         return Picture.of(pixels, seen);
     }

@@ -71,7 +71,7 @@ public final class ScreenWatch implements AutoCloseable {
                 Application.pause(Math.min(TimeUnit.NANOSECONDS.toMillis(left) + 1, TimeUnit.SECONDS.toMillis(1)));
             }
             if (Thread.currentThread().isInterrupted()) {
-                throw new CancellationException("interrupted while waiting for the screen");
+                throw Application.interrupted("it waited for the screen to change");
             }
         }
         return false;

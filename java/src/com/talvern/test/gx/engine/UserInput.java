@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.StringNotInCodePageException;
 import com.talvern.test.gx.sys.NativeLibrary;
 import com.talvern.test.gx.sys.graphical.Keyboard;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
@@ -46,6 +47,9 @@ import java.util.function.BooleanSupplier;
  * gives no such sign, one that is busy say, is waited for half a second, or up to ten times as long while other programs
  * keep it from running. Questions to an {@link Application} may then still be ahead of what the program does with the
  * input.
+ *
+ * <p>Exceptions are those of {@link NativeKeyMouseEvent}, and say what those leave out: which point, character or key it
+ * was, and which window was at the pointer or had the focus. What was to be typed is not in them.
  *
  * <p>Text goes to the window with the keyboard focus. Any thread may use an object, but one text at a time is played in a
  * process, as {@link NativeKeyMouseEvent} says.
@@ -94,10 +98,9 @@ public final class UserInput implements AutoCloseable {
      *     extension
      */
     public void click(Point point) {
-        Objects.requireNonNull(point, "point");
-        goOn(0);
-        NativeKeyMouseEvent.emitLLMouseEvent(point, 0, 0, NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK);
-        awaitClickTaken();
+        Objects.requireNonNull(point, "a click wants a point, and this one is null");
+        play("a click" + Pointer.at(point), () -> NativeKeyMouseEvent.emitLLMouseEvent(point, 0, 0,
+            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.CLICK));
     }
 
     /**
@@ -112,10 +115,17 @@ public final class UserInput implements AutoCloseable {
      *
      * @param event emits it, and ends with the pointer over the program that is to take it
      * @throws InputStoppedException as for {@link #click}
+     * @throws com.talvern.test.gx.UnableToPerformActionException the window that it is for is hidden, covered or elsewhere;
+     *     the message names the window at the pointer
      */
     public void play(Runnable event) {
+        play("an event of the mouse", event);
+    }
+
+    /** @param what as in "a click at 10,20" */
+    void play(String what, Runnable event) {
         goOn(0);
-        event.run();
+        Playing.mouse(what, event);
         awaitClickTaken();
     }
 
@@ -139,12 +149,13 @@ public final class UserInput implements AutoCloseable {
     public void type(String text) {
         checkCharacters(text);
         long strokes = text.codePoints().mapToLong(each -> each < 0x80 ? 1 : PiecewiseTyping.REMAPPED).sum();
-        if (strokes > PiecewiseTyping.FEW_STROKES) {
-            new PiecewiseTyping(this, NativeKeyMouseEvent.INPUTCHARS).characters(text);
-            awaitKeysTaken();
-        } else {
-            playWhole(NativeKeyMouseEvent.INPUTCHARS, text);
-        }
+        typeAs("a text of " + text.length() + " characters", () -> {
+            if (strokes > PiecewiseTyping.FEW_STROKES) {
+                new PiecewiseTyping(this, NativeKeyMouseEvent.INPUTCHARS).characters(text);
+            } else {
+                playWhole(NativeKeyMouseEvent.INPUTCHARS, text);
+            }
+        });
     }
 
     /**
@@ -162,12 +173,19 @@ public final class UserInput implements AutoCloseable {
     public void keys(String keyString) {
         checkCharacters(keyString);
         List<KeyString.Item> items = KeyString.parse(keyString);
-        if (items.stream().mapToLong(PiecewiseTyping::weight).sum() > PiecewiseTyping.FEW_STROKES) {
-            new PiecewiseTyping(this, NativeKeyMouseEvent.KEYSTRING).items(items);
-            awaitKeysTaken();
-        } else {
-            playWhole(NativeKeyMouseEvent.KEYSTRING, keyString);
-        }
+        boolean isLong = items.stream().mapToLong(PiecewiseTyping::weight).sum() > PiecewiseTyping.FEW_STROKES;
+        typeAs("a key string of " + items.size() + " items", () -> {
+            if (isLong) {
+                new PiecewiseTyping(this, NativeKeyMouseEvent.KEYSTRING).items(items);
+            } else {
+                playWhole(NativeKeyMouseEvent.KEYSTRING, keyString);
+            }
+        });
+    }
+
+    private static void typeAs(String what, Runnable typing) {
+        Playing.keys(what, typing);
+        awaitKeysTaken();
     }
 
     /** Gives the hot keys back, unless another open object listens for them. A closed object types no more. */
@@ -181,25 +199,55 @@ public final class UserInput implements AutoCloseable {
 
     /** Looking for the key of a text fails as playing the text would. */
     private static void checkCharacters(String text) {
-        new Keyboard().getKeyCode(Objects.requireNonNull(text, "text"));
+        Objects.requireNonNull(text, "a text is to be typed, and this one is null");
+        try {
+            new Keyboard().getKeyCode(text);
+        } catch (StringNotInCodePageException wrong) {
+            int at = firstWrong(text);
+            StringNotInCodePageException failure = new StringNotInCodePageException(Complaint.of(
+                "a text of " + text.length() + " characters", String.format("the one at index %d, U+%04X, %s; nothing was typed",
+                    at, text.codePointAt(at), whyWrong(text.codePointAt(at))), "LC_ALL=C.UTF-8 takes every character"));
+            failure.initCause(wrong);
+            throw failure;
+        }
+    }
+
+    private static int firstWrong(String text) {
+        Keyboard keyboard = new Keyboard();
+        int at = 0;
+        try {
+            for (; at < text.length() - 1; at += Character.charCount(text.codePointAt(at))) {
+                keyboard.getKeyCode(Character.toString(text.codePointAt(at)));
+            }
+        } catch (StringNotInCodePageException found) {
+            return at;
+        }
+        return at;
+    }
+
+    private static String whyWrong(int codePoint) {
+        return codePoint == 0 ? "is no character to type"
+            : Character.getType(codePoint) == Character.SURROGATE ? "is half a surrogate pair"
+            : "is not in the code set of the locale";
     }
 
     private void playWhole(int kind, String text) {
         goOn(0);
         NativeKeyMouseEvent.emitHLKeyEvent(0, 0, kind, text);
-        awaitKeysTaken();
     }
 
     /** Returns when input may go on. */
     void goOn(long strokesTyped) {
         if (isClosed()) {
-            throw new IllegalStateException("this UserInput is closed");
+            throw new IllegalStateException(Complaint.of("no input", "this UserInput is closed", "make a new one"));
         }
         if (isStopped.getAsBoolean()) {
-            throw new InputStoppedException("the user pressed the stop hot key" + after(strokesTyped));
+            throw new InputStoppedException(Complaint.of("the user pressed the stop hot key" + after(strokesTyped),
+                "no input follows", "close all objects and make a new one to go on"));
         }
         if (Thread.currentThread().isInterrupted()) {
-            throw new InputStoppedException("the thread was interrupted" + after(strokesTyped));
+            throw new InputStoppedException(Complaint.of("the thread was interrupted" + after(strokesTyped),
+                "no input follows from it", "clear its interrupt to go on"));
         }
     }
 

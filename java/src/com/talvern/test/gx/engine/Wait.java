@@ -130,7 +130,7 @@ public final class Wait {
      * @throws ApplicationException.NotInTime it still is
      */
     public static void untilGone(NativeWindow window, Duration limit) {
-        String name = describe(window);
+        String name = Complaint.nameOf(window);
         until(name + " gone", limit, () -> window.nativeIsShowing() ? "on the screen" : "gone", "gone"::equals);
     }
 
@@ -143,7 +143,7 @@ public final class Wait {
      */
     public static void untilViewable(NativeWindow window, Duration limit) {
         patiently(limit, left -> window.nativeIsShowing() ? Outcome.of(true)
-            : late(describe(window) + " on the screen", limit, Wait::windowsNow));
+            : late(Complaint.nameOf(window) + " on the screen", limit, Wait::windowsNow));
     }
 
     /**
@@ -191,7 +191,7 @@ public final class Wait {
     }
 
     static <T> T patiently(Duration limit, Supplier<Changes> changes, Function<Duration, Outcome<T>> look) {
-        Objects.requireNonNull(limit, "a limit");
+        Objects.requireNonNull(limit, "a wait has a limit, and this one is null");
         long end = System.nanoTime() + Application.nanosOf(limit);
         try (Pace pace = new Pace(end, changes)) {
             while (true) {
@@ -281,14 +281,11 @@ public final class Wait {
     }
 
     private static ApplicationException.NotInTime notInTime(String what, Duration limit, String instead) {
-        return new ApplicationException.NotInTime("not within " + limit.toMillis() + " ms: " + what + "; " + instead, null);
+        return new ApplicationException.NotInTime(Complaint.of("not within " + limit.toMillis() + " ms", what + "; " + instead,
+            "a longer limit gives it more time"), null);
     }
 
     private static String windowsNow() {
-        return "there are the windows " + Windows.shown().stream().map(Wait::describe).toList();
-    }
-
-    private static String describe(NativeWindow window) {
-        return WidgetView.quoted(Windows.caption(window)) + " (" + window.nativeGetWindowClassname() + ")";
+        return "there are the windows " + Windows.shown().stream().map(Complaint::nameOf).toList();
     }
 }

@@ -38,6 +38,9 @@ import java.util.stream.IntStream;
  * <p>Exceptions of questions are those of {@link Application} as well. Any thread may use it; one at a time should play.
  */
 public final class Widget implements WidgetScope {
+    private static final String LONGER = "within or setPatience waits longer";
+    private static final String SCROLL = "enlarge its window, or scroll it there by hand";
+
     private final Application application;
     private final String base;
     private final String call;
@@ -248,7 +251,7 @@ public final class Widget implements WidgetScope {
 
     private WidgetView editable() {
         return patiently(tree -> one(tree).then(view -> view.editable() && view.enabled() ? Outcome.of(view)
-            : Outcome.failed(() -> new WidgetException.NotReady(path() + " cannot be typed into: " + view.line()))));
+            : notReady(view, "cannot be typed into", "only fields that are enabled and not read-only can")));
     }
 
     /**
@@ -261,7 +264,8 @@ public final class Widget implements WidgetScope {
     public void set(boolean checked) {
         WidgetView before = view();
         if (before.checked() == null) {
-            throw new WidgetException.NotReady(path() + " is nothing to tick: " + before.line());
+            throw new WidgetException.NotReady(complaint("it is nothing to tick: " + before.line(),
+                "check boxes, radio buttons, switches and toggles are; click() presses others"));
         }
         if (before.checked() != checked) {
             click();
@@ -348,7 +352,8 @@ public final class Widget implements WidgetScope {
      */
     public void choose(String... path) {
         if (path.length == 0) {
-            throw new IllegalArgumentException("no entry to choose");
+            throw new IllegalArgumentException(complaint("no entry to choose is named",
+                "name one at least, from the first menu that opens"));
         }
         Choice choice = new Choice(application, this, patience);
         click();
@@ -425,7 +430,8 @@ public final class Widget implements WidgetScope {
     private void legible() {
         WidgetView view = view();
         if (view.secret()) {
-            throw new WidgetException.NotReady(path() + " hides what it holds: " + view.line());
+            throw new WidgetException.NotReady(complaint("it hides what it holds: " + view.line(),
+                "wait for something else that the program shows"));
         }
     }
 
@@ -439,8 +445,8 @@ public final class Widget implements WidgetScope {
      */
     public WidgetView await(String description, Predicate<WidgetView> condition) {
         return patiently(tree -> one(tree).then(view -> condition.test(view) ? Outcome.of(view)
-            : Outcome.failed(() -> new WidgetException.NotSo(path() + " is not " + description + " after "
-                + patience.toMillis() + " ms: " + view.line()))));
+            : Outcome.failed(() -> new WidgetException.NotSo(complaint("it is not " + description + " after "
+                + patience.toMillis() + " ms: " + view.line(), LONGER)))));
     }
 
     /** Waits until it reacts. */
@@ -457,7 +463,7 @@ public final class Widget implements WidgetScope {
      */
     public Picture capture(Screen.Option... options) {
         return Screen.capture(patiently(tree -> one(tree).then(view -> view.seen() != null ? Outcome.of(view)
-            : notReady(view, "is out of sight"))).seen(), options);
+            : notReady(view, "is out of sight", SCROLL))).seen(), options);
     }
 
     /**
@@ -476,7 +482,7 @@ public final class Widget implements WidgetScope {
     private Outcome<Boolean> gone(WidgetView tree) {
         Optional<WidgetView> left = finder.apply(tree).stream().filter(WidgetView::showing).findFirst();
         return left.isEmpty() ? Outcome.of(true) : Outcome.failed(() -> new WidgetException.NotSo(
-            path() + " is still there after " + patience.toMillis() + " ms: " + left.get().line()));
+            complaint("it is still there after " + patience.toMillis() + " ms: " + left.get().line(), LONGER)));
     }
 
     /** Looks until there is a value, or the time is over. */
@@ -488,11 +494,21 @@ public final class Widget implements WidgetScope {
     private Outcome<WidgetView> one(WidgetView tree) {
         List<WidgetView> found = finder.apply(tree);
         if (found.size() > 1) {
-            throw new WidgetException.Ambiguous(path() + " is " + found.size() + " widgets:" + lines(found));
+            throw new WidgetException.Ambiguous(complaint("it is " + found.size() + " widgets",
+                "ask for more of one, or for at(0) and so on, of these:" + lines(found)));
         }
         return found.size() == 1 ? Outcome.of(found.get(0)) : Outcome.failed(() -> new WidgetException.NotFound(
-            "no " + path() + " within " + patience.toMillis() + " ms; there is:"
-                + lines(NearTexts.sorted(call, tree.all().skip(1).filter(WidgetView::showing).toList()))));
+            complaint("not found within " + patience.toMillis() + " ms", whatThereIs(tree))));
+    }
+
+    private String whatThereIs(WidgetView tree) {
+        List<WidgetView> near = NearTexts.sorted(call, tree.all().skip(1).filter(WidgetView::showing).toList());
+        return near.isEmpty() ? "nothing there says anything; " + LONGER
+            : LONGER + ", or ask for what there is:" + lines(near);
+    }
+
+    private String complaint(String came, String remedy) {
+        return Complaint.of(path() + " of " + application.whom(), came, remedy);
     }
 
     private static String lines(List<WidgetView> views) {
@@ -511,24 +527,25 @@ public final class Widget implements WidgetScope {
             before[0] = view;
             return usable(view).then(usable -> last != null && Objects.equals(last.seen(), usable.seen())
                 ? Outcome.of(usable)
-                : notReady(view, "moves")).then(steady -> uncovered(steady, tree));
+                : notReady(view, "moves", LONGER)).then(steady -> uncovered(steady, tree));
         }));
     }
 
-    private <T> Outcome<T> notReady(WidgetView view, String why) {
-        return Outcome.failed(() -> new WidgetException.NotReady(path() + " " + why + ": " + view.line()));
+    private <T> Outcome<T> notReady(WidgetView view, String why, String remedy) {
+        return Outcome.failed(() -> new WidgetException.NotReady(
+            complaint("it " + why + " after " + patience.toMillis() + " ms: " + view.line(), remedy)));
     }
 
     private Outcome<WidgetView> usable(WidgetView view) {
         if (!view.showing()) {
-            return notReady(view, "is hidden");
+            return notReady(view, "is hidden", "do first what has the program show it");
         }
         if (!view.enabled()) {
-            return notReady(view, "is disabled");
+            return notReady(view, "is disabled", "do first what has the program enable it");
         }
         if (view.seen() == null) {
             reveal(view);
-            return notReady(view, "is out of sight");
+            return notReady(view, "is out of sight", SCROLL);
         }
         return Outcome.of(view);
     }
@@ -545,7 +562,7 @@ public final class Widget implements WidgetScope {
         Point middle = new Point((int) view.seen().getCenterX(), (int) view.seen().getCenterY());
         List<Long> there = application.widgetsAt(middle);
         return there.contains(view.id()) ? Outcome.of(middle) : Outcome.failed(() -> new WidgetException.Covered(
-            path() + " cannot be pressed at " + middle.x + "," + middle.y + ": "
-                + Covering.describe(middle, there, tree) + " takes the press from " + view.line()));
+            complaint("it cannot be pressed" + Pointer.at(middle) + ", where " + Covering.describe(middle, there, tree)
+                + " takes the press from " + view.line(), "close or move that first, or activate() the window")));
     }
 }

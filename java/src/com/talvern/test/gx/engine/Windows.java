@@ -72,13 +72,8 @@ public final class Windows {
     }
 
     static ApplicationException.NoServer noServer() {
-        return new ApplicationException.NoServer(complaint(System.getenv("DISPLAY")));
-    }
-
-    private static String complaint(String display) {
-        return display == null || display.isEmpty()
-            ? "there is no X server: DISPLAY is not set"
-            : "the X server " + display + " does not answer, refuses this program or has gone";
+        String why = Complaint.aboutServer();
+        return new ApplicationException.NoServer(Complaint.of("no X server", why.isEmpty() ? "it did not answer" : why, null));
     }
 
     static native String nameOf(long window);

@@ -3,6 +3,7 @@ package com.talvern.test.gx.inspect;
 import com.sun.net.httpserver.HttpServer;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
+import com.talvern.test.gx.engine.Complaint;
 import com.talvern.test.gx.engine.LaunchOptions;
 import java.io.IOException;
 import java.net.InetAddress;
@@ -31,14 +32,15 @@ import java.util.function.Consumer;
  */
 public final class Inspector implements AutoCloseable {
     private static final String USE = """
-        Use: Inspector [--port PORT] [--follow] PROGRAM [ARGUMENT...]
-             Inspector [--port PORT] PID
+        usage: gx inspect [--port PORT] [--follow] PROGRAM [ARGUMENT ...]
+               gx inspect [--port PORT] PID
         Shows a program's windows and widgets on a page of this machine, and the line of Java that finds each.
           PROGRAM        is started, with an agent in it, and ends with the inspector
           PID            a program that runs with an agent in it, as gxrun starts it
           --port PORT    where the page is; a free port without it
           --follow       what PROGRAM starts is looked at as well
         """;
+    private static final String PREFIX = "gx inspect: ";
     /** One for each connection: who is slow keeps nobody else waiting. */
     private static final int MOST_CONNECTIONS = 64;
     private static final Map<String, String> LIMITS = Map.of(
@@ -66,7 +68,7 @@ public final class Inspector implements AutoCloseable {
             daemons("answers"));
         marker = new Marker(clock);
         subject = new Subject(application, board);
-        onEnd(application, how -> board.end(subject.name() + ", has ended" + how + "."));
+        onEnd(application, how -> board.end(subject.name() + ": " + how + "."));
         this.application = application;
         server.setExecutor(threads);
         server.createContext("/", new Answers(gate, subject, board, marker, clock));
@@ -76,10 +78,10 @@ public final class Inspector implements AutoCloseable {
     private static void onEnd(Application inspected, Consumer<String> end) {
         Process started = inspected.process();
         if (started != null && started.pid() == inspected.pid()) {
-            started.onExit().thenAccept(process -> end.accept(" with exit status " + process.exitValue()));
+            started.onExit().thenAccept(process -> end.accept(Complaint.ending(process)));
         } else {
             ProcessHandle.of(inspected.pid())
-                .ifPresentOrElse(process -> process.onExit().thenRun(() -> end.accept("")), () -> end.accept(""));
+                .ifPresentOrElse(process -> process.onExit().thenRun(() -> end.accept(Complaint.ending(null))), () -> end.accept(Complaint.ending(null)));
         }
     }
 
@@ -154,15 +156,16 @@ public final class Inspector implements AutoCloseable {
         int port = 0;
         LaunchOptions options = LaunchOptions.DEFAULTS;
         while (!left.isEmpty() && left.peek().startsWith("--")) {
-            switch (left.pop()) {
+            String word = left.pop();
+            switch (word) {
                 case "--help" -> exit(0, USE);
                 case "--follow" -> options = options.follow();
                 case "--port" -> port = port(left.poll());
-                default -> exit(2, USE);
+                default -> misused("there is no option " + word);
             }
         }
         if (left.isEmpty()) {
-            exit(2, USE);
+            misused("neither a program nor a process is named");
         }
         inspect(left.toArray(String[]::new), options, port);
     }
@@ -174,9 +177,10 @@ public final class Inspector implements AutoCloseable {
                 + "\nWho has this address sees the program. Ctrl-C ends the inspector.");
             System.out.println(inspector.awaitEnd());
         } catch (ApplicationException none) {
-            exit(1, none.getMessage() + "\n");
+            exit(1, PREFIX + none.getMessage() + "\n");
         } catch (IOException taken) {
-            exit(1, "port " + port + ": " + taken.getMessage() + "\n");
+            exit(1, PREFIX + Complaint.of("no page at port " + port, taken.getMessage(),
+                "name another port, or none for any that is free") + "\n");
         }
     }
 
@@ -188,9 +192,13 @@ public final class Inspector implements AutoCloseable {
 
     private static int port(String text) {
         if (text == null || !text.matches("[0-9]{1,5}") || Integer.parseInt(text) > 65535) {
-            exit(2, USE);
+            misused("--port is " + (text == null ? "missing" : "\"" + text + "\"") + " and not a number from 0 to 65535");
         }
         return Integer.parseInt(text);
+    }
+
+    private static void misused(String why) {
+        exit(2, PREFIX + why + "\n" + USE);
     }
 
     private static void exit(int status, String text) {

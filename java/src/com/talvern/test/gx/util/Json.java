@@ -10,7 +10,7 @@ public final class Json {
     private Json() {}
 
     /**
-     * A value as JSON, in ASCII and what is above it: what would end a script or is no whole character is escaped.
+     * A value as JSON. Control characters, {@code <} and halves of surrogate pairs are escaped, so that it can stand in a page.
      *
      * @param value null, a text, number, truth value, rectangle (four numbers), collection or map; anything else is the text
      *     that it says
