@@ -74,7 +74,7 @@ std::optional<int> parse(int argc, char** argv, COptions& options)
         }
     if (optind < argc)
         return std::nullopt;
-    std::fputs(usage, stderr);
+    std::fprintf(stderr, "gxrun: no program is named\n%s", usage);
     return 125;
 }
 

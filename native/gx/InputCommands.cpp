@@ -100,7 +100,8 @@ void play(Event& event, const std::string& what)
     takeXError();
     event.emit();
     if (event.status() != PlaybackDone)
-        throw CNotSo(what, meaningOf(static_cast<PlaybackStatus>(event.status())), "gx doctor says more");
+        throw CNotSo(what, meaningOf(static_cast<PlaybackStatus>(event.status())),
+                     event.status() == PlaybackOffScreen ? "" : "gx doctor says more");
     if (const std::string refused = takeXError(); !refused.empty())
         throw CNotSo(what, "the X server has answered " + refused,
                      "the keyboard or pointer may lack that key or button");

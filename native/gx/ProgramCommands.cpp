@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <unistd.h>
 
+#include "XErrors.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -46,6 +48,7 @@ std::string beside(const char* program)
 CSeenWindow activeWindow()
 {
     const unsigned long front = CWindow::getForeground().getHandle();
+    takeXError(); // where nothing has the focus, that is asked for its parent all the same
     const std::vector<CSeenWindow> all = Seen::all();
     for (const CSeenWindow& window : all)
         if (window.id == front || CWindow(static_cast<long>(window.id)).getTopLevelHandle() == front)

@@ -20,7 +20,7 @@ constinit GxDebug CommandLine("gx");
 int complain(const std::string& command, std::string message, int status)
 {
     if (const std::string refused = takeXError(); !refused.empty())
-        message += " (the X server has answered " + refused + ")";
+        message += " (on the way the X server has answered " + refused + ")";
     message = "gx" + (command.empty() ? "" : " " + command) + ": " + message;
     std::fflush(stdout);
     std::fprintf(stderr, "%s\n", message.c_str());
