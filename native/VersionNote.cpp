@@ -1,5 +1,5 @@
-// The version of libgxsys.so, as an ELF note: it can be read before the library is loaded (the Java classes do, and
-// readelf -n shows it), and adds no symbol to those that are looked up.
+// The version of libgxsys.so, as an ELF note. It can be read before the library is loaded: the Java classes
+// do, and readelf -n shows it. It adds no symbol to those that are looked up.
 #include <cstdint>
 
 namespace {
