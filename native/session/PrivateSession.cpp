@@ -159,12 +159,14 @@ private:
         if (!windows || !(windows->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT))
             return false;
         m_redirected = m_redirected ? *m_redirected : Clock::now();
-        return hasSaidSo(x, root) || Clock::now() - *m_redirected > 1s;
+        // openbox says early that it is there, then reads fonts, which can take seconds, and may lose sight of a
+        // window that is mapped meanwhile until something else happens; its list of windows comes behind that.
+        const auto patience = has(x, root, "_NET_SUPPORTING_WM_CHECK") ? 10s : 1s;
+        return has(x, root, "_NET_CLIENT_LIST") || Clock::now() - *m_redirected > patience;
     }
 
-    static bool hasSaidSo(xcb_connection_t* x, xcb_window_t root)
+    static bool has(xcb_connection_t* x, xcb_window_t root, std::string_view name)
     {
-        constexpr std::string_view name = "_NET_SUPPORTING_WM_CHECK";
         const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&free)> atom(
             xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, name.size(), name.data()), nullptr), free);
         const std::unique_ptr<xcb_get_property_reply_t, decltype(&free)> property(
@@ -172,7 +174,7 @@ private:
                                           nullptr)
                  : nullptr,
             free);
-        return property && xcb_get_property_value_length(property.get()) > 0;
+        return property && property->type == XCB_ATOM_WINDOW; // the list may be empty
     }
 
     CProgram m_program;
