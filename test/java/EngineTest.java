@@ -263,14 +263,15 @@ class EngineTest {
     }
 
     /** The descriptors that the programs get which a process starts, beside the standard ones. */
-    private static List<Path> inheritable(long pid) throws Exception {
-        List<Path> found = new ArrayList<>();
+    private static List<String> inheritable(long pid) throws Exception {
+        List<String> found = new ArrayList<>();
         try (DirectoryStream<Path> all = Files.newDirectoryStream(Path.of("/proc", Long.toString(pid), "fdinfo"))) {
             for (Path descriptor : all) {
                 String flags = Files.readAllLines(descriptor).get(1).split("\\s+")[1];
                 if (Integer.parseInt(descriptor.getFileName().toString()) > 2
                         && (Integer.parseInt(flags, 8) & 02000000) == 0) {
-                    found.add(descriptor);
+                    Path link = descriptor.resolveSibling("../fd/" + descriptor.getFileName());
+                    found.add(descriptor + " " + (Files.isSymbolicLink(link) ? Files.readSymbolicLink(link) : ""));
                 }
             }
         }

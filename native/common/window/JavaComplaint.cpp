@@ -15,6 +15,8 @@ constinit GxDebug EngineNative("Engine");
 JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_Complaint_trace(JNIEnv* env, jclass, jbyteArray text)
 {
     jniEntry(env, __func__, [&] {
+        if (!text)
+            return;
         std::string utf8(static_cast<size_t>(env->GetArrayLength(text)), '\0');
         env->GetByteArrayRegion(text, 0, static_cast<jsize>(utf8.size()),
                                 reinterpret_cast<jbyte*>(utf8.data()));
