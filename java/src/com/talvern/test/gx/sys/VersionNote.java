@@ -1,17 +1,17 @@
 package com.talvern.test.gx.sys;
 
 import java.io.IOException;
+import java.io.RandomAccessFile;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
-import java.nio.channels.SeekableByteChannel;
 import java.nio.charset.StandardCharsets;
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Optional;
 
 /**
  * The version of a native file, from the ELF note with the name "gxsys" that it is linked with. The file is not loaded for
- * that: what a library of another version does when it is loaded is anybody's guess.
+ * that: what a library of another version does when it is loaded is anybody's guess. Nor is a channel opened: with the first
+ * one Java opens a socket that the programs get which an application under test starts (see the descriptors of the agent).
  */
 final class VersionNote {
     private static final String NAME = "gxsys\0";
@@ -23,14 +23,14 @@ final class VersionNote {
 
     /** @return the version, "" when there is no note; empty for what is no ELF file of this kind of machine or cannot be read */
     static Optional<String> of(Path file) {
-        try (SeekableByteChannel channel = Files.newByteChannel(file)) {
-            return Optional.of(find(channel));
-        } catch (IOException | RuntimeException e) { // a file cut short makes buffers underflow
+        try (RandomAccessFile opened = new RandomAccessFile(file.toFile(), "r")) {
+            return Optional.of(find(opened));
+        } catch (IOException | RuntimeException e) { // or one that leads beyond its own buffers
             return Optional.empty();
         }
     }
 
-    private static String find(SeekableByteChannel file) throws IOException {
+    private static String find(RandomAccessFile file) throws IOException {
         ByteBuffer header = part(file, 0, 64);
         if (header.getInt(0) != MAGIC) {
             throw new IOException("not an ELF file");
@@ -67,12 +67,10 @@ final class VersionNote {
         return text;
     }
 
-    private static ByteBuffer part(SeekableByteChannel file, long at, int size) throws IOException {
-        ByteBuffer bytes = ByteBuffer.allocate(size).order(ByteOrder.nativeOrder());
-        file.position(at);
-        while (bytes.hasRemaining() && file.read(bytes) >= 0) {
-            continue;
-        }
-        return bytes.flip();
+    private static ByteBuffer part(RandomAccessFile file, long at, int size) throws IOException {
+        byte[] bytes = new byte[size];
+        file.seek(at);
+        file.readFully(bytes);
+        return ByteBuffer.wrap(bytes).order(ByteOrder.nativeOrder());
     }
 }
