@@ -30,7 +30,7 @@ public:
     }
     bool typeUnicode(char32_t) override { return true; }
     unsigned modifiersDown() override { return 0; }
-    bool beginText() override { return false; }
+    void beginText(const std::function<void()>&) override {}
     void endText(CLockState, const std::function<void(CLockState)>&) override {}
 
     const std::set<unsigned long>& named() const { return m_named; } ///< keysyms of keys that have names

@@ -172,7 +172,7 @@ public:
     void begin();
     void end();
     template <class Send> void fake(unsigned code, bool down, Send send);
-    bool beginText(unsigned affected);
+    void beginText(unsigned affected, const std::function<void()>& switchOff);
     void endText(unsigned switched, const std::function<void(unsigned)>& switchOver);
     void borrow();
     void giveBack();
@@ -181,11 +181,13 @@ private:
     using Guard = std::lock_guard<std::recursive_mutex>;
 
     void prepare(const Guard&);
+    void followDisplay();
+    std::vector<CSlot> settle();
     xcb_connection_t* connection() const { return XGetXCBConnection(m_display); }
     xcb_window_t root() const { return static_cast<xcb_window_t>(DefaultRootWindow(m_display)); }
     void moveTo(Display* display);
     std::vector<CSlot> look();
-    void clearUp(std::vector<CSlot> slots);
+    void clearUp(std::vector<CSlot>& slots);
     HeldCodes release(const CRecord& record, const HeldCodes& wanted);
     XkbStateRec keyboardState() const;
     void endTexts(const CTextLocks& locks, const std::function<void(unsigned)>& switchOver);
@@ -345,7 +347,7 @@ HeldCodes CPlayers::heldByLiving(const std::vector<CSlot>& slots) const
 }
 
 /// Ends with the records, so that whoever goes on after a death here finds them.
-void CPlayers::clearUp(std::vector<CSlot> slots)
+void CPlayers::clearUp(std::vector<CSlot>& slots)
 {
     const HeldCodes wanted = heldByLiving(slots);
     bool hasBorrowed = false;
@@ -374,20 +376,33 @@ void CPlayers::clearUp(std::vector<CSlot> slots)
             xcb_delete_property(connection(), root(), slot.m_name);
 }
 
-/// Finds itself a name if it has none, and clears up after those that have gone.
-void CPlayers::prepare(const Guard&)
+void CPlayers::followDisplay()
 {
     if (m_display != g_display)
         moveTo(g_display);
-    const std::vector<CSlot> before = look();
+}
+
+/// With the server grabbed: clears up after those that have gone, and finds itself a name if it has none.
+std::vector<CSlot> CPlayers::settle()
+{
+    std::vector<CSlot> slots = look();
+    clearUp(slots);
+    if (m_name == 0)
+        claim(look());
+    return slots;
+}
+
+/// Grabs the server only where there is something to do.
+void CPlayers::prepare(const Guard&)
+{
+    followDisplay();
+    const std::vector<CSlot> slots = look();
     const bool isAnyLeft =
-        std::any_of(before.begin(), before.end(), [](const CSlot& slot) { return slot.m_isLeft; });
+        std::any_of(slots.begin(), slots.end(), [](const CSlot& slot) { return slot.m_isLeft; });
     if (m_name != 0 && !isAnyLeft)
         return;
     const CServerGrab grab(m_display);
-    clearUp(look());
-    if (m_name == 0)
-        claim(look());
+    settle();
 }
 
 void CPlayers::begin()
@@ -427,13 +442,16 @@ template <class Send> void CPlayers::fake(unsigned code, bool down, Send send)
     send();
 }
 
-bool CPlayers::beginText(unsigned affected)
+/// Another one may have been killed since the event began: what it kept of the locks goes back first, or
+/// what it made of them would be kept as theirs. The first one finds out, besides, whether Num Lock can be
+/// switched, and must not take the strokes of others for its own.
+void CPlayers::beginText(unsigned affected, const std::function<void()>& switchOff)
 {
     const Guard guard(m_mutex);
-    if (m_name == 0 || m_display != g_display)
-        prepare(guard);
+    followDisplay();
     const CServerGrab grab(m_display);
-    const bool isFirst = m_texts++ == 0 && !doOthers(&CRecord::m_types, look());
+    const bool areOthers = doOthers(&CRecord::m_types, settle());
+    const bool isFirst = m_texts++ == 0 && !areOthers;
     m_record.m_types = true;
     writeRecord();
     const XkbStateRec state = keyboardState();
@@ -445,7 +463,8 @@ bool CPlayers::beginText(unsigned affected)
     write(m_locks, wordsOf(locks));
     if (state.locked_group != 0)
         XkbLockGroup(m_display, XkbUseCoreKbd, 0);
-    return isFirst;
+    if (isFirst)
+        switchOff();
 }
 
 XkbStateRec CPlayers::keyboardState() const
@@ -468,15 +487,17 @@ void CPlayers::endTexts(const CTextLocks& locks, const std::function<void(unsign
     xcb_delete_property(connection(), root(), m_locks);
 }
 
+/// Clears up before: a lock key that a killed one holds down could not be pressed.
 /// @param switchOver  empty after a failure
 void CPlayers::endText(unsigned switched, const std::function<void(unsigned)>& switchOver)
 {
     const Guard guard(m_mutex);
     const CServerGrab grab(m_display);
+    const bool areOthers = doOthers(&CRecord::m_types, settle());
     CTextLocks locks = textLocksIn(read(m_locks));
     locks.m_on ^= switched & locks.m_affected;
     locks.m_played |= switchOver != nullptr;
-    if (--m_texts > 0 || doOthers(&CRecord::m_types, look()))
+    if (--m_texts > 0 || areOthers)
         write(m_locks, wordsOf(locks));
     else
         endTexts(locks, switchOver);
@@ -489,14 +510,15 @@ void CPlayers::endText(unsigned switched, const std::function<void(unsigned)>& s
 void CPlayers::borrow()
 {
     const Guard guard(m_mutex);
-    if (m_borrowers++ > 0)
+    if (m_borrowers > 0) {
+        ++m_borrowers;
         return;
-    prepare(guard);
-    const CServerGrab grab(m_display);
-    if (!doOthers(&CRecord::m_borrows, look())) {
-        putKeyboardsBack(); // after one that has gone, if it comes to that
-        write(m_keyboards, keysOfAllKeyboards(m_display));
     }
+    followDisplay();
+    const CServerGrab grab(m_display);
+    if (!doOthers(&CRecord::m_borrows, settle()))
+        write(m_keyboards, keysOfAllKeyboards(m_display));
+    ++m_borrowers;
     m_record.m_borrows = true;
     writeRecord();
 }
@@ -504,11 +526,14 @@ void CPlayers::borrow()
 void CPlayers::giveBack()
 {
     const Guard guard(m_mutex);
-    if (--m_borrowers > 0)
+    if (m_borrowers > 1) {
+        --m_borrowers;
         return;
+    }
     const CServerGrab grab(m_display);
-    if (!doOthers(&CRecord::m_borrows, look()))
+    if (!doOthers(&CRecord::m_borrows, settle()))
         putKeyboardsBack();
+    m_borrowers = 0;
     m_record.m_borrows = false;
     writeRecord();
 }
@@ -552,7 +577,10 @@ CPlayedInput::~CPlayedInput()
     players().end();
 }
 
-CSwitchedLocks::CSwitchedLocks(unsigned affected) : m_alone(players().beginText(affected)) {}
+CSwitchedLocks::CSwitchedLocks(unsigned affected, const std::function<void()>& switchOff)
+{
+    players().beginText(affected, switchOff);
+}
 
 CSwitchedLocks::~CSwitchedLocks()
 {

@@ -51,21 +51,20 @@ public:
 /// when the last one of all players ends. Round trips.
 class CSwitchedLocks {
 public:
-    /// @param affected  bits of the modifiers that may be switched
-    explicit CSwitchedLocks(unsigned affected);
+    /// @param affected   bits of the modifiers that may be switched
+    /// @param switchOff  is called, with the server grabbed, when no player has one: the locks are as they
+    ///                   were left
+    CSwitchedLocks(unsigned affected, const std::function<void()>& switchOff);
     ~CSwitchedLocks();
     CSwitchedLocks(const CSwitchedLocks&) = delete;
     CSwitchedLocks& operator=(const CSwitchedLocks&) = delete;
 
-    /// Whether no player had one when this one began: the locks are as they were left.
-    bool areAlone() const { return m_alone; }
     /// Ends it early, with the server grabbed.
     /// @param switched    bits of modifiers that are to be the other way from now on
     /// @param switchOver  is called when it is the last one, with the modifiers whose locks are to switch
     void end(unsigned switched, const std::function<void(unsigned)>& switchOver);
 
 private:
-    bool m_alone;
     bool m_ended = false;
 };
 

@@ -38,6 +38,7 @@ void Keyboard::setModifierKeys(unsigned wanted)
     const CPlayedInput played;
     CServerStrokes strokes;
     const CStrokeScope scope(strokes);
+    strokes.beginText([] {});
     AdjustModifiersEx(wanted & (ShiftHeld | ControlHeld | AltHeld));
 }
 

@@ -41,8 +41,8 @@ public:
     virtual unsigned modifiersDown() = 0; ///< KeyModifier bits of the modifier keys that are down
 
     /// Begins a text. Texts that are typed at once share the locks.
-    /// @return whether it is the only one, which has to switch them off
-    virtual bool beginText() = 0;
+    /// @param switchOff  is called when it is the only one; no other one begins meanwhile
+    virtual void beginText(const std::function<void()>& switchOff) = 0;
     /// Ends a text that has been played; one that has failed just ends with the sink.
     /// @param switched    the locks that the text asked to be switched at its end
     /// @param switchOver  is called when no other text is being typed, with the locks to switch; no other one

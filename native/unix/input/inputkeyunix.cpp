@@ -379,10 +379,7 @@ CKeyCodes switchToXTestKeyboard()
     return CKeyCodes(g_display);
 }
 
-CServerStrokes::CServerStrokes()
-    : m_keys(switchToXTestKeyboard()), m_numLock(numLockBit(m_keys)), m_locks(LockMask | m_numLock)
-{
-}
+CServerStrokes::CServerStrokes() : m_keys(switchToXTestKeyboard()), m_numLock(numLockBit(m_keys)) {}
 
 CServerStrokes::~CServerStrokes() = default;
 
@@ -423,14 +420,14 @@ CLockState CServerStrokes::locksIn(unsigned modifiers) const
     return {(modifiers & LockMask) != 0, (modifiers & m_numLock) != 0};
 }
 
-bool CServerStrokes::beginText()
+void CServerStrokes::beginText(const std::function<void()>& switchOff)
 {
-    return m_locks.areAlone();
+    m_locks.emplace(LockMask | m_numLock, switchOff);
 }
 
 void CServerStrokes::endText(CLockState switched, const std::function<void(CLockState)>& switchOver)
 {
     m_unicodeKey.reset();
     const unsigned modifiers = (switched.capsLock ? LockMask : 0U) | (switched.numLock ? m_numLock : 0U);
-    m_locks.end(modifiers, [&](unsigned on) { switchOver(locksIn(on)); });
+    m_locks->end(modifiers, [&](unsigned on) { switchOver(locksIn(on)); });
 }

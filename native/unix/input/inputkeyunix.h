@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 /// Whether what is being played may go on: the process does not end and the server has not gone.
 bool mayGoOn();
@@ -58,9 +59,9 @@ int playCharWithCompose(unsigned character);
 
 class CUnicodeKey;
 
-/// The strokes of one text, sent to the X server. While it lives the first group of the layout is locked,
-/// since that is the one the table describes; the group of before comes back at its end, and with it the
-/// exact maps of all keyboards. The keys of keysyms are those of its beginning.
+/// The strokes of one text, sent to the X server. From the beginning of the text the first group of the layout
+/// is locked, since that is the one the table describes; the group of before comes back at its end, and with
+/// it the exact maps of all keyboards. The keys of keysyms are those of before it.
 class CServerStrokes : public IStrokeSink {
 public:
     CServerStrokes();
@@ -72,7 +73,7 @@ public:
     bool stroke(unsigned action, unsigned long keysym, int delayMs, int flag) override;
     bool typeUnicode(char32_t character) override;
     unsigned modifiersDown() override;
-    bool beginText() override;
+    void beginText(const std::function<void()>& switchOff) override;
     void endText(CLockState switched, const std::function<void(CLockState)>& switchOver) override;
 
 private:
@@ -80,7 +81,7 @@ private:
 
     const CKeyCodes m_keys;
     const unsigned m_numLock; ///< the modifier bit that Num Lock sets; 0 when it is on no modifier
-    CSwitchedLocks m_locks;
+    std::optional<CSwitchedLocks> m_locks;
     std::unique_ptr<CUnicodeKey> m_unicodeKey;
 };
 

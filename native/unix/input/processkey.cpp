@@ -477,8 +477,7 @@ int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)
 {
     const CEnvironmentLocale locale;
     const CStrokeScope scope(sink, text);
-    if (sink.beginText())
-        switchLocksOff();
+    sink.beginText(switchLocksOff);
     if (const int result = playText(parse); result != KeysPlayed) {
         traceFailure(result, static_cast<size_t>(scope.m_item - text));
         return result;

@@ -1,6 +1,9 @@
 // Players that are killed in the middle of what they play, and players beside each other.
 #include "ChildProcess.h"
+#include "HeldInput.h"
 #include "TextProgram.h"
+#include "inputkeyunix.h"
+#include "processkey.h"
 
 #include <gtest/gtest.h>
 
@@ -163,6 +166,37 @@ TEST_F(PlayersTest, WhatPeopleAndLivingPlayersHoldStaysDown)
     living.die();
     type("x");
     EXPECT_EQ("", down());
+}
+
+/// Killed with Num Lock held down, before or after the text of another one begins.
+TEST_F(PlayersTest, ATextPutsBackTheLocksOfOneThatIsKilledMeanwhile)
+{
+    const auto stroke = [](CLockState locks) {
+        if (locks.numLock)
+            PlayVirtualKey(XK_Num_Lock, 0, CSpecialKey::OwnNumLock);
+    };
+    for (const bool isKilledBefore : {true, false}) {
+        lock(0, 1);
+        COtherPlayer killed(
+            [] {
+                new CPlayedInput;
+                (new CServerStrokes)->beginText([] {});
+                press(XK_Num_Lock);
+            },
+            false);
+        ASSERT_NE("", down());
+        const CPlayedInput played;
+        if (isKilledBefore)
+            killed.die();
+        CServerStrokes strokes;
+        const CStrokeScope scope(strokes);
+        strokes.beginText([] {});
+        if (!isKilledBefore)
+            killed.die();
+        strokes.endText({}, stroke);
+        EXPECT_EQ("", down());
+        EXPECT_EQ(1U << 8, locksAndGroup()) << isKilledBefore;
+    }
 }
 
 /// Their characters may come out wrong.

@@ -46,10 +46,10 @@ public:
         return m_count < m_most;
     }
     unsigned modifiersDown() override { return 0; }
-    bool beginText() override
+    void beginText(const std::function<void()>& switchOff) override
     {
         m_before = m_locks;
-        return true;
+        switchOff();
     }
     void endText(CLockState switched, const std::function<void(CLockState)>& switchOver) override
     {
