@@ -73,6 +73,13 @@ private:
         return std::string(state & LockMask ? "L" : "") + (state & ShiftMask ? "S" : "") +
                (state & ControlMask ? "C" : "") + (state & Mod1Mask ? "A" : "");
     }
+    /// A key that a player had borrowed may have none again by now.
+    std::string name(unsigned keycode)
+    {
+        const char* const known =
+            XKeysymToString(XkbKeycodeToKeysym(m_display.get(), static_cast<KeyCode>(keycode), 0, 0));
+        return known ? known : "key" + std::to_string(keycode);
+    }
     std::string describe(XEvent& event, bool motions)
     {
         switch (event.type) {
@@ -86,8 +93,7 @@ private:
         case KeyRelease:
             (event.type == KeyPress ? m_presses : m_releases).push_back(event.xkey.time);
             return modifiers(event.xkey.state) + (event.type == KeyPress ? "+" : "-") +
-                   XKeysymToString(
-                       XkbKeycodeToKeysym(m_display.get(), static_cast<KeyCode>(event.xkey.keycode), 0, 0));
+                   name(event.xkey.keycode);
         case MotionNotify:
             return motions ? std::to_string(event.xmotion.x) + "," + std::to_string(event.xmotion.y) : "";
         case MappingNotify:
