@@ -3,13 +3,13 @@
 #include "CTracer.h"
 #include "GxGlobals.h"
 #include "Keyboards.h"
+#include "ProcessStat.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -40,20 +40,12 @@ uint32_t placeOfThisProcess()
     return static_cast<uint32_t>(std::hash<std::string>()(boot.append(space, static_cast<size_t>(length))));
 }
 
-/// When a process started, in clock ticks; nothing for one that has ended or cannot be looked at.
+/// The lower half of when a process started, in clock ticks; nothing for one that has ended or cannot be looked
+/// at.
 std::optional<uint32_t> startOf(uint32_t process)
 {
-    constexpr int fieldsBetween = 18; // from the parent to the start time
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    const size_t name = text.rfind(')'); // it may hold blanks and parentheses
-    if (name == std::string::npos || text.compare(name, 3, ") Z") == 0)
-        return std::nullopt;
-    size_t at = text.find(' ', name + 2);
-    for (int field = 0; field < fieldsBetween && at != std::string::npos; ++field)
-        at = text.find(' ', at + 1);
-    return at == std::string::npos ? std::nullopt
-                                   : std::optional(static_cast<uint32_t>(std::stoull(text.substr(at + 1))));
+    const std::optional<CProcessStat> stat = CProcessStat::of(static_cast<pid_t>(process));
+    return stat && !stat->isZombie() ? std::optional(static_cast<uint32_t>(stat->m_start)) : std::nullopt;
 }
 
 struct CRecord {

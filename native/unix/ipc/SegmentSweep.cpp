@@ -3,6 +3,7 @@
 #include "IpcStatus.h"
 #include "JournalSegment.h"
 #include "ProcessEnd.h"
+#include "ProcessStat.h"
 #include "SharedMemory.h"
 #include "SpyJournal.h"
 #include "UnixSharedMemory.h"
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -127,13 +127,8 @@ bool isRunning(pid_t process)
 {
     if (kill(process, 0) != 0 && errno == ESRCH)
         return false;
-    FILE* file = std::fopen(("/proc/" + std::to_string(process) + "/stat").c_str(), "re");
-    char state = 'R';
-    if (file && std::fscanf(file, "%*d (%*[^)]) %c", &state) != 1)
-        state = 'R';
-    if (file)
-        std::fclose(file);
-    return state != 'Z' && state != 'X';
+    const std::optional<CProcessStat> stat = CProcessStat::of(process);
+    return !stat || !stat->isZombie();
 }
 
 bool isUsedByOthers(int set)

@@ -2,14 +2,13 @@
 
 #include "CTracer.h"
 #include "Environment.h"
+#include "ProcessStat.h"
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
-#include <iterator>
 #include <sched.h>
 #include <sys/utsname.h>
 #include <thread>
@@ -27,23 +26,6 @@ milliseconds waitLimit(int timeoutMs)
     if (const std::optional<std::string> seconds = CEnvironment::get("TALVERN_EXEC_MAX_WAIT_TIME"))
         return std::chrono::seconds(std::atoi(seconds->c_str()));
     return timeoutMs == -1 ? defaultLimit : milliseconds(timeoutMs);
-}
-
-/// A file of a process in /proc; empty when there is no such process.
-std::string processFile(pid_t pid, const char* name)
-{
-    std::ifstream file("/proc/" + std::to_string(pid) + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Makes one word of the program's name, which stands in parentheses and may hold blanks and parentheses of
-/// its own.
-void joinName(std::string& stat)
-{
-    const size_t start = stat.find('(');
-    const size_t end = stat.rfind(')');
-    if (start != std::string::npos && end != std::string::npos)
-        stat.replace(start, end - start + 1, "name");
 }
 } // namespace
 
@@ -96,10 +78,8 @@ void COperatingSystem::kill(pid_t pid)
 
 pid_t COperatingSystem::getppid(pid_t pid)
 {
-    std::string stat = processFile(pid, "stat");
-    joinName(stat);
-    pid_t parent = -1;
-    return std::sscanf(stat.c_str(), "%*d %*s %*c %d", &parent) == 1 ? parent : -1;
+    const std::optional<CProcessStat> stat = CProcessStat::of(pid);
+    return stat ? stat->m_parent : -1;
 }
 
 std::optional<std::string> COperatingSystem::getVersion()
@@ -117,7 +97,7 @@ bool COperatingSystem::isFileWriteable(const char* path)
 
 void COperatingSystem::printOutCommandLineForPid(pid_t pid)
 {
-    std::string line = processFile(pid, "cmdline");
+    std::string line = CProcessStat::file(pid, "cmdline");
     while (!line.empty() && line.back() == '\0')
         line.pop_back();
     std::replace(line.begin(), line.end(), '\0', ' ');

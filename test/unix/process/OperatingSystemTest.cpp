@@ -4,6 +4,7 @@
 #include "ChildProcess.h"
 #include "Environment.h"
 #include "ProcessStart.h"
+#include "ProcessStat.h"
 #include "ScopedFile.h"
 #include "Within.h"
 
@@ -257,6 +258,20 @@ TEST(OperatingSystemTest, FindsTheParentWhateverTheProgramIsCalled)
     }
     for (const pid_t pid : {0, -1, 0x3fffffff})
         EXPECT_EQ(-1, COperatingSystem::getppid(pid));
+}
+
+TEST(ProcessStatTest, AProcessMayGoWhileItIsRead)
+{
+    signal(SIGCHLD, SIG_DFL);
+    for (int child = 0; child < 300; ++child) {
+        const pid_t pid = fork();
+        if (pid == 0)
+            _exit(0);
+        std::thread reaper([=] { waitpid(pid, nullptr, 0); });
+        while (CProcessStat::of(pid)) {
+        }
+        reaper.join();
+    }
 }
 
 TEST(EnvironmentTest, IsReadWhileItIsEdited)
