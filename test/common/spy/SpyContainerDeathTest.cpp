@@ -6,13 +6,15 @@
 #include <chrono>
 #include <random>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 using namespace std::chrono_literals;
 
 constexpr int Deaths = 200;
-constexpr int Kept = 15;  ///< entries that nobody changes
-constexpr int Heaps = 32; ///< far more than all deaths together fill
+constexpr int Changes = 1000; ///< by a child that is not killed in time: a quarter of them are puts
+constexpr int Kept = 15;      ///< entries that nobody changes
+constexpr int Heaps = 32;     ///< far more than all deaths together fill
 constexpr unsigned HeapSize = 0x100000;
 
 /// Begins a store whose overflow heaps this process has attached: a heap that only the killed process had
@@ -44,7 +46,8 @@ struct CShared {
         CSpyMap newMap((CSpyMemRef()));
         CSpyVector newVector;
         CSpyMappedPair newPair;
-        newMap.create(CName(""), 0, 1000); // never grows, which would leave chains that nobody names
+        // It would grow after 300 collisions, which leaves chains that nobody names.
+        newMap.create(CName(""), 0, 1000);
         newVector.create(0, 2, 3);
         newPair.create(0U);
         for (int number = 0; number < Kept; ++number) {
@@ -146,8 +149,9 @@ TEST(SpyContainerDeathTest, LeavesEachOperationDoneOrNotBegunAndNoBlockLost)
         const size_t strangers = shared.strangers();
         CChildProcess child([&](CChildProcess& parent) {
             parent.pass();
-            for (;;)
+            for (int count = 0; count < Changes; ++count)
                 shared.change(random);
+            pause();
         });
         child.wait();
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 6000));
