@@ -2,6 +2,7 @@
 #pragma once
 
 #include "SemaphoreSet.h"
+#include "NativeFailure.h"
 #include "SpyMemory.h"
 
 #include <csignal>
@@ -13,11 +14,9 @@
 class ITalString;
 
 /// A failure of a mailslot, which it names.
-class CMailslotException {
+class CMailslotException : public CNativeFailure {
 public:
-    virtual ~CMailslotException() = default;
-    /// Made by the first call; lives as long as this object.
-    virtual const char* message() const = 0;
+    const char* traceText() const override { return message(); }
 
 protected:
     explicit CMailslotException(const std::optional<std::string>& name) : m_name(name.value_or("(Unknown)"))
@@ -33,15 +32,21 @@ private:
 /// The process that receives there has died, or has given the mailslot up.
 class CMailslotGoneException : public CMailslotException {
 public:
+    static constexpr char JavaClass[] = "com/talvern/test/gx/sys/Mailslot$MailslotGoneException";
+
     explicit CMailslotGoneException(const std::optional<std::string>& name) : CMailslotException(name) {}
     const char* message() const override { return formatMessage("Mailslot [%s] disappeared during send"); }
+    const char* javaExceptionClass() const override { return JavaClass; }
 };
 
 /// There is no such mailslot.
 class CInvalidMailslotException : public CMailslotException {
 public:
+    static constexpr char JavaClass[] = "com/talvern/test/gx/sys/InvalidMailslotException";
+
     explicit CInvalidMailslotException(const std::optional<std::string>& name) : CMailslotException(name) {}
     const char* message() const override { return formatMessage("Mailslot does not  exist: %s"); }
+    const char* javaExceptionClass() const override { return JavaClass; }
 };
 
 /// One process's view of a mailslot: a record that names the receiving process, two semaphores ("events") and

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "LockHolder.h"
+#include "NativeFailure.h"
 #include "SharedValue.h"
 
 #include <array>
@@ -29,10 +30,9 @@ constexpr HEAPID MaxHeap = 255;
 constexpr HEAPID NoHeap = MaxHeap + 1; ///< what look-ups answer when there is no such heap
 
 /// A failure of the heap, with the text that names it. Its construction writes the text to the trace.
-class CSpyHeapException {
+class CSpyHeapException : public CNativeFailure {
 public:
-    virtual ~CSpyHeapException() = default;
-    const char* message() const { return m_message->c_str(); }
+    const char* message() const override { return m_message->c_str(); }
 
 protected:
     explicit CSpyHeapException(const char* message);
@@ -44,9 +44,12 @@ private:
 /// An allocation cannot be met.
 class COutOfSpyMemory : public CSpyHeapException {
 public:
+    static constexpr char JavaClass[] = "com/talvern/test/gx/sys/OutOfSpyMemException";
+
     /// @param message  null stands for the standard text
     /// @param heap     is dumped to the default dump file, which is overwritten; null dumps nothing
     explicit COutOfSpyMemory(const char* message = nullptr, CSpyHeap* heap = nullptr);
+    const char* javaExceptionClass() const override { return JavaClass; }
 };
 
 /// The bytes of a heap contradict each other.
@@ -58,7 +61,12 @@ public:
 /// Another process or thread kept the heap mutex until the time-out.
 class CSpyHeapLockedException : public CSpyHeapException {
 public:
+    static constexpr char JavaClass[] = "com/talvern/test/gx/sys/ApplicationNotRespondingException";
+    static const char JavaMessage[];
+
     CSpyHeapLockedException();
+    const char* javaExceptionClass() const override { return JavaClass; }
+    const char* javaMessage() const override { return JavaMessage; }
 };
 
 /// A global slot beyond the last. Thrown as a pointer, which the catcher deletes.

@@ -93,14 +93,17 @@ private:
 static_assert(sizeof(CSpyMemRef) == 8);
 
 /// A reference that names no block that is allocated.
-class CInvalidSpyMemRef {
+class CInvalidSpyMemRef : public CNativeFailure {
 public:
+    static constexpr char JavaClass[] = "com/talvern/test/gx/sys/InvalidSpyMemReference";
+
     /// Writes the message to the trace and, when the environment variable QUESSA_VTX_DUMP_HEAP is set and
     /// `heap` is not null, dumps the heap to the default dump file.
     explicit CInvalidSpyMemRef(const CSpyMemRef& ref, CSpyHeap* heap = nullptr);
     const CSpyMemRef& reference() const { return m_ref; }
     /// In one buffer for the whole process: good until the next call.
-    const char* message() const;
+    const char* message() const override;
+    const char* javaExceptionClass() const override { return JavaClass; }
 
 private:
     CSpyMemRef m_ref;

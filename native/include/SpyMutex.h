@@ -2,17 +2,17 @@
 #pragma once
 
 #include "LockHolder.h"
+#include "NativeFailure.h"
 #include "jniobject.h"
 
 /// A failure of a named mutex. It knows the Java class it becomes.
-class CSpyMutexException {
+class CSpyMutexException : public CNativeFailure {
 public:
     /// @param message  kept up to 1024 characters
     explicit CSpyMutexException(const char* message);
-    virtual ~CSpyMutexException() = default;
 
-    virtual const char* message() const { return m_message; }
-    virtual const char* javaExceptionClass() const = 0;
+    const char* message() const override { return m_message; }
+    const char* javaExceptionClass() const override = 0;
 
 private:
     char m_message[1024 + 1];

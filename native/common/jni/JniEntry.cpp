@@ -2,8 +2,7 @@
 
 #include "CTracer.h"
 #include "JniDataTypes.h"
-#include "SpyMemRef.h"
-#include "SpyMutex.h"
+#include "NativeFailure.h"
 #include "jniobject.h"
 
 #include <exception>
@@ -28,25 +27,16 @@ void raiseUnknown(JNIEnv* env, const char* what)
     CJniJObject::throwAnsiException(env, "java/lang/Error", what);
 }
 
-constexpr char HeapLockedMessage[] =
-    "Application under test (AUT) is not responding. It is recommended to retry after restarting the application. If the problem persists, avoid recording/playing back on the specific control";
+bool raise(JNIEnv* env, const CNativeFailure& failure)
+{
+    if (!failure.javaExceptionClass())
+        return false;
+    if (const char* const text = failure.traceText())
+        CTracer::debugTrace("%s", text);
+    CJniJObject::throwAnsiException(env, failure.javaExceptionClass(), failure.javaMessage());
+    return true;
+}
 } // namespace
-
-void raiseOutOfSpyMemory(JNIEnv* env, const char* message) noexcept
-{
-    CJniJObject::throwException(env, "com/talvern/test/gx/sys/OutOfSpyMemException", message);
-}
-
-void raiseInvalidSpyReference(JNIEnv* env, const char* message) noexcept
-{
-    CJniJObject::throwException(env, "com/talvern/test/gx/sys/InvalidSpyMemReference", message);
-}
-
-void raiseSpyHeapLocked(JNIEnv* env) noexcept
-{
-    CJniJObject::throwException(env, "com/talvern/test/gx/sys/ApplicationNotRespondingException",
-                                HeapLockedMessage);
-}
 
 bool raiseDeclaredInJava(JNIEnv* env) noexcept
 {
@@ -54,14 +44,8 @@ bool raiseDeclaredInJava(JNIEnv* env) noexcept
         throw;
     } catch (const CJStringNotInCodePageException& e) {
         e.throwException(env);
-    } catch (const CInvalidSpyMemRef& e) {
-        raiseInvalidSpyReference(env, e.message());
-    } catch (const COutOfSpyMemory& e) {
-        raiseOutOfSpyMemory(env, e.message());
-    } catch (const CSpyHeapLockedException&) {
-        raiseSpyHeapLocked(env);
-    } catch (const CSpyMutexException& e) {
-        CSpyMutex::throwException(env, e);
+    } catch (const CNativeFailure& e) {
+        return raise(env, e);
     } catch (const std::bad_alloc&) {
         CJniJObject::throwException(env, "java/lang/OutOfMemoryError", "native memory");
     } catch (...) {
@@ -76,7 +60,7 @@ void raiseInJava(JNIEnv* env) noexcept
         return;
     try {
         throw;
-    } catch (const CSpyHeapException& e) {
+    } catch (const CNativeFailure& e) {
         raiseUnknown(env, e.message());
     } catch (const std::exception& e) {
         raiseUnknown(env, e.what());

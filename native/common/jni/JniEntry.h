@@ -51,11 +51,6 @@ void raiseInJava(JNIEnv* env) noexcept;
 /// is pending for those. @return whether the exception has a Java class
 bool raiseDeclaredInJava(JNIEnv* env) noexcept;
 
-/// The Java exceptions of spy memory.
-void raiseOutOfSpyMemory(JNIEnv* env, const char* message) noexcept;
-void raiseInvalidSpyReference(JNIEnv* env, const char* message) noexcept;
-void raiseSpyHeapLocked(JNIEnv* env) noexcept;
-
 /// Runs `body` as the exported function `function`. When anything is thrown, a Java exception is pending
 /// afterwards and the answer is neutral: 0, false, null.
 /// @param function  pass `__func__`; null for a family that is not traced

@@ -52,13 +52,13 @@ bool CJavaMailslot::create(const CJString& name)
 void CJavaMailslot::throwMailslotGone(JNIEnv* env, const char* message)
 {
     CTracer::debugTrace("%s", message);
-    throwAnsiException(env, "com/talvern/test/gx/sys/Mailslot$MailslotGoneException", message);
+    throwAnsiException(env, CMailslotGoneException::JavaClass, message);
 }
 
 void CJavaMailslot::throwInvalidMailslot(JNIEnv* env, const char* message)
 {
     CTracer::debugTrace("%s", message);
-    throwAnsiException(env, "com/talvern/test/gx/sys/InvalidMailslotException", message);
+    throwAnsiException(env, CInvalidMailslotException::JavaClass, message);
 }
 
 namespace {
@@ -90,25 +90,14 @@ CAnswerBell bellOf(JNIEnv* env, jobject request)
     return CAnswerBell(CJavaSpyMemory::refOf(env, request));
 }
 
-/// Runs `work` on the mailslot that a Java object names, without the heap lock: some of it blocks. What is
-/// false or throws is a failure.
-/// @param staleText  message when the mailslot was freed; null: the block's
-template <class Work>
-jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work,
-                    const char* staleText = nullptr, const char* file = __builtin_FILE(),
-                    int line = __builtin_LINE()) noexcept
+/// Runs `body` without the heap lock: some of what mailslots do blocks. What is false or throws is a failure.
+template <class Body>
+jboolean mailslotEntry(JNIEnv* env, const char* function, Body&& body, const char* file, int line) noexcept
 {
     return jniEntry(env, function, [&](CJniTrace& trace) {
         bool done = false;
         try {
-            CJavaMailslot mailslot(env, self);
-            done = work(mailslot);
-        } catch (const CMailslotGoneException& e) {
-            CJavaMailslot::throwMailslotGone(env, e.message());
-        } catch (const CInvalidMailslotException& e) {
-            CJavaMailslot::throwInvalidMailslot(env, e.message());
-        } catch (const CInvalidSpyMemRef& e) {
-            CJavaSpyMemory::throwInvalidReference(env, staleText ? staleText : e.message());
+            done = body();
         } catch (...) {
             if (!raiseDeclaredInJava(env))
                 CTracer::debugTrace("Unknown exception: %s:%d", file, line);
@@ -117,6 +106,18 @@ jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work
             trace.note(failureNoteOf(function));
         return static_cast<jboolean>(done);
     });
+}
+
+/// The same on the mailslot that a Java object names.
+template <class Work>
+jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work,
+                    const char* file = __builtin_FILE(), int line = __builtin_LINE()) noexcept
+{
+    const auto body = [&] {
+        CJavaMailslot mailslot(env, self);
+        return work(mailslot);
+    };
+    return mailslotEntry(env, function, body, file, line);
 }
 } // namespace
 
@@ -150,11 +151,16 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_replyTo(JNIEnv*
 
 JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_detach(JNIEnv* env, jobject self)
 {
-    const auto release = [](CJavaMailslot& mailslot) {
-        mailslot->release();
-        return true;
+    const auto release = [=] {
+        try {
+            CJavaMailslot(env, self)->release();
+            return true;
+        } catch (const CInvalidSpyMemRef&) {
+            CJavaSpyMemory::throwInvalidReference(env, "Mailslot.detach()");
+            return false;
+        }
     };
-    onMailslot(env, __func__, self, release, "Mailslot.detach()");
+    mailslotEntry(env, __func__, release, __FILE__, __LINE__);
 }
 
 JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_pingMailslot(JNIEnv* env, jobject self)

@@ -91,21 +91,21 @@ void CJavaSpyMemory::throwOutOfMemory(JNIEnv* env, const char* message)
 {
     if (!env)
         throw COutOfSpyMemory(message);
-    raiseOutOfSpyMemory(env, message ? message : "out of Spy Memory");
+    throwException(env, COutOfSpyMemory::JavaClass, message ? message : "out of Spy Memory");
 }
 
 void CJavaSpyMemory::throwInvalidReference(JNIEnv* env, const char* message)
 {
     if (!env)
         throw CInvalidSpyMemRef(CSpyMemRef());
-    raiseInvalidSpyReference(env, message);
+    throwException(env, CInvalidSpyMemRef::JavaClass, message);
 }
 
 void CJavaSpyMemory::throwHeapLocked(JNIEnv* env)
 {
     if (!env)
         throw CSpyHeapLockedException();
-    raiseSpyHeapLocked(env);
+    throwException(env, CSpyHeapLockedException::JavaClass, CSpyHeapLockedException::JavaMessage);
 }
 
 namespace {

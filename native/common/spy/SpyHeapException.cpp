@@ -22,6 +22,9 @@ CHeapCorrupted::CHeapCorrupted(const char* text, CSpyHeap* heap)
     CTracer::debugTrace("%s", message());
 }
 
+const char CSpyHeapLockedException::JavaMessage[] =
+    "Application under test (AUT) is not responding. It is recommended to retry after restarting the application. If the problem persists, avoid recording/playing back on the specific control";
+
 CSpyHeapLockedException::CSpyHeapLockedException()
     : CSpyHeapException("Can't access Spy Heap, mutex is busy.")
 {
