@@ -46,6 +46,9 @@ extern int g_screen; ///< default screen number of g_display; 0 without a server
 extern std::atomic<int> g_stophotkey;  ///< keysym of the hot key that stops playback
 extern std::atomic<int> g_pausehotkey; ///< keysym of the hot key that pauses playback
 
+/// Makes each companion hold the address of its global.
+void fillCompanions();
+
 /// Fills the companions, opens g_display on the default display and has it closed at exit.
 /// @return the default screen number; 0 when no display could be opened
 int GetDefaultScreen();
