@@ -44,8 +44,8 @@ private:
     const char* m_note = "";
 };
 
-/// Turns the exception being handled into a pending Java exception; the first pending one wins. The only
-/// place that knows which Java class a native exception becomes. Call it inside a catch block only.
+/// Turns the exception being handled into a pending Java exception, of the class that a CNativeFailure names;
+/// the first pending one wins. Call it inside a catch block only.
 void raiseInJava(JNIEnv* env) noexcept;
 /// The same for families that answer neutrally to the kinds that no room declares a Java class for: nothing
 /// is pending for those. @return whether the exception has a Java class
