@@ -256,18 +256,21 @@ void CSegmentSweep::removeJournal(key_t base)
             further.remove();
 }
 
-/// Keys of displays follow each other: the list of one may be the lock of the next.
+/// Keys of displays follow each other: the list of one may be the lock of the next. A set that is too small for
+/// a list is the lock, whoever uses the heap with that key.
 /// @param isLockOurs  whoever was the last to use it
 void CSegmentSweep::removeSets(const CSharedMemoryHeader* directory, key_t base, bool isListNamed,
                                bool isLockOurs)
 {
     for (const key_t key : {base, base - 1}) {
         const int set = semget(key, 0, 0);
-        if (!CSemaphoreStatus(set).isOurs(CSemaphoreStatus::LockSize) ||
-            isBaseInUse(directory, key == base ? base + 1 : key))
+        const CSemaphoreStatus status(set);
+        const bool mayBeList = status.isOurs(CSemaphoreStatus::ListSize), isAtBase = key == base;
+        if (!status.isOurs(CSemaphoreStatus::LockSize) ||
+            ((isAtBase || mayBeList) && isBaseInUse(directory, isAtBase ? base + 1 : key)))
             continue;
-        const bool isList = key == base && CSemaphoreStatus(set).isOurs(CSemaphoreStatus::ListSize);
-        if (isList ? isListNamed : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
+        if (isAtBase && mayBeList ? isListNamed
+                                  : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
             semctl(set, 0, IPC_RMID);
     }
 }

@@ -464,6 +464,27 @@ TEST(DISABLED_User, WhoseChildrenUseManyDisplays)
     endAll(keeper);
 }
 
+/// Its lock is where this one's semaphores for mutexes are to be.
+TEST(DISABLED_User, WhoseNeighbourHasComeAndGoneBeforeItNeedsAMutex)
+{
+    CChildProcess user([](CChildProcess& parent) {
+        const CDisplay used(":one");
+        CSpyMemory();
+        parent.pass();
+        parent.wait();
+        const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("mutex"));
+        EXPECT_TRUE(mutex && mutex->acquire(0));
+        std::exit(testing::Test::HasFailure());
+    });
+    EXPECT_TRUE(user.wait());
+    std::vector<std::unique_ptr<CChildProcess>> neighbour;
+    neighbour.push_back(startUser(":other"));
+    endAll(neighbour);
+    user.pass();
+    EXPECT_EQ(0, user.join());
+    EXPECT_EQ(std::pair(0, 0), objects());
+}
+
 void removeObjects(bool segments, bool sets)
 {
     for (const auto& object : systemVObjects())
@@ -594,7 +615,8 @@ TEST_F(FreshStoreTest, LeavesNothingWhenTheLastProcessEnds)
     for (const char* user :
          {"Alone", "WhoOutlivesAnother", "WhoComesAfterAnotherWasKilled", "WhoReturnsBesideAWorkingThread",
           "WhoseChildrenEndTogether", "WhoseChildrenEndInTheMidstOfTheirWork",
-          "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays", "WhoseObjectsAreRemoved",
+          "WhoseChildrenAreKilledWhileTheyEnd", "WhoseChildrenUseManyDisplays",
+          "WhoseNeighbourHasComeAndGoneBeforeItNeedsAMutex", "WhoseObjectsAreRemoved",
           "WhoseDirectoryIsRemoved"})
         EXPECT_EQ(std::pair(0, 0), leftBy(user)) << user;
 }
