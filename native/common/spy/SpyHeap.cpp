@@ -639,7 +639,8 @@ uint32_t CSpyHeap::split(const CBlockCopy& whole, uint32_t sizeThisBlock)
     CSpyJournal::keep(block(rest));
     block(rest).store({rest, whole.m_size - sizeThisBlock - BlockHeader, 0, 0, whole.m_next});
     CHeapChange::step();
-    put(block(whole.m_offset).m_size, sizeThisBlock);
+    CSpyJournal::keep(block(whole.m_offset)); // all of it, which `stamp` will find kept
+    block(whole.m_offset).m_size.store(sizeThisBlock);
     return rest;
 }
 

@@ -521,7 +521,8 @@ void CSpyJournal::keep(const void* place, size_t length)
     const CRange range =
         rangeIn(*heap, static_cast<uint32_t>(offset), static_cast<uint32_t>(offset) + length);
     const auto where = static_cast<uint32_t>(range.m_from);
-    if (!s_fresh.hold(range) && !s_lately.has(where, static_cast<uint32_t>(length)))
+    // What is fresh counts as kept, too: it stays fresh as long as the unit lasts.
+    if (!s_lately.has(where, static_cast<uint32_t>(length)) && !s_fresh.hold(range))
         append(where, place, static_cast<uint32_t>(length));
 }
 
@@ -530,7 +531,7 @@ bool CSpyJournal::makeRoomFor(uint32_t length)
 {
     const size_t segments = length < room() ? 2 : length / room() + 2;
     const auto end = [&] { return s_used + length + segments * 2 * sizeof(CTrailer); };
-    if (reach(end())) [[likely]]
+    if (reach(end()))
         return true;
     CTracer::debugTrace("A change of spy memory outgrows its journal: it is not made in one piece");
     checkpoint();
@@ -541,10 +542,21 @@ bool CSpyJournal::makeRoomFor(uint32_t length)
 
 void CSpyJournal::append(uint32_t where, const void* place, uint32_t length)
 {
-    if (!makeRoomFor(length))
+    const auto* const bytes = static_cast<const unsigned char*>(place);
+    if (s_used + length + 2 * sizeof(CTrailer) <= room()) [[likely]]
+        write(where, bytes, length); // and there is room for the trailer that a segment ends with
+    else if (makeRoomFor(length))
+        appendInSegments(where, bytes, length);
+    else
         return;
+    s_mostUsed = std::max(s_mostUsed, s_used);
+    publish(s_used);
+    step();
+}
+
+void CSpyJournal::appendInSegments(uint32_t where, const unsigned char* bytes, uint32_t length)
+{
     s_lately.has(where, length); // also in a journal that was begun anew
-    const auto* bytes = static_cast<const unsigned char*>(place);
     while (length != 0) {
         if (leftInSegment() == 0)
             fillSegment();
@@ -554,9 +566,6 @@ void CSpyJournal::append(uint32_t where, const void* place, uint32_t length)
         bytes += part;
         length -= part;
     }
-    s_mostUsed = std::max(s_mostUsed, s_used);
-    publish(s_used);
-    step();
 }
 
 void CSpyJournal::isFresh(const CSpyHeap& heap, uint32_t from, uint32_t to)

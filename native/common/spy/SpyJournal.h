@@ -94,6 +94,7 @@ public:
 private:
     static void hold(uint64_t more);
     static void append(uint32_t where, const void* place, uint32_t length);
+    static void appendInSegments(uint32_t where, const unsigned char* bytes, uint32_t length);
     static bool makeRoomFor(uint32_t length);
     static void close();
     static void forget();
