@@ -165,7 +165,7 @@ class MailslotTest {
         }
     }
 
-    private static Object fieldOf(Mailslot slot, String name) {
+    static Object fieldOf(Mailslot slot, String name) {
         try {
             var field = Mailslot.class.getDeclaredField(name);
             field.setAccessible(true);

@@ -1,3 +1,4 @@
+import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.SpyMap;
 import com.talvern.test.gx.sys.SpyMappedPair;
 import com.talvern.test.gx.sys.SpyMemory;
@@ -24,8 +25,15 @@ final class SpyPeer implements AutoCloseable {
 
     /** Starts a JVM that runs the method of this class with the name {@code task}. */
     static SpyPeer start(List<String> options, Map<String, String> environment, String... task) throws IOException {
+        return startBy(List.of(), options, environment, task);
+    }
+
+    /** The same by a command that runs what follows it. */
+    static SpyPeer startBy(List<String> starter, List<String> options, Map<String, String> environment, String... task)
+            throws IOException {
         String java = Path.of(System.getProperty("java.home"), "bin", "java").toString();
-        List<String> command = new ArrayList<>(List.of(java, "-Xcheck:jni", "-Xmx64m",
+        List<String> command = new ArrayList<>(starter);
+        command.addAll(List.of(java, "-Xcheck:jni", "-Xmx64m",
                 "-Djava.library.path=" + System.getProperty("java.library.path")));
         command.addAll(options);
         command.addAll(List.of("-cp", System.getProperty("java.class.path"), SpyPeer.class.getName()));
@@ -73,6 +81,12 @@ final class SpyPeer implements AutoCloseable {
 
     public static void main(String[] arguments) throws Exception {
         BufferedReader input = new BufferedReader(new InputStreamReader(System.in));
+        if (arguments[0].equals("keep")) {
+            new SpyMemory().lock();
+        } else if (arguments[0].equals("look")) {
+            say("held by " + SpyMemory.lockHolder().processId());
+            input.readLine();
+        }
         Object shared = new SpyMemory().locate(arguments[1]);
         say("ready");
         input.readLine();
@@ -80,6 +94,14 @@ final class SpyPeer implements AutoCloseable {
             case "echo" -> echo((SpyMap) shared);
             case "add" -> add((SpyVector) shared, 1, Integer.parseInt(arguments[2]));
             case "count" -> count((SpyMap) shared, Integer.parseInt(arguments[2]));
+            case "keep" -> {
+                new SpyMemory().unlock();
+                MailslotTest.serve(arguments[1]);
+            }
+            case "look" -> {
+                MailslotTest.ask(arguments[1], 100);
+                Mailslot.find(arguments[1]).send("close");
+            }
             case "hold" -> ((SpyMemory) shared).lock();
             case "serve" -> MailslotTest.serve(arguments[1]);
             case "open" -> MailslotTest.openAndClose(arguments[1]);

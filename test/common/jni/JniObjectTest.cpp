@@ -1,9 +1,14 @@
 #include "JvmScope.h"
 
+#include "AsciiName.h"
 #include "GxDebug.h"
+#include "JavaMailslot.h"
 #include "JniDataTypes.h"
 #include "JniEntry.h"
 #include "LocalRef.h"
+#include "SpyMap.h"
+#include "TraceCapture.h"
+#include "com_talvern_test_gx_sys_Mailslot.h"
 
 #include <cstring>
 #include <new>
@@ -83,6 +88,32 @@ TEST(ExportedFunctions, EndEveryNativeExceptionInAJavaOne)
         EXPECT_EQ(row.raised, takePendingException(jvm));
     }
     EXPECT_EQ(42, jniEntry(jvm, "Java_test", [] { return 42; }));
+}
+
+/// The exporting frame of the store: a caller of the ones above goes on as if nothing had been asked.
+TEST(ExportedFunctions, OfMailslotsTraceFailuresThatHaveNoJavaClass)
+{
+    const CJvmScope jvm;
+    const CTraceCapture trace;
+    setenv("TMP", getenv("HOME"), 1); // what is damaged is dumped there
+    CSpyVector queue;
+    queue.create(0, 1, 1);
+    CMailslot slot;
+    ASSERT_TRUE(slot.create(CAsciiName("slot"), queue.ref(), queue.ref()));
+    CJavaMailslot object(jvm, slot.ref());
+    CSpyMapHdr names;
+    CSpyHeap::getHeap(0)->global(1).read(&names, sizeof names);
+    const uint32_t size = 0xFFFFFFFF;
+    names.m_data.write(offsetof(CSpyVectorHdr, m_size), &size, sizeof size);
+    EXPECT_FALSE(Java_com_talvern_test_gx_sys_Mailslot_create(jvm, object, CJString(jvm, "other")));
+    Java_com_talvern_test_gx_sys_Mailslot_detach(jvm, object);
+    EXPECT_EQ("", takePendingException(jvm));
+    const std::string text = trace.text();
+    const auto first = text.find("Unknown exception: ");
+    EXPECT_NE(std::string::npos, text.find("JavaMailslot.cpp:", first)) << text;
+    EXPECT_NE(std::string::npos, text.find("Unknown exception: ", first + 1)) << text;
+    unsetenv("TMP");
+    CSpyHeap::deleteBaseHeap();
 }
 
 TEST(JniClass, SwallowsOnlyTheExpectedFailure)

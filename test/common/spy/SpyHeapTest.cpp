@@ -291,9 +291,9 @@ TEST_F(SpyHeapTest, DetachesADroppedHeapAfterItsLastReader)
     };
     run();
     const int before = mappings();
-    for (int count = 0; count < 50; ++count)
+    for (int count = 0; count < 2500; ++count)
         run();
-    EXPECT_EQ(before, mappings());
+    EXPECT_EQ(before, mappings()) << "after 10 000 transactions";
     for (UNIQUEID transaction = 1; transaction <= 3; ++transaction)
         base().allocate(100, transaction);
     const CSpyHeap& third = *CSpyHeap::getHeap(3);

@@ -1,7 +1,9 @@
 // Wherever a process is killed: what it changed is as before or as after, and never between.
 #include "ChildProcess.h"
+#include "IVariantIterator.h"
 #include "Mailslot.h"
 #include "Mutex.h"
+#include "NoticePage.h"
 #include "PrivateIpc.h"
 #include "SegmentSweep.h"
 #include "SemaphoreList.h"
@@ -15,8 +17,11 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <sstream>
+#include <sys/mman.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <thread>
@@ -534,6 +539,45 @@ TEST(SpyJournalDeathTest, ReplacesTheSemaphoresOfAMutexOrNot)
         EXPECT_EQ(CSemaphoreList::Semaphores, CSemaphoreStatus(mutex.handle().m_set).size());
     }
     beginWith(0x100000);
+}
+
+/// Every segment of this process, save the page that tells who holds the lock.
+void makeReadOnly()
+{
+    const auto notices = reinterpret_cast<uintptr_t>(CNoticePage::get());
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        char* end = nullptr;
+        const uintptr_t from = std::strtoul(line.c_str(), &end, 16);
+        uintptr_t to = std::strtoul(end + 1, nullptr, 16);
+        if (notices >= from && notices < to)
+            to = notices;
+        if (line.find("/SYSV") != std::string::npos) {
+            ASSERT_EQ(0, mprotect(reinterpret_cast<void*>(from), to - from, PROT_READ));
+        }
+    }
+}
+
+TEST(SpyJournalDeathTest, WritesNothingWhereItOnlyReads)
+{
+    const CStore store;
+    CChildProcess reader([&](CChildProcess&) {
+        makeReadOnly();
+        const CSpyCall call;
+        const CSpyMap map(store.map);
+        EXPECT_TRUE(map.containsKey(CName("yek")) && map.get(CName("one")) == CName("value"));
+        EXPECT_EQ(5U, map.size());
+        for (const auto keys = map.keys(); keys->hasMoreElements();)
+            keys->nextElement();
+        const CSpyVector vector(store.vector);
+        EXPECT_TRUE(vector.indexOf(CName("third"), 0) == 2 && vector.lastElement() == CName("fourth"));
+        const CSpyMappedPair pair(store.pair);
+        EXPECT_TRUE(pair.containsKey(CName("last")) && pair.size() == 3);
+        EXPECT_TRUE(CSpyMemory::locate(CName("vector")) == CSpyVariant(vector));
+        EXPECT_FALSE(CMailslot(store.slot).isGone());
+        EXPECT_GT(CSpyHeap::getStats().numberUsedBlocks, 10U);
+    });
+    EXPECT_EQ(0, reader.join());
 }
 
 /// A journal of segments of that size, as of a system that allows no larger ones.
