@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "EventManager.h"
 #include "KeyReceiver.h"
+#include "Keyboard.h"
 #include "Seen.h"
 #include "StrokeSink.h"
 #include "processkey.h"
@@ -20,11 +21,16 @@ namespace {
 class CNoKeyboard : public IStrokeSink {
 public:
     CLockState locks() override { return {}; }
-    unsigned long translate(const char* text) override { return static_cast<unsigned char>(*text); }
+    unsigned long translate(const char* text) override
+    {
+        m_characters.insert(static_cast<unsigned char>(*text));
+        return static_cast<unsigned char>(*text);
+    }
     bool needsShift(unsigned long) override { return false; }
     bool stroke(unsigned, unsigned long keysym, int, int flag) override
     {
-        if (keysym > 0xFF && flag != CSpecialKey::OwnCapsLock && flag != CSpecialKey::OwnNumLock)
+        if (!m_characters.contains(keysym) && flag != CSpecialKey::OwnCapsLock &&
+            flag != CSpecialKey::OwnNumLock)
             m_named.insert(keysym);
         return true;
     }
@@ -33,20 +39,19 @@ public:
     void beginText(const std::function<void()>&) override {}
     void endText(CLockState, const std::function<void(CLockState)>&) override {}
 
-    const std::set<unsigned long>& named() const { return m_named; } ///< keysyms of keys that have names
+    /// Keysyms of keys that have names or numbers.
+    std::vector<unsigned long> named() const { return {m_named.begin(), m_named.end()}; }
 
 private:
-    std::set<unsigned long> m_named;
+    std::set<unsigned long> m_characters, m_named;
 };
 
 /// A key that no keyboard has would be left out without a word.
-void demandKeys(const std::set<unsigned long>& keysyms)
+void demandKeys(const std::vector<unsigned long>& keysyms)
 {
-    for (const unsigned long keysym : keysyms)
-        if (XKeysymToKeycode(walkDisplay(), keysym) == 0)
-            throw CNotSo("nothing was typed",
-                         "no key of this keyboard has the keysym " + std::to_string(keysym),
-                         "setxkbmap gives it a layout that has one");
+    if (const unsigned long lacking = Keyboard::firstWithoutKey(keysyms); lacking != 0)
+        throw CNotSo("nothing was typed", "no key of this keyboard has the keysym " + std::to_string(lacking),
+                     "setxkbmap gives it a layout that has one");
 }
 
 /// The argument in 16-bit units, with the 0 at its end.

@@ -129,6 +129,8 @@ class ComplaintTest {
                 () -> user.keys("\ud83d")),
             new Row(IllegalArgumentException.class, "key string: error 613 at index 1: no key has the name \"ENTR\"; nothing was"
                 + " typed; NativeKeyMouseEvent .*", () -> user.keys("a{ENTR}")),
+            new Row(UnableToPerformActionException.class, "the key \\{vk233} of a key string: no key of this keyboard has the keysym"
+                + " 233; nothing was typed; setxkbmap .*", () -> user.keys("a{F1}{CAPSLOCK}\u00e9{vk233}")),
             new Row(UnableToPerformActionException.class, "an event of the mouse: it was not played.* covered.*; at the pointer is"
                 + " the window \"Terminal\" \\(XTerm xterm\\); the native trace .*", () -> {
                     user.click(new Point(910, 610));

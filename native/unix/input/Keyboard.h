@@ -2,6 +2,8 @@
 /// operation asks the X server on g_display and answers neutrally without one.
 #pragma once
 
+#include <vector>
+
 class Keyboard {
 public:
     /// Whether the key of an X keysym is down; false for a keysym without a key.
@@ -13,6 +15,9 @@ public:
     /// wanted.
     /// @param wanted  bits 1 Shift, 2 Control, 4 Alt; others are ignored
     static void setModifierKeys(unsigned wanted);
+    /// The first of these keysyms that no key of the keyboard has: a stroke of it would be left out. 0 when each
+    /// has a key.
+    static unsigned long firstWithoutKey(const std::vector<unsigned long>& keysyms);
 };
 
 /// The X keysym of a character that a key types alone or with Shift, or of a special key by its name in

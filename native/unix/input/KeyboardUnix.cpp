@@ -7,6 +7,7 @@
 #include "inputkeyunix.h"
 #include "processkey.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -40,6 +41,15 @@ void Keyboard::setModifierKeys(unsigned wanted)
     const CStrokeScope scope(strokes);
     strokes.beginText([] {});
     AdjustModifiersEx(wanted & (ShiftHeld | ControlHeld | AltHeld));
+}
+
+unsigned long Keyboard::firstWithoutKey(const std::vector<unsigned long>& keysyms)
+{
+    Display* const display = walkDisplay();
+    const CKeyCodes keys(display);
+    const auto found = std::find_if(keysyms.begin(), keysyms.end(),
+                                    [&](unsigned long keysym) { return keys.of(keysym) == 0; });
+    return display && found != keysyms.end() ? *found : 0;
 }
 
 int GetKeyCode(const char* text)

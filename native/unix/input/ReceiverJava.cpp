@@ -1,6 +1,8 @@
-// Waiting for who receives what was played, for an engine that plays at a pace that programs can follow.
+// What an engine asks that plays at a pace that programs can follow: who receives what was played, and which
+// keys there are.
 #include "JniEntry.h"
 #include "KeyReceiver.h"
+#include "Keyboard.h"
 #include "com_talvern_test_gx_engine_UserInput.h"
 
 extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_UserInput_awaitClickTaken(JNIEnv* env,
@@ -13,4 +15,15 @@ extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_UserInput_awai
                                                                                            jclass)
 {
     jniEntry(env, __func__, [] { CKeyReceiver::awaitKeysTaken(); });
+}
+
+extern "C" JNIEXPORT jint JNICALL Java_com_talvern_test_gx_engine_UserInput_firstWithoutKey(JNIEnv* env,
+                                                                                            jclass,
+                                                                                            jintArray keysyms)
+{
+    return jniEntry(env, __func__, [&]() -> jint {
+        std::vector<jint> wanted(static_cast<size_t>(env->GetArrayLength(keysyms)));
+        env->GetIntArrayRegion(keysyms, 0, static_cast<jsize>(wanted.size()), wanted.data());
+        return static_cast<jint>(Keyboard::firstWithoutKey({wanted.begin(), wanted.end()}));
+    });
 }

@@ -1,6 +1,7 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.StringNotInCodePageException;
+import com.talvern.test.gx.UnableToPerformActionException;
 import com.talvern.test.gx.sys.NativeLibrary;
 import com.talvern.test.gx.sys.graphical.Keyboard;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
@@ -135,6 +136,9 @@ public final class UserInput implements AutoCloseable {
     /** Waits for the window with the focus to read what was typed. */
     private static native void awaitKeysTaken();
 
+    /** The first of these keysyms that no key has; 0 when each has one, and without an X server. */
+    private static native int firstWithoutKey(int[] keysyms);
+
     /**
      * Types a text as it stands.
      *
@@ -165,6 +169,8 @@ public final class UserInput implements AutoCloseable {
      * @throws IllegalArgumentException there is an error in the key string: 612 an item without a closing brace, 613 no such
      *     key, 614 a group without a closing parenthesis, 615 a count above 2147483647, 651 neither a count above 0 nor
      *     KeyDn nor KeyUp after the blank; the message says which, and the index at which the item begins; nothing was typed
+     * @throws com.talvern.test.gx.UnableToPerformActionException the keyboard has no key of a name or number in it; the message
+     *     says which; nothing was typed
      * @throws InputStoppedException as for {@link #type}
      * @throws com.talvern.test.gx.StringNotInCodePageException as for {@link #type}
      * @throws com.talvern.test.gx.sys.graphical.UnsupportedXServerException there is no X server, or it lacks the XTest
@@ -173,6 +179,7 @@ public final class UserInput implements AutoCloseable {
     public void keys(String keyString) {
         checkCharacters(keyString);
         List<KeyString.Item> items = KeyString.parse(keyString);
+        demandKeys(items);
         boolean isLong = items.stream().mapToLong(PiecewiseTyping::weight).sum() > PiecewiseTyping.FEW_STROKES;
         typeAs("a key string of " + items.size() + " items", () -> {
             if (isLong) {
@@ -181,6 +188,19 @@ public final class UserInput implements AutoCloseable {
                 playWhole(NativeKeyMouseEvent.KEYSTRING, keyString);
             }
         });
+    }
+
+    /** A key that the keyboard lacks would be left out. */
+    private static void demandKeys(List<KeyString.Item> items) {
+        List<KeyString.Item> named = items.stream().filter(item -> !item.isCharacter() && !item.hasNoRepeat()).toList();
+        int lacking = firstWithoutKey(named.stream().mapToInt(KeyString.Item::keysym).distinct().toArray());
+        for (KeyString.Item item : named) {
+            if (item.keysym() == lacking) {
+                throw new UnableToPerformActionException(Complaint.of("the key {" + item.name() + "} of a key string",
+                    "no key of this keyboard has the keysym " + lacking + "; nothing was typed",
+                    "setxkbmap gives it a layout that has one"));
+            }
+        }
     }
 
     private static void typeAs(String what, Runnable typing) {
