@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "JavaProgram.h"
 #include "Manual.h"
+#include "Program.h"
 #include "ProgramFile.h"
 #include "Seen.h"
 
@@ -26,7 +27,7 @@ int become(const std::string& program, const std::vector<std::string>& words)
     arguments.push_back(nullptr);
     std::fflush(stdout);
     execvp(program.c_str(), arguments.data());
-    const int error = errno;
+    const int error = CNotStarted::causeOf(program, errno);
     std::fprintf(stderr, "gx: %s cannot be started: %s; install gxsys whole, or name it in PATH\n",
                  program.c_str(), std::strerror(error));
     return error == ENOENT ? 127 : 126;

@@ -388,7 +388,7 @@ try {
 int runStore(const CCall& call)
 {
     const char* const display = std::getenv("DISPLAY");
-    if (!display)
+    if (!display || !*display)
         throw CNotSo("no store", "DISPLAY is not set, and each display has a store of its own",
                      "set it to that of the programs, such as :0");
     CSharedMemoryHeader::lookOnly();

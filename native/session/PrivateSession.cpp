@@ -236,7 +236,8 @@ int runInside(const std::vector<std::string>& command, const CPrivateSession::CO
     leaveDesktop();
     setenv(insideMark, ipc.isPrivate() ? "private" : "common", 1);
     const int status = runOnDisplay(command, options);
-    const bool failed = ipc.removeLeft() > 0 && !options.mayLeave;
+    // What is left in a namespace of its own goes with it.
+    const bool failed = (!options.mayLeave || !ipc.isPrivate()) && ipc.removeLeft() > 0 && !options.mayLeave;
     return status == 0 && failed ? 1 : status;
 }
 } // namespace

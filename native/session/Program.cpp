@@ -6,9 +6,11 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -38,12 +40,31 @@ std::string authority()
         throw std::runtime_error("XAUTHORITY is not set");
     return file;
 }
+
+bool isInPath(const std::string& program)
+{
+    std::istringstream path(getenv("PATH") ? getenv("PATH") : "/bin:/usr/bin");
+    for (std::string directory; std::getline(path, directory, ':');) {
+        struct stat file;
+        if (stat(((directory.empty() ? "." : directory) + "/" + program).c_str(), &file) == 0 &&
+            S_ISREG(file.st_mode))
+            return true;
+    }
+    return false;
+}
 } // namespace
 
+int CNotStarted::causeOf(const std::string& program, int error)
+{
+    const bool isLookedFor = program.find('/') == std::string::npos;
+    return error == EACCES && isLookedFor && !isInPath(program) ? ENOENT : error;
+}
+
 CNotStarted::CNotStarted(const std::string& program, int error)
-    : std::runtime_error(program + " cannot be started: " + std::strerror(error) +
-                         (error == ENOENT ? "; give its path, or put its directory into PATH" : "")),
-      m_status(error == ENOENT ? 127 : 126)
+    : std::runtime_error(
+          program + " cannot be started: " + std::strerror(causeOf(program, error)) +
+          (causeOf(program, error) == ENOENT ? "; give its path, or put its directory into PATH" : "")),
+      m_status(causeOf(program, error) == ENOENT ? 127 : 126)
 {
 }
 

@@ -12,6 +12,10 @@
 class CNotStarted : public std::runtime_error {
 public:
     CNotStarted(const std::string& program, int error);
+    /// What keeps it from starting, as shells tell it: execvp says EACCES for a directory of PATH that may not be
+    /// searched, too, where there is no such program.
+    /// @param error  of execvp
+    static int causeOf(const std::string& program, int error);
     int status() const { return m_status; } ///< 127: there is none, 126: there is and it cannot be run
 
 private:

@@ -77,7 +77,9 @@ TEST_F(GxTest, AnswersAndFailsAsTheTableSays)
         {"gx windows --json nosuch", 1, "^\\[\\]\n$"},
         {"gx at 99999 1", 1, "at 99999,1: .*outside of the screen, which is 1280 by 1024"},
         {"gx click 99999 1", 1, "no click at 99999,1: the point lies outside of the screen"},
-        {"gx keys '{vk123456789}'", 1, "nothing was typed: no key of this keyboard has the keysym 123456789; setxkbmap"},
+        {"gx keys '{F1}{vk123456789}'", 1,
+         "nothing was typed: no key of this keyboard has the keysym 123456789; setxkbmap"},
+        {"gx keys '{vk233}'", 1, "nothing was typed: no key of this keyboard has the keysym 233; setxkbmap"},
         {"gx wait --window nosuch --limit 0.1", 1,
          "\"nosuch\" has not come within 0.1 s: there are: .*; --limit"},
         {"gx wait --window galculator --gone --limit 0.1", 1,
@@ -96,6 +98,11 @@ TEST_F(GxTest, AnswersAndFailsAsTheTableSays)
         {"gx run", 125, "no program is named\nusage: gxrun"},
         {"gx session --wm none -- sh -c 'exit 5'", 5, ""},
         {"gx session -- nosuch", 127, "nosuch cannot be started: No such file or directory"},
+        {"touch plain; PATH=$PATH:$PWD gx session --wm none -- plain", 126,
+         "plain cannot be started: Permission denied"},
+        {"mkdir shut; chmod 0 shut; [ $(id -u) != 0 ] || as='setpriv --bounding-set=-dac_override,-dac_read_search'; "
+         "PATH=$PATH:$PWD/shut/in:/root/in; $as gx session --wm none -- nosuch",
+         127, "nosuch cannot be started: No such file or directory"},
         {"gx session --screen 0x0x0 -- true", 125, "Xvfb .* did not start: "},
         {"gx windows > /dev/full", 1, "could not be written: No space left on device"},
         {"mkdir -p Quessa/ZEMO; printf 'enableTrace=true\\n' > Quessa/ZEMO/vtx_log_trace.properties; gx at 9999 9; "
