@@ -273,6 +273,7 @@ class InspectorTest {
             {"getClass()", "\\\"getClass\\\" asks for nothing here"},
             {"find(Query.getClass())", "\\\"getClass\\\" asks for nothing here"},
             {"find(Query.text(\"x\"))", "not what a query begins with"},
+            {"find(Query.role(Role.LABEL).name(\"x\"))", "would be forgotten: begin with it, or go on with named"},
             {"button(\"Save\"", "is missing at the end"},
             {"button(\"Save", "the text has no end"},
             {"button(7)", "does not take that"},

@@ -81,7 +81,7 @@ public final class Query {
 
     /**
      * @param name what the program calls it, exactly
-     * @return a query for widgets of that name
+     * @return a query for widgets of that name; {@link #named} goes on from another query
      */
     public static Query name(String name) {
         return NONE_YET.named(name);

@@ -33,6 +33,9 @@ final class Line {
         Widget.class, with("at", "cell"), List.class, Set.of("get"),
         Query.class, Set.of("role", "any", "name", "named", "text", "label", "called", "at", "in"));
 
+    /** Those of Query that are static: Java takes them behind a query, too, which is then forgotten. */
+    private static final Set<String> BEGINNINGS = Set.of("role", "any", "name");
+
     /** What was typed is no line that can be asked. */
     static final class Unclear extends Exception {
         private static final long serialVersionUID = 1L;
@@ -169,6 +172,10 @@ final class Line {
         if (!CALLABLE.getOrDefault(type, Set.of()).contains(name)) {
             throw new Unclear("\"" + name + "\" asks for nothing here; there is: "
                 + String.join(", ", CALLABLE.getOrDefault(type, Set.of()).stream().sorted().toList()));
+        }
+        if (target instanceof Query && BEGINNINGS.contains(name)) {
+            throw new Unclear("\"" + name + "\" begins a query, and what stands before it would be forgotten: begin with it"
+                + (name.equals("name") ? ", or go on with named" : ""));
         }
         return call(type, target, name, values());
     }
