@@ -269,8 +269,7 @@ void CSegmentSweep::removeSets(const CSharedMemoryHeader* directory, key_t base,
         if (!status.isOurs(CSemaphoreStatus::LockSize) ||
             ((isAtBase || mayBeList) && isBaseInUse(directory, isAtBase ? base + 1 : key)))
             continue;
-        if (isAtBase && mayBeList ? isListNamed
-                                  : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
+        if (isAtBase && mayBeList ? isListNamed : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
             semctl(set, 0, IPC_RMID);
     }
 }
