@@ -22,6 +22,8 @@ extern "C" JNIEXPORT jint JNICALL Java_com_talvern_test_gx_engine_UserInput_firs
                                                                                             jintArray keysyms)
 {
     return jniEntry(env, __func__, [&]() -> jint {
+        if (!keysyms)
+            return 0;
         std::vector<jint> wanted(static_cast<size_t>(env->GetArrayLength(keysyms)));
         env->GetIntArrayRegion(keysyms, 0, static_cast<jsize>(wanted.size()), wanted.data());
         return static_cast<jint>(Keyboard::firstWithoutKey({wanted.begin(), wanted.end()}));
