@@ -196,7 +196,7 @@ class UserInputTest {
         }
         UserInput user = new UserInput();
         arriving(user::keys, "{a 12}");
-        assertStops(user, "%({F1 KeyDn}{a 1000})", "the user pressed the stop hot key", () -> stroke(F11));
+        assertStops(user, "%({F1 KeyDn}{a 100000})", "the user pressed the stop hot key", () -> stroke(F11));
         user.close();
         user.close();
         assertThrows(IllegalStateException.class, () -> user.type("a"));
