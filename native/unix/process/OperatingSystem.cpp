@@ -27,6 +27,16 @@ milliseconds waitLimit(int timeoutMs)
         return std::chrono::seconds(std::atoi(seconds->c_str()));
     return timeoutMs == -1 ? defaultLimit : milliseconds(timeoutMs);
 }
+
+/// Makes one word of the program's name, which stands in parentheses and may hold blanks and parentheses of
+/// its own.
+void joinName(std::string& stat)
+{
+    const size_t start = stat.find('(');
+    const size_t end = stat.rfind(')');
+    if (start != std::string::npos && end != std::string::npos)
+        stat.replace(start, end - start + 1, "name");
+}
 } // namespace
 
 CProcessEnd COperatingSystem::wait(pid_t pid)
@@ -78,8 +88,10 @@ void COperatingSystem::kill(pid_t pid)
 
 pid_t COperatingSystem::getppid(pid_t pid)
 {
-    const std::optional<CProcessStat> stat = CProcessStat::of(pid);
-    return stat ? stat->m_parent : -1;
+    std::string stat = CProcessStat::file(pid, "stat");
+    joinName(stat);
+    pid_t parent = -1;
+    return std::sscanf(stat.c_str(), "%*d %*s %*c %d", &parent) == 1 ? parent : -1;
 }
 
 std::optional<std::string> COperatingSystem::getVersion()

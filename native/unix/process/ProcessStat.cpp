@@ -13,9 +13,9 @@ std::optional<CProcessStat> parsed(const std::string& line)
     CProcessStat stat;
     stat.m_name = line.substr(start + 1, end - start - 1);
     std::istringstream rest(line.substr(end + 1));
-    rest >> stat.m_state >> stat.m_parent;
+    rest >> stat.m_state;
     std::string skipped;
-    for (int field = 5; field < 20; ++field)
+    for (int field = 4; field < 20; ++field)
         rest >> skipped;
     rest >> stat.m_threads >> skipped >> stat.m_start;
     return rest ? std::optional(stat) : std::nullopt;

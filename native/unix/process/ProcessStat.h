@@ -10,7 +10,6 @@
 struct CProcessStat {
     std::string m_name; ///< of the program or the thread, 15 bytes at most
     char m_state = 0;   ///< 'Z': ended, and not yet waited for
-    pid_t m_parent = 0;
     long m_threads = 0;
     uint64_t m_start = 0; ///< ticks since the system was started: with it a number that is used again shows
 
