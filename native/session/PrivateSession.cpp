@@ -237,8 +237,8 @@ int runInside(const std::vector<std::string>& command, const CPrivateSession::CO
     setenv(insideMark, ipc.isPrivate() ? "private" : "common", 1);
     const int status = runOnDisplay(command, options);
     // What is left in a namespace of its own goes with it.
-    const bool failed = (!options.mayLeave || !ipc.isPrivate()) && ipc.removeLeft() > 0 && !options.mayLeave;
-    return status == 0 && failed ? 1 : status;
+    const auto left = options.mayLeave && ipc.isPrivate() ? 0 : ipc.removeLeft();
+    return status == 0 && left > 0 && !options.mayLeave ? 1 : status;
 }
 } // namespace
 

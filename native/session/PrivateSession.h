@@ -15,7 +15,7 @@ public:
     /// One of the window managers that are installed, if there is any.
     static constexpr const char* AnyWindowManager = "any";
     static constexpr int NoSession = 125; ///< status when there is no display, window manager or home for it
-    static constexpr int Skipped = 77; ///< status of a session that cannot be had here; CTest knows it
+    static constexpr int Skipped = 77;    ///< status of a session that cannot be had here; CTest knows it
 
     /// Makes sure that this process runs in a private session. Outside of one it makes an empty home
     /// directory, enters a new IPC namespace, starts an Xvfb, which only who can read the cookie in that home

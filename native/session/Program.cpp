@@ -61,10 +61,9 @@ int CNotStarted::causeOf(const std::string& program, int error)
 }
 
 CNotStarted::CNotStarted(const std::string& program, int error)
-    : std::runtime_error(
-          program + " cannot be started: " + std::strerror(causeOf(program, error)) +
-          (causeOf(program, error) == ENOENT ? "; give its path, or put its directory into PATH" : "")),
-      m_status(causeOf(program, error) == ENOENT ? 127 : 126)
+    : std::runtime_error(program + " cannot be started: " + std::strerror(error) +
+                         (error == ENOENT ? "; give its path, or put its directory into PATH" : "")),
+      m_status(error == ENOENT ? 127 : 126)
 {
 }
 
@@ -100,7 +99,7 @@ pid_t spawn(const std::vector<std::string>& command, int output, int errors)
         waitpid(child, nullptr, 0);
     close(failure[0]);
     if (error != 0)
-        throw CNotStarted(command[0], error);
+        throw CNotStarted(command[0], CNotStarted::causeOf(command[0], error));
     return child;
 }
 

@@ -11,7 +11,8 @@
 /// A program that could not be started: its name, why, and the exit status that shells have for that.
 class CNotStarted : public std::runtime_error {
 public:
-    CNotStarted(const std::string& program, int error);
+    /// @param cause  as causeOf tells it
+    CNotStarted(const std::string& program, int cause);
     /// What keeps it from starting, as shells tell it: execvp says EACCES for a directory of PATH that may not be
     /// searched, too, where there is no such program.
     /// @param error  of execvp
