@@ -23,6 +23,7 @@
 #include "Keyboards.h"
 #include "ScopedX.h"
 #include "XErrors.h"
+#include <X11/XKBlib.h>
 #include <X11/keysym.h>
 
 namespace {

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "ScopedX.h"
+#include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>
 #include <X11/extensions/XTest.h>
 #include <xcb/xcb.h>

@@ -1,8 +1,10 @@
 #include "KeyCodes.h"
 
+#include <utility>
+
 #include <X11/XKBlib.h>
 
-void CKeyCodes::CFree::operator()(XkbDescPtr map) const noexcept
+void CFreeKeyboard::operator()(XkbDescPtr map) const noexcept
 {
     XkbFreeKeyboard(map, 0, True);
 }
@@ -11,6 +13,8 @@ CKeyCodes::CKeyCodes(Display* display)
     : m_map(display ? XkbGetMap(display, XkbKeySymsMask, XkbUseCoreKbd) : nullptr)
 {
 }
+
+CKeyCodes::CKeyCodes(KeyboardMap map) : m_map(std::move(map)) {}
 
 unsigned char CKeyCodes::of(unsigned long keysym) const
 {

@@ -2,7 +2,7 @@
 
 #include "HeldInput.h"
 #include "InputStatus.h"
-#include "KeyCodes.h"
+#include "Keyboards.h"
 #include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
@@ -45,11 +45,13 @@ void Keyboard::setModifierKeys(unsigned wanted)
 
 unsigned long Keyboard::firstWithoutKey(const std::vector<unsigned long>& keysyms)
 {
-    Display* const display = walkDisplay();
-    const CKeyCodes keys(display);
+    Display* const display = keysyms.empty() ? nullptr : walkDisplay();
+    if (!display)
+        return 0;
+    const CKeyCodes keys(mapOfXTestKeyboard(display)); // what a user's keyboard has does not help a stroke
     const auto found = std::find_if(keysyms.begin(), keysyms.end(),
                                     [&](unsigned long keysym) { return keys.of(keysym) == 0; });
-    return display && found != keysyms.end() ? *found : 0;
+    return found != keysyms.end() ? *found : 0;
 }
 
 int GetKeyCode(const char* text)

@@ -9,6 +9,7 @@
 
 #include "ScopedX.h"
 #include <X11/Xatom.h>
+#include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>
 #include <xcb/xinput.h>
 

@@ -3,18 +3,14 @@
 /// a user or XTest.
 #pragma once
 
+#include "KeyCodes.h"
+
 #include <bitset>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include <X11/XKBlib.h>
-
-struct CFreeKeyboard {
-    void operator()(XkbDescPtr map) const noexcept { XkbFreeKeyboard(map, 0, True); }
-};
-using KeyboardMap = std::unique_ptr<XkbDescRec, CFreeKeyboard>;
+#include <X11/Xlib.h>
 
 /// Types and keysyms of the device that XTest strokes of this connection come from, as the server has them
 /// now; null when it has none. Where the server does not tell devices apart it is the keyboard as clients see
