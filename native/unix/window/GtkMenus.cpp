@@ -162,6 +162,11 @@ GxMenu::ItemView viewOf(_GtkWidget* item, _GdkDrawable* around)
 class CGtkMenus final : public IMenuToolkit {
 public:
     void publish() const override;
+    Display* published(Display* other) const override
+    {
+        publish();
+        return other;
+    }
     Window menuBarIn(Display* display, Window start) const override;
     std::vector<Window> panesIn(CWindowTree tree) const override;
     /// A pane that begins left of or above the screen is not one that a user can click through.

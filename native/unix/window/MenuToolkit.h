@@ -21,6 +21,10 @@ public:
     /// Waits until the X server has done what the toolkit asked for. To be called before windows are read on
     /// another connection.
     virtual void publish() const = 0;
+    /// The same without the wait where the toolkit's own connection serves, whose requests the X server sees to
+    /// in order. @param other  of ours
+    /// @return the connection that windows are to be read on
+    virtual Display* published(Display* other) const = 0;
 
     /// The first window below `start` that a menu bar is known by, parents before their children, bottom of
     /// the stack first; 0 for none.

@@ -181,11 +181,11 @@ std::vector<std::string> GxMenu::getWholeItemTexts() const
 GxMenu::View GxMenu::getView() const
 {
     View view;
-    Display* const display = walkDisplay();
+    const IMenuToolkit& toolkit = IMenuToolkit::current();
+    Display* const own = walkDisplay();
+    Display* const display = own ? toolkit.published(own) : nullptr;
     if (!display)
         return view;
-    const IMenuToolkit& toolkit = IMenuToolkit::current();
-    toolkit.publish();
     view.items = toolkit.itemViews(handle);
     const auto part = toolkit.partOfWindow(handle);
     CBoxAnswer answer(display, handle);

@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <strings.h>
 
+#include <X11/IntrinsicP.h>
+
+#include <X11/CoreP.h>
+
 #include <Xm/CascadeB.h>
 #include <Xm/CascadeBG.h>
 #include <Xm/Label.h>
@@ -57,12 +61,10 @@ template <class Ask> bool askItems(Window menu, Ask ask)
     });
 }
 
+/// Whatever unit the program has given the widget for its resources.
 Rect boxOf(Widget item)
 {
-    Position x = 0, y = 0;
-    Dimension width = 0, height = 0;
-    XtVaGetValues(item, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
-    return {y, x, height, width};
+    return {item->core.y, item->core.x, item->core.height, item->core.width};
 }
 
 /// A copy of the label, in the code set of the application's locale; null for a widget that shows no text.
@@ -72,13 +74,12 @@ char* labelOf(Widget item)
     if (!item || (!XtIsSubclass(item, xmLabelWidgetClass) && !XtIsSubclass(item, xmLabelGadgetClass)))
         return nullptr;
     unsigned char type = XmPIXMAP;
-    XtVaGetValues(item, XmNlabelType, &type, nullptr);
-    if (type == XmPIXMAP)
-        return nullptr;
     XmString label = nullptr;
-    XtVaGetValues(item, XmNlabelString, &label, nullptr);
-    char* const text = static_cast<char*>(
-        XmStringUnparse(label, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL));
+    XtVaGetValues(item, XmNlabelType, &type, XmNlabelString, &label, nullptr);
+    char* const text = type == XmPIXMAP
+                           ? nullptr
+                           : static_cast<char*>(XmStringUnparse(label, nullptr, XmCHARSET_TEXT,
+                                                                XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL));
     XmStringFree(label);
     return text;
 }
@@ -115,6 +116,7 @@ public:
         if (gx_app_display)
             XSync(gx_app_display, False);
     }
+    Display* published(Display* other) const override { return gx_app_display ? gx_app_display : other; }
     Window menuBarIn(Display* display, Window start) const override
     {
         return firstThat(windowsOf(wholeTree(display, start)),
