@@ -1,12 +1,6 @@
 package com.talvern.test.gx.sys;
 
-import java.util.ArrayDeque;
-import java.util.ArrayList;
-import java.util.List;
-import java.util.Queue;
 import java.util.concurrent.CancellationException;
-import java.util.concurrent.TimeUnit;
-import java.util.concurrent.locks.ReentrantLock;
 
 /**
  * A named place where one process receives what any number of others, on the same X display, send to it.
@@ -50,22 +44,18 @@ import java.util.concurrent.locks.ReentrantLock;
  * SpyMemory} do.
  */
 public class Mailslot extends SpyMemory implements AutoCloseable {
-    private static final String REGISTRY = "MailSlots";
     private static final long DEFAULT_TIMEOUT_MS = 120_000;
-    /** Between two looks whether the receiver lives. */
-    private static final long PROBE_NANOS = 250_000_000;
 
     /** Requests: each is a vector of its own, see {@link #call}. Set by native code, too. */
-    private SpyVector sendMessageQueue;
+    SpyVector sendMessageQueue;
     /** Posted messages, as they are. Set by native code, too. */
-    private SpyVector postMessageQueue;
+    SpyVector postMessageQueue;
     /** Set by native code. */
     private String name;
     /** Id of the semaphore set; of a mailslot that this object has created only. Set by native code. */
     private int eventHandle;
 
-    private final ReentrantLock receiving = new ReentrantLock();
-    private final Queue<Message> taken = new ArrayDeque<>();
+    private final MailslotReceiver receiver = new MailslotReceiver(this);
     private boolean isOpened;
     private volatile boolean closed;
     private volatile boolean removed;
@@ -101,8 +91,8 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         Mailslot slot = new Mailslot();
         slot.enter();
         try {
-            SpyMap registry = registry(true);
-            if (living(registry, name) != null) {
+            SpyMap registry = MailslotRegistry.made();
+            if (MailslotRegistry.living(registry, name) != null) {
                 throw new IllegalStateException("Mailslot is in use: " + name);
             }
             slot.make(registry, name);
@@ -122,53 +112,26 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         Mailslot any = new Mailslot();
         any.enter();
         try {
-            SpyMap registry = registry(false);
-            return registry == null || name == null ? null : living(registry, name);
+            SpyMap registry = MailslotRegistry.found();
+            return registry == null || name == null ? null : MailslotRegistry.living(registry, name);
         } finally {
             any.leave();
         }
     }
 
     /** Takes the lock. Until {@link #leave} all changes are one: whoever is killed has made all of them or none. */
-    private void enter() {
+    void enter() {
         lock();
         begin();
     }
 
-    private void leave() {
+    void leave() {
         end();
         unlock();
     }
 
-    private static SpyMap registry(boolean make) {
-        if (new SpyMemory().locate(REGISTRY) instanceof SpyMap map) {
-            return map;
-        }
-        if (!make) {
-            return null;
-        }
-        SpyMap map = new SpyMap();
-        map.create(REGISTRY, 0, 100);
-        return map;
-    }
-
-    /** The caller holds the lock. */
-    private static Mailslot living(SpyMap registry, String name) {
-        if (!registry.containsKey(name)) {
-            return null;
-        }
-        if (registry.get(name) instanceof Mailslot slot) {
-            if (slot.isReceiving()) {
-                return slot;
-            }
-            slot.discard();
-        }
-        registry.remove(name);
-        return null;
-    }
-
     /** A signal without a message, which receivers expect, tells whether there is one. */
-    private boolean isReceiving() {
+    boolean isReceiving() {
         try {
             sendIPC(false);
             return true;
@@ -181,8 +144,8 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private void make(SpyMap registry, String slotName) {
         boolean made = false;
         try {
-            sendMessageQueue = newVector(8);
-            postMessageQueue = newVector(64);
+            sendMessageQueue = MailslotQueues.make(8);
+            postMessageQueue = MailslotQueues.make(64);
             if (!create(slotName)) {
                 throw new IllegalStateException("No semaphores are left for mailslot " + slotName);
             }
@@ -195,12 +158,6 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
                 discard();
             }
         }
-    }
-
-    private static SpyVector newVector(int increment) {
-        SpyVector vector = new SpyVector();
-        vector.create(null, 0, increment, increment);
-        return vector;
     }
 
     /** @return the name of the mailslot */
@@ -217,31 +174,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @throws MailslotGoneException the receiver is dead, or has closed the mailslot
      */
     public void post(Object message) {
-        enqueue(postMessageQueue, message);
-    }
-
-    /** Either the message is in the queue and was signalled, or an exception tells that it is not. */
-    private void enqueue(SpyVector queue, Object message) {
-        checkOpen();
-        enter();
-        try {
-            add(queue, message);
-            boolean signalled = false;
-            try {
-                signalled = sendIPC(false);
-            } finally {
-                if (!signalled) {
-                    queue.remove(queue.size() - 1);
-                }
-            }
-            if (!signalled) {
-                throw new IllegalStateException("Mailslot takes no more messages: " + name);
-            }
-        } catch (MailslotGoneException | InvalidSpyMemReference e) {
-            throw gone(e);
-        } finally {
-            leave();
-        }
+        new MailslotSender(this).post(message);
     }
 
     /**
@@ -270,94 +203,14 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      */
     public Object call(Object message, long timeoutMs) {
         checkOpen();
-        // The request is a vector: message; once answered, reply; and when it failed, text of the failure. The sender
-        // frees it, and then whoever answers finds that it is gone.
-        SpyVector request = request(message);
-        try {
-            return awaitReply(request, timeoutMs);
-        } catch (InvalidSpyMemReference e) {
-            throw gone(e);
-        } finally {
-            withdraw(request);
-        }
+        return new MailslotSender(this).call(message, timeoutMs);
     }
 
-    /** Made and sent, or neither. */
-    private SpyVector request(Object message) {
-        enter();
-        try {
-            SpyVector request = newVector(4);
-            boolean sent = false;
-            try {
-                add(request, message);
-                enqueue(sendMessageQueue, request);
-                sent = true;
-                return request;
-            } finally {
-                if (!sent) {
-                    freeQuietly(request);
-                }
-            }
-        } finally {
-            leave();
-        }
+    boolean isClosed() {
+        return closed;
     }
 
-    private Object awaitReply(SpyVector request, long timeoutMs) {
-        long start = System.nanoTime();
-        long probed = start;
-        for (int rings = rings(request); request.size() < 2; rings = rings(request)) {
-            long now = System.nanoTime();
-            if (now - start >= TimeUnit.MILLISECONDS.toNanos(timeoutMs)) {
-                throw new ApplicationNotRespondingException(
-                        "Mailslot [" + name + "] did not answer within " + timeoutMs + " ms");
-            }
-            if (Thread.currentThread().isInterrupted()) {
-                throw new CancellationException("interrupted while waiting for Mailslot [" + name + "]");
-            }
-            if (now - probed >= PROBE_NANOS) {
-                probed = now;
-                probe();
-            }
-            awaitRing(request, rings);
-        }
-        if (request.size() > 2) {
-            throw new RequestFailedException((String) request.get(2));
-        }
-        return request.get(1);
-    }
-
-    private void probe() {
-        try {
-            sendIPC(false);
-        } catch (MailslotGoneException | InvalidMailslotException e) {
-            throw gone(e);
-        }
-    }
-
-    private void withdraw(SpyVector request) {
-        enter();
-        try {
-            int index = sendMessageQueue.indexOf(request, 0);
-            if (index >= 0) {
-                sendMessageQueue.remove(index);
-            }
-        } catch (InvalidSpyMemReference e) {
-            // The mailslot was closed.
-        } finally {
-            freeQuietly(request);
-            leave();
-        }
-    }
-
-    /** Frees what a dead receiver has left, unless somebody did so. @return the exception to throw */
-    private RuntimeException gone(RuntimeException cause) {
-        find(name);
-        return cause instanceof MailslotGoneException ? cause
-                : new MailslotGoneException("Mailslot [" + name + "] disappeared during send");
-    }
-
-    private void checkOpen() {
+    void checkOpen() {
         if (closed || name == null) {
             throw new InvalidMailslotException("Mailslot does not  exist: " + name);
         }
@@ -368,7 +221,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         private final Object value;
         private final SpyVector request;
 
-        private Message(Object value, SpyVector request) {
+        Message(Object value, SpyVector request) {
             this.value = value;
             this.request = request;
         }
@@ -404,7 +257,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             return answer(null, text == null ? "" : text);
         }
 
-        private boolean isWanted() {
+        boolean isWanted() {
             try {
                 return request == null || request.size() == 1;
             } catch (InvalidSpyMemReference e) {
@@ -429,7 +282,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
                 if (request.size() != 1) {
                     return false;
                 }
-                add(request, reply);
+                MailslotQueues.add(request, reply);
                 if (failure != null) {
                     request.addElement(failure);
                 }
@@ -453,73 +306,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         if (!isOpened) {
             throw new IllegalStateException("Only who has opened a mailslot receives: " + name);
         }
-        receiving.lock();
-        try {
-            boolean hasItsSignal = false;
-            while (!closed) {
-                Message message = next();
-                if (message != null) {
-                    if (!hasItsSignal) {
-                        takeSignal();
-                    }
-                    return message;
-                }
-                if (!waitForIncomingMessage()) {
-                    return null;
-                }
-                hasItsSignal = true;
-            }
-            return null;
-        } finally {
-            receiving.unlock();
-        }
-    }
-
-    /** What waits; null for nothing. */
-    private Message next() {
-        if (taken.isEmpty()) {
-            takeAll();
-        }
-        // Taken out once it is certain what becomes of it: asking may fail when the lock is kept by others.
-        while (!taken.isEmpty() && !taken.peek().isWanted()) {
-            taken.remove();
-        }
-        return taken.poll();
-    }
-
-    /** The posts first: a request that waits already was sent after those that its thread has posted. */
-    private void takeAll() {
-        List<Message> found = new ArrayList<>();
-        enter();
-        try {
-            int posts = postMessageQueue.size();
-            for (int i = 0; i < posts; i++) {
-                found.add(new Message(postMessageQueue.get(i), null));
-            }
-            for (SpyVector request : requests()) {
-                try {
-                    found.add(new Message(request.get(0), request));
-                } catch (InvalidSpyMemReference e) {
-                    // Its sender is gone, and so is what it asked.
-                }
-            }
-            postMessageQueue.removeAllElements();
-            sendMessageQueue.removeAllElements();
-            taken.addAll(found);
-        } finally {
-            leave();
-        }
-    }
-
-    private List<SpyVector> requests() {
-        List<SpyVector> requests = new ArrayList<>();
-        int count = sendMessageQueue.size();
-        for (int i = 0; i < count; i++) {
-            if (sendMessageQueue.get(i) instanceof SpyVector request) {
-                requests.add(request);
-            }
-        }
-        return requests;
+        return receiver.receive();
     }
 
     /**
@@ -556,18 +343,13 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             return;
         }
         isReceiving(); // wakes the thread that waits
-        receiving.lock();
-        try {
-            removeFromRegistry();
-        } finally {
-            receiving.unlock();
-        }
+        receiver.alone(this::removeFromRegistry);
     }
 
     private void removeFromRegistry() {
         enter();
         try {
-            SpyMap registry = registry(false);
+            SpyMap registry = MailslotRegistry.found();
             if (registry != null && registry.containsKey(name)) {
                 registry.remove(name);
             }
@@ -579,56 +361,18 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     }
 
     /** Frees all that the mailslot has in spy memory. The caller holds the lock. */
-    private void discard() {
+    void discard() {
         try {
             detach();
             if (sendMessageQueue != null) {
-                requests().forEach(Mailslot::freeQuietly);
+                MailslotQueues.requestsIn(sendMessageQueue).forEach(MailslotQueues::freeQuietly);
             }
         } catch (InvalidSpyMemReference e) {
             // Somebody else did so.
         }
-        freeQuietly(sendMessageQueue);
-        freeQuietly(postMessageQueue);
-        freeQuietly(this);
-    }
-
-    private static void freeQuietly(SpyMemory memory) {
-        try {
-            if (memory != null) {
-                memory.free();
-            }
-        } catch (InvalidSpyMemReference e) {
-            // Somebody else did so.
-        }
-    }
-
-    private static void add(SpyVector vector, Object value) {
-        if (value == null) {
-            vector.addElement((String) null);
-        } else if (value instanceof String text) {
-            vector.addElement(text);
-        } else if (value instanceof Integer number) {
-            vector.addElement(number.intValue());
-        } else if (value instanceof Long number) {
-            vector.addElement(number.longValue());
-        } else if (value instanceof Boolean truth) {
-            vector.addElement(truth.booleanValue());
-        } else if (value instanceof Double number) {
-            vector.addElement(number.doubleValue());
-        } else if (value instanceof Float number) {
-            vector.addElement(number.floatValue());
-        } else if (value instanceof Short number) {
-            vector.addElement(number.shortValue());
-        } else if (value instanceof Byte number) {
-            vector.addElement(number.byteValue());
-        } else if (value instanceof Character character) {
-            vector.addElement(character.charValue());
-        } else if (value instanceof SpyMemory object) {
-            vector.addElement(object);
-        } else {
-            throw new IllegalArgumentException("A mailslot does not carry objects of " + value.getClass());
-        }
+        MailslotQueues.freeQuietly(sendMessageQueue);
+        MailslotQueues.freeQuietly(postMessageQueue);
+        MailslotQueues.freeQuietly(this);
     }
 
     // What the methods above are made of.
@@ -687,13 +431,13 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private static native void end();
 
     /** Takes one signal, when there is one: as many are given as messages, and the system counts so far only. */
-    private native void takeSignal();
+    native void takeSignal();
 
     /** How often the bell of this request was rung. Asked before the request is looked at, so that no ring is missed. */
-    private static native int rings(SpyVector request);
+    static native int rings(SpyVector request);
 
     /** Waits until it was rung since then, for a millisecond at most. */
-    private static native void awaitRing(SpyVector request, int rings);
+    static native void awaitRing(SpyVector request, int rings);
 
     /** Wakes the sender of the request, and perhaps a few that have nothing to see. */
     private static native void ring(SpyVector request);
