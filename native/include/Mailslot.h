@@ -138,6 +138,9 @@ public:
     /// Whether the owner is certain to be dead: never when processes of several process id namespaces have
     /// used the store. @throws CInvalidSpyMemRef  the record was freed
     bool isGone() const;
+    /// Whether its semaphores are there, and its owner may live. Signals nothing.
+    /// @throws CInvalidSpyMemRef  the record was freed
+    bool isAttended() const;
 
     /// Frees the mailslots of the map "MailSlots" that this process owns. Not those of its parent, for a
     /// child made by fork. Tries to take the heap lock for a tenth of a second; what it leaves behind then is

@@ -326,6 +326,23 @@ class MailslotTest {
         }
     }
 
+    /** The system counts signals up to 32767: looking whether the receiver lives must not use them up. */
+    @Test
+    void isSignalledOnceByASenderThatWaits() throws Exception {
+        try (Mailslot slot = Mailslot.open("busy")) {
+            long before = signalsOf(slot);
+            assertThrows(ApplicationNotRespondingException.class, () -> Mailslot.find("busy").call("question", 1100));
+            assertEquals(before + 1, signalsOf(slot));
+        }
+    }
+
+    /** The values of all semaphores that are in the set of a mailslot. */
+    private static long signalsOf(Mailslot slot) throws IOException {
+        Process ipcs = new ProcessBuilder("ipcs", "-s", "-i", String.valueOf(fieldOf(slot, "eventHandle"))).start();
+        return ipcs.inputReader().lines().filter(line -> line.matches("[0-9]+ .*"))
+            .mapToLong(line -> Long.parseLong(line.split(" +")[1])).sum();
+    }
+
     @Test
     void leavesNothingOfAMailslotThatGetsNoSemaphores() {
         List<Mailslot> slots = new ArrayList<>();

@@ -194,6 +194,12 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_takeSignal(JNIEnv* 
     jniEntry(env, nullptr, [&] { CJavaMailslot(env, self)->takeSignal(); });
 }
 
+JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_isAttended(JNIEnv* env, jobject self)
+{
+    return jniEntry(env, nullptr,
+                    [&] { return static_cast<jboolean>(CJavaMailslot(env, self)->isAttended()); });
+}
+
 JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_rings(JNIEnv* env, jclass, jobject request)
 {
     return jniEntry(env, nullptr, [&] { return static_cast<jint>(bellOf(env, request).rings()); });

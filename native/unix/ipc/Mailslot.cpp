@@ -190,6 +190,12 @@ bool CMailslot::isGone() const
     return kill(owner, 0) == -1 && errno == ESRCH;
 }
 
+bool CMailslot::isAttended() const
+{
+    const CSemaphoreHandle events = this->events();
+    return !events.isNull() && CMailslotEvent(events).isThere() && !isGone();
+}
+
 /// Those of this process, whatever process another namespace knows by its id. What was freed may be listed.
 bool CMailslot::isOwn() const
 {

@@ -4,6 +4,7 @@
 #include "Mailslot.h"
 
 #include <sys/ipc.h>
+#include <sys/sem.h>
 
 /// A short-lived view. A semaphore counts how often it was signalled and not yet waited for. Any thread.
 class CMailslotEvent : public CSemaphoreSet {
@@ -13,6 +14,8 @@ public:
 
     explicit CMailslotEvent(CSemaphoreHandle handle) : CSemaphoreSet(handle.m_set), m_index(handle.m_index) {}
 
+    /// Whether the system has it.
+    bool isThere() const { return semctl(id(), m_index, GETVAL) != -1; }
     /// All of these: @return false with errno set when the semaphore does not let it.
     bool clear(int event);
     bool add(int event);

@@ -130,12 +130,10 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         unlock();
     }
 
-    /** A signal without a message, which receivers expect, tells whether there is one. */
     boolean isReceiving() {
         try {
-            sendIPC(false);
-            return true;
-        } catch (MailslotGoneException | InvalidSpyMemReference | InvalidMailslotException e) {
+            return isAttended();
+        } catch (InvalidSpyMemReference e) {
             return false;
         }
     }
@@ -342,8 +340,17 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         if (!isOpened || removed) {
             return;
         }
-        isReceiving(); // wakes the thread that waits
+        wakeReceiver();
         receiver.alone(this::removeFromRegistry);
+    }
+
+    /** By a signal without a message. */
+    private void wakeReceiver() {
+        try {
+            sendIPC(false);
+        } catch (MailslotGoneException | InvalidSpyMemReference | InvalidMailslotException e) {
+            // None waits at what is not there.
+        }
     }
 
     private void removeFromRegistry() {
@@ -429,6 +436,9 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private static native void begin();
 
     private static native void end();
+
+    /** Whether its semaphores are there, and the process that opened it may live. */
+    private native boolean isAttended();
 
     /** Takes one signal, when there is one: as many are given as messages, and the system counts so far only. */
     native void takeSignal();

@@ -93,7 +93,7 @@ final class MailslotSender {
             }
             if (now - probed >= PROBE_NANOS) {
                 probed = now;
-                probe();
+                demandReceiver();
             }
             Mailslot.awaitRing(request, rings);
         }
@@ -103,11 +103,9 @@ final class MailslotSender {
         return request.get(1);
     }
 
-    private void probe() {
-        try {
-            slot.sendIPC(false);
-        } catch (MailslotGoneException | InvalidMailslotException e) {
-            throw gone(e);
+    private void demandReceiver() {
+        if (!slot.isReceiving()) {
+            throw gone(null);
         }
     }
 
@@ -126,7 +124,12 @@ final class MailslotSender {
         }
     }
 
-    /** Frees what a dead receiver has left, unless somebody did so. @return the exception to throw */
+    /**
+     * Frees what a dead receiver has left, unless somebody did so.
+     *
+     * @param cause null for none
+     * @return the exception to throw
+     */
     private RuntimeException gone(RuntimeException cause) {
         Mailslot.find(slot.getName());
         return cause instanceof MailslotGoneException ? cause
