@@ -303,6 +303,7 @@ TEST(LayoutTest, TheTableIsOfTheKeysThatXTestPresses)
     useLayout("-device 5 us");
     pressOnKeyboardOfUser(8, false); // makes its map the one that clients see
     EXPECT_EQ('1', GetKeyCode("1"));
+    EXPECT_EQ(XK_eacute, Keyboard::firstWithoutKey({XK_1, XK_eacute}));
     CEventWindow window(100, 100, 50, 50);
     typeHere("1a;");
     const std::string events = window.events();
