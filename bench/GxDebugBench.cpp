@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 constexpr int lines = 1000;
@@ -22,18 +24,51 @@ void appendLine(const std::string& path)
     std::fclose(file);
 }
 
+void logLine()
+{
+    GenericNative.log(5, "line %d of the benchmark", 123);
+}
+
 /// A log line goes to two files.
+void appendTwice()
+{
+    appendLine(home + "/peer.txt");
+    appendLine(home + "/peer2.txt");
+}
+
 void logLines(benchmark::State& state)
 {
-    compare(
-        state, [] { GenericNative.log(5, "line %d of the benchmark", 123); },
-        [] {
-            appendLine(home + "/peer.txt");
-            appendLine(home + "/peer2.txt");
-        },
-        lines);
+    compare(state, logLine, appendTwice, lines);
 }
 BENCHMARK(logLines)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+/// Processes that write to the same files at once, each so many lines.
+void writeAtOnce(long writers, void (*write)())
+{
+    for (long writer = 0; writer < writers; ++writer)
+        if (fork() == 0) {
+            for (int line = 0; line < lines; ++line)
+                write();
+            _exit(0);
+        }
+    while (wait(nullptr) > 0) {
+    }
+}
+
+void logLinesOfManyWriters(benchmark::State& state)
+{
+    const auto writers = state.range(0);
+    compare(
+        state, [=] { writeAtOnce(writers, logLine); }, [=] { writeAtOnce(writers, appendTwice); });
+}
+BENCHMARK(logLinesOfManyWriters)
+    ->ArgName("writers")
+    ->Arg(1)
+    ->Arg(4)
+    ->Arg(16)
+    ->Iterations(5)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 void traceLines(benchmark::State& state)
 {
