@@ -8,8 +8,7 @@
 #include <vector>
 
 /// Seconds that one call of `operation` takes.
-template <class Operation>
-double secondsOf(Operation&& operation)
+template <class Operation> double secondsOf(Operation&& operation)
 {
     const auto start = std::chrono::steady_clock::now();
     operation();
@@ -35,8 +34,16 @@ void compare(benchmark::State& state, Ours&& ours, Peer&& peer, int batch = 1)
     std::vector<double> oursSeconds;
     std::vector<double> peerSeconds;
     for (auto _ : state) {
-        oursSeconds.push_back(secondsOf([&] { for (int i = 0; i < batch; ++i) ours(); }) / batch);
-        peerSeconds.push_back(secondsOf([&] { for (int i = 0; i < batch; ++i) peer(); }) / batch);
+        oursSeconds.push_back(secondsOf([&] {
+                                  for (int i = 0; i < batch; ++i)
+                                      ours();
+                              }) /
+                              batch);
+        peerSeconds.push_back(secondsOf([&] {
+                                  for (int i = 0; i < batch; ++i)
+                                      peer();
+                              }) /
+                              batch);
         state.SetIterationTime((oursSeconds.back() + peerSeconds.back()) * batch);
     }
     const double oursMedian = medianOf(oursSeconds);
