@@ -141,13 +141,13 @@ char* findPreference(const char* key)
 {
     if (s_logTraceOptions.load()) {
         const char* const filter = GxInstallOptions::GetOption(GxInstallOptions::DEBUG_FACILITIES);
-        const auto fill = [filter](CComponentFilter& table, const char* preference) {
-            const char* const text = s_logTraceOptions.get(preference);
+        const auto fill = [filter](CComponentFilter& table, const CPreference& levels) {
+            const char* const text = s_logTraceOptions.get(levels);
             table.SetComponentLevelFilter(text ? text : filter);
         };
         if (s_logTraceOptions.couldOpen()) {
-            fill(s_logComponentLevel, "logComponentLevelFilter");
-            fill(s_traceComponentLevel, "traceComponentLevelFilter");
+            fill(s_logComponentLevel, preference::logComponentLevelFilter);
+            fill(s_traceComponentLevel, preference::traceComponentLevelFilter);
         }
         s_couldWriteToLog = s_logTraceOptions.couldOpen();
     }
@@ -161,20 +161,30 @@ void makeDirectory(const char* path) noexcept
 }
 
 /// The name of a file in the directory that a preference names, which is created. Empty when it does not fit.
-void nameInDirectory(char (&name)[1024], const char* preference, const char* file) noexcept
+void nameInDirectory(char (&name)[1024], const CPreference& place, const char* file) noexcept
 {
     char directory[1024];
     GxDebug::GetVtxUserDirectory(directory);
-    const char* const chosen = GxDebug::GetPreference(preference, directory);
+    const char* const chosen = GxDebug::GetPreference(place.key, directory);
     makeDirectory(chosen);
     const int length = std::snprintf(name, sizeof name, "%s%s%s", chosen, "/", file);
     if (length < 0 || static_cast<size_t>(length) >= sizeof name || !*chosen)
         *name = '\0';
 }
 
-unsigned sizeLimit(const char* preference) noexcept
+bool isOn(const CPreference& preference) noexcept
 {
-    return std::max(GxDebug::GetIntegerValue(preference, minFileSize), minFileSize);
+    return GxDebug::GetBooleanValue(preference.key, isTrue(preference.firstValue));
+}
+
+unsigned numberOf(const CPreference& preference) noexcept
+{
+    return GxDebug::GetIntegerValue(preference.key, parseUnsigned(preference.firstValue));
+}
+
+unsigned sizeLimit(const CPreference& preference) noexcept
+{
+    return std::max(numberOf(preference), minFileSize);
 }
 
 void makePreferenceDirectory() noexcept
@@ -192,9 +202,10 @@ void makePreferenceDirectory() noexcept
 void nameFiles() noexcept
 {
     char name[1024];
-    nameInDirectory(name, "logFilePath", "vtx_log.txt");
+    nameInDirectory(name, preference::logFilePath, "vtx_log.txt");
     setName(s_logFileName, name);
-    nameInDirectory(name, "traceFilePath", s_newTraceEnabled == 1 ? "vtx_trace.log" : "vtx_trace.txt");
+    nameInDirectory(name, preference::traceFilePath,
+                    s_newTraceEnabled == 1 ? "vtx_trace.log" : "vtx_trace.txt");
     setName(s_traceFileName, name);
 }
 
@@ -211,19 +222,19 @@ void GxDebug::readConfiguration() noexcept
     keepTraceLockAcrossFork();
     makePreferenceDirectory();
     s_back2Mldebug = isTrue(GxInstallOptions::GetOption(GxInstallOptions::BACK2MLDEBUG));
-    s_traceEnabled = GetBooleanValue("enableTrace", false);
-    s_newTraceEnabled = s_traceEnabled != 0 && GetBooleanValue("enableEclipseLogFormat", false);
-    s_logLevel = GetIntegerValue("logLevel", defaultLevel);
-    s_traceLevel = GetIntegerValue("traceLevel", defaultLevel);
-    s_logFileSizeLimit = sizeLimit("logFileSize");
-    s_traceFileSizeLimit = sizeLimit("traceFileSize");
+    s_traceEnabled = isOn(preference::enableTrace);
+    s_newTraceEnabled = s_traceEnabled != 0 && isOn(preference::enableEclipseLogFormat);
+    s_logLevel = numberOf(preference::logLevel);
+    s_traceLevel = numberOf(preference::traceLevel);
+    s_logFileSizeLimit = sizeLimit(preference::logFileSize);
+    s_traceFileSizeLimit = sizeLimit(preference::traceFileSize);
     nameFiles();
-    m_enableMemoryTrace = GetBooleanValue("enableMemoryTrace", false);
+    m_enableMemoryTrace = isOn(preference::enableMemoryTrace);
     // The interval becomes the log's limit, and m_intervalTrace keeps its value: installations are tuned to
     // logs that roll over at this size.
-    s_logFileSizeLimit = GetIntegerValue("memoryTraceInterval", m_intervalTrace);
-    m_runGC = GetBooleanValue("memoryTraceRunGC", true);
-    m_enableSpyMemDump = GetBooleanValue("enableInterProcessMemoryTrace", false);
+    s_logFileSizeLimit = GetIntegerValue(preference::memoryTraceInterval.key, m_intervalTrace);
+    m_runGC = isOn(preference::memoryTraceRunGC);
+    m_enableSpyMemDump = isOn(preference::enableInterProcessMemoryTrace);
     jni_trace_enabled = s_traceEnabled != 0 && passes(s_traceComponentLevel, "JNI", s_traceLevel, 0);
     s_initialized = 1;
 }

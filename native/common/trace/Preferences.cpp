@@ -7,37 +7,18 @@
 #include <string>
 
 namespace {
-constexpr const char* DEFAULT_TRACE_COMPONENT_FILTERS =
-    "talvern_gx,2;qrn.vtxuiplugin,4;native,2;ObjectManagerAgent,1;TestObjectMethodInvoker,1;IEEnabler,1;NSEnabler,1";
-constexpr const char* DEFAULT_LOG_COMPONENT_FILTERS = DEFAULT_TRACE_COMPONENT_FILTERS;
+#define GX_PREFERENCE(key, firstValue) preference::key,
+constexpr CPreference s_preferences[] = {GX_PREFERENCES(GX_PREFERENCE)};
+#undef GX_PREFERENCE
 
 void fillWithDefaults(GxInstallOptions::Properties& options)
 {
     char directory[1024];
     GxDebug::GetVtxUserDirectory(directory);
-    const struct {
-        const char* key;
-        const char* value;
-    } defaults[] = {
-        {"generatedBy", "native"},
-        {"logLevel", "4"},
-        {"traceLevel", "4"},
-        {"logFileSize", "2048"},
-        {"traceFileSize", "2048"},
-        {"logFilePath", directory},
-        {"traceFilePath", directory},
-        {"logBackupFilesCountLimit", "50"},
-        {"traceBackupFilesCountLimit", "50"},
-        {"enableTrace", "false"},
-        {"logComponentLevelFilter", DEFAULT_LOG_COMPONENT_FILTERS},
-        {"traceComponentLevelFilter", DEFAULT_TRACE_COMPONENT_FILTERS},
-        {"enableMemoryTrace", "false"},
-        {"memoryTraceInterval", "5"},
-        {"memoryTraceRunGC", "true"},
-        {"enableInterProcessMemoryTrace", "false"},
-    };
-    for (const auto& pair : defaults)
-        options.setProperty(pair.key, pair.value);
+    for (const CPreference& each : s_preferences)
+        if (each.firstValue)
+            options.setProperty(each.key,
+                                each.firstValue == preference::ofUser ? directory : each.firstValue);
 }
 } // namespace
 
