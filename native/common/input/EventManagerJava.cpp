@@ -1,6 +1,7 @@
 // The Java side of synthetic input: the exported functions that build and emit events.
 #include "EventManager.h"
 
+#include "JavaGeometry.h"
 #include "JniDataTypes.h"
 #include "JniEntry.h"
 #include "LocalRef.h"
@@ -45,14 +46,6 @@ void emitKey(JNIEnv* env, Event&& event)
         raise(env, event.status() == PlaybackNoXTest ? noXTest : cannotPerform);
 }
 
-std::optional<Point> pointOf(JNIEnv* env, jobject object)
-{
-    if (!object)
-        return std::nullopt;
-    const CJniJObject point(env, object, nullptr);
-    return Point(point.getInt("x"), point.getInt("y"));
-}
-
 /// 0 is no window. A top-level window alone serves as both; a window alone goes without its top-level window.
 CMouseTarget targetOf(std::optional<Point> point, jlong windowHandle, jlong topLevelHandle)
 {
@@ -62,10 +55,8 @@ CMouseTarget targetOf(std::optional<Point> point, jlong windowHandle, jlong topL
 }
 } // namespace
 
-extern "C" {
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLMouseEvent(
-    JNIEnv* env, jclass, jobject point, jlong window, jlong topWindow, jint modifiers, jint wheelAmount,
-    jint kind)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLMouseEvent, jclass,
+       jobject point, jlong window, jlong topWindow, jint modifiers, jint wheelAmount, jint kind)
 {
     jniEntry(env, __func__, [&](CJniTrace& trace) {
         auto place = pointOf(env, point);
@@ -79,9 +70,9 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLMouseEvent(
-    JNIEnv* env, jclass, jobject start, jlong window, jlong topWindow, jobject end, jlong endWindow,
-    jlong endTopWindow, jint modifiers, jint delay, jint kind, jint count)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLMouseEvent, jclass,
+       jobject start, jlong window, jlong topWindow, jobject end, jlong endWindow, jlong endTopWindow,
+       jint modifiers, jint delay, jint kind, jint count)
 {
     jniEntry(env, __func__, [&] {
         emitMouse(env, {0, kind, count, targetOf(pointOf(env, start), window, topWindow),
@@ -89,8 +80,8 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLKeyEvent(
-    JNIEnv* env, jclass, jlong window, jlong topWindow, jint kind, jint keysym)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitLLKeyEvent, jclass, jlong window,
+       jlong topWindow, jint kind, jint keysym)
 {
     jniEntry(env, __func__, [&] {
         emitKey(env, KeyEvent(0, kind, keysym, static_cast<const char*>(nullptr), CWindow(window),
@@ -98,8 +89,8 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLKeyEvent(
-    JNIEnv* env, jclass, jlong window, jlong topWindow, jint kind, jstring text)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent_emitHLKeyEvent, jclass, jlong window,
+       jlong topWindow, jint kind, jstring text)
 {
     jniEntry(env, __func__, [&] {
         const CJString characters(env, text);
@@ -109,7 +100,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeKeyMouseEven
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_ScrollEvent_emit(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_ScrollEvent_emit, jobject self)
 {
     jniEntry(env, __func__, [&] {
         const CJniJObject event(env, self, nullptr);
@@ -120,14 +111,10 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_ScrollEvent_emit(J
     });
 }
 
-#define EXPORT_COUNTER(method, counter)                                                                      \
-    JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Event_##method(JNIEnv* env, jclass)        \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [] { return jint{counter}; });                                        \
-    }
-EXPORT_COUNTER(getNumTaggedEvents, g_num_tagged_events)
-EXPORT_COUNTER(getNumHookCalls, g_num_hook_calls)
-EXPORT_COUNTER(getNumHookCallsTagged, g_num_hook_calls_tagged)
-EXPORT_COUNTER(getNumWaits, g_num_waits)
-EXPORT_COUNTER(getNumTimeouts, g_num_timeouts)
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Event_getNumTaggedEvents, g_num_tagged_events,
+              jclass)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Event_getNumHookCalls, g_num_hook_calls, jclass)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Event_getNumHookCallsTagged,
+              g_num_hook_calls_tagged, jclass)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Event_getNumWaits, g_num_waits, jclass)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Event_getNumTimeouts, g_num_timeouts, jclass)

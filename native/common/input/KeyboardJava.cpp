@@ -7,9 +7,7 @@
 
 #include "com_talvern_test_gx_sys_graphical_Keyboard.h"
 
-extern "C" {
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_getKeyCode(JNIEnv* env, jobject,
-                                                                                  jstring text)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_Keyboard_getKeyCode, jobject, jstring text)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         const CJString characters(env, text);
@@ -17,35 +15,31 @@ JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_getKeyCod
     });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_isKeyDown(JNIEnv* env, jobject,
-                                                                                     jint keysym)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_graphical_Keyboard_isKeyDown, jobject, jint keysym)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         return withStatus(env, g_keyboard_status, nullptr, [&] { return Keyboard::isKeyDown(keysym); });
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_getKeyState(JNIEnv* env, jobject,
-                                                                                   jint keysym)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_Keyboard_getKeyState, jobject, jint keysym)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         return withStatus(env, g_keyboard_status, nullptr, [&] { return Keyboard::getKeyState(keysym); });
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_getPressedKey(JNIEnv* env, jobject)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_Keyboard_getPressedKey, jobject)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         return withStatus(env, g_keyboard_status, nullptr, [] { return Keyboard::getPressedKey(); });
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_Keyboard_setModifierKeys(JNIEnv* env, jobject,
-                                                                                       jint modifiers)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_Keyboard_setModifierKeys, jobject, jint modifiers)
 {
     jniEntry(env, __func__, [&] {
         withStatus(env, g_keyboard_status, nullptr,
                    [&] { Keyboard::setModifierKeys(static_cast<unsigned>(modifiers)); });
     });
-}
 }

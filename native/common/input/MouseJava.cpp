@@ -2,6 +2,7 @@
 #include "Mouse.h"
 
 #include "InputStatus.h"
+#include "JavaGeometry.h"
 #include "JniEntry.h"
 
 #include "com_talvern_test_gx_sys_graphical_NativeMouse.h"
@@ -13,44 +14,44 @@ jobject javaForm(JNIEnv* env, const std::unique_ptr<MouseEvent>& event)
 {
     return event ? event->toJavaEvent(env) : nullptr;
 }
+
+/// A query with a number for an answer.
+jint ask(JNIEnv* env, const char* operation, int (*query)())
+{
+    return withStatus(env, g_mouse_status, operation, query);
+}
 } // namespace
 
-extern "C" {
-JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_sys_graphical_NativeMouse_createCaptureWindow(JNIEnv* env,
-                                                                                               jobject, jlong)
+GX_JNI(jlong, Java_com_talvern_test_gx_sys_graphical_NativeMouse_createCaptureWindow, jobject, jlong)
 {
     return jniEntry(env, __func__, [] { return jlong{0}; }); // a capture needs no window here
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_graphical_NativeMouse_getCursorPos(JNIEnv* env,
-                                                                                          jobject)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getCursorPos, jobject)
 {
     return jniEntry(env, __func__, [&]() -> jobject {
         const auto position =
             withStatus(env, g_mouse_status, "NativeMouse.getCursorPos", [] { return Mouse::getCursorPos(); });
-        if (!position)
-            return nullptr;
-        return CJniClass(env, "java/awt/Point").construct("(II)V", position->getx(), position->gety());
+        return position ? newPoint(env, *position) : nullptr;
     });
 }
 
-/// A query with a number for an answer. The messages keep the spelling that callers look for.
-#define EXPORT_MOUSE_QUERY(method, message)                                                                  \
-    JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_NativeMouse_##method(JNIEnv* env, jobject) \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&]() -> jint {                                                       \
-            return withStatus(env, g_mouse_status, "NativeMouse." message, [] { return Mouse::method(); });  \
-        });                                                                                                  \
-    }
-EXPORT_MOUSE_QUERY(getMouseState, "getMouseState")
-EXPORT_MOUSE_QUERY(getDoubleClickThresholdX, "getDoubleClickThreadholdX")
-EXPORT_MOUSE_QUERY(getDoubleClickThresholdY, "getDoubleClickThreadholdY")
-EXPORT_MOUSE_QUERY(getDragThresholdX, "getDragThresholdX")
-EXPORT_MOUSE_QUERY(getDragThresholdY, "getDragThresholdY")
-EXPORT_MOUSE_QUERY(getDoubleClickInterval, "getDoubleClickInterval")
+// The messages keep the spelling that callers look for.
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getMouseState,
+              ask(env, "NativeMouse.getMouseState", Mouse::getMouseState), jobject)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getDoubleClickThresholdX,
+              ask(env, "NativeMouse.getDoubleClickThreadholdX", Mouse::getDoubleClickThresholdX), jobject)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getDoubleClickThresholdY,
+              ask(env, "NativeMouse.getDoubleClickThreadholdY", Mouse::getDoubleClickThresholdY), jobject)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getDragThresholdX,
+              ask(env, "NativeMouse.getDragThresholdX", Mouse::getDragThresholdX), jobject)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getDragThresholdY,
+              ask(env, "NativeMouse.getDragThresholdY", Mouse::getDragThresholdY), jobject)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeMouse_getDoubleClickInterval,
+              ask(env, "NativeMouse.getDoubleClickInterval", Mouse::getDoubleClickInterval), jobject)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_startCapture(
-    JNIEnv* env, jobject, jlong window, jint cursor)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_startCapture, jobject,
+       jlong window, jint cursor)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         return withStatus(env, g_mouse_status, "NativeMouseCaptureThread.startCapture", [&] {
@@ -59,8 +60,7 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_graphical_NativeMouseCap
     });
 }
 
-JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_stopCapture(JNIEnv* env, jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_stopCapture, jobject)
 {
     jniEntry(env, __func__, [&] {
         withStatus(env, g_mouse_status, "NativeMouseCaptureThread.stopCapture",
@@ -68,8 +68,7 @@ Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_stopCapture(JNIE
     });
 }
 
-JNIEXPORT jobject JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_getNextEvent(JNIEnv* env, jobject)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_getNextEvent, jobject)
 {
     return jniEntry(env, __func__, [&] {
         return javaForm(env, withStatus(env, g_mouse_status, "NativeMouseCaptureThread.getNextEvent",
@@ -77,12 +76,10 @@ Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_getNextEvent(JNI
     });
 }
 
-JNIEXPORT jobject JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_getLastEvent(JNIEnv* env, jobject)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread_getLastEvent, jobject)
 {
     return jniEntry(env, __func__, [&] {
         return javaForm(env, withStatus(env, g_mouse_status, "NativeMouseCaptureThread.getLastEvent",
                                         [] { return Mouse::get().getLastEvent(); }));
     });
-}
 }

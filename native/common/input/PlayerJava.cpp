@@ -7,9 +7,7 @@
 #include "com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer.h"
 #include "com_talvern_test_gx_sys_graphical_NativePlayerThread.h"
 
-extern "C" {
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_startPlayback(JNIEnv* env,
-                                                                                               jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_startPlayback, jobject)
 {
     jniEntry(env, __func__, [] {
         Player& player = Player::get();
@@ -20,8 +18,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_endPlayback(JNIEnv* env,
-                                                                                             jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_endPlayback, jobject)
 {
     jniEntry(env, __func__, [] {
         Player::get().end();
@@ -29,8 +26,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_getNextEvent(JNIEnv* env,
-                                                                                              jobject)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_getNextEvent, jobject)
 {
     return jniEntry(env, __func__, []() -> jint {
         Player& player = Player::get();
@@ -38,20 +34,14 @@ JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_pauseHooks(JNIEnv* env,
-                                                                                            jobject)
-{
-    jniEntry(env, __func__, [] { Player::get().pauseHooks(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_pauseHooks,
+              Player::get().pauseHooks(), jobject)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_resumeHooks(JNIEnv* env,
-                                                                                             jobject)
-{
-    jniEntry(env, __func__, [] { Player::get().resumeHooks(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativePlayerThread_resumeHooks,
+              Player::get().resumeHooks(), jobject)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetHotKeys(
-    JNIEnv* env, jclass, jint stopKeysym, jint pauseKeysym)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetHotKeys, jclass,
+       jint stopKeysym, jint pauseKeysym)
 {
     jniEntry(env, __func__, [&] {
         Player::get().setStopHotKey(stopKeysym);
@@ -59,24 +49,13 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlay
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetDelays(
-    JNIEnv* env, jclass, jint mouseDown, jint mouseUp, jint mouseMove, jint keyDown, jint keyUp,
-    jint windowActivate)
-{
-    jniEntry(env, __func__,
-             [&] { Event::setDelays(mouseDown, mouseUp, mouseMove, keyDown, keyUp, windowActivate); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetDelays,
+              Event::setDelays(mouseDown, mouseUp, mouseMove, keyDown, keyUp, windowActivate), jclass,
+              jint mouseDown, jint mouseUp, jint mouseMove, jint keyDown, jint keyUp, jint windowActivate)
 
-JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetMouseMoveInterpolationPx(JNIEnv* env,
-                                                                                              jclass, jint px)
-{
-    jniEntry(env, __func__, [&] { MouseEvent::setMouseMoveInterpolationPx(px); });
-}
+GX_JNI_ANSWER(void,
+              Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetMouseMoveInterpolationPx,
+              MouseEvent::setMouseMoveInterpolationPx(px), jclass, jint px)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetLowLevelPlayback(
-    JNIEnv* env, jclass, jboolean lowLevel)
-{
-    jniEntry(env, __func__, [&] { Event::setIsLowLevelPlayback(lowLevel != JNI_FALSE); });
-}
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer_nativeSetLowLevelPlayback,
+              Event::setIsLowLevelPlayback(lowLevel != JNI_FALSE), jclass, jboolean lowLevel)

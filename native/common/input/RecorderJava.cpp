@@ -7,22 +7,18 @@
 #include "com_talvern_test_gx_sys_graphical_NativeRecorderThread.h"
 #include "com_talvern_test_gx_util_NativeActionRecorder.h"
 
-extern "C" {
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_startRecording(JNIEnv* env,
-                                                                                                  jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_startRecording, jobject)
 {
     jniEntry(env, __func__,
              [&] { withStatus(env, g_recorder_status, nullptr, [] { Recorder::create().start(); }); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_stopRecording(JNIEnv* env,
-                                                                                                 jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_stopRecording, jobject)
 {
     jniEntry(env, __func__, [&] { withStatus(env, g_recorder_status, nullptr, [] { Recorder().stop(); }); });
 }
 
-JNIEXPORT jobject JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_getNextEvent(JNIEnv* env, jobject)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_getNextEvent, jobject)
 {
     return jniEntry(env, __func__, [&]() -> jobject {
         Recorder* const recorder = Recorder::get();
@@ -34,8 +30,7 @@ Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_getNextEvent(JNIEnv*
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_releaseEvent(JNIEnv* env,
-                                                                                                jobject)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_releaseEvent, jobject)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         withStatus(env, g_recorder_status, nullptr, [] { Recorder().releaseEvent(); });
@@ -43,15 +38,8 @@ JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_graphical_NativeRecorderThre
     });
 }
 
-JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_nativeFlushKeys(JNIEnv* env, jobject)
-{
-    jniEntry(env, __func__, [] { Recorder().flushKeys(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeRecorderThread_nativeFlushKeys,
+              Recorder().flushKeys(), jobject)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_NativeActionRecorder_setRecorderToIgnoreTimeout(
-    JNIEnv* env, jclass, jboolean ignore)
-{
-    jniEntry(env, __func__, [&] { Recorder().setRecorderToIgnoreTimeout(ignore != JNI_FALSE); });
-}
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_util_NativeActionRecorder_setRecorderToIgnoreTimeout,
+              Recorder().setRecorderToIgnoreTimeout(ignore != JNI_FALSE), jclass, jboolean ignore)

@@ -25,64 +25,59 @@ void setComponentLevel(JNIEnv* env, const char* function, void (*setter)(const c
 }
 } // namespace
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_LogSetLevelN(JNIEnv* env, jclass, jint level)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_LogSetLevelN, jclass, jint level)
 {
     set(env, __func__, GxDebug::LogSetLevel, level);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceSetLevelN(JNIEnv* env, jclass, jint level)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_TraceSetLevelN, jclass, jint level)
 {
     set(env, __func__, GxDebug::TraceSetLevel, level);
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_util_GxDebug_LogGetLevelN(JNIEnv* env, jclass)
+GX_JNI(jint, Java_com_talvern_test_gx_util_GxDebug_LogGetLevelN, jclass)
 {
     return get(env, __func__, GxDebug::LogGetLevel);
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceGetLevelN(JNIEnv* env, jclass)
+GX_JNI(jint, Java_com_talvern_test_gx_util_GxDebug_TraceGetLevelN, jclass)
 {
     return get(env, __func__, GxDebug::TraceGetLevel);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_LogSetFileSizeLimitN(JNIEnv* env, jclass,
-                                                                                  jint kib)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_LogSetFileSizeLimitN, jclass, jint kib)
 {
     set(env, __func__, GxDebug::LogSetFileSizeLimit, kib);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceSetFileSizeLimitN(JNIEnv* env, jclass,
-                                                                                    jint kib)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_TraceSetFileSizeLimitN, jclass, jint kib)
 {
     set(env, __func__, GxDebug::TraceSetFileSizeLimit, kib);
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_util_GxDebug_LogGetFileSizeLimitN(JNIEnv* env, jclass)
+GX_JNI(jint, Java_com_talvern_test_gx_util_GxDebug_LogGetFileSizeLimitN, jclass)
 {
     return get(env, __func__, GxDebug::LogGetFileSizeLimit);
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceGetFileSizeLimitN(JNIEnv* env, jclass)
+GX_JNI(jint, Java_com_talvern_test_gx_util_GxDebug_TraceGetFileSizeLimitN, jclass)
 {
     return get(env, __func__, GxDebug::TraceGetFileSizeLimit);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_LogSetComponentLevelN(JNIEnv* env, jclass,
-                                                                                   jstring component,
-                                                                                   jint level)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_LogSetComponentLevelN, jclass, jstring component,
+       jint level)
 {
     setComponentLevel(env, __func__, GxDebug::LogSetComponentLevel, component, level);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceSetComponentLevelN(JNIEnv* env, jclass,
-                                                                                     jstring component,
-                                                                                     jint level)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_TraceSetComponentLevelN, jclass, jstring component,
+       jint level)
 {
     setComponentLevel(env, __func__, GxDebug::TraceSetComponentLevel, component, level);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_util_GxDebug_TraceSetEnabledN(JNIEnv* env, jclass,
-                                                                              jboolean enabled)
+GX_JNI(void, Java_com_talvern_test_gx_util_GxDebug_TraceSetEnabledN, jclass, jboolean enabled)
 {
     jniEntry(env, __func__, [=] { GxDebug::TraceSetEnabled(enabled == 1); });
 }

@@ -1,9 +1,12 @@
 /// The one frame of every exported function: entry and exit trace, native exceptions mapped to Java ones.
 ///
-///     extern "C" JNIEXPORT jint JNICALL Java_com_talvern_..._nativeGetCtrlId(JNIEnv* env, jobject self)
+///     GX_JNI(jint, Java_com_talvern_..._getItemAtPoint, jobject self, jobject point)
 ///     {
-///         return jniEntry(env, __func__, [&] { return windowOf(env, self).getCtrlId(); });
+///         return jniEntry(env, __func__, [&] { ... });
 ///     }
+///     GX_JNI_ANSWER(jint, Java_com_talvern_..._nativeGetCtrlId, windowOf(env, self).getCtrlId(), jobject self)
+///
+/// Each stands under its whole symbol, so that a search for that finds it.
 #pragma once
 
 #include "GxDebug.h"
@@ -72,3 +75,15 @@ template <class Body> auto jniEntry(JNIEnv* env, const char* function, Body&& bo
         return Answer();
     }
 }
+
+/// The head of an exported function, which may use `env`; its body follows.
+/// @param ...  the arguments after the environment: the object or class first
+#define GX_JNI(Result, symbol, ...) extern "C" JNIEXPORT Result JNICALL symbol(JNIEnv* env, __VA_ARGS__)
+
+/// An exported function that is one expression, which may use `env`, `trace` and the arguments.
+#define GX_JNI_ANSWER(Result, symbol, expression, ...)                                                       \
+    GX_JNI(Result, symbol, __VA_ARGS__)                                                                      \
+    {                                                                                                        \
+        return jniEntry(env, __func__,                                                                       \
+                        [&]([[maybe_unused]] CJniTrace& trace) { return static_cast<Result>(expression); }); \
+    }

@@ -121,22 +121,19 @@ jboolean onMailslot(JNIEnv* env, const char* function, jobject self, Work&& work
 }
 } // namespace
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_create(JNIEnv* env, jobject self,
-                                                                        jstring name)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_create, jobject self, jstring name)
 {
     return onMailslot(env, __func__, self,
                       [&](CJavaMailslot& mailslot) { return name && mailslot.create(CJString(env, name)); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_sendIPC(JNIEnv* env, jobject self,
-                                                                         jboolean waitForReply)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_sendIPC, jobject self, jboolean waitForReply)
 {
     return onMailslot(env, __func__, self,
                       [&](CJavaMailslot& mailslot) { return mailslot->send(waitForReply != JNI_FALSE); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_waitForIncomingMessage(JNIEnv* env,
-                                                                                        jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_waitForIncomingMessage, jobject self)
 {
     return onMailslot(env, __func__, self, [](CJavaMailslot& mailslot) {
         // Without a record a native caller would end the process.
@@ -144,12 +141,12 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_waitForIncoming
     });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_replyTo(JNIEnv* env, jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_replyTo, jobject self)
 {
     return onMailslot(env, __func__, self, [](CJavaMailslot& mailslot) { return mailslot->replyTo(); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_detach(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_detach, jobject self)
 {
     const auto release = [=] {
         try {
@@ -163,7 +160,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_detach(JNIEnv* env,
     mailslotEntry(env, __func__, release, __FILE__, __LINE__);
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_pingMailslot(JNIEnv* env, jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_pingMailslot, jobject self)
 {
     return onMailslot(env, __func__, self,
                       [](CJavaMailslot& mailslot) { return !mailslot->handle().isNull(); });
@@ -171,7 +168,7 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_pingMailslot(JN
 
 // What the Java class needs for itself, in the midst of its own operations.
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_begin(JNIEnv* env, jclass)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_begin, jclass)
 {
     jniEntry(env, nullptr, [] {
         if (CSpyMemory::isHeapLocked())
@@ -179,7 +176,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_begin(JNIEnv* env, 
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv* env, jclass)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_end, jclass)
 {
     jniEntry(env, nullptr, [] {
         if (!CSpyMemory::isHeapLocked())
@@ -189,35 +186,30 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_end(JNIEnv* env, jc
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_takeSignal(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_takeSignal, jobject self)
 {
     jniEntry(env, nullptr, [&] { CJavaMailslot(env, self)->takeSignal(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mailslot_isAttended(JNIEnv* env, jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mailslot_isAttended, jobject self)
 {
     return jniEntry(env, nullptr,
                     [&] { return static_cast<jboolean>(CJavaMailslot(env, self)->isAttended()); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_rings(JNIEnv* env, jclass, jobject request)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_Mailslot_rings, jclass, jobject request)
 {
     return jniEntry(env, nullptr, [&] { return static_cast<jint>(bellOf(env, request).rings()); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_awaitRing(JNIEnv* env, jclass, jobject request,
-                                                                       jint rings)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_awaitRing, jclass, jobject request, jint rings)
 {
     jniEntry(env, nullptr, [&] { bellOf(env, request).await(static_cast<uint32_t>(rings)); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mailslot_ring(JNIEnv* env, jclass, jobject request)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_ring, jclass, jobject request)
 {
     jniEntry(env, nullptr, [&] { bellOf(env, request).ring(); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_Mailslot_SetInvocationTimeoutValueIPC(JNIEnv* env,
-                                                                                          jobject, jint)
-{
-    return jniEntry(env, __func__, [] { return jint{0}; });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_Mailslot_SetInvocationTimeoutValueIPC, 0, jobject, jint)

@@ -55,8 +55,8 @@ template <class Value> jboolean put(JNIEnv* env, const char* function, jobject s
 }
 } // namespace
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_create(JNIEnv* env, jobject self, jstring name,
-                                                                      jint transactionId, jint buckets)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMap_create, jobject self, jstring name, jint transactionId,
+       jint buckets)
 {
     return spyEntry<jboolean>(env, __func__, [&] {
         // A map without room would end the process: native callers never make one.
@@ -66,58 +66,57 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_create(JNIEnv* en
 }
 
 #define EXPORT_PUT(Suffix, Value)                                                                            \
-    JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_put__Ljava_lang_String_2##Suffix(         \
-        JNIEnv* env, jobject self, jstring key, Value value)                                                 \
+    GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMap_put__Ljava_lang_String_2##Suffix, jobject self,     \
+           jstring key, Value value)                                                                         \
     {                                                                                                        \
         return put(env, __func__, self, key, value);                                                         \
     }
 SPY_VALUE_OVERLOADS(EXPORT_PUT)
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMap_get(JNIEnv* env, jobject self, jstring key)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMap_get, jobject self, jstring key)
 {
     return onSpyEntry<jobject, CJavaSpyMap>(
         env, __func__, self, key,
         [&](CJavaSpyMap& map, const CJString& name) { return newObject(env, map->get(name)); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMap_remove(JNIEnv* env, jobject self, jstring key)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMap_remove, jobject self, jstring key)
 {
     return onSpyEntry<jobject, CJavaSpyMap>(
         env, __func__, self, key,
         [&](CJavaSpyMap& map, const CJString& name) { return handOver(env, map->remove(name)); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMap_removeAll(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMap_removeAll, jobject self)
 {
     onSpyObject<void, CJavaSpyMap>(env, __func__, self, [](CJavaSpyMap& map) { map->removeAll(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMap_containsKey(JNIEnv* env, jobject self,
-                                                                           jstring key)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMap_containsKey, jobject self, jstring key)
 {
     return onSpyEntry<jboolean, CJavaSpyMap>(
         env, __func__, self, key,
         [](CJavaSpyMap& map, const CJString& name) { return map->containsKey(name); });
 }
 
-JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMap_keys(JNIEnv* env, jobject self)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_SpyMap_keys, jobject self)
 {
     return onSpyObject<jobjectArray, CJavaSpyMap>(env, __func__, self,
                                                   [](CJavaSpyMap& map) { return map.keys(); });
 }
 
-JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMap_elements(JNIEnv* env, jobject self)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_SpyMap_elements, jobject self)
 {
     return onSpyObject<jobjectArray, CJavaSpyMap>(env, __func__, self,
                                                   [](CJavaSpyMap& map) { return map.elements(); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyMap_size(JNIEnv* env, jobject self)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_SpyMap_size, jobject self)
 {
     return onSpyObject<jint, CJavaSpyMap>(env, __func__, self, [](CJavaSpyMap& map) { return map->size(); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMap_free(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMap_free, jobject self)
 {
     freeSpyObject<CJavaSpyMap>(env, __func__, self);
 }

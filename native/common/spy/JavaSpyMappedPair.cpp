@@ -68,8 +68,8 @@ jboolean put(JNIEnv* env, const char* function, jobject self, jstring key, Value
 }
 } // namespace
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_create(JNIEnv* env, jobject self,
-                                                                             jstring name, jint transactionId)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMappedPair_create, jobject self, jstring name,
+       jint transactionId)
 {
     return spyEntry<jboolean>(env, __func__, [&] {
         return CJavaSpyMappedPair(env, self, CSpyMemRef()).create(CJString(env, name), transactionId);
@@ -77,26 +77,25 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_create(JNI
 }
 
 #define EXPORT_PUT(Suffix, Value)                                                                            \
-    JNIEXPORT jboolean JNICALL                                                                               \
-        Java_com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2##Suffix##I(                      \
-            JNIEnv* env, jobject self, jstring key, Value value, jint number)                                \
+    GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMappedPair_put__Ljava_lang_String_2##Suffix##I,         \
+           jobject self, jstring key, Value value, jint number)                                              \
     {                                                                                                        \
         return put(env, __func__, self, key, value, number);                                                 \
     }
 SPY_VALUE_OVERLOADS(EXPORT_PUT)
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2(JNIEnv* env,
-                                                                                              jobject self,
-                                                                                              jstring key)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2, jobject self,
+       jstring key)
 {
     return onSpyEntry<jobject, CJavaSpyMappedPair>(
         env, __func__, self, key,
         [](CJavaSpyMappedPair& pair, const CJString& name) { return pair.getPair(name); });
 }
 
-JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2Lcom_talvern_test_gx_sys_SpyMappedPair_00024MappedPair_2(
-    JNIEnv* env, jobject self, jstring key, jobject filled)
+GX_JNI(
+    void,
+    Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2Lcom_talvern_test_gx_sys_SpyMappedPair_00024MappedPair_2,
+    jobject self, jstring key, jobject filled)
 {
     onSpyEntry<void, CJavaSpyMappedPair>(env, __func__, self, key,
                                          [&](CJavaSpyMappedPair& pair, const CJString& name) {
@@ -105,47 +104,45 @@ Java_com_talvern_test_gx_sys_SpyMappedPair_get__Ljava_lang_String_2Lcom_talvern_
                                          });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_remove(JNIEnv* env, jobject self,
-                                                                            jstring key)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMappedPair_remove, jobject self, jstring key)
 {
     return onSpyEntry<jobject, CJavaSpyMappedPair>(
         env, __func__, self, key,
         [&](CJavaSpyMappedPair& pair, const CJString& name) { return handOver(env, pair->remove(name)); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_removeAll(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMappedPair_removeAll, jobject self)
 {
     onSpyObject<void, CJavaSpyMappedPair>(env, __func__, self,
                                           [](CJavaSpyMappedPair& pair) { pair->removeAll(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_containsKey(JNIEnv* env, jobject self,
-                                                                                  jstring key)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMappedPair_containsKey, jobject self, jstring key)
 {
     return onSpyEntry<jboolean, CJavaSpyMappedPair>(
         env, __func__, self, key,
         [](CJavaSpyMappedPair& pair, const CJString& name) { return pair->containsKey(name); });
 }
 
-JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_keys(JNIEnv* env, jobject self)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_SpyMappedPair_keys, jobject self)
 {
     return onSpyObject<jobjectArray, CJavaSpyMappedPair>(
         env, __func__, self, [](CJavaSpyMappedPair& pair) { return pair.keys(); });
 }
 
-JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_elements(JNIEnv* env, jobject self)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_SpyMappedPair_elements, jobject self)
 {
     return onSpyObject<jobjectArray, CJavaSpyMappedPair>(
         env, __func__, self, [](CJavaSpyMappedPair& pair) { return pair.elements(); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_size(JNIEnv* env, jobject self)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_SpyMappedPair_size, jobject self)
 {
     return onSpyObject<jint, CJavaSpyMappedPair>(env, __func__, self,
                                                  [](CJavaSpyMappedPair& pair) { return pair->size(); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMappedPair_free(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMappedPair_free, jobject self)
 {
     freeSpyObject<CJavaSpyMappedPair>(env, __func__, self);
 }

@@ -149,89 +149,87 @@ jbyteArray read(JNIEnv* env, const CSpyMemRef& ref)
 }
 } // namespace
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMemory_allocate(JNIEnv* env, jobject self,
-                                                                           jstring name, jint size,
-                                                                           jint transactionId)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMemory_allocate, jobject self, jstring name, jint size,
+       jint transactionId)
 {
     return onSpyObject<jboolean, CJavaSpyMemory>(env, __func__, self, [&](CJavaSpyMemory& memory) {
         return allocate(memory, CJString(env, name), size, transactionId);
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_free__(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_free__, jobject self)
 {
     freeSpyObject<CJavaSpyMemory>(env, __func__, self);
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_free__I(JNIEnv* env, jobject,
-                                                                      jint transactionId)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_free__I, jobject, jint transactionId)
 {
     spyEntry<void>(env, __func__, [&] { CSpyMemory::free(static_cast<UNIQUEID>(transactionId)); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMemory_locate(JNIEnv* env, jobject, jstring name)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMemory_locate, jobject, jstring name)
 {
     return spyEntry<jobject>(env, __func__,
                              [&] { return newObject(env, CSpyMemory::locate(CJString(env, name))); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMemory_delete(JNIEnv* env, jobject, jstring name)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMemory_delete, jobject, jstring name)
 {
     return spyEntry<jobject>(env, __func__,
                              [&] { return handOver(env, CSpyMemory::remove(CJString(env, name))); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_dumpHeap(JNIEnv* env, jobject, jstring file)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_dumpHeap, jobject, jstring file)
 {
     spyEntry<void, CNoSpyHeapLock>(env, __func__, [&] { CSpyMemory::dump(CJString(env, file)); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMemory_getStats(JNIEnv* env, jobject)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMemory_getStats, jobject)
 {
     return spyEntry<jobject, CNoSpyHeapLock>(
         env, __func__, [&] { return static_cast<jobject>(CJavaSpyMemory::getStats(env)); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyMemory_transactionId(JNIEnv* env, jobject self)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_SpyMemory_transactionId, jobject self)
 {
     return spyEntry<jint>(
         env, __func__, [&] { return CSpyHeap::getTransactionId(CJavaSpyMemory::refOf(env, self).heapId()); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_lock(JNIEnv* env, jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_lock, jobject)
 {
     spyEntry<void, CNoSpyHeapLock>(env, __func__, [] { CSpyMemory::lockHeap(0); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_unlock(JNIEnv* env, jobject)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_unlock, jobject)
 {
     spyEntry<void, CNoSpyHeapLock>(env, __func__, [] { CSpyMemory::unlockHeap(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyMemory_isLocked(JNIEnv* env, jobject)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyMemory_isLocked, jobject)
 {
     return spyEntry<jboolean, CNoSpyHeapLock>(env, __func__, [] { return CSpyMemory::isHeapLocked(); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyMemory_lockHolder(JNIEnv* env, jclass)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyMemory_lockHolder, jclass)
 {
     return spyEntry<jobject, CNoSpyHeapLock>(env, __func__,
                                              [&] { return newLockHolder(env, CSpyMemory::lockHolder()); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_heaptest(JNIEnv* env, jobject, jstring file)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_heaptest, jobject, jstring file)
 {
     spyEntry<void, CNoSpyHeapLock>(env, __func__,
                                    [&] { CSpyHeap::heaptest(CJString(env, file).ansiString()); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyMemory_write(JNIEnv* env, jobject self,
-                                                                    jbyteArray data, jint offset, jint length)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyMemory_write, jobject self, jbyteArray data, jint offset,
+       jint length)
 {
     spyEntry<void>(env, __func__, [&] { write(env, validRefOf(env, self), data, offset, length); });
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_talvern_test_gx_sys_SpyMemory_read(JNIEnv* env, jobject self)
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_sys_SpyMemory_read, jobject self)
 {
     return spyEntry<jbyteArray>(env, __func__, [&] { return read(env, validRefOf(env, self)); });
 }

@@ -57,9 +57,8 @@ unsigned int indexOf(JNIEnv* env, CJavaSpyVector& vector, jobject value, jint st
 }
 } // namespace
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyVector_create(JNIEnv* env, jobject self,
-                                                                         jstring name, jint transactionId,
-                                                                         jint startSize, jint increment)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyVector_create, jobject self, jstring name,
+       jint transactionId, jint startSize, jint increment)
 {
     return spyEntry<jboolean>(env, __func__, [&] {
         // A vector without room would end the process: native callers never make one.
@@ -69,73 +68,71 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyVector_create(JNIEnv*
 }
 
 #define EXPORT_OVERLOADS(Suffix, Value)                                                                      \
-    JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyVector_addElement__##Suffix(                      \
-        JNIEnv* env, jobject self, Value value)                                                              \
+    GX_JNI(void, Java_com_talvern_test_gx_sys_SpyVector_addElement__##Suffix, jobject self, Value value)     \
     {                                                                                                        \
         addElement(env, __func__, self, value);                                                              \
     }                                                                                                        \
-    JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyVector_insertElementAt__##Suffix##I(              \
-        JNIEnv* env, jobject self, Value value, jint index)                                                  \
+    GX_JNI(void, Java_com_talvern_test_gx_sys_SpyVector_insertElementAt__##Suffix##I, jobject self,          \
+           Value value, jint index)                                                                          \
     {                                                                                                        \
         insertElementAt(env, __func__, self, value, index);                                                  \
     }                                                                                                        \
-    JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyVector_setElementAt__##Suffix##I(              \
-        JNIEnv* env, jobject self, Value value, jint index)                                                  \
+    GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyVector_setElementAt__##Suffix##I, jobject self,          \
+           Value value, jint index)                                                                          \
     {                                                                                                        \
         return setElementAt(env, __func__, self, value, index);                                              \
     }
 SPY_VALUE_OVERLOADS(EXPORT_OVERLOADS)
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyVector_get(JNIEnv* env, jobject self, jint index)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyVector_get, jobject self, jint index)
 {
     return onSpyObject<jobject, CJavaSpyVector>(
         env, __func__, self, [&](CJavaSpyVector& vector) { return newObject(env, vector->get(index)); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyVector_firstElement(JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyVector_firstElement, jobject self)
 {
     return onSpyObject<jobject, CJavaSpyVector>(
         env, __func__, self, [&](CJavaSpyVector& vector) { return newObject(env, vector->firstElement()); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyVector_lastElement(JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyVector_lastElement, jobject self)
 {
     return onSpyObject<jobject, CJavaSpyVector>(
         env, __func__, self, [&](CJavaSpyVector& vector) { return newObject(env, vector->lastElement()); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyVector_indexOf(JNIEnv* env, jobject self,
-                                                                      jobject value, jint start)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_SpyVector_indexOf, jobject self, jobject value, jint start)
 {
     return onSpyObject<jint, CJavaSpyVector>(
         env, __func__, self, [&](CJavaSpyVector& vector) { return indexOf(env, vector, value, start); });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_SpyVector_remove(JNIEnv* env, jobject self, jint index)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_SpyVector_remove, jobject self, jint index)
 {
     return onSpyObject<jobject, CJavaSpyVector>(
         env, __func__, self, [&](CJavaSpyVector& vector) { return handOver(env, vector->remove(index)); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyVector_removeAllElements(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyVector_removeAllElements, jobject self)
 {
     onSpyObject<void, CJavaSpyVector>(env, __func__, self,
                                       [](CJavaSpyVector& vector) { vector->removeAllElements(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_SpyVector_isEmpty(JNIEnv* env, jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_SpyVector_isEmpty, jobject self)
 {
     return onSpyObject<jboolean, CJavaSpyVector>(env, __func__, self,
                                                  [](CJavaSpyVector& vector) { return vector->isEmpty(); });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_SpyVector_size(JNIEnv* env, jobject self)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_SpyVector_size, jobject self)
 {
     return onSpyObject<jint, CJavaSpyVector>(env, __func__, self,
                                              [](CJavaSpyVector& vector) { return vector->size(); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_SpyVector_free(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_SpyVector_free, jobject self)
 {
     freeSpyObject<CJavaSpyVector>(env, __func__, self);
 }

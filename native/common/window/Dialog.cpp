@@ -10,9 +10,6 @@
 #include "com_talvern_test_gx_sys_graphical_FileDialog.h"
 #include "jniobject.h"
 
-#define DIALOG(Result, Class, method, ...)                                                                   \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_##Class##_##method(__VA_ARGS__)
-
 namespace {
 constinit CJavaConstructor s_window{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",
                                     " returning NULL"};
@@ -24,16 +21,24 @@ template <class Kind> Kind dialogOf(JNIEnv* env, jobject self)
     return Kind(s_handle.getLong(env, self));
 }
 
-/// The rectangle that `read(Rect*)` fills in; null when it leaves it alone or begins left of the screen.
-template <class Read> jobject rectangleOrNull(JNIEnv* env, CJniTrace& trace, Read read)
+/// The rectangle that `read(Rect*)` of a dialog fills in; null when it leaves it alone or begins left of the
+/// screen.
+template <class Kind>
+jobject rectangleOrNull(JNIEnv* env, CJniTrace& trace, jobject self, void (Kind::*read)(Rect*) const)
 {
     Rect rect(0, -1, 0, 0);
-    read(&rect);
+    (dialogOf<Kind>(env, self).*read)(&rect);
     return rect.getLeft() < 0 ? nullptr : newRectangle(env, trace, rect);
+}
+
+template <class Kind> jboolean setFile(JNIEnv* env, jobject self, jstring file)
+{
+    dialogOf<Kind>(env, self).setFile(CJString(env, file));
+    return JNI_TRUE;
 }
 } // namespace
 
-DIALOG(jobject, Dialog, getParent, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_Dialog_getParent, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         const unsigned long parent = dialogOf<Dialog>(env, self).getParent();
@@ -41,31 +46,20 @@ DIALOG(jobject, Dialog, getParent, JNIEnv* env, jobject self)
     });
 }
 
-#define RECTANGLE_OF_DIALOG(Class, method)                                                                   \
-    DIALOG(jobject, Class, method, JNIEnv* env, jobject self)                                                \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&](CJniTrace& trace) {                                               \
-            const auto dialog = dialogOf<Class>(env, self);                                                  \
-            return rectangleOrNull(env, trace, [&](Rect* out) { dialog.method(out); });                      \
-        });                                                                                                  \
-    }
-RECTANGLE_OF_DIALOG(Dialog, getOKRectangle)
-RECTANGLE_OF_DIALOG(Dialog, getCancelRectangle)
-RECTANGLE_OF_DIALOG(FileDialog, getFileRectangle)
-RECTANGLE_OF_DIALOG(DirectoryDialog, getFileRectangle)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_Dialog_getOKRectangle,
+              rectangleOrNull(env, trace, self, &Dialog::getOKRectangle), jobject self)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_Dialog_getCancelRectangle,
+              rectangleOrNull(env, trace, self, &Dialog::getCancelRectangle), jobject self)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_FileDialog_getFileRectangle,
+              rectangleOrNull(env, trace, self, &FileDialog::getFileRectangle), jobject self)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_DirectoryDialog_getFileRectangle,
+              rectangleOrNull(env, trace, self, &DirectoryDialog::getFileRectangle), jobject self)
 
-#define SET_FILE(Class)                                                                                      \
-    DIALOG(jboolean, Class, setFile, JNIEnv* env, jobject self, jstring file)                                \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&]() -> jboolean {                                                   \
-            dialogOf<Class>(env, self).setFile(CJString(env, file));                                         \
-            return JNI_TRUE;                                                                                 \
-        });                                                                                                  \
-    }
-SET_FILE(FileDialog)
-SET_FILE(DirectoryDialog)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_FileDialog_setFile,
+              setFile<FileDialog>(env, self, file), jobject self, jstring file)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_DirectoryDialog_setFile,
+              setFile<DirectoryDialog>(env, self, file), jobject self, jstring file)
 
-DIALOG(void, ColorDialog, setColor, JNIEnv* env, jobject self, jint red, jint green, jint blue)
-{
-    jniEntry(env, __func__, [&] { dialogOf<ColorDialog>(env, self).setColor(red, green, blue); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_ColorDialog_setColor,
+              dialogOf<ColorDialog>(env, self).setColor(red, green, blue), jobject self, jint red, jint green,
+              jint blue)

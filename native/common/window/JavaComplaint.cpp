@@ -12,7 +12,7 @@ namespace {
 constinit GxDebug EngineNative("Engine");
 } // namespace
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_Complaint_trace(JNIEnv* env, jclass, jbyteArray text)
+GX_JNI(void, Java_com_talvern_test_gx_engine_Complaint_trace, jclass, jbyteArray text)
 {
     jniEntry(env, __func__, [&] {
         if (!text)
@@ -24,8 +24,5 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_Complaint_trace(JNIEnv* e
     });
 }
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_engine_Complaint_aboutServer(JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__,
-                    [&]() -> jstring { return CJString(env, ServerComplaint::text().c_str()); });
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_engine_Complaint_aboutServer,
+              CJString(env, ServerComplaint::text().c_str()), jclass)

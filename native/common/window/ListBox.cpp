@@ -8,9 +8,6 @@
 #include "com_talvern_test_gx_sys_graphical_ListBox.h"
 #include "jniobject.h"
 
-#define LIST_BOX(Result, method, ...)                                                                        \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_ListBox_##method(__VA_ARGS__)
-
 namespace {
 constinit CJavaField s_handle{"handle", "J"};
 constinit CJavaConstructor s_listBox{"com/talvern/test/gx/sys/graphical/ListBox", "(J)V", " returning NULL"};
@@ -26,22 +23,16 @@ jobject newListBox(JNIEnv* env, CJniTrace& trace, const ListBox& list)
 }
 } // namespace
 
-// Members whose answer is `expression`, in which `list` is the list box of `this`.
-#define LIST_MEMBER(Result, method, expression)                                                              \
-    LIST_BOX(Result, method, JNIEnv* env, jobject self)                                                      \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&] {                                                                 \
-            const auto list = listOf(env, self);                                                             \
-            return static_cast<Result>(expression);                                                          \
-        });                                                                                                  \
-    }
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_ListBox_getCount, listOf(env, self).getCount(),
+              jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_ListBox_getTopIndex,
+              listOf(env, self).getTopIndex(), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_ListBox_getSelCount,
+              listOf(env, self).getSelCount(), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_ListBox_getCurSel, listOf(env, self).getCurSel(),
+              jobject self)
 
-LIST_MEMBER(jint, getCount, list.getCount())
-LIST_MEMBER(jint, getTopIndex, list.getTopIndex())
-LIST_MEMBER(jint, getSelCount, list.getSelCount())
-LIST_MEMBER(jint, getCurSel, list.getCurSel())
-
-LIST_BOX(jobject, listBoxAtPoint, JNIEnv* env, jclass, jobject point)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_ListBox_listBoxAtPoint, jclass, jobject point)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         auto at = pointOf(env, point);
@@ -50,7 +41,7 @@ LIST_BOX(jobject, listBoxAtPoint, JNIEnv* env, jclass, jobject point)
     });
 }
 
-LIST_BOX(jobject, listBoxAtRectangle, JNIEnv* env, jclass, jobject rectangle)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_ListBox_listBoxAtRectangle, jclass, jobject rectangle)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         auto rect = rectOf(env, rectangle);
@@ -58,12 +49,10 @@ LIST_BOX(jobject, listBoxAtRectangle, JNIEnv* env, jclass, jobject rectangle)
     });
 }
 
-LIST_BOX(jboolean, isSelected, JNIEnv* env, jobject self, jint index)
-{
-    return jniEntry(env, __func__, [&]() -> jboolean { return listOf(env, self).isSelected(index); });
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_ListBox_isSelected,
+              listOf(env, self).isSelected(index), jobject self, jint index)
 
-LIST_BOX(jstring, getText, JNIEnv* env, jobject self, jint index)
+GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_ListBox_getText, jobject self, jint index)
 {
     return jniEntry(env, __func__, [&] {
         char buffer[128] = "";
@@ -73,7 +62,7 @@ LIST_BOX(jstring, getText, JNIEnv* env, jobject self, jint index)
     });
 }
 
-LIST_BOX(jobject, getRectangle, JNIEnv* env, jobject self, jint index)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_ListBox_getRectangle, jobject self, jint index)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         Rect rect;
@@ -82,7 +71,7 @@ LIST_BOX(jobject, getRectangle, JNIEnv* env, jobject self, jint index)
     });
 }
 
-LIST_BOX(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_ListBox_getItemAtPoint, jobject self, jobject point)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         auto at = pointOf(env, point);
@@ -90,9 +79,7 @@ LIST_BOX(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
     });
 }
 
-extern "C" JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_application_ListItems_texts(JNIEnv* env,
-                                                                                               jclass,
-                                                                                               jlong window)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_application_ListItems_texts, jclass, jlong window)
 {
     return jniEntry(env, __func__, [&]() -> jobjectArray {
         const std::vector<std::string> texts = ListBox(window).getWholeTexts();
@@ -107,9 +94,7 @@ extern "C" JNIEXPORT jobjectArray JNICALL Java_com_talvern_test_gx_application_L
     });
 }
 
-extern "C" JNIEXPORT jintArray JNICALL Java_com_talvern_test_gx_application_ListItems_selection(JNIEnv* env,
-                                                                                                jclass,
-                                                                                                jlong window)
+GX_JNI(jintArray, Java_com_talvern_test_gx_application_ListItems_selection, jclass, jlong window)
 {
     return jniEntry(env, __func__, [&]() -> jintArray {
         const std::vector<int> indexes = ListBox(window).getSelection();

@@ -14,9 +14,6 @@
 #include <string>
 #include <vector>
 
-#define MENU(Result, method, ...)                                                                            \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_Menu_##method(__VA_ARGS__)
-
 namespace {
 constinit CJavaField s_handle{"handle", "J"};
 constinit CJavaField s_menuHandle{"menuHandle", "J"};
@@ -36,21 +33,14 @@ jstring newText(JNIEnv* env, const char* text)
 }
 } // namespace
 
-// Members whose answer is `expression`, in which `menu` is the menu of `this`.
-#define MENU_MEMBER(Result, method, expression)                                                              \
-    MENU(Result, method, JNIEnv* env, jobject self)                                                          \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&] {                                                                 \
-            const auto menu = menuOf(env, self);                                                             \
-            return static_cast<Result>(expression);                                                          \
-        });                                                                                                  \
-    }
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_Menu_getItemCount,
+              menuOf(env, self).getItemCount(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_Menu_isSystemMenu,
+              menuOf(env, self).isSystemMenu(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_Menu_isHTMLMenu,
+              menuOf(env, self).isHTMLMenu(), jobject self)
 
-MENU_MEMBER(jint, getItemCount, menu.getItemCount())
-MENU_MEMBER(jboolean, isSystemMenu, menu.isSystemMenu())
-MENU_MEMBER(jboolean, isHTMLMenu, menu.isHTMLMenu())
-
-MENU(jstring, getItemText, JNIEnv* env, jobject self, jint index)
+GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_Menu_getItemText, jobject self, jint index)
 {
     return jniEntry(env, __func__, [&]() -> jstring {
         char buffer[127] = "";
@@ -59,7 +49,7 @@ MENU(jstring, getItemText, JNIEnv* env, jobject self, jint index)
     });
 }
 
-MENU(jobject, getItemScreenRectangle, JNIEnv* env, jobject self, jint index)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_Menu_getItemScreenRectangle, jobject self, jint index)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         Rect rect(-1, -1, -1, -1);
@@ -68,7 +58,7 @@ MENU(jobject, getItemScreenRectangle, JNIEnv* env, jobject self, jint index)
     });
 }
 
-MENU(jobject, getScreenRectangle, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_Menu_getScreenRectangle, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         const GxMenu menu = menuOf(env, self);
@@ -80,7 +70,7 @@ MENU(jobject, getScreenRectangle, JNIEnv* env, jobject self)
     });
 }
 
-MENU(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_Menu_getItemAtPoint, jobject self, jobject point)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         const auto at = pointOf(env, point);
@@ -89,7 +79,8 @@ MENU(jint, getItemAtPoint, JNIEnv* env, jobject self, jobject point)
 }
 
 // The windows narrow the search on platforms where several may belong to an item; X11 has no use for them.
-MENU(jobject, getItemPopupMenu, JNIEnv* env, jobject self, jint index, jobjectArray)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_Menu_getItemPopupMenu, jobject self, jint index,
+       jobjectArray)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobject {
         trace.note(" returning ret");
@@ -103,11 +94,7 @@ MENU(jobject, getItemPopupMenu, JNIEnv* env, jobject self, jint index, jobjectAr
     });
 }
 
-#define MENU_ITEMS(Type, Method, ...)                                                                        \
-    extern "C" JNIEXPORT Type JNICALL Java_com_talvern_test_gx_application_MenuItems_##Method(               \
-        JNIEnv* env, jclass, ##__VA_ARGS__)
-
-MENU_ITEMS(jobjectArray, texts, jlong menu)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_application_MenuItems_texts, jclass, jlong menu)
 {
     return jniEntry(env, __func__, [&]() -> jobjectArray {
         const std::vector<std::string> texts = GxMenu(menu, 0).getWholeItemTexts();
@@ -138,7 +125,7 @@ jlong stateOf(bool shown, bool enabled, const std::optional<bool>& checked)
 }
 } // namespace
 
-MENU_ITEMS(jlongArray, look, jlong menu)
+GX_JNI(jlongArray, Java_com_talvern_test_gx_application_MenuItems_look, jclass, jlong menu)
 {
     return jniEntry(env, __func__, [&]() -> jlongArray {
         const GxMenu::View view = GxMenu(menu, 0).getView();
@@ -155,17 +142,10 @@ MENU_ITEMS(jlongArray, look, jlong menu)
     });
 }
 
-MENU_ITEMS(jint, msUntilClickIsTaken, jlong menu)
-{
-    return jniEntry(env, __func__, [&]() -> jint { return GxMenu(menu, 0).msUntilClickIsTaken(); });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_application_MenuItems_msUntilClickIsTaken,
+              GxMenu(menu, 0).msUntilClickIsTaken(), jclass, jlong menu)
 
-MENU_ITEMS(jint, markEvents)
-{
-    return jniEntry(env, __func__, []() -> jint { return GxMenu::markEvents(); });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_application_MenuItems_markEvents, GxMenu::markEvents(), jclass)
 
-MENU_ITEMS(jboolean, hasSeenTo, jint mark)
-{
-    return jniEntry(env, __func__, [&]() -> jboolean { return GxMenu::hasSeenTo(mark); });
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_application_MenuItems_hasSeenTo, GxMenu::hasSeenTo(mark),
+              jclass, jint mark)

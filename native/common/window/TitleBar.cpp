@@ -6,10 +6,6 @@
 #include "com_talvern_test_gx_sys_graphical_NativeTopLevelWindow.h"
 #include "jniobject.h"
 
-#define TOP_LEVEL_WINDOW(Result, method, ...)                                                                \
-    extern "C" JNIEXPORT Result JNICALL                                                                      \
-        Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_##method(__VA_ARGS__)
-
 namespace {
 // Not the field of NativeWindow: the class may as well declare one of its own.
 constinit CJavaField s_handle{"handle", "J"};
@@ -22,32 +18,29 @@ TopLevelWindow windowOf(JNIEnv* env, jobject self)
 }
 } // namespace
 
-// Members whose answer is `expression`, in which `window` is the window of `this`.
-#define WINDOW_MEMBER(Result, method, expression)                                                            \
-    TOP_LEVEL_WINDOW(Result, method, JNIEnv* env, jobject self)                                              \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&] {                                                                 \
-            const auto window = windowOf(env, self);                                                         \
-            return static_cast<Result>(expression);                                                          \
-        });                                                                                                  \
-    }
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isMaximized,
+              windowOf(env, self).isMaximized(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_maximize,
+              windowOf(env, self).maximize(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_restore,
+              windowOf(env, self).restore(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isIconified,
+              windowOf(env, self).isIconified(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_iconify,
+              windowOf(env, self).iconify(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_deiconify,
+              windowOf(env, self).deiconify(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_close,
+              windowOf(env, self).close(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_assertDisabledWindow,
+              windowOf(env, self).assertDisabledWindow(), jobject self)
 
-WINDOW_MEMBER(jboolean, isMaximized, window.isMaximized())
-WINDOW_MEMBER(void, maximize, window.maximize())
-WINDOW_MEMBER(void, restore, window.restore())
-WINDOW_MEMBER(jboolean, isIconified, window.isIconified())
-WINDOW_MEMBER(void, iconify, window.iconify())
-WINDOW_MEMBER(void, deiconify, window.deiconify())
-WINDOW_MEMBER(void, close, window.close())
-WINDOW_MEMBER(void, assertDisabledWindow, window.assertDisabledWindow())
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_moveWindow,
+              windowOf(env, self).moveWindow(x, y, width, height), jobject self, jint x, jint y, jint width,
+              jint height)
 
-TOP_LEVEL_WINDOW(jboolean, moveWindow, JNIEnv* env, jobject self, jint x, jint y, jint width, jint height)
-{
-    return jniEntry(env, __func__,
-                    [&]() -> jboolean { return windowOf(env, self).moveWindow(x, y, width, height); });
-}
-
-TOP_LEVEL_WINDOW(jobjectArray, topLevelWindowsAtRectangle, JNIEnv* env, jclass, jobject rectangle)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_topLevelWindowsAtRectangle,
+       jclass, jobject rectangle)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobjectArray {
         const auto rect = rectOf(env, rectangle);
@@ -56,7 +49,8 @@ TOP_LEVEL_WINDOW(jobjectArray, topLevelWindowsAtRectangle, JNIEnv* env, jclass, 
     });
 }
 
-TOP_LEVEL_WINDOW(jobjectArray, getOwnedWindows, JNIEnv* env, jobject self)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getOwnedWindows,
+       jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobjectArray {
         const auto type = localRef(env, env->GetObjectClass(self));
@@ -69,24 +63,24 @@ TOP_LEVEL_WINDOW(jobjectArray, getOwnedWindows, JNIEnv* env, jobject self)
 }
 
 // Where a window manager draws its title bar and icons is its own business: X11 does not tell.
-#define NO_RECTANGLE(method)                                                                                 \
-    TOP_LEVEL_WINDOW(jobject, method, JNIEnv* env, jobject)                                                  \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&](CJniTrace& trace) { return newRectangle(env, trace, Rect()); });  \
-    }
-NO_RECTANGLE(getTitleBarRectangle)
-NO_RECTANGLE(getCloseIconRectangle)
-NO_RECTANGLE(getMinimizeIconRectangle)
-NO_RECTANGLE(getMaximizeIconRectangle)
-NO_RECTANGLE(getHelpIconRectangle)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getTitleBarRectangle,
+              newRectangle(env, trace, Rect()), jobject)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getCloseIconRectangle,
+              newRectangle(env, trace, Rect()), jobject)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getMinimizeIconRectangle,
+              newRectangle(env, trace, Rect()), jobject)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getMaximizeIconRectangle,
+              newRectangle(env, trace, Rect()), jobject)
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_getHelpIconRectangle,
+              newRectangle(env, trace, Rect()), jobject)
 
-#define POINT_IN_NO_ICON(method)                                                                             \
-    TOP_LEVEL_WINDOW(jboolean, method, JNIEnv* env, jobject, jobject)                                        \
-    {                                                                                                        \
-        return jniEntry(env, __func__, []() -> jboolean { return JNI_FALSE; });                              \
-    }
-POINT_IN_NO_ICON(isPointInCloseIcon)
-POINT_IN_NO_ICON(isPointInMinimizeIcon)
-POINT_IN_NO_ICON(isPointInMaximizeIcon)
-POINT_IN_NO_ICON(isPointInHelpIcon)
-POINT_IN_NO_ICON(isPointInSystemMenu)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isPointInCloseIcon,
+              JNI_FALSE, jobject, jobject)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isPointInMinimizeIcon,
+              JNI_FALSE, jobject, jobject)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isPointInMaximizeIcon,
+              JNI_FALSE, jobject, jobject)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isPointInHelpIcon,
+              JNI_FALSE, jobject, jobject)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeTopLevelWindow_isPointInSystemMenu,
+              JNI_FALSE, jobject, jobject)

@@ -10,10 +10,6 @@
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
 #include "jniobject.h"
 
-#define NATIVE_WINDOW(Result, method, ...)                                                                   \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_NativeWindow_##method(        \
-        __VA_ARGS__)
-
 namespace {
 constinit CJavaField s_handle{"handle", "J"};
 constinit CJavaConstructor s_window{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",
@@ -77,41 +73,51 @@ template <class Read> jstring newText(JNIEnv* env, Read read)
 }
 } // namespace
 
-// Members that ask or change the window of `this`: their answer is `expression`, in which `window` is that
-// window.
-#define WINDOW_MEMBER(Result, method, expression)                                                            \
-    NATIVE_WINDOW(Result, method, JNIEnv* env, jobject self)                                                 \
-    {                                                                                                        \
-        return jniEntry(env, __func__, [&] {                                                                 \
-            [[maybe_unused]] const auto window = windowOf(env, self);                                        \
-            return static_cast<Result>(expression);                                                          \
-        });                                                                                                  \
-    }
-
-WINDOW_MEMBER(jboolean, nativeIsShowing, window.isShowing())
-WINDOW_MEMBER(jboolean, nativeisWinVisible, window.isWinVisible())
-WINDOW_MEMBER(jboolean, nativeIsEnabled, window.isEnabled())
-WINDOW_MEMBER(jboolean, nativeIsPopup, window.isPopup())
-WINDOW_MEMBER(jboolean, nativeIsMenu, window.isMenu())
-WINDOW_MEMBER(jboolean, nativeIsComboListBox, window.isComboListBox())
-WINDOW_MEMBER(jboolean, nativeIsFileDialog, window.isFileDialog())
-WINDOW_MEMBER(jint, nativeNativeActivate, window.activate())
-WINDOW_MEMBER(void, nativeSetForeground, window.setForeground())
-WINDOW_MEMBER(void, nativeBringToTop, window.bringToTop())
-WINDOW_MEMBER(void, nativeSetFocus, window.setFocus())
-WINDOW_MEMBER(jint, nativeGetCtrlId, window.getCtrlId())
-WINDOW_MEMBER(jint, nativeGetPid, ifSupported(env, [&] { return window.getPid(); }))
-WINDOW_MEMBER(jint, nativeGetTid, ifSupported(env, [&] { return window.getTid(); }))
-WINDOW_MEMBER(void, nativeSetStyleTopMost, ifSupported(env, [&] { window.setStyleTopMost(); }))
-WINDOW_MEMBER(void, nativeClearStyleTopMost, ifSupported(env, [&] { window.clearStyleTopMost(); }))
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsShowing,
+              windowOf(env, self).isShowing(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeisWinVisible,
+              windowOf(env, self).isWinVisible(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsEnabled,
+              windowOf(env, self).isEnabled(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsPopup,
+              windowOf(env, self).isPopup(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsMenu,
+              windowOf(env, self).isMenu(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsComboListBox,
+              windowOf(env, self).isComboListBox(), jobject self)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsFileDialog,
+              windowOf(env, self).isFileDialog(), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeNativeActivate,
+              windowOf(env, self).activate(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeSetForeground,
+              windowOf(env, self).setForeground(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeBringToTop,
+              windowOf(env, self).bringToTop(), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeSetFocus,
+              windowOf(env, self).setFocus(), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetCtrlId,
+              windowOf(env, self).getCtrlId(), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetPid,
+              ifSupported(env, [&] { return windowOf(env, self).getPid(); }), jobject self)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetTid,
+              ifSupported(env, [&] { return windowOf(env, self).getTid(); }), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeSetStyleTopMost,
+              ifSupported(env, [&] { windowOf(env, self).setStyleTopMost(); }), jobject self)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeClearStyleTopMost,
+              ifSupported(env, [&] { windowOf(env, self).clearStyleTopMost(); }), jobject self)
 
 // Members without a meaning on X11.
-WINDOW_MEMBER(jlong, nativeWindowHandleFromComponent, 0)
-WINDOW_MEMBER(jlong, nativeComponentFromWindowHandle, 0)
-WINDOW_MEMBER(jlong, nativeAXUIElementCreateWithHIObject, 0)
-WINDOW_MEMBER(jlong, nativeAXUIElementGetHIObject, 0)
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeWindowHandleFromComponent, 0,
+              jobject)
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeComponentFromWindowHandle, 0,
+              jobject)
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeAXUIElementCreateWithHIObject,
+              0, jobject)
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeAXUIElementGetHIObject, 0,
+              jobject)
 
-NATIVE_WINDOW(jobject, nativeWindowAtPoint, JNIEnv* env, jclass, jobject point)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeWindowAtPoint, jclass,
+       jobject point)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         auto at = pointOf(env, point);
@@ -119,7 +125,8 @@ NATIVE_WINDOW(jobject, nativeWindowAtPoint, JNIEnv* env, jclass, jobject point)
     });
 }
 
-NATIVE_WINDOW(jobjectArray, nativeWindowsAtRectangle, JNIEnv* env, jclass, jobject rectangle)
+GX_JNI(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeWindowsAtRectangle, jclass,
+       jobject rectangle)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) -> jobjectArray {
         const auto rect = rectOf(env, rectangle);
@@ -127,7 +134,7 @@ NATIVE_WINDOW(jobjectArray, nativeWindowsAtRectangle, JNIEnv* env, jclass, jobje
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetParentWindow, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetParentWindow, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         CWindow parent;
@@ -136,7 +143,7 @@ NATIVE_WINDOW(jobject, nativeGetParentWindow, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetOwnerWindow, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetOwnerWindow, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         CWindow owner;
@@ -145,7 +152,7 @@ NATIVE_WINDOW(jobject, nativeGetOwnerWindow, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetGwWinOwner, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetGwWinOwner, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         const CWindow owner(static_cast<long>(windowOf(env, self).getGwOwner()));
@@ -153,28 +160,16 @@ NATIVE_WINDOW(jobject, nativeGetGwWinOwner, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetMenuBar, JNIEnv* env, jobject self)
-{
-    return jniEntry(env, __func__, [&](CJniTrace& trace) {
-        return menuOrNull(env, trace, windowOf(env, self).getMenuBar());
-    });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetMenuBar,
+              menuOrNull(env, trace, windowOf(env, self).getMenuBar()), jobject self)
 
-NATIVE_WINDOW(jobject, nativeGetPopupMenu, JNIEnv* env, jobject self)
-{
-    return jniEntry(env, __func__, [&](CJniTrace& trace) {
-        return menuOrNull(env, trace, windowOf(env, self).getHandle());
-    });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetPopupMenu,
+              menuOrNull(env, trace, windowOf(env, self).getHandle()), jobject self)
 
-NATIVE_WINDOW(jobjectArray, nativeGetPopupWindows, JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [&](CJniTrace& trace) {
-        return newWindowArray(env, trace, s_windows, CWindow::getPopupWindows());
-    });
-}
+GX_JNI_ANSWER(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetPopupWindows,
+              newWindowArray(env, trace, s_windows, CWindow::getPopupWindows()), jclass)
 
-NATIVE_WINDOW(jobject, nativeGetTopContextMenu, JNIEnv* env, jclass)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetTopContextMenu, jclass)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         const CWindow menu(static_cast<long>(CWindow::getTopContextMenu()));
@@ -182,7 +177,7 @@ NATIVE_WINDOW(jobject, nativeGetTopContextMenu, JNIEnv* env, jclass)
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetMenuParentWindow, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetMenuParentWindow, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         const CWindow owner(static_cast<long>(windowOf(env, self).getMenuParentWindow()));
@@ -190,31 +185,20 @@ NATIVE_WINDOW(jobject, nativeGetMenuParentWindow, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jobjectArray, nativeEnumChildWindows, JNIEnv* env, jobject self)
-{
-    return jniEntry(env, __func__, [&](CJniTrace& trace) {
-        return newWindowArray(env, trace, s_windows, windowOf(env, self).childWindows());
-    });
-}
+GX_JNI_ANSWER(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeEnumChildWindows,
+              newWindowArray(env, trace, s_windows, windowOf(env, self).childWindows()), jobject self)
 
-NATIVE_WINDOW(jobject, nativeGetForeground, JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__,
-                    [&](CJniTrace& trace) { return newWindow(env, trace, CWindow::getForeground()); });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetForeground,
+              newWindow(env, trace, CWindow::getForeground()), jclass)
 
-NATIVE_WINDOW(jobject, nativeGetFocus, JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__,
-                    [&](CJniTrace& trace) { return newWindow(env, trace, CWindow::getFocus()); });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetFocus,
+              newWindow(env, trace, CWindow::getFocus()), jclass)
 
-NATIVE_WINDOW(jobject, nativeGetRootNativeWindow, JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [&](CJniTrace& trace) { return newWindow(env, trace, CRootWindow()); });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetRootNativeWindow,
+              newWindow(env, trace, CRootWindow()), jclass)
 
-NATIVE_WINDOW(jobject, nativeGetMainWindowForProcessId, JNIEnv* env, jclass, jlong processId)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetMainWindowForProcessId, jclass,
+       jlong processId)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         const CWindow window(static_cast<long>(CWindow::getMainWindowForProcessId(processId)));
@@ -222,7 +206,7 @@ NATIVE_WINDOW(jobject, nativeGetMainWindowForProcessId, JNIEnv* env, jclass, jlo
     });
 }
 
-NATIVE_WINDOW(jstring, nativeGetWindowCaption, JNIEnv* env, jobject self)
+GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWindowCaption, jobject self)
 {
     return jniEntry(env, __func__, [&] {
         const CWindow window = windowOf(env, self);
@@ -230,14 +214,10 @@ NATIVE_WINDOW(jstring, nativeGetWindowCaption, JNIEnv* env, jobject self)
     });
 }
 
-extern "C" JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_engine_Windows_nameOf(JNIEnv* env, jclass,
-                                                                                    jlong window)
-{
-    return jniEntry(env, __func__,
-                    [&]() -> jstring { return CJString(env, CWindow(window).name().c_str()); });
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_engine_Windows_nameOf,
+              CJString(env, CWindow(window).name().c_str()), jclass, jlong window)
 
-NATIVE_WINDOW(jstring, nativeGetWindowClassname, JNIEnv* env, jobject self)
+GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWindowClassname, jobject self)
 {
     return jniEntry(env, __func__, [&] {
         const CWindow window = windowOf(env, self);
@@ -245,7 +225,7 @@ NATIVE_WINDOW(jstring, nativeGetWindowClassname, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jobject, nativeGetRectangle, JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetRectangle, jobject self)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         Rect rect;
@@ -254,7 +234,8 @@ NATIVE_WINDOW(jobject, nativeGetRectangle, JNIEnv* env, jobject self)
     });
 }
 
-NATIVE_WINDOW(jint, nativeGetScrollPosition, JNIEnv* env, jobject self, jint bar)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetScrollPosition, jobject self,
+       jint bar)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         const CWindow window = windowOf(env, self);
@@ -279,54 +260,31 @@ CScrollRange scrollRange(const CWindow& window, jint bar)
 }
 } // namespace
 
-NATIVE_WINDOW(jint, nativeGetScrollMin, JNIEnv* env, jobject self, jint bar)
-{
-    return jniEntry(env, __func__, [&]() -> jint { return scrollRange(windowOf(env, self), bar).low; });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetScrollMin,
+              scrollRange(windowOf(env, self), bar).low, jobject self, jint bar)
 
-NATIVE_WINDOW(jint, nativeGetScrollMax, JNIEnv* env, jobject self, jint bar)
-{
-    return jniEntry(env, __func__, [&]() -> jint { return scrollRange(windowOf(env, self), bar).high; });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetScrollMax,
+              scrollRange(windowOf(env, self), bar).high, jobject self, jint bar)
 
-NATIVE_WINDOW(void, nativeCloseAllPopupWindows, JNIEnv* env, jclass)
-{
-    jniEntry(env, __func__, [] { CWindow::closeAllPopupWindows(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeCloseAllPopupWindows,
+              CWindow::closeAllPopupWindows(), jclass)
 
-NATIVE_WINDOW(void, nativeCleanupResource, JNIEnv* env, jclass)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeCleanupResource, jclass)
 {
     jniEntry(env, __func__, [] {});
 }
 
-NATIVE_WINDOW(jlong, nativeXtWindow, JNIEnv* env, jclass, jlong widget)
-{
-    return jniEntry(env, __func__, [&] {
-        return static_cast<jlong>(CToolkit::xtWindow(static_cast<unsigned long>(widget)));
-    });
-}
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeXtWindow,
+              CToolkit::xtWindow(static_cast<unsigned long>(widget)), jclass, jlong widget)
 
-NATIVE_WINDOW(jlong, nativeGTK_1WIDGET_1WINDOW, JNIEnv* env, jclass, jlong widget)
-{
-    return jniEntry(env, __func__, [&] {
-        return static_cast<jlong>(CToolkit::gtkWidgetWindow(static_cast<unsigned long>(widget)));
-    });
-}
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGTK_1WIDGET_1WINDOW,
+              CToolkit::gtkWidgetWindow(static_cast<unsigned long>(widget)), jclass, jlong widget)
 
-NATIVE_WINDOW(jlong, nativeGDK_1WINDOW_1XID, JNIEnv* env, jclass, jlong window)
-{
-    return jniEntry(env, __func__, [&] {
-        return static_cast<jlong>(CToolkit::gdkWindowXid(static_cast<unsigned long>(window)));
-    });
-}
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGDK_1WINDOW_1XID,
+              CToolkit::gdkWindowXid(static_cast<unsigned long>(window)), jclass, jlong window)
 
-NATIVE_WINDOW(jboolean, nativeIsGTK, JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, []() -> jboolean { return CToolkit::isGTK(); });
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsGTK, CToolkit::isGTK(),
+              jclass)
 
-extern "C" JNIEXPORT jint JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeScreen_getPixelsFromPoints(JNIEnv* env, jclass, jint points)
-{
-    return jniEntry(env, __func__, [&] { return points; });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeScreen_getPixelsFromPoints, points, jclass,
+              jint points)

@@ -82,11 +82,7 @@ void closeOnExec(const std::string& path)
 }
 } // namespace
 
-#define DESCRIPTORS(Type, Method, ...)                                                                       \
-    extern "C" JNIEXPORT Type JNICALL Java_com_talvern_test_gx_application_Descriptors_##Method(             \
-        JNIEnv* env, jclass, ##__VA_ARGS__)
-
-DESCRIPTORS(void, closeOnExec, jstring path)
+GX_JNI(void, Java_com_talvern_test_gx_application_Descriptors_closeOnExec, jclass, jstring path)
 {
     jniEntry(env, __func__, [&] {
         const char* const text = path ? env->GetStringUTFChars(path, nullptr) : nullptr;
@@ -107,7 +103,7 @@ std::map<int, std::string>& before()
 }
 } // namespace
 
-DESCRIPTORS(void, noteOpen)
+GX_JNI(void, Java_com_talvern_test_gx_application_Descriptors_noteOpen, jclass)
 {
     jniEntry(env, __func__, [] {
         for (const int descriptor : openDescriptors())
@@ -115,7 +111,7 @@ DESCRIPTORS(void, noteOpen)
     });
 }
 
-DESCRIPTORS(void, closeOwnOnExec)
+GX_JNI(void, Java_com_talvern_test_gx_application_Descriptors_closeOwnOnExec, jclass)
 {
     jniEntry(env, __func__, [] {
         for (const int descriptor : openDescriptors()) {

@@ -15,8 +15,8 @@ try {
 }
 } // namespace
 
-extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_domain_NestedDomainHelpers_loadHtmlDomain(
-    JNIEnv* env, jobject, jlong windowHandle, jstring domain)
+GX_JNI(jlong, Java_com_talvern_test_gx_domain_NestedDomainHelpers_loadHtmlDomain, jobject, jlong windowHandle,
+       jstring domain)
 {
     return jniEntry(env, __func__, [&]() -> jlong {
         GX_ASSERT(windowHandle != 0, "windowHandle != 0");

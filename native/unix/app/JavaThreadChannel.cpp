@@ -43,8 +43,8 @@ CSpyPort* portOfThisThread()
 }
 } // namespace
 
-extern "C" JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_activate(
-    JNIEnv* env, jobject self, jlong spyPort, jlong threadId)
+GX_JNI(jboolean, Java_com_talvern_test_gx_domain_NativeThreadChannel_activate, jobject self, jlong spyPort,
+       jlong threadId)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         CSpyPort* const port = servingPort(spyPort, threadId);
@@ -52,8 +52,7 @@ extern "C" JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_domain_NativeThre
     });
 }
 
-extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_getSpyport(JNIEnv* env,
-                                                                                                  jobject)
+GX_JNI(jlong, Java_com_talvern_test_gx_domain_NativeThreadChannel_getSpyport, jobject)
 {
     return jniEntry(env, __func__, [&] {
         CSpyPort* const port = portOfThisThread();
@@ -62,26 +61,15 @@ extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_domain_NativeThreadC
     });
 }
 
-extern "C" JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_domain_NativeThreadChannel_isAlive(
-    JNIEnv* env, jobject, jlong spyPort, jlong threadId)
-{
-    return jniEntry(env, __func__, [&]() -> jboolean { return servingPort(spyPort, threadId) != nullptr; });
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_domain_NativeThreadChannel_isAlive,
+              servingPort(spyPort, threadId) != nullptr, jobject, jlong spyPort, jlong threadId)
 
-extern "C" JNIEXPORT jint JNICALL
-Java_com_talvern_test_gx_domain_NativeThreadChannel_pumpSendMessages(JNIEnv* env, jobject)
-{
-    return jniEntry(env, __func__, [] { return 0; });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_domain_NativeThreadChannel_pumpSendMessages, 0, jobject)
 
-extern "C" JNIEXPORT jboolean JNICALL
-Java_com_talvern_test_gx_domain_NativeThreadChannel_isUnresponsive(JNIEnv* env, jobject)
-{
-    return jniEntry(env, __func__, []() -> jboolean { return JNI_FALSE; });
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_domain_NativeThreadChannel_isUnresponsive, JNI_FALSE,
+              jobject)
 
-extern "C" JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_domain_NativeThreadChannel_setUnresponsive(JNIEnv* env, jobject)
+GX_JNI(void, Java_com_talvern_test_gx_domain_NativeThreadChannel_setUnresponsive, jobject)
 {
     jniEntry(env, __func__, [] {});
 }

@@ -141,14 +141,9 @@ CLoopChanges::COwn::~COwn()
     s_wasOwn = true;
 }
 
-extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_application_LoopChanges_watch(JNIEnv* env, jclass)
-{
-    jniEntry(env, __func__, [] { CLoopChanges::watch(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_application_LoopChanges_watch, CLoopChanges::watch(), jclass)
 
-extern "C" JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_application_LoopChanges_await(JNIEnv* env, jclass,
-                                                                                          jlong known,
-                                                                                          jint milliseconds)
+GX_JNI(jlong, Java_com_talvern_test_gx_application_LoopChanges_await, jclass, jlong known, jint milliseconds)
 {
     return jniEntry(env, __func__, [=]() -> jlong { return CLoopChanges::await(known, milliseconds); });
 }

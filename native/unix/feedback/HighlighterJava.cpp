@@ -8,10 +8,6 @@
 #include "HighlighterUnix.h"
 #include "XErrors.h"
 
-#define HIGHLIGHTER(Result, method, ...)                                                                     \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_sys_graphical_Highlighter_##method(         \
-        __VA_ARGS__)
-
 namespace {
 constexpr const char* highlighterName = "com/talvern/test/gx/sys/graphical/Highlighter";
 constinit CJavaField s_handle{"handle", "J"};
@@ -46,8 +42,8 @@ unsigned long createFrame(const CJniJObject& box, jint red, jint green, jint blu
 }
 } // namespace
 
-HIGHLIGHTER(jobject, create, JNIEnv* env, jclass, jobject rectangle, jint red, jint green, jint blue,
-            jint thickness, jint interval, jint duration)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_Highlighter_create, jclass, jobject rectangle,
+       jint red, jint green, jint blue, jint thickness, jint interval, jint duration)
 {
     return jniEntry(env, untraced, [&]() -> jobject {
         if (!rectangle)
@@ -59,34 +55,35 @@ HIGHLIGHTER(jobject, create, JNIEnv* env, jclass, jobject rectangle, jint red, j
     });
 }
 
-HIGHLIGHTER(void, show, JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_Highlighter_show, jobject self)
 {
     withCurrent(env, self, [](CHighlighter& frame, CHighlighter::Lock&) { frame.show(); });
 }
 
-HIGHLIGHTER(void, hide, JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_Highlighter_hide, jobject self)
 {
     withCurrent(env, self, [](CHighlighter& frame, CHighlighter::Lock&) { frame.hide(); });
 }
 
-HIGHLIGHTER(void, move, JNIEnv* env, jobject self, jint x, jint y, jint width, jint height)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_Highlighter_move, jobject self, jint x, jint y,
+       jint width, jint height)
 {
     withCurrent(env, self,
                 [&](CHighlighter& frame, CHighlighter::Lock&) { frame.move(x, y, width, height); });
 }
 
-HIGHLIGHTER(jboolean, isVisible, JNIEnv* env, jobject self)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_graphical_Highlighter_isVisible, jobject self)
 {
     return withCurrent(
         env, self, [](CHighlighter& frame, CHighlighter::Lock&) -> jboolean { return frame.isVisible(); });
 }
 
-HIGHLIGHTER(void, destroy, JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_Highlighter_destroy, jobject self)
 {
     withCurrent(env, self, [](CHighlighter& frame, CHighlighter::Lock&) { CHighlighter::remove(&frame); });
 }
 
-HIGHLIGHTER(jint, joinNativeThread, JNIEnv* env, jobject self)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_graphical_Highlighter_joinNativeThread, jobject self)
 {
     return withCurrent(env, self, [](CHighlighter& frame, CHighlighter::Lock& lock) -> jint {
         CHighlighter::join(lock, frame);
@@ -94,8 +91,7 @@ HIGHLIGHTER(jint, joinNativeThread, JNIEnv* env, jobject self)
     });
 }
 
-extern "C" JNIEXPORT void JNICALL
-Java_com_talvern_test_gx_sys_graphical_NativeScreen_highlight(JNIEnv* env, jclass, jobject rectangle)
+GX_JNI(void, Java_com_talvern_test_gx_sys_graphical_NativeScreen_highlight, jclass, jobject rectangle)
 {
     jniEntry(env, __func__, [&] {
         if (const auto rect = rectOf(env, rectangle))

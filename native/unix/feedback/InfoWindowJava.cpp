@@ -7,9 +7,6 @@
 
 #include "InfoWindow.h"
 
-#define TOOLTIP(Result, method, ...)                                                                         \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_ui_NativeTooltipWindow_##method(__VA_ARGS__)
-
 namespace {
 jlong checked(jlong handle)
 {
@@ -25,7 +22,8 @@ template <class Operation> void withTooltip(jlong handle, Operation operation)
 }
 } // namespace
 
-TOOLTIP(jlong, create, JNIEnv* env, jclass, jint x, jint y, jstring text, jboolean flag)
+GX_JNI(jlong, Java_com_talvern_test_gx_ui_NativeTooltipWindow_create, jclass, jint x, jint y, jstring text,
+       jboolean flag)
 {
     return jniEntry(env, __func__, [&]() -> jlong {
         const CJString wanted(env, text);
@@ -33,7 +31,7 @@ TOOLTIP(jlong, create, JNIEnv* env, jclass, jint x, jint y, jstring text, jboole
     });
 }
 
-TOOLTIP(jboolean, move, JNIEnv* env, jclass, jlong handle, jint x, jint y)
+GX_JNI(jboolean, Java_com_talvern_test_gx_ui_NativeTooltipWindow_move, jclass, jlong handle, jint x, jint y)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         withTooltip(handle, [&](CInfoWindow& tooltip) {
@@ -45,7 +43,7 @@ TOOLTIP(jboolean, move, JNIEnv* env, jclass, jlong handle, jint x, jint y)
     });
 }
 
-TOOLTIP(jboolean, setText, JNIEnv* env, jclass, jlong handle, jstring text)
+GX_JNI(jboolean, Java_com_talvern_test_gx_ui_NativeTooltipWindow_setText, jclass, jlong handle, jstring text)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         const CJString wanted(env, text);
@@ -54,7 +52,7 @@ TOOLTIP(jboolean, setText, JNIEnv* env, jclass, jlong handle, jstring text)
     });
 }
 
-TOOLTIP(jobject, getBounds, JNIEnv* env, jclass, jlong handle)
+GX_JNI(jobject, Java_com_talvern_test_gx_ui_NativeTooltipWindow_getBounds, jclass, jlong handle)
 {
     return jniEntry(env, __func__, [&](CJniTrace& trace) {
         Rect bounds;
@@ -63,17 +61,15 @@ TOOLTIP(jobject, getBounds, JNIEnv* env, jclass, jlong handle)
     });
 }
 
-TOOLTIP(void, hide, JNIEnv* env, jclass, jlong handle)
+GX_JNI(void, Java_com_talvern_test_gx_ui_NativeTooltipWindow_hide, jclass, jlong handle)
 {
     jniEntry(env, __func__, [&] { withTooltip(handle, [](CInfoWindow& tooltip) { tooltip.hide(); }); });
 }
 
-TOOLTIP(void, show, JNIEnv* env, jclass, jlong handle)
+GX_JNI(void, Java_com_talvern_test_gx_ui_NativeTooltipWindow_show, jclass, jlong handle)
 {
     jniEntry(env, __func__, [&] { withTooltip(handle, [](CInfoWindow& tooltip) { tooltip.show(); }); });
 }
 
-TOOLTIP(void, destroy, JNIEnv* env, jclass, jlong handle)
-{
-    jniEntry(env, __func__, [&] { InfoWindows::remove(checked(handle)); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_ui_NativeTooltipWindow_destroy,
+              InfoWindows::remove(checked(handle)), jclass, jlong handle)

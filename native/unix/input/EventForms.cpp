@@ -1,6 +1,7 @@
 // The Java forms of recorded events.
 #include "EventManager.h"
 
+#include "JavaGeometry.h"
 #include "JniClass.h"
 #include "LocalRef.h"
 
@@ -15,11 +16,6 @@ enum JavaForm : jint { MouseForm = 1, StrokeForm = 3, TextForm = 4, ScrollForm =
 jobject newWindow(JNIEnv* env, const char* javaClass, const CWindow& window)
 {
     return CJniClass(env, javaClass).construct("(J)V", static_cast<jlong>(window.getHandle()));
-}
-
-jobject newPoint(JNIEnv* env, const Point& point)
-{
-    return CJniClass(env, "java/awt/Point").construct("(II)V", point.getx(), point.gety());
 }
 } // namespace
 

@@ -5,21 +5,13 @@
 #include "Keyboard.h"
 #include "com_talvern_test_gx_engine_UserInput.h"
 
-extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_UserInput_awaitClickTaken(JNIEnv* env,
-                                                                                            jclass)
-{
-    jniEntry(env, __func__, [] { CKeyReceiver::awaitClickTaken(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitClickTaken,
+              CKeyReceiver::awaitClickTaken(), jclass)
 
-extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_UserInput_awaitKeysTaken(JNIEnv* env,
-                                                                                           jclass)
-{
-    jniEntry(env, __func__, [] { CKeyReceiver::awaitKeysTaken(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitKeysTaken, CKeyReceiver::awaitKeysTaken(),
+              jclass)
 
-extern "C" JNIEXPORT jint JNICALL Java_com_talvern_test_gx_engine_UserInput_firstWithoutKey(JNIEnv* env,
-                                                                                            jclass,
-                                                                                            jintArray keysyms)
+GX_JNI(jint, Java_com_talvern_test_gx_engine_UserInput_firstWithoutKey, jclass, jintArray keysyms)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         if (!keysyms)

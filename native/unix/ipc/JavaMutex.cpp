@@ -7,19 +7,18 @@
 #include "JniEntry.h"
 #include "Mutex.h"
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mutex_create(JNIEnv* env, jobject self, jstring name)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mutex_create, jobject self, jstring name)
 {
     return jniEntry(env, nullptr,
                     [&] { return static_cast<jboolean>(CUnixMutex(env, self).create(CJString(env, name))); });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mutex_free(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mutex_free, jobject self)
 {
     jniEntry(env, nullptr, [&] { CUnixMutex(env, self).free(); });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mutex_acquire(JNIEnv* env, jobject self,
-                                                                      jint timeoutMs)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_Mutex_acquire, jobject self, jint timeoutMs)
 {
     return jniEntry(env, nullptr, [&] {
         CUnixMutex mutex(env, self);
@@ -31,7 +30,7 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_Mutex_acquire(JNIEnv* en
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mutex_release(JNIEnv* env, jobject self)
+GX_JNI(void, Java_com_talvern_test_gx_sys_Mutex_release, jobject self)
 {
     jniEntry(env, nullptr, [&] {
         CUnixMutex mutex(env, self);
@@ -40,7 +39,7 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_Mutex_release(JNIEnv* env, j
     });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_Mutex_holder(JNIEnv* env, jobject self)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_Mutex_holder, jobject self)
 {
     return jniEntry(env, nullptr, [&] { return newLockHolder(env, CUnixMutex(env, self).holder()); });
 }

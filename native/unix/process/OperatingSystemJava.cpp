@@ -52,20 +52,17 @@ jint store(CProcessInformation& process, const CProcessEnd& end)
     return 1;
 }
 
-jstring variable(JNIEnv* env, const char* function, jstring name)
+jstring variable(JNIEnv* env, jstring name)
 {
-    return jniEntry(env, function,
-                    [&] { return toJava(env, CEnvironment::get(CJString(env, name).ansiString())); });
+    return toJava(env, CEnvironment::get(CJString(env, name).ansiString()));
 }
 
 using Directory = bool (*)(char*, unsigned) noexcept;
 
-jstring directory(JNIEnv* env, const char* function, Directory getter)
+jstring directory(JNIEnv* env, Directory getter)
 {
-    return jniEntry(env, function, [&] {
-        char path[CRegistryInformation::bufferSize];
-        return toJava(env, getter(path, sizeof path) ? path : nullptr);
-    });
+    char path[CRegistryInformation::bufferSize];
+    return toJava(env, getter(path, sizeof path) ? path : nullptr);
 }
 
 /// What the environment says, or, once it names no existing path any more, what it said before: the look-up
@@ -101,26 +98,22 @@ jstring browsers(JNIEnv* env, const char* directory)
 
 using Operation = bool (*)(const char*);
 
-jboolean onPath(JNIEnv* env, const char* function, Operation operation, jstring path)
+bool onPath(JNIEnv* env, Operation operation, jstring path)
 {
-    return jniEntry(env, function,
-                    [&] { return static_cast<jboolean>(operation(CJString(env, path).ansiString())); });
+    return operation(CJString(env, path).ansiString());
 }
 
 using Transfer = bool (*)(const char*, const char*);
 
-jboolean transfer(JNIEnv* env, const char* function, Transfer operation, jstring from, jstring to)
+bool transfer(JNIEnv* env, Transfer operation, jstring from, jstring to)
 {
-    return jniEntry(env, function, [&] {
-        const CJString source(env, from), target(env, to);
-        return static_cast<jboolean>(operation(source.ansiString(), target.ansiString()));
-    });
+    const CJString source(env, from), target(env, to);
+    return operation(source.ansiString(), target.ansiString());
 }
 } // namespace
 
-JNIEXPORT jobject JNICALL
-Java_com_talvern_test_gx_sys_OperatingSystem_exec(JNIEnv* env, jclass, jstring command, jstring workingDir,
-                                                  jstring stdoutPath, jstring stderrPath, jboolean keepFds)
+GX_JNI(jobject, Java_com_talvern_test_gx_sys_OperatingSystem_exec, jclass, jstring command,
+       jstring workingDir, jstring stdoutPath, jstring stderrPath, jboolean keepFds)
 {
     return jniEntry(env, __func__, [&]() -> jobject {
         const CJString text(env, command), where(env, workingDir), output(env, stdoutPath),
@@ -139,7 +132,7 @@ Java_com_talvern_test_gx_sys_OperatingSystem_exec(JNIEnv* env, jclass, jstring c
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_wait(JNIEnv* env, jclass, jobject process)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_OperatingSystem_wait, jclass, jobject process)
 {
     return jniEntry(env, __func__, [&] {
         CProcessInformation child(env, process);
@@ -147,9 +140,8 @@ JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_wait(JNIEnv*
     });
 }
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_waitWithTimeout(JNIEnv* env, jclass,
-                                                                                    jobject process,
-                                                                                    jint timeoutMs)
+GX_JNI(jint, Java_com_talvern_test_gx_sys_OperatingSystem_waitWithTimeout, jclass, jobject process,
+       jint timeoutMs)
 {
     return jniEntry(env, __func__, [&] {
         CProcessInformation child(env, process);
@@ -157,8 +149,7 @@ JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_waitWithTime
     });
 }
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_isAlive(JNIEnv* env, jclass,
-                                                                                jobject object)
+GX_JNI(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isAlive, jclass, jobject object)
 {
     return jniEntry(env, __func__, [&] {
         CProcessInformation process(env, object);
@@ -170,40 +161,23 @@ JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_isAlive(
     });
 }
 
-JNIEXPORT jobject JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getCurrentProcess(JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [&]() -> jobject { return CProcess(env); });
-}
+GX_JNI_ANSWER(jobject, Java_com_talvern_test_gx_sys_OperatingSystem_getCurrentProcess, CProcess(env), jclass)
 
-JNIEXPORT jlong JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getCurrentThreadId(JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [] { return static_cast<jlong>(pthread_self()); });
-}
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_OperatingSystem_getCurrentThreadId, pthread_self(), jclass)
 
-JNIEXPORT jint JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getppid(JNIEnv* env, jclass, jint pid)
-{
-    return jniEntry(env, __func__, [&] { return static_cast<jint>(COperatingSystem::getppid(pid)); });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_getppid, COperatingSystem::getppid(pid),
+              jclass, jint pid)
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getVersion(JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [&] { return toJava(env, COperatingSystem::getVersion()); });
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getVersion,
+              toJava(env, COperatingSystem::getVersion()), jclass)
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getEnvironment(JNIEnv* env, jclass,
-                                                                                      jstring name)
-{
-    return variable(env, __func__, name);
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getEnvironment, variable(env, name),
+              jclass, jstring name)
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getenvNative(JNIEnv* env, jclass,
-                                                                                    jstring name)
-{
-    return variable(env, __func__, name);
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getenvNative, variable(env, name), jclass,
+              jstring name)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_setenv(JNIEnv* env, jclass, jstring name,
-                                                                           jstring value)
+GX_JNI(void, Java_com_talvern_test_gx_sys_OperatingSystem_setenv, jclass, jstring name, jstring value)
 {
     jniEntry(env, __func__, [&] {
         const CJString variableName(env, name), text(env, value);
@@ -211,33 +185,20 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_setenv(JNIEn
     });
 }
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_unsetenv(JNIEnv* env, jclass,
-                                                                             jstring name)
-{
-    jniEntry(env, __func__, [&] { CEnvironment::unset(CJString(env, name).ansiString()); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_unsetenv,
+              CEnvironment::unset(CJString(env, name).ansiString()), jclass, jstring name)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_isFileWriteable(JNIEnv* env, jclass,
-                                                                                        jstring path)
-{
-    return onPath(env, __func__, COperatingSystem::isFileWriteable, path);
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isFileWriteable,
+              onPath(env, COperatingSystem::isFileWriteable, path), jclass, jstring path)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_copyFile(JNIEnv* env, jclass,
-                                                                                 jstring from, jstring to)
-{
-    return transfer(env, __func__, copyFile, from, to);
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_copyFile,
+              transfer(env, copyFile, from, to), jclass, jstring from, jstring to)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_moveFile(JNIEnv* env, jclass,
-                                                                                 jstring from, jstring to)
-{
-    return transfer(env, __func__, moveFile, from, to);
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_moveFile,
+              transfer(env, moveFile, from, to), jclass, jstring from, jstring to)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_setSUTVars(JNIEnv* env, jclass,
-                                                                               jboolean sut,
-                                                                               jboolean recordMode)
+GX_JNI(void, Java_com_talvern_test_gx_sys_OperatingSystem_setSUTVars, jclass, jboolean sut,
+       jboolean recordMode)
 {
     jniEntry(env, __func__, [&] {
         gx_MarloSUT = sut == 1;
@@ -245,51 +206,42 @@ JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_setSUTVars(J
     });
 }
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getAllBrowsers__(JNIEnv* env, jclass)
-{
-    return jniEntry(env, __func__, [&] { return browsers(env, ""); });
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getAllBrowsers__, browsers(env, ""),
+              jclass)
 
-JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_getAllBrowsers__Ljava_lang_String_2(
-    JNIEnv* env, jclass, jstring start)
-{
-    return jniEntry(env, __func__, [&] { return browsers(env, CJString(env, start).ansiString()); });
-}
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getAllBrowsers__Ljava_lang_String_2,
+              browsers(env, CJString(env, start).ansiString()), jclass, jstring start)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_MozillaEnable(JNIEnv* env, jclass,
-                                                                                      jstring path)
-{
-    return onPath(env, __func__, MozillaEnable, path);
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_MozillaEnable,
+              onPath(env, MozillaEnable, path), jclass, jstring path)
 
-JNIEXPORT jboolean JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_MozillaDisable(JNIEnv* env, jclass,
-                                                                                       jstring path)
-{
-    return onPath(env, __func__, MozillaDisable, path);
-}
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_MozillaDisable,
+              onPath(env, MozillaDisable, path), jclass, jstring path)
 
-#define DIRECTORIES(X)                                                                                       \
-    X(getMarloInstallNative, installDirectory)                                                               \
-    X(getPlandeckInstallNative, CRegistryInformation::getPlandeckInstall)                                    \
-    X(getCustomizationDirNative, CRegistryInformation::getCustomizationDir)                                  \
-    X(getConfigurationDirNative, CRegistryInformation::getConfigurationDir)                                  \
-    X(getInputFiles, CRegistryInformation::getInputFiles)                                                    \
-    X(getEclipseDirNative, CRegistryInformation::getEclipseDir)                                              \
-    X(getIdeDir, CRegistryInformation::getEclipseDir)                                                        \
-    X(getDefaultJRENative, CRegistryInformation::getDefaultJRE)                                              \
-    X(getPlaybackJRENative, CRegistryInformation::getPlaybackJRE)                                            \
-    X(getBrowserJavaPluginFilePath, CRegistryInformation::getBrowserJavaPluginFilePath)                      \
-    X(getBrowsers, CRegistryInformation::getBrowsers)                                                        \
-    X(getJREs, CRegistryInformation::getJREs)
-#define EXPORT_DIRECTORY(Name, Getter)                                                                       \
-    JNIEXPORT jstring JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_##Name(JNIEnv* env, jclass)       \
-    {                                                                                                        \
-        return directory(env, __func__, Getter);                                                             \
-    }
-DIRECTORIES(EXPORT_DIRECTORY)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getMarloInstallNative,
+              directory(env, installDirectory), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getPlandeckInstallNative,
+              directory(env, CRegistryInformation::getPlandeckInstall), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getCustomizationDirNative,
+              directory(env, CRegistryInformation::getCustomizationDir), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getConfigurationDirNative,
+              directory(env, CRegistryInformation::getConfigurationDir), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getInputFiles,
+              directory(env, CRegistryInformation::getInputFiles), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getEclipseDirNative,
+              directory(env, CRegistryInformation::getEclipseDir), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getIdeDir,
+              directory(env, CRegistryInformation::getEclipseDir), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getDefaultJRENative,
+              directory(env, CRegistryInformation::getDefaultJRE), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getPlaybackJRENative,
+              directory(env, CRegistryInformation::getPlaybackJRE), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getBrowserJavaPluginFilePath,
+              directory(env, CRegistryInformation::getBrowserJavaPluginFilePath), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getBrowsers,
+              directory(env, CRegistryInformation::getBrowsers), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getJREs,
+              directory(env, CRegistryInformation::getJREs), jclass)
 
-JNIEXPORT void JNICALL Java_com_talvern_test_gx_sys_OSProcess_kill(JNIEnv* env, jobject self)
-{
-    jniEntry(env, __func__,
-             [&] { COperatingSystem::kill(CJniJObject(env, self, nullptr).getInt("processId")); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OSProcess_kill,
+              COperatingSystem::kill(CJniJObject(env, self, nullptr).getInt("processId")), jobject self)

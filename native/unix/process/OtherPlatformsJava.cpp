@@ -4,53 +4,50 @@
 #include "JniEntry.h"
 #include "jniobject.h"
 
-#include <type_traits>
-
 namespace {
-template <class Answer> Answer notSupported(JNIEnv* env, const char* function, Answer answer)
+template <class Answer> Answer notSupported(JNIEnv* env, Answer answer = Answer())
 {
-    return jniEntry(env, function, [&] {
-        CJniJObject::throwException(env, "com/talvern/test/gx/NotSupportedOnUnixException", nullptr);
-        return answer;
-    });
-}
-
-template <class Answer> Answer fixed(JNIEnv* env, const char* function, Answer answer)
-{
-    return jniEntry(env, function, [&] { return answer; });
+    CJniJObject::throwException(env, "com/talvern/test/gx/NotSupportedOnUnixException", nullptr);
+    return answer;
 }
 } // namespace
 
-// X(how, type of the answer, method, answer, types of the arguments, which are ignored)
-#define OTHER_PLATFORMS(X)                                                                                   \
-    X(fixed, jint, getViewLog, -1)                                                                           \
-    X(fixed, void, setViewLog, 0, jint)                                                                      \
-    X(fixed, jboolean, isMSWindows, 0)                                                                       \
-    X(fixed, jboolean, shellExecute, 0, jstring)                                                             \
-    X(fixed, jboolean, isPlandeckInstalled, 0)                                                               \
-    X(fixed, jboolean, isDllNetAssembly, 0, jstring)                                                         \
-    X(fixed, jint, setThreadPriority, -1, jint)                                                              \
-    X(fixed, void, trimCurrentProcessWorkingSetSize, 0)                                                      \
-    X(notSupported, jint, getLowLevelHooksTimeout, -1)                                                       \
-    X(notSupported, void, setLowLevelHooksTimeout, 0, jint)                                                  \
-    X(notSupported, jstring, getRegistryValue, 0, jstring, jstring)                                          \
-    X(notSupported, jint, getRegistryIntValue, 0, jstring, jstring)                                          \
-    X(notSupported, jboolean, isIEEnabled, 0)                                                                \
-    X(notSupported, void, disableIE, 0)                                                                      \
-    X(notSupported, jstring, getIEEnabler, 0)                                                                \
-    X(notSupported, void, setForegroundLockTimeout, 0, jint)                                                 \
-    X(notSupported, jint, getForegroundLockTimeout, 0)                                                       \
-    X(notSupported, jboolean, deleteFileOnReboot, 0, jstring)                                                \
-    X(notSupported, jstring, getCommonAppDataPath, 0)                                                        \
-    X(notSupported, jstring, getShortPathName, 0, jstring)                                                   \
-    X(notSupported, jstring, getProcessName, 0, jint)                                                        \
-    X(notSupported, jobjectArray, getProcessList, 0)                                                         \
-    X(notSupported, void, broadcastEvent, 0)
-#define EXPORT_OTHER_PLATFORM(how, Answer, Name, value, ...)                                                 \
-    JNIEXPORT Answer JNICALL Java_com_talvern_test_gx_sys_OperatingSystem_##Name(                            \
-        JNIEnv* env, jclass __VA_OPT__(, ) __VA_ARGS__)                                                      \
-    {                                                                                                        \
-        using Value = std::conditional_t<std::is_void_v<Answer>, jint, Answer>;                              \
-        return static_cast<Answer>(how<Value>(env, __func__, value));                                        \
-    }
-OTHER_PLATFORMS(EXPORT_OTHER_PLATFORM)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_getViewLog, -1, jclass)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_setViewLog, 0, jclass, jint)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isMSWindows, JNI_FALSE, jclass)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_shellExecute, JNI_FALSE, jclass, jstring)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isPlandeckInstalled, JNI_FALSE, jclass)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isDllNetAssembly, JNI_FALSE, jclass,
+              jstring)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_setThreadPriority, -1, jclass, jint)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_trimCurrentProcessWorkingSetSize, 0, jclass)
+
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_getLowLevelHooksTimeout,
+              notSupported<jint>(env, -1), jclass)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_setLowLevelHooksTimeout,
+              notSupported<jint>(env), jclass, jint)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getRegistryValue,
+              notSupported<jstring>(env), jclass, jstring, jstring)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_getRegistryIntValue, notSupported<jint>(env),
+              jclass, jstring, jstring)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_isIEEnabled, notSupported<jboolean>(env),
+              jclass)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_disableIE, notSupported<jint>(env), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getIEEnabler, notSupported<jstring>(env),
+              jclass)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_setForegroundLockTimeout,
+              notSupported<jint>(env), jclass, jint)
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_OperatingSystem_getForegroundLockTimeout,
+              notSupported<jint>(env), jclass)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_OperatingSystem_deleteFileOnReboot,
+              notSupported<jboolean>(env), jclass, jstring)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getCommonAppDataPath,
+              notSupported<jstring>(env), jclass)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getShortPathName,
+              notSupported<jstring>(env), jclass, jstring)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_OperatingSystem_getProcessName,
+              notSupported<jstring>(env), jclass, jint)
+GX_JNI_ANSWER(jobjectArray, Java_com_talvern_test_gx_sys_OperatingSystem_getProcessList,
+              notSupported<jobjectArray>(env), jclass)
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_sys_OperatingSystem_broadcastEvent, notSupported<jint>(env),
+              jclass)

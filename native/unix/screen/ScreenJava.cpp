@@ -9,10 +9,6 @@
 #include "ScreenPicture.h"
 #include "ScreenWatch.h"
 
-#define SCREEN(Result, method, ...)                                                                          \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_engine_##method(JNIEnv* env, jclass,        \
-                                                                                 __VA_ARGS__)
-
 namespace {
 /// The pixels of a Java array, during which nothing else is asked of Java.
 class CJavaPixels {
@@ -83,8 +79,8 @@ std::vector<int> processesOf(JNIEnv* env, jlongArray array)
 }
 } // namespace
 
-SCREEN(jintArray, Screen_pixels, jint x, jint y, jint width, jint height, jboolean withPointer,
-       jboolean withFrames)
+GX_JNI(jintArray, Java_com_talvern_test_gx_engine_Screen_pixels, jclass, jint x, jint y, jint width,
+       jint height, jboolean withPointer, jboolean withFrames)
 {
     return jniEntry(env, __func__, [&]() -> jintArray {
         CScreenPicture picture;
@@ -102,19 +98,13 @@ SCREEN(jintArray, Screen_pixels, jint x, jint y, jint width, jint height, jboole
     });
 }
 
-extern "C" JNIEXPORT void JNICALL Java_com_talvern_test_gx_engine_Screen_dropKept(JNIEnv* env, jclass)
-{
-    jniEntry(env, __func__, [] { CScreenSource::dropKept(); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_Screen_dropKept, CScreenSource::dropKept(), jclass)
 
-SCREEN(jint, ScreenWatch_open, jlongArray processes)
-{
-    return jniEntry(env, __func__, [&]() -> jint {
-        return watches().add(std::make_shared<CScreenWatch>(processesOf(env, processes)));
-    });
-}
+GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_engine_ScreenWatch_open,
+              watches().add(std::make_shared<CScreenWatch>(processesOf(env, processes))), jclass,
+              jlongArray processes)
 
-SCREEN(jint, ScreenWatch_await, jint number, jint milliseconds)
+GX_JNI(jint, Java_com_talvern_test_gx_engine_ScreenWatch_await, jclass, jint number, jint milliseconds)
 {
     return jniEntry(env, __func__, [&]() -> jint {
         const auto watch = watches().find(number);
@@ -122,7 +112,5 @@ SCREEN(jint, ScreenWatch_await, jint number, jint milliseconds)
     });
 }
 
-SCREEN(void, ScreenWatch_close, jint number)
-{
-    jniEntry(env, __func__, [&] { watches().take(number); });
-}
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_ScreenWatch_close, watches().take(number), jclass,
+              jint number)

@@ -135,10 +135,6 @@ std::string firstText(const CWidgetNode& node)
     return {};
 }
 
-#define WIDGET_TREE(Result, method, ...)                                                                     \
-    extern "C" JNIEXPORT Result JNICALL Java_com_talvern_test_gx_application_WidgetTree_##method(            \
-        JNIEnv* env, jclass __VA_OPT__(, ) __VA_ARGS__)
-
 namespace {
 /// What a question answers to the toolkit of this process.
 template <class Question> auto asked(Question question)
@@ -157,14 +153,15 @@ template <class Items> jbyteArray written(JNIEnv* env, const Items& items)
 }
 } // namespace
 
-WIDGET_TREE(jbyteArray, windows)
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_windows, jclass)
 {
     return jniEntry(env, __func__, [&] {
         return written(env, asked([](const IWidgetToolkit& toolkit) { return toolkit.windows(); }));
     });
 }
 
-WIDGET_TREE(jbyteArray, rows, jlong id, jint first, jint count)
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_rows, jclass, jlong id, jint first,
+       jint count)
 {
     return jniEntry(env, __func__, [&] {
         return written(env, asked([=](const IWidgetToolkit& toolkit) {
@@ -175,7 +172,8 @@ WIDGET_TREE(jbyteArray, rows, jlong id, jint first, jint count)
     });
 }
 
-WIDGET_TREE(jboolean, revealRow, jlong id, jstring path, jint column)
+GX_JNI(jboolean, Java_com_talvern_test_gx_application_WidgetTree_revealRow, jclass, jlong id, jstring path,
+       jint column)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         return path && asked([&](const IWidgetToolkit& toolkit) {
@@ -185,14 +183,14 @@ WIDGET_TREE(jboolean, revealRow, jlong id, jstring path, jint column)
     });
 }
 
-WIDGET_TREE(jbyteArray, fileDialogs)
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_fileDialogs, jclass)
 {
     return jniEntry(env, __func__, [&] {
         return written(env, asked([](const IWidgetToolkit& toolkit) { return toolkit.fileDialogs(); }));
     });
 }
 
-WIDGET_TREE(void, setFile, jlong window, jstring file)
+GX_JNI(void, Java_com_talvern_test_gx_application_WidgetTree_setFile, jclass, jlong window, jstring file)
 {
     jniEntry(env, __func__, [&] {
         const CJString name(env, file);
@@ -201,7 +199,7 @@ WIDGET_TREE(void, setFile, jlong window, jstring file)
     });
 }
 
-WIDGET_TREE(jlongArray, at, jint x, jint y)
+GX_JNI(jlongArray, Java_com_talvern_test_gx_application_WidgetTree_at, jclass, jint x, jint y)
 {
     return jniEntry(env, __func__, [&] {
         const auto found = asked([=](const IWidgetToolkit& toolkit) { return toolkit.at(Point(x, y)); });
@@ -214,7 +212,7 @@ WIDGET_TREE(jlongArray, at, jint x, jint y)
     });
 }
 
-WIDGET_TREE(jboolean, reveal, jlong id)
+GX_JNI(jboolean, Java_com_talvern_test_gx_application_WidgetTree_reveal, jclass, jlong id)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         return asked(

@@ -137,8 +137,7 @@ std::vector<int> WindowOwner::processesOf(const std::vector<unsigned long>& wind
     return processes;
 }
 
-extern "C" JNIEXPORT jboolean JNICALL
-Java_com_talvern_test_gx_engine_AgentSearch_showsWindow(JNIEnv* env, jclass, jlongArray processes)
+GX_JNI(jboolean, Java_com_talvern_test_gx_engine_AgentSearch_showsWindow, jclass, jlongArray processes)
 {
     return jniEntry(env, __func__, [&]() -> jboolean {
         if (!processes)
