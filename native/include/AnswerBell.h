@@ -20,5 +20,5 @@ public:
     void ring() const;
 
 private:
-    std::atomic<uint32_t>* m_bell;
+    std::atomic<uint32_t>* m_bell = nullptr;
 };

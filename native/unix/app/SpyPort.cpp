@@ -12,9 +12,9 @@
 #include "gtkfuncs.h"
 
 #include <atomic>
-#include <cerrno>
-#include <ctime>
+#include <chrono>
 #include <pthread.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -53,9 +53,7 @@ bool usesGTK()
 /// Gives a toolkit that has just woken up the time to finish what it is at.
 void sleepOneMillisecond()
 {
-    timespec rest{0, 1'000'000};
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR)
-        ;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void becomeApplicationUnderTest()

@@ -1,9 +1,11 @@
 #include "Timer.h"
 
 #include <atomic>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -28,9 +30,7 @@ bool CTimer::hasTimerElapsed() const
 
 bool CTimer::sleep(int ms)
 {
-    timespec left{ms / 1000, ms % 1000 * 1000000L};
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
     return true;
 }
 

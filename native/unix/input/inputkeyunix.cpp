@@ -11,11 +11,11 @@
 #include "RunningInput.h"
 #include "processkey.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <cerrno>
 #include <mutex>
+#include <thread>
 
 #include "Keyboards.h"
 #include "ScopedX.h"
@@ -144,9 +144,7 @@ struct CFreeModifiers {
 
 void pause(long milliseconds)
 {
-    timespec left{milliseconds / 1000, milliseconds % 1000 * 1000000};
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
 void sendKey(KeyCode key, bool press, int delayMs)

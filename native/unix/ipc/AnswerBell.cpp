@@ -2,13 +2,15 @@
 
 #include "NoticePage.h"
 
+#include <chrono>
 #include <climits>
 #include <ctime>
 #include <linux/futex.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
-CAnswerBell::CAnswerBell(const CSpyMemRef& request) : m_bell(nullptr)
+CAnswerBell::CAnswerBell(const CSpyMemRef& request)
 {
     if (CNoticePage* const page = CNoticePage::get())
         m_bell = &page->m_bells[(request.word() ^ request.uid()) % CNoticePage::Bells];
@@ -25,7 +27,7 @@ void CAnswerBell::await(uint32_t rings) const
     if (m_bell)
         syscall(SYS_futex, m_bell, FUTEX_WAIT, rings, &moment, nullptr, 0);
     else
-        nanosleep(&moment, nullptr);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void CAnswerBell::ring() const

@@ -8,8 +8,10 @@
 #include "SpyVariant.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -97,7 +99,7 @@ void freeOwnSlotsSoon()
         try {
             return freeOwnSlotsLocked();
         } catch (const CSpyHeapLockedException&) {
-            usleep(1000);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     freeOwnSlotsLocked();
 }
