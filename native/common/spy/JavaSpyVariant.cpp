@@ -8,46 +8,13 @@
 #include "JavaSpyMap.h"
 #include "JavaSpyMemory.h"
 #include "JavaSpyVector.h"
+#include "KnownClass.h"
 #include "LocalRef.h"
 
 #include <algorithm>
-#include <atomic>
 #include <string>
 
 namespace {
-constexpr char MappedTestObject[] = "com/talvern/test/gx/object/map/SpyMappedTestObject";
-constexpr char MappedDescribedObjectReference[] =
-    "com/talvern/test/gx/object/map/SpyMappedDescribedObjectReference";
-constexpr char ValueClass[] = "com/talvern/test/gx/sys/SpyValueClass";
-
-/// A Java class that is looked up once per process. One that is missing is looked for again each time.
-class CKnownClass {
-public:
-    constexpr explicit CKnownClass(const char* name) : m_name(name) {}
-
-    bool hasInstance(JNIEnv* env, jobject object)
-    {
-        const jclass known = m_class.load(std::memory_order_acquire);
-        const jclass javaClass = known ? known : lookUp(env);
-        return javaClass && env->IsInstanceOf(object, javaClass) == JNI_TRUE;
-    }
-
-private:
-    jclass lookUp(JNIEnv* env)
-    {
-        const auto found = localRef(env, static_cast<jclass>(CJniClass(env, m_name)));
-        const auto made = static_cast<jclass>(found ? env->NewGlobalRef(found.get()) : nullptr);
-        jclass kept = nullptr;
-        if (!made || m_class.compare_exchange_strong(kept, made, std::memory_order_acq_rel))
-            return made;
-        env->DeleteGlobalRef(made);
-        return kept;
-    }
-
-    const char* m_name;
-    std::atomic<jclass> m_class = nullptr;
-};
-
 bool namesABlock(const CSpyMemRef& ref)
 try {
     return !!ref && ref.isValid();
@@ -55,79 +22,43 @@ try {
     return false;
 }
 
-using Convert = CSpyVariant (*)(const CJniJObject&, HEAPID);
+/// A kind of values.
+struct CKind {
+    CSpyVariant::EType m_type;
+    const char* m_className; ///< null: native code alone stores it, and m_toVariant is null, too
+    CSpyVariant (*m_toVariant)(const CKind&, const CJniJObject&, HEAPID);
+    CJniJObject (*m_toObject)(const CKind&, JNIEnv*, const CSpyVariant&);
+    CKnownClass m_javaClass{m_className};
 
-template <CSpyVariant::EType Type> CSpyVariant referenceOf(const CJniJObject& object, HEAPID)
+    bool hasInstance(const CJniJObject& object)
+    {
+        return m_toVariant && m_javaClass.hasInstance(object.env(), object);
+    }
+};
+
+CSpyVariant referenceOf(const CKind& kind, const CJniJObject& object, HEAPID)
 {
     const CSpyMemRef ref = CJavaSpyMemory::refOf(object.env(), object);
-    return namesABlock(ref) ? CSpyVariant(Type, ref) : CSpyVariant();
+    return namesABlock(ref) ? CSpyVariant(kind.m_type, ref) : CSpyVariant();
 }
 
-CSpyVariant stringOf(const CJniJObject& object, HEAPID heapId)
+CJniJObject newReference(const CKind& kind, JNIEnv* env, const CSpyVariant& variant)
+{
+    return CJavaSpyMemory(env, variant.ref(), kind.m_className);
+}
+
+CJniJObject newMailslot(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+{
+    return CMailslotFactory::createObject(env, variant.ref());
+}
+
+CSpyVariant stringOf(const CKind&, const CJniJObject& object, HEAPID heapId)
 {
     return CSpyVariant(CJString(object), heapId);
 }
 
-template <class Box> CSpyVariant numberOf(const CJniJObject& object, HEAPID)
-{
-    const typename Box::Native value = Box(object);
-    return CSpyVariant(value);
-}
-
-CSpyVariant booleanOf(const CJniJObject& object, HEAPID)
-{
-    const unsigned char value = CJBoolean(object);
-    return CSpyVariant(value != 0);
-}
-
-CSpyVariant characterOf(const CJniJObject& object, HEAPID)
-{
-    return CSpyVariant(CJChar(object), true);
-}
-
-/// The first class that fits decides: those derived from SpyMemory come before it.
-struct CConversion {
-    CKnownClass javaClass;
-    Convert convert;
-};
-constinit CConversion s_conversions[] = {
-    {CKnownClass(MappedTestObject), referenceOf<CSpyVariant::SpyMappedTestObject>},
-    {CKnownClass(MappedDescribedObjectReference),
-     referenceOf<CSpyVariant::SpyMappedDescribedObjectReference>},
-    {CKnownClass(ValueClass), referenceOf<CSpyVariant::SpyValueClass>},
-    {CKnownClass(CJavaSpyVector::getClassName()), referenceOf<CSpyVariant::SpyVector>},
-    {CKnownClass(CJavaSpyMap::getClassName()), referenceOf<CSpyVariant::SpyMap>},
-    {CKnownClass(CJavaSpyMappedPair::getClassName()), referenceOf<CSpyVariant::SpyMappedPair>},
-    {CKnownClass("java/lang/String"), stringOf},
-    {CKnownClass("java/lang/Integer"), numberOf<CJInteger>},
-    {CKnownClass("java/lang/Long"), numberOf<CJLong>},
-    {CKnownClass("java/lang/Boolean"), booleanOf},
-    {CKnownClass("java/lang/Float"), numberOf<CJFloat>},
-    {CKnownClass("java/lang/Double"), numberOf<CJDouble>},
-    {CKnownClass("java/lang/Short"), numberOf<CJShort>},
-    {CKnownClass("java/lang/Byte"), numberOf<CJByte>},
-    {CKnownClass("java/lang/Character"), characterOf},
-    {CKnownClass(CJavaMailslot::getClassName()), referenceOf<CSpyVariant::SpyMailslot>},
-    {CKnownClass(CJavaSpyMemory::getClassName()), referenceOf<CSpyVariant::SpyMem>},
-};
-
-CSpyVariant variantOfObject(const CJniJObject& object, HEAPID heapId)
-{
-    if (!object.isValid())
-        return {};
-    const auto found = std::find_if(std::begin(s_conversions), std::end(s_conversions), [&](auto& each) {
-        return each.javaClass.hasInstance(object.env(), object);
-    });
-    return found == std::end(s_conversions) ? CSpyVariant() : found->convert(object, heapId);
-}
-
-CJniJObject nothing(JNIEnv* env)
-{
-    return {env, static_cast<jobject>(nullptr), nullptr};
-}
-
 /// The units are copied, since blocks may lie at odd addresses.
-CJniJObject newString(JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newString(const CKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     std::u16string units(variant.getStringLen() / sizeof(char16_t), u'\0');
     if (!units.empty())
@@ -136,12 +67,96 @@ CJniJObject newString(JNIEnv* env, const CSpyVariant& variant)
                     static_cast<unsigned>(units.size()));
 }
 
+template <class Box> CSpyVariant numberOf(const CKind&, const CJniJObject& object, HEAPID)
+{
+    const typename Box::Native value = Box(object);
+    return CSpyVariant(value);
+}
+
+template <class Box, class Value = typename Box::Native>
+CJniJObject newNumber(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+{
+    return Box(env, variant.as<Value>());
+}
+
+CSpyVariant booleanOf(const CKind&, const CJniJObject& object, HEAPID)
+{
+    const unsigned char value = CJBoolean(object);
+    return CSpyVariant(value != 0);
+}
+
+CJniJObject newBoolean(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+{
+    return CJBoolean(env, variant.as<unsigned char>() != 0 ? JNI_TRUE : JNI_FALSE);
+}
+
+CSpyVariant characterOf(const CKind&, const CJniJObject& object, HEAPID)
+{
+    return {CJChar(object), true};
+}
+
 /// A decimal's block holds a tagDEC.
-CJniJObject newDecimal(JNIEnv* env, const CSpyMemRef& block)
+CJniJObject newDecimal(const CKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     tagDEC value{};
-    block.read(&value, sizeof value);
+    variant.ref().read(&value, sizeof value);
     return CJDecimal(env, value);
+}
+
+CJniJObject nothing(JNIEnv* env)
+{
+    return {env, static_cast<jobject>(nullptr), nullptr};
+}
+
+CJniJObject newNothing(const CKind&, JNIEnv* env, const CSpyVariant&)
+{
+    return nothing(env);
+}
+
+/// No process stores one: Java has no class for it.
+CJniJObject newUnsignedShort(const CKind&, JNIEnv* env, [[maybe_unused]] const CSpyVariant& variant)
+{
+    GX_ASSERT(!variant.isa(CSpyVariant::SpyUShort), "m_type != SpyUShort");
+    return nothing(env);
+}
+
+/// The first class that fits an object decides: those derived from SpyMemory come before it.
+constinit CKind s_kinds[] = {
+    {CSpyVariant::SpyMappedTestObject, "com/talvern/test/gx/object/map/SpyMappedTestObject", referenceOf,
+     newReference},
+    {CSpyVariant::SpyMappedDescribedObjectReference,
+     "com/talvern/test/gx/object/map/SpyMappedDescribedObjectReference", referenceOf, newReference},
+    {CSpyVariant::SpyValueClass, "com/talvern/test/gx/sys/SpyValueClass", referenceOf, newReference},
+    {CSpyVariant::SpyVector, CJavaSpyVector::getClassName(), referenceOf, newReference},
+    {CSpyVariant::SpyMap, CJavaSpyMap::getClassName(), referenceOf, newReference},
+    {CSpyVariant::SpyMappedPair, CJavaSpyMappedPair::getClassName(), referenceOf, newReference},
+    {CSpyVariant::SpyString, "java/lang/String", stringOf, newString},
+    {CSpyVariant::SpyInt, "java/lang/Integer", numberOf<CJInteger>, newNumber<CJInteger>},
+    {CSpyVariant::SpyLong, "java/lang/Long", numberOf<CJLong>, newNumber<CJLong>},
+    {CSpyVariant::SpyBool, "java/lang/Boolean", booleanOf, newBoolean},
+    {CSpyVariant::SpyFloat, "java/lang/Float", numberOf<CJFloat>, newNumber<CJFloat>},
+    {CSpyVariant::SpyDouble, "java/lang/Double", numberOf<CJDouble>, newNumber<CJDouble>},
+    {CSpyVariant::SpyShort, "java/lang/Short", numberOf<CJShort>, newNumber<CJShort>},
+    {CSpyVariant::SpyByte, "java/lang/Byte", numberOf<CJByte>, newNumber<CJByte>},
+    {CSpyVariant::SpyChar, "java/lang/Character", characterOf, newNumber<CJChar>},
+    {CSpyVariant::SpyMailslot, CJavaMailslot::getClassName(), referenceOf, newMailslot},
+    {CSpyVariant::SpyMem, CJavaSpyMemory::getClassName(), referenceOf, newReference},
+    {CSpyVariant::SpyEmpty, nullptr, nullptr, newNothing},
+    {CSpyVariant::SpyUByte, nullptr, nullptr, newNumber<CJUByte, unsigned char>},
+    {CSpyVariant::SpyUShort, nullptr, nullptr, newUnsignedShort},
+    {CSpyVariant::SpyUInt, nullptr, nullptr, newNumber<CJUInt, unsigned int>},
+    {CSpyVariant::SpyULong, nullptr, nullptr, newNumber<CJULong, unsigned long>},
+    {CSpyVariant::SpyDecimal, nullptr, nullptr, newDecimal},
+};
+static_assert(std::size(s_kinds) == CSpyVariant::SpyMappedDescribedObjectReference + 1);
+
+CSpyVariant variantOfObject(const CJniJObject& object, HEAPID heapId)
+{
+    if (!object.isValid())
+        return {};
+    const auto found = std::find_if(std::begin(s_kinds), std::end(s_kinds),
+                                    [&](CKind& kind) { return kind.hasInstance(object); });
+    return found == std::end(s_kinds) ? CSpyVariant() : found->m_toVariant(*found, object, heapId);
 }
 } // namespace
 
@@ -160,63 +175,12 @@ void CJavaSpyVariant::setString(const CJString& text, unsigned int heapId)
 
 CJniJObject CJavaSpyVariant::createChecked(JNIEnv* env) const
 {
-    const auto reference = [&](const char* className) -> CJniJObject {
-        return CJavaSpyMemory(env, ref(), className);
-    };
-    switch (type()) {
-    case SpyEmpty:
-        return nothing(env);
-    case SpyByte:
-        return CJByte(env, as<signed char>());
-    case SpyChar:
-        return CJChar(env, as<unsigned short>());
-    case SpyShort:
-        return CJShort(env, as<short>());
-    case SpyInt:
-        return CJInteger(env, as<int>());
-    case SpyLong:
-        return CJLong(env, as<long>());
-    case SpyFloat:
-        return CJFloat(env, as<float>());
-    case SpyDouble:
-        return CJDouble(env, as<double>());
-    case SpyBool:
-        return CJBoolean(env, as<unsigned char>() != 0 ? JNI_TRUE : JNI_FALSE);
-    case SpyString:
-        return newString(env, *this);
-    case SpyMem:
-        return reference(CJavaSpyMemory::getClassName());
-    case SpyVector:
-        return reference(CJavaSpyVector::getClassName());
-    case SpyMap:
-        return reference(CJavaSpyMap::getClassName());
-    case SpyMappedPair:
-        return reference(CJavaSpyMappedPair::getClassName());
-    case SpyMappedTestObject:
-        return reference(MappedTestObject);
-    case SpyValueClass:
-        return reference(ValueClass);
-    case SpyMailslot:
-        return CMailslotFactory::createObject(env, ref());
-    case SpyUByte:
-        return CJUByte(env, as<unsigned char>());
-    case SpyUShort:
-        break;
-    case SpyUInt:
-        return CJUInt(env, as<unsigned int>());
-    case SpyULong:
-        return CJULong(env, as<unsigned long>());
-    case SpyDecimal:
-        return newDecimal(env, ref());
-    case SpyMappedDescribedObjectReference:
-        return reference(MappedDescribedObjectReference);
-    default:
-        CTracer::debugTrace("Invalid SpyVariant type! ->%d\n", static_cast<int>(type()));
-        throw CInvalidSpyVariant(type());
-    }
-    // No process stores one: Java has no class for it.
-    GX_ASSERT(!isa(SpyUShort), "m_type != SpyUShort");
-    return nothing(env);
+    const auto found = std::find_if(std::begin(s_kinds), std::end(s_kinds),
+                                    [&](const CKind& kind) { return isa(kind.m_type); });
+    if (found != std::end(s_kinds))
+        return found->m_toObject(*found, env, *this);
+    CTracer::debugTrace("Invalid SpyVariant type! ->%d\n", static_cast<int>(type()));
+    throw CInvalidSpyVariant(type());
 }
 
 CJniJObject CJavaSpyVariant::createObject(JNIEnv* env) const
