@@ -17,11 +17,6 @@ constexpr unsigned int ChainIncrement = 5;
 constexpr double CrowdedAbove = 0.3;
 constexpr double GrowthFactor = 1.5;
 
-int at(unsigned int index)
-{
-    return static_cast<int>(index);
-}
-
 std::unique_ptr<CSpyVector> newTable(UNIQUEID transactionId, unsigned int buckets)
 {
     auto table = std::make_unique<CSpyVector>();
@@ -46,7 +41,7 @@ CSpyMap::CSpyMap()
     create(0U);
 }
 
-CSpyMap::CSpyMap(CSpyMap&) : CSpyMemory() {}
+CSpyMap::CSpyMap(CSpyMap&) : CSpyMemory() {} // NOLINT(bugprone-copy-constructor-init): a copy names no map
 
 CSpyMap::CSpyMap(const CSpyMemRef& ref) : CSpyMemory(ref)
 {
@@ -157,13 +152,13 @@ unsigned int CSpyMap::hash(const unsigned short* text, int length)
 
 unsigned int CSpyMap::slotOf(const CSpyVariant& key) const
 {
-    return 2 * (hash(key.getString(), at(key.getStringLen() >> 1)) % buckets());
+    return 2 * (hash(key.getString(), static_cast<int>(key.getStringLen() >> 1)) % buckets());
 }
 
 unsigned int CSpyMap::slotOf(const ITalString& key) const
 {
     const unsigned short* text = key;
-    return 2 * (hash(text, text ? at(key.length()) : 0) % buckets());
+    return 2 * (hash(text, text ? static_cast<int>(key.length()) : 0) % buckets());
 }
 
 /// Single precision against a double limit, as in every process: 30 of 100 is above it, 29 is not.
@@ -210,18 +205,18 @@ bool CSpyMap::grow()
 void CSpyMap::rebuild(const CSpyVector& old)
 {
     const auto move = [this](const CSpyVector& from, unsigned int index) {
-        CSpyVariant key = from.get(at(index));
-        place(key, from.get(at(index + 1)));
+        CSpyVariant key = from.get(index);
+        place(key, from.get(index + 1));
     };
     for (unsigned int slot = 0; slot < old.size(); slot += 2) {
-        const CSpyVariant key = old.get(at(slot));
+        const CSpyVariant key = old.get(slot);
         if (key.isa(CSpyVariant::SpyString))
             move(old, slot);
         if (!key.isa(CSpyVariant::SpyVector))
             continue;
         const CSpyVector chain(key.ref());
         for (unsigned int index = 0; index < chain.size(); index += 2)
-            if (chain.get(at(index)).isa(CSpyVariant::SpyString))
+            if (chain.get(index).isa(CSpyVariant::SpyString))
                 move(chain, index);
     }
 }
@@ -269,7 +264,7 @@ bool CSpyMap::put(const ITalString& key, const ITalString& value)
 bool CSpyMap::place(CSpyVariant& key, const CSpyVariant& value)
 {
     const unsigned int slot = slotOf(key);
-    const CSpyVariant found = m_data->get(at(slot));
+    const CSpyVariant found = m_data->get(slot);
     switch (found.type()) {
     case CSpyVariant::SpyEmpty:
         placeInBucket(slot, key, value);
@@ -291,27 +286,27 @@ bool CSpyMap::place(CSpyVariant& key, const CSpyVariant& value)
 /// The key comes last: a process that dies in between leaves a free bucket.
 void CSpyMap::placeInBucket(unsigned int slot, const CSpyVariant& key, const CSpyVariant& value)
 {
-    m_data->set(at(slot + 1), value);
-    m_data->set(at(slot), key);
+    m_data->set(slot + 1, value);
+    m_data->set(slot, key);
     ++m_header.m_count;
 }
 
 void CSpyMap::replaceInBucket(unsigned int slot, CSpyVariant& key, const CSpyVariant& value)
 {
-    CSpyVariant replaced = m_data->set(at(slot + 1), value);
+    CSpyVariant replaced = m_data->set(slot + 1, value);
     freeReplaced(replaced, value);
-    freeReplaced(key, m_data->get(at(slot)));
+    freeReplaced(key, m_data->get(slot));
 }
 
 void CSpyMap::placeInNewChain(unsigned int slot, const CSpyVariant& key, const CSpyVariant& value)
 {
     CSpyVector chain;
     chain.create(CSpyHeap::getTransactionId(ref().heapId()), ChainStart, ChainIncrement);
-    append(chain, m_data->get(at(slot)), m_data->get(at(slot + 1)));
+    append(chain, m_data->get(slot), m_data->get(slot + 1));
     append(chain, key, value);
     chain.update();
-    m_data->set(at(slot), CSpyVariant(chain));
-    m_data->set(at(slot + 1), CSpyVariant());
+    m_data->set(slot, CSpyVariant(chain));
+    m_data->set(slot + 1, CSpyVariant());
     ++m_header.m_collisions;
     ++m_header.m_count;
 }
@@ -321,8 +316,8 @@ void CSpyMap::placeInChain(const CSpyMemRef& chainRef, CSpyVariant& key, const C
     CSpyVector chain(chainRef);
     const unsigned int index = indexInChain(chain, key);
     if (index != CSpyVector::NotFound) {
-        chain.set(at(index + 1), value);
-        freeReplaced(key, chain.get(at(index)));
+        chain.set(index + 1, value);
+        freeReplaced(key, chain.get(index));
         return;
     }
     append(chain, key, value);
@@ -347,14 +342,14 @@ std::optional<CSpyVariant> CSpyMap::lookUp(const ITalString& key) const
     const CSpyUnit unit;
     try {
         const unsigned int slot = slotOf(key);
-        const CSpyVariant found = m_data->get(at(slot));
+        const CSpyVariant found = m_data->get(slot);
         if (found == key)
-            return m_data->get(at(slot + 1));
+            return m_data->get(slot + 1);
         if (!found.isa(CSpyVariant::SpyVector))
             return std::nullopt;
         const CSpyVector chain(found.ref());
         const unsigned int index = indexInChain(chain, key);
-        return index == CSpyVector::NotFound ? std::nullopt : std::optional(chain.get(at(index + 1)));
+        return index == CSpyVector::NotFound ? std::nullopt : std::optional(chain.get(index + 1));
     } catch (const CInvalidSpyMemRef&) {
         return std::nullopt;
     }
@@ -377,7 +372,7 @@ CSpyVariant CSpyMap::remove(const ITalString& key)
     const CSpyUnit unit;
     isChanged();
     const unsigned int slot = slotOf(key);
-    const CSpyVariant found = m_data->get(at(slot));
+    const CSpyVariant found = m_data->get(slot);
     CSpyVariant value;
     if (found.isa(CSpyVariant::SpyVector))
         value = removeFromChain(slot, found.ref(), key);
@@ -389,10 +384,10 @@ CSpyVariant CSpyMap::remove(const ITalString& key)
 
 CSpyVariant CSpyMap::removeFromBucket(unsigned int slot)
 {
-    CSpyVariant key = m_data->set(at(slot), CSpyVariant());
+    CSpyVariant key = m_data->set(slot, CSpyVariant());
     freeQuietly(key);
     --m_header.m_count;
-    return m_data->set(at(slot + 1), CSpyVariant());
+    return m_data->set(slot + 1, CSpyVariant());
 }
 
 CSpyVariant CSpyMap::removeFromChain(unsigned int slot, const CSpyMemRef& chainRef, const ITalString& key)
@@ -402,13 +397,13 @@ CSpyVariant CSpyMap::removeFromChain(unsigned int slot, const CSpyMemRef& chainR
     const unsigned int index = indexInChain(chain, key);
     if (index == CSpyVector::NotFound)
         return {};
-    CSpyVariant itsKey = chain.get(at(index));
-    const CSpyVariant value = chain.get(at(index + 1));
+    CSpyVariant itsKey = chain.get(index);
+    const CSpyVariant value = chain.get(index + 1);
     chain.removeElements(index, 2);
     chain.update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);
     if (chain.isEmpty()) {
-        m_data->set(at(slot), CSpyVariant());
+        m_data->set(slot, CSpyVariant());
         chain.free();
     }
     return value;
@@ -438,14 +433,14 @@ bool CSpyMap::getKeys(CSpyVariant* out, unsigned int max) const
         ++copied;
     };
     for (unsigned int slot = 0; slot < m_data->size() && copied < size() && copied < max; slot += 2) {
-        const CSpyVariant key = m_data->get(at(slot));
+        const CSpyVariant key = m_data->get(slot);
         if (key.isa(CSpyVariant::SpyString))
             copy(key);
         if (!key.isa(CSpyVariant::SpyVector))
             continue;
         const CSpyVector chain(key.ref());
         for (unsigned int index = 0; index < chain.size(); index += 2)
-            copy(chain.get(at(index)));
+            copy(chain.get(index));
     }
     return copied > 0 && copied == size();
 }

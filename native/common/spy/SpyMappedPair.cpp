@@ -12,10 +12,6 @@ constexpr unsigned int StartSize = 50;
 constexpr unsigned int Increment = 20;
 constexpr unsigned int Fields = 3; ///< elements an entry takes: key, value, number
 
-int at(unsigned int index)
-{
-    return static_cast<int>(index);
-}
 } // namespace
 
 CSpyMappedPair::CSpyMappedPair(const CSpyMemRef& ref) : CSpyMemory(ref)
@@ -115,7 +111,7 @@ template <class Key> unsigned int CSpyMappedPair::findKey(const Key& key) const
         return NotFound;
     const CSpyUnit unit;
     for (unsigned int index = 0; index < m_data->size(); index += Fields)
-        if (m_data->get(at(index)) == key)
+        if (m_data->get(index) == key)
             return index;
     return NotFound;
 }
@@ -139,8 +135,8 @@ void CSpyMappedPair::get(const ITalString& key, CSpyVariant& value, int& number)
     const unsigned int index = findKey(key);
     if (index == NotFound)
         return;
-    value = m_data->get(at(index + 1));
-    number = m_data->get(at(index + 2)).as<int32_t>();
+    value = m_data->get(index + 1);
+    number = m_data->get(index + 2).as<int32_t>();
 }
 
 bool CSpyMappedPair::put(CSpyVariant& key, const CSpyVariant& value, int number)
@@ -165,10 +161,10 @@ bool CSpyMappedPair::put(CSpyVariant& key, const CSpyVariant& value, int number)
 
 void CSpyMappedPair::replace(unsigned int index, CSpyVariant& key, const CSpyVariant& value, int number)
 {
-    CSpyVariant replaced = m_data->set(at(index + 1), value);
-    m_data->set(at(index + 2), CSpyVariant(number));
+    CSpyVariant replaced = m_data->set(index + 1, value);
+    m_data->set(index + 2, CSpyVariant(number));
     freeReplaced(replaced, value);
-    freeReplaced(key, m_data->get(at(index)));
+    freeReplaced(key, m_data->get(index));
 }
 
 bool CSpyMappedPair::put(const ITalString& key, const CSpyVariant& value, int number)
@@ -195,8 +191,8 @@ CSpyVariant CSpyMappedPair::remove(const ITalString& key)
     const unsigned int index = findKey(key);
     if (index == NotFound)
         return {};
-    CSpyVariant itsKey = m_data->get(at(index));
-    const CSpyVariant value = m_data->get(at(index + 1));
+    CSpyVariant itsKey = m_data->get(index);
+    const CSpyVariant value = m_data->get(index + 1);
     m_data->removeElements(index, Fields);
     m_data->update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);

@@ -151,11 +151,10 @@ void CSpyVector::free()
     m_part.leave();
 }
 
-CSpyVariant CSpyVector::get(int index) const
+CSpyVariant CSpyVector::get(unsigned int index) const
 {
     const CSpyHeap::CReading reading;
-    const auto slot = static_cast<unsigned>(index);
-    return slot < m_header.m_size ? readOnce(m_header[slot]) : CSpyVariant();
+    return index < m_header.m_size ? readOnce(m_header[index]) : CSpyVariant();
 }
 
 template <class Value> unsigned int CSpyVector::find(const Value& value, int start) const
@@ -192,22 +191,21 @@ void CSpyVector::addElements(const CSpyVariant* values, unsigned int count)
     resize(m_header.m_size + count);
 }
 
-CSpyVariant CSpyVector::set(int index, const CSpyVariant& value)
+CSpyVariant CSpyVector::set(unsigned int index, const CSpyVariant& value)
 {
     const CSpyUnit unit;
-    const auto slot = static_cast<unsigned>(index);
     const CSpyVariant stored = value; // it may lie in the block that moves
-    if (slot >= m_header.m_capacity)
-        grow(uint64_t{slot} + m_header.m_increment);
-    CSpyVariant& place = m_header[slot];
+    if (index >= m_header.m_capacity)
+        grow(uint64_t{index} + m_header.m_increment);
+    CSpyVariant& place = m_header[index];
     CSpyVariant previous;
-    if (slot < m_header.m_size)
+    if (index < m_header.m_size)
         previous = readOnce(place);
     else
-        fill(m_header.m_size, slot);
+        fill(m_header.m_size, index);
     CSpyJournal::keep(place);
     place = stored;
-    resize(std::max(m_header.m_size, slot + 1));
+    resize(std::max(m_header.m_size, index + 1));
     return previous;
 }
 

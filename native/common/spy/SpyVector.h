@@ -73,9 +73,10 @@ public:
     bool isEmpty() const { return m_header.m_size == 0; }
     CSpyVariant& operator[](unsigned int index) const { return m_header[index]; }
     /// Empty for an index that is not below the size.
-    CSpyVariant get(int index) const;
+    CSpyVariant get(int index) const { return get(static_cast<unsigned>(index)); }
+    CSpyVariant get(unsigned int index) const;
     CSpyVariant firstElement() const { return get(0); }
-    CSpyVariant lastElement() const { return get(static_cast<int>(m_header.m_size - 1)); }
+    CSpyVariant lastElement() const { return get(m_header.m_size - 1); }
     /// First index from `start` on whose value equals; NotFound when there is none.
     unsigned int indexOf(const CSpyVariant& value, int start) const;
     unsigned int indexOf(const ITalString& text, int start) const;
@@ -85,7 +86,8 @@ public:
     void addElements(const CSpyVariant* values, unsigned int count);
     /// Stores at any index; a gap up to it is filled with empty values.
     /// @return what was there, which now is the caller's; empty beyond the end
-    CSpyVariant set(int index, const CSpyVariant& value);
+    CSpyVariant set(int index, const CSpyVariant& value) { return set(static_cast<unsigned>(index), value); }
+    CSpyVariant set(unsigned int index, const CSpyVariant& value);
     /// Inserts before `index`, which may be the size. Beyond that nothing is inserted, and `value` is freed.
     void insertElement(CSpyVariant& value, int index);
     /// Takes an element out. An index beyond the end drops the last element, which nobody frees: callers that
