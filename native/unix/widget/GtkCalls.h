@@ -3,7 +3,6 @@
 /// only.
 #pragma once
 
-#include "LoadedLibrary.h"
 #include "gtkfuncs.h"
 
 /// A node of a list, as GLib lays it out.
@@ -29,61 +28,47 @@ struct GxTextIter {
     alignas(16) unsigned char data[256] = {};
 };
 
-namespace late {
-inline constexpr const char* GTK2 = "libgtk-x11-2.0.so.0";
-inline constexpr const char* GTK3 = "libgtk-3.so.0";
-inline constexpr const char* GDK2 = "libgdk-x11-2.0.so.0";
-inline constexpr const char* GDK3 = "libgdk-3.so.0";
-inline constexpr const char* GLIB = "libglib-2.0.so.0";
-inline constexpr const char* ATK = "libatk-1.0.so.0";
-inline constexpr const char* GOBJECT = "libgobject-2.0.so.0";
-} // namespace late
-
-// One line a function: result, arguments, name here, symbol.
-#define LATE(Result, Arguments, name, symbol, ...)                                                           \
-    inline constinit CLateFunction<Result Arguments> name{symbol, __VA_ARGS__};
-
 namespace g {
-LATE(void, (void*), free, "g_free", late::GLIB)
-LATE(void*, (void*), ref, "g_object_ref", late::GOBJECT)
-LATE(void, (void*), unref, "g_object_unref", late::GOBJECT)
-LATE(const char*, (unsigned long), typeName, "g_type_name", late::GOBJECT)
-LATE(unsigned long, (unsigned long), parentType, "g_type_parent", late::GOBJECT)
-LATE(unsigned long, (const char*), typeFromName, "g_type_from_name", late::GOBJECT)
-LATE(void*, (void*, const char*), findProperty, "g_object_class_find_property", late::GOBJECT)
-LATE(void, (void*, const char*, GxGValue*), getProperty, "g_object_get_property", late::GOBJECT)
-LATE(void*, (GxGValue*, unsigned long), initValue, "g_value_init", late::GOBJECT)
-LATE(void, (GxGValue*), unsetValue, "g_value_unset", late::GOBJECT)
-LATE(const char*, (const GxGValue*), stringOf, "g_value_get_string", late::GOBJECT)
-LATE(int, (const GxGValue*), truthOf, "g_value_get_boolean", late::GOBJECT)
-LATE(int, (const GxGValue*), intOf, "g_value_get_int", late::GOBJECT)
-LATE(double, (const GxGValue*), doubleOf, "g_value_get_double", late::GOBJECT)
-LATE(void*, (const GxGValue*), objectOf, "g_value_get_object", late::GOBJECT)
-LATE(void*, (void*, const char*), dataOf, "g_object_get_data", late::GOBJECT)
-LATE(_GList*, (void*), keysOf, "g_hash_table_get_keys", late::GLIB)
-LATE(void, (GxGValue*, void*), setObject, "g_value_set_object", late::GOBJECT)
-LATE(void, (GxGValue*, const char*), setString, "g_value_set_string", late::GOBJECT)
-LATE(unsigned, (const char*, unsigned long), signalNamed, "g_signal_lookup", late::GOBJECT)
-LATE(void, (const GxGValue*, unsigned, unsigned, GxGValue*), emit, "g_signal_emitv", late::GOBJECT)
-LATE(void*, (void*, unsigned), newSource, "g_source_new", late::GLIB)
-LATE(void, (void*, int), setPriority, "g_source_set_priority", late::GLIB)
-LATE(unsigned, (void*, void*), attachSource, "g_source_attach", late::GLIB)
+GX_LATE(void, (void*), free, "g_free", late::GLIB)
+GX_LATE(void*, (void*), ref, "g_object_ref", late::GOBJECT)
+GX_LATE(void, (void*), unref, "g_object_unref", late::GOBJECT)
+GX_LATE(const char*, (unsigned long), typeName, "g_type_name", late::GOBJECT)
+GX_LATE(unsigned long, (unsigned long), parentType, "g_type_parent", late::GOBJECT)
+GX_LATE(unsigned long, (const char*), typeFromName, "g_type_from_name", late::GOBJECT)
+GX_LATE(void*, (void*, const char*), findProperty, "g_object_class_find_property", late::GOBJECT)
+GX_LATE(void, (void*, const char*, GxGValue*), getProperty, "g_object_get_property", late::GOBJECT)
+GX_LATE(void*, (GxGValue*, unsigned long), initValue, "g_value_init", late::GOBJECT)
+GX_LATE(void, (GxGValue*), unsetValue, "g_value_unset", late::GOBJECT)
+GX_LATE(const char*, (const GxGValue*), stringOf, "g_value_get_string", late::GOBJECT)
+GX_LATE(int, (const GxGValue*), truthOf, "g_value_get_boolean", late::GOBJECT)
+GX_LATE(int, (const GxGValue*), intOf, "g_value_get_int", late::GOBJECT)
+GX_LATE(double, (const GxGValue*), doubleOf, "g_value_get_double", late::GOBJECT)
+GX_LATE(void*, (const GxGValue*), objectOf, "g_value_get_object", late::GOBJECT)
+GX_LATE(void*, (void*, const char*), dataOf, "g_object_get_data", late::GOBJECT)
+GX_LATE(_GList*, (void*), keysOf, "g_hash_table_get_keys", late::GLIB)
+GX_LATE(void, (GxGValue*, void*), setObject, "g_value_set_object", late::GOBJECT)
+GX_LATE(void, (GxGValue*, const char*), setString, "g_value_set_string", late::GOBJECT)
+GX_LATE(unsigned, (const char*, unsigned long), signalNamed, "g_signal_lookup", late::GOBJECT)
+GX_LATE(void, (const GxGValue*, unsigned, unsigned, GxGValue*), emit, "g_signal_emitv", late::GOBJECT)
+GX_LATE(void*, (void*, unsigned), newSource, "g_source_new", late::GLIB)
+GX_LATE(void, (void*, int), setPriority, "g_source_set_priority", late::GLIB)
+GX_LATE(unsigned, (void*, void*), attachSource, "g_source_attach", late::GLIB)
 } // namespace g
 
 namespace gdk {
-LATE(void, (_GdkDrawable*, int*, int*), origin, "gdk_window_get_origin", late::GDK2, late::GDK3)
-LATE(int, (_GdkDrawable*), isVisible, "gdk_window_is_visible", late::GDK2, late::GDK3)
-LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3)
-LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
-LATE(void*, (), xDisplay, "gdk_x11_get_default_xdisplay", late::GDK2, late::GDK3)
+GX_LATE(void, (_GdkDrawable*, int*, int*), origin, "gdk_window_get_origin", late::GDK2, late::GDK3)
+GX_LATE(int, (_GdkDrawable*), isVisible, "gdk_window_is_visible", late::GDK2, late::GDK3)
+GX_LATE(int, (_GdkDrawable*), state, "gdk_window_get_state", late::GDK2, late::GDK3)
+GX_LATE(int, (_GdkDrawable*), letsPass, "gdk_window_get_pass_through", late::GDK3)
+GX_LATE(void*, (), xDisplay, "gdk_x11_get_default_xdisplay", late::GDK2, late::GDK3)
 } // namespace gdk
 
 namespace atk {
-LATE(const char*, (void*), name, "atk_object_get_name", late::ATK)
+GX_LATE(const char*, (void*), name, "atk_object_get_name", late::ATK)
 } // namespace atk
 
 #define LATE_GTK(Result, Arguments, name, symbol)                                                            \
-    LATE(Result, Arguments, name, symbol, late::GTK2, late::GTK3)
+    GX_LATE(Result, Arguments, name, symbol, late::GTK2, late::GTK3)
 using GxWidgetCallback = void (*)(_GtkWidget*, void*);
 
 namespace gtk {
@@ -98,7 +83,7 @@ LATE_GTK(int, (_GtkWidget*, _GtkWidget*, int, int, int*, int*), translate, "gtk_
 LATE_GTK(const char*, (_GtkWidget*), name, "gtk_widget_get_name")
 LATE_GTK(const char*, (_GtkWidget*), builderName, "gtk_buildable_get_name")
 LATE_GTK(void*, (_GtkWidget*), accessible, "gtk_widget_get_accessible")
-LATE(int, (_GtkWidget*), stateFlags, "gtk_widget_get_state_flags", late::GTK3)
+GX_LATE(int, (_GtkWidget*), stateFlags, "gtk_widget_get_state_flags", late::GTK3)
 LATE_GTK(char*, (_GtkWidget*), tooltip, "gtk_widget_get_tooltip_text")
 LATE_GTK(_GList*, (_GtkWidget*), mnemonicLabels, "gtk_widget_list_mnemonic_labels")
 LATE_GTK(_GtkWidget*, (), currentGrab, "gtk_grab_get_current")
@@ -134,9 +119,9 @@ LATE_GTK(const char*, (void*), columnTitle, "gtk_tree_view_column_get_title")
 LATE_GTK(int, (void*), isColumnVisible, "gtk_tree_view_column_get_visible")
 LATE_GTK(void, (void*, void*, GxTreeIter*, int, int), setCellData, "gtk_tree_view_column_cell_set_cell_data")
 LATE_GTK(_GList*, (void*), cells, "gtk_cell_layout_get_cells")
-LATE(void*, (void*), cellArea3, "gtk_cell_layout_get_area", late::GTK3)
-LATE(void, (void*, void*, GxTreeIter*, int, int), applyAttributes, "gtk_cell_area_apply_attributes",
-     late::GTK3)
+GX_LATE(void*, (void*), cellArea3, "gtk_cell_layout_get_area", late::GTK3)
+GX_LATE(void, (void*, void*, GxTreeIter*, int, int), applyAttributes, "gtk_cell_area_apply_attributes",
+        late::GTK3)
 LATE_GTK(void*, (_GtkWidget*), displayedRow, "gtk_cell_view_get_displayed_row")
 
 LATE_GTK(void, (_GtkWidget*, int, int, int*, int*), fromBinWindow,
@@ -146,7 +131,8 @@ LATE_GTK(void, (_GtkWidget*, void*, void*, int, float, float), scrollToCell, "gt
 LATE_GTK(void*, (_GtkWidget*), iconModel, "gtk_icon_view_get_model")
 LATE_GTK(int, (_GtkWidget*, void**, void**), iconsInSight, "gtk_icon_view_get_visible_range")
 LATE_GTK(int, (_GtkWidget*, void*), isIconSelected, "gtk_icon_view_path_is_selected")
-LATE(int, (_GtkWidget*, void*, void*, _GtkAllocation*), iconArea, "gtk_icon_view_get_cell_rect", late::GTK3)
+GX_LATE(int, (_GtkWidget*, void*, void*, _GtkAllocation*), iconArea, "gtk_icon_view_get_cell_rect",
+        late::GTK3)
 LATE_GTK(void, (_GtkWidget*, int, int, int*, int*), toIconWindow,
          "gtk_icon_view_convert_widget_to_bin_window_coords")
 LATE_GTK(void*, (_GtkWidget*, int, int), iconAt, "gtk_icon_view_get_path_at_pos")
@@ -171,10 +157,10 @@ LATE_GTK(void, (void*), pathDown, "gtk_tree_path_down")
 LATE_GTK(void, (void*), pathNext, "gtk_tree_path_next")
 LATE_GTK(int, (void*), pathUp, "gtk_tree_path_up")
 LATE_GTK(int, (void*), pathDepth, "gtk_tree_path_get_depth")
-LATE(int, (_GtkWidget*), isRowSelected, "gtk_list_box_row_is_selected", late::GTK3)
-LATE(int, (_GtkWidget*), isChildSelected, "gtk_flow_box_child_is_selected", late::GTK3)
+GX_LATE(int, (_GtkWidget*), isRowSelected, "gtk_list_box_row_is_selected", late::GTK3)
+GX_LATE(int, (_GtkWidget*), isChildSelected, "gtk_flow_box_child_is_selected", late::GTK3)
 
-LATE(void, (_GtkWidget*, _GtkAllocation*), textArea, "gtk_entry_get_text_area", late::GTK3)
+GX_LATE(void, (_GtkWidget*, _GtkAllocation*), textArea, "gtk_entry_get_text_area", late::GTK3)
 LATE_GTK(void*, (_GtkWidget*), completion, "gtk_entry_get_completion")
 LATE_GTK(void, (void*, int), setCompletionPopup, "gtk_entry_completion_set_popup_completion")
 LATE_GTK(int, (_GtkWidget*), chooserAction, "gtk_file_chooser_get_action")
@@ -186,4 +172,3 @@ LATE_GTK(_GtkWidget*, (_GtkWidget*), defaultWidget, "gtk_window_get_default_widg
 } // namespace gtk
 
 #undef LATE_GTK
-#undef LATE
