@@ -22,7 +22,6 @@ import java.nio.file.Path;
 import java.util.List;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.TimeUnit;
-import java.util.function.BooleanSupplier;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
@@ -79,14 +78,6 @@ class ExamplesTest {
         return end;
     }
 
-    private static void waitUntil(BooleanSupplier condition) throws InterruptedException {
-        long end = System.nanoTime() + TimeUnit.SECONDS.toNanos(20);
-        while (!condition.getAsBoolean() && System.nanoTime() < end) {
-            Thread.sleep(10);
-        }
-        assertTrue(condition.getAsBoolean());
-    }
-
     /** Runs one that is a class of tests. */
     private static void test(String name) throws Exception {
         SummaryGeneratingListener listener = new SummaryGeneratingListener();
@@ -114,7 +105,7 @@ class ExamplesTest {
 
     private static void releaseTheButton() {
         try {
-            waitUntil(() -> new NativeMouse().getMouseState() != 0);
+            Within.await(() -> new NativeMouse().getMouseState() != 0);
             NativeKeyMouseEvent.emitLLMouseEvent(new Point(9, 9), 0, 0, 0, 0, NativeKeyMouseEvent.MOUSE_RELEASE);
         } catch (InterruptedException e) {
             throw new IllegalStateException(e);
@@ -128,11 +119,11 @@ class ExamplesTest {
         Process terminal = new ProcessBuilder("xterm", "-T", "A terminal", "-geometry", "100x40+0+0", "-e",
                 "stty -ixon; cat > " + typed).inheritIO().start();
         try {
-            waitUntil(() -> Files.exists(typed) && new NativeTopLevelWindow(0).getOwnedWindows().length == 1);
+            Within.await(() -> Files.exists(typed) && new NativeTopLevelWindow(0).getOwnedWindows().length == 1);
             for (String name : examples.all.keySet()) {
                 if (name.equals("Mailslot")) { // serves until this JVM ends
                     start(name + "Example");
-                    waitUntil(() -> Mailslot.find("Calculator") != null);
+                    Within.await(() -> Mailslot.find("Calculator") != null);
                 } else if (examples.isTest(name)) {
                     test(name);
                 } else if (name.equals("Extension")) {
@@ -141,7 +132,7 @@ class ExamplesTest {
                     run(name);
                 }
             }
-            waitUntil(() -> textOf(typed).matches(
+            Within.await(() -> textOf(typed).matches(
                     "(?s).*Gr\u00fc\u00dfe \\{not a key}.*Gr\u00fc\u00dfe\\W.*Hello\n.*"));
         } finally {
             terminal.destroyForcibly().waitFor();
@@ -167,7 +158,7 @@ class ExamplesTest {
         program.environment().put("GX_EXAMPLES", output.toString());
         try (Application application = Application.start(LaunchOptions.DEFAULTS, program)) {
             assertTrue(application.menuBar().isPresent());
-            waitUntil(() -> textOf(output).contains("done\n"));
+            Within.await(() -> textOf(output).contains("done\n"));
             assertTrue(textOf(output).matches("(?s)3 items\n.*  item 0\n.*java.awt.Rectangle.*\non the GUI thread\ndone\n"),
                     textOf(output));
         }
@@ -187,15 +178,15 @@ class ExamplesTest {
     void theReadmeListsAWindowAndTypesIntoIt() throws Exception {
         Path typed = folder.resolve("typed by the README");
         Process manager = new ProcessBuilder("openbox", "--sm-disable").inheritIO().start();
-        waitUntil(ExamplesTest::isManaged); // a window that is mapped while it starts can stay unmapped
+        Within.await(ExamplesTest::isManaged); // a window that is mapped while it starts can stay unmapped
         Process terminal =
                 new ProcessBuilder("xterm", "-T", "A terminal", "-e", "cat > '" + typed + "'").inheritIO().start();
         try {
-            waitUntil(() -> Files.exists(typed) && isFramed(new NativeTopLevelWindow(0).getOwnedWindows()));
+            Within.await(() -> Files.exists(typed) && isFramed(new NativeTopLevelWindow(0).getOwnedWindows()));
             Process commands = commandsOf("README.md", "javac ").start();
             String output = new String(commands.getInputStream().readAllBytes(), StandardCharsets.UTF_8);
             assertTrue(output.contains("XTerm xterm, \"A terminal\", java.awt.Rectangle["), output);
-            waitUntil(() -> typed.toFile().length() > 0);
+            Within.await(() -> typed.toFile().length() > 0);
             assertEquals("Hello, gxsys!\n", Files.readString(typed));
         } finally {
             terminal.destroyForcibly();
@@ -229,7 +220,7 @@ class ExamplesTest {
     void theLauncherStartsAnUnmodifiedProgram() throws Exception {
         Process nedit = commandsOf("doc/inside-the-application.md", "gxrun ").start();
         try {
-            waitUntil(() -> Stream.of(new NativeTopLevelWindow(0).getOwnedWindows())
+            Within.await(() -> Stream.of(new NativeTopLevelWindow(0).getOwnedWindows())
                     .anyMatch(window -> Windows.caption(window).startsWith("letter.txt")));
         } finally {
             nedit.destroyForcibly().waitFor();

@@ -9,11 +9,9 @@ import com.talvern.test.gx.sys.graphical.NativeWindow;
 import com.talvern.test.gx.ui.NativeTooltipWindow;
 import java.awt.Point;
 import java.awt.Rectangle;
-import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
-import java.util.function.BooleanSupplier;
 import java.util.stream.IntStream;
 import org.junit.jupiter.api.Test;
 
@@ -24,12 +22,6 @@ class FeedbackTest {
 
     private static Rectangle place(Highlighter frame) {
         return new NativeWindow(frame.getHandle()).nativeGetRectangle();
-    }
-
-    private static void await(BooleanSupplier condition) throws InterruptedException {
-        for (long end = System.nanoTime() + Duration.ofSeconds(10).toNanos(); !condition.getAsBoolean(); Thread.sleep(5)) {
-            assertTrue(System.nanoTime() < end, "in time");
-        }
     }
 
     private static List<NativeWindow> shown() {
@@ -80,11 +72,11 @@ class FeedbackTest {
             }
             assertFalse(thread.isAlive());
         });
-        await(() -> place(frame).equals(new Rectangle())); // seen through another connection than the frame's
+        Within.await(() -> place(frame).equals(new Rectangle())); // seen through another connection than the frame's
         Highlighter early = Highlighter.create(BOX, 255, 0, 0, 5, 0, 60_000);
         early.destroy();
         assertEquals(0, early.joinNativeThread());
-        await(() -> place(early).equals(new Rectangle()));
+        Within.await(() -> place(early).equals(new Rectangle()));
     }
 
     @Test
@@ -92,7 +84,7 @@ class FeedbackTest {
         NativeScreen.highlight(null);
         Thread flash = new Thread(() -> NativeScreen.highlight(BOX));
         flash.start();
-        await(() -> NativeWindow.nativeWindowsAtRectangle(new Rectangle(150, 100, 80, 60)).length == 1);
+        Within.await(() -> NativeWindow.nativeWindowsAtRectangle(new Rectangle(150, 100, 80, 60)).length == 1);
         flash.join();
         assertEquals(0, NativeWindow.nativeWindowsAtRectangle(new Rectangle(150, 100, 80, 60)).length);
     }
@@ -103,17 +95,21 @@ class FeedbackTest {
         long tooltip = NativeTooltipWindow.create(0, 0, "Größe", false);
         assertEquals(before, shown());
         assertTrue(NativeTooltipWindow.move(tooltip, 30, 40));
-        await(() -> NativeTooltipWindow.getBounds(tooltip).equals(new Rectangle(30, 40, 33, 50)));
-        await(() -> NativeWindow.nativeWindowsAtRectangle(new Rectangle(30, 40, 50, 33)).length == 1);
+        // getBounds exchanges width and height.
+        Rectangle first = Within.last(() -> NativeTooltipWindow.getBounds(tooltip), box -> NativeWindow
+            .nativeWindowsAtRectangle(new Rectangle(30, 40, box.height, box.width)).length == 1);
+        assertEquals(new Point(30, 40), first.getLocation());
+        assertTrue(first.height > first.width, first::toString);
         assertTrue(NativeTooltipWindow.setText(tooltip, "Größe 2"));
-        await(() -> NativeTooltipWindow.getBounds(tooltip).height == 62);
+        Within.await(() -> NativeTooltipWindow.getBounds(tooltip).height > first.height);
+        Rectangle longer = NativeTooltipWindow.getBounds(tooltip);
         assertTrue(NativeTooltipWindow.setText(tooltip, ""));
         assertTrue(NativeTooltipWindow.setText(tooltip, null));
-        assertEquals(62, NativeTooltipWindow.getBounds(tooltip).height);
+        assertEquals(longer, NativeTooltipWindow.getBounds(tooltip));
         NativeTooltipWindow.hide(tooltip);
-        await(() -> shown().equals(before));
+        Within.await(() -> shown().equals(before));
         NativeTooltipWindow.show(tooltip);
-        await(() -> !shown().equals(before));
+        Within.await(() -> !shown().equals(before));
         NativeTooltipWindow.destroy(tooltip);
         assertEquals(before, shown());
         NativeTooltipWindow.show(tooltip);

@@ -45,13 +45,8 @@ class NativeKeyMouseEventTest {
         }
 
         /** Asks until the text is as expected; the last one is answered. */
-        String textOnce(String expected) throws IOException, InterruptedException {
-            String text = text();
-            for (int i = 0; i < 200 && !text.equals(expected); i++) {
-                Thread.sleep(20);
-                text = text();
-            }
-            return text;
+        String textOnce(String expected) throws Exception {
+            return Within.last(this::text, expected::equals);
         }
 
         @Override
@@ -154,12 +149,7 @@ class NativeKeyMouseEventTest {
             for (Process player : players) {
                 assertEquals(0, player.waitFor());
             }
-            String text = view.text();
-            for (int i = 0; i < 200 && text.length() < length; i++) {
-                Thread.sleep(20);
-                text = view.text();
-            }
-            return text;
+            return Within.last(view::text, text -> text.length() >= length);
         } finally {
             players.forEach(Process::destroyForcibly);
             Files.delete(options);

@@ -1,5 +1,6 @@
 // What a process leaves that is killed while it changes containers.
 #include "ChildProcess.h"
+#include "Seed.h"
 #include "SpyName.h"
 #include "StoreCheck.h"
 
@@ -140,9 +141,7 @@ struct CShared {
 
 TEST(SpyContainerDeathTest, LeavesEachOperationDoneOrNotBegunAndNoBlockLost)
 {
-    const unsigned seed = std::random_device{}();
-    std::printf("seed: %u\n", seed);
-    std::mt19937 random(seed);
+    std::mt19937 random(seed());
     beginStore(Heaps);
     for (int death = 0; death < Deaths && !testing::Test::HasFailure(); ++death) {
         const CShared shared;

@@ -2,6 +2,7 @@
 // in four that share the containers.
 #include "ChildProcess.h"
 #include "IVariantIterator.h"
+#include "Seed.h"
 #include "SpyName.h"
 #include "StoreCheck.h"
 
@@ -17,15 +18,6 @@ constexpr int OperationsOfEachProcess = 10000;
 constexpr int Processes = 4;
 constexpr int BetweenChecks = 1000;
 constexpr UNIQUEID MapTransaction = 6;
-
-unsigned seed()
-{
-    static const unsigned value =
-        getenv("GX_SEED") ? static_cast<unsigned>(atoi(getenv("GX_SEED"))) : std::random_device{}();
-    static const bool printed = std::printf("seed: GX_SEED=%u\n", value) > 0;
-    static_cast<void>(printed);
-    return value;
-}
 
 /// A value of a model: a text, or else a number.
 struct CValue {

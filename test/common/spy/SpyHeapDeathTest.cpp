@@ -1,6 +1,7 @@
 // What a process leaves that is killed inside a change of the heap.
 #include "ChildProcess.h"
 #include "HeapCheck.h"
+#include "Seed.h"
 #include "SpyMemory.h"
 #include "Within.h"
 
@@ -165,7 +166,7 @@ TEST(SpyHeapDeathTest, ReportsDamagedBytesAndNeverLeavesTheHeapOrTheTime)
 {
     constexpr int Rounds = 200;
     setenv("TMP", getenv("HOME"), 1);
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(seed());
     int ended = 0, reported = 0;
     for (int round = 0; round < Rounds && !testing::Test::HasFailure(); ++round) {
         const unsigned seed = random();
@@ -220,7 +221,7 @@ void workForever(unsigned seed)
 TEST(SpyHeapDeathTest, GivesTheLockBackWithinASecondHoweverOftenHoldersAreKilled)
 {
     constexpr int Rounds = 300;
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(seed());
     CSpyHeap& base = *CSpyHeap::getHeap(0);
     std::chrono::steady_clock::duration longest{};
     for (int round = 0; round < Rounds && !testing::Test::HasFailure(); ++round) {

@@ -1,6 +1,7 @@
 // Random sequences of heap operations against a plain model.
 #include "ChildProcess.h"
 #include "HeapCheck.h"
+#include "Seed.h"
 #include "SpyMemory.h"
 
 #include <gtest/gtest.h>
@@ -19,15 +20,6 @@ constexpr int Processes = 4;
 constexpr int ComparedOperations = GX_SANITIZED ? 6000 : 15000;
 constexpr int BetweenDisturbances = 150;
 constexpr int BetweenChecks = 400;
-
-unsigned seed()
-{
-    static const unsigned value =
-        getenv("GX_SEED") ? static_cast<unsigned>(atoi(getenv("GX_SEED"))) : std::random_device{}();
-    static const bool printed = std::printf("seed: GX_SEED=%u\n", value) > 0;
-    static_cast<void>(printed);
-    return value;
-}
 
 /// What a process believes to own: references, and the byte that each block is filled with.
 class CModel {

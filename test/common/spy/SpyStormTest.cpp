@@ -4,6 +4,7 @@
 #include "SpyMap.h"
 #include "SpyMappedPair.h"
 #include "IVariantIterator.h"
+#include "Seed.h"
 #include "SpyName.h"
 
 #include <gtest/gtest.h>
@@ -202,9 +203,7 @@ TEST(SpyStormTest, NeverReadsOrWritesBehindASegmentWhateverOthersWriteMeanwhile)
 {
     constexpr int Rounds = 50;
     setenv("TMP", getenv("HOME"), 1);
-    const unsigned seed =
-        getenv("GX_SEED") ? static_cast<unsigned>(atoi(getenv("GX_SEED"))) : std::random_device{}();
-    std::mt19937 random(seed);
+    std::mt19937 random(seed());
     std::map<int, int> results;
     for (int round = 0; round < Rounds && !testing::Test::HasFailure(); ++round) {
         CStore store(random() % 2 != 0);
@@ -212,7 +211,7 @@ TEST(SpyStormTest, NeverReadsOrWritesBehindASegmentWhateverOthersWriteMeanwhile)
         const int result = resultOf(operations[operation], store, random);
         // An assertion ends the process on purpose: it was about to free somebody else's block.
         EXPECT_TRUE(result == Done || result == Refused || result == Asserted)
-            << strsignal(result) << ": operation " << operation << ", GX_SEED=" << seed;
+            << strsignal(result) << ": operation " << operation << ", GX_SEED=" << seed();
         ++results[result];
         CSpyMemory::free(Transaction);
     }

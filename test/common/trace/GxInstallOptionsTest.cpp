@@ -3,6 +3,7 @@
 #include "FilePlace.h"
 
 #include "ErrorString.h"
+#include "Seed.h"
 #include "TraceHome.h"
 
 #include <gmock/gmock.h>
@@ -70,9 +71,7 @@ TEST(GxInstallOptionsTest, TheFirstExistingPathOfTheEnvironmentHoldsTheOptions)
 
 TEST(HashtableTest, BehavesAsASortedMap)
 {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
+    std::mt19937 random(seed());
     std::map<std::string, std::string> model;
     GxInstallOptions::Properties table;
     for (int step = 0; step < 3000; ++step) {

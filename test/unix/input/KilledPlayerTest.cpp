@@ -1,6 +1,7 @@
 // Players that are killed in the middle of what they play, and players beside each other.
 #include "ChildProcess.h"
 #include "HeldInput.h"
+#include "Seed.h"
 #include "TextProgram.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
@@ -125,7 +126,7 @@ TEST_F(PlayersTest, TheNextOneReleasesWhatAKilledOneHeldAndPutsTheKeyboardsBack)
     const std::string before = keyboards();
     const std::vector<uint32_t> keysBefore = keysOfAllKeyboards(g_display);
     lock(LockMask, 1);
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(seed());
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
         for (int i = 0; i < kills(); ++i) {

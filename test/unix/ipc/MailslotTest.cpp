@@ -1,6 +1,7 @@
 #include "AsciiName.h"
 #include "ChildProcess.h"
 #include "Mailslot.h"
+#include "Seed.h"
 #include "SemaphoreList.h"
 #include "SpyMap.h"
 #include "SpyVector.h"
@@ -239,7 +240,7 @@ TEST_F(MailslotTest, EndsAtSigtermWhileAnotherProcessKeepsTheHeap)
 TEST_F(MailslotTest, EndsAtSigtermWhereverItIs)
 {
     constexpr int Rounds = 40;
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(seed());
     for (int round = 0; round < Rounds; ++round) {
         const bool inMalloc = round % 8 == 0;
         CChildProcess receiver([&](CChildProcess& parent) {

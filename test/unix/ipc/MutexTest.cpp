@@ -2,6 +2,7 @@
 #include "HoldRecords.h"
 #include "Mutex.h"
 #include "NoticePage.h"
+#include "Seed.h"
 #include "SpyMemory.h"
 #include "TraceCapture.h"
 #include "Within.h"
@@ -104,7 +105,7 @@ TEST_F(MutexTest, WaitsWholeSecondsAndTriesOnceBelow)
 TEST_F(MutexTest, IsFreeAgainWithinASecondWhereverItsHolderIsKilled)
 {
     constexpr int Rounds = 300;
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(seed());
     Clock::duration longest{};
     for (int round = 0; round < Rounds; ++round) {
         CChildProcess holder([&](CChildProcess& parent) {

@@ -3,6 +3,7 @@
 #include "HexExample.h"
 #include "Mailslot.h"
 #include "Mutex.h"
+#include "Seed.h"
 #include "SpyMap.h"
 #include "PrivateIpc.h"
 #include "PrivateSession.h"
@@ -426,8 +427,7 @@ TEST(DISABLED_User, WhoseChildrenEndInTheMidstOfTheirWork)
 
 TEST(DISABLED_User, WhoseChildrenAreKilledWhileTheyEnd)
 {
-    const unsigned seed = std::random_device{}();
-    std::mt19937 random(seed);
+    std::mt19937 random(seed());
     for (int round = 0; round < 40; ++round) {
         std::vector<std::unique_ptr<CChildProcess>> users;
         const auto killed = startUser(":one");
@@ -436,7 +436,7 @@ TEST(DISABLED_User, WhoseChildrenAreKilledWhileTheyEnd)
         killed->die();
         users.push_back(startUser(":other"));
         endAll(users);
-        ASSERT_EQ(std::pair(0, 0), objects()) << "round " << round << ", seed " << seed;
+        ASSERT_EQ(std::pair(0, 0), objects()) << "round " << round << ", seed " << seed();
     }
 }
 

@@ -4,10 +4,12 @@
 
 #include "GxGlobals.h"
 #include "TraceCapture.h"
+#include "Within.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <optional>
@@ -82,13 +84,9 @@ public:
     /// The next event of a type that the windows of this client get, within ten seconds.
     std::optional<XEvent> event(int type)
     {
-        for (int i = 0; i < 1000; ++i) {
-            XEvent event;
-            if (XCheckTypedEvent(m_display, type, &event))
-                return event;
-            usleep(10000);
-        }
-        return std::nullopt;
+        XEvent event;
+        const auto hasCome = [&] { return XCheckTypedEvent(m_display, type, &event) != False; };
+        return within(std::chrono::seconds(10), hasCome) ? std::optional(event) : std::nullopt;
     }
 
 private:
