@@ -3,13 +3,13 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
-import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
-import com.talvern.test.gx.engine.Frame;
 import com.talvern.test.gx.engine.ListView;
-import com.talvern.test.gx.engine.OwnDirectory;
-import com.talvern.test.gx.engine.Values;
+import com.talvern.test.gx.protocol.AgentAddress;
+import com.talvern.test.gx.protocol.Frame;
+import com.talvern.test.gx.protocol.OwnDirectory;
+import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
 import java.io.IOException;
 import java.net.StandardProtocolFamily;

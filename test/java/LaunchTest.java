@@ -3,10 +3,10 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
 import com.talvern.test.gx.engine.LaunchOptions;
+import com.talvern.test.gx.protocol.AgentAddress;
 import com.talvern.test.gx.sys.SpyMemory;
 import java.lang.ProcessBuilder.Redirect;
 import java.nio.file.Files;
@@ -85,12 +85,10 @@ class LaunchTest {
             }
             first = start == 2 ? holdings(sockets) : first;
         }
-        long end = System.nanoTime() + TimeUnit.SECONDS.toNanos(20);
-        while (!isNoMore(holdings(sockets), first) && System.nanoTime() < end) {
-            Thread.sleep(10); // the pipes of a process that has ended are closed by a thread of Java's
-        }
-        List<Long> last = holdings(sockets);
-        assertTrue(isNoMore(last, first), last + " after " + first);
+        List<Long> before = first;
+        // The pipes of a process that has ended are closed by a thread of Java's.
+        List<Long> last = Within.last(() -> holdings(sockets), counts -> isNoMore(counts, before));
+        assertTrue(isNoMore(last, before), last + " after " + before);
     }
 
     /** Less there may be: pipes of the second program may have been open still when they were counted. */

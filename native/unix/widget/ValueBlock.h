@@ -1,4 +1,4 @@
-/// Values on their way to Java, in the form of com.talvern.test.gx.engine.Values: a byte for the kind, then
+/// Values on their way to Java, in the form of com.talvern.test.gx.protocol.Values: a byte for the kind, then
 /// the value, the highest byte first.
 #pragma once
 

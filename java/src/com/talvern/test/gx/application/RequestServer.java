@@ -1,14 +1,14 @@
 package com.talvern.test.gx.application;
 
-import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.FileDialogView;
-import com.talvern.test.gx.engine.Frame;
 import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.engine.MenuView;
-import com.talvern.test.gx.engine.Operation;
 import com.talvern.test.gx.engine.RowQuery;
-import com.talvern.test.gx.engine.Values;
 import com.talvern.test.gx.engine.WidgetView;
+import com.talvern.test.gx.protocol.AgentAddress;
+import com.talvern.test.gx.protocol.Frame;
+import com.talvern.test.gx.protocol.Operation;
+import com.talvern.test.gx.protocol.Values;
 import java.awt.Point;
 import java.io.IOException;
 import java.net.StandardProtocolFamily;

@@ -14,7 +14,7 @@ final class WidgetTree {
      * The windows that are on the screen with all that is in them, in one look.
      *
      * @return how many, and as many of {@link com.talvern.test.gx.engine.WidgetView}, in the form of {@link
-     *     com.talvern.test.gx.engine.Values}
+     *     com.talvern.test.gx.protocol.Values}
      */
     static native byte[] windows();
 
@@ -43,7 +43,7 @@ final class WidgetTree {
      * @param first how many are left out
      * @param count how many there are to be
      * @return how many there are, and as many of {@link com.talvern.test.gx.engine.WidgetView.Row}, in the form of {@link
-     *     com.talvern.test.gx.engine.Values}
+     *     com.talvern.test.gx.protocol.Values}
      */
     static native byte[] rows(long id, int first, int count);
 
@@ -61,7 +61,7 @@ final class WidgetTree {
      * The file dialogs that are on the screen.
      *
      * @return how many, and as many of {@link com.talvern.test.gx.engine.FileDialogView}, in the form of {@link
-     *     com.talvern.test.gx.engine.Values}
+     *     com.talvern.test.gx.protocol.Values}
      */
     static native byte[] fileDialogs();
 

@@ -1,6 +1,5 @@
 package com.talvern.test.gx.cli;
 
-import com.talvern.test.gx.engine.AgentAddress;
 import com.talvern.test.gx.engine.AppWindow;
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
@@ -11,6 +10,7 @@ import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Wait;
 import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetView;
+import com.talvern.test.gx.protocol.AgentAddress;
 import com.talvern.test.gx.util.Json;
 import java.io.FileDescriptor;
 import java.io.FileOutputStream;

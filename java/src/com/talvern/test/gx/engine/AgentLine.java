@@ -1,5 +1,7 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.AgentAddress;
+import com.talvern.test.gx.protocol.Frame;
 import java.io.IOException;
 import java.net.StandardProtocolFamily;
 import java.net.UnixDomainSocketAddress;

@@ -1,5 +1,8 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.Frame;
+import com.talvern.test.gx.protocol.Operation;
+import com.talvern.test.gx.protocol.Values;
 import java.awt.Point;
 import java.awt.Rectangle;
 import java.io.IOException;

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
 import java.util.ArrayList;
 import java.util.List;

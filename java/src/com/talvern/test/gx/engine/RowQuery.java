@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.Values;
 import java.util.List;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;

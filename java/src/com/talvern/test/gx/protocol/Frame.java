@@ -1,4 +1,4 @@
-package com.talvern.test.gx.engine;
+package com.talvern.test.gx.protocol;
 
 import java.io.EOFException;
 import java.io.IOException;

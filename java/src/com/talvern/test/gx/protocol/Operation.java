@@ -1,4 +1,4 @@
-package com.talvern.test.gx.engine;
+package com.talvern.test.gx.protocol;
 
 /** What an engine asks an application for, with the values that go with the request and come back. */
 public enum Operation {

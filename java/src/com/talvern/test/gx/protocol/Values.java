@@ -1,4 +1,4 @@
-package com.talvern.test.gx.engine;
+package com.talvern.test.gx.protocol;
 
 import java.awt.Rectangle;
 import java.nio.ByteBuffer;
@@ -22,7 +22,8 @@ public final class Values {
     public static final class MalformedException extends RuntimeException {
         private static final long serialVersionUID = 1L;
 
-        MalformedException(String message) {
+        /** @param message what came instead of a value */
+        public MalformedException(String message) {
             super(message);
         }
     }
