@@ -22,11 +22,11 @@ class GxMenu {
 public:
     /// @param menuHandle  carried along; X11 has no use for it
     GxMenu(long handle, long menuHandle)
-        : handle(static_cast<uint64_t>(handle)), menuHandle(static_cast<uint64_t>(menuHandle))
+        : m_handle(static_cast<uint64_t>(handle)), m_menuHandle(static_cast<uint64_t>(menuHandle))
     {
     }
 
-    bool isNullMenu() const { return handle == 0; }
+    bool isNullMenu() const { return m_handle == 0; }
     int getItemCount() const; ///< -1 when it is not known
     bool isSystemMenu() const { return false; }
     bool isHTMLMenu() const { return false; }
@@ -80,6 +80,6 @@ public:
     static bool hasSeenTo(int mark);
 
 private:
-    uint64_t handle;
-    [[maybe_unused]] uint64_t menuHandle;
+    uint64_t m_handle;
+    [[maybe_unused]] uint64_t m_menuHandle;
 };

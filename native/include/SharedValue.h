@@ -16,7 +16,7 @@ public:
     T load() const { return const_cast<const volatile CShared*>(this)->m_value; }
     /// For readers without the lock that writers hold: the thread sanitizer, which knows the lock, is not to
     /// look.
-    [[gnu::no_sanitize("thread")]] T peek() const
+    __attribute__((no_sanitize("thread"))) T peek() const
     {
         return const_cast<const volatile CShared*>(this)->m_value;
     }

@@ -10,15 +10,15 @@
 class Point {
 public:
     constexpr Point() = default;
-    constexpr Point(int x, int y) : x(x), y(y) {}
-    constexpr int getx() const { return x; }
-    constexpr int gety() const { return y; }
-    constexpr void setx(int value) { x = value; }
-    constexpr void sety(int value) { y = value; }
+    constexpr Point(int x, int y) : m_x(x), m_y(y) {}
+    constexpr int getx() const { return m_x; }
+    constexpr int gety() const { return m_y; }
+    constexpr void setx(int value) { m_x = value; }
+    constexpr void sety(int value) { m_y = value; }
 
 private:
-    int32_t x = 0;
-    int32_t y = 0;
+    int32_t m_x = 0;
+    int32_t m_y = 0;
 };
 
 /// A rectangle in pixels. It covers width + 1 columns and height + 1 rows: both edges belong to it.
@@ -26,17 +26,17 @@ class Rect {
 public:
     constexpr Rect() = default;
     constexpr Rect(int top, int left, int height, int width)
-        : top(top), left(left), height(height), width(width)
+        : m_top(top), m_left(left), m_height(height), m_width(width)
     {
     }
-    constexpr int getTop() const { return top; }
-    constexpr int getLeft() const { return left; }
-    constexpr int getHeight() const { return height; }
-    constexpr int getWidth() const { return width; }
-    constexpr void setTop(int value) { top = value; }
-    constexpr void setLeft(int value) { left = value; }
-    constexpr void setHeight(int value) { height = value; }
-    constexpr void setWidth(int value) { width = value; }
+    constexpr int getTop() const { return m_top; }
+    constexpr int getLeft() const { return m_left; }
+    constexpr int getHeight() const { return m_height; }
+    constexpr int getWidth() const { return m_width; }
+    constexpr void setTop(int value) { m_top = value; }
+    constexpr void setLeft(int value) { m_left = value; }
+    constexpr void setHeight(int value) { m_height = value; }
+    constexpr void setWidth(int value) { m_width = value; }
 
     bool isZero() const; ///< all four fields are 0
     bool pointInRect(const Point& point) const;
@@ -47,13 +47,13 @@ public:
 
 private:
     // In 64 bits: a rectangle that Java made up must not overflow.
-    constexpr int64_t bottom() const { return int64_t{top} + height; }
-    constexpr int64_t right() const { return int64_t{left} + width; }
+    constexpr int64_t bottom() const { return int64_t{m_top} + m_height; }
+    constexpr int64_t right() const { return int64_t{m_left} + m_width; }
 
-    int32_t top = 0;
-    int32_t left = 0;
-    int32_t height = 0;
-    int32_t width = 0;
+    int32_t m_top = 0;
+    int32_t m_left = 0;
+    int32_t m_height = 0;
+    int32_t m_width = 0;
 };
 
 /// One native window and the queries on it; a value, nothing is owned. The handle is an X window id, 0 the

@@ -138,7 +138,7 @@ void CFreeIndex::build(const CSpyHeap& heap)
 try {
     m_walked = 0;
     m_era = CSpyJournal::confirmedEra();
-    auto trees = std::unique_ptr<CTrees>(new CTrees{CFreeTree(heap.size()), CFreeTree(heap.size())});
+    auto trees = std::make_unique<CTrees>(CTrees{CFreeTree(heap.size()), CFreeTree(heap.size())});
     if (!fill(*trees, heap))
         return;
     m_trees = std::move(trees);

@@ -242,7 +242,7 @@ bool isMarkedInHeader(HEAPID id)
 void markInHeader(HEAPID id, bool isMarked)
 {
     CShared<uint8_t>& byte = header().m_marked[id >> 3];
-    const uint8_t bit = static_cast<uint8_t>(1U << (id & 7));
+    const auto bit = static_cast<uint8_t>(1U << (id & 7));
     byte.store(static_cast<uint8_t>(isMarked ? byte.load() | bit : byte.load() & ~bit));
 }
 

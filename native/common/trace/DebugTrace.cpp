@@ -130,7 +130,8 @@ void DebugTrace::readFormat(const char* list)
 
 DebugTrace* DebugTrace::GetTraceObject() noexcept
 {
-    static DebugTrace* const object = new DebugTrace;
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory at the start there is no process
+    static auto* const object = new DebugTrace;
     GxDebug::Initialize();
     return object;
 }

@@ -78,7 +78,7 @@ bool isUnderSudo() noexcept
     return geteuid() == 0 && std::getenv("SUDO_USER");
 }
 
-CFilePlace::CFilePlace(const char* path) noexcept : m_otherwise(AT_FDCWD), m_name(path)
+CFilePlace::CFilePlace(const char* path) noexcept : m_name(path)
 {
     if (isUnderSudo())
         walk(path);

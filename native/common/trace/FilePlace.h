@@ -14,6 +14,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <fcntl.h>
 
 /// A file by the directory that holds it and its name there, for the system calls that take both. Under sudo
 /// the directory is held open, so that nobody can exchange it between two calls. Nothing throws. Any thread.
@@ -38,7 +39,7 @@ private:
     void walk(const char* path) noexcept;
 
     CDescriptor m_directory;
-    int m_otherwise;
+    int m_otherwise = AT_FDCWD;
     int m_error = 0;
     const char* m_name;
     char m_path[PATH_MAX];

@@ -2,11 +2,11 @@
 
 #include "TraceLock.h"
 
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <langinfo.h>
-#include <locale.h>
 #include <pthread.h>
 #include <unistd.h>
 

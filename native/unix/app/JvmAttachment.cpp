@@ -75,6 +75,7 @@ jint create(decltype(JNI_CreateJavaVM)* entry, JavaVM** vm, JNIEnv** env)
 {
     std::vector<std::string> texts = jvmOptions();
     std::vector<JavaVMOption> options;
+    options.reserve(texts.size());
     for (std::string& text : texts)
         options.push_back({text.data(), nullptr});
     JavaVMInitArgs arguments{WantedVersion, static_cast<jint>(options.size()), options.data(), JNI_TRUE};

@@ -42,7 +42,7 @@ std::mutex s_mutex; // guards everything below, and all objects of this unit
 /// The timing threads that nobody has waited for yet. Not destroyed: at exit, threads may still be started.
 union CTimingThreads {
     constexpr CTimingThreads() : list() {}
-    ~CTimingThreads() {}
+    ~CTimingThreads() {} // NOLINT(modernize-use-equals-default): a default one of a union would be none
     std::vector<std::shared_ptr<CHighlighterThread>> list;
 };
 constinit CTimingThreads s_threads;

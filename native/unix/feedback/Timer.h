@@ -21,7 +21,7 @@ public:
 
 private:
     int m_interval;
-    int m_second; ///< only kept
+    [[maybe_unused]] int m_second; ///< only kept
     pid_t m_process;
     pid_t m_thread;
     time_t m_start;

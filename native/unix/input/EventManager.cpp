@@ -154,8 +154,8 @@ CMouseTarget::CMouseTarget(std::optional<Point> point, const CWindow* window, co
 
 MouseEvent::MouseEvent(int64_t time, int kind, int count, CMouseTarget start, CMouseTarget end, int modifiers,
                        int delay, int wheelAmount)
-    : Event(time, kind), m_count(count), m_start(std::move(start)), m_end(std::move(end)),
-      m_modifiers(modifiers), m_delay(delay), m_wheelAmount(wheelAmount)
+    : Event(time, kind), m_count(count), m_start(start), m_end(end), m_modifiers(modifiers), m_delay(delay),
+      m_wheelAmount(wheelAmount)
 {
 }
 

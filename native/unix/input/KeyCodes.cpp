@@ -40,5 +40,5 @@ unsigned long CKeyCodes::keysymOf(unsigned key) const
 bool CKeyCodes::has(unsigned key, unsigned place) const
 {
     return key >= m_map->min_key_code && key <= m_map->max_key_code &&
-           place < unsigned{XkbKeyNumSyms(m_map, key)};
+           place < static_cast<unsigned>(XkbKeyNumSyms(m_map, key));
 }

@@ -26,7 +26,7 @@ constinit thread_local int s_ownRunning = 0; ///< a thread does not wait for its
 /// Never deleted: threads may play while the process ends.
 CPlayback& playback()
 {
-    static CPlayback* const s_only = new CPlayback;
+    static auto* const s_only = new CPlayback;
     return *s_only;
 }
 

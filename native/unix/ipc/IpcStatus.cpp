@@ -50,7 +50,7 @@ CSegmentStatus::CSegmentStatus(int id)
     shmid_ds status;
     if (id == -1 || shmctl(id, IPC_STAT, &status) == -1)
         return;
-    m_rights = status.shm_perm.mode & RightsMask;
+    m_rights = static_cast<int>(status.shm_perm.mode & RightsMask);
     m_size = status.shm_segsz;
     m_attachments = static_cast<long>(status.shm_nattch);
     m_key = status.shm_perm.__key;
@@ -76,7 +76,7 @@ CSemaphoreStatus::CSemaphoreStatus(int id)
     if (id == -1 || semctl(id, 0, IPC_STAT, argument) == -1)
         return;
     m_key = status.sem_perm.__key;
-    m_rights = status.sem_perm.mode & RightsMask;
+    m_rights = static_cast<int>(status.sem_perm.mode & RightsMask);
     m_size = static_cast<int>(status.sem_nsems);
 }
 

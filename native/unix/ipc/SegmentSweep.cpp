@@ -105,7 +105,7 @@ private:
     {
         const size_t length = std::strlen(signature) + 1;
         return m_status.mayBeOurs() && m_status.size() >= length &&
-               look([&](const char* base, size_t) { return std::strncmp(base, signature, length) == 0; });
+               look([&](const char* base, size_t) { return std::memcmp(base, signature, length) == 0; });
     }
     template <class Look> bool look(Look look) const
     {

@@ -38,7 +38,7 @@ bool isFree(const char* name)
 /// for an abandoned one and hand the same keys out again.
 CUnixSharedMemory*& directorySegment()
 {
-    static CUnixSharedMemory* segment = new CUnixSharedMemory;
+    static auto* segment = new CUnixSharedMemory;
     return segment;
 }
 } // namespace

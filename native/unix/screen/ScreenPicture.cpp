@@ -241,7 +241,8 @@ void CScreenPicture::drawPointer(std::span<uint32_t> pixels) const
     for (int y = top; y < top + m_pointer->height; ++y)
         for (int x = left; x < left + m_pointer->width; ++x, ++next)
             if (x >= 0 && x < m_part.width && y >= 0 && y < m_part.height) {
-                uint32_t& pixel = pixels[static_cast<size_t>(y * m_part.width + x)];
+                uint32_t& pixel = pixels[static_cast<size_t>(y) * static_cast<size_t>(m_part.width) +
+                                         static_cast<size_t>(x)];
                 pixel = blended(*next, pixel);
             }
 }

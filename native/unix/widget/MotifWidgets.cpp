@@ -8,6 +8,7 @@
 #include "XtRows.h"
 
 #include <algorithm>
+#include <ranges>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -209,11 +210,11 @@ std::optional<COrigin> placeOfShell(Display* display, Widget shell)
 Widget gadgetAt(Widget widget, int x, int y)
 {
     const std::vector<Widget> children = livingChildren(widget);
-    for (auto child = children.rbegin(); child != children.rend(); ++child) {
-        const CorePart& place = (*child)->core;
-        if (XtIsRectObj(*child) && !XtIsWidget(*child) && XtIsManaged(*child) && x >= place.x &&
-            y >= place.y && x < place.x + place.width && y < place.y + place.height)
-            return *child;
+    for (const Widget child : std::views::reverse(children)) {
+        const CorePart& place = child->core;
+        if (XtIsRectObj(child) && !XtIsWidget(child) && XtIsManaged(child) && x >= place.x && y >= place.y &&
+            x < place.x + place.width && y < place.y + place.height)
+            return child;
     }
     return widget;
 }

@@ -1,5 +1,7 @@
 #include "XtFacts.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include <X11/IntrinsicP.h>
@@ -538,8 +540,11 @@ int readXtTabs(Widget stack, CXtTab* tabs)
 {
     constexpr int step = 4; // pixels
     int count = 0;
-    for (Position y = 0; y < stack->core.height; y = static_cast<Position>(y + step))
-        for (Position x = 0; x < stack->core.width; x = static_cast<Position>(x + step)) {
+    // A place is a short, a size an unsigned one.
+    const auto height = static_cast<Position>(std::min<int>(stack->core.height, SHRT_MAX - step));
+    const auto width = static_cast<Position>(std::min<int>(stack->core.width, SHRT_MAX - step));
+    for (Position y = 0; y < height; y = static_cast<Position>(y + step))
+        for (Position x = 0; x < width; x = static_cast<Position>(x + step)) {
             const Widget page = pageOfXtTab(stack, x, y);
             int at = 0;
             while (at < count && tabs[at].page != page)

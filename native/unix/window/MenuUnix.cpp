@@ -155,27 +155,27 @@ unsigned long CWindow::getMenuParentWindow() const
 
 int GxMenu::getItemCount() const
 {
-    return IMenuToolkit::current().itemCount(handle);
+    return IMenuToolkit::current().itemCount(m_handle);
 }
 
 int GxMenu::getItemText(int index, char* buffer, int size) const
 {
-    return IMenuToolkit::current().itemText(handle, index, buffer, size);
+    return IMenuToolkit::current().itemText(m_handle, index, buffer, size);
 }
 
 void GxMenu::getItemScreenRectangle(int index, Rect* rect) const
 {
     Display* const display = walkDisplay();
-    const auto box = display ? IMenuToolkit::current().itemBox(handle, index) : std::nullopt;
+    const auto box = display ? IMenuToolkit::current().itemBox(m_handle, index) : std::nullopt;
     if (!box)
         return;
-    if (const auto found = box->isZero() ? box : onScreen(display, handle, *box))
+    if (const auto found = box->isZero() ? box : onScreen(display, m_handle, *box))
         *rect = *found;
 }
 
 std::vector<std::string> GxMenu::getWholeItemTexts() const
 {
-    return IMenuToolkit::current().wholeTexts(handle);
+    return IMenuToolkit::current().wholeTexts(m_handle);
 }
 
 GxMenu::View GxMenu::getView() const
@@ -186,9 +186,9 @@ GxMenu::View GxMenu::getView() const
     Display* const display = own ? toolkit.published(own) : nullptr;
     if (!display)
         return view;
-    view.items = toolkit.itemViews(handle);
-    const auto part = toolkit.partOfWindow(handle);
-    CBoxAnswer answer(display, handle);
+    view.items = toolkit.itemViews(m_handle);
+    const auto part = toolkit.partOfWindow(m_handle);
+    CBoxAnswer answer(display, m_handle);
     keepShownSubmenus(display, view.items);
     const CWindowState state = answer.state.take();
     const CPlace place = placeOf(answer.place.take().get());
@@ -202,7 +202,7 @@ GxMenu::View GxMenu::getView() const
 
 int GxMenu::msUntilClickIsTaken() const
 {
-    return walkDisplay() ? IMenuToolkit::current().msUntilClickIsTaken(handle, serverTime) : 0;
+    return walkDisplay() ? IMenuToolkit::current().msUntilClickIsTaken(m_handle, serverTime) : 0;
 }
 
 namespace {
@@ -236,9 +236,9 @@ int GxMenu::getItemAtScreenPoint(const Point& point) const
     const int count = display ? getItemCount() : -1;
     if (count < 1)
         return -1;
-    const CPlace place = placeOf(askPlace(display, handle).take().get());
+    const CPlace place = placeOf(askPlace(display, m_handle).take().get());
     for (int index = 0; place.known && index < count; ++index)
-        if (const auto box = IMenuToolkit::current().itemBox(handle, index);
+        if (const auto box = IMenuToolkit::current().itemBox(m_handle, index);
             box && movedTo(place, *box).pointInRect(point))
             return index;
     return -1;
@@ -250,8 +250,8 @@ void GxMenu::getScreenRectangle(Rect* rect) const
     Display* const display = walkDisplay();
     if (!display)
         return;
-    const auto part = IMenuToolkit::current().partOfWindow(handle);
-    const auto found = part ? onScreen(display, handle, *part) : paneRectangle(display, handle);
+    const auto part = IMenuToolkit::current().partOfWindow(m_handle);
+    const auto found = part ? onScreen(display, m_handle, *part) : paneRectangle(display, m_handle);
     if (found)
         *rect = *found;
 }
@@ -261,7 +261,7 @@ void GxMenu::getItemPopupMenu(int index, unsigned long* submenu, unsigned long*)
     *submenu = 0;
     Display* const display = walkDisplay();
     const IMenuToolkit& toolkit = IMenuToolkit::current();
-    const Window window = display ? toolkit.submenuWindow(handle, index) : 0;
+    const Window window = display ? toolkit.submenuWindow(m_handle, index) : 0;
     if (!window)
         return;
     toolkit.publish();

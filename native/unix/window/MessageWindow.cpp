@@ -29,7 +29,7 @@ struct CPending {
 
 CPending& pending()
 {
-    static CPending* const s_pending = new CPending; // other threads may still send while the process ends
+    static auto* const s_pending = new CPending; // other threads may still send while the process ends
     return *s_pending;
 }
 

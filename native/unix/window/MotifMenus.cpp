@@ -162,9 +162,9 @@ std::vector<Window> CMotifMenus::panesIn(CWindowTree tree) const
     std::vector<Window> panes(windows.size()); // with room for all: nothing may be allocated under the guard
     size_t count = 0;
     auto collect = [&] {
-        for (size_t i = 0; i < windows.size(); ++i)
-            if (isPane(widgetOf(windows[i])))
-                panes[count++] = windows[i];
+        for (const Window window : windows)
+            if (isPane(widgetOf(window)))
+                panes[count++] = window;
         return true;
     };
     panes.resize(gx_app_display && CXtGuard::run(collect) ? count : 0);

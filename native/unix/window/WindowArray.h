@@ -14,6 +14,7 @@ template <class T> int toArray(const std::vector<T>& windows, int max, T** out)
     if (std::ssize(windows) > max)
         return -1;
     std::vector<std::unique_ptr<T>> copies;
+    copies.reserve(windows.size());
     for (const T& window : windows)
         copies.push_back(std::make_unique<T>(window));
     std::transform(copies.begin(), copies.end(), out, [](auto& copy) { return copy.release(); });

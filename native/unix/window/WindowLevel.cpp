@@ -208,6 +208,7 @@ std::vector<CTreeWindow*> CWindowTree::chosen(EOrder order)
 std::vector<Window> windowsOf(const std::vector<CTreeWindow*>& entries)
 {
     std::vector<Window> windows;
+    windows.reserve(entries.size());
     for (const CTreeWindow* entry : entries)
         windows.push_back(entry->window);
     return windows;

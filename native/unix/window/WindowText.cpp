@@ -85,7 +85,7 @@ std::string captionOf(const CAsked& asked, Window window)
     Display* const display = asked.display;
     const auto tree = askTree(display, window).take();
     if (tree && tree->parent == rootOf(display)) {
-        const auto name = fetchWindowName(asked, window);
+        auto name = fetchWindowName(asked, window);
         if (!name.empty())
             return name;
     }

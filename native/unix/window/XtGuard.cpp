@@ -13,6 +13,7 @@ extern "C" XtAppContext _XtDefaultAppContext(void);
 namespace {
 std::jmp_buf s_jumpPoint;
 // libXt declares handlers as functions that do not return, which clang takes for a type of their own.
+// NOLINTNEXTLINE(modernize-use-using): GCC wants the attribute elsewhere in an alias
 typedef void (*Handler)(String, String, String, String, String*, Cardinal*) __attribute__((noreturn));
 Handler s_savedHandler = nullptr;
 
