@@ -81,11 +81,9 @@ inline gboolean refillAgain(gpointer)
 
 inline GtkWidget* s_status;
 
-/// Says when it says it, on the clock of System.nanoTime.
 inline gboolean sayLater(gpointer text)
 {
     gtk_entry_set_text(GTK_ENTRY(s_status), static_cast<char*>(text));
-    say("said", std::to_string(g_get_monotonic_time() * 1000).c_str());
     g_free(text);
     return FALSE;
 }

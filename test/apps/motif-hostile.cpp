@@ -3,7 +3,6 @@
 #include "Asked.h"
 
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -99,13 +98,9 @@ void refillAgain(XtPointer, XtIntervalId*)
 
 Widget s_status;
 
-/// Says when it says it, on the clock of System.nanoTime.
 void sayLater(XtPointer text, XtIntervalId*)
 {
     XmTextFieldSetString(s_status, static_cast<char*>(text));
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    say("said", std::to_string(now.tv_sec * 1'000'000'000 + now.tv_nsec).c_str());
     XtFree(static_cast<char*>(text));
 }
 

@@ -19,6 +19,7 @@ import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
+import java.util.function.Predicate;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Timeout;
@@ -142,6 +143,25 @@ class HostileTest {
             assertEquals(8192, view.text().length());
             assertTrue(view.textCut());
         }
+    }
+
+    /**
+     * Each look leads to a change, and each change to a look; without being told it would be one a second in the end. While
+     * nothing changes that is all there is: no look leads to another.
+     */
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-hostile", "gtk2-hostile", "gtk3-hostile"})
+    void whoWaitsLooksWhenSomethingHasChanged(String program) throws Exception {
+        start(program, 10, 100);
+        int[] looks = new int[1];
+        Predicate<WidgetView> isFortieth = view -> {
+            input.println(looks[0]);
+            return ++looks[0] == 40;
+        };
+        named("status").within(Duration.ofSeconds(25)).await("changed forty times", isFortieth);
+        int[] quiet = new int[1]; // after 20, 60, 140, 300, 620, 1260 and 2260 ms, and at the end
+        assertThrows(WidgetException.NotSo.class, () -> named("list").within(Duration.ofSeconds(3)).await("changed",
+            view -> ++quiet[0] > 12));
     }
 
     @ParameterizedTest

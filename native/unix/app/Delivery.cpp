@@ -53,7 +53,7 @@ extern "C" int gxDeliverRequests()
 {
     if (!mayDeliver())
         return 0;
-    const CLoopChanges::COwn own;
+    const CLoopChanges::COwn own(CLoopChanges::COwn::descriptor);
     const CMessageWindow::CTurn turn;
     // First what empties the wake descriptor: a request stored meanwhile is seen below, a later one wakes
     // anew.

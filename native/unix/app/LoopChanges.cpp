@@ -33,7 +33,7 @@ CCount& count()
 
 // Of the GUI thread.
 constinit bool s_isWatched = false;
-constinit bool s_wasOwn = false;
+constinit int s_ownTurns = 0; ///< so many that end next had something of our own
 constinit bool s_hasChanged = false;
 constinit unsigned long s_requests = 0; ///< how many the program had sent when it was last looked
 
@@ -62,8 +62,9 @@ void onTurn()
     const unsigned long requests = requestsSent();
     const bool changed = std::exchange(s_hasChanged, false) || requests != s_requests;
     s_requests = requests;
-    if (!std::exchange(s_wasOwn, false) || changed)
+    if (s_ownTurns == 0 || changed)
         tell();
+    s_ownTurns = std::max(s_ownTurns - 1, 0);
 }
 
 /// GLib asks before each of its turns whether the source is ready; it never is.
@@ -128,7 +129,9 @@ int64_t CLoopChanges::await(int64_t known, int milliseconds)
     return told.turns;
 }
 
-CLoopChanges::COwn::COwn()
+/// GLib wakes itself once more after each descriptor that it has seen to: it leaves that out of its list
+/// meanwhile. If that turn counted, each look of an engine would lead to the next.
+CLoopChanges::COwn::COwn(Cause cause) : m_turns(cause == descriptor && (isGTK2() || isGTK3()) ? 2 : 1)
 {
     s_hasChanged = s_hasChanged || (s_isWatched && requestsSent() != s_requests);
 }
@@ -138,7 +141,7 @@ CLoopChanges::COwn::~COwn()
     if (!s_isWatched)
         return;
     s_requests = requestsSent();
-    s_wasOwn = true;
+    s_ownTurns = std::max(s_ownTurns, m_turns);
 }
 
 GX_JNI_ANSWER(void, Java_com_talvern_test_gx_application_LoopChanges_watch, CLoopChanges::watch(), jclass)

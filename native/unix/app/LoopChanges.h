@@ -17,9 +17,13 @@ public:
     /// Something of this library's own that runs on the GUI thread, while it lives.
     class COwn {
     public:
-        COwn();
+        enum Cause { timer, descriptor };
+        explicit COwn(Cause cause);
         ~COwn();
         COwn(const COwn&) = delete;
         COwn& operator=(const COwn&) = delete;
+
+    private:
+        int m_turns;
     };
 };

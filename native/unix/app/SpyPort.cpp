@@ -124,7 +124,7 @@ int run_callback(GxCallback callback, long param)
 
 int call_xpending(void*)
 {
-    const CLoopChanges::COwn own;
+    const CLoopChanges::COwn own(CLoopChanges::COwn::timer);
     if (gx_app_display)
         XPending(gx_app_display);
     return 1;

@@ -29,8 +29,8 @@ import java.util.regex.Pattern;
  * instead. A condition is asked again when the X server tells of a change on the screen, at most each 20 milliseconds, and
  * without one after 20, 40, 80, 160, and then each 320: not everything shows. It has to answer without waiting, and what
  * it throws ends the wait. One that takes long is asked less often, so that programs keep half of the time at least. Waits
- * for widgets and windows of an {@link Application} are told by its agent when its GUI thread has done something, and look
- * each second in between.
+ * for widgets and windows of an {@link Application} are told by its agent when its GUI thread has done something, such as
+ * having a text cursor blink, and look each second in between.
  *
  * <p>What waits for windows asks for windows, so that one thread at a time may use it: see {@link NativeWindow}. The other
  * methods are for any thread. An interrupted thread ends its wait with a {@link
