@@ -232,6 +232,28 @@ void addChoices(Widget parent)
     addContextMenu(list);
 }
 
+/// Two shells that no toolkit calls modal, of which the second never shows.
+void addBareShells()
+{
+    for (const char* const name : {"bare", "hidden"})
+        XtVaCreatePopupShell(name, transientShellWidgetClass, s_shell, XmNtitle, name, XmNx, 1000, XmNy, 500,
+                             XmNwidth, 60, XmNheight, 60, nullptr);
+}
+
+/// Has the widget of that name take all presses instead of the last one; any other name ends it.
+void hold(const std::string& name)
+{
+    static Widget s_holder = nullptr;
+    if (s_holder)
+        XtRemoveGrab(s_holder);
+    s_holder = XtNameToWidget(s_shell, ("*" + name).c_str());
+    if (name == "bare")
+        XtPopup(s_holder, XtGrabNone); // Motif gives one that comes later a grab as well, for good
+    if (s_holder)
+        XtAddGrab(s_holder, True, False);
+    say("held by", name.c_str());
+}
+
 void addPage(Widget parent, int count)
 {
     const Widget scrolled = make(
@@ -259,10 +281,11 @@ int main(int argc, char** argv)
     addChoices(box);
     addTabs(box, argc > 2 ? std::atoi(argv[2]) : 300);
     addPage(box, argc > 1 ? std::atoi(argv[1]) : 30);
+    addBareShells();
     XtRealizeWidget(s_shell);
     XtAppAddInput(
         application, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask),
-        [](XtPointer, int*, XtInputId*) { obey(); }, nullptr);
+        [](XtPointer, int*, XtInputId*) { obey(hold); }, nullptr);
     XSync(XtDisplay(s_shell), False);
     say("ready", std::to_string(XtWindow(s_shell)).c_str());
     XtAppMainLoop(application);

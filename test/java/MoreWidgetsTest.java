@@ -7,7 +7,9 @@ import com.talvern.test.gx.engine.AppWindow;
 import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Widget;
+import com.talvern.test.gx.engine.WidgetException;
 import com.talvern.test.gx.engine.WidgetView;
+import java.io.PrintStream;
 import java.time.Duration;
 import java.util.List;
 import java.util.regex.Pattern;
@@ -83,6 +85,28 @@ class MoreWidgetsTest extends ShownProgram {
             return;
         }
         list.await("in another order", view -> view.rows().get(0).cells().get(0).equals("beta"));
+    }
+
+    /** Motif's own dialogs and menus are not all that keeps presses from the rest. */
+    @Test
+    void whatHasAGrabIsNamed() throws Exception {
+        start("motif-shown");
+        PrintStream orders = new PrintStream(application.process().getOutputStream(), true);
+        Widget save = application.button("Save");
+        for (String[] row : new String[][] {{"bare", "dialog \"bare\""}, {"list", "list name \"list\""},
+            {"hidden", "something of the program that does not show, and has a grab,"}}) {
+            orders.println(row[0]);
+            says("held by " + row[0]);
+            String message = assertThrows(WidgetException.Covered.class, () -> save.within(SOON).click()).getMessage();
+            assertTrue(message.contains(", where " + row[1]), message);
+        }
+        orders.println("list");
+        says("held by list");
+        application.list().select("gamma");
+        orders.println("nobody");
+        says("held by nobody");
+        save.click();
+        says("clicked Save");
     }
 
     @ParameterizedTest

@@ -2,6 +2,7 @@
 
 #include "WindowManagerUnix.h"
 #include "XtFacts.h"
+#include "XtGrab.h"
 #include "XtGuard.h"
 #include "XtHold.h"
 #include "XtObjects.h"
@@ -219,46 +220,42 @@ Widget gadgetAt(Widget widget, int x, int y)
     return widget;
 }
 
-bool isIn(Widget widget, Widget around)
+/// What reacts of a widget and those around it: what does not gets no press, whoever else does.
+Widget reactingAround(Widget widget)
 {
-    while (widget && widget != around)
-        widget = XtParent(widget);
-    return widget != nullptr;
-}
-
-Widget shellOf(Widget widget)
-{
-    while (widget && !XtIsShell(widget))
+    while (!XtIsSensitive(widget) && !XtIsShell(widget))
         widget = XtParent(widget);
     return widget;
 }
 
-/// Whether a dialog keeps presses from what is in another shell.
-bool isModalFor(Widget dialog, Widget shell)
+bool isReached(Widget widget)
 {
-    const std::vector<Widget> boxes =
-        isOfKind(dialog, "XmDialogShell") ? livingChildren(dialog) : std::vector<Widget>();
-    int modality = 0;
-    if (!boxes.empty())
-        guarded([&] { modality = modalityOf(boxes.front()); });
-    return modality == 2 || (modality == 1 && isIn(dialog, shell));
+    bool isReached = false;
+    if (XtIsWidget(widget) && XtIsRealized(widget))
+        guarded([&] { isReached = getsPresses(reactingAround(widget)); });
+    return isReached;
 }
 
-/// Whether a menu is open that a press elsewhere would only close.
-bool isOpenMenu(Display* display, Widget shell)
+/// The first of some widgets, and those in them, that shows and gets presses; null for none. A pane stands for
+/// the shell that it shares with other menus.
+Widget firstReached(Display* display, const std::vector<Widget>& widgets)
 {
-    return isOfKind(shell, "XmMenuShell") && placeOfShell(display, shell);
-}
-
-/// The dialog or menu that keeps presses from a widget; null when none does.
-Widget shellBefore(Display* display, Widget widget)
-{
-    const Widget own = shellOf(widget);
-    const bool isInMenu = isOfKind(own, "XmMenuShell");
-    for (const Widget shell : allShells())
-        if (!isIn(widget, shell) && (isModalFor(shell, own) || (!isInMenu && isOpenMenu(display, shell))))
-            return shell;
+    for (const Widget each : widgets) {
+        if (!isOfKind(each, "XmMenuShell") && isReached(each) && stateOf(display, XtWindow(each)).viewable)
+            return each;
+        if (const Widget inside = firstReached(display, livingChildren(each)))
+            return inside;
+    }
     return nullptr;
+}
+
+/// A widget and those that it lies in.
+std::vector<unsigned long> withThoseAround(Widget widget)
+{
+    std::vector<unsigned long> chain;
+    for (; widget; widget = XtIsShell(widget) ? nullptr : XtParent(widget))
+        chain.push_back(reinterpret_cast<unsigned long>(widget));
+    return chain;
 }
 
 /// A widget by its address, looked for among all there are; null when it has gone.
@@ -378,13 +375,14 @@ std::vector<unsigned long> CMotifWidgets::at(const Point& point) const
     const CPlace place = widget ? placeOf(askPlace(display, window).take().get()) : CPlace();
     if (!place.known)
         return {};
-    const Widget taker = shellBefore(display, widget);
-    std::vector<unsigned long> chain;
-    if (const unsigned long tab = taker ? 0 : tabAt(display, widget, point))
-        chain.push_back(tab);
-    for (Widget each = taker ? taker : gadgetAt(widget, point.getx() - place.x, point.gety() - place.y); each;
-         each = XtParent(each))
-        chain.push_back(reinterpret_cast<unsigned long>(each));
+    if (!isReached(widget)) {
+        const Widget taker = firstReached(display, allShells());
+        return taker ? withThoseAround(taker) : std::vector<unsigned long>{nobodysId};
+    }
+    std::vector<unsigned long> chain =
+        withThoseAround(gadgetAt(widget, point.getx() - place.x, point.gety() - place.y));
+    if (const unsigned long tab = tabAt(display, widget, point))
+        chain.insert(chain.begin(), tab);
     return chain;
 }
 

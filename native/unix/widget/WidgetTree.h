@@ -73,6 +73,9 @@ struct CTreeLimits {
     static constexpr size_t allTexts = 8 << 20; ///< of all texts of an answer
 };
 
+/// Of no widget: something that does not show.
+constexpr unsigned long nobodysId = 0;
+
 /// One implementation a toolkit. GUI thread only, within `hold`. What a toolkit cannot tell stays at its
 /// default, and a widget of an unknown class is what the nearest known class above it is.
 class IWidgetToolkit {
@@ -87,7 +90,8 @@ public:
     virtual std::vector<CWidgetNode> windows() const = 0;
     /// The widget that a press of the pointer would go to, and those that it lies in, from the innermost:
     /// their CWidgetNode::id. When a modal dialog or a menu takes the press away from what lies there, it
-    /// begins with that one. Empty when the point shows no widget of this process.
+    /// begins with that one, or is `nobodysId` alone when that does not show. Empty when the point shows no
+    /// widget of this process.
     virtual std::vector<unsigned long> at(const Point& point) const = 0;
     /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; one that has
     /// gone is let pass @return whether anything scrolls around it

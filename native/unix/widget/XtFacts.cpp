@@ -7,7 +7,6 @@
 #include <X11/IntrinsicP.h>
 
 #include <X11/CoreP.h>
-#include <Xm/BulletinB.h>
 #include <Xm/ComboBox.h>
 #include <Xm/Container.h>
 #include <Xm/DropDown.h>
@@ -496,17 +495,6 @@ bool isOfKind(Widget widget, const char* className)
         if (std::strcmp(each->core_class.class_name, className) == 0)
             return true;
     return false;
-}
-
-int modalityOf(Widget box)
-{
-    if (!isOfKind(box, "XmBulletinBoard") || !XtIsManaged(box))
-        return 0;
-    unsigned char style = XmDIALOG_MODELESS;
-    XtVaGetValues(box, XmNdialogStyle, &style, nullptr);
-    if (style == XmDIALOG_MODELESS)
-        return 0;
-    return style == XmDIALOG_PRIMARY_APPLICATION_MODAL ? 1 : 2;
 }
 
 void showXtItem(Widget list, int index)

@@ -109,5 +109,3 @@ void setXtFile(Widget box, const char* text);
 
 /// Whether the widget is of a class of that name or of one derived from it.
 bool isOfKind(Widget widget, const char* className);
-/// The box of a dialog that takes all presses while it is managed: 0 none, 1 those of its ancestors, 2 all.
-int modalityOf(Widget box);

@@ -24,7 +24,7 @@ final class WidgetTree {
      * @param x of a point on the screen
      * @param y of the point
      * @return the ids of the widget and of those that it lies in, from the innermost; those of a modal dialog or a menu
-     *     that takes the press away; empty when the point shows nothing of this application
+     *     that takes the press away, 0 for one that does not show; empty when the point shows nothing of this application
      */
     static native long[] at(int x, int y);
 

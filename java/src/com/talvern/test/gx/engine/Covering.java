@@ -7,11 +7,16 @@ import java.util.Optional;
 
 /** Says what lies at a point instead of what was looked for there. */
 final class Covering {
+    /** Stands for what takes presses and does not show. */
+    private static final long NOBODYS = 0;
 
     private Covering() {}
 
     /** @param there ids of the application's widgets at the point, from the innermost */
     static String describe(Point point, List<Long> there, WidgetView tree) {
+        if (there.contains(NOBODYS)) {
+            return "something of the program that does not show, and has a grab,";
+        }
         Optional<WidgetView> known = there.stream()
             .flatMap(id -> tree.all().filter(view -> view.id() == id)).findFirst();
         return known.map(WidgetView::line).orElseGet(() -> foreign(point));

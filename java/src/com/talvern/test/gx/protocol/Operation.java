@@ -29,7 +29,10 @@ public enum Operation {
     AWAIT_CHANGE,
     /** Answers the number of windows and as many of {@link WidgetView}. */
     WIDGETS,
-    /** X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. */
+    /**
+     * X and y of a point on the screen; answers the number of widgets there, from the innermost, and their ids. Where a
+     * dialog, a menu or another grab keeps presses from there, it is what takes them, 0 when that does not show.
+     */
     WIDGETS_AT,
     /** Id of a widget that is to be scrolled into view; answers a truth value, whether anything scrolls around it. */
     REVEAL,
