@@ -151,8 +151,10 @@ public:
     void* model() const { return m_model; }
     const std::vector<void*>& columns() const { return m_columns; }
     CWidgetRow read(CRowWalk& walk);
+    std::vector<std::string> readTexts(CRowWalk& walk);
 
 private:
+    CWidgetCell readCell(CRowWalk& walk, void* column);
     Rect placeOf(void* path, void* column);
 
     _GtkWidget* m_view;
@@ -175,30 +177,45 @@ Rect CTreeRows::placeOf(void* path, void* column)
                                                                seen.getHeight()});
 }
 
+CWidgetCell CTreeRows::readCell(CRowWalk& walk, void* column)
+{
+    gtk::setCellData(column, m_model, walk.row(), gtk::hasRowsBelow(m_model, walk.row()), walk.isExpanded());
+    return contentOf(column);
+}
+
+std::vector<std::string> CTreeRows::readTexts(CRowWalk& walk)
+{
+    std::vector<std::string> texts;
+    for (void* const column : m_columns)
+        texts.push_back(readCell(walk, column).text);
+    return texts;
+}
+
 CWidgetRow CTreeRows::read(CRowWalk& walk)
 {
     CWidgetRow row;
     row.path = takenText(gtk::pathText(walk.path()));
     row.selected = gtk::isPathSelected(gtk::treeSelection(m_view), walk.path()) != 0;
     for (void* const column : m_columns) {
-        gtk::setCellData(column, m_model, walk.row(), gtk::hasRowsBelow(m_model, walk.row()),
-                         walk.isExpanded());
-        CWidgetCell& cell = row.cells.emplace_back(contentOf(column));
+        CWidgetCell& cell = row.cells.emplace_back(readCell(walk, column));
         cell.box = placeOf(walk.path(), column);
         row.box = joined(row.box, cell.box);
     }
     return row;
 }
 
-std::vector<CWidgetRow> rowsOfTree(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+/// What `read` finds at each of some rows of a tree view.
+template <class Row>
+std::vector<Row> rowsOfTree(_GtkWidget* view, size_t first, size_t count, Row (CTreeRows::*read)(CRowWalk&))
 {
+    CGdkPlaces places;
     CTreeRows reader(view, places);
-    std::vector<CWidgetRow> rows;
+    std::vector<Row> rows;
     if (!reader.model())
         return rows;
     CRowWalk walk(view, reader.model(), first, isListOnly(reader.model()));
     for (; rows.size() < count && walk.isAtRow(); walk.next())
-        rows.push_back(reader.read(walk));
+        rows.push_back((reader.*read)(walk));
     return rows;
 }
 
@@ -314,8 +331,9 @@ long firstIconInSight(_GtkWidget* view)
     return std::atol(takenText(gtk::pathText(first)).c_str());
 }
 
-std::vector<CWidgetRow> rowsOfIcons(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+std::vector<CWidgetRow> rowsOfIcons(_GtkWidget* view, size_t first, size_t count)
 {
+    CGdkPlaces places;
     CIconRows reader(view, places);
     std::vector<CWidgetRow> rows;
     for (CWidgetRow row; rows.size() < count && reader.read(static_cast<long>(first + rows.size()), row);
@@ -374,13 +392,23 @@ void readIconView(_GtkWidget* view, CGdkPlaces& places, CWidgetNode& node)
     }
 }
 
-std::vector<CWidgetRow> rowsOf(_GtkWidget* view, CGdkPlaces& places, size_t first, size_t count)
+std::vector<CWidgetRow> rowsOf(_GtkWidget* view, size_t first, size_t count)
 {
     if (isA(view, "GtkTreeView"))
-        return rowsOfTree(view, places, first, count);
+        return rowsOfTree(view, first, count, &CTreeRows::read);
     if (isA(view, "GtkIconView"))
-        return rowsOfIcons(view, places, first, count);
+        return rowsOfIcons(view, first, count);
     return {};
+}
+
+std::vector<std::vector<std::string>> textsOf(_GtkWidget* view, size_t first, size_t count)
+{
+    if (isA(view, "GtkTreeView"))
+        return rowsOfTree(view, first, count, &CTreeRows::readTexts);
+    std::vector<std::vector<std::string>> texts;
+    for (CWidgetRow& icon : rowsOf(view, first, count))
+        texts.push_back({std::move(icon.cells.front().text)});
+    return texts;
 }
 
 bool scrollToRow(_GtkWidget* view, const std::string& path, int column, _GtkAllocation& place)

@@ -501,6 +501,7 @@ public:
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;
     std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
+    std::vector<std::vector<std::string>> texts(unsigned long id, size_t first, size_t count) const override;
     bool revealRow(unsigned long id, const std::string& path, int column) const override;
     std::vector<CFileDialog> fileDialogs() const override { return gtkFileDialogs(); }
     void setFile(unsigned long window, const CJString& file) const override { setGtkFile(window, file); }
@@ -552,9 +553,14 @@ bool CGtkWidgets::reveal(unsigned long id) const
 
 std::vector<CWidgetRow> CGtkWidgets::rows(unsigned long id, size_t first, size_t count) const
 {
-    CGdkPlaces places;
     _GtkWidget* const widget = widgetOf(id);
-    return widget ? rowsOf(widget, places, first, count) : std::vector<CWidgetRow>();
+    return widget ? rowsOf(widget, first, count) : std::vector<CWidgetRow>();
+}
+
+std::vector<std::vector<std::string>> CGtkWidgets::texts(unsigned long id, size_t first, size_t count) const
+{
+    _GtkWidget* const widget = widgetOf(id);
+    return widget ? textsOf(widget, first, count) : std::vector<std::vector<std::string>>();
 }
 
 bool CGtkWidgets::revealRow(unsigned long id, const std::string& path, int column) const

@@ -339,6 +339,7 @@ public:
     std::vector<unsigned long> at(const Point& point) const override;
     bool reveal(unsigned long id) const override;
     std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
+    std::vector<std::vector<std::string>> texts(unsigned long id, size_t first, size_t count) const override;
     bool revealRow(unsigned long id, const std::string& path, int column) const override;
     std::vector<CFileDialog> fileDialogs() const override;
     void setFile(unsigned long window, const CJString& file) const override;
@@ -404,6 +405,13 @@ std::vector<CWidgetRow> CMotifWidgets::rows(unsigned long id, size_t first, size
     const Widget widget = display ? findIn(allShells(), id) : nullptr;
     return widget && XtIsRealized(widget) ? xtRowsOf(widget, boxOnScreen(display, widget), first, count)
                                           : std::vector<CWidgetRow>();
+}
+
+std::vector<std::vector<std::string>> CMotifWidgets::texts(unsigned long id, size_t first, size_t count) const
+{
+    const Widget widget = findIn(allShells(), id);
+    return widget && XtIsRealized(widget) ? xtTextsOf(widget, first, count)
+                                          : std::vector<std::vector<std::string>>();
 }
 
 bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int) const

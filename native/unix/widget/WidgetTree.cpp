@@ -23,6 +23,7 @@ public:
 
     void write(const std::vector<CWidgetRow>& rows);
     void write(const std::vector<CFileDialog>& dialogs);
+    void write(const std::vector<std::vector<std::string>>& rows);
 
 private:
     void write(const CWidgetNode& node);
@@ -68,6 +69,13 @@ void CTreeWriter::write(const std::vector<CFileDialog>& dialogs)
         m_out.add(dialog.ready);
         m_out.add(dialog.enabled);
     }
+}
+
+void CTreeWriter::write(const std::vector<std::vector<std::string>>& rows)
+{
+    m_out.add(static_cast<int64_t>(rows.size()));
+    for (const std::vector<std::string>& cells : rows)
+        writeTexts(cells);
 }
 
 void CTreeWriter::writeRows(const CWidgetNode& node)
@@ -160,16 +168,30 @@ GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_windows, jcla
     });
 }
 
+namespace {
+/// What a question about some rows of a widget answers.
+template <class Question>
+jbyteArray writtenRows(JNIEnv* env, Question question, jlong id, jint first, jint count)
+{
+    return written(env, asked([=](const IWidgetToolkit& toolkit) {
+                       return (toolkit.*question)(static_cast<unsigned long>(id),
+                                                  static_cast<size_t>(std::max(first, 0)),
+                                                  static_cast<size_t>(std::max(count, 0)));
+                   }));
+}
+} // namespace
+
 GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_rows, jclass, jlong id, jint first,
        jint count)
 {
-    return jniEntry(env, __func__, [&] {
-        return written(env, asked([=](const IWidgetToolkit& toolkit) {
-                           return toolkit.rows(static_cast<unsigned long>(id),
-                                               static_cast<size_t>(std::max(first, 0)),
-                                               static_cast<size_t>(std::max(count, 0)));
-                       }));
-    });
+    return jniEntry(env, __func__, [&] { return writtenRows(env, &IWidgetToolkit::rows, id, first, count); });
+}
+
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_texts, jclass, jlong id, jint first,
+       jint count)
+{
+    return jniEntry(env, __func__,
+                    [&] { return writtenRows(env, &IWidgetToolkit::texts, id, first, count); });
 }
 
 GX_JNI(jboolean, Java_com_talvern_test_gx_application_WidgetTree_revealRow, jclass, jlong id, jstring path,

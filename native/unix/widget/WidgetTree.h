@@ -100,6 +100,9 @@ public:
     /// none. @param first  how many are left out @return `count` unless there are fewer; empty for what has
     /// no rows
     virtual std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const = 0;
+    /// What the cells of rows say, as `rows` tells it, and nothing else: a tenth of the work.
+    virtual std::vector<std::vector<std::string>> texts(unsigned long id, size_t first,
+                                                        size_t count) const = 0;
     /// Scrolls a cell into view, and the list around it. @param column  one that shows, from 0
     /// @return whether there is such a row
     virtual bool revealRow(unsigned long id, const std::string& path, int column) const = 0;

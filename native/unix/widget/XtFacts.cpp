@@ -398,6 +398,16 @@ void readXtItem(Widget list, int index, CXtItem& item)
     XmListPosToBounds(list, index + 1, &item.x, &item.y, &item.width, &item.height);
 }
 
+int readXtTexts(Widget list, int first, int count, char** texts)
+{
+    XmStringTable items = nullptr;
+    int all = 0, read = 0;
+    XtVaGetValues(list, XmNitems, &items, XmNitemCount, &all, nullptr);
+    for (; items && read < count && first + read < all; ++read)
+        texts[read] = unparsed(items[first + read]);
+    return read;
+}
+
 namespace {
 const XmI18ListPart& columnsOf(Widget list)
 {

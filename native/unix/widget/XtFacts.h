@@ -41,6 +41,9 @@ struct CXtItem {
     Dimension height = 0;
 };
 void readXtItem(Widget list, int index, CXtItem& item);
+/// What items of a list box say, from `first` on.
+/// @param texts  has room for `count`; the caller frees each by XtFree @return how many there are
+int readXtTexts(Widget list, int first, int count, char** texts);
 /// Scrolls an item of a list box into sight.
 void showXtItem(Widget list, int index);
 

@@ -27,9 +27,21 @@ public:
     virtual CRange inSight() const = 0;
     virtual bool isInSight(size_t) const { return true; } ///< of the range
     virtual CWidgetRow row(size_t index) const = 0;       ///< with boxes of no size when it is out of sight
+    virtual std::vector<std::vector<std::string>> texts(size_t first, size_t count) const;
     virtual std::vector<std::string> columns() const { return {}; }
     virtual Widget show(const std::string& path) const = 0;
 };
+
+std::vector<std::vector<std::string>> IXtRows::texts(size_t first, size_t count) const
+{
+    std::vector<std::vector<std::string>> texts;
+    for (size_t index = first; texts.size() < count && index < this->count(); ++index) {
+        auto& cells = texts.emplace_back();
+        for (CWidgetCell& cell : row(index).cells)
+            cells.push_back(std::move(cell.text));
+    }
+    return texts;
+}
 
 CRange rangeOf(int first, int visible, int count)
 {
@@ -52,6 +64,7 @@ public:
     size_t count() const override { return static_cast<size_t>(m_facts.count); }
     CRange inSight() const override { return rangeOf(m_facts.first, m_facts.visible, m_facts.count); }
     CWidgetRow row(size_t index) const override;
+    std::vector<std::vector<std::string>> texts(size_t first, size_t count) const override;
     Widget show(const std::string& path) const override
     {
         guarded([&] { showXtItem(m_list, std::atoi(path.c_str())); });
@@ -72,6 +85,19 @@ CWidgetRow CListRows::row(size_t index) const
                          ? Rect(m_box.getTop() + item.y, m_box.getLeft() + item.x, item.height, item.width)
                          : Rect();
     return {std::to_string(index), item.selected, box, {{taken(item.text), std::nullopt, box}}};
+}
+
+std::vector<std::vector<std::string>> CListRows::texts(size_t first, size_t count) const
+{
+    std::vector<char*> read(std::min(count, this->count() - std::min(first, this->count())));
+    int known = 0;
+    guarded([&] {
+        known = readXtTexts(m_list, static_cast<int>(first), static_cast<int>(read.size()), read.data());
+    });
+    std::vector<std::vector<std::string>> texts;
+    for (int index = 0; index < known; ++index)
+        texts.push_back({taken(read[static_cast<size_t>(index)])});
+    return texts;
 }
 
 /// An XmI18List, which is what the rows of an XmMultiList are in.
@@ -324,6 +350,12 @@ std::vector<CWidgetRow> xtRowsOf(Widget list, const Rect& box, size_t first, siz
     for (size_t index = first; all && rows.size() < count && index < all->count(); ++index)
         rows.push_back(all->row(index));
     return rows;
+}
+
+std::vector<std::vector<std::string>> xtTextsOf(Widget list, size_t first, size_t count)
+{
+    const std::unique_ptr<IXtRows> rows = rowsIn(list, {});
+    return rows ? rows->texts(first, count) : std::vector<std::vector<std::string>>();
 }
 
 Widget showXtRow(Widget list, const std::string& path)

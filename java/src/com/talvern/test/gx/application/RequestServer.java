@@ -34,6 +34,8 @@ import java.util.concurrent.locks.LockSupport;
 import java.util.function.BiConsumer;
 import java.util.function.Consumer;
 import java.util.function.Function;
+import java.util.function.Predicate;
+import java.util.stream.IntStream;
 
 /**
  * Answers the engine's questions about this application's widgets: takes them at a socket that only its own user and
@@ -232,22 +234,39 @@ public final class RequestServer implements ApplicationService {
         };
     }
 
-    /** Looks through all rows, with time for the application between so many of them. */
+    /** Looks through what all rows say, with time for the application between so many of them, and reads those found. */
     private static void findRows(GuiThread gui, Values question, Values answer, long end) throws Exception {
         long id = question.nextLong();
         RowQuery query = RowQuery.read(question);
         question.end();
+        Predicate<List<String>> isNear = query.nearness();
         List<WidgetView.Row> found = new ArrayList<>();
-        List<WidgetView.Row> part;
         int first = 0;
+        int count;
         do {
             int from = first;
-            byte[] block = onGuiThread(gui, () -> WidgetTree.rows(id, from, ROWS_AT_ONCE), end);
-            part = WidgetView.Row.readAll(Values.of(ByteBuffer.wrap(block)));
-            part.stream().filter(query::isNear).limit(MOST_FOUND).forEach(found::add);
-            first += part.size();
-        } while (part.size() == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
+            List<List<String>> texts = textsOf(onGuiThread(gui, () -> WidgetTree.texts(id, from, ROWS_AT_ONCE), end));
+            int[] near = IntStream.range(0, texts.size()).filter(row -> isNear.test(texts.get(row))).toArray();
+            if (near.length > 0) {
+                int least = near[0];
+                int reach = near[near.length - 1] - least + 1;
+                byte[] rows = onGuiThread(gui, () -> WidgetTree.rows(id, from + least, reach), end);
+                WidgetView.Row.readAll(Values.of(ByteBuffer.wrap(rows))).stream()
+                    .filter(row -> isNear.test(row.cells())).limit(MOST_FOUND).forEach(found::add);
+            }
+            count = texts.size();
+            first += count;
+        } while (count == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
         all(query.pick(found), WidgetView.Row::write).accept(answer);
+    }
+
+    private static List<List<String>> textsOf(byte[] block) {
+        Values in = Values.of(ByteBuffer.wrap(block));
+        List<List<String>> rows = new ArrayList<>();
+        for (int left = in.nextCount(); left > 0; --left) {
+            rows.add(WidgetView.texts(in));
+        }
+        return rows;
     }
 
     /** The GUI thread is asked for this once, when somebody waits for the first time. */

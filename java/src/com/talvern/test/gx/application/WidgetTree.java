@@ -48,6 +48,17 @@ final class WidgetTree {
     static native byte[] rows(long id, int first, int count);
 
     /**
+     * What the cells of rows say, as {@link #rows} tells it, and nothing else: enough to find one.
+     *
+     * @param id of the widget; one that has gone has none
+     * @param first how many are left out
+     * @param count how many there are to be
+     * @return how many there are, and for each how many cells it has and what these say, null for nothing, in the form of
+     *     {@link com.talvern.test.gx.engine.Values}
+     */
+    static native byte[] texts(long id, int first, int count);
+
+    /**
      * Scrolls a cell into sight.
      *
      * @param id of the widget

@@ -23,6 +23,9 @@ import java.util.stream.Stream;
  * found only when nothing that shows is.
  */
 public final class Query {
+    private static final Pattern MARKS = Pattern.compile("_(?=\\S)");
+    private static final Pattern END = Pattern.compile("\\s*(:|\\.\\.\\.|\u2026)$");
+    private static final Pattern BLANKS = Pattern.compile("\\s+");
     private static final Query NONE_YET = new Query(List.of(), "", null, null);
     /** Texts of these are what a user has put there; they are called by what stands beside them. */
     private static final Set<Role> CALLED_BY_LABEL = EnumSet.of(Role.TEXT_FIELD, Role.TEXT_AREA, Role.SPIN_BUTTON,
@@ -211,17 +214,38 @@ public final class Query {
 
     /** What says exactly that, by the first of the names by which any does; else what nearly does. */
     private static Step tiers(String wanted, List<Function<WidgetView, String>> names) {
-        String loose = loose(wanted);
+        Predicate<String> nearly = nearly(wanted);
         return candidates -> names.stream().flatMap(name -> Stream.<Predicate<WidgetView>>of(
                 view -> name.apply(view).equals(wanted),
-                view -> !loose.isEmpty() && loose(name.apply(view)).equals(loose)))
+                view -> nearly.test(name.apply(view))))
             .map(asked -> candidates.stream().filter(asked).toList())
             .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
     }
 
     /** Without what people leave out when they read a text aloud. */
     static String loose(String text) {
-        return text.strip().replaceAll("_(?=\\S)", "").replaceFirst("\\s*(:|\\.\\.\\.|\u2026)$", "").replaceAll("\\s+", " ");
+        String unmarked = MARKS.matcher(text.strip()).replaceAll("");
+        return BLANKS.matcher(END.matcher(unmarked).replaceFirst("")).replaceAll(" ");
+    }
+
+    /** What says that, exactly or but for what is left out by {@link #loose}. */
+    static Predicate<String> nearly(String wanted) {
+        String loose = loose(wanted);
+        return text -> text.equals(wanted)
+            || !loose.isEmpty() && mayBecome(loose, text) && loose(text).equals(loose);
+    }
+
+    /** Leaving out changes no order. To see that it cannot help is quick, and most of many rows are other ones. */
+    private static boolean mayBecome(String loose, String text) {
+        int found = 0;
+        for (int at = 0; at < text.length() && found < loose.length(); ++at) {
+            char here = text.charAt(at);
+            char next = loose.charAt(found);
+            if (here == next || next == ' ' && Character.isWhitespace(here)) {
+                ++found;
+            }
+        }
+        return found == loose.length();
     }
 
     /** @return what matches in a widget, in the order of the tree */

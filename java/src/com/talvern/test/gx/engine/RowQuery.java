@@ -2,6 +2,7 @@ package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.protocol.Values;
 import java.util.List;
+import java.util.function.Predicate;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
@@ -29,7 +30,8 @@ public record RowQuery(String text, Pattern pattern) {
      */
     public List<WidgetView.Row> pick(List<WidgetView.Row> rows) {
         List<WidgetView.Row> exact = rows.stream().filter(this::isExact).toList();
-        return exact.isEmpty() ? rows.stream().filter(this::isNear).toList() : exact;
+        Predicate<List<String>> isNear = nearness();
+        return exact.isEmpty() ? rows.stream().filter(row -> isNear.test(row.cells())).toList() : exact;
     }
 
     private boolean isExact(WidgetView.Row row) {
@@ -38,14 +40,13 @@ public record RowQuery(String text, Pattern pattern) {
     }
 
     /**
-     * Whether a row may be one of those asked for.
+     * Tells rows that may be asked for from those that are not, whatever other rows say.
      *
-     * @param row any
-     * @return false when it is none, whatever other rows say
+     * @return takes what the cells of a row say
      */
-    public boolean isNear(WidgetView.Row row) {
-        return isExact(row) || pattern == null && !Query.loose(text).isEmpty()
-            && row.cells().stream().anyMatch(cell -> Query.loose(cell).equals(Query.loose(text)));
+    public Predicate<List<String>> nearness() {
+        Predicate<String> isNear = pattern == null ? Query.nearly(text) : cell -> Query.matches(pattern, cell);
+        return cells -> cells.stream().anyMatch(isNear);
     }
 
     void write(Values out) {

@@ -205,7 +205,13 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         return text == null ? "" : text;
     }
 
-    private static List<String> texts(Values in) {
+    /**
+     * Takes texts from another process.
+     *
+     * @param in has how many, and as many, null for none
+     * @return the texts
+     */
+    public static List<String> texts(Values in) {
         List<String> texts = new ArrayList<>();
         for (int left = in.nextCount(); left > 0; --left) {
             texts.add(text(in));
