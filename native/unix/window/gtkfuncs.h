@@ -45,9 +45,9 @@ inline constexpr const char* GOBJECT = "libgobject-2.0.so.0";
 } // namespace late
 
 /// One line a function: result, arguments, name here, symbol, libraries of which the first that is loaded has
-/// it.
+/// it. Kept in the library also where only tests call it.
 #define GX_LATE(Result, Arguments, name, symbol, ...)                                                        \
-    inline constinit CLateFunction<Result Arguments> name{symbol, __VA_ARGS__};
+    [[gnu::used]] inline constinit CLateFunction<Result Arguments> name{symbol, __VA_ARGS__};
 
 GX_LATE(void, (_GList*), _g_list_free, "g_list_free", late::GLIB)
 GX_LATE(unsigned, (_GList*), _g_list_length, "g_list_length", late::GLIB)
@@ -92,8 +92,8 @@ GX_LATE(unsigned long, (), _gtk_check_menu_item_get_type, "gtk_check_menu_item_g
 GX_LATE(int, (_GtkWidget*), _gtk_check_menu_item_get_active, "gtk_check_menu_item_get_active", late::GTK2,
         late::GTK3)
 /// Under GTK 3 the type of combo boxes
-inline constinit CLateFunction<unsigned long()> _gtk_combo_get_type{{late::GTK2, "gtk_combo_get_type"},
-                                                                    {late::GTK3, "gtk_combo_box_get_type"}};
+[[gnu::used]] inline constinit CLateFunction<unsigned long()> _gtk_combo_get_type{
+    {late::GTK2, "gtk_combo_get_type"}, {late::GTK3, "gtk_combo_box_get_type"}};
 /// The caller frees the list
 GX_LATE(_GList*, (_GtkContainer*), _gtk_container_get_children, "gtk_container_get_children", late::GTK2,
         late::GTK3)
