@@ -87,6 +87,16 @@ class MoreWidgetsTest extends ShownProgram {
         list.await("in another order", view -> view.rows().get(0).cells().get(0).equals("beta"));
     }
 
+    @Test
+    void whatReachesBeyondTheScreenIsPressedWhereItShows() throws Exception {
+        start("motif-shown", "-geometry", "+1210+0");
+        application.field("Name").setText("Berta");
+        application.field("Name").awaitText("Berta");
+        String message = assertThrows(WidgetException.NotReady.class, () -> application.toggle("Green").within(SOON).click())
+            .getMessage();
+        assertTrue(message.contains("it is out of sight"), message);
+    }
+
     /** Motif's own dialogs and menus are not all that keeps presses from the rest. */
     @Test
     void whatHasAGrabIsNamed() throws Exception {

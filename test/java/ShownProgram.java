@@ -13,9 +13,10 @@ abstract class ShownProgram {
     Application application;
     BufferedReader output;
 
-    void start(String program) throws Exception {
-        application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program)
-            .redirectError(Redirect.INHERIT), Duration.ofSeconds(60));
+    void start(String program, String... arguments) throws Exception {
+        ProcessBuilder command = new ProcessBuilder(arguments).redirectError(Redirect.INHERIT);
+        command.command().add(0, System.getProperty("gx.apps") + "/" + program);
+        application = Application.start(command, Duration.ofSeconds(60));
         application.setPatience(Duration.ofSeconds(20));
         output = application.process().inputReader(StandardCharsets.UTF_8);
         assertTrue(output.readLine().startsWith("ready"));

@@ -1,7 +1,9 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
+import java.awt.Rectangle;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.List;
@@ -543,7 +545,7 @@ public final class Widget implements WidgetScope {
         if (!view.enabled()) {
             return notReady(view, "is disabled", "do first what has the program enable it");
         }
-        if (view.seen() == null) {
+        if (onScreen(view).isEmpty()) {
             reveal(view);
             return notReady(view, "is out of sight", SCROLL);
         }
@@ -558,8 +560,16 @@ public final class Widget implements WidgetScope {
         }
     }
 
+    /** A window may reach beyond the screen. */
+    private static Rectangle onScreen(WidgetView view) {
+        Rectangle seen = view.seen();
+        return seen == null ? new Rectangle()
+            : seen.intersection(NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle());
+    }
+
     private Outcome<Point> uncovered(WidgetView view, WidgetView tree) {
-        Point middle = new Point((int) view.seen().getCenterX(), (int) view.seen().getCenterY());
+        Rectangle seen = onScreen(view);
+        Point middle = new Point((int) seen.getCenterX(), (int) seen.getCenterY());
         List<Long> there = application.widgetsAt(middle);
         return there.contains(view.id()) ? Outcome.of(middle) : Outcome.failed(() -> new WidgetException.Covered(
             complaint("it cannot be pressed" + Pointer.at(middle) + ", where " + Covering.describe(middle, there, tree)
