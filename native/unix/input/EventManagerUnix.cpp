@@ -5,6 +5,7 @@
 #include "GxGlobals.h"
 #include "GxInstallOptions.h"
 #include "HeldInput.h"
+#include "InputServer.h"
 #include "RunningInput.h"
 #include "inputkeyunix.h"
 #include "processkey.h"
@@ -32,12 +33,6 @@ constexpr KeyAndBit heldKeys[] = {{XK_Shift_L, MouseEvent::WithShift},
 unsigned long delayOf(int milliseconds)
 {
     return CRunningInput::mustStop() ? 0 : static_cast<unsigned long>(std::max(milliseconds, 0));
-}
-
-bool xTestThere()
-{
-    int event, error, major, minor;
-    return walkDisplay() && XTestQueryExtension(g_display, &event, &error, &major, &minor);
 }
 
 /// The status of an event: nobody knows what became of it where the server has gone meanwhile.
@@ -96,16 +91,6 @@ void moveTo(int x, int y)
     awaitDelay(g_delayMouseMove);
 }
 
-/// Where the pointer is on the root window of the default screen.
-Point pointer()
-{
-    Window root, child;
-    int x = 0, y = 0, windowX, windowY;
-    unsigned state;
-    XQueryPointer(g_display, DefaultRootWindow(g_display), &root, &child, &x, &y, &windowX, &windowY, &state);
-    return {x, y};
-}
-
 /// One step of an interpolated move: up by the step, down by one pixel more. Nothing is clamped: the walk
 /// runs past the target and comes back, and since the two lengths have no common factor it always ends there.
 /// Applications under test have seen exactly these motions, which is what recorded expectations rest on.
@@ -135,7 +120,7 @@ void InterpolateMove(const Point& to, bool single, int pause)
 {
     CRunningInput::pause(pause);
     if (!single) {
-        interpolate(pointer(), to);
+        interpolate(pointerOf(g_display).m_place, to);
         return;
     }
     moveTo(to.getx(), to.gety());
@@ -253,7 +238,7 @@ void MouseEvent::emit()
     if (!enterMutex("event_sync_init() in MouseEvent::emit returned False!", false))
         return;
     const CRunningInput running;
-    if (!running.mayBegin() || !xTestThere())
+    if (!running.mayBegin() || !hasXTest(walkDisplay()))
         return endWith(PlaybackNoXTest);
     const CPlayedInput played;
     Point start;
@@ -342,7 +327,7 @@ void KeyEvent::emit()
         return;
     const CRunningInput running;
     CTracer::debugTrace("In KeyEvent::emit kind is %d", m_kind);
-    if (!running.mayBegin() || !xTestThere())
+    if (!running.mayBegin() || !hasXTest(walkDisplay()))
         return endWith(PlaybackNoXTest);
     const CPlayedInput played;
     CTracer::debugTrace("Window checks hwnd=0x%x top_hwnd=0x%x", static_cast<unsigned>(m_window.getHandle()),

@@ -1,6 +1,7 @@
 #include "Keyboard.h"
 
 #include "HeldInput.h"
+#include "InputServer.h"
 #include "InputStatus.h"
 #include "Keyboards.h"
 #include "RunningInput.h"
@@ -14,7 +15,6 @@
 
 #include "XErrors.h"
 #include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
 
 constinit thread_local int g_keyboard_status = InputSupported;
 
@@ -22,19 +22,13 @@ bool Keyboard::isKeyDown(int keysym)
 {
     Display* const display = walkDisplay();
     const KeyCode key = CKeyCodes(display).of(static_cast<unsigned>(keysym));
-    if (key == 0)
-        return false;
-    char down[32] = {};
-    XQueryKeymap(display, down);
-    return down[key / 8] >> (key % 8) & 1;
+    return key != 0 && CKeysDown(display).has(key);
 }
 
 void Keyboard::setModifierKeys(unsigned wanted)
 {
     const CRunningInput running;
-    int event, error, major, minor;
-    Display* const display = running.mayBegin() ? walkDisplay() : nullptr;
-    if (!display || !XTestQueryExtension(display, &event, &error, &major, &minor))
+    if (!running.mayBegin() || !hasXTest(walkDisplay()))
         return;
     const CPlayedInput played;
     CServerStrokes strokes;

@@ -2,6 +2,7 @@
 
 #include "GxGlobals.h"
 #include "HeldInput.h"
+#include "InputServer.h"
 #include "InputStatus.h"
 #include "RunningInput.h"
 
@@ -11,7 +12,6 @@
 #include "XErrors.h"
 #include <X11/Xlib.h>
 #include <X11/cursorfont.h>
-#include <X11/extensions/XTest.h>
 
 namespace {
 constexpr unsigned capturedEvents = ButtonPressMask | ButtonReleaseMask | PointerMotionMask;
@@ -19,31 +19,6 @@ static_assert(XC_hand2 == 60 && capturedEvents == 0x4C);
 /// Another thread's round trip may take an event off the connection and leave it in the queue, which poll
 /// cannot see; and the end of the capture must be noticed.
 constexpr int pollMs = 20;
-
-/// What the X server says of the pointer; nothing without a server, or when the pointer is on another screen.
-struct CPointerState {
-    Point m_point;
-    unsigned m_buttons;
-};
-std::optional<CPointerState> queryPointer()
-{
-    Display* const display = walkDisplay();
-    Window root, child;
-    int x, y, windowX, windowY;
-    unsigned state;
-    if (!display || !XQueryPointer(display, DefaultRootWindow(display), &root, &child, &x, &y, &windowX,
-                                   &windowY, &state))
-        return std::nullopt;
-    return CPointerState{Point(x, y), state};
-}
-
-/// Asked before anything is faked: Xlib would write to standard error that the extension is missing, or that a
-/// server which goes at that moment lacks it.
-bool hasXTest(Display* display)
-{
-    int event, error, major, minor;
-    return XTestQueryExtension(display, &event, &error, &major, &minor);
-}
 
 void fakeLeftButton(Display* display, bool press)
 {
@@ -144,14 +119,14 @@ Mouse& Mouse::get()
 
 std::optional<Point> Mouse::getCursorPos()
 {
-    const auto state = queryPointer();
-    return state ? std::optional(state->m_point) : std::nullopt;
+    const CPointerState pointer = pointerOf(walkDisplay());
+    return pointer.m_isOnScreen ? std::optional(pointer.m_place) : std::nullopt;
 }
 
 int Mouse::getMouseState()
 {
-    const auto state = queryPointer();
-    const unsigned buttons = state ? state->m_buttons : 0;
+    const CPointerState pointer = pointerOf(walkDisplay());
+    const unsigned buttons = pointer.m_isOnScreen ? pointer.m_state : 0;
     return (buttons & Button1Mask ? 1 : 0) | (buttons & Button2Mask ? 2 : 0) |
            (buttons & Button3Mask ? 4 : 0);
 }
@@ -183,7 +158,7 @@ bool Mouse::capture(const CWindow&, GX_MOUSE_CURSOR)
     const CRunningInput running;
     const std::lock_guard guard(m_changing);
     Display* const display = walkDisplay();
-    if (m_captured || !running.mayBegin() || !display || !hasXTest(display))
+    if (m_captured || !running.mayBegin() || !hasXTest(display))
         return false;
     const CPlayedInput played;
     s_grabCursor = XCreateFontCursor(display, XC_hand2);

@@ -4,6 +4,7 @@
 #include "GxAssert.h"
 #include "GxGlobals.h"
 #include "HotKeyCounter.h"
+#include "InputServer.h"
 #include "KeyCodes.h"
 #include "ProcessEnd.h"
 
@@ -259,9 +260,7 @@ void Player::noticeRelease()
     Display* const display = usableDisplay();
     if (m_typed.m_code == 0 || !display)
         return;
-    char down[32] = {};
-    XQueryKeymap(display, down);
-    if (!(down[m_typed.m_code / 8] >> (m_typed.m_code % 8) & 1) && XEventsQueued(display, QueuedAlready) == 0)
+    if (!CKeysDown(display).has(m_typed.m_code) && XEventsQueued(display, QueuedAlready) == 0)
         m_typed = {};
 }
 

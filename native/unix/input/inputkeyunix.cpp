@@ -6,6 +6,7 @@
 #include "HotKeyCounter.h"
 #include "GxGlobals.h"
 #include "HeldInput.h"
+#include "InputServer.h"
 #include "KeyReceiver.h"
 #include "OwnDisplay.h"
 #include "RunningInput.h"
@@ -153,16 +154,6 @@ void sendKey(KeyCode key, bool press, int delayMs)
         return;
     fakeKey(key, press, static_cast<unsigned long>(delayMs));
     XSync(g_display, False);
-}
-
-/// Modifier keys and buttons that the server reports.
-unsigned pointerState()
-{
-    Window root, child;
-    int x, y;
-    unsigned state = 0;
-    XQueryPointer(g_display, DefaultRootWindow(g_display), &root, &child, &x, &y, &x, &y, &state);
-    return state;
 }
 
 /// The modifier bit that Num Lock sets; 0 when it is on no modifier.
@@ -383,7 +374,7 @@ CServerStrokes::~CServerStrokes() = default;
 
 CLockState CServerStrokes::locks()
 {
-    return locksIn(pointerState());
+    return locksIn(pointerOf(g_display).m_state);
 }
 
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
@@ -404,11 +395,10 @@ bool CServerStrokes::typeUnicode(char32_t character)
 
 unsigned CServerStrokes::modifiersDown()
 {
-    char keys[32] = {};
-    XQueryKeymap(g_display, keys);
+    const CKeysDown down(g_display);
     const auto held = [&](unsigned long keysym, KeyModifier bit) {
         const KeyCode key = m_keys.of(keysym);
-        return key != 0 && (keys[key / 8] >> (key % 8) & 1) ? unsigned{bit} : 0U;
+        return key != 0 && down.has(key) ? unsigned{bit} : 0U;
     };
     return held(XK_Shift_L, ShiftHeld) | held(XK_Control_L, ControlHeld) | held(XK_Alt_L, AltHeld);
 }
