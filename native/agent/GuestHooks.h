@@ -11,8 +11,8 @@
 ///   process stays.
 #pragma once
 
+#include <clocale>
 #include <csignal>
-#include <locale.h>
 
 /// Marks the calling thread as the one that makes the JVM, while it lives. Puts the thread's locale back.
 class CGuest {

@@ -3,7 +3,6 @@
 
 #include <clocale>
 #include <langinfo.h>
-#include <locale.h>
 
 namespace {
 constinit CRealFunction<char*(int, const char*)> s_setlocale{"setlocale"};

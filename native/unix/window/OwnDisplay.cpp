@@ -26,7 +26,7 @@ namespace {
 /// process ends.
 union COwn {
     constexpr COwn() : list() {}
-    ~COwn() {}
+    ~COwn() {} // NOLINT(modernize-use-equals-default): a default one of a union would be none
     std::vector<Display*> list;
 };
 constinit std::mutex s_mutex; ///< guards what follows; nothing is asked of Xlib while it is held
