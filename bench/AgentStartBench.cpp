@@ -2,7 +2,7 @@
 // others until their first window is up. The JVM comes after that, when the main loop has nothing better to
 // do.
 #include "Compare.h"
-#include "Program.h"
+#include "session/Program.h"
 
 #include <stdexcept>
 #include <string>

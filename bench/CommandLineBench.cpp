@@ -2,7 +2,7 @@
 // thrown away. Loading what gx is linked with, and opening its connections, is told apart: that is all that
 // `gx --version` takes.
 #include "Compare.h"
-#include "Program.h"
+#include "session/Program.h"
 
 #include <fcntl.h>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 // Starting a program beside posix_spawn.
 #include "Compare.h"
-#include "OperatingSystem.h"
-#include "ProcessStart.h"
+#include "unix/process/OperatingSystem.h"
+#include "unix/process/ProcessStart.h"
 
 #include <csignal>
 #include <spawn.h>

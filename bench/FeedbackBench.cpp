@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "HighlighterUnix.h"
+#include "unix/feedback/HighlighterUnix.h"
 
 #include <X11/Xutil.h>
 #include <X11/extensions/shape.h>

@@ -1,6 +1,6 @@
 // Log lines against what any writer of whole lines has to do: open for appending, lock, write, close.
 #include "Compare.h"
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Loading the library, each time in a new process, against loading its dependencies alone. The library also
 // opens its connection to the X server then, which the second figure allows for.
 #include "Compare.h"
-#include "Program.h"
+#include "session/Program.h"
 
 #include <cstdlib>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 // A request and its reply between two processes, through a mailslot and by two bare semaphores.
-#include "AsciiName.h"
 #include "Compare.h"
-#include "Mailslot.h"
+#include "common/spy/AsciiName.h"
+#include "unix/ipc/Mailslot.h"
 
 #include <csignal>
 #include <cstdlib>

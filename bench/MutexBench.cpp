@@ -1,6 +1,6 @@
 // The heap mutex beside the semaphore operations that it cannot do without.
 #include "Compare.h"
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 // Processor time of a player that waits for the hot keys, against a bare loop over a connection of its own
 // that looks for events every millisecond, each for as long as the other.
 #include "Compare.h"
-#include "Player.h"
+#include "unix/input/Player.h"
 
 #include <ctime>
 #include <thread>

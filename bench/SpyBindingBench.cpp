@@ -1,9 +1,9 @@
 // What Java pays for a spy map: a loop over the same keys of the same map, run by the JVM and by C++. On both
 // sides each call takes the heap mutex, reads the header, works and writes the header back.
 #include "Compare.h"
-#include "JniDataTypes.h"
 #include "Jvm.h"
-#include "SpyMap.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/spy/SpyMap.h"
 
 #include <cstdlib>
 #include <iostream>

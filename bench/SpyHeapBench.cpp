@@ -1,7 +1,7 @@
 // What an allocation costs beside the lock that every shared heap needs: the peer is malloc under the same
 // pair of semaphore operations.
 #include "Compare.h"
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
 
 #include <cstdlib>
 #include <cstring>

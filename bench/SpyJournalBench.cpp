@@ -1,11 +1,11 @@
 // Changes of spy memory with the journal beside the same without, and how long it takes to undo what a dead
 // process left.
-#include "AsciiName.h"
 #include "Compare.h"
-#include "Mailslot.h"
-#include "SharedMemory.h"
-#include "SpyMappedPair.h"
-#include "SpyMap.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMappedPair.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/sysv/SharedMemory.h"
 
 #include <csignal>
 #include <deque>

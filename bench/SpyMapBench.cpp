@@ -1,8 +1,8 @@
 // The map of spy memory against a Boost.Interprocess map in a managed shared segment, both under the heap
 // mutex; and reading a large block through its reference.
 #include "Compare.h"
-#include "JniDataTypes.h"
-#include "SpyMap.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/spy/SpyMap.h"
 
 #include <boost/interprocess/allocators/allocator.hpp>
 #include <boost/interprocess/containers/map.hpp>

@@ -3,9 +3,9 @@
 // bare requests for each and the client's word that it has read the key.
 #include "ChildProcess.h"
 #include "Compare.h"
-#include "EventManager.h"
-#include "GxGlobals.h"
-#include "processkey.h"
+#include "include/GxGlobals.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/processkey.h"
 
 #include <cstdlib>
 #include <string>

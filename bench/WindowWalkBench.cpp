@@ -6,7 +6,7 @@
 // has server, window manager and searches on the same, processors:2 has the searches on one of their own.
 #include "Compare.h"
 #include "PlainSearch.h"
-#include "Program.h"
+#include "session/Program.h"
 
 #include <map>
 #include <memory>
@@ -14,8 +14,8 @@
 #include <sched.h>
 #include <thread>
 
-#include "GxGlobals.h"
-#include "WindowManagerUnix.h"
+#include "include/GxGlobals.h"
+#include "unix/window/WindowManagerUnix.h"
 
 #include <X11/Xutil.h>
 

@@ -1,4 +1,4 @@
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
 #include <benchmark/benchmark.h>
 

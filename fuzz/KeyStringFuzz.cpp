@@ -1,7 +1,7 @@
 // Key strings come from test scripts: whatever stands in them, they end, with a result of the list.
 #include "../test/unix/input/RecordingSink.h"
-#include "GxAssert.h"
-#include "processkey.h"
+#include "common/trace/GxAssert.h"
+#include "unix/input/processkey.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Feeds every file of the given directories to the fuzz target, in a private session: inputs that once broke a
 // parser stay in the ordinary test run.
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
 #include <cstdint>
 #include <cstdio>

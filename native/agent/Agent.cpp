@@ -1,11 +1,11 @@
-#include "Agent.h"
+#include "agent/Agent.h"
 
-#include "Environment.h"
-#include "GuestHooks.h"
-#include "JavaMachine.h"
-#include "JavaThread.h"
-#include "Say.h"
-#include "ThreadStack.h"
+#include "agent/Environment.h"
+#include "agent/GuestHooks.h"
+#include "agent/JavaMachine.h"
+#include "agent/JavaThread.h"
+#include "agent/Say.h"
+#include "include/ThreadStack.h"
 
 #include <atomic>
 #include <cstdio>

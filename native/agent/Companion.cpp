@@ -1,4 +1,4 @@
-#include "Companion.h"
+#include "agent/Companion.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "Environment.h"
+#include "agent/Environment.h"
 
 #include <cstdio>
 #include <cstdlib>

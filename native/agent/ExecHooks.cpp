@@ -1,9 +1,9 @@
 // The ways to replace a process by another program; see CEnvironment::exec. What the C library starts
 // children with is another matter: a child has nothing to inherit but the environment that the program sees.
 // See SpawnHooks.cpp for programs with other rights; the shell of system and popen has those of its caller.
-#include "Environment.h"
-#include "OtherRights.h"
-#include "RealFunction.h"
+#include "agent/Environment.h"
+#include "agent/OtherRights.h"
+#include "agent/RealFunction.h"
 
 #include <cstdarg>
 #include <unistd.h>

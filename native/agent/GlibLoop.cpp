@@ -1,7 +1,7 @@
-#include "MainLoop.h"
+#include "agent/MainLoop.h"
 
-#include "Agent.h"
-#include "RealFunction.h"
+#include "agent/Agent.h"
+#include "agent/RealFunction.h"
 
 #include <atomic>
 

@@ -1,9 +1,9 @@
-#include "JavaMachine.h"
+#include "agent/JavaMachine.h"
 
-#include "ClassPath.h"
-#include "Environment.h"
-#include "GuestHooks.h"
-#include "Say.h"
+#include "agent/Environment.h"
+#include "agent/GuestHooks.h"
+#include "agent/Say.h"
+#include "include/ClassPath.h"
 
 #include <climits>
 #include <cstdlib>

@@ -1,9 +1,9 @@
-#include "JavaThread.h"
+#include "agent/JavaThread.h"
 
-#include "Environment.h"
-#include "GuestHooks.h"
-#include "JavaMachine.h"
-#include "Say.h"
+#include "agent/Environment.h"
+#include "agent/GuestHooks.h"
+#include "agent/JavaMachine.h"
+#include "agent/Say.h"
 
 #include <atomic>
 #include <cstdlib>

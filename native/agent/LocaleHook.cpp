@@ -1,5 +1,5 @@
-#include "GuestHooks.h"
-#include "RealFunction.h"
+#include "agent/GuestHooks.h"
+#include "agent/RealFunction.h"
 
 #include <clocale>
 #include <langinfo.h>

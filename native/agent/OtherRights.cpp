@@ -1,4 +1,4 @@
-#include "OtherRights.h"
+#include "agent/OtherRights.h"
 
 #include <climits>
 #include <cstdio>

@@ -1,6 +1,6 @@
-#include "ProgramFile.h"
+#include "agent/ProgramFile.h"
 
-#include "OtherRights.h"
+#include "agent/OtherRights.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "GuestHooks.h"
+#include "agent/GuestHooks.h"
 
-#include "RealFunction.h"
+#include "agent/RealFunction.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,8 +1,8 @@
 // The C library's way to start a child without fork: where the children are followed, it must not hand the
 // launcher's variables to programs with other rights.
-#include "Environment.h"
-#include "OtherRights.h"
-#include "RealFunction.h"
+#include "agent/Environment.h"
+#include "agent/OtherRights.h"
+#include "agent/RealFunction.h"
 
 #include <spawn.h>
 

@@ -8,10 +8,10 @@
 //
 // Error handlers belong to the process. The one of libgxsys.so is given the errors of the displays that
 // libgxsys.so has opened, and no others; the program sets, reads and gets its own as if it were alone.
-#include "Agent.h"
-#include "Environment.h"
-#include "MainLoop.h"
-#include "RealFunction.h"
+#include "agent/Agent.h"
+#include "agent/Environment.h"
+#include "agent/MainLoop.h"
+#include "agent/RealFunction.h"
 
 #include <atomic>
 #include <cstring>

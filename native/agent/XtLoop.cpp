@@ -1,8 +1,8 @@
-#include "MainLoop.h"
+#include "agent/MainLoop.h"
 
-#include "Agent.h"
-#include "Environment.h"
-#include "RealFunction.h"
+#include "agent/Agent.h"
+#include "agent/Environment.h"
+#include "agent/RealFunction.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,7 +1,7 @@
 // gxrun [options] PROGRAM [ARGUMENT ...]: becomes PROGRAM, with the agent preloaded.
-#include "Companion.h"
-#include "Environment.h"
-#include "ProgramFile.h"
+#include "agent/Companion.h"
+#include "agent/Environment.h"
+#include "agent/ProgramFile.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 /// A program that works on the demo's map from C++, found by its name. Started as `gx-demo-peer NAME`; takes
 /// the orders that demo/JavaPeer.java describes from its input, one a line, and answers each with a line.
-#include "AsciiName.h"
-#include "SpyMap.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
 
 #include <cstdio>
 #include <iostream>

@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "gx/CommandLine.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,7 @@
 /// One call of gx, read by the table of subcommands, and how it fails.
 #pragma once
 
-#include "Table.h"
+#include "gx/Table.h"
 
 #include <map>
 #include <stdexcept>

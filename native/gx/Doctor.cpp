@@ -1,14 +1,14 @@
 // gx doctor: looks at one thing after the other and tells.
-#include "Doctor.h"
+#include "gx/Doctor.h"
 
-#include "CommandLine.h"
-#include "Commands.h"
-#include "Json.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/Json.h"
 
 #include <cstdio>
 #include <vector>
 
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 
 namespace {
 enum class EState { Fine, NotLookedAt, Disturbs, Stops };

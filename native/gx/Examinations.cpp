@@ -1,10 +1,10 @@
 // What the rows of gx doctor look at.
-#include "Doctor.h"
-#include "JavaProgram.h"
-#include "PrivateIpc.h"
-#include "ServerComplaint.h"
-#include "StoreLeavings.h"
-#include "WindowOwner.h"
+#include "gx/Doctor.h"
+#include "gx/JavaProgram.h"
+#include "gx/StoreLeavings.h"
+#include "session/PrivateIpc.h"
+#include "unix/window/ServerComplaint.h"
+#include "unix/window/WindowOwner.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -19,10 +19,10 @@
 #include <unistd.h>
 #include <vector>
 
-#include "IpcStatus.h"
-#include "Keyboards.h"
-#include "ScopedX.h"
-#include "XErrors.h"
+#include "include/ScopedX.h"
+#include "unix/input/Keyboards.h"
+#include "unix/sysv/IpcStatus.h"
+#include "unix/window/XErrors.h"
 #include <X11/XKBlib.h>
 #include <X11/keysym.h>
 

@@ -1,19 +1,19 @@
 // gx click, type, keys.
-#include "CodeSet.h"
-#include "CommandLine.h"
-#include "Commands.h"
-#include "EventManager.h"
-#include "KeyReceiver.h"
-#include "Keyboard.h"
-#include "Seen.h"
-#include "StrokeSink.h"
-#include "processkey.h"
+#include "common/jni/CodeSet.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/Seen.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/KeyReceiver.h"
+#include "unix/input/Keyboard.h"
+#include "unix/input/StrokeSink.h"
+#include "unix/input/processkey.h"
 
 #include <algorithm>
 #include <cstring>
 #include <set>
 
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 
 namespace {
 /// Plays nothing: a key string that is faulty somewhere is not to be typed up to there. Notes which keys it

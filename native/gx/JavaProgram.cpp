@@ -1,6 +1,6 @@
-#include "JavaProgram.h"
+#include "gx/JavaProgram.h"
 
-#include "ProgramFile.h"
+#include "agent/ProgramFile.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,6 +1,6 @@
-#include "Json.h"
+#include "gx/Json.h"
 
-#include "CodeSet.h"
+#include "common/jni/CodeSet.h"
 
 #include <cstdio>
 

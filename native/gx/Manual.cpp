@@ -1,4 +1,4 @@
-#include "Manual.h"
+#include "gx/Manual.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 /// The table of subcommands as texts.
 #pragma once
 
-#include "Table.h"
+#include "gx/Table.h"
 
 #include <string>
 

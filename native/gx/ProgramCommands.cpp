@@ -1,11 +1,11 @@
 // gx run, session, help, and what is asked of the engine: tree, menu, click --text, inspect.
-#include "CommandLine.h"
-#include "Commands.h"
-#include "JavaProgram.h"
-#include "Manual.h"
-#include "Program.h"
-#include "ProgramFile.h"
-#include "Seen.h"
+#include "agent/ProgramFile.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/JavaProgram.h"
+#include "gx/Manual.h"
+#include "gx/Seen.h"
+#include "session/Program.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <unistd.h>
 
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 
 namespace fs = std::filesystem;
 

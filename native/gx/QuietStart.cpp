@@ -1,7 +1,7 @@
 // Before anything else of the program is set up: what is linked into it complains of a preference file that
 // it makes for a user who has none, and of each connection that an X server refuses. That is no answer of a
 // command, which says itself what it lacks, so nobody hears it.
-#include "QuietStart.h"
+#include "gx/QuietStart.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
-#include "Seen.h"
+#include "gx/Seen.h"
 
-#include "CodeSet.h"
-#include "CommandLine.h"
-#include "ServerComplaint.h"
-#include "WindowManagerUnix.h"
-#include "WindowOwner.h"
+#include "common/jni/CodeSet.h"
+#include "gx/CommandLine.h"
+#include "unix/window/ServerComplaint.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/WindowOwner.h"
 
 #include <algorithm>
 #include <functional>

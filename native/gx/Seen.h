@@ -1,8 +1,8 @@
 /// The windows that a user sees, as the command line tells them.
 #pragma once
 
-#include "Json.h"
-#include "WindowManager.h"
+#include "gx/Json.h"
+#include "unix/window/WindowManager.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
 // gx shot: a picture of the screen, or of where a window is, as a PNG file.
-#include "CommandLine.h"
-#include "Commands.h"
-#include "Seen.h"
-#include "ServerComplaint.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/Seen.h"
+#include "unix/window/ServerComplaint.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,8 +11,8 @@
 #include <png.h>
 #include <unistd.h>
 
-#include "ScreenPicture.h"
-#include "XErrors.h"
+#include "unix/screen/ScreenPicture.h"
+#include "unix/window/XErrors.h"
 
 namespace {
 CScreenPart screen()

@@ -1,11 +1,11 @@
-#include "StoreLeavings.h"
+#include "gx/StoreLeavings.h"
 
-#include "IpcStatus.h"
-#include "ProcessStat.h"
-#include "SegmentSweep.h"
-#include "SharedMemory.h"
-#include "SharedMemoryHeader.h"
-#include "SpyHeap.h"
+#include "include/SpyHeap.h"
+#include "unix/process/ProcessStat.h"
+#include "unix/sysv/IpcStatus.h"
+#include "unix/sysv/SegmentSweep.h"
+#include "unix/sysv/SharedMemory.h"
+#include "unix/sysv/SharedMemoryHeader.h"
 
 #include <algorithm>
 #include <cerrno>

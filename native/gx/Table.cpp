@@ -1,6 +1,6 @@
-#include "Table.h"
+#include "gx/Table.h"
 
-#include "Commands.h"
+#include "gx/Commands.h"
 
 #include <algorithm>
 

@@ -1,17 +1,17 @@
 // gx windows, at, wait, frame.
-#include "CommandLine.h"
-#include "Commands.h"
-#include "Seen.h"
-#include "ServerComplaint.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/Seen.h"
+#include "unix/window/ServerComplaint.h"
 
 #include <algorithm>
 #include <chrono>
 #include <optional>
 #include <regex.h>
 
-#include "HighlighterUnix.h"
-#include "ScreenWatch.h"
-#include "WindowManagerUnix.h"
+#include "unix/feedback/HighlighterUnix.h"
+#include "unix/screen/ScreenWatch.h"
+#include "unix/window/WindowManagerUnix.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;

@@ -1,17 +1,17 @@
 // gx COMMAND ...: the windows of a display, its store and its programs, from the command line.
-#include "CommandLine.h"
-#include "CTracer.h"
-#include "Commands.h"
-#include "GxDebug.h"
-#include "Manual.h"
-#include "QuietStart.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxDebug.h"
+#include "gx/CommandLine.h"
+#include "gx/Commands.h"
+#include "gx/Manual.h"
+#include "gx/QuietStart.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 
 namespace {
 constinit GxDebug CommandLine("gx");

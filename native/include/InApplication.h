@@ -1,7 +1,7 @@
 /// What the in-application side asks of the library once both are loaded into an application under test.
 #pragma once
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 extern "C" {
 /// Gives the calling thread the spy port of the process, and with it a JVM and the test domain. When Java

@@ -2,9 +2,9 @@
 /// The stored form is described in doc/spy-heap.md.
 #pragma once
 
-#include "LockHolder.h"
-#include "NativeFailure.h"
-#include "SharedValue.h"
+#include "include/NativeFailure.h"
+#include "include/SharedValue.h"
+#include "unix/sysv/LockHolder.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
-#include "PrivateIpc.h"
+#include "session/PrivateIpc.h"
 
-#include "Within.h"
+#include "session/Within.h"
 
 #include <algorithm>
 #include <cerrno>

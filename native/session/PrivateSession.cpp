@@ -1,9 +1,9 @@
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
-#include "PrivateIpc.h"
-#include "Program.h"
-#include "SessionKeeper.h"
-#include "Within.h"
+#include "session/PrivateIpc.h"
+#include "session/Program.h"
+#include "session/SessionKeeper.h"
+#include "session/Within.h"
 
 #include <cerrno>
 #include <cstdio>

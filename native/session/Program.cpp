@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "session/Program.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
-#include "SessionKeeper.h"
+#include "session/SessionKeeper.h"
 
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
-#include "Within.h"
+#include "session/Within.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 // gxsession [option ...] -- COMMAND ...: runs a command on a display, under a window manager, in an IPC
 // namespace where one can be had, and with a home directory of its own. All of it ends with the command.
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
 #include <cstdio>
 #include <cstdlib>

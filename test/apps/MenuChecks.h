@@ -7,8 +7,8 @@
 #include "Checks.h"
 #include "ClickSpacing.h"
 
-#include "Menu.h"
-#include "WindowManager.h"
+#include "unix/window/Menu.h"
+#include "unix/window/WindowManager.h"
 
 #include <algorithm>
 #include <chrono>

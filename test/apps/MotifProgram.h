@@ -5,8 +5,8 @@
 #include "Checks.h"
 #include "ClickSpacing.h"
 
-#include "GxGlobals.h"
-#include "WindowManager.h"
+#include "include/GxGlobals.h"
+#include "unix/window/WindowManager.h"
 
 #include <cstdlib>
 #include <vector>

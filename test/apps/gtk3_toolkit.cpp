@@ -4,11 +4,11 @@
 #include <gtk/gtkx.h>
 
 #include "Checks.h"
-#include "Toolkit.h"
-#include "WindowManager.h"
+#include "unix/window/Toolkit.h"
+#include "unix/window/WindowManager.h"
 
 #define GtkScrollType GxScrollType
-#include "gtkfuncs.h"
+#include "unix/window/gtkfuncs.h"
 #undef GtkScrollType
 
 int main(int argc, char** argv)

@@ -2,9 +2,9 @@
 // all answers are right.
 #include "MotifProgram.h"
 
-#include "Dialog.h"
-#include "MessageWindow.h"
-#include "WindowLevel.h"
+#include "unix/window/Dialog.h"
+#include "unix/window/MessageWindow.h"
+#include "unix/window/WindowLevel.h"
 
 #include <poll.h>
 #include <string>

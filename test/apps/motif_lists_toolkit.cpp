@@ -2,7 +2,7 @@
 // answers are right.
 #include "MotifProgram.h"
 
-#include "ListBox.h"
+#include "unix/window/ListBox.h"
 
 #include <climits>
 #include <string>

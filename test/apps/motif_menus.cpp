@@ -2,7 +2,7 @@
 // all answers agree with what clicks do.
 #include "MenuChecks.h"
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <Xm/CascadeB.h>
 #include <Xm/DrawingA.h>

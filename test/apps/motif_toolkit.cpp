@@ -2,9 +2,9 @@
 // what it is. Exit status 0 when all answers are right.
 #include "Checks.h"
 
-#include "GxGlobals.h"
-#include "Toolkit.h"
-#include "WindowManager.h"
+#include "include/GxGlobals.h"
+#include "unix/window/Toolkit.h"
+#include "unix/window/WindowManager.h"
 
 #include <Xm/DialogS.h>
 #include <Xm/FileSB.h>

@@ -1,8 +1,8 @@
 /// Runs what users type.
 #pragma once
 
-#include "Program.h"
-#include "Within.h"
+#include "session/Program.h"
+#include "session/Within.h"
 
 #include <filesystem>
 #include <stdexcept>

@@ -1,8 +1,8 @@
 // Each finding of gx doctor, by what really brings it about.
 #include "ChildProcess.h"
 #include "Command.h"
-#include "PrivateSession.h"
-#include "SpyHeap.h"
+#include "include/SpyHeap.h"
+#include "session/PrivateSession.h"
 
 #include <gmock/gmock.h>
 

@@ -1,14 +1,14 @@
 // gx store beside processes that live, have been killed, are somebody else's or cannot be seen.
-#include "AsciiName.h"
 #include "ChildProcess.h"
 #include "Command.h"
-#include "IpcStatus.h"
-#include "Mailslot.h"
-#include "PrivateSession.h"
-#include "SpyHeap.h"
-#include "SpyMap.h"
-#include "SpyMutex.h"
-#include "SpyVector.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyVector.h"
+#include "include/SpyHeap.h"
+#include "session/PrivateSession.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/sysv/IpcStatus.h"
 
 #include <gmock/gmock.h>
 
@@ -39,7 +39,7 @@ void makeStore(pid_t owner)
     slot.create(CAsciiName("Calculator"), queues[0].ref(), queues[1].ref());
     slot.mailbox()->m_owner.store(owner);
     CSpyMap(CSpyMemory(CAsciiName("MailSlots")).ref()).put(CAsciiName("Calculator"), CSpyVariant(slot));
-    CSpyMutex::named("a mutex")->acquire(0);
+    CUnixMutex::named("a mutex")->acquire(0);
 }
 
 TEST(GxStoreTest, MakesNothingWhereThereIsNone)

@@ -1,5 +1,5 @@
-#include "Program.h"
-#include "Within.h"
+#include "session/Program.h"
+#include "session/Within.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "ChildProcess.h"
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
 
 #include <gtest/gtest.h>
 

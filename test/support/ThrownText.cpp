@@ -1,8 +1,8 @@
 #include "ThrownText.h"
 
-#include "SpyHeap.h"
-#include "SpyMemRef.h"
-#include "SpyMutex.h"
+#include "common/spy/SpyMemRef.h"
+#include "include/SpyHeap.h"
+#include "unix/sysv/SpyMutex.h"
 
 #include <cstdlib>
 #include <cxxabi.h>

@@ -1,7 +1,7 @@
 /// What the library says in its trace.
 #pragma once
 
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#include "PrivateSession.h"
 #include "ThrownText.h"
+#include "session/PrivateSession.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 /// What the processes of the torture share, and what each of them does.
 #pragma once
 
-#include "SpyMap.h"
-#include "SpyMappedPair.h"
 #include "SpyName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMappedPair.h"
 
 #include <atomic>
 #include <random>

@@ -1,16 +1,16 @@
 // Many processes on one store, killed, starved, deceived and robbed. GX_TORTURE_SECONDS says for how long
 // (15), GX_SEED with which random numbers.
 #include "ChildProcess.h"
-#include "Mailslot.h"
-#include "PrivateIpc.h"
-#include "PrivateSession.h"
-#include "Program.h"
-#include "SemaphoreList.h"
-#include "SpyMutex.h"
 #include "StoreCheck.h"
-#include "UsedUp.h"
-#include "Within.h"
 #include "TortureStore.h"
+#include "UsedUp.h"
+#include "session/PrivateIpc.h"
+#include "session/PrivateSession.h"
+#include "session/Program.h"
+#include "session/Within.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/ipc/SemaphoreList.h"
 
 #include <gtest/gtest.h>
 
@@ -171,7 +171,7 @@ protected:
     static std::string begin()
     {
         const CContainers containers;
-        std::unique_ptr<CSpyMutex>(CSpyMutex::named("torture"));
+        std::unique_ptr<CSpyMutex>(CUnixMutex::named("torture"));
         CSpyMap slots((CSpyMemRef()));
         slots.create(CName("MailSlots"), 0, 100);
         return surroundings();

@@ -1,11 +1,11 @@
 // The Java side of synthetic input: the exported functions that build and emit events.
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
-#include "JavaGeometry.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
-#include "LocalRef.h"
-#include "Mouse.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/LocalRef.h"
+#include "unix/input/Mouse.h"
+#include "unix/window/JavaGeometry.h"
 
 #include "com_talvern_test_gx_sys_graphical_Event.h"
 #include "com_talvern_test_gx_sys_graphical_NativeKeyMouseEvent.h"

@@ -1,9 +1,9 @@
 // The exported functions of the Java keyboard.
-#include "Keyboard.h"
+#include "unix/input/Keyboard.h"
 
-#include "InputStatus.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "unix/input/InputStatus.h"
 
 #include "com_talvern_test_gx_sys_graphical_Keyboard.h"
 

@@ -1,9 +1,9 @@
 // The exported functions of the Java mouse: queries, and its capture.
-#include "Mouse.h"
+#include "unix/input/Mouse.h"
 
-#include "InputStatus.h"
-#include "JavaGeometry.h"
-#include "JniEntry.h"
+#include "common/jni/JniEntry.h"
+#include "unix/input/InputStatus.h"
+#include "unix/window/JavaGeometry.h"
 
 #include "com_talvern_test_gx_sys_graphical_NativeMouse.h"
 #include "com_talvern_test_gx_sys_graphical_NativeMouseCaptureThread.h"

@@ -1,8 +1,8 @@
 // The exported functions of the Java player: how playback is set up, and the hot keys that stop or pause it.
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
-#include "JniEntry.h"
-#include "Player.h"
+#include "common/jni/JniEntry.h"
+#include "unix/input/Player.h"
 
 #include "com_talvern_test_gx_sys_graphical_NativeLowLevelPlayer.h"
 #include "com_talvern_test_gx_sys_graphical_NativePlayerThread.h"

@@ -1,8 +1,8 @@
 // The exported functions of the Java recorder.
-#include "Recorder.h"
+#include "unix/input/Recorder.h"
 
-#include "InputStatus.h"
-#include "JniEntry.h"
+#include "common/jni/JniEntry.h"
+#include "unix/input/InputStatus.h"
 
 #include "com_talvern_test_gx_sys_graphical_NativeRecorderThread.h"
 #include "com_talvern_test_gx_util_NativeActionRecorder.h"

@@ -1,8 +1,8 @@
-#include "BootstrapClass.h"
+#include "common/jni/BootstrapClass.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "LocalRef.h"
+#include "common/jni/LocalRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
 
 #include <algorithm>
 #include <cstring>

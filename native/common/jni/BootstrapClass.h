@@ -2,7 +2,7 @@
 /// lives in.
 #pragma once
 
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "CodeSet.h"
+#include "common/jni/CodeSet.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,9 +1,9 @@
 // The native methods of com.talvern.test.gx.util.GxDebug.
 #include "com_talvern_test_gx_util_GxDebug.h"
 
-#include "GxDebug.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/trace/GxDebug.h"
 
 namespace {
 /// Calls one of the setters of GxDebug; a negative number is one that is too large for it.

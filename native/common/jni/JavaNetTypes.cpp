@@ -1,6 +1,6 @@
-#include "JavaNetTypes.h"
+#include "common/jni/JavaNetTypes.h"
 
-#include "GxAssert.h"
+#include "common/trace/GxAssert.h"
 
 namespace {
 jint signumOf(const tagDEC& value)

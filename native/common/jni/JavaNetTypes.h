@@ -2,7 +2,7 @@
 /// Each constructor makes a new Java object; the class and its constructor must exist (live assertion).
 #pragma once
 
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "JniDataTypes.h"
+#include "common/jni/JniDataTypes.h"
 
-#include "CodeSet.h"
-#include "LocalRef.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/LocalRef.h"
 
 #include <cstdio>
 #include <cstdlib>

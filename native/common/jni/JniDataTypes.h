@@ -3,8 +3,8 @@
 /// jniobject.h).
 #pragma once
 
-#include "ITalString.h"
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
+#include "include/ITalString.h"
 
 #include <jni.h>
 

@@ -1,9 +1,9 @@
-#include "JniEntry.h"
+#include "common/jni/JniEntry.h"
 
-#include "CTracer.h"
-#include "JniDataTypes.h"
-#include "NativeFailure.h"
-#include "jniobject.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/jniobject.h"
+#include "common/trace/CTracer.h"
+#include "include/NativeFailure.h"
 
 #include <exception>
 #include <new>

@@ -9,7 +9,7 @@
 /// Each stands under its whole symbol, so that a search for that finds it.
 #pragma once
 
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
 #include <jni.h>
 

@@ -1,7 +1,7 @@
-#include "KnownClass.h"
+#include "common/jni/KnownClass.h"
 
-#include "JniClass.h"
-#include "LocalRef.h"
+#include "common/jni/JniClass.h"
+#include "common/jni/LocalRef.h"
 
 jclass CKnownClass::lookUp(JNIEnv* env)
 {

@@ -2,7 +2,7 @@
 /// Fields: see CJavaField.
 #pragma once
 
-#include "JniEntry.h"
+#include "common/jni/JniEntry.h"
 
 #include <jni.h>
 

@@ -1,10 +1,10 @@
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "GxAssert.h"
-#include "JniDataTypes.h"
-#include "LocalRef.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/LocalRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -2,7 +2,7 @@
 /// locked; and Java throwables, caught and raised.
 #pragma once
 
-#include "JniClass.h"
+#include "common/jni/JniClass.h"
 
 #include <jni.h>
 

@@ -1,7 +1,7 @@
 /// Names that native code gives to objects in spy memory.
 #pragma once
 
-#include "ITalString.h"
+#include "include/ITalString.h"
 
 #include <algorithm>
 #include <cstring>

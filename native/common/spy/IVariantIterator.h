@@ -1,7 +1,7 @@
 /// A walk over the entries of a container in spy memory.
 #pragma once
 
-#include "SpyVariant.h"
+#include "common/spy/SpyVariant.h"
 
 /// Starts before the first entry. What it answers stays its own and changes with each step; what the values
 /// refer to belongs to the container.

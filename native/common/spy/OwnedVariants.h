@@ -1,7 +1,7 @@
 /// Values that a container has been handed and not stored yet, or has replaced.
 #pragma once
 
-#include "SpyVariant.h"
+#include "common/spy/SpyVariant.h"
 
 /// Frees the block of a value; one that is stale already is let pass.
 inline void freeQuietly(CSpyVariant& value) noexcept

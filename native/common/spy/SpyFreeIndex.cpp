@@ -1,7 +1,7 @@
-#include "SpyFreeIndex.h"
+#include "common/spy/SpyFreeIndex.h"
 
-#include "SpyHeap.h"
-#include "SpyJournal.h"
+#include "common/spy/SpyJournal.h"
+#include "include/SpyHeap.h"
 
 #include <new>
 

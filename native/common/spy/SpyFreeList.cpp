@@ -1,4 +1,4 @@
-#include "SpyFreeList.h"
+#include "common/spy/SpyFreeList.h"
 
 void CFreeList::advance(CPlace& place)
 {

@@ -1,8 +1,8 @@
 /// Searches in the lists of free blocks of a heap.
 #pragma once
 
-#include "SpyFreeIndex.h"
-#include "SpyHeap.h"
+#include "common/spy/SpyFreeIndex.h"
+#include "include/SpyHeap.h"
 
 /// One of the two lists of a heap, during a change of it (see CHeapChange). What is asked for is found in the
 /// index of the heap when there is one that agrees with the list, and else by walking: the answers are the

@@ -1,14 +1,14 @@
-#include "SpyHeap.h"
+#include "include/SpyHeap.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "SharedMemory.h"
-#include "SpyFreeList.h"
-#include "SpyHeapChange.h"
-#include "SpyHeapWalk.h"
-#include "SpyJournal.h"
-#include "SpyMemRef.h"
-#include "SpyMutex.h"
+#include "common/spy/SpyFreeList.h"
+#include "common/spy/SpyHeapChange.h"
+#include "common/spy/SpyHeapWalk.h"
+#include "common/spy/SpyJournal.h"
+#include "common/spy/SpyMemRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "unix/sysv/SharedMemory.h"
+#include "unix/sysv/SpyMutex.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,9 +1,9 @@
 /// The mark of a change under way in a heap.
 #pragma once
 
-#include "SpyFreeIndex.h"
-#include "SpyHeap.h"
-#include "SpyJournal.h"
+#include "common/spy/SpyFreeIndex.h"
+#include "common/spy/SpyJournal.h"
+#include "include/SpyHeap.h"
 
 #include <atomic>
 

@@ -1,11 +1,11 @@
 // What a heap tells about itself: figures, dumps, snapshots.
-#include "CTracer.h"
-#include "FilePlace.h"
-#include "GxAssert.h"
-#include "SharedMemory.h"
-#include "SpyHeap.h"
-#include "SpyHeapWalk.h"
-#include "SpyMemRef.h"
+#include "common/spy/SpyHeapWalk.h"
+#include "common/spy/SpyMemRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/GxAssert.h"
+#include "include/SpyHeap.h"
+#include "unix/sysv/SharedMemory.h"
 
 #include <algorithm>
 #include <cstdlib>

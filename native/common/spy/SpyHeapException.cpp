@@ -1,5 +1,5 @@
-#include "CTracer.h"
-#include "SpyHeap.h"
+#include "common/trace/CTracer.h"
+#include "include/SpyHeap.h"
 
 CSpyHeapException::CSpyHeapException(const char* message)
     : m_message(std::make_shared<const std::string>(message))

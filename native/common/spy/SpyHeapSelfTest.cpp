@@ -1,8 +1,8 @@
 // The self test that support has run on a machine in question.
-#include "CTracer.h"
-#include "FilePlace.h"
-#include "SpyHeap.h"
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/FilePlace.h"
+#include "include/SpyHeap.h"
 
 #include <cstdlib>
 #include <ctime>

@@ -1,7 +1,7 @@
 /// Walks over a heap that may be damaged: they end where it cannot be followed, and never leave it.
 #pragma once
 
-#include "SpyHeap.h"
+#include "include/SpyHeap.h"
 
 /// Visits copies of the blocks in memory order, as far as they can be followed. @return whether they filled
 /// the heap exactly

@@ -1,9 +1,9 @@
-#include "SpyJournal.h"
+#include "common/spy/SpyJournal.h"
 
-#include "CTracer.h"
-#include "JournalSegment.h"
-#include "SharedMemory.h"
-#include "SpyHeapChange.h"
+#include "common/spy/SpyHeapChange.h"
+#include "common/trace/CTracer.h"
+#include "unix/sysv/JournalSegment.h"
+#include "unix/sysv/SharedMemory.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 /// doc/journal.md.
 #pragma once
 
-#include "SpyHeap.h"
+#include "include/SpyHeap.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,10 +1,10 @@
-#include "SpyMap.h"
+#include "common/spy/SpyMap.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "ITalString.h"
-#include "OwnedVariants.h"
-#include "SpyMapIterator.h"
+#include "common/spy/OwnedVariants.h"
+#include "common/spy/SpyMapIterator.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "include/ITalString.h"
 
 #include <cstring>
 #include <utility>

@@ -1,7 +1,7 @@
 /// A hash table in spy memory, from strings to variants. The stored form is described in doc/spy-map.md.
 #pragma once
 
-#include "SpyVector.h"
+#include "common/spy/SpyVector.h"
 
 #include <cstddef>
 #include <cstdint>

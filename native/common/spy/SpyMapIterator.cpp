@@ -1,7 +1,7 @@
-#include "SpyMapIterator.h"
+#include "common/spy/SpyMapIterator.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
 
 bool CSpyMapKeyIterator::hasMoreElements()
 {

@@ -1,8 +1,8 @@
 /// The walks over the entries of a spy map.
 #pragma once
 
-#include "IVariantIterator.h"
-#include "SpyVector.h"
+#include "common/spy/IVariantIterator.h"
+#include "common/spy/SpyVector.h"
 
 #include <memory>
 

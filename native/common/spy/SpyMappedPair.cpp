@@ -1,9 +1,9 @@
-#include "SpyMappedPair.h"
+#include "common/spy/SpyMappedPair.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "ITalString.h"
-#include "OwnedVariants.h"
+#include "common/spy/OwnedVariants.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "include/ITalString.h"
 
 #include <utility>
 

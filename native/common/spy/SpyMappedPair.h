@@ -2,7 +2,7 @@
 /// doc/spy-mapped-pair.md.
 #pragma once
 
-#include "SpyVector.h"
+#include "common/spy/SpyVector.h"
 
 #include <cstddef>
 #include <cstdint>

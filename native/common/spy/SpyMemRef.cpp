@@ -1,8 +1,8 @@
-#include "SpyMemRef.h"
+#include "common/spy/SpyMemRef.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "SpyJournal.h"
+#include "common/spy/SpyJournal.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
 
 #include <algorithm>
 #include <cstdlib>

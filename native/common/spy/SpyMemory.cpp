@@ -1,6 +1,6 @@
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
 
-#include "GxAssert.h"
+#include "common/trace/GxAssert.h"
 
 namespace {
 CSpyHeap* baseHeap()

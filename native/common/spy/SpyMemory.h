@@ -1,9 +1,9 @@
 /// Base of the typed objects in spy memory, and the lock around all of them.
 #pragma once
 
-#include "LockHolder.h"
-#include "SpyJournal.h"
-#include "SpyMemRef.h"
+#include "common/spy/SpyJournal.h"
+#include "common/spy/SpyMemRef.h"
+#include "unix/sysv/LockHolder.h"
 
 #include <atomic>
 

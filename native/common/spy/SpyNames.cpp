@@ -1,12 +1,12 @@
-#include "SpyNames.h"
+#include "common/spy/SpyNames.h"
 
-#include "CTracer.h"
-#include "FilePlace.h"
-#include "GxAssert.h"
-#include "ITalString.h"
-#include "SpyMap.h"
-#include "SpyMemory.h"
-#include "SpyVariant.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMemory.h"
+#include "common/spy/SpyVariant.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/GxAssert.h"
+#include "include/ITalString.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 /// The registry of names that all processes of an X display share.
 #pragma once
 
-#include "SpyMemRef.h"
+#include "common/spy/SpyMemRef.h"
 
 class CSpyVariant;
 class ITalString;

@@ -1,7 +1,7 @@
 /// The text of a string where it lies in spy memory.
 #pragma once
 
-#include "SpyMemRef.h"
+#include "common/spy/SpyMemRef.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,8 +1,8 @@
-#include "SpyVariant.h"
+#include "common/spy/SpyVariant.h"
 
-#include "ITalString.h"
-#include "SpyMemory.h"
-#include "SpyText.h"
+#include "common/spy/SpyMemory.h"
+#include "common/spy/SpyText.h"
+#include "include/ITalString.h"
 
 namespace {
 constexpr unsigned short szNullStr[] = {0};

@@ -2,7 +2,7 @@
 /// doc/spy-variant.md.
 #pragma once
 
-#include "SpyMemRef.h"
+#include "common/spy/SpyMemRef.h"
 
 #include <cstddef>
 #include <cstdint>

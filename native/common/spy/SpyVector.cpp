@@ -1,9 +1,9 @@
-#include "SpyVector.h"
+#include "common/spy/SpyVector.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "ITalString.h"
-#include "SpyText.h"
+#include "common/spy/SpyText.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "include/ITalString.h"
 
 #include <algorithm>
 #include <optional>

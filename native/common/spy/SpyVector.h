@@ -1,8 +1,8 @@
 /// A growable array of variants in spy memory. The stored form is described in doc/spy-vector.md.
 #pragma once
 
-#include "SpyMemory.h"
-#include "SpyVariant.h"
+#include "common/spy/SpyMemory.h"
+#include "common/spy/SpyVariant.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "CRegistryInformation.h"
+#include "common/trace/CRegistryInformation.h"
 
-#include "Environment.h"
+#include "common/trace/Environment.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "CTracer.h"
+#include "common/trace/CTracer.h"
 
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
 #include <algorithm>
 

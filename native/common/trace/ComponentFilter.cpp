@@ -1,4 +1,4 @@
-#include "ComponentFilter.h"
+#include "common/trace/ComponentFilter.h"
 
 #include <cstring>
 #include <string>

@@ -1,7 +1,7 @@
 /// Which components may write what.
 #pragma once
 
-#include "GxInstallOptions.h"
+#include "common/trace/GxInstallOptions.h"
 
 /// Thresholds by component name. Not synchronised: g_traceLock covers it. Never freed, so that messages of
 /// the last destructors pass through it too.

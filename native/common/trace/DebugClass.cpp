@@ -1,6 +1,6 @@
-#include "DebugClass.h"
+#include "common/trace/DebugClass.h"
 
-#include "CTracer.h"
+#include "common/trace/CTracer.h"
 
 #include <sys/prctl.h>
 #include <unistd.h>

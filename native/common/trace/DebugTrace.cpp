@@ -1,10 +1,10 @@
-#include "DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 
-#include "GxDebug.h"
-#include "GxInstallOptions.h"
-#include "LineFields.h"
-#include "LogFile.h"
-#include "TraceLock.h"
+#include "common/trace/GxDebug.h"
+#include "common/trace/GxInstallOptions.h"
+#include "common/trace/LineFields.h"
+#include "common/trace/LogFile.h"
+#include "common/trace/TraceLock.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 /// The legacy trace: echoes messages to the console or to a file of its own, as the install options say.
 #pragma once
 
-#include "Hashtable.h"
+#include "common/trace/Hashtable.h"
 
 #include <cstdarg>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Environment.h"
+#include "common/trace/Environment.h"
 
 #include <algorithm>
 #include <atomic>

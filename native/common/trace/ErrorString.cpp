@@ -1,4 +1,4 @@
-#include "ErrorString.h"
+#include "common/trace/ErrorString.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
-#include "FilePlace.h"
+#include "common/trace/FilePlace.h"
 
-#include "SudoUser.h"
+#include "common/trace/SudoUser.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "GxAssert.h"
+#include "common/trace/GxAssert.h"
 
 #include <cstdio>
 #include <cstdlib>

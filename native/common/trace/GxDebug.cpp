@@ -1,11 +1,11 @@
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
-#include "ComponentFilter.h"
-#include "DebugTrace.h"
-#include "LineFields.h"
-#include "LogFile.h"
-#include "Preferences.h"
-#include "TraceLock.h"
+#include "common/trace/ComponentFilter.h"
+#include "common/trace/DebugTrace.h"
+#include "common/trace/LineFields.h"
+#include "common/trace/LogFile.h"
+#include "common/trace/Preferences.h"
+#include "common/trace/TraceLock.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,5 +1,5 @@
 // The exported state of the process, in the ground: every room may look at it.
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 extern "C" {
 constinit _XDisplay* g_display = nullptr;

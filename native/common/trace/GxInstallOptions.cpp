@@ -1,8 +1,8 @@
-#include "GxInstallOptions.h"
+#include "common/trace/GxInstallOptions.h"
 
-#include "CRegistryInformation.h"
-#include "GxDebug.h"
-#include "FilePlace.h"
+#include "common/trace/CRegistryInformation.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/GxDebug.h"
 
 #include <charconv>
 #include <climits>

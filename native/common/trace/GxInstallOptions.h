@@ -2,7 +2,7 @@
 /// preference files are read into.
 #pragma once
 
-#include "Hashtable.h"
+#include "common/trace/Hashtable.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "Hashtable.h"
+#include "common/trace/Hashtable.h"
 
 #include <cstring>
 

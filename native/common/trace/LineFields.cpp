@@ -1,6 +1,6 @@
-#include "LineFields.h"
+#include "common/trace/LineFields.h"
 
-#include "TraceLock.h"
+#include "common/trace/TraceLock.h"
 
 #include <clocale>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "LogFile.h"
+#include "common/trace/LogFile.h"
 
-#include "FilePlace.h"
-#include "TraceLock.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/TraceLock.h"
 
 #include <algorithm>
 #include <atomic>

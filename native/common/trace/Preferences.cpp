@@ -1,7 +1,7 @@
-#include "Preferences.h"
+#include "common/trace/Preferences.h"
 
-#include "FilePlace.h"
-#include "GxDebug.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/GxDebug.h"
 
 #include <cerrno>
 #include <string>

@@ -1,7 +1,7 @@
 /// The user's preference file, $HOME/Quessa/ZEMO/vtx_log_trace.properties.
 #pragma once
 
-#include "GxInstallOptions.h"
+#include "common/trace/GxInstallOptions.h"
 
 /// A key of the file, and its value where nobody has chosen another.
 struct CPreference {

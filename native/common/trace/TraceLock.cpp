@@ -1,4 +1,4 @@
-#include "TraceLock.h"
+#include "common/trace/TraceLock.h"
 
 #include <pthread.h>
 

@@ -1,7 +1,7 @@
 // The part of GxDebug that makes the user's directories.
-#include "FilePlace.h"
-#include "GxDebug.h"
-#include "SudoUser.h"
+#include "common/trace/FilePlace.h"
+#include "common/trace/GxDebug.h"
+#include "common/trace/SudoUser.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,14 +1,14 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.Dialog and of the dialogs derived from it.
-#include "Dialog.h"
+#include "unix/window/Dialog.h"
 
-#include "JavaWindow.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_sys_graphical_ColorDialog.h"
 #include "com_talvern_test_gx_sys_graphical_Dialog.h"
 #include "com_talvern_test_gx_sys_graphical_DirectoryDialog.h"
 #include "com_talvern_test_gx_sys_graphical_FileDialog.h"
-#include "jniobject.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
 
 namespace {
 constinit CJavaConstructor s_window{"com/talvern/test/gx/sys/graphical/NativeWindow", "(J)V",

@@ -1,12 +1,12 @@
 // The native methods of com.talvern.test.gx.engine.Complaint.
 #include "com_talvern_test_gx_engine_Complaint.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "GxDebug.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
-#include "ServerComplaint.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxDebug.h"
+#include "unix/window/ServerComplaint.h"
 
 namespace {
 constinit GxDebug EngineNative("Engine");

@@ -1,7 +1,7 @@
-#include "JavaWindow.h"
+#include "common/window/JavaWindow.h"
 
-#include "CodeSet.h"
-#include "JniDataTypes.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/JniDataTypes.h"
 
 #include <algorithm>
 #include <cwchar>

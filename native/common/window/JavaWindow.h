@@ -2,10 +2,10 @@
 /// A Java class or constructor that is missing gives null and a note in the trace, never an exception.
 #pragma once
 
-#include "JavaGeometry.h"
-#include "JniEntry.h"
-#include "KnownClass.h"
-#include "LocalRef.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/KnownClass.h"
+#include "common/jni/LocalRef.h"
+#include "unix/window/JavaGeometry.h"
 
 #include <jni.h>
 

@@ -1,12 +1,12 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.ListBox.
-#include "ListBox.h"
+#include "unix/window/ListBox.h"
 
-#include "JavaWindow.h"
-#include "JniEntry.h"
-#include "LocalRef.h"
 #include "com_talvern_test_gx_application_ListItems.h"
 #include "com_talvern_test_gx_sys_graphical_ListBox.h"
-#include "jniobject.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/LocalRef.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
 
 namespace {
 constinit CJavaField s_handle{"handle", "J"};

@@ -1,15 +1,15 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.Menu.
-#include "Menu.h"
+#include "unix/window/Menu.h"
 
-#include "CodeSet.h"
-#include "JavaWindow.h"
-#include "JniClass.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
-#include "LocalRef.h"
 #include "com_talvern_test_gx_application_MenuItems.h"
 #include "com_talvern_test_gx_sys_graphical_Menu.h"
-#include "jniobject.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/JniClass.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/LocalRef.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
 
 #include <string>
 #include <vector>

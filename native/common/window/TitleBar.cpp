@@ -1,10 +1,10 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.NativeTopLevelWindow.
-#include "JavaWindow.h"
-#include "JniClass.h"
-#include "JniEntry.h"
-#include "WindowManager.h"
 #include "com_talvern_test_gx_sys_graphical_NativeTopLevelWindow.h"
-#include "jniobject.h"
+#include "common/jni/JniClass.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
+#include "unix/window/WindowManager.h"
 
 namespace {
 // Not the field of NativeWindow: the class may as well declare one of its own.

@@ -1,14 +1,14 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.NativeWindow and NativeScreen.
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
-#include "JavaWindow.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
-#include "Toolkit.h"
 #include "com_talvern_test_gx_engine_Windows.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
-#include "jniobject.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
+#include "unix/window/Toolkit.h"
 
 namespace {
 constinit CJavaField s_handle{"handle", "J"};

@@ -1,6 +1,6 @@
-#include "CallbackGlobals.h"
+#include "unix/app/CallbackGlobals.h"
 
-#include "SpyPort.h"
+#include "unix/app/SpyPort.h"
 
 #include <mutex>
 

@@ -6,7 +6,7 @@
 /// parameter of another one would work on memory that has been freed.
 #pragma once
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <optional>
 

@@ -1,8 +1,8 @@
-#include "Channel.h"
+#include "unix/app/Channel.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "LocalRef.h"
+#include "common/jni/LocalRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
 
 #include <atomic>
 #include <memory>

@@ -1,9 +1,9 @@
 /// The Java channel to the GUI thread, as native code sees it.
 #pragma once
 
-#include "GxGlobals.h"
-#include "SpyPort.h"
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
+#include "include/GxGlobals.h"
+#include "unix/app/SpyPort.h"
 
 /// A Java ThreadChannel, or any object with a method "open".
 class CChannel : public CJniJObject {

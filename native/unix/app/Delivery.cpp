@@ -1,11 +1,11 @@
 // What the in-application side calls from the toolkit's main loop.
-#include "CTracer.h"
-#include "CallbackGlobals.h"
-#include "Channel.h"
-#include "InApplication.h"
-#include "Infestor.h"
-#include "LoopChanges.h"
-#include "MessageWindow.h"
+#include "common/trace/CTracer.h"
+#include "include/InApplication.h"
+#include "unix/app/CallbackGlobals.h"
+#include "unix/app/Channel.h"
+#include "unix/app/Infestor.h"
+#include "unix/app/LoopChanges.h"
+#include "unix/window/MessageWindow.h"
 
 #include <pthread.h>
 

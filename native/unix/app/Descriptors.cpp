@@ -1,6 +1,6 @@
 // What Java code opens in an application under test, kept from the programs that the application starts.
-#include "JniEntry.h"
 #include "com_talvern_test_gx_application_Descriptors.h"
+#include "common/jni/JniEntry.h"
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,9 +1,9 @@
-#include "ExitCondition.h"
+#include "unix/app/ExitCondition.h"
 
-#include "CTracer.h"
-#include "ProcessEnd.h"
-#include "ProcessStart.h"
-#include "ScopedFile.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/ScopedFile.h"
+#include "unix/process/ProcessEnd.h"
+#include "unix/process/ProcessStart.h"
 
 #include <climits>
 #include <cstdio>

@@ -1,10 +1,10 @@
-#include "HtmlDomainImplementation.h"
+#include "unix/app/HtmlDomainImplementation.h"
 
-#include "BootstrapClass.h"
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "LibraryPath.h"
-#include "TestContext.h"
+#include "common/jni/BootstrapClass.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "unix/app/LibraryPath.h"
+#include "unix/app/TestContext.h"
 
 #include <algorithm>
 #include <dlfcn.h>

@@ -1,8 +1,8 @@
 /// A native test domain in the application under test: the library of the domain and its Java object.
 #pragma once
 
-#include "IHtmlDomain.h"
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
+#include "unix/app/IHtmlDomain.h"
 
 #include <memory>
 

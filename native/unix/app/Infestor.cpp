@@ -1,7 +1,7 @@
-#include "Infestor.h"
+#include "unix/app/Infestor.h"
 
-#include "CTracer.h"
-#include "InApplication.h"
+#include "common/trace/CTracer.h"
+#include "include/InApplication.h"
 
 #include <pthread.h>
 

@@ -1,7 +1,7 @@
 /// Who has the spy port of the process.
 #pragma once
 
-#include "SpyPort.h"
+#include "unix/app/SpyPort.h"
 
 #include <atomic>
 

@@ -1,9 +1,9 @@
 // The native method of NestedDomainHelpers.
-#include "GxAssert.h"
-#include "HtmlDomainImplementation.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_domain_NestedDomainHelpers.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/trace/GxAssert.h"
+#include "unix/app/HtmlDomainImplementation.h"
 
 namespace {
 /// Null for a null string and for one that the locale's code set cannot express.

@@ -1,9 +1,9 @@
 // The native methods of NativeThreadChannel.
-#include "Channel.h"
-#include "GxAssert.h"
-#include "Infestor.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_domain_NativeThreadChannel.h"
+#include "common/jni/JniEntry.h"
+#include "common/trace/GxAssert.h"
+#include "unix/app/Channel.h"
+#include "unix/app/Infestor.h"
 
 #include <pthread.h>
 

@@ -1,10 +1,10 @@
 // How a spy port gets its JVM.
-#include "CTracer.h"
-#include "ClassPath.h"
-#include "ExitCondition.h"
-#include "LibraryPath.h"
-#include "SpyPort.h"
-#include "ThreadStack.h"
+#include "common/trace/CTracer.h"
+#include "include/ClassPath.h"
+#include "include/ThreadStack.h"
+#include "unix/app/ExitCondition.h"
+#include "unix/app/LibraryPath.h"
+#include "unix/app/SpyPort.h"
 
 #include <array>
 #include <cstdio>

@@ -1,6 +1,6 @@
-#include "LibraryPath.h"
+#include "unix/app/LibraryPath.h"
 
-#include "dladdons.h"
+#include "unix/window/dladdons.h"
 
 #include <link.h>
 

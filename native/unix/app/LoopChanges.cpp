@@ -1,10 +1,10 @@
 // And the exported functions of com.talvern.test.gx.application.LoopChanges.
-#include "LoopChanges.h"
+#include "unix/app/LoopChanges.h"
 
-#include "GtkCalls.h"
-#include "GxGlobals.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_application_LoopChanges.h"
+#include "common/jni/JniEntry.h"
+#include "include/GxGlobals.h"
+#include "unix/widget/GtkCalls.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,15 +1,15 @@
-#include "SpyPort.h"
+#include "unix/app/SpyPort.h"
 
-#include "CTracer.h"
-#include "CallbackGlobals.h"
-#include "Channel.h"
-#include "GxInstallOptions.h"
-#include "HtmlDomainImplementation.h"
-#include "Infestor.h"
-#include "LocalRef.h"
-#include "LoopChanges.h"
-#include "MessageWindow.h"
-#include "gtkfuncs.h"
+#include "common/jni/LocalRef.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxInstallOptions.h"
+#include "unix/app/CallbackGlobals.h"
+#include "unix/app/Channel.h"
+#include "unix/app/HtmlDomainImplementation.h"
+#include "unix/app/Infestor.h"
+#include "unix/app/LoopChanges.h"
+#include "unix/window/MessageWindow.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <atomic>
 #include <chrono>

@@ -2,7 +2,7 @@
 /// to and the test domain it has loaded.
 #pragma once
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <jni.h>
 

@@ -1,8 +1,8 @@
-#include "TestContext.h"
+#include "unix/app/TestContext.h"
 
-#include "Channel.h"
-#include "Infestor.h"
-#include "JniDataTypes.h"
+#include "common/jni/JniDataTypes.h"
+#include "unix/app/Channel.h"
+#include "unix/app/Infestor.h"
 
 #include <pthread.h>
 

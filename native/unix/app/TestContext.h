@@ -1,8 +1,8 @@
 /// The Java object that makes the Java side of test domains.
 #pragma once
 
-#include "BootstrapClass.h"
-#include "jniobject.h"
+#include "common/jni/BootstrapClass.h"
+#include "common/jni/jniobject.h"
 
 /// It has no more than a domain needs to be made, and no state of its own. Lives for one call.
 class CTestContext : public CJniJObject {

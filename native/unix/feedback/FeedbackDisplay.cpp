@@ -1,6 +1,6 @@
-#include "FeedbackDisplay.h"
+#include "unix/feedback/FeedbackDisplay.h"
 
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
 #include <cstdio>
 

@@ -1,12 +1,12 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.Highlighter, and NativeScreen.highlight.
-#include "JavaWindow.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_sys_graphical_Highlighter.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
-#include "jniobject.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/jniobject.h"
+#include "common/window/JavaWindow.h"
 
-#include "HighlighterUnix.h"
-#include "XErrors.h"
+#include "unix/feedback/HighlighterUnix.h"
+#include "unix/window/XErrors.h"
 
 namespace {
 constexpr const char* highlighterName = "com/talvern/test/gx/sys/graphical/Highlighter";

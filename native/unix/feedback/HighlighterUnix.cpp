@@ -1,10 +1,10 @@
-#include "HighlighterUnix.h"
+#include "unix/feedback/HighlighterUnix.h"
 
-#include "FeedbackDisplay.h"
-#include "GxDebug.h"
-#include "OwnDisplay.h"
-#include "ProcessEnd.h"
-#include "WindowLevel.h"
+#include "common/trace/GxDebug.h"
+#include "unix/feedback/FeedbackDisplay.h"
+#include "unix/process/ProcessEnd.h"
+#include "unix/window/OwnDisplay.h"
+#include "unix/window/WindowLevel.h"
 
 #include <algorithm>
 #include <chrono>

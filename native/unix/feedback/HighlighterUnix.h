@@ -16,7 +16,7 @@
 /// too: nothing is left unlocked.
 #pragma once
 
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <memory>
 #include <mutex>

@@ -1,11 +1,11 @@
-#include "InfoWindow.h"
+#include "unix/feedback/InfoWindow.h"
 
-#include "CodeSet.h"
-#include "FeedbackDisplay.h"
-#include "GxDebug.h"
-#include "OwnDisplay.h"
-#include "ProcessEnd.h"
-#include "XErrors.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/GxDebug.h"
+#include "unix/feedback/FeedbackDisplay.h"
+#include "unix/process/ProcessEnd.h"
+#include "unix/window/OwnDisplay.h"
+#include "unix/window/XErrors.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 
 #include <X11/Xlib-xcb.h>
 

@@ -2,7 +2,7 @@
 /// without any decoration of the window manager.
 #pragma once
 
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <memory>
 #include <mutex>

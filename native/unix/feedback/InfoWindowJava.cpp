@@ -1,11 +1,11 @@
 // Exported functions of com.talvern.test.gx.ui.NativeTooltipWindow.
-#include "GxAssert.h"
-#include "JavaWindow.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
 #include "com_talvern_test_gx_ui_NativeTooltipWindow.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/trace/GxAssert.h"
+#include "common/window/JavaWindow.h"
 
-#include "InfoWindow.h"
+#include "unix/feedback/InfoWindow.h"
 
 namespace {
 jlong checked(jlong handle)

@@ -1,4 +1,4 @@
-#include "Timer.h"
+#include "unix/feedback/Timer.h"
 
 #include <atomic>
 #include <chrono>

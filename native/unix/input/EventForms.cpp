@@ -1,9 +1,9 @@
 // The Java forms of recorded events.
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
-#include "JavaGeometry.h"
-#include "JniClass.h"
-#include "LocalRef.h"
+#include "common/jni/JniClass.h"
+#include "common/jni/LocalRef.h"
+#include "unix/window/JavaGeometry.h"
 
 namespace {
 constexpr const char* eventClass = "com/talvern/test/gx/sys/graphical/NativeKeyMouseEvent";

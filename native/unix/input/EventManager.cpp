@@ -1,8 +1,8 @@
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
-#include "CTracer.h"
-#include "GxInstallOptions.h"
-#include "SpyMutex.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxInstallOptions.h"
+#include "unix/ipc/Mutex.h"
 
 #include <mutex>
 #include <strings.h>
@@ -51,7 +51,7 @@ CSpyMutex* eventMutex() noexcept
     const std::lock_guard guard(s_making);
     try {
         if (!s_mutex)
-            s_mutex = CSpyMutex::named("eventMutex");
+            s_mutex = CUnixMutex::named("eventMutex");
     } catch (...) {
         // Spy memory is full, locked or not to be had; its exceptions trace their reason when they are built.
     }

@@ -11,7 +11,7 @@
 /// later end with PlaybackNoXTest.
 #pragma once
 
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <jni.h>
 

@@ -1,22 +1,22 @@
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "GxGlobals.h"
-#include "GxInstallOptions.h"
-#include "HeldInput.h"
-#include "InputServer.h"
-#include "RunningInput.h"
-#include "inputkeyunix.h"
-#include "processkey.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxInstallOptions.h"
+#include "include/GxGlobals.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/InputServer.h"
+#include "unix/input/RunningInput.h"
+#include "unix/input/inputkeyunix.h"
+#include "unix/input/processkey.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <strings.h>
 
-#include "OwnDisplay.h"
-#include "WindowManagerUnix.h"
-#include "XErrors.h"
+#include "unix/window/OwnDisplay.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/XErrors.h"
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 

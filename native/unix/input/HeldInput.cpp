@@ -1,9 +1,9 @@
-#include "HeldInput.h"
+#include "unix/input/HeldInput.h"
 
-#include "CTracer.h"
-#include "GxGlobals.h"
-#include "Keyboards.h"
-#include "ProcessStat.h"
+#include "common/trace/CTracer.h"
+#include "include/GxGlobals.h"
+#include "unix/input/Keyboards.h"
+#include "unix/process/ProcessStat.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 #include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>
 #include <X11/extensions/XTest.h>

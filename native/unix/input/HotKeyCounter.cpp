@@ -1,6 +1,6 @@
-#include "HotKeyCounter.h"
+#include "unix/input/HotKeyCounter.h"
 
-#include "AsciiName.h"
+#include "common/spy/AsciiName.h"
 
 #include <cstdint>
 

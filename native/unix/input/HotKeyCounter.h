@@ -2,7 +2,7 @@
 /// that sees the key pressed takes one count for it, and only a press that nobody counted is the user's.
 #pragma once
 
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
 
 /// A signed 32-bit number in spy memory, found by its name. Any thread; raises what spy memory raises.
 class HotKeyCounter : public CSpyMemory {

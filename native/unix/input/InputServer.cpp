@@ -1,4 +1,4 @@
-#include "InputServer.h"
+#include "unix/input/InputServer.h"
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>

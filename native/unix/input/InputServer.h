@@ -1,7 +1,7 @@
 /// What input asks an X server: a round trip each. Without a display nothing is down, the pointer is nowhere.
 #pragma once
 
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 struct _XDisplay;
 

@@ -5,7 +5,7 @@
 /// thread has its own words: one may wait for an event while another asks where the pointer is.
 #pragma once
 
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
 
 #include <utility>
 

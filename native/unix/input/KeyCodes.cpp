@@ -1,4 +1,4 @@
-#include "KeyCodes.h"
+#include "unix/input/KeyCodes.h"
 
 #include <utility>
 

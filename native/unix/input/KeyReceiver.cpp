@@ -1,7 +1,7 @@
-#include "KeyReceiver.h"
+#include "unix/input/KeyReceiver.h"
 
-#include "CTracer.h"
-#include "RunningInput.h"
+#include "common/trace/CTracer.h"
+#include "unix/input/RunningInput.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,7 +18,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 

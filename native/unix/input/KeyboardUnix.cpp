@@ -1,19 +1,19 @@
-#include "Keyboard.h"
+#include "unix/input/Keyboard.h"
 
-#include "HeldInput.h"
-#include "InputServer.h"
-#include "InputStatus.h"
-#include "Keyboards.h"
-#include "RunningInput.h"
-#include "inputkeyunix.h"
-#include "processkey.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/InputServer.h"
+#include "unix/input/InputStatus.h"
+#include "unix/input/Keyboards.h"
+#include "unix/input/RunningInput.h"
+#include "unix/input/inputkeyunix.h"
+#include "unix/input/processkey.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 #include <X11/Xlib.h>
 
 constinit thread_local int g_keyboard_status = InputSupported;

@@ -1,4 +1,4 @@
-#include "Keyboards.h"
+#include "unix/input/Keyboards.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 #include <X11/Xatom.h>
 #include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>

@@ -3,7 +3,7 @@
 /// a user or XTest.
 #pragma once
 
-#include "KeyCodes.h"
+#include "unix/input/KeyCodes.h"
 
 #include <bitset>
 #include <cstdint>

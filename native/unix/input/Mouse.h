@@ -1,8 +1,8 @@
 /// The pointer: where it is, which buttons are down, and its capture while a user points at something.
 #pragma once
 
-#include "EventManager.h"
-#include "WindowManager.h"
+#include "unix/input/EventManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <atomic>
 #include <memory>

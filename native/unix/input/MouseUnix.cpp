@@ -1,15 +1,15 @@
-#include "Mouse.h"
+#include "unix/input/Mouse.h"
 
-#include "GxGlobals.h"
-#include "HeldInput.h"
-#include "InputServer.h"
-#include "InputStatus.h"
-#include "RunningInput.h"
+#include "include/GxGlobals.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/InputServer.h"
+#include "unix/input/InputStatus.h"
+#include "unix/input/RunningInput.h"
 
 #include <poll.h>
 
-#include "OwnDisplay.h"
-#include "XErrors.h"
+#include "unix/window/OwnDisplay.h"
+#include "unix/window/XErrors.h"
 #include <X11/Xlib.h>
 #include <X11/cursorfont.h>
 

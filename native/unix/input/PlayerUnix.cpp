@@ -1,19 +1,19 @@
-#include "Player.h"
+#include "unix/input/Player.h"
 
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "GxGlobals.h"
-#include "HotKeyCounter.h"
-#include "InputServer.h"
-#include "KeyCodes.h"
-#include "ProcessEnd.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "include/GxGlobals.h"
+#include "unix/input/HotKeyCounter.h"
+#include "unix/input/InputServer.h"
+#include "unix/input/KeyCodes.h"
+#include "unix/process/ProcessEnd.h"
 
 #include <chrono>
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include "OwnDisplay.h"
+#include "unix/window/OwnDisplay.h"
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 

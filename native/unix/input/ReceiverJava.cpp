@@ -1,9 +1,9 @@
 // What an engine asks that plays at a pace that programs can follow: who receives what was played, and which
 // keys there are.
-#include "JniEntry.h"
-#include "KeyReceiver.h"
-#include "Keyboard.h"
 #include "com_talvern_test_gx_engine_UserInput.h"
+#include "common/jni/JniEntry.h"
+#include "unix/input/KeyReceiver.h"
+#include "unix/input/Keyboard.h"
 
 GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitClickTaken,
               CKeyReceiver::awaitClickTaken(), jclass)

@@ -2,7 +2,7 @@
 /// not supported, by g_recorder_status, or does nothing.
 #pragma once
 
-#include "EventManager.h"
+#include "unix/input/EventManager.h"
 
 #include <atomic>
 #include <memory>

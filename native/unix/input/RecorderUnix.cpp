@@ -1,6 +1,6 @@
-#include "Recorder.h"
+#include "unix/input/Recorder.h"
 
-#include "InputStatus.h"
+#include "unix/input/InputStatus.h"
 
 constinit std::atomic<Recorder*> Recorder::s_recorder = nullptr;
 constinit thread_local int g_recorder_status = InputSupported;

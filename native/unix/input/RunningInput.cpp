@@ -1,6 +1,6 @@
-#include "RunningInput.h"
+#include "unix/input/RunningInput.h"
 
-#include "ProcessEnd.h"
+#include "unix/process/ProcessEnd.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,16 +1,16 @@
-#include "inputkeyunix.h"
+#include "unix/input/inputkeyunix.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "EventManager.h"
-#include "HotKeyCounter.h"
-#include "GxGlobals.h"
-#include "HeldInput.h"
-#include "InputServer.h"
-#include "KeyReceiver.h"
-#include "OwnDisplay.h"
-#include "RunningInput.h"
-#include "processkey.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/CTracer.h"
+#include "include/GxGlobals.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/HotKeyCounter.h"
+#include "unix/input/InputServer.h"
+#include "unix/input/KeyReceiver.h"
+#include "unix/input/RunningInput.h"
+#include "unix/input/processkey.h"
+#include "unix/window/OwnDisplay.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -18,8 +18,8 @@
 #include <mutex>
 #include <thread>
 
-#include "Keyboards.h"
-#include "ScopedX.h"
+#include "include/ScopedX.h"
+#include "unix/input/Keyboards.h"
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>

@@ -3,9 +3,9 @@
 /// it.
 #pragma once
 
-#include "HeldInput.h"
-#include "KeyCodes.h"
-#include "StrokeSink.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/KeyCodes.h"
+#include "unix/input/StrokeSink.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,11 +1,11 @@
-#include "processkey.h"
+#include "unix/input/processkey.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "EventManager.h"
-#include "GxAssert.h"
-#include "StrokeSink.h"
-#include "inputkeyunix.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/StrokeSink.h"
+#include "unix/input/inputkeyunix.h"
 
 #include <array>
 #include <cctype>

@@ -1,6 +1,6 @@
-#include "AnswerBell.h"
+#include "unix/ipc/AnswerBell.h"
 
-#include "NoticePage.h"
+#include "unix/sysv/NoticePage.h"
 
 #include <chrono>
 #include <climits>

@@ -1,14 +1,14 @@
-#include "Mailslot.h"
+#include "unix/ipc/Mailslot.h"
 
-#include "CTracer.h"
-#include "ChildWait.h"
-#include "ErrorString.h"
-#include "GxAssert.h"
-#include "ITalString.h"
-#include "MailslotEnd.h"
-#include "MailslotEvent.h"
-#include "SemaphoreList.h"
-#include "SpyVector.h"
+#include "common/spy/SpyVector.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/ErrorString.h"
+#include "common/trace/GxAssert.h"
+#include "include/ITalString.h"
+#include "unix/ipc/MailslotEnd.h"
+#include "unix/ipc/MailslotEvent.h"
+#include "unix/ipc/SemaphoreList.h"
+#include "unix/process/ChildWait.h"
 
 #include <algorithm>
 #include <array>

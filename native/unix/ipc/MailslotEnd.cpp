@@ -1,11 +1,11 @@
-#include "MailslotEnd.h"
+#include "unix/ipc/MailslotEnd.h"
 
-#include "AsciiName.h"
-#include "CTracer.h"
-#include "JniDataTypes.h"
-#include "Mailslot.h"
-#include "SpyMap.h"
-#include "SpyVariant.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyVariant.h"
+#include "common/trace/CTracer.h"
+#include "unix/ipc/Mailslot.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
-#include "MailslotEvent.h"
+#include "unix/ipc/MailslotEvent.h"
 
-#include "IpcStatus.h"
+#include "unix/sysv/IpcStatus.h"
 
 #include <cerrno>
 #include <chrono>

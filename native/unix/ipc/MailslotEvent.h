@@ -1,7 +1,7 @@
 /// The two semaphores of a mailslot.
 #pragma once
 
-#include "Mailslot.h"
+#include "unix/ipc/Mailslot.h"
 
 #include <sys/ipc.h>
 #include <sys/sem.h>

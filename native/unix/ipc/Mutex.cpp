@@ -1,16 +1,16 @@
-#include "Mutex.h"
+#include "unix/ipc/Mutex.h"
 
-#include "CTracer.h"
-#include "ErrorString.h"
-#include "GxAssert.h"
-#include "GxDebug.h"
-#include "HoldRecords.h"
-#include "IpcStatus.h"
-#include "SegmentSweep.h"
-#include "SharedMemory.h"
-#include "SharedMemoryHeader.h"
-#include "SpyHeap.h"
-#include "UnixSharedMemory.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/ErrorString.h"
+#include "common/trace/GxAssert.h"
+#include "common/trace/GxDebug.h"
+#include "include/SpyHeap.h"
+#include "unix/sysv/HoldRecords.h"
+#include "unix/sysv/IpcStatus.h"
+#include "unix/sysv/SegmentSweep.h"
+#include "unix/sysv/SharedMemory.h"
+#include "unix/sysv/SharedMemoryHeader.h"
+#include "unix/sysv/UnixSharedMemory.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,9 +1,9 @@
 /// Mutexes on System V semaphores.
 #pragma once
 
-#include "SemaphoreSet.h"
-#include "SpyMemRef.h"
-#include "SpyMutex.h"
+#include "common/spy/SpyMemRef.h"
+#include "unix/sysv/SemaphoreSet.h"
+#include "unix/sysv/SpyMutex.h"
 
 #include <array>
 #include <atomic>
@@ -47,6 +47,12 @@ public:
     /// A view of a Java Mutex, for one call.
     CUnixMutex(JNIEnv* env, jobject mutex);
     CUnixMutex(const CUnixMutex& other);
+
+    /// The mutex that all processes of the display know by `name` (ASCII), made by the first that asks for
+    /// it. The caller deletes it; the mutex itself stays as long as spy memory does. Raises what spy memory
+    /// raises.
+    /// @return null when no semaphore is left
+    static CSpyMutex* named(const char* name);
 
     /// From the Java object when there is one.
     CSemaphoreHandle handle();

@@ -1,12 +1,12 @@
 // Mutexes by name: a map in spy memory from names to semaphores. Stored form: doc/mutexes.md.
-#include "Mutex.h"
+#include "unix/ipc/Mutex.h"
 
-#include "AsciiName.h"
-#include "CTracer.h"
-#include "HoldRecords.h"
-#include "JniDataTypes.h"
-#include "SemaphoreList.h"
-#include "SpyMap.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/trace/CTracer.h"
+#include "unix/ipc/SemaphoreList.h"
+#include "unix/sysv/HoldRecords.h"
 
 #include <memory>
 #include <string>
@@ -23,7 +23,7 @@ std::string shown(const ITalString& name)
 }
 } // namespace
 
-CSpyMutex* CSpyMutex::named(const char* name)
+CSpyMutex* CUnixMutex::named(const char* name)
 {
     auto mutex = std::make_unique<CUnixMutex>();
     return mutex->create(name) ? mutex.release() : nullptr;

@@ -1,11 +1,11 @@
-#include "SemaphoreList.h"
+#include "unix/ipc/SemaphoreList.h"
 
-#include "AsciiName.h"
-#include "CTracer.h"
-#include "GxAssert.h"
-#include "SegmentSweep.h"
-#include "SpyVariant.h"
-#include "UnixSharedMemory.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyVariant.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/GxAssert.h"
+#include "unix/sysv/SegmentSweep.h"
+#include "unix/sysv/UnixSharedMemory.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,9 +1,9 @@
 /// The semaphores that named mutexes and mailslots of a display are given. Stored form: doc/mutexes.md.
 #pragma once
 
-#include "IpcStatus.h"
-#include "SemaphoreSet.h"
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
+#include "unix/sysv/IpcStatus.h"
+#include "unix/sysv/SemaphoreSet.h"
 
 #include <cstddef>
 #include <cstdint>

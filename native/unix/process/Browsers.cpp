@@ -1,4 +1,4 @@
-#include "Browsers.h"
+#include "unix/process/Browsers.h"
 
 #include <algorithm>
 #include <cstdio>

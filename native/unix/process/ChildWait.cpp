@@ -1,7 +1,7 @@
-#include "ChildWait.h"
+#include "unix/process/ChildWait.h"
 
-#include "CTracer.h"
-#include "ErrorString.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/ErrorString.h"
 
 #include <cerrno>
 #include <sched.h>

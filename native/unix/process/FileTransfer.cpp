@@ -1,8 +1,8 @@
-#include "FileTransfer.h"
+#include "unix/process/FileTransfer.h"
 
-#include "CTracer.h"
-#include "ErrorString.h"
-#include "ScopedFile.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/ErrorString.h"
+#include "common/trace/ScopedFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
-#include "OperatingSystem.h"
+#include "unix/process/OperatingSystem.h"
 
-#include "CTracer.h"
-#include "Environment.h"
-#include "ProcessStat.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/Environment.h"
+#include "unix/process/ProcessStat.h"
 
 #include <algorithm>
 #include <chrono>

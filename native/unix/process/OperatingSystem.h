@@ -1,7 +1,7 @@
 /// Questions about processes and the system, waiting for children and ending processes.
 #pragma once
 
-#include "ChildWait.h"
+#include "unix/process/ChildWait.h"
 
 #include <optional>
 #include <string>

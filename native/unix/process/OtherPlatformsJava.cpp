@@ -1,8 +1,8 @@
 // The native methods of com.talvern.test.gx.sys.OperatingSystem that mean something on other platforms only.
 #include "com_talvern_test_gx_sys_OperatingSystem.h"
 
-#include "JniEntry.h"
-#include "jniobject.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/jniobject.h"
 
 namespace {
 template <class Answer> Answer notSupported(JNIEnv* env, Answer answer = Answer())

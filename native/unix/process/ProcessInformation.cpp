@@ -1,6 +1,6 @@
-#include "ProcessInformation.h"
+#include "unix/process/ProcessInformation.h"
 
-#include "JniDataTypes.h"
+#include "common/jni/JniDataTypes.h"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
 /// The Java objects that stand for processes, as native code fills and reads them.
 #pragma once
 
-#include "jniobject.h"
+#include "common/jni/jniobject.h"
 
 #include <string>
 

@@ -1,11 +1,11 @@
-#include "ProcessStart.h"
+#include "unix/process/ProcessStart.h"
 
-#include "CRegistryInformation.h"
-#include "CTracer.h"
-#include "ChildWait.h"
-#include "Environment.h"
-#include "ErrorString.h"
-#include "ScopedFile.h"
+#include "common/trace/CRegistryInformation.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/Environment.h"
+#include "common/trace/ErrorString.h"
+#include "common/trace/ScopedFile.h"
+#include "unix/process/ChildWait.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "ProcessStat.h"
+#include "unix/process/ProcessStat.h"
 
 #include <fstream>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "ScreenConnection.h"
+#include "unix/screen/ScreenConnection.h"
 
 #include <algorithm>
 #include <cerrno>

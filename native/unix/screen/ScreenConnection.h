@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 #include <xcb/damage.h>
 
 /// Opened for one purpose and closed with this object. Without a server, and once the connection is lost,

@@ -1,13 +1,13 @@
 // Exported functions of com.talvern.test.gx.engine.Screen and ScreenWatch.
-#include "JniEntry.h"
-#include "LocalRef.h"
 #include "com_talvern_test_gx_engine_Screen.h"
 #include "com_talvern_test_gx_engine_ScreenWatch.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/LocalRef.h"
 
 #include <map>
 
-#include "ScreenPicture.h"
-#include "ScreenWatch.h"
+#include "unix/screen/ScreenPicture.h"
+#include "unix/screen/ScreenWatch.h"
 
 namespace {
 /// The pixels of a Java array, during which nothing else is asked of Java.

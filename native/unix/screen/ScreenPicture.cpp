@@ -1,4 +1,4 @@
-#include "ScreenPicture.h"
+#include "unix/screen/ScreenPicture.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "WindowLevel.h"
+#include "unix/window/WindowLevel.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;

@@ -1,7 +1,7 @@
 /// Pictures of the screen, as a user sees it.
 #pragma once
 
-#include "ScreenSource.h"
+#include "unix/screen/ScreenSource.h"
 
 #include <cstdint>
 #include <memory>

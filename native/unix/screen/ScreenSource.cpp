@@ -1,6 +1,6 @@
-#include "ScreenSource.h"
+#include "unix/screen/ScreenSource.h"
 
-#include "ScopedFile.h"
+#include "common/trace/ScopedFile.h"
 
 #include <algorithm>
 #include <mutex>

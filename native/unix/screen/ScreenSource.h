@@ -1,7 +1,7 @@
 /// Where pictures come from: a connection, and memory that the X server writes pixels into.
 #pragma once
 
-#include "ScreenConnection.h"
+#include "unix/screen/ScreenConnection.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "ScreenWatch.h"
+#include "unix/screen/ScreenWatch.h"
 
-#include "WindowOwner.h"
+#include "unix/window/WindowOwner.h"
 
 #include <algorithm>
 

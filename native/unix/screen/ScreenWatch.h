@@ -1,7 +1,7 @@
 /// Waiting until something changes on the screen.
 #pragma once
 
-#include "ScreenConnection.h"
+#include "unix/screen/ScreenConnection.h"
 
 #include <mutex>
 #include <vector>

@@ -3,7 +3,7 @@
 /// only.
 #pragma once
 
-#include "gtkfuncs.h"
+#include "unix/window/gtkfuncs.h"
 
 /// A node of a list, as GLib lays it out.
 struct _GList {

@@ -1,7 +1,7 @@
-#include "GtkFileDialogs.h"
+#include "unix/widget/GtkFileDialogs.h"
 
-#include "CodeSet.h"
-#include "GtkObjects.h"
+#include "common/jni/CodeSet.h"
+#include "unix/widget/GtkObjects.h"
 
 #include <algorithm>
 #include <initializer_list>

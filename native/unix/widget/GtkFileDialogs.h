@@ -1,7 +1,7 @@
 /// File dialogs of GTK 2 and GTK 3: to open, to save, and for folders.
 #pragma once
 
-#include "WidgetTree.h"
+#include "unix/widget/WidgetTree.h"
 
 /// As IWidgetToolkit::fileDialogs, the newest last.
 std::vector<CFileDialog> gtkFileDialogs();

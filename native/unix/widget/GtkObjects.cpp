@@ -1,6 +1,6 @@
-#include "GtkObjects.h"
+#include "unix/widget/GtkObjects.h"
 
-#include "Toolkit.h"
+#include "unix/window/Toolkit.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 /// Objects of GTK: their types and properties by name, their lists, and where they are on the screen.
 #pragma once
 
-#include "GtkCalls.h"
-#include "WindowManager.h"
+#include "unix/widget/GtkCalls.h"
+#include "unix/window/WindowManager.h"
 
 #include <memory>
 #include <optional>

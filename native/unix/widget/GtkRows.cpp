@@ -1,6 +1,6 @@
-#include "GtkRows.h"
+#include "unix/widget/GtkRows.h"
 
-#include "MenuToolkit.h"
+#include "unix/window/MenuToolkit.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 /// What GTK draws without widgets: the cells of lists, tables and trees, and of icons.
 #pragma once
 
-#include "GtkObjects.h"
-#include "WidgetTree.h"
+#include "unix/widget/GtkObjects.h"
+#include "unix/widget/WidgetTree.h"
 
 /// Fills columns and rows in sight of a GtkTreeView, and its role.
 void readTreeView(_GtkWidget* view, CGdkPlaces& places, CWidgetNode& node);

@@ -1,10 +1,10 @@
-#include "WidgetTree.h"
+#include "unix/widget/WidgetTree.h"
 
-#include "GtkFileDialogs.h"
-#include "GtkObjects.h"
-#include "GtkRows.h"
-#include "Toolkit.h"
-#include "WindowManagerUnix.h"
+#include "unix/widget/GtkFileDialogs.h"
+#include "unix/widget/GtkObjects.h"
+#include "unix/widget/GtkRows.h"
+#include "unix/window/Toolkit.h"
+#include "unix/window/WindowManagerUnix.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,12 +1,12 @@
-#include "WidgetTree.h"
+#include "unix/widget/WidgetTree.h"
 
-#include "WindowManagerUnix.h"
-#include "XtFacts.h"
-#include "XtGrab.h"
-#include "XtGuard.h"
-#include "XtHold.h"
-#include "XtObjects.h"
-#include "XtRows.h"
+#include "unix/widget/XtFacts.h"
+#include "unix/widget/XtGrab.h"
+#include "unix/widget/XtHold.h"
+#include "unix/widget/XtObjects.h"
+#include "unix/widget/XtRows.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/XtGuard.h"
 
 #include <algorithm>
 #include <ranges>

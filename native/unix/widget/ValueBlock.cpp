@@ -1,6 +1,6 @@
-#include "ValueBlock.h"
+#include "unix/widget/ValueBlock.h"
 
-#include "CodeSet.h"
+#include "common/jni/CodeSet.h"
 
 #include <algorithm>
 #include <bit>

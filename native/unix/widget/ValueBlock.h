@@ -2,7 +2,7 @@
 /// the value, the highest byte first.
 #pragma once
 
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <cstdint>
 #include <optional>

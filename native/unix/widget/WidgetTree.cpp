@@ -1,10 +1,10 @@
 // Exported functions of com.talvern.test.gx.application.WidgetTree, and what the toolkits have in common.
-#include "WidgetTree.h"
+#include "unix/widget/WidgetTree.h"
 
-#include "JniEntry.h"
-#include "ValueBlock.h"
 #include "com_talvern_test_gx_application_WidgetTree.h"
-#include "gtkfuncs.h"
+#include "common/jni/JniEntry.h"
+#include "unix/widget/ValueBlock.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,8 +1,8 @@
 /// The widgets of this process, whichever toolkit made them, read into plain values.
 #pragma once
 
-#include "JniDataTypes.h"
-#include "WindowManager.h"
+#include "common/jni/JniDataTypes.h"
+#include "unix/window/WindowManager.h"
 
 #include <cstddef>
 #include <cstdint>

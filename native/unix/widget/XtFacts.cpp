@@ -1,4 +1,4 @@
-#include "XtFacts.h"
+#include "unix/widget/XtFacts.h"
 
 #include <algorithm>
 #include <climits>

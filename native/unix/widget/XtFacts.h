@@ -2,7 +2,7 @@
 /// plain data only.
 #pragma once
 
-#include "XtGuard.h"
+#include "unix/window/XtGuard.h"
 
 /// Facts about a widget or gadget. Texts are in the code set of the application's locale, and the caller
 /// frees them by XtFree.

@@ -1,4 +1,4 @@
-#include "XtGrab.h"
+#include "unix/widget/XtGrab.h"
 
 namespace {
 void noteAndStop(Widget, XtPointer seen, XEvent*, Boolean* goOn)

@@ -2,7 +2,7 @@
 /// and wherever else it has called XtAddGrab. GUI thread only.
 #pragma once
 
-#include "XtGuard.h"
+#include "unix/window/XtGuard.h"
 
 /// Whether a press on a widget would reach it. Xt keeps its list of grabs to itself, so it is given an event
 /// that goes by that list, and is stopped before the program sees it. Inside of CXtGuard only.

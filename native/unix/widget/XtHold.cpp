@@ -1,4 +1,4 @@
-#include "XtHold.h"
+#include "unix/widget/XtHold.h"
 
 #include <exception>
 #include <utility>

@@ -1,6 +1,6 @@
-#include "XtObjects.h"
+#include "unix/widget/XtObjects.h"
 
-#include "CodeSet.h"
+#include "common/jni/CodeSet.h"
 
 #include <algorithm>
 

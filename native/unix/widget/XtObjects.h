@@ -1,8 +1,8 @@
 /// Widgets and gadgets of Xt: what is asked of them under the guard and outlives it. GUI thread only.
 #pragma once
 
-#include "WindowManager.h"
-#include "XtGuard.h"
+#include "unix/window/WindowManager.h"
+#include "unix/window/XtGuard.h"
 
 #include <string>
 #include <vector>

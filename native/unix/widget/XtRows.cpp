@@ -1,7 +1,7 @@
-#include "XtRows.h"
+#include "unix/widget/XtRows.h"
 
-#include "XtFacts.h"
-#include "XtObjects.h"
+#include "unix/widget/XtFacts.h"
+#include "unix/widget/XtObjects.h"
 
 #include <algorithm>
 #include <cstdlib>

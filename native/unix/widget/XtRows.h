@@ -2,8 +2,8 @@
 /// widgets or gadgets in them. GUI thread only.
 #pragma once
 
-#include "WidgetTree.h"
-#include "XtGuard.h"
+#include "unix/widget/WidgetTree.h"
+#include "unix/window/XtGuard.h"
 
 /// Fills in the rows in sight, how many there are, and the titles of the columns.
 /// @param node  whose box is known

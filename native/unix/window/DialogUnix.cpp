@@ -1,10 +1,10 @@
-#include "DialogUnix.h"
+#include "unix/window/DialogUnix.h"
 
-#include "Dialog.h"
-#include "GxGlobals.h"
-#include "MessageWindow.h"
-#include "WindowManagerUnix.h"
-#include "XtGuard.h"
+#include "include/GxGlobals.h"
+#include "unix/window/Dialog.h"
+#include "unix/window/MessageWindow.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/XtGuard.h"
 
 #include <memory>
 #include <string>

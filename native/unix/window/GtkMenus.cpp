@@ -1,8 +1,8 @@
-#include "MenuToolkit.h"
+#include "unix/window/MenuToolkit.h"
 
-#include "Toolkit.h"
-#include "WindowManagerUnix.h"
-#include "gtkfuncs.h"
+#include "unix/window/Toolkit.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
-#include "JavaGeometry.h"
+#include "unix/window/JavaGeometry.h"
 
-#include "JniClass.h"
-#include "KnownClass.h"
-#include "LocalRef.h"
-#include "jniobject.h"
+#include "common/jni/JniClass.h"
+#include "common/jni/KnownClass.h"
+#include "common/jni/LocalRef.h"
+#include "common/jni/jniobject.h"
 
 namespace {
 constinit CJavaConstructor s_rectangle{"java/awt/Rectangle", "(IIII)V", " rectClass == NULL"};

@@ -1,8 +1,8 @@
 /// java.awt.Point and java.awt.Rectangle, in pixels of the root window.
 #pragma once
 
-#include "JniEntry.h"
-#include "WindowManager.h"
+#include "common/jni/JniEntry.h"
+#include "unix/window/WindowManager.h"
 
 #include <jni.h>
 

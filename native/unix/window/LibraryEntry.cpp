@@ -1,9 +1,9 @@
 // State of the process, set up when the library is loaded. There is no JNI_OnLoad: the library is also loaded
 // into applications that have no JVM.
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
-#include "OwnDisplay.h"
-#include "ProcessEnd.h"
+#include "unix/process/ProcessEnd.h"
+#include "unix/window/OwnDisplay.h"
 
 namespace {
 /// Runs at exit, and when the library is unloaded. Whoever comes later finds no display.

@@ -1,7 +1,7 @@
-#include "ListBox.h"
+#include "unix/window/ListBox.h"
 
-#include "WindowManagerUnix.h"
-#include "XtGuard.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/XtGuard.h"
 
 #include <algorithm>
 #include <climits>

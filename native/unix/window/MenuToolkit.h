@@ -1,9 +1,9 @@
 /// What the toolkit of this process knows of its menus.
 #pragma once
 
-#include "Menu.h"
-#include "WindowManager.h"
-#include "WindowLevel.h"
+#include "unix/window/Menu.h"
+#include "unix/window/WindowLevel.h"
+#include "unix/window/WindowManager.h"
 
 #include <algorithm>
 #include <optional>

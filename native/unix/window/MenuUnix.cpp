@@ -1,10 +1,10 @@
 // Menus on X11: finding them, and what does not depend on the toolkit that made them.
-#include "Menu.h"
+#include "unix/window/Menu.h"
 
-#include "CTracer.h"
-#include "MenuToolkit.h"
-#include "WindowManagerUnix.h"
-#include "gtkfuncs.h"
+#include "common/trace/CTracer.h"
+#include "unix/window/MenuToolkit.h"
+#include "unix/window/WindowManagerUnix.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <algorithm>
 #include <atomic>

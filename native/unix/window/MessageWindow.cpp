@@ -1,7 +1,7 @@
-#include "MessageWindow.h"
+#include "unix/window/MessageWindow.h"
 
-#include "CTracer.h"
-#include "WindowLevel.h"
+#include "common/trace/CTracer.h"
+#include "unix/window/WindowLevel.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,8 +1,8 @@
-#include "MenuToolkit.h"
+#include "unix/window/MenuToolkit.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
-#include "XtGuard.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/CTracer.h"
+#include "unix/window/XtGuard.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,9 +1,9 @@
-#include "OwnDisplay.h"
+#include "unix/window/OwnDisplay.h"
 
-#include "CTracer.h"
-#include "ProcessEnd.h"
-#include "ServerComplaint.h"
-#include "XErrors.h"
+#include "common/trace/CTracer.h"
+#include "unix/process/ProcessEnd.h"
+#include "unix/window/ServerComplaint.h"
+#include "unix/window/XErrors.h"
 
 #include <algorithm>
 #include <atomic>
@@ -15,7 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 
 #include <X11/Xlib-xcb.h>
 // The buffer of a connection, as the extension libraries know it; its macros break what follows.

@@ -1,4 +1,4 @@
-#include "WindowManager.h"
+#include "unix/window/WindowManager.h"
 
 #include <cstdlib>
 

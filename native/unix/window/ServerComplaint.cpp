@@ -1,7 +1,7 @@
-#include "ServerComplaint.h"
+#include "unix/window/ServerComplaint.h"
 
-#include "GxGlobals.h"
-#include "OwnDisplay.h"
+#include "include/GxGlobals.h"
+#include "unix/window/OwnDisplay.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -11,7 +11,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 
 namespace {
 constexpr const char* startOne = "gx session -- COMMAND runs a command on a display of its own";

@@ -1,8 +1,8 @@
 // Top-level windows: finding, raising, moving, closing them.
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
-#include "GxGlobals.h"
-#include "WindowArray.h"
+#include "include/GxGlobals.h"
+#include "unix/window/WindowArray.h"
 
 #include <algorithm>
 #include <array>

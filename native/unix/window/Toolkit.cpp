@@ -1,6 +1,6 @@
-#include "Toolkit.h"
+#include "unix/window/Toolkit.h"
 
-#include "gtkfuncs.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,11 +1,11 @@
 // What kind of widget a window belongs to. Only the process that the widget lives in can tell.
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
-#include "DialogUnix.h"
-#include "GxGlobals.h"
-#include "MenuToolkit.h"
-#include "XtGuard.h"
-#include "gtkfuncs.h"
+#include "include/GxGlobals.h"
+#include "unix/window/DialogUnix.h"
+#include "unix/window/MenuToolkit.h"
+#include "unix/window/XtGuard.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <Xm/RowColumn.h>
 #include <Xm/Xm.h>

@@ -1,4 +1,4 @@
-#include "WindowLevel.h"
+#include "unix/window/WindowLevel.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -8,8 +8,8 @@
 /// One thread at a time for a display. Everything here blocks until the server answers.
 #pragma once
 
-#include "ScopedX.h"
-#include "XErrors.h"
+#include "include/ScopedX.h"
+#include "unix/window/XErrors.h"
 
 #include <cstddef>
 #include <optional>

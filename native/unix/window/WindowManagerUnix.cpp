@@ -1,6 +1,6 @@
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
-#include "WindowArray.h"
+#include "unix/window/WindowArray.h"
 
 #include <algorithm>
 

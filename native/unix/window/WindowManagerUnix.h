@@ -2,8 +2,8 @@
 /// walkDisplay() gave and block until the server answers.
 #pragma once
 
-#include "WindowLevel.h"
-#include "WindowManager.h"
+#include "unix/window/WindowLevel.h"
+#include "unix/window/WindowManager.h"
 
 #include <optional>
 #include <span>

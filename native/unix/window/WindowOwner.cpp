@@ -1,14 +1,14 @@
-#include "WindowOwner.h"
+#include "unix/window/WindowOwner.h"
 
-#include "JniEntry.h"
 #include "com_talvern_test_gx_engine_AgentSearch.h"
+#include "common/jni/JniEntry.h"
 
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <unistd.h>
 
-#include "ScopedX.h"
+#include "include/ScopedX.h"
 #include <xcb/res.h>
 
 namespace {

@@ -1,8 +1,8 @@
 // Class names and captions.
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
-#include "CTracer.h"
-#include "CodeSet.h"
+#include "common/jni/CodeSet.h"
+#include "common/trace/CTracer.h"
 
 #include <algorithm>
 #include <cstring>

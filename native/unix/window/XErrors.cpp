@@ -1,8 +1,8 @@
-#include "XErrors.h"
+#include "unix/window/XErrors.h"
 
-#include "CTracer.h"
-#include "GxGlobals.h"
-#include "OwnDisplay.h"
+#include "common/trace/CTracer.h"
+#include "include/GxGlobals.h"
+#include "unix/window/OwnDisplay.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "XtGuard.h"
+#include "unix/window/XtGuard.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 /// Lookups of Motif widgets by their X windows, on the application's display (gx_app_display).
 #pragma once
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <csetjmp>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "dladdons.h"
+#include "unix/window/dladdons.h"
 
-#include "LoadedLibrary.h"
+#include "unix/window/LoadedLibrary.h"
 
 #include <cstring>
 #include <link.h>

@@ -1,4 +1,4 @@
-#include "gtkfuncs.h"
+#include "unix/window/gtkfuncs.h"
 
 namespace {
 bool isLoaded(const char* library)

@@ -7,7 +7,7 @@
 /// reading widgets there are more in GtkCalls.h.
 #pragma once
 
-#include "LoadedLibrary.h"
+#include "unix/window/LoadedLibrary.h"
 
 struct _GList;
 struct _GdkDisplay;

@@ -1,5 +1,5 @@
 // Libraries of test domains, one for each way in which a domain can be given: see CMakeLists.txt.
-#include "IHtmlDomain.h"
+#include "unix/app/IHtmlDomain.h"
 
 #include <cstdio>
 

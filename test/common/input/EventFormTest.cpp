@@ -1,7 +1,7 @@
 // Recorded events as Java objects.
-#include "EventManager.h"
-#include "JniDataTypes.h"
 #include "JvmScope.h"
+#include "common/jni/JniDataTypes.h"
+#include "unix/input/EventManager.h"
 
 #include <cstdlib>
 #include <vector>

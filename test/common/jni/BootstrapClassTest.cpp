@@ -1,6 +1,6 @@
 #include "JvmScope.h"
 
-#include "BootstrapClass.h"
+#include "common/jni/BootstrapClass.h"
 
 TEST(Bootstrap, LoadsClassesByNamesWithSlashes)
 {

@@ -1,14 +1,14 @@
 #include "JvmScope.h"
 
-#include "AsciiName.h"
-#include "GxDebug.h"
-#include "JavaMailslot.h"
-#include "JniDataTypes.h"
-#include "JniEntry.h"
-#include "LocalRef.h"
-#include "SpyMap.h"
 #include "TraceCapture.h"
 #include "com_talvern_test_gx_sys_Mailslot.h"
+#include "common/bindings/JavaMailslot.h"
+#include "common/jni/JniDataTypes.h"
+#include "common/jni/JniEntry.h"
+#include "common/jni/LocalRef.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/trace/GxDebug.h"
 
 #include <cstring>
 #include <new>

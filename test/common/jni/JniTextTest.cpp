@@ -1,8 +1,8 @@
 #include "JvmScope.h"
 
-#include "CodeSet.h"
-#include "JavaNetTypes.h"
-#include "JniDataTypes.h"
+#include "common/jni/CodeSet.h"
+#include "common/jni/JavaNetTypes.h"
+#include "common/jni/JniDataTypes.h"
 
 #include <clocale>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 /// The invariants of a spy heap, read from its bytes alone.
 #pragma once
 
-#include "SpyFreeIndex.h"
-#include "SpyHeap.h"
+#include "common/spy/SpyFreeIndex.h"
+#include "include/SpyHeap.h"
 
 #include <cstring>
 #include <map>

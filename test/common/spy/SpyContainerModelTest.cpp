@@ -1,10 +1,10 @@
 // Random sequences of operations on vectors, maps and mapped pairs against plain models, in one process and
 // in four that share the containers.
 #include "ChildProcess.h"
-#include "IVariantIterator.h"
 #include "Seed.h"
 #include "SpyName.h"
 #include "StoreCheck.h"
+#include "common/spy/IVariantIterator.h"
 
 #include <cstdlib>
 #include <map>

@@ -1,7 +1,7 @@
 // Rules of vectors, maps and mapped pairs that random walks do not reach.
-#include "IVariantIterator.h"
 #include "SpyName.h"
 #include "StoreCheck.h"
+#include "common/spy/IVariantIterator.h"
 
 #include <cmath>
 #include <functional>

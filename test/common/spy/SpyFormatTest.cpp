@@ -1,8 +1,8 @@
 // The worked examples of doc/ against a real heap.
 #include "HexExample.h"
-#include "SpyMappedPair.h"
-#include "SpyMap.h"
 #include "SpyName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMappedPair.h"
 
 namespace {
 class SpyFormatTest : public testing::Test {

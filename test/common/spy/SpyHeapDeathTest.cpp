@@ -2,8 +2,8 @@
 #include "ChildProcess.h"
 #include "HeapCheck.h"
 #include "Seed.h"
-#include "SpyMemory.h"
-#include "Within.h"
+#include "common/spy/SpyMemory.h"
+#include "session/Within.h"
 
 #include <gtest/gtest.h>
 

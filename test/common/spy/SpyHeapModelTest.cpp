@@ -2,7 +2,7 @@
 #include "ChildProcess.h"
 #include "HeapCheck.h"
 #include "Seed.h"
-#include "SpyMemory.h"
+#include "common/spy/SpyMemory.h"
 
 #include <gtest/gtest.h>
 

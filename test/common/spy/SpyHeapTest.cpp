@@ -1,10 +1,10 @@
 #include "ChildProcess.h"
 #include "HeapCheck.h"
 #include "HexExample.h"
-#include "PrivateSession.h"
-#include "SpyMemory.h"
 #include "SpyName.h"
 #include "UsedUp.h"
+#include "common/spy/SpyMemory.h"
+#include "session/PrivateSession.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 /// UTF-16 names for tests.
 #pragma once
 
-#include "JniDataTypes.h"
+#include "common/jni/JniDataTypes.h"
 
 #include <string>
 

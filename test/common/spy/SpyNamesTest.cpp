@@ -1,7 +1,7 @@
-#include "AsciiName.h"
 #include "ChildProcess.h"
-#include "SpyMap.h"
-#include "SpyMemory.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMemory.h"
 
 #include <gtest/gtest.h>
 

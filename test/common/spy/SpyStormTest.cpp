@@ -1,11 +1,11 @@
 // Work on a store that another process writes to meanwhile, without the lock and without sense.
 #include "ChildProcess.h"
 #include "HeapCheck.h"
-#include "SpyMap.h"
-#include "SpyMappedPair.h"
-#include "IVariantIterator.h"
 #include "Seed.h"
 #include "SpyName.h"
+#include "common/spy/IVariantIterator.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMappedPair.h"
 
 #include <gtest/gtest.h>
 

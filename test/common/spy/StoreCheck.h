@@ -2,8 +2,8 @@
 #pragma once
 
 #include "HeapCheck.h"
-#include "SpyMappedPair.h"
-#include "SpyMap.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMappedPair.h"
 
 #include <gtest/gtest.h>
 

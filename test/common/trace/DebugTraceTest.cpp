@@ -1,7 +1,7 @@
-#include "DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 
-#include "GxDebug.h"
 #include "TraceHome.h"
+#include "common/trace/GxDebug.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

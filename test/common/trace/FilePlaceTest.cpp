@@ -1,11 +1,11 @@
 // What the library writes to, and what it leaves alone: beside users who put something into the place of its
 // files, under sudo, on full disks.
-#include "FilePlace.h"
+#include "common/trace/FilePlace.h"
 
-#include "GxDebug.h"
-#include "PrivateIpc.h"
-#include "PrivateSession.h"
 #include "TraceHome.h"
+#include "common/trace/GxDebug.h"
+#include "session/PrivateIpc.h"
+#include "session/PrivateSession.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-#include "GxDebug.h"
+#include "common/trace/GxDebug.h"
 
-#include "CTracer.h"
-#include "DebugClass.h"
-#include "GxInstallOptions.h"
 #include "TraceHome.h"
+#include "common/trace/CTracer.h"
+#include "common/trace/DebugClass.h"
+#include "common/trace/GxInstallOptions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#include "GxInstallOptions.h"
+#include "common/trace/GxInstallOptions.h"
 
-#include "FilePlace.h"
+#include "common/trace/FilePlace.h"
 
-#include "ErrorString.h"
 #include "Seed.h"
 #include "TraceHome.h"
+#include "common/trace/ErrorString.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "TraceHome.h"
 
-#include "Program.h"
+#include "session/Program.h"
 
 #include <gtest/gtest.h>
 

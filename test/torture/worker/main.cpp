@@ -1,9 +1,9 @@
 // torture-worker KIND SEED REPORT: one of many processes that the torture starts, kills and starts again.
 // Ends with status 0 when it is told to, with 1 when it has seen what must not be.
-#include "Mailslot.h"
-#include "Mutex.h"
 #include "ThrownText.h"
 #include "TortureStore.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/Mutex.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "session/Program.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

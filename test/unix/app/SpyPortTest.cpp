@@ -1,9 +1,9 @@
 #include "ChildProcess.h"
-#include "CallbackGlobals.h"
-#include "GxGlobals.h"
-#include "GxInstallOptions.h"
-#include "InApplication.h"
-#include "Infestor.h"
+#include "common/trace/GxInstallOptions.h"
+#include "include/GxGlobals.h"
+#include "include/InApplication.h"
+#include "unix/app/CallbackGlobals.h"
+#include "unix/app/Infestor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Frames, as a second client of the X server sees them.
-#include "Program.h"
+#include "session/Program.h"
 
 #include <atomic>
 #include <climits>
@@ -11,7 +11,7 @@
 
 #include "FrameWatch.h"
 
-#include "HighlighterUnix.h"
+#include "unix/feedback/HighlighterUnix.h"
 
 using namespace std::chrono_literals;
 

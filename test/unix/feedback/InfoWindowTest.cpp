@@ -1,5 +1,5 @@
 // Tooltips, as a second client of the X server sees them.
-#include "Program.h"
+#include "session/Program.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,7 +10,7 @@
 
 #include "FrameWatch.h"
 
-#include "InfoWindow.h"
+#include "unix/feedback/InfoWindow.h"
 
 using namespace std::chrono_literals;
 

@@ -1,7 +1,7 @@
 // Mouse and key events as a window receives them, and what becomes of those that cannot be played.
-#include "EventManager.h"
-#include "HotKeyCounter.h"
-#include "Program.h"
+#include "session/Program.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/HotKeyCounter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

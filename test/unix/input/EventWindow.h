@@ -1,7 +1,7 @@
 /// A window that reports every key and button event and every motion, on a connection of its own.
 #pragma once
 
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <memory>
 #include <string>

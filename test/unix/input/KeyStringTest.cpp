@@ -1,5 +1,5 @@
 // The key-string syntax: which strokes a text becomes, and what its errors are.
-#include "processkey.h"
+#include "unix/input/processkey.h"
 
 #include <gtest/gtest.h>
 

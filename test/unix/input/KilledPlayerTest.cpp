@@ -1,18 +1,18 @@
 // Players that are killed in the middle of what they play, and players beside each other.
 #include "ChildProcess.h"
-#include "HeldInput.h"
 #include "Seed.h"
 #include "TextProgram.h"
-#include "inputkeyunix.h"
-#include "processkey.h"
+#include "unix/input/HeldInput.h"
+#include "unix/input/inputkeyunix.h"
+#include "unix/input/processkey.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <thread>
 
-#include "Keyboards.h"
 #include "User.h"
+#include "unix/input/Keyboards.h"
 
 namespace {
 void press(KeySym keysym, int kind = KeyEvent::Press)

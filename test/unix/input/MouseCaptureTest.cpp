@@ -1,8 +1,8 @@
 // The capture of the pointer and the queries, with a user whose hands are on the mouse.
-#include "Keyboard.h"
-#include "MessageWindow.h"
-#include "Mouse.h"
-#include "Program.h"
+#include "session/Program.h"
+#include "unix/input/Keyboard.h"
+#include "unix/input/Mouse.h"
+#include "unix/window/MessageWindow.h"
 
 #include <gtest/gtest.h>
 

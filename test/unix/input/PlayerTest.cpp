@@ -1,11 +1,11 @@
 // The hot keys of playback, pressed by the user (a client of its own) and typed by the library in this and
 // another process.
-#include "EventManager.h"
-#include "GxGlobals.h"
-#include "HotKeyCounter.h"
-#include "Player.h"
-#include "Program.h"
-#include "Within.h"
+#include "include/GxGlobals.h"
+#include "session/Program.h"
+#include "session/Within.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/HotKeyCounter.h"
+#include "unix/input/Player.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 /// A keyboard of the US layout that writes down its strokes.
 #pragma once
 
-#include "StrokeSink.h"
+#include "unix/input/StrokeSink.h"
 
 #include <cctype>
 #include <cstring>

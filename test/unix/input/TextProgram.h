@@ -1,10 +1,10 @@
 /// Programs that text is typed into, and what they hold afterwards.
 #pragma once
 
-#include "EventManager.h"
-#include "Program.h"
-#include "Within.h"
-#include "inputkeyunix.h"
+#include "session/Program.h"
+#include "session/Within.h"
+#include "unix/input/EventManager.h"
+#include "unix/input/inputkeyunix.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // Typing into real programs: what arrives is what was typed, on every layout.
 #include "TextProgram.h"
 
-#include "Keyboard.h"
-#include "processkey.h"
+#include "unix/input/Keyboard.h"
+#include "unix/input/processkey.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "EventWindow.h"
-#include "Program.h"
+#include "session/Program.h"
 
 #include <X11/extensions/XInput.h>
 #include <X11/extensions/XTest.h>

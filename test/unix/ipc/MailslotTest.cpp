@@ -1,10 +1,10 @@
-#include "AsciiName.h"
 #include "ChildProcess.h"
-#include "Mailslot.h"
 #include "Seed.h"
-#include "SemaphoreList.h"
-#include "SpyMap.h"
-#include "SpyVector.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyVector.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/SemaphoreList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,11 +1,11 @@
 #include "ChildProcess.h"
-#include "HoldRecords.h"
-#include "Mutex.h"
-#include "NoticePage.h"
 #include "Seed.h"
-#include "SpyMemory.h"
 #include "TraceCapture.h"
-#include "Within.h"
+#include "common/spy/SpyMemory.h"
+#include "session/Within.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/sysv/HoldRecords.h"
+#include "unix/sysv/NoticePage.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

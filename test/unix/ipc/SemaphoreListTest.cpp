@@ -1,12 +1,12 @@
-#include "SemaphoreList.h"
+#include "unix/ipc/SemaphoreList.h"
 
 #include "ChildProcess.h"
-#include "PrivateSession.h"
-#include "AsciiName.h"
-#include "Mutex.h"
-#include "SpyMap.h"
-#include "UnixSharedMemory.h"
 #include "UsedUp.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "session/PrivateSession.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/sysv/UnixSharedMemory.h"
 
 #include <gtest/gtest.h>
 
@@ -51,20 +51,20 @@ TEST_F(SemaphoreListTest, IsFullWhereTheSystemGrantsNoSemaphores)
     {
         const CUsedUp none(CUsedUp::Sets);
         EXPECT_TRUE(CSemaphoreList().allocSemaphore(1).isNull());
-        EXPECT_EQ(nullptr, CSpyMutex::named("no semaphore"));
+        EXPECT_EQ(nullptr, CUnixMutex::named("no semaphore"));
     }
     EXPECT_FALSE(CSemaphoreList().allocSemaphore(1).isNull());
 }
 
 TEST_F(SemaphoreListTest, GivesOneNameOneMutexInAllProcesses)
 {
-    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("shared name"));
-    const std::unique_ptr<CSpyMutex> other(CSpyMutex::named("another name"));
+    const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("shared name"));
+    const std::unique_ptr<CSpyMutex> other(CUnixMutex::named("another name"));
     mutex->acquire(0);
     CChildProcess child([](CChildProcess&) {
-        const std::unique_ptr<CSpyMutex> same(CSpyMutex::named("shared name"));
+        const std::unique_ptr<CSpyMutex> same(CUnixMutex::named("shared name"));
         EXPECT_THROW(same->acquire(0), CMutexTimeoutException);
-        const std::unique_ptr<CSpyMutex> free(CSpyMutex::named("another name"));
+        const std::unique_ptr<CSpyMutex> free(CUnixMutex::named("another name"));
         EXPECT_TRUE(free->acquire(0));
     });
     EXPECT_EQ(0, child.join());
@@ -103,7 +103,7 @@ TEST_F(SemaphoreListTest, MakesOneMutexWhenManyProcessesAskAtOnce)
         children.push_back(std::make_unique<CChildProcess>([](CChildProcess& parent) {
             parent.wait();
             for (int name = 0; name < 20; ++name)
-                EXPECT_TRUE(std::unique_ptr<CSpyMutex>(CSpyMutex::named(std::to_string(name).c_str())));
+                EXPECT_TRUE(std::unique_ptr<CSpyMutex>(CUnixMutex::named(std::to_string(name).c_str())));
         }));
     for (auto& child : children)
         child->pass();

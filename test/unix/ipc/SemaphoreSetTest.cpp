@@ -1,8 +1,8 @@
 #include "ChildProcess.h"
-#include "PrivateIpc.h"
-#include "PrivateSession.h"
-#include "SemaphoreSet.h"
 #include "UsedUp.h"
+#include "session/PrivateIpc.h"
+#include "session/PrivateSession.h"
+#include "unix/sysv/SemaphoreSet.h"
 
 #include <gtest/gtest.h>
 

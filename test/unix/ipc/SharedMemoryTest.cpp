@@ -1,17 +1,17 @@
 #include "ChildProcess.h"
-#include "AsciiName.h"
 #include "HexExample.h"
-#include "Mailslot.h"
-#include "Mutex.h"
 #include "Seed.h"
-#include "SpyMap.h"
-#include "PrivateIpc.h"
-#include "PrivateSession.h"
-#include "Program.h"
-#include "SharedMemoryHeader.h"
-#include "SpyMemory.h"
-#include "UnixSharedMemory.h"
 #include "UsedUp.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyMemory.h"
+#include "session/PrivateIpc.h"
+#include "session/PrivateSession.h"
+#include "session/Program.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/sysv/SharedMemoryHeader.h"
+#include "unix/sysv/UnixSharedMemory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -246,7 +246,7 @@ void useHeaps()
 TEST(DISABLED_User, WhoReadsTheExamples)
 {
     const CDisplay display(":99");
-    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("eventMutex"));
+    const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("eventMutex"));
     expectExample("shared-memory.md", "directory", CSharedMemoryHeader::get());
     const auto& segment = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
     expectExample("shared-memory.md", "segment", segment.base());
@@ -343,7 +343,7 @@ std::unique_ptr<CChildProcess> startUser(const std::string& display, bool isKill
         const CDisplay used(display.c_str());
         useHeaps();
         // None on a display without a name in the directory.
-        const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("mutex"));
+        const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("mutex"));
         parent.pass();
         parent.wait();
         isKilled ? raise(SIGKILL) : (std::exit(testing::Test::HasFailure()), 0);
@@ -472,7 +472,7 @@ TEST(DISABLED_User, WhoseNeighbourHasComeAndGoneBeforeItNeedsAMutex)
         CSpyMemory();
         parent.pass();
         parent.wait();
-        const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("mutex"));
+        const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("mutex"));
         EXPECT_TRUE(mutex && mutex->acquire(0));
         std::exit(testing::Test::HasFailure());
     });
@@ -502,7 +502,7 @@ void expectWorkingStore(const char* own, const char* other)
         CSpyHeap::getHeap(0)->allocate(100, 5).write('x', 100);
         EXPECT_EQ(!*other, CSpyMemory(CAsciiName(other)).isNull());
     });
-    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named(own));
+    const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named(own));
     ASSERT_TRUE(mutex);
     EXPECT_TRUE(mutex->acquire(0));
     EXPECT_TRUE(mutex->release());

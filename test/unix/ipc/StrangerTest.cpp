@@ -1,19 +1,19 @@
 // What another user of the IPC namespace can have this library do to objects of other programs: nothing.
-#include "AsciiName.h"
 #include "ChildProcess.h"
-#include "IpcStatus.h"
-#include "Mailslot.h"
-#include "MailslotEnd.h"
-#include "Mutex.h"
-#include "PrivateIpc.h"
-#include "PrivateSession.h"
-#include "Program.h"
-#include "SemaphoreList.h"
-#include "SharedMemoryHeader.h"
-#include "SpyMap.h"
-#include "SpyVector.h"
 #include "TraceCapture.h"
-#include "UnixSharedMemory.h"
+#include "common/spy/AsciiName.h"
+#include "common/spy/SpyMap.h"
+#include "common/spy/SpyVector.h"
+#include "session/PrivateIpc.h"
+#include "session/PrivateSession.h"
+#include "session/Program.h"
+#include "unix/ipc/Mailslot.h"
+#include "unix/ipc/MailslotEnd.h"
+#include "unix/ipc/Mutex.h"
+#include "unix/ipc/SemaphoreList.h"
+#include "unix/sysv/IpcStatus.h"
+#include "unix/sysv/SharedMemoryHeader.h"
+#include "unix/sysv/UnixSharedMemory.h"
 
 #include <gtest/gtest.h>
 
@@ -121,7 +121,7 @@ private:
 
 TEST_F(DISABLED_Victim, WorksInAStoreOfItsOwn)
 {
-    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("name"));
+    const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("name"));
     ASSERT_TRUE(mutex);
     EXPECT_TRUE(mutex->acquire(0));
     mutex->release();
@@ -291,7 +291,7 @@ TEST(StrangerTest, CannotHaveSemaphoresSignalledThatTheStoreNames)
         planted.put(name, handle);
         EXPECT_TRUE(planted.find(name).isNull());
     }
-    const std::unique_ptr<CSpyMutex> mutex(CSpyMutex::named("planted"));
+    const std::unique_ptr<CSpyMutex> mutex(CUnixMutex::named("planted"));
     EXPECT_TRUE(mutex->acquire(0)) << "it gets a semaphore of the list instead";
     mutex->release();
 

@@ -1,8 +1,8 @@
 // Files copied and moved on real file systems, and browsers found in a real tree.
-#include "FileTransfer.h"
+#include "unix/process/FileTransfer.h"
 
-#include "Browsers.h"
-#include "PrivateSession.h"
+#include "session/PrivateSession.h"
+#include "unix/process/Browsers.h"
 
 #include <gtest/gtest.h>
 

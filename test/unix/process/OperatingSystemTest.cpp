@@ -1,12 +1,12 @@
 // Waiting for children that end in every way, and ending processes.
-#include "OperatingSystem.h"
+#include "unix/process/OperatingSystem.h"
 
 #include "ChildProcess.h"
-#include "Environment.h"
-#include "ProcessStart.h"
-#include "ProcessStat.h"
-#include "ScopedFile.h"
-#include "Within.h"
+#include "common/trace/Environment.h"
+#include "common/trace/ScopedFile.h"
+#include "session/Within.h"
+#include "unix/process/ProcessStart.h"
+#include "unix/process/ProcessStat.h"
 
 #include <gtest/gtest.h>
 

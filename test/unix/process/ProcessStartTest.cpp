@@ -1,10 +1,10 @@
 // Programs started for real: what they find open, in their environment and in their signal mask.
-#include "ProcessStart.h"
+#include "unix/process/ProcessStart.h"
 
 #include "ChildProcess.h"
-#include "Environment.h"
-#include "OperatingSystem.h"
-#include "ScopedFile.h"
+#include "common/trace/Environment.h"
+#include "common/trace/ScopedFile.h"
+#include "unix/process/OperatingSystem.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "GxGlobals.h"
+#include "include/GxGlobals.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 /// trace.
 #pragma once
 
-#include "GxGlobals.h"
 #include "TraceCapture.h"
-#include "Within.h"
+#include "include/GxGlobals.h"
+#include "session/Within.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The binding to toolkits, in processes that run one and in this one, which runs none.
-#include "Program.h"
+#include "session/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -7,10 +7,10 @@
 #include <link.h>
 #include <utility>
 
-#include "Toolkit.h"
-#include "WindowManager.h"
-#include "dladdons.h"
-#include "gtkfuncs.h"
+#include "unix/window/Toolkit.h"
+#include "unix/window/WindowManager.h"
+#include "unix/window/dladdons.h"
+#include "unix/window/gtkfuncs.h"
 
 namespace {
 class InsideOf : public testing::TestWithParam<const char*> {};

@@ -1,5 +1,5 @@
 // The searches over trees of windows.
-#include "Program.h"
+#include "session/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "Scene.h"
 
 #include "PlainSearch.h"
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
 namespace {
 std::vector<Window> idsOf(const auto& windows)

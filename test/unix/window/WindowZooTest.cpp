@@ -1,12 +1,12 @@
 // One window at a time: what it is called, where it is, and what can be done to it.
-#include "Program.h"
-#include "Within.h"
+#include "session/Program.h"
+#include "session/Within.h"
 
 #include <gtest/gtest.h>
 
 #include "Scene.h"
 
-#include "WindowManagerUnix.h"
+#include "unix/window/WindowManagerUnix.h"
 
 using namespace std::chrono_literals;
 

@@ -1,9 +1,0 @@
-/// A com.talvern.test.gx.sys.LockHolder.
-#pragma once
-
-#include "LockHolder.h"
-
-#include <jni.h>
-
-/// @return a new local reference; null for none
-jobject newLockHolder(JNIEnv* env, const std::optional<CLockHolder>& holder);
