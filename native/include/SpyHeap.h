@@ -4,7 +4,6 @@
 
 #include "include/NativeFailure.h"
 #include "include/SharedValue.h"
-#include "unix/sysv/LockHolder.h"
 
 #include <array>
 #include <atomic>
@@ -12,6 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <pthread.h>
 #include <string>
 #include <vector>
@@ -22,6 +22,7 @@ class CSharedMemory;
 class CSpyHeap;
 class CSpyMemRef;
 class CSpyMutex;
+struct CLockHolder;
 
 using HEAPID = uint32_t;   ///< number of a heap, 0 to MaxHeap; 0 is the base heap
 using UNIQUEID = uint32_t; ///< stamp of an allocation; also a transaction, where 0 stands for none
@@ -47,8 +48,9 @@ public:
     static constexpr char JavaClass[] = "com/talvern/test/gx/sys/OutOfSpyMemException";
 
     /// @param message  null stands for the standard text
-    /// @param heap     is dumped to the default dump file, which is overwritten; null dumps nothing
-    explicit COutOfSpyMemory(const char* message = nullptr, CSpyHeap* heap = nullptr);
+    explicit COutOfSpyMemory(const char* message = nullptr);
+    /// @param heap  is dumped to the default dump file, which is overwritten; null dumps nothing
+    COutOfSpyMemory(const char* message, CSpyHeap* heap);
     const char* javaExceptionClass() const override { return JavaClass; }
 };
 

@@ -7,6 +7,7 @@
 #include "common/spy/SpyMemRef.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
+#include "unix/sysv/SegmentSweep.h"
 #include "unix/sysv/SharedMemory.h"
 #include "unix/sysv/SpyMutex.h"
 
@@ -71,6 +72,20 @@ struct CBeginningAnew {
     CBeginningAnew(const CBeginningAnew&) = delete;
     CBeginningAnew& operator=(const CBeginningAnew&) = delete;
 };
+
+/// Tells the segments which heaps this process has attached, and gives those up at the end.
+class CHeaps final : public ISegmentOwner {
+public:
+    CSharedMemory* attached(unsigned int block) const override
+    {
+        const CSpyHeap* heap = CSpyHeap::attached(block);
+        return heap ? heap->sharedMemory() : nullptr;
+    }
+    void stopThreads() override { CSpyHeap::stopThreads(); }
+    void leave(void (*giveUp)(CSharedMemory&)) override { CSpyHeap::leave(giveUp); }
+};
+constinit CHeaps s_heaps;
+[[maybe_unused]] const bool s_areKnown = CSegmentSweep::setOwner(s_heaps);
 
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
 {

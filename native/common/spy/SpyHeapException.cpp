@@ -1,15 +1,8 @@
 #include "common/trace/CTracer.h"
 #include "include/SpyHeap.h"
 
-CSpyHeapException::CSpyHeapException(const char* message)
-    : m_message(std::make_shared<const std::string>(message))
+COutOfSpyMemory::COutOfSpyMemory(const char* text, CSpyHeap* heap) : COutOfSpyMemory(text)
 {
-}
-
-COutOfSpyMemory::COutOfSpyMemory(const char* text, CSpyHeap* heap)
-    : CSpyHeapException(text ? text : "out of Spy Memory")
-{
-    CTracer::debugTrace("COutofSpyMemory thrown! Heap dumped to file: %s", message());
     if (heap)
         heap->dump(nullptr, false);
 }

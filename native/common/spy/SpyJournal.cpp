@@ -18,9 +18,11 @@
 #include <vector>
 
 namespace {
+constexpr auto& Signature = CJournalSegment::Signature;
+
 /// Start of the segment; the records follow.
 struct CHeader {
-    char m_signature[sizeof CSpyJournal::Signature];
+    char m_signature[sizeof Signature];
     CShared<uint32_t> m_used;      ///< bytes of records; 0: nothing is to be undone
     CShared<uint32_t> m_open;      ///< not 0: the marks of the heaps below are this journal's
     CShared<uint32_t> m_marking;   ///< 1 more than the heap that is just being marked, 0 for none

@@ -23,8 +23,6 @@ class CSharedMemory;
 /// are made as they come.
 class CSpyJournal {
 public:
-    static constexpr char Signature[16] = "SPY-JOURNAL-1";
-
     /// Attaches the journal of the display. Hold CSharedMemoryGuard.
     /// @param firstHeap  heap 0
     static void attach(const CSharedMemory& firstHeap);

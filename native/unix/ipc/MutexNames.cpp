@@ -108,3 +108,12 @@ template <class Name> bool CUnixMutex::createNamed(const Name& name, const char*
     setHandle(handle);
     return true;
 }
+
+CMutexList::CMutexList()
+{
+    setTracing(false);
+    create(Key, Size, true);
+    setTracing(true);
+    for (int index = 0; index < Size; ++index)
+        m_mutexes[static_cast<size_t>(index)].setHandle({id(), index});
+}

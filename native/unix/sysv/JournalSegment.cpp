@@ -1,6 +1,5 @@
 #include "unix/sysv/JournalSegment.h"
 
-#include "common/spy/SpyJournal.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/ErrorString.h"
 #include "unix/sysv/IpcStatus.h"
@@ -103,10 +102,9 @@ bool CJournalSegment::isWithAllAsBefore()
 
 bool CJournalSegment::isFurther(const void* start, size_t size)
 {
-    constexpr char None[sizeof CSpyJournal::Signature] = {}; // its maker died before it was signed
+    constexpr char None[sizeof Signature] = {}; // its maker died before it was signed
     return (size == Smallest || size == size_t{16} << 20) &&
-           (std::memcmp(start, CSpyJournal::Signature, sizeof None) == 0 ||
-            std::memcmp(start, None, sizeof None) == 0);
+           (std::memcmp(start, Signature, sizeof None) == 0 || std::memcmp(start, None, sizeof None) == 0);
 }
 
 bool CJournalSegment::extend()
@@ -121,7 +119,7 @@ bool CJournalSegment::extend()
             shmdt(area);
         return false;
     }
-    std::memcpy(area, CSpyJournal::Signature, sizeof CSpyJournal::Signature);
+    std::memcpy(area, Signature, sizeof Signature);
     m_further[m_count++] = {id, area};
     return true;
 }

@@ -27,6 +27,7 @@ struct CAttachments {
 /// size while it lasts. They are for the holder of the heap mutex.
 class CJournalSegment {
 public:
+    static constexpr char Signature[16] = "SPY-JOURNAL-1"; ///< that the journal starts with
     static constexpr size_t Largest = size_t{128} << 20; ///< where the system allows less, it is 16 or 1 MiB
     static constexpr size_t Smallest = size_t{1} << 20;
 

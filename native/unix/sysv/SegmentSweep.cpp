@@ -1,6 +1,6 @@
 #include "unix/sysv/SegmentSweep.h"
 
-#include "common/spy/SpyJournal.h"
+#include "include/SpyHeap.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/process/ProcessStat.h"
 #include "unix/sysv/IpcStatus.h"
@@ -39,29 +39,21 @@ bool isRememberedSet(int set)
     return set != -1 && std::find(s_sets.begin(), s_sets.end(), set + 1) != s_sets.end();
 }
 
-const CUnixSharedMemory& segmentOf(const CSpyHeap& heap)
-{
-    return static_cast<const CUnixSharedMemory&>(*heap.sharedMemory());
-}
-
-key_t keyOf(const CSpyHeap& heap)
-{
-    return segmentOf(heap).attachedKey();
-}
+constinit ISegmentOwner* s_owner = nullptr;
 
 template <class Visit> void forEachOwnHeap(Visit visit)
 {
     for (HEAPID id = 0; id <= MaxHeap; ++id)
-        if (const CSpyHeap* heap = CSpyHeap::attached(id))
-            visit(*heap);
+        if (const CUnixSharedMemory* segment = CSegmentSweep::ownSegment(id))
+            visit(id, *segment);
 }
 
 /// Attachments of this process that end with it: all but those that it has given up.
 long ownAttachments(key_t key)
 {
     long own = 0;
-    forEachOwnHeap([&](const CSpyHeap& heap) {
-        if (keyOf(heap) == key && segmentOf(heap).base())
+    forEachOwnHeap([&](HEAPID, const CUnixSharedMemory& segment) {
+        if (segment.attachedKey() == key && segment.base())
             own = 1;
     });
     return s_isEnding ? own : 0;
@@ -79,7 +71,7 @@ public:
     bool isUnattached() const { return m_status.attachments() <= ownAttachments(m_key); }
     bool isHeap() const { return isSigned(CSpyHeap::HeapObjectName); }
     /// Attached only by processes that use no heap 0 any more and are about to be over.
-    bool isLeftJournal() const { return isUnattached() || isSigned(CSpyJournal::Signature); }
+    bool isLeftJournal() const { return isUnattached() || isSigned(CJournalSegment::Signature); }
     /// Of a unit that a dead process has left.
     bool isFurtherJournal() const
     {
@@ -138,6 +130,17 @@ bool isUsedByOthers(int set)
 }
 } // namespace
 
+bool CSegmentSweep::setOwner(ISegmentOwner& owner)
+{
+    s_owner = &owner;
+    return true;
+}
+
+const CUnixSharedMemory* CSegmentSweep::ownSegment(unsigned int block)
+{
+    return s_owner ? static_cast<const CUnixSharedMemory*>(s_owner->attached(block)) : nullptr;
+}
+
 void CSegmentSweep::rememberBaseHeap(key_t key)
 {
     if (!isRemembered(key))
@@ -174,10 +177,10 @@ CSegmentSweep::CStore CSegmentSweep::storeOf(const CSharedMemoryHeader& director
 CSegmentSweep::CStore CSegmentSweep::ownStore()
 {
     CStore store;
-    forEachOwnHeap([&](const CSpyHeap& heap) {
-        store.m_heaps.push_back(keyOf(heap));
-        if (heap.id() == 0)
-            store.m_base = keyOf(heap);
+    forEachOwnHeap([&](HEAPID id, const CUnixSharedMemory& segment) {
+        store.m_heaps.push_back(segment.attachedKey());
+        if (id == 0)
+            store.m_base = segment.attachedKey();
     });
     return store;
 }
@@ -291,12 +294,14 @@ try {
 
 void CSegmentSweep::sweep() noexcept
 try {
-    CSpyHeap::stopThreads();
+    if (s_owner)
+        s_owner->stopThreads();
     const CSharedMemoryGuard guard;
     const CSharedMemoryHeader* directory = CSharedMemoryHeader::attached();
     const CStore own = ownStore();
     s_isEnding = true;
-    CSpyHeap::leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
+    if (s_owner)
+        s_owner->leave([](CSharedMemory& segment) { static_cast<CUnixSharedMemory&>(segment).leave(); });
     // What has taken the place of a directory that was removed knows nothing of these keys.
     const bool isCurrent = directory && !CSharedMemoryHeader::isRemoved();
     if (isCurrent && !CSharedMemoryHeader::looksOnly())

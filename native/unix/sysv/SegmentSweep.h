@@ -1,9 +1,12 @@
 /// What the last process leaves behind: nothing.
 #pragma once
 
+#include "unix/sysv/SegmentOwner.h"
 #include "unix/sysv/SharedMemoryHeader.h"
 
 #include <vector>
+
+class CUnixSharedMemory;
 
 /// Removes the System V objects that no process uses any more. A display is in use while its first heap is
 /// attached: a process that ends gives up what it has attached, under the guard, and so one of those that end
@@ -11,6 +14,10 @@
 /// CSharedMemoryGuard.
 class CSegmentSweep {
 public:
+    /// Whose segments these are; once in a process, when the library is loaded.
+    static bool setOwner(ISegmentOwner& owner);
+    /// The segment of a heap that this process has attached; null for none.
+    static const CUnixSharedMemory* ownSegment(unsigned int block);
     /// Removes the heaps, journals and semaphore sets of the displays that nobody uses, be they in the
     /// directory or too many for it. Anybody may have written the directory: only what is a heap of ours is
     /// removed, and a set that is like ours only with its heap, when that names it as its list, or when
@@ -33,7 +40,7 @@ public:
     /// found it in use as the lock of a heap that others have attached.
     static void rememberSet(int set);
     /// When this process exits or the library is unloaded, gives up what it has attached (see
-    /// CSpyHeap::leave) and removes what nobody uses then; the directory, too. Children made by fork inherit
+    /// ISegmentOwner::leave) and removes what nobody uses then; the directory, too. Children made by fork inherit
     /// it; their parent still has the directory attached then.
     /// @return false when it is too late for that
     static bool runAtExit();

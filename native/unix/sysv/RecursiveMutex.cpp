@@ -1,10 +1,9 @@
-#include "unix/ipc/Mutex.h"
+#include "unix/sysv/RecursiveMutex.h"
 
 #include "common/trace/CTracer.h"
 #include "common/trace/ErrorString.h"
 #include "common/trace/GxAssert.h"
 #include "common/trace/GxDebug.h"
-#include "include/SpyHeap.h"
 #include "unix/sysv/HoldRecords.h"
 #include "unix/sysv/IpcStatus.h"
 #include "unix/sysv/SegmentSweep.h"
@@ -99,9 +98,8 @@ void traceHolder(CSemaphoreHandle lock)
 
 /// Whether others had the first heap before this process, or have it now: what they lock it with is the
 /// display's.
-bool isUsedByOthers(const CSpyHeap& base)
+bool isUsedByOthers(const CUnixSharedMemory& segment)
 {
-    const auto& segment = static_cast<const CUnixSharedMemory&>(*base.sharedMemory());
     return segment.existed() || CSegmentStatus(segment.id()).attachments() > 1;
 }
 
@@ -116,7 +114,7 @@ CSemaphoreHandle heapLockHandle()
     }
     const char* display = CSharedMemoryHeader::display();
     CMutex set;
-    const CSpyHeap* base = CSpyHeap::attached(0);
+    const CUnixSharedMemory* base = CSegmentSweep::ownSegment(0);
     const bool isInUse = base && isUsedByOthers(*base);
     set.setInUse(isInUse);
     if (set.create(directory->getKey(display ? display : "", 0) - 1, 1, true) || isInUse)
@@ -144,7 +142,7 @@ const char* CInvalidMutexException::javaExceptionClass() const
 
 CSpyMutex* CSpyMutex::create(const char* name)
 {
-    return new CUnixMutex(name);
+    return new CRecursiveMutex(name);
 }
 
 bool CMutex::initialize(int semnum)
@@ -213,24 +211,27 @@ void CSpyMutex::throwException(JNIEnv* env, const CSpyMutexException& exception)
     CJniJObject::throwAnsiException(env, exception.javaExceptionClass(), exception.message());
 }
 
-CUnixMutex::CUnixMutex(const char*) : m_handle(heapLockHandle()), m_wasGiven(true) {}
+CRecursiveMutex::CRecursiveMutex(const char*) : m_handle(heapLockHandle()), m_wasGiven(true) {}
 
-CUnixMutex::CUnixMutex(JNIEnv* env, jobject mutex) : CSpyMutex(env, mutex), m_handle(getLong("handle")) {}
+CRecursiveMutex::CRecursiveMutex(JNIEnv* env, jobject mutex)
+    : CSpyMutex(env, mutex), m_handle(getLong("handle"))
+{
+}
 
-CUnixMutex::CUnixMutex(const CUnixMutex& other)
+CRecursiveMutex::CRecursiveMutex(const CRecursiveMutex& other)
     : CSpyMutex(other), m_handle(other.m_handle), m_wasGiven(other.m_wasGiven), m_count(other.m_count.load()),
       m_process(other.m_process.load()), m_thread(other.m_thread.load())
 {
 }
 
-CSemaphoreHandle CUnixMutex::handle()
+CSemaphoreHandle CRecursiveMutex::handle()
 {
     if (m_handle.isNull() && isValid())
         m_handle = CSemaphoreHandle(getLong("handle"));
     return m_handle;
 }
 
-void CUnixMutex::setHandle(CSemaphoreHandle handle)
+void CRecursiveMutex::setHandle(CSemaphoreHandle handle)
 {
     m_handle = handle;
     m_wasGiven = !isValid();
@@ -238,13 +239,13 @@ void CUnixMutex::setHandle(CSemaphoreHandle handle)
         set("handle", static_cast<long>(handle.number()));
 }
 
-bool CUnixMutex::isMine() const
+bool CRecursiveMutex::isMine() const
 {
     return m_thread.load(std::memory_order_relaxed) == pthread_self() &&
            m_process.load(std::memory_order_relaxed) == currentProcess();
 }
 
-bool CUnixMutex::lock(int timeoutMs)
+bool CRecursiveMutex::lock(int timeoutMs)
 {
     // Without a handle it must not take the system's first semaphore, whosever that is.
     if (isNone())
@@ -258,7 +259,7 @@ bool CUnixMutex::lock(int timeoutMs)
 }
 
 /// The semaphore of none would be the system's first one.
-void CUnixMutex::unlock()
+void CRecursiveMutex::unlock()
 {
     if (isNone())
         return;
@@ -267,7 +268,7 @@ void CUnixMutex::unlock()
     GX_ASSERT(succes, "succes");
 }
 
-bool CUnixMutex::acquire(int timeoutMs)
+bool CRecursiveMutex::acquire(int timeoutMs)
 {
     if (isMine() && m_count.load(std::memory_order_relaxed) > 0) {
         m_count.store(m_count.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
@@ -284,7 +285,7 @@ bool CUnixMutex::acquire(int timeoutMs)
     return true;
 }
 
-void CUnixMutex::giveBack()
+void CRecursiveMutex::giveBack()
 {
     refresh();
     if (m_process.load(std::memory_order_relaxed) != currentProcess() ||
@@ -297,7 +298,7 @@ void CUnixMutex::giveBack()
     unlock();
 }
 
-bool CUnixMutex::release()
+bool CRecursiveMutex::release()
 {
     traceStranger(m_thread.load(std::memory_order_relaxed));
     if (!isMine())
@@ -316,7 +317,7 @@ bool CUnixMutex::release()
     return true;
 }
 
-void CUnixMutex::free()
+void CRecursiveMutex::free()
 {
     giveBack();
     if (!handle().isNull())
@@ -324,23 +325,23 @@ void CUnixMutex::free()
     m_wasGiven = false;
 }
 
-bool CUnixMutex::isAcquired()
+bool CRecursiveMutex::isAcquired()
 {
     refresh();
     return isMine() && m_count.load(std::memory_order_relaxed) != 0;
 }
 
-std::optional<CLockHolder> CUnixMutex::holder()
+std::optional<CLockHolder> CRecursiveMutex::holder()
 {
     return isNone() ? std::nullopt : CHoldRecords::holderOf(m_handle);
 }
 
-bool CUnixMutex::isGone()
+bool CRecursiveMutex::isGone()
 {
     return !isNone() && CSemaphoreStatus(m_handle.m_set).key() == -1;
 }
 
-void CUnixMutex::refresh()
+void CRecursiveMutex::refresh()
 {
     if (!isValid())
         return;
@@ -352,7 +353,7 @@ void CUnixMutex::refresh()
     assertNoException(env());
 }
 
-void CUnixMutex::update()
+void CRecursiveMutex::update()
 {
     if (!isValid())
         return;
@@ -362,13 +363,4 @@ void CUnixMutex::update()
     assertNoException(env());
     set("currentPid", static_cast<int>(m_process.load(std::memory_order_relaxed)));
     assertNoException(env());
-}
-
-CMutexList::CMutexList()
-{
-    setTracing(false);
-    create(Key, Size, true);
-    setTracing(true);
-    for (int index = 0; index < Size; ++index)
-        m_mutexes[static_cast<size_t>(index)].setHandle({id(), index});
 }
