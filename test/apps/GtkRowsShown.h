@@ -275,7 +275,15 @@ inline void addPopover(GtkWidget* box, GtkWidget* window)
     gtk_button_set_label(GTK_BUTTON(button), "Options");
     gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(button), G_MENU_MODEL(menu));
     gtk_menu_button_set_use_popover(GTK_MENU_BUTTON(button), TRUE);
-    gtk_box_pack_start(GTK_BOX(box), button, FALSE, FALSE, 0);
+    // GTK goes on reading the label that the program has replaced, and that is freed.
+    GtkWidget* const changed =
+        GTK_WIDGET(g_object_new(gtk_model_button_get_type(), "text", "Theirs", nullptr));
+    gtk_container_remove(GTK_CONTAINER(changed), gtk_bin_get_child(GTK_BIN(changed)));
+    gtk_container_add(GTK_CONTAINER(changed), gtk_label_new("Ours"));
+    GtkWidget* const row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_box_pack_start(GTK_BOX(row), button, TRUE, TRUE, 0);
+    gtk_box_pack_start(GTK_BOX(row), changed, FALSE, FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(box), row, FALSE, FALSE, 0);
 }
 #endif
 } // namespace Shown

@@ -62,6 +62,7 @@ class MoreWidgetsTest extends ShownProgram {
     @Test
     void popoversAreChosenFrom() throws Exception {
         start("gtk3-shown");
+        assertTrue(application.find(Query.role(Role.ITEM).text("Ours")).exists());
         Widget options = application.button("Options");
         options.choose("Zoom");
         says("chosen zoom");

@@ -67,10 +67,10 @@ void readExpander(_GtkWidget* widget, CWidgetNode& node)
     node.checked = truthOf(widget, "expanded");
 }
 
-/// An item of a GMenu is one button for all kinds; the others are 1, check, and 2, radio.
+/// An item of a GMenu is one button for all kinds; the others are 1, check, and 2, radio. GTK takes the property
+/// "text" from a label that the program may have taken out and freed: what is in the button now says it.
 void readModelButton(_GtkWidget* widget, CWidgetNode& node)
 {
-    node.text = textOf(widget, "text");
     if (intOf(widget, "role").value_or(0) != 0)
         node.checked = truthOf(widget, "active");
 }
@@ -294,6 +294,15 @@ void CGtkReader::collectPopovers(_GtkWidget* widget)
             m_popovers.push_back(popover);
 }
 
+/// One that shows an icon keeps its label hidden.
+std::string hiddenText(const CWidgetNode& node)
+{
+    std::string text = node.text;
+    for (auto child = node.children.begin(); text.empty() && child != node.children.end(); ++child)
+        text = hiddenText(*child);
+    return text;
+}
+
 CWidgetNode CGtkReader::readWindow(_GtkWidget* window)
 {
     m_popovers.clear();
@@ -338,6 +347,8 @@ CWidgetNode CGtkReader::read(_GtkWidget* widget, bool aroundShows, int depth)
     if (kind.takesInnerText) {
         if (node.text.empty())
             node.text = firstText(node);
+        if (node.text.empty() && isA(widget, "GtkModelButton"))
+            node.text = hiddenText(node);
         dropDecoration(node);
     }
     if (kind.isLeaf)
