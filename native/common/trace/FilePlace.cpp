@@ -32,9 +32,10 @@ bool isRegularWithOneName(const struct stat& file) noexcept
     return S_ISREG(file.st_mode) && file.st_nlink == 1;
 }
 
-bool isUsable(int file) noexcept
+bool isUsable(int file, struct stat* found = nullptr) noexcept
 {
-    struct stat status;
+    struct stat own;
+    struct stat& status = found ? *found : own;
     if (fstat(file, &status) != 0 || !isRegularWithOneName(status))
         return false;
     return status.st_uid == geteuid() || (isUnderSudo() && status.st_uid == sudoUser().user);
@@ -124,12 +125,12 @@ bool CFilePlace::moveTo(const CFilePlace& place) const noexcept
     return renameat(directory(), name(), place.directory(), place.name()) == 0;
 }
 
-CDescriptor openToWrite(const CFilePlace& place, int mode) noexcept
+CDescriptor openToWrite(const CFilePlace& place, int mode, struct stat* found) noexcept
 {
     CDescriptor file(openRetrying(place, O_WRONLY | O_CREAT | O_NOFOLLOW | (mode & ~O_TRUNC)));
     if (!file && !isOddFile(errno))
         return file;
-    if (!file || !isUsable(file.get()))
+    if (!file || !isUsable(file.get(), found))
         return refused(std::move(file));
     if ((mode & O_TRUNC) != 0 && ftruncate(file.get(), 0) != 0)
         return CDescriptor();

@@ -15,6 +15,7 @@
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 /// A file by the directory that holds it and its name there, for the system calls that take both. Under sudo
 /// the directory is held open, so that nobody can exchange it between two calls. Nothing throws. Any thread.
@@ -49,8 +50,9 @@ bool isUnderSudo() noexcept;
 
 /// Opens a file for writing, readable for its user alone when it is made. Never blocks.
 /// @param mode  O_APPEND, O_TRUNC (once it is known to be the right file), or O_EXCL
+/// @param found  unless null, receives what the system says of the file, before it is cut short
 /// @return none when the file cannot be opened (errno says why) or is not to be used (errno is ELOOP then)
-CDescriptor openToWrite(const CFilePlace& place, int mode) noexcept;
+CDescriptor openToWrite(const CFilePlace& place, int mode, struct stat* found = nullptr) noexcept;
 
 /// The same as a stream, for a dump. @param mode  O_APPEND or O_TRUNC. @return null as above; the caller
 /// closes

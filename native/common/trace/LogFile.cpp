@@ -15,9 +15,10 @@
 #include <sys/stat.h>
 
 namespace {
-CDescriptor openReporting(const CFilePlace& place, const char* path, int mode) noexcept
+CDescriptor openReporting(const CFilePlace& place, const char* path, int mode,
+                          struct stat* found = nullptr) noexcept
 {
-    CDescriptor file = openToWrite(place, mode);
+    CDescriptor file = openToWrite(place, mode, found);
     if (!file && errno == ELOOP)
         reportRefused(path);
     return file;
@@ -123,10 +124,9 @@ void rollOver(const char* path, const CFilePlace& place, int file, const struct 
 CDescriptor openWithinLimit(const char* path, unsigned limitKiB) noexcept
 {
     const CFilePlace place(path);
-    CDescriptor file = openReporting(place, path, O_APPEND);
     struct stat status;
-    if (!file || limitKiB == noSizeLimit || fstat(file.get(), &status) != 0 || !isAbove(status, limitKiB) ||
-        s_takenName.isTaken(status))
+    CDescriptor file = openReporting(place, path, O_APPEND, &status);
+    if (!file || limitKiB == noSizeLimit || !isAbove(status, limitKiB) || s_takenName.isTaken(status))
         return file;
     rollOver(path, place, file.get(), status);
     file = CDescriptor(); // gives up the lock
