@@ -54,7 +54,7 @@ final class WidgetTree {
      * @param first how many are left out
      * @param count how many there are to be
      * @return how many there are, and for each how many cells it has and what these say, null for nothing, in the form of
-     *     {@link com.talvern.test.gx.engine.Values}
+     *     {@link com.talvern.test.gx.protocol.Values}
      */
     static native byte[] texts(long id, int first, int count);
 
