@@ -3,6 +3,7 @@
 
 #include "unix/ipc/Mailslot.h"
 
+#include <cerrno>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 
@@ -14,8 +15,8 @@ public:
 
     explicit CMailslotEvent(CSemaphoreHandle handle) : CSemaphoreSet(handle.m_set), m_index(handle.m_index) {}
 
-    /// Whether the system has it.
-    bool isThere() const { return semctl(id(), m_index, GETVAL) != -1; }
+    /// Whether the system has it; also when that is not to be learned.
+    bool isThere() const { return semctl(id(), m_index, GETVAL) != -1 || !isGone(errno); }
     /// All of these: @return false with errno set when the semaphore does not let it.
     bool clear(int event);
     bool add(int event);

@@ -49,12 +49,6 @@ template <class Call> bool retried(Call&& call)
     }
 }
 
-/// A semaphore that was removed from the system while it was held has nothing left to give back.
-bool isGone(int error)
-{
-    return error == EIDRM || error == EINVAL;
-}
-
 [[noreturn]] void throwTimeout(const char* mutex)
 {
     char message[1024];
@@ -264,7 +258,7 @@ void CRecursiveMutex::unlock()
     if (isNone())
         return;
     CHoldRecords::givenBack(m_handle);
-    const bool succes = CMutex(m_handle).unlock() || ::isGone(errno);
+    const bool succes = CMutex(m_handle).unlock() || CSemaphoreSet::isGone(errno);
     GX_ASSERT(succes, "succes");
 }
 

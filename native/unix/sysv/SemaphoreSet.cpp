@@ -172,3 +172,8 @@ void CSemaphoreSet::free()
     m_key = 0;
     m_id = -1;
 }
+
+bool CSemaphoreSet::isGone(int error)
+{
+    return error == EIDRM || error == EINVAL;
+}

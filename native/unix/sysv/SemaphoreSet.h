@@ -64,6 +64,9 @@ public:
     bool opForAMoment(int semnum, sembuf* operations, int count);
     /// Removes the set from the system: whoever waits on it is woken with an error.
     void free();
+    /// Whether a call that failed with this errno says that the system has the set no more. Another failure
+    /// says nothing about that.
+    static bool isGone(int error);
 
     int id() const { return m_id; }
     key_t key() const { return m_key; }
