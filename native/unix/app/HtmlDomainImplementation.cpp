@@ -18,7 +18,7 @@ constexpr std::string_view Prefix = "lib";
 /// The prefix takes the place of the name's first characters, and of what is missing of them.
 std::string domainPath(const char* domain)
 {
-    const std::string path = libraryPath();
+    std::string path = libraryPath();
     const size_t file = path.find(LibraryFile);
     if (file == std::string::npos)
         return path;
