@@ -15,14 +15,14 @@
 #include "unix/input/Keyboards.h"
 
 namespace {
-void press(KeySym keysym, int kind = KeyEvent::Press)
+void pressKey(KeySym keysym, int kind = KeyEvent::Press)
 {
     KeyEvent(0, kind, static_cast<int>(keysym), static_cast<const char*>(nullptr), CWindow(),
              TopLevelWindow())
         .emit();
 }
 
-void type(const char* text)
+void typeText(const char* text)
 {
     KeyEvent(0, KeyEvent::KeyString, 0, text, CWindow(), TopLevelWindow()).emit();
 }
@@ -87,7 +87,7 @@ protected:
     }
     ~PlayersTest() override
     {
-        press(XK_Num_Lock, KeyEvent::Release);
+        pressKey(XK_Num_Lock, KeyEvent::Release);
         lock(0, 0);
         useLayout("us");
     }
@@ -117,9 +117,10 @@ TEST_F(PlayersTest, TheNextOneReleasesWhatAKilledOneHeldAndPutsTheKeyboardsBack)
         const char* why;
         std::function<void()> play;
     } rows[] = {
-        {"modifiers and a key", [] { type("^%({F3 KeyDn}ab{F3 KeyUp})"); }},
-        {"borrowed keys", [] { type("+(\u4E2D\u6587a)\u00E9"); }},
-        {"strokes without a text", [] { press(XK_Shift_R), press(XK_F5), press(XK_F5, KeyEvent::Release); }},
+        {"modifiers and a key", [] { typeText("^%({F3 KeyDn}ab{F3 KeyUp})"); }},
+        {"borrowed keys", [] { typeText("+(\u4E2D\u6587a)\u00E9"); }},
+        {"strokes without a text",
+         [] { pressKey(XK_Shift_R), pressKey(XK_F5), pressKey(XK_F5, KeyEvent::Release); }},
         {"a drag with modifiers",
          [] { mouse(MouseEvent::Drag, MouseEvent::WithAlt, Point(5, 5), Point(400, 300)); }},
     };
@@ -135,7 +136,7 @@ TEST_F(PlayersTest, TheNextOneReleasesWhatAKilledOneHeldAndPutsTheKeyboardsBack)
             other.die();
             CEventWindow window(0, 0, 500, 500);
             if (i % 2 == 0)
-                type("xy");
+                typeText("xy");
             else
                 mouse(MouseEvent::Click, 0, Point(9, 9));
             const std::string events = window.events();
@@ -151,13 +152,13 @@ TEST_F(PlayersTest, TheNextOneReleasesWhatAKilledOneHeldAndPutsTheKeyboardsBack)
 
 TEST_F(PlayersTest, WhatPeopleAndLivingPlayersHoldStaysDown)
 {
-    COtherPlayer living([] { press(XK_Shift_L); }, false);
-    COtherPlayer killed([] { press(XK_Shift_L), press(XK_Control_L), press(XK_Alt_L); });
+    COtherPlayer living([] { pressKey(XK_Shift_L); }, false);
+    COtherPlayer killed([] { pressKey(XK_Shift_L), pressKey(XK_Control_L), pressKey(XK_Alt_L); });
     const KeyCode ofUser = CKeyCodes(g_display).of(XK_F7);
     pressOnKeyboardOfUser(ofUser, true);
     killed.die();
     CEventWindow window(0, 0, 50, 50);
-    type("x");
+    typeText("x");
     const std::string events = window.events();
     EXPECT_TRUE(events.ends_with(" S+x S-x")) << events;
     EXPECT_EQ("key " + std::to_string(CKeyCodes(g_display).of(XK_Shift_L)) + " key " +
@@ -165,7 +166,7 @@ TEST_F(PlayersTest, WhatPeopleAndLivingPlayersHoldStaysDown)
               down());
     pressOnKeyboardOfUser(ofUser, false);
     living.die();
-    type("x");
+    typeText("x");
     EXPECT_EQ("", down());
 }
 
@@ -182,7 +183,7 @@ TEST_F(PlayersTest, ATextPutsBackTheLocksOfOneThatIsKilledMeanwhile)
             [] {
                 new CPlayedInput;
                 (new CServerStrokes)->beginText([] {});
-                press(XK_Num_Lock);
+                pressKey(XK_Num_Lock);
             },
             false);
         ASSERT_NE("", down());
@@ -207,7 +208,7 @@ TEST_F(PlayersTest, TextsAndClicksAtOnceLeaveTheKeyboardsLocksAndKeysAsTheyWere)
     const std::string before = keyboards();
     const auto play = [] {
         for (int i = 0; i < 20; ++i) {
-            type("\u4E2D\u6587aA{Num5}");
+            typeText("\u4E2D\u6587aA{Num5}");
             mouse(MouseEvent::Click, MouseEvent::WithShift | MouseEvent::WithControl, Point(9, 9));
         }
     };
@@ -222,7 +223,7 @@ TEST_F(PlayersTest, TextsAndClicksAtOnceLeaveTheKeyboardsLocksAndKeysAsTheyWere)
             second.join();
             other.end();
         }
-        type("a"); // puts back what the killed one borrowed
+        typeText("a"); // puts back what the killed one borrowed
         EXPECT_EQ("", down());
         EXPECT_EQ(locks + (1U << 8), locksAndGroup());
         EXPECT_EQ(before, keyboards());

@@ -201,14 +201,19 @@ TEST(SharedMemoryTest, NeedsADisplay)
     EXPECT_THROW(CSpyMemory(), COutOfSpyMemory);
 }
 
-TEST(SharedMemoryTest, KeepsDisplaysApart)
+/// The second display keeps its semaphores under keys that the first one's would have, too.
+TEST_F(FreshStoreTest, KeepsDisplaysApart)
 {
-    CSpyMemRef ref = CSpyHeap::getHeap(0)->allocate(100);
-    ref.write("first", 6);
-    CSpyHeap::deleteBaseHeap();
-    const CDisplay other(":other");
-    EXPECT_THROW(ref.isValid(), CInvalidSpyMemRef);
-    CSpyHeap::deleteBaseHeap();
+    CChildProcess fresh([](CChildProcess&) {
+        ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
+        CSpyMemRef ref = CSpyHeap::getHeap(0)->allocate(100);
+        ref.write("first", 6);
+        CSpyHeap::deleteBaseHeap();
+        const CDisplay other(":other");
+        EXPECT_THROW(ref.isValid(), CInvalidSpyMemRef);
+        CSpyHeap::deleteBaseHeap();
+    });
+    EXPECT_EQ(0, fresh.join());
 }
 
 /// Runs a test of DISABLED_User below in a fresh namespace, as a program that exits in the ordinary way.

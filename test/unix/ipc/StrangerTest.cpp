@@ -12,6 +12,7 @@
 #include "unix/ipc/Mutex.h"
 #include "unix/ipc/SemaphoreList.h"
 #include "unix/sysv/IpcStatus.h"
+#include "unix/sysv/SharedMemory.h"
 #include "unix/sysv/SharedMemoryHeader.h"
 #include "unix/sysv/UnixSharedMemory.h"
 
@@ -35,7 +36,7 @@
 namespace {
 using namespace std::chrono_literals;
 
-constexpr key_t Key = 0x1001;
+constexpr key_t StoreKey = 0x1001;
 constexpr int HeapBytes = 0x100000 + 48;
 constexpr uid_t Stranger = 65534; ///< where another user can be had; else the stranger is the same one
 
@@ -44,7 +45,8 @@ constexpr uid_t Stranger = 65534; ///< where another user can be had; else the s
 class CPrivateObjects {
 public:
     CPrivateObjects(int rights, int lockSize, int listSize, int bytes, bool withSegment)
-        : m_sets{semget(Key - 1, lockSize, IPC_CREAT | rights), semget(Key, listSize, IPC_CREAT | rights)}
+        : m_sets{semget(StoreKey - 1, lockSize, IPC_CREAT | rights),
+                 semget(StoreKey, listSize, IPC_CREAT | rights)}
     {
         for (const int set : m_sets) {
             CSemaphoreArgument seven;
@@ -53,7 +55,7 @@ public:
         }
         if (!withSegment)
             return;
-        m_segment = shmget(Key, static_cast<size_t>(bytes), IPC_CREAT | rights);
+        m_segment = shmget(StoreKey, static_cast<size_t>(bytes), IPC_CREAT | rights);
         void* const base = shmat(m_segment, nullptr, 0);
         std::strcpy(static_cast<char*>(base), "private");
         shmdt(base);
@@ -82,8 +84,8 @@ CSharedMemoryHeader* plantDirectory()
     const int id = shmget(CSharedMemoryHeader::s_headerKey, sizeof(CSharedMemoryHeader), IPC_CREAT | 0666);
     auto* const directory = static_cast<CSharedMemoryHeader*>(shmat(id, nullptr, 0));
     directory->init();
-    directory->addKey(directory->add(getenv("DISPLAY")), 0, Key);
-    reinterpret_cast<CSharedMemoryHeader::CLayout*>(directory)->m_nextKey = Key + 100;
+    directory->addKey(directory->add(getenv("DISPLAY")), 0, StoreKey);
+    reinterpret_cast<CSharedMemoryHeader::CLayout*>(directory)->m_nextKey = StoreKey + 100;
     return directory;
 }
 
@@ -149,7 +151,7 @@ TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
         bool withSegment, attached;
         const char* victim;
         const char* inTheWay = nullptr;
-        key_t key = Key;
+        key_t key = StoreKey;
         int error = 0;
     } rows[] = {
         {"nobody has the directory: its list is cleaned", 0600, 1, 32, HeapBytes, true, false,
@@ -161,9 +163,11 @@ TEST(StrangerTest, CannotHaveObjectsOfOtherProgramsRemovedResetOrFormatted)
         {"the directory is in use: a private segment is the heap", 0600, 1, 32, HeapBytes, true, true,
          "HasNoStore", "segment"},
         {"an open one of another size is", 0666, 7, 9, HeapBytes + 4096, true, true, "HasNoStore", "segment"},
-        {"a smaller one is", 0666, 7, 9, 4096, true, true, "HasNoStore", "segment", Key, EINVAL},
-        {"a private set is the lock", 0600, 1, 32, 0, false, true, "HasNoLock", "semaphore set", Key - 1},
-        {"an open set of another size is", 0666, 7, 9, 0, false, true, "HasNoLock", "semaphore set", Key - 1},
+        {"a smaller one is", 0666, 7, 9, 4096, true, true, "HasNoStore", "segment", StoreKey, EINVAL},
+        {"a private set is the lock", 0600, 1, 32, 0, false, true, "HasNoLock", "semaphore set",
+         StoreKey - 1},
+        {"an open set of another size is", 0666, 7, 9, 0, false, true, "HasNoLock", "semaphore set",
+         StoreKey - 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
@@ -195,7 +199,7 @@ TEST(StrangerTest, HasADirectoryRefusedThatIsNone)
     const std::function<void(CSharedMemoryHeader::CLayout&)> rows[] = {
         [](auto& layout) { std::memset(static_cast<void*>(&layout), 0, sizeof layout); },
         [](auto& layout) { std::memset(static_cast<void*>(&layout), 0x55, sizeof layout); },
-        [](auto& layout) { layout.m_keys[7].m_key = Key + 200; },
+        [](auto& layout) { layout.m_keys[7].m_key = StoreKey + 200; },
         [](auto& layout) { std::memset(layout.m_names[3], 'x', sizeof layout.m_names[3]); },
     };
     for (const auto& spoil : rows) {
@@ -217,6 +221,10 @@ void inAnotherProcessNamespace(const std::function<void(CChildProcess&)>& work,
 {
     CChildProcess world([&](CChildProcess&) {
         ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
+        {
+            const CSharedMemoryGuard guard;
+            CSharedMemoryHeader::forgetRemoved(); // that of the namespace before, which other tests have used
+        }
         if (unshare(CLONE_NEWPID) != 0)
             _exit(CPrivateSession::Skipped);
         CChildProcess other(work); // unshare is for children
@@ -317,7 +325,7 @@ TEST(StrangerTest, CannotHaveSemaphoresSignalledThatTheStoreNames)
     list.write(&changed, sizeof changed);
     EXPECT_TRUE(CSemaphoreList().allocSemaphore(1).isNull());
     list.write(&record, sizeof record);
-    for (const int set : {semget(Key - 1, 0, 0), semget(Key, 0, 0)})
+    for (const int set : {semget(StoreKey - 1, 0, 0), semget(StoreKey, 0, 0)})
         semctl(set, 0, IPC_RMID);
     CSpyHeap::deleteBaseHeap();
 }
