@@ -6,6 +6,7 @@
 #include "gx/Json.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 #include "unix/window/XErrors.h"
@@ -19,9 +20,16 @@ struct CResult {
     std::string found;
 };
 
+bool hasWhat(const CExamination& row)
+{
+    const char* const display = std::getenv("DISPLAY");
+    return row.needs == CExamination::Nothing ||
+           (display && *display && (row.needs == CExamination::Display || walkDisplay()));
+}
+
 CResult look(const CExamination& row)
 {
-    if (row.wantsServer && !walkDisplay())
+    if (!hasWhat(row))
         return {row, EState::NotLookedAt, {}};
     const auto found = row.look();
     return {row, !found ? EState::Fine : row.stops ? EState::Stops : EState::Disturbs, found.value_or("")};

@@ -50,7 +50,7 @@ Found display()
 
 Found server()
 {
-    return display() || walkDisplay() ? std::nullopt : Found(ServerComplaint::text());
+    return walkDisplay() ? std::nullopt : Found(ServerComplaint::text());
 }
 
 bool hasExtension(const char* name)
@@ -284,19 +284,21 @@ Found fonts()
     return found && found->nfont > 0 ? std::nullopt : Found("fontconfig finds no font");
 }
 
-constexpr bool stops = true, disturbs = false, onServer = true, anywhere = false;
+constexpr bool stops = true, disturbs = false;
+constexpr auto anywhere = CExamination::Nothing, onDisplay = CExamination::Display,
+               onServer = CExamination::Server;
 
 constexpr CExamination all[] = {
     {"display", "DISPLAY names a display", "DISPLAY is not set: neither programs nor tests find a screen",
      "run it all under gx session -- COMMAND, or set DISPLAY to that of a running X server, such as :0",
      stops, anywhere, display},
     {"server", "the X server answers", "the X server cannot be reached",
-     "start it or correct DISPLAY and XAUTHORITY, or run it all under gx session -- COMMAND", stops, anywhere,
-     server},
+     "start it or correct DISPLAY and XAUTHORITY, or run it all under gx session -- COMMAND", stops,
+     onDisplay, server},
     {"xtest", "the X server plays input",
      "no clicks and keys can be played: the X server lacks the extension XTEST",
      "start it without -extension XTEST, or use another: gx session -- COMMAND", stops, onServer, xtest},
-    {"wayland", "it is an X session",
+    {"wayland", "it is no Wayland session",
      "this is a Wayland session: programs may show windows where X tools see none, input reaches X programs alone, and pictures of "
      "the screen are black where others show",
      "run tests under gx session -- COMMAND; GDK_BACKEND=x11 has GTK 3 programs use X", disturbs, anywhere,

@@ -9,7 +9,6 @@
 #include "unix/window/XtGuard.h"
 
 #include <algorithm>
-#include <ranges>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -211,13 +210,12 @@ std::optional<COrigin> placeOfShell(Display* display, Widget shell)
 Widget gadgetAt(Widget widget, int x, int y)
 {
     const std::vector<Widget> children = livingChildren(widget);
-    for (const Widget child : std::views::reverse(children)) {
+    const auto found = std::find_if(children.rbegin(), children.rend(), [&](Widget child) {
         const CorePart& place = child->core;
-        if (XtIsRectObj(child) && !XtIsWidget(child) && XtIsManaged(child) && x >= place.x && y >= place.y &&
-            x < place.x + place.width && y < place.y + place.height)
-            return child;
-    }
-    return widget;
+        return XtIsRectObj(child) && !XtIsWidget(child) && XtIsManaged(child) && x >= place.x &&
+               y >= place.y && x < place.x + place.width && y < place.y + place.height;
+    });
+    return found == children.rend() ? widget : *found;
 }
 
 /// What reacts of a widget and those around it: what does not gets no press, whoever else does.

@@ -5,6 +5,7 @@ import java.awt.Rectangle;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.NoSuchElementException;
+import java.util.Objects;
 import java.util.Optional;
 
 /**
@@ -53,7 +54,7 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
     /** @param whose as in " of nedit" */
     NoSuchElementException missing(String text, String whose) {
         return new NoSuchElementException(Complaint.of("no item " + WidgetView.quoted(text) + " in a menu" + whose,
-            "it has " + texts(), "ask for one of these, the whole text"));
+            "it has " + texts().stream().filter(Objects::nonNull).toList(), "ask for one of these, the whole text"));
     }
 
     /** @return the texts of all items in order, null for those without */
