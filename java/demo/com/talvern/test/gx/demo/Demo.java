@@ -39,9 +39,9 @@ public final class Demo {
     private final Path files;
     private final Path pictures;
     private final String userProgram;
-    private Application nedit;
-    private Application mousepad;
-    private Application xterm;
+    private DrivenProgram nedit;
+    private DrivenProgram mousepad;
+    private DrivenProgram xterm;
 
     private Demo(Transcript transcript, Path files, Path pictures, String userProgram) {
         this.transcript = transcript;
@@ -89,15 +89,15 @@ public final class Demo {
     private void startPrograms() {
         transcript.heading("Start programs with exec");
         transcript.step("nedit, a Motif editor", () -> {
-            nedit = Application.start(files, "nedit");
+            nedit = DrivenProgram.start(files, "nedit");
             return Windows.caption(nedit.window());
         });
         transcript.step("mousepad, a GTK 3 editor", () -> {
-            mousepad = Application.start(files, "mousepad", "--disable-server");
+            mousepad = DrivenProgram.start(files, "mousepad", "--disable-server");
             return Windows.caption(mousepad.window());
         });
         transcript.step("xterm with a shell", () -> {
-            xterm = Application.start(files, "xterm", "-u8", "-fa", "DejaVu Sans Mono", "-fs", "10",
+            xterm = DrivenProgram.start(files, "xterm", "-u8", "-fa", "DejaVu Sans Mono", "-fs", "10",
                 "-geometry", "76x" + TERMINAL_ROWS, "-T", "Terminal", "-e", "env", "PS1=$ ", "sh");
             return Windows.caption(xterm.window());
         });
@@ -107,7 +107,7 @@ public final class Demo {
     private void findWindows() {
         transcript.heading("Find windows");
         transcript.step("list the top-level windows with class, caption and rectangle", () -> {
-            for (Application program : programs()) {
+            for (DrivenProgram program : programs()) {
                 Expect.soon(program.name() + " is listed", () -> Desktop.isListed(program.window()));
             }
             return Desktop.topLevelWindows().size() + " windows";
@@ -144,7 +144,7 @@ public final class Demo {
         transcript.step("raise mousepad, then xterm, where they overlap", () -> {
             final Rectangle shared =
                 mousepad.window().nativeGetRectangle().intersection(xterm.window().nativeGetRectangle());
-            for (Application program : List.of(mousepad, xterm, mousepad, xterm)) {
+            for (DrivenProgram program : List.of(mousepad, xterm, mousepad, xterm)) {
                 program.window().nativeBringToTop();
                 Expect.soon(program.name() + " is on top", () -> Desktop.isWithin(
                     Desktop.windowAt((int) shared.getCenterX(), (int) shared.getCenterY()), program.window()));
@@ -166,7 +166,7 @@ public final class Demo {
         });
     }
 
-    private void moveTo(Application program, int x, int y) {
+    private void moveTo(DrivenProgram program, int x, int y) {
         transcript.step("move " + program.name() + "'s frame to " + x + "," + y, () -> {
             final Dimension size = program.size();
             program.moveFrame(x, y);
@@ -175,7 +175,7 @@ public final class Demo {
         });
     }
 
-    private void writeLetter(Application editor, String file) {
+    private void writeLetter(DrivenProgram editor, String file) {
         transcript.heading("Write a letter in " + editor.name());
         clickIntoText(editor);
         typeLetter(editor);
@@ -202,7 +202,7 @@ public final class Demo {
         compareLetter("xterm.txt");
     }
 
-    private void clickIntoText(Application program) {
+    private void clickIntoText(DrivenProgram program) {
         program.step(transcript, "click into the text area", () -> {
             program.window().nativeBringToTop();
             Expect.soon(program.name() + " is in front",
@@ -214,7 +214,7 @@ public final class Demo {
         });
     }
 
-    private void typeLetter(Application program) {
+    private void typeLetter(DrivenProgram program) {
         program.step(transcript, "type " + LETTER.length() + " characters", () -> {
             final Instant start = Instant.now();
             program.type(LETTER);
@@ -233,7 +233,7 @@ public final class Demo {
      * Wheel, double-click and drag, each proved by what the file holds afterwards. Once the text is longer than the
      * window and the caret at its end, the bottom row of the text area shows the last line.
      */
-    private void useMouse(Application editor, String name) {
+    private void useMouse(DrivenProgram editor, String name) {
         transcript.heading("Use the mouse in " + editor.name());
         final Path file = files.resolve(name);
         final StringBuilder text = new StringBuilder(LETTER);
@@ -293,7 +293,7 @@ public final class Demo {
     }
 
     /** Types a mark where the caret is and saves. @return the file, which holds the mark then */
-    private static String mark(Application editor, Path file, String mark) throws Exception {
+    private static String mark(DrivenProgram editor, Path file, String mark) throws Exception {
         editor.type(mark);
         editor.keys("^s");
         return Expect.fileWith(file, mark);
@@ -323,7 +323,7 @@ public final class Demo {
 
     private void closePrograms() {
         transcript.heading("Close through the window manager");
-        for (Application program : programs()) {
+        for (DrivenProgram program : programs()) {
             transcript.step("close " + program.name(), () -> {
                 final int status = program.close();
                 Expect.soon("its window has gone", () -> !Desktop.isListed(program.window()));
@@ -344,7 +344,7 @@ public final class Demo {
         transcript.step("screenshot", () -> Desktop.picture(pictures.resolve(name + ".png")));
     }
 
-    private List<Application> programs() {
+    private List<DrivenProgram> programs() {
         return List.of(nedit, mousepad, xterm);
     }
 

@@ -24,7 +24,7 @@ final class Playback {
     private static final long SILENCE_MS = 500;
 
     private final Transcript transcript;
-    private final Application editor;
+    private final DrivenProgram editor;
     private final Path file;
     private final String userProgram;
     private final NativePlayerThread player = new NativePlayerThread();
@@ -34,7 +34,7 @@ final class Playback {
     private volatile int typed;
 
     /** @param file the one that the editor saves to */
-    Playback(Transcript transcript, Application editor, Path file, String userProgram) {
+    Playback(Transcript transcript, DrivenProgram editor, Path file, String userProgram) {
         this.transcript = transcript;
         this.editor = editor;
         this.file = file;

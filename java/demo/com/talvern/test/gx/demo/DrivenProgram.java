@@ -16,7 +16,7 @@ import java.util.Set;
  * A program under test: its process, its main window, and what a user does with them. The text area flashes in a frame
  * before the mouse is used in it.
  */
-final class Application {
+final class DrivenProgram {
     private static final int FRAME_GAP = 3;
     /** Nobody stops the demo by a hot key: it shows hot keys itself. */
     private static final UserInput USER = new UserInput(() -> false);
@@ -25,16 +25,16 @@ final class Application {
     private final NativeTopLevelWindow window;
     private String said = "";
 
-    private Application(Program program, NativeTopLevelWindow window) {
+    private DrivenProgram(Program program, NativeTopLevelWindow window) {
         this.program = program;
         this.window = window;
     }
 
     /** Starts a program in a directory and waits for its window. It ends with the demo at the latest. */
-    static Application start(Path directory, String... command) throws Exception {
+    static DrivenProgram start(Path directory, String... command) throws Exception {
         final Set<NativeWindow> before = openWindows();
         final Program program = Program.start(directory, directory.resolveSibling(command[0] + ".log"), command);
-        return new Application(program, newWindow(before, "window of " + command[0]));
+        return new DrivenProgram(program, newWindow(before, "window of " + command[0]));
     }
 
     String name() {
