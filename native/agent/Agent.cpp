@@ -5,6 +5,7 @@
 #include "agent/JavaMachine.h"
 #include "agent/JavaThread.h"
 #include "agent/Say.h"
+#include "include/InApplication.h"
 #include "include/ThreadStack.h"
 
 #include <atomic>
@@ -27,16 +28,8 @@ std::atomic<_XDisplay*> s_xtDisplay{nullptr};
 void* s_library = nullptr;
 char s_displayName[256]; ///< empty until a display is open
 
-/// A name that the library exports; null when it is another version.
-template <class T> T* exported(const char* name)
-{
-    return static_cast<T*>(dlsym(s_library, name));
-}
-
-template <class Function> Function* exportedFunction(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(s_library, name));
-}
+/// What the library exports under a name of its headers; null when it is another version.
+#define GX_EXPORTED(name) reinterpret_cast<decltype(&(name))>(dlsym(s_library, #name))
 
 bool isReadable(const char* path)
 {
@@ -81,11 +74,11 @@ bool loadLibrary()
         say("%s: no agent in this program", dlerror());
         return false;
     }
-    if (int* const isUnderTest = exported<int>("gx_MarloSUT")) {
+    if (int* const isUnderTest = GX_EXPORTED(gx_MarloSUT)) {
         *isUnderTest = 1;
         CGuest::refuseSignalsTo(isUnderTest);
     }
-    if (_XDisplay** const display = exported<_XDisplay*>("gx_app_display"))
+    if (_XDisplay** const display = GX_EXPORTED(gx_app_display))
         *display = s_xtDisplay;
     return true;
 }
@@ -93,7 +86,7 @@ bool loadLibrary()
 /// @return the spy port of the calling thread; null when there is none for it
 void* infest()
 {
-    const auto entry = exportedFunction<void*(const char*)>("infestCurrentThread");
+    const auto entry = GX_EXPORTED(infestCurrentThread);
     const char* const domain = CEnvironment::value(AgentVariable::domain);
     void* const port = entry ? entry(domain ? domain : "") : nullptr;
     if (!port)
@@ -138,7 +131,7 @@ bool hasDomain()
             JavaMachine::takeException(env).c_str());
         return false;
     }
-    const auto isThere = exportedFunction<int()>("gxHasDomain");
+    const auto isThere = GX_EXPORTED(gxHasDomain);
     if (isThere && isThere())
         return true;
     say("there is no test domain %s, or it does not take this program: no agent in this program", domain);
@@ -188,13 +181,13 @@ bool CAgent::start()
 
 int CAgent::descriptors(int* out)
 {
-    const auto entry = exportedFunction<int(int*, int)>("gxRequestDescriptors");
+    const auto entry = GX_EXPORTED(gxRequestDescriptors);
     return entry ? entry(out, 2) : 0;
 }
 
 void CAgent::deliver()
 {
-    static const auto s_entry = exportedFunction<int()>("gxDeliverRequests");
+    static const auto s_entry = GX_EXPORTED(gxDeliverRequests);
     if (CEnvironment::serves())
         s_entry();
 }
@@ -208,7 +201,7 @@ void CAgent::noteDisplay(_XDisplay* display)
 void CAgent::setXtDisplay(_XDisplay* display)
 {
     s_xtDisplay = display;
-    if (_XDisplay** const known = s_library ? exported<_XDisplay*>("gx_app_display") : nullptr)
+    if (_XDisplay** const known = s_library ? GX_EXPORTED(gx_app_display) : nullptr)
         *known = display;
 }
 
