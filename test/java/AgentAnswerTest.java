@@ -5,9 +5,9 @@ import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.ApplicationException;
-import com.talvern.test.gx.engine.ListView;
 import com.talvern.test.gx.protocol.AgentAddress;
 import com.talvern.test.gx.protocol.Frame;
+import com.talvern.test.gx.protocol.ListValues;
 import com.talvern.test.gx.protocol.OwnDirectory;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
@@ -63,12 +63,12 @@ class AgentAnswerTest {
     }
 
     private static Values listOf(int count) {
-        List<ListView.Item> items = new ArrayList<>();
+        List<ListValues.Item> items = new ArrayList<>();
         for (int i = 0; i < count; ++i) {
-            items.add(new ListView.Item(i, "item " + i, i % 2 == 0, i % 3 == 0 ? null : new Rectangle(1, i, 3, 4)));
+            items.add(new ListValues.Item("item " + i, i % 2 == 0, i % 3 == 0 ? null : new Rectangle(1, i, 3, 4)));
         }
         Values values = Values.create().add(true);
-        new ListView(7, new Rectangle(1, 2, 3, 4), 0, items).write(values);
+        new ListValues(7, new Rectangle(1, 2, 3, 4), 0, items).write(values);
         return values;
     }
 

@@ -1,7 +1,6 @@
 // Exported functions of com.talvern.test.gx.sys.graphical.NativeWindow and NativeScreen.
 #include "unix/window/WindowManager.h"
 
-#include "com_talvern_test_gx_engine_Windows.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
 #include "common/jni/JniDataTypes.h"
@@ -214,8 +213,8 @@ GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWin
     });
 }
 
-GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_engine_Windows_nameOf,
-              CJString(env, CWindow(window).name().c_str()), jclass, jlong window)
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetOwnName,
+              CJString(env, windowOf(env, self).name().c_str()), jobject self)
 
 GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWindowClassname, jobject self)
 {

@@ -1,13 +1,13 @@
 package com.talvern.test.gx.application;
 
-import com.talvern.test.gx.engine.FileDialogView;
-import com.talvern.test.gx.engine.ListView;
-import com.talvern.test.gx.engine.MenuView;
-import com.talvern.test.gx.engine.RowQuery;
-import com.talvern.test.gx.engine.WidgetView;
 import com.talvern.test.gx.protocol.AgentAddress;
+import com.talvern.test.gx.protocol.FileDialogValues;
 import com.talvern.test.gx.protocol.Frame;
+import com.talvern.test.gx.protocol.ListValues;
+import com.talvern.test.gx.protocol.MenuValues;
 import com.talvern.test.gx.protocol.Operation;
+import com.talvern.test.gx.protocol.RowQuery;
+import com.talvern.test.gx.protocol.RowValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Point;
 import java.io.IOException;
@@ -192,23 +192,23 @@ public final class RequestServer implements ApplicationService {
     /** Reads what goes with the request. @return what to do on the GUI thread; that answers how to write what it saw */
     private static Callable<Consumer<Values>> look(Operation operation, Values in) {
         return switch (operation) {
-            case MENU_BAR -> with(in.nextLong(), window -> perhaps(Widgets.menuBar(window), MenuView::write));
+            case MENU_BAR -> with(in.nextLong(), window -> perhaps(Widgets.menuBar(window), MenuValues::write));
             case MENU -> with(in.nextLong(), window -> perhapsReady(Widgets.menu(window)));
             case OPEN_MENUS -> () -> {
-                List<MenuView> menus = Widgets.openMenus();
-                return whenReady(menus, all(menus, MenuView::write));
+                List<MenuValues> menus = Widgets.openMenus();
+                return whenReady(menus, all(menus, MenuValues::write));
             };
             case CONTEXT_MENU -> () -> perhapsReady(Widgets.contextMenu());
             case AWAIT_IDLE -> with(in.nextLong(), limit -> {
                 int mark = MenuItems.markEvents();
                 return out -> out.add(awaitIdle(mark, limit));
             });
-            case LIST -> with(in.nextLong(), window -> perhaps(Widgets.list(window), ListView::write));
+            case LIST -> with(in.nextLong(), window -> perhaps(Widgets.list(window), ListValues::write));
             case LIST_AT_POINT -> with(new Point(in.nextInt(), in.nextInt()),
-                place -> perhaps(Widgets.listAt(place), ListView::write));
+                place -> perhaps(Widgets.listAt(place), ListValues::write));
             case LIST_AT_RECTANGLE -> with(in.nextBox(),
-                box -> perhaps(Widgets.listIn(box), ListView::write));
-            case FILE_DIALOGS -> () -> all(Widgets.fileDialogs(), FileDialogView::write);
+                box -> perhaps(Widgets.listIn(box), ListValues::write));
+            case FILE_DIALOGS -> () -> all(Widgets.fileDialogs(), FileDialogValues::write);
             case WIDGETS -> () -> block(WidgetTree.windows());
             case WIDGETS_AT -> with(new Point(in.nextInt(), in.nextInt()), place -> ids(WidgetTree.at(place.x, place.y)));
             case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
@@ -240,7 +240,7 @@ public final class RequestServer implements ApplicationService {
         RowQuery query = RowQuery.read(question);
         question.end();
         Predicate<List<String>> isNear = query.nearness();
-        List<WidgetView.Row> found = new ArrayList<>();
+        List<RowValues> found = new ArrayList<>();
         int first = 0;
         int count;
         do {
@@ -251,22 +251,17 @@ public final class RequestServer implements ApplicationService {
                 int least = near[0];
                 int reach = near[near.length - 1] - least + 1;
                 byte[] rows = onGuiThread(gui, () -> WidgetTree.rows(id, from + least, reach), end);
-                WidgetView.Row.readAll(Values.of(ByteBuffer.wrap(rows))).stream()
-                    .filter(row -> isNear.test(row.cells())).limit(MOST_FOUND).forEach(found::add);
+                Values.of(ByteBuffer.wrap(rows)).nextAll(RowValues::read).stream()
+                    .filter(row -> isNear.test(row.texts())).limit(MOST_FOUND).forEach(found::add);
             }
             count = texts.size();
             first += count;
         } while (count == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
-        all(query.pick(found), WidgetView.Row::write).accept(answer);
+        answer.addAll(query.pick(found, RowValues::texts), RowValues::write);
     }
 
     private static List<List<String>> textsOf(byte[] block) {
-        Values in = Values.of(ByteBuffer.wrap(block));
-        List<List<String>> rows = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            rows.add(WidgetView.texts(in));
-        }
-        return rows;
+        return Values.of(ByteBuffer.wrap(block)).nextAll(row -> row.nextAll(Values::nextTextOrEmpty));
     }
 
     /** The GUI thread is asked for this once, when somebody waits for the first time. */
@@ -287,12 +282,12 @@ public final class RequestServer implements ApplicationService {
         return () -> work.apply(value);
     }
 
-    private static Consumer<Values> perhapsReady(MenuView menu) {
-        return whenReady(menu == null ? List.of() : List.of(menu), perhaps(menu, MenuView::write));
+    private static Consumer<Values> perhapsReady(MenuValues menu) {
+        return whenReady(menu == null ? List.of() : List.of(menu), perhaps(menu, MenuValues::write));
     }
 
     /** Holds an answer back until a click on any of these menus is taken for one; the GUI thread does not wait. */
-    private static Consumer<Values> whenReady(List<MenuView> menus, Consumer<Values> answer) {
+    private static Consumer<Values> whenReady(List<MenuValues> menus, Consumer<Values> answer) {
         int wait = menus.stream().mapToInt(menu -> MenuItems.msUntilClickIsTaken(menu.window())).max().orElse(0);
         return out -> {
             LockSupport.parkNanos(TimeUnit.MILLISECONDS.toNanos(wait));
@@ -326,19 +321,11 @@ public final class RequestServer implements ApplicationService {
         return true;
     }
 
-    private static <T> Consumer<Values> perhaps(T view, BiConsumer<T, Values> write) {
-        return out -> {
-            out.add(view != null);
-            if (view != null) {
-                write.accept(view, out);
-            }
-        };
+    private static <T> Consumer<Values> perhaps(T found, BiConsumer<T, Values> write) {
+        return out -> out.addOptional(found, write);
     }
 
-    private static <T> Consumer<Values> all(List<T> views, BiConsumer<T, Values> write) {
-        return out -> {
-            out.add(views.size());
-            views.forEach(view -> write.accept(view, out));
-        };
+    private static <T> Consumer<Values> all(List<T> found, BiConsumer<T, Values> write) {
+        return out -> out.addAll(found, write);
     }
 }

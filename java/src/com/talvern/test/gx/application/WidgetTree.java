@@ -13,8 +13,8 @@ final class WidgetTree {
     /**
      * The windows that are on the screen with all that is in them, in one look.
      *
-     * @return how many, and as many of {@link com.talvern.test.gx.engine.WidgetView}, in the form of {@link
-     *     com.talvern.test.gx.protocol.Values}
+     * @return how many, and as many widgets, as {@link com.talvern.test.gx.protocol.Operation#WIDGETS} answers them, in the
+     *     form of {@link com.talvern.test.gx.protocol.Values}
      */
     static native byte[] windows();
 
@@ -42,7 +42,7 @@ final class WidgetTree {
      * @param id of the widget; one that has gone has none
      * @param first how many are left out
      * @param count how many there are to be
-     * @return how many there are, and as many of {@link com.talvern.test.gx.engine.WidgetView.Row}, in the form of {@link
+     * @return how many there are, and as many of {@link com.talvern.test.gx.protocol.RowValues}, in the form of {@link
      *     com.talvern.test.gx.protocol.Values}
      */
     static native byte[] rows(long id, int first, int count);
@@ -71,7 +71,7 @@ final class WidgetTree {
     /**
      * The file dialogs that are on the screen.
      *
-     * @return how many, and as many of {@link com.talvern.test.gx.engine.FileDialogView}, in the form of {@link
+     * @return how many, and as many of {@link com.talvern.test.gx.protocol.FileDialogValues}, in the form of {@link
      *     com.talvern.test.gx.protocol.Values}
      */
     static native byte[] fileDialogs();

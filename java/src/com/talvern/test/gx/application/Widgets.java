@@ -1,9 +1,8 @@
 package com.talvern.test.gx.application;
 
-import com.talvern.test.gx.engine.FileDialogView;
-import com.talvern.test.gx.engine.ListView;
-import com.talvern.test.gx.engine.MenuView;
-import com.talvern.test.gx.engine.Windows;
+import com.talvern.test.gx.protocol.FileDialogValues;
+import com.talvern.test.gx.protocol.ListValues;
+import com.talvern.test.gx.protocol.MenuValues;
 import com.talvern.test.gx.protocol.Values;
 import com.talvern.test.gx.sys.graphical.ListBox;
 import com.talvern.test.gx.sys.graphical.Menu;
@@ -19,7 +18,7 @@ import java.util.Comparator;
 import java.util.List;
 import java.util.stream.Stream;
 
-/** Takes views of this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
+/** Looks at this application's widgets. On the GUI thread only; null stands for a widget that there is not. */
 final class Widgets {
     /** Of {@link MenuItems#look} for the menu and for each item. */
     private static final int NUMBERS = 6;
@@ -31,30 +30,30 @@ final class Widgets {
      *
      * @param window the first menu bar in it, or of all when there is none, is wanted; 0 for the first of all
      */
-    static MenuView menuBar(long window) {
+    static MenuValues menuBar(long window) {
         NativeWindow place = window == 0 ? NativeWindow.nativeGetRootNativeWindow() : new NativeWindow(window);
         Menu bar = place.nativeGetMenuBar();
-        return bar != null && new NativeWindow(bar.getHandle()).nativeIsShowing() ? viewOf(bar) : null;
+        return bar != null && new NativeWindow(bar.getHandle()).nativeIsShowing() ? valuesOf(bar) : null;
     }
 
-    static MenuView menu(long window) {
-        return viewOf(new Menu(window, 0));
+    static MenuValues menu(long window) {
+        return valuesOf(new Menu(window, 0));
     }
 
-    static List<MenuView> openMenus() {
-        List<MenuView> views = new ArrayList<>();
+    static List<MenuValues> openMenus() {
+        List<MenuValues> menus = new ArrayList<>();
         for (NativeWindow pane : NativeWindow.nativeGetPopupWindows()) {
-            views.add(menu(pane.getHandle()));
+            menus.add(menu(pane.getHandle()));
         }
-        return views;
+        return menus;
     }
 
-    static MenuView contextMenu() {
+    static MenuValues contextMenu() {
         NativeWindow pane = NativeWindow.nativeGetTopContextMenu();
         return pane == null ? null : menu(pane.getHandle());
     }
 
-    private static MenuView viewOf(Menu menu) {
+    private static MenuValues valuesOf(Menu menu) {
         if (menu == null || menu.getItemCount() < 0) {
             return null;
         }
@@ -62,17 +61,17 @@ final class Widgets {
         long[] seen = MenuItems.look(menu.getHandle());
         boolean isOpen = (seen[0] & MenuItems.SHOWN) != 0;
         int count = Math.min(texts.length, seen.length / NUMBERS - 1);
-        List<MenuView.Item> items = new ArrayList<>(count);
+        List<MenuValues.Item> items = new ArrayList<>(count);
         for (int index = 0; index < count; ++index) {
-            items.add(viewOf(index, texts[index], seen, NUMBERS * (index + 1), isOpen));
+            items.add(itemOf(texts[index], seen, NUMBERS * (index + 1), isOpen));
         }
-        return new MenuView(menu.getHandle(), boxAt(seen, 1), items);
+        return new MenuValues(menu.getHandle(), boxAt(seen, 1), items);
     }
 
     /** An item of a menu that is not open has a place, too, where nobody would find it. */
-    private static MenuView.Item viewOf(int index, String text, long[] seen, int at, boolean isOpen) {
+    private static MenuValues.Item itemOf(String text, long[] seen, int at, boolean isOpen) {
         Boolean checked = (seen[at] & MenuItems.CHECKABLE) == 0 ? null : (seen[at] & MenuItems.CHECKED) != 0;
-        return new MenuView.Item(index, text, isOpen ? boxAt(seen, at + 1) : null, seen[at + 5],
+        return new MenuValues.Item(text, isOpen ? boxAt(seen, at + 1) : null, seen[at + 5],
             (seen[at] & MenuItems.SHOWN) != 0, (seen[at] & MenuItems.ENABLED) != 0, checked);
     }
 
@@ -81,19 +80,19 @@ final class Widgets {
         return box.isEmpty() ? null : box;
     }
 
-    static ListView list(long window) {
-        return viewOf(new ListBox(window));
+    static ListValues list(long window) {
+        return valuesOf(new ListBox(window));
     }
 
-    static ListView listAt(Point place) {
-        return viewOf(ListBox.listBoxAtPoint(place));
+    static ListValues listAt(Point place) {
+        return valuesOf(ListBox.listBoxAtPoint(place));
     }
 
-    static ListView listIn(Rectangle box) {
-        return viewOf(ListBox.listBoxAtRectangle(box));
+    static ListValues listIn(Rectangle box) {
+        return valuesOf(ListBox.listBoxAtRectangle(box));
     }
 
-    private static ListView viewOf(ListBox list) {
+    private static ListValues valuesOf(ListBox list) {
         int count = list == null || list.getHandle() == 0 ? -1 : list.getCount();
         if (count < 0) {
             return null;
@@ -103,15 +102,15 @@ final class Widgets {
         BitSet selected = new BitSet();
         Arrays.stream(ListItems.selection(list.getHandle())).forEach(selected::set);
         int top = list.getTopIndex();
-        List<ListView.Item> items = new ArrayList<>(texts.length);
+        List<ListValues.Item> items = new ArrayList<>(texts.length);
         boolean shows = false;
         for (int index = 0; index < texts.length; ++index) {
             shows = index == top || shows; // what shows lies in one piece
             Rectangle box = shows ? onScreen(list.getRectangle(index), bounds) : null;
             shows = box != null;
-            items.add(new ListView.Item(index, texts[index], selected.get(index), box));
+            items.add(new ListValues.Item(texts[index], selected.get(index), box));
         }
-        return new ListView(list.getHandle(), bounds, top, items);
+        return new ListValues(list.getHandle(), bounds, top, items);
     }
 
     /** An item out of sight has no size. */
@@ -124,8 +123,8 @@ final class Widgets {
     }
 
     /** @return the bottom of the stack first */
-    static List<FileDialogView> fileDialogs() {
-        List<FileDialogView> dialogs = FileDialogView.readAll(Values.of(ByteBuffer.wrap(WidgetTree.fileDialogs())));
+    static List<FileDialogValues> fileDialogs() {
+        List<FileDialogValues> dialogs = Values.of(ByteBuffer.wrap(WidgetTree.fileDialogs())).nextAll(FileDialogValues::read);
         List<Long> stack = dialogs.isEmpty() ? List.of()
             : Stream.of(new NativeTopLevelWindow(0).getOwnedWindows()).map(NativeWindow::getHandle).toList();
         return dialogs.stream().sorted(Comparator.comparing(dialog -> stack.indexOf(dialog.window())))
@@ -133,9 +132,7 @@ final class Widgets {
     }
 
     /** A program may set its title past its toolkit. */
-    private static FileDialogView withCaption(FileDialogView dialog) {
-        String caption = Windows.caption(new NativeWindow(dialog.window()));
-        return new FileDialogView(dialog.window(), caption, dialog.ok(), dialog.cancel(), dialog.file(),
-            dialog.ready(), dialog.enabled());
+    private static FileDialogValues withCaption(FileDialogValues dialog) {
+        return dialog.withCaption(new NativeWindow(dialog.window()).caption());
     }
 }

@@ -81,7 +81,7 @@ public final class AppWindow implements WidgetScope {
     /** A program may set its title past its toolkit. */
     static String captionOf(WidgetView view) {
         return view.text().isEmpty() && view.window() != 0
-            ? Windows.nameOf(view.window()) : view.text();
+            ? new NativeWindow(view.window()).nativeGetOwnName() : view.text();
     }
 
     private Optional<WidgetView> now() {

@@ -2,6 +2,7 @@ package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.protocol.Frame;
 import com.talvern.test.gx.protocol.Operation;
+import com.talvern.test.gx.protocol.RowQuery;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Point;
 import java.awt.Rectangle;
@@ -335,11 +336,11 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     List<WidgetView.Row> rows(long id, int first, int count) {
-        return ask(Operation.ROWS, in -> in.add(id).add(first).add(count), WidgetView.Row::readAll);
+        return ask(Operation.ROWS, in -> in.add(id).add(first).add(count), several(WidgetView.Row::read));
     }
 
     List<WidgetView.Row> findRows(long id, RowQuery query) {
-        return ask(Operation.FIND_ROWS, in -> query.write(in.add(id)), WidgetView.Row::readAll);
+        return ask(Operation.FIND_ROWS, in -> query.write(in.add(id)), several(WidgetView.Row::read));
     }
 
     long awaitChange(long known, Duration limit, Duration more) {
@@ -847,17 +848,11 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     private static <T> Function<Values, Optional<T>> perhaps(Function<Values, T> read) {
-        return out -> out.nextBoolean() ? Optional.of(read.apply(out)) : Optional.empty();
+        return out -> out.nextOptional(read);
     }
 
     private static <T> Function<Values, List<T>> several(Function<Values, T> read) {
-        return out -> {
-            List<T> list = new ArrayList<>();
-            for (int left = out.nextCount(); left > 0; --left) {
-                list.add(read.apply(out));
-            }
-            return list;
-        };
+        return out -> out.nextAll(read);
     }
 
     private <T> T ask(Operation operation, Consumer<Values> arguments, Function<Values, T> read) {

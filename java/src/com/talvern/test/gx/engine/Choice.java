@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.RowQuery;
 import java.time.Duration;
 import java.util.List;
 import java.util.Set;

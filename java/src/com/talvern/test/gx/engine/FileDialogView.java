@@ -1,9 +1,8 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.FileDialogValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
-import java.util.ArrayList;
-import java.util.List;
 
 /**
  * A dialog for a file or folder of Motif, GTK 2 or GTK 3, as it was when the application was asked.
@@ -18,32 +17,10 @@ import java.util.List;
  */
 public record FileDialogView(long window, String caption, Rectangle ok, Rectangle cancel, Rectangle file,
         boolean ready, boolean enabled) {
-    /**
-     * Sends the dialog to another process.
-     *
-     * @param out is written to
-     */
-    public void write(Values out) {
-        out.add(window).add(caption).add(ok).add(cancel).add(file).add(ready).add(enabled);
-    }
-
-    /**
-     * Takes dialogs from the application.
-     *
-     * @param in has how many, and as many, with empty boxes for what does not show
-     * @return the dialogs
-     */
-    public static List<FileDialogView> readAll(Values in) {
-        List<FileDialogView> dialogs = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            dialogs.add(read(in));
-        }
-        return dialogs;
-    }
-
     static FileDialogView read(Values in) {
-        return new FileDialogView(in.nextLong(), in.nextString(), shown(in.nextRectangle()), shown(in.nextRectangle()),
-            shown(in.nextRectangle()), in.nextBoolean(), in.nextBoolean());
+        FileDialogValues dialog = FileDialogValues.read(in);
+        return new FileDialogView(dialog.window(), dialog.caption(), shown(dialog.ok()), shown(dialog.cancel()),
+            shown(dialog.file()), dialog.ready(), dialog.enabled());
     }
 
     private static Rectangle shown(Rectangle box) {

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.ListValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
 import java.util.ArrayList;
@@ -46,27 +47,12 @@ public record ListView(long window, Rectangle bounds, int topIndex, List<Item> i
                 + items.stream().limit(FEW).map(Item::text).toList(), "ask for one of them, the whole text")));
     }
 
-    /**
-     * Sends the list to another process.
-     *
-     * @param out is written to
-     */
-    public void write(Values out) {
-        out.add(window).add(bounds).add(topIndex).add(items.size());
-        for (Item item : items) {
-            out.add(item.text()).add(item.selected()).add(item.bounds());
-        }
-    }
-
     static ListView read(Values in) {
-        long window = in.nextLong();
-        Rectangle bounds = in.nextBox();
-        int topIndex = in.nextInt();
-        int count = in.nextCount();
+        ListValues list = ListValues.read(in);
         List<Item> items = new ArrayList<>();
-        for (int index = 0; index < count; ++index) {
-            items.add(new Item(index, in.nextText(), in.nextBoolean(), in.nextRectangle()));
+        for (ListValues.Item item : list.items()) {
+            items.add(new Item(items.size(), item.text(), item.selected(), item.bounds()));
         }
-        return new ListView(window, bounds, topIndex, items);
+        return new ListView(list.window(), list.bounds(), list.topIndex(), items);
     }
 }

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.MenuValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
 import java.util.ArrayList;
@@ -64,28 +65,13 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
         return texts;
     }
 
-    /**
-     * Sends the menu to another process.
-     *
-     * @param out is written to
-     */
-    public void write(Values out) {
-        out.add(window).add(bounds).add(items.size());
-        for (Item item : items) {
-            out.add(item.text()).add(item.bounds()).add(item.popup()).add(item.shown()).add(item.enabled())
-                .add(item.checked());
-        }
-    }
-
     static MenuView read(Values in) {
-        long window = in.nextLong();
-        Rectangle bounds = in.nextRectangle();
-        int count = in.nextCount();
+        MenuValues menu = MenuValues.read(in);
         List<Item> items = new ArrayList<>();
-        for (int index = 0; index < count; ++index) {
-            items.add(new Item(index, in.nextString(), in.nextRectangle(), in.nextLong(), in.nextBoolean(),
-                in.nextBoolean(), in.nextTruth()));
+        for (MenuValues.Item item : menu.items()) {
+            items.add(new Item(items.size(), item.text(), item.bounds(), item.popup(), item.shown(), item.enabled(),
+                item.checked()));
         }
-        return new MenuView(window, bounds, items);
+        return new MenuView(menu.window(), menu.bounds(), items);
     }
 }

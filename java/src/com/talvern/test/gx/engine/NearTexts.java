@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.TextMatch;
 import java.util.Comparator;
 import java.util.HashMap;
 import java.util.List;
@@ -33,7 +34,7 @@ final class NearTexts {
     }
 
     private static String normal(String text) {
-        String loose = Query.loose(text).toLowerCase(Locale.ROOT);
+        String loose = TextMatch.loose(text).toLowerCase(Locale.ROOT);
         return loose.length() > COMPARED ? loose.substring(0, COMPARED) : loose;
     }
 

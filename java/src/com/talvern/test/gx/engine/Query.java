@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.TextMatch;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.EnumSet;
@@ -8,6 +9,7 @@ import java.util.Set;
 import java.util.concurrent.CancellationException;
 import java.util.function.Function;
 import java.util.function.Predicate;
+import java.util.function.Supplier;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
@@ -23,9 +25,6 @@ import java.util.stream.Stream;
  * found only when nothing that shows is.
  */
 public final class Query {
-    private static final Pattern MARKS = Pattern.compile("_(?=\\S)");
-    private static final Pattern END = Pattern.compile("\\s*(:|\\.\\.\\.|\u2026)$");
-    private static final Pattern BLANKS = Pattern.compile("\\s+");
     private static final Query NONE_YET = new Query(List.of(), "", null, null);
     /** Texts of these are what a user has put there; they are called by what stands beside them. */
     private static final Set<Role> CALLED_BY_LABEL = EnumSet.of(Role.TEXT_FIELD, Role.TEXT_AREA, Role.SPIN_BUTTON,
@@ -184,68 +183,26 @@ public final class Query {
      * @throws CancellationException the thread was interrupted, and still is
      */
     static boolean matches(Pattern pattern, String text) {
-        return pattern.matcher(new InterruptibleText(text)).matches();
+        return matching(() -> TextMatch.matches(pattern, text));
     }
 
-    private record InterruptibleText(String text) implements CharSequence {
-        @Override
-        public char charAt(int index) {
-            if (Thread.currentThread().isInterrupted()) {
-                throw Application.interrupted("a pattern was matched");
-            }
-            return text.charAt(index);
-        }
-
-        @Override
-        public int length() {
-            return text.length();
-        }
-
-        @Override
-        public CharSequence subSequence(int start, int end) {
-            return new InterruptibleText(text.substring(start, end));
-        }
-
-        @Override
-        public String toString() {
-            return text;
+    /** Says what was interrupted. @param work matches patterns */
+    static <T> T matching(Supplier<T> work) {
+        try {
+            return work.get();
+        } catch (CancellationException interrupted) {
+            throw Application.interrupted("a pattern was matched");
         }
     }
 
     /** What says exactly that, by the first of the names by which any does; else what nearly does. */
     private static Step tiers(String wanted, List<Function<WidgetView, String>> names) {
-        Predicate<String> nearly = nearly(wanted);
+        Predicate<String> nearly = TextMatch.nearly(wanted);
         return candidates -> names.stream().flatMap(name -> Stream.<Predicate<WidgetView>>of(
                 view -> name.apply(view).equals(wanted),
                 view -> nearly.test(name.apply(view))))
             .map(asked -> candidates.stream().filter(asked).toList())
             .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
-    }
-
-    /** Without what people leave out when they read a text aloud. */
-    static String loose(String text) {
-        String unmarked = MARKS.matcher(text.strip()).replaceAll("");
-        return BLANKS.matcher(END.matcher(unmarked).replaceFirst("")).replaceAll(" ");
-    }
-
-    /** What says that, exactly or but for what is left out by {@link #loose}. */
-    static Predicate<String> nearly(String wanted) {
-        String loose = loose(wanted);
-        return text -> text.equals(wanted)
-            || !loose.isEmpty() && mayBecome(loose, text) && loose(text).equals(loose);
-    }
-
-    /** Leaving out changes no order. To see that it cannot help is quick, and most of many rows are other ones. */
-    private static boolean mayBecome(String loose, String text) {
-        int found = 0;
-        for (int at = 0; at < text.length() && found < loose.length(); ++at) {
-            char here = text.charAt(at);
-            char next = loose.charAt(found);
-            if (here == next || next == ' ' && Character.isWhitespace(here)) {
-                ++found;
-            }
-        }
-        return found == loose.length();
     }
 
     /** @return what matches in a widget, in the order of the tree */

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.RowQuery;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.stream.Stream;
@@ -70,7 +71,7 @@ final class Rows {
             Query items = Query.role(Role.ITEM);
             return (query.pattern() == null ? items.text(query.text()) : items.text(query.pattern())).find(list);
         }
-        return cells(areAllInSight() ? query.pick(list.rows()) : application.findRows(list.id(), query), column);
+        return cells(areAllInSight() ? Query.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)) : application.findRows(list.id(), query), column);
     }
 
     private List<WidgetView> cells(List<WidgetView.Row> rows, int column) {

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.RowQuery;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
@@ -294,7 +295,7 @@ public final class Widget implements WidgetScope {
      * @return the cell
      */
     public Widget cell(String row, int column) {
-        return cell(RowQuery.of(row), column);
+        return cell(Query.literal(row), RowQuery.of(row), column);
     }
 
     /**
@@ -305,11 +306,11 @@ public final class Widget implements WidgetScope {
      * @return the cell
      */
     public Widget cell(Pattern row, int column) {
-        return cell(RowQuery.of(row), column);
+        return cell(Query.literal(row), RowQuery.of(row), column);
     }
 
-    private Widget cell(RowQuery row, int inColumn) {
-        return cellOf("cell(" + row + ", " + inColumn + ")",
+    private Widget cell(String literal, RowQuery row, int inColumn) {
+        return cellOf("cell(" + literal + ", " + inColumn + ")",
             view -> new Rows(application, view).cells(row, inColumn), inColumn);
     }
 

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.RowValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Rectangle;
 import java.util.ArrayList;
@@ -67,44 +68,10 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         }
 
         static Row read(Values in) {
-            String path = in.nextText();
-            boolean selected = in.nextBoolean();
-            Rectangle bounds = in.nextBox();
-            List<String> cells = new ArrayList<>();
-            List<Boolean> checks = new ArrayList<>();
-            List<Rectangle> boxes = new ArrayList<>();
-            for (int left = in.nextCount(); left > 0; --left) {
-                cells.add(text(in));
-                checks.add(in.nextTruth());
-                boxes.add(in.nextBox());
-            }
-            return new Row(path, selected, bounds, cells, checks, boxes);
-        }
-
-        /**
-         * Takes rows from another process.
-         *
-         * @param in has how many, and as many
-         * @return the rows
-         */
-        public static List<Row> readAll(Values in) {
-            List<Row> rows = new ArrayList<>();
-            for (int left = in.nextCount(); left > 0; --left) {
-                rows.add(read(in));
-            }
-            return rows;
-        }
-
-        /**
-         * Sends the row to another process.
-         *
-         * @param out is written to
-         */
-        public void write(Values out) {
-            out.add(path).add(selected).add(bounds).add(cells.size());
-            for (int column = 0; column < cells.size(); ++column) {
-                out.add(cells.get(column)).add(checks.get(column)).add(boxes.get(column));
-            }
+            RowValues row = RowValues.read(in);
+            return new Row(row.path(), row.selected(), row.bounds(), row.texts(),
+                row.cells().stream().map(RowValues.Cell::check).toList(),
+                row.cells().stream().map(RowValues.Cell::box).toList());
         }
     }
 
@@ -144,31 +111,27 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
 
     /** Takes the windows of an answer. */
     static List<WidgetView> readAll(Values in) {
-        List<WidgetView> windows = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            windows.add(FieldLabels.completed(read(in, null, 0)));
-        }
-        return windows;
+        return in.nextAll(window -> FieldLabels.completed(read(window, null, 0)));
     }
 
     private static WidgetView read(Values in, Rectangle around, int depth) {
         if (depth > DEEPEST) {
             throw new Values.MalformedException("more than " + DEEPEST + " widgets in one another");
         }
-        String toolkitClass = text(in);
-        Role role = role(text(in));
-        String name = text(in);
-        String text = text(in);
-        String label = text(in);
-        String tip = text(in);
+        String toolkitClass = in.nextTextOrEmpty();
+        Role role = role(in.nextTextOrEmpty());
+        String name = in.nextTextOrEmpty();
+        String text = in.nextTextOrEmpty();
+        String label = in.nextTextOrEmpty();
+        String tip = in.nextTextOrEmpty();
         Double value = in.nextDouble();
         Boolean checked = in.nextTruth();
         Rectangle bounds = in.nextBox();
         long window = in.nextLong();
         long id = in.nextLong();
         long rowCount = in.nextLong();
-        List<String> columns = texts(in);
-        List<Row> rows = Row.readAll(in);
+        List<String> columns = in.nextAll(Values::nextTextOrEmpty);
+        List<Row> rows = in.nextAll(Row::read);
         boolean enabled = in.nextBoolean();
         boolean showing = in.nextBoolean();
         boolean focused = in.nextBoolean();
@@ -178,10 +141,8 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         boolean textCut = in.nextBoolean();
         boolean childrenCut = in.nextBoolean();
         Rectangle seen = showing ? clipped(bounds, around) : null;
-        List<WidgetView> children = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            children.add(read(in, seen == null ? new Rectangle() : seen, depth + 1));
-        }
+        Rectangle inside = seen == null ? new Rectangle() : seen;
+        List<WidgetView> children = in.nextAll(child -> read(child, inside, depth + 1));
         return new WidgetView(toolkitClass, role, name, text, label, tip, value, checked, bounds, seen, window, id,
             rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
             children);
@@ -198,25 +159,6 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         } catch (IllegalArgumentException unknown) {
             throw new Values.MalformedException("a role " + name);
         }
-    }
-
-    private static String text(Values in) {
-        String text = in.nextString();
-        return text == null ? "" : text;
-    }
-
-    /**
-     * Takes texts from another process.
-     *
-     * @param in has how many, and as many, null for none
-     * @return the texts
-     */
-    public static List<String> texts(Values in) {
-        List<String> texts = new ArrayList<>();
-        for (int left = in.nextCount(); left > 0; --left) {
-            texts.add(text(in));
-        }
-        return texts;
     }
 
     /** @return the tree for people to read: a line a widget or row, what is in it below and further to the right */

@@ -1,6 +1,5 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.sys.NativeLibrary;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.util.List;
@@ -18,10 +17,6 @@ import java.util.List;
  * <p>What {@link NativeWindow} says about windows that have gone and about threads holds here too.
  */
 public final class Windows {
-    static {
-        NativeLibrary.load();
-    }
-
     private Windows() {}
 
     /**
@@ -34,8 +29,7 @@ public final class Windows {
      * @return empty when there is none; less the characters that the locale's code set lacks
      */
     public static String caption(NativeWindow window) {
-        String own = nameOf(window.getHandle());
-        return own.isEmpty() ? window.nativeGetWindowCaption() : own;
+        return window.caption();
     }
 
     /**
@@ -75,6 +69,4 @@ public final class Windows {
         String why = Complaint.aboutServer();
         return new ApplicationException.NoServer(Complaint.of("no X server", why.isEmpty() ? "it did not answer" : why, null));
     }
-
-    static native String nameOf(long window);
 }

@@ -2,21 +2,21 @@ package com.talvern.test.gx.protocol;
 
 /** What an engine asks an application for, with the values that go with the request and come back. */
 public enum Operation {
-    /** Window that it shall lie in, 0 for any; answers a truth value and, when there is one, a {@code MenuView}. */
+    /** Window that it shall lie in, 0 for any; answers a truth value and, when there is one, a {@link MenuValues}. */
     MENU_BAR,
     /** Window of a menu; answers as {@link #MENU_BAR}. */
     MENU,
-    /** Answers the number of menus that are open and as many of {@code MenuView}. */
+    /** Answers the number of menus that are open and as many of {@link MenuValues}. */
     OPEN_MENUS,
     /** Answers as {@link #MENU_BAR}. */
     CONTEXT_MENU,
-    /** Window of a list; answers a truth value and, when it is one, a {@code ListView}. */
+    /** Window of a list; answers a truth value and, when it is one, a {@link ListValues}. */
     LIST,
     /** X and y of a point on the screen; answers as {@link #LIST}. */
     LIST_AT_POINT,
     /** A rectangle on the screen; answers as {@link #LIST}. */
     LIST_AT_RECTANGLE,
-    /** Answers the number of file dialogs and as many of {@code FileDialogView}, with empty boxes for what does not show. */
+    /** Answers the number of file dialogs and as many of {@link FileDialogValues}, with empty boxes for what does not show. */
     FILE_DIALOGS,
     /** Window of a file dialog, and the text for its text field. Answers nothing. */
     SET_FILE,
@@ -38,7 +38,7 @@ public enum Operation {
     REVEAL,
     /** Id of a widget, how many of its rows are left out, and how many to answer; the number of rows and as many of them. */
     ROWS,
-    /** Id of a widget, and a {@code RowQuery}; answers the number of rows and as many of {@code WidgetView.Row}. */
+    /** Id of a widget, and a {@link RowQuery}; answers the number of rows and as many of {@link RowValues}. */
     FIND_ROWS,
     /** Id of a widget, path of a row of it, and a column; answers a truth value, whether there is such a row. */
     REVEAL_ROW

@@ -2,7 +2,12 @@ package com.talvern.test.gx.protocol;
 
 import java.awt.Rectangle;
 import java.nio.ByteBuffer;
+import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.List;
+import java.util.Optional;
+import java.util.function.BiConsumer;
+import java.util.function.Function;
 
 /**
  * Values on their way between engine and application, in a block of bytes: one side adds them, the other takes them in
@@ -129,6 +134,36 @@ public final class Values {
     }
 
     /**
+     * Adds a thing that may not be there: a truth value, whether it is, and itself.
+     *
+     * @param thing may be null
+     * @param write adds the values that it consists of, as for {@link #addAll}
+     * @param <T> its type
+     * @return this
+     */
+    public <T> Values addOptional(T thing, BiConsumer<T, Values> write) {
+        add(thing != null);
+        if (thing != null) {
+            write.accept(thing, this);
+        }
+        return this;
+    }
+
+    /**
+     * Adds things of a kind: their number, and each.
+     *
+     * @param things from the first
+     * @param write adds the values that one consists of
+     * @param <T> their type
+     * @return this
+     */
+    public <T> Values addAll(List<T> things, BiConsumer<T, Values> write) {
+        add(things.size());
+        things.forEach(thing -> write.accept(thing, this));
+        return this;
+    }
+
+    /**
      * Adds values that native code has put into a block of this form.
      *
      * @param block whole values
@@ -162,8 +197,33 @@ public final class Values {
         return (int) value;
     }
 
-    /** @return how many things follow, each of one value at least */
-    public int nextCount() {
+    /**
+     * Takes what {@link #addOptional} has added.
+     *
+     * @param read takes the values that it consists of
+     * @param <T> its type
+     * @return it, if it is there
+     */
+    public <T> Optional<T> nextOptional(Function<Values, T> read) {
+        return nextBoolean() ? Optional.of(read.apply(this)) : Optional.empty();
+    }
+
+    /**
+     * Takes what {@link #addAll} has added.
+     *
+     * @param read takes the values that one consists of, one value at least
+     * @param <T> their type
+     * @return the things from the first
+     */
+    public <T> List<T> nextAll(Function<Values, T> read) {
+        List<T> things = new ArrayList<>();
+        for (int left = nextCount(); left > 0; --left) {
+            things.add(read.apply(this));
+        }
+        return things;
+    }
+
+    private int nextCount() {
         int count = nextInt();
         if (count < 0 || count > bytes.remaining()) {
             throw new MalformedException(count + " things in " + bytes.remaining() + " bytes");
@@ -206,6 +266,11 @@ public final class Values {
         String text = bytes.asCharBuffer().subSequence(0, length).toString();
         bytes.position(bytes.position() + length * Character.BYTES);
         return text;
+    }
+
+    /** @return the next value, a text; empty for null */
+    public String nextTextOrEmpty() {
+        return isNull() ? "" : nextText();
     }
 
     /** @return the next value, may be null */

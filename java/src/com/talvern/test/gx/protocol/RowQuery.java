@@ -1,10 +1,9 @@
-package com.talvern.test.gx.engine;
+package com.talvern.test.gx.protocol;
 
-import com.talvern.test.gx.protocol.Values;
 import java.util.List;
+import java.util.function.Function;
 import java.util.function.Predicate;
 import java.util.regex.Pattern;
-import java.util.stream.Stream;
 
 /**
  * Asks for rows of a list, table or tree by what any cell of them says: exactly that; where no row says exactly that, what
@@ -14,11 +13,23 @@ import java.util.stream.Stream;
  * @param pattern for a cell; null when it is asked for by text
  */
 public record RowQuery(String text, Pattern pattern) {
-    static RowQuery of(String text) {
+    /**
+     * Asks by text.
+     *
+     * @param text what a cell says
+     * @return the query
+     */
+    public static RowQuery of(String text) {
         return new RowQuery(text, null);
     }
 
-    static RowQuery of(Pattern pattern) {
+    /**
+     * Asks by pattern.
+     *
+     * @param pattern for what a cell says
+     * @return the query
+     */
+    public static RowQuery of(Pattern pattern) {
         return new RowQuery(null, pattern);
     }
 
@@ -26,17 +37,18 @@ public record RowQuery(String text, Pattern pattern) {
      * Picks the rows that are asked for.
      *
      * @param rows all there are
+     * @param cells what the cells of a row say
+     * @param <R> what stands for a row
      * @return those that match
      */
-    public List<WidgetView.Row> pick(List<WidgetView.Row> rows) {
-        List<WidgetView.Row> exact = rows.stream().filter(this::isExact).toList();
+    public <R> List<R> pick(List<R> rows, Function<R, List<String>> cells) {
         Predicate<List<String>> isNear = nearness();
-        return exact.isEmpty() ? rows.stream().filter(row -> isNear.test(row.cells())).toList() : exact;
+        List<R> exact = rows.stream().filter(row -> isExact(cells.apply(row))).toList();
+        return exact.isEmpty() ? rows.stream().filter(row -> isNear.test(cells.apply(row))).toList() : exact;
     }
 
-    private boolean isExact(WidgetView.Row row) {
-        return pattern == null ? row.cells().contains(text)
-            : row.cells().stream().anyMatch(cell -> Query.matches(pattern, cell));
+    private boolean isExact(List<String> cells) {
+        return pattern == null ? cells.contains(text) : nearness().test(cells);
     }
 
     /**
@@ -45,16 +57,21 @@ public record RowQuery(String text, Pattern pattern) {
      * @return takes what the cells of a row say
      */
     public Predicate<List<String>> nearness() {
-        Predicate<String> isNear = pattern == null ? Query.nearly(text) : cell -> Query.matches(pattern, cell);
+        Predicate<String> isNear = pattern == null ? TextMatch.nearly(text) : cell -> TextMatch.matches(pattern, cell);
         return cells -> cells.stream().anyMatch(isNear);
     }
 
-    void write(Values out) {
+    /**
+     * Sends the query.
+     *
+     * @param out is written to
+     */
+    public void write(Values out) {
         out.add(pattern == null).add(pattern == null ? text : pattern.pattern()).add(pattern == null ? 0 : pattern.flags());
     }
 
     /**
-     * Takes it from another process.
+     * Takes a query.
      *
      * @param in has one
      * @return the query
@@ -64,12 +81,5 @@ public record RowQuery(String text, Pattern pattern) {
         String text = in.nextText();
         int flags = in.nextInt();
         return isText ? of(text) : of(Pattern.compile(text, flags));
-    }
-
-    /** @return a Java expression for what is asked for */
-    @Override
-    public String toString() {
-        return Stream.of(text).filter(each -> each != null).map(Query::literal).findFirst()
-            .orElseGet(() -> Query.literal(pattern));
     }
 }
