@@ -4,6 +4,7 @@
 
 #include "include/NativeFailure.h"
 #include "include/SharedValue.h"
+#include "include/SpyHeapMutex.h"
 
 #include <array>
 #include <atomic>
@@ -17,12 +18,10 @@
 #include <vector>
 
 class CFreeIndex;
-class CFreeList;
 class CSharedMemory;
 class CSpyHeap;
+class CSpyHeapLock;
 class CSpyMemRef;
-class CSpyMutex;
-struct CLockHolder;
 
 using HEAPID = uint32_t;   ///< number of a heap, 0 to MaxHeap; 0 is the base heap
 using UNIQUEID = uint32_t; ///< stamp of an allocation; also a transaction, where 0 stands for none
@@ -160,10 +159,11 @@ public:
 
     private:
         /// What is dropped is detached under the mutex: as long as this thread has it, nothing is.
-        const bool m_counts = !isHeldHere();
+        const bool m_counts = !CSpyHeapMutex::isHeldHere();
     };
 
     static constexpr unsigned int GlobalSlots = 16;
+    static constexpr uint32_t BlockHeader = sizeof(CHeapBlock);
 
     /// Start of a heap's area. Change count, globals and the tables of heaps count in the base heap only.
     struct CHeapHeader {
@@ -187,6 +187,8 @@ public:
         bool isUsed(HEAPID id) const;
     };
 
+    static constexpr uint32_t FirstBlock = sizeof(CHeapHeader); ///< its offset
+
     static uint32_t DefaultHeapSize;      ///< bytes of a further heap's area
     static uint32_t LargestPossibleBlock; ///< payload of a whole heap of that size
     static constexpr char HeapObjectName[] = "DD86B62A-E406-11d3-A96C-00C04F72D71B_MARLO";
@@ -202,17 +204,14 @@ public:
     static CSpyHeap* getHeap(HEAPID id)
     {
         CSpyHeap* heap = id <= MaxHeap ? s_pSpyHeap[id].load(std::memory_order_acquire) : nullptr;
-        return heap && heap->inUse() && m_pMutex.load(std::memory_order_acquire) ? heap : findHeap(id);
+        return heap && heap->inUse() && CSpyHeapMutex::isThere() ? heap : findHeap(id);
     }
     /// Makes or attaches heap 0 and the heap mutex; neither may exist in this process.
     static CSpyHeap* createBaseHeap(unsigned int size);
     /// Detaches every heap of this process and forgets the mutex. No thread may use spy memory meanwhile.
     static void deleteBaseHeap();
-    /// For the end of the process: from now on nobody here gets the mutex. The calling thread is refused at
-    /// once, others when they have waited for it. What the calling thread has begun is undone; another one
-    /// that has the mutex gets a tenth of a second, after which its unit never ends (CSpyJournal::cut).
-    static void stopThreads();
-    /// Afterwards: gives heap 0 up by `giveUp`, whoever has the mutex, and the journal unless a unit was cut.
+    /// For the end of the process, after CSpyHeapMutex::stopThreads: gives heap 0 up by `giveUp`, whoever has
+    /// the mutex, and the journal unless a unit was cut.
     /// Hold CSharedMemoryGuard.
     static void leave(void (*giveUp)(CSharedMemory&));
     /// A new heap for a transaction. Call it under the heap mutex.
@@ -271,32 +270,12 @@ public:
     /// The heap that extends this one, made when there is none yet. Call it under the heap mutex.
     CSpyHeap* overflowHeap();
 
-    /// Takes the mutex around all heaps. Any thread; blocks; nested takes by the holder cost no call of the
-    /// system.
-    ///
-    /// When the mutex was removed from the system, this process begins anew: with another mutex, and when the
-    /// segments were removed, too, with another store.
+    /// The mutex around all heaps, which CSpyHeapLock takes for a scope; see there.
     /// @param timeoutMs  longest wait in milliseconds, see CSpyMutex::acquire; 0 stands for 10 000
     /// @throws CSpyHeapLockedException
-    void lock(int timeoutMs)
-    {
-        if (isHeldHere())
-            ++m_lockDepth;
-        else
-            lockFirst(timeoutMs);
-    }
-    void unlock()
-    {
-        if (isHeldHere() && m_lockDepth > 1)
-            --m_lockDepth;
-        else
-            unlockLast();
-    }
-    bool islocked();
-    /// Whether the calling thread has it.
-    static bool isHeldHere() { return s_holder.load(std::memory_order_relaxed) == pthread_self(); }
-    /// Who holds it; see CSpyMutex::holder.
-    std::optional<CLockHolder> lockHolder();
+    void lock(int timeoutMs) { CSpyHeapMutex::lock(timeoutMs); }
+    void unlock() { CSpyHeapMutex::unlock(); }
+    bool islocked() { return CSpyHeapMutex::isAcquired(); }
 
     /// Stores `ref` in a global slot of this heap when the slot is free. Callers use the base heap.
     /// @throws CInvalidGlobal*  id of GlobalSlots or more; the heap mutex stays taken then
@@ -306,6 +285,8 @@ public:
     /// What a slot below GlobalSlots holds, without a lock.
     CSpyMemRef global(unsigned int id) const;
 
+    /// Whether there is room for a block at `offset`, whatever lies there.
+    bool mayStartAt(uint32_t offset) const { return offset >= FirstBlock && offset <= m_size - BlockHeader; }
     /// Whether a block with that stamp lies at `offset`. Takes no lock: a block freed at the same time may
     /// still be taken for valid.
     bool verifyBlock(unsigned int offset, UNIQUEID uid) const;
@@ -322,6 +303,9 @@ public:
     bool holds(const CBlockCopy& found) const { return found.m_size <= roomAt(found.m_offset); }
     /// The block at `offset`, which verifyBlock has accepted.
     CHeapBlock* blockAt(unsigned int offset) const { return reinterpret_cast<CHeapBlock*>(m_area + offset); }
+
+    /// What this process knows of the free blocks. Under the mutex.
+    CFreeIndex& freeIndex() const { return *m_index; }
 
     void updateStats(CHeapStats& stats) const;
     /// Writes lists and blocks to `file`; null stands for Heapdump.log in the directory of TMP, TEMP or in
@@ -344,9 +328,7 @@ public:
     void empty();
 
 private:
-    friend class CFreeIndex;
-    friend class CFreeList;
-    friend class CHeapChange;
+    friend class CSpyHeapMutex;
 
     CSpyHeap(unsigned int size, HEAPID id);
 
@@ -354,16 +336,8 @@ private:
     static CSpyHeap* findBaseHeap();
     static CSpyHeap* attachHeap(HEAPID id);
     static CSpyHeap* makeBaseHeap(unsigned int size);
-    static void lockFirst(int timeoutMs);
-    static void unlockLast();
-    static void holdNothing();
-    static bool take(CSpyMutex& mutex, int timeoutMs);
-    static CSpyMutex* renewed(CSpyMutex& gone);
-    static CSpyMutex* renewMutex();
-    static void dropMutex();
-    static void refuseAtEnd(int timeoutMs);
-    static void backOutAtEnd(CSpyMutex& mutex, int timeoutMs);
-    static bool isLetGoSoon();
+    static bool isStoreThere();
+    static void beginAnew();
     static void sync();
     static void lookAgain();
     static bool isPartOf(const std::vector<UNIQUEID>& transactions, HEAPID id);
@@ -371,61 +345,32 @@ private:
     template <class Change> static void changeIds(Change change);
     void setInUse(bool inUse);
     bool takeUp();
+    static void deleteOthers();
     static void deleteDropped();
 
     void startUsing();
     void init();
-    void revokeReferences();
-    void format();
-    void repair();
     void drop();
     void forget();
     bool holdsAddress(const void* place, size_t length) const;
     void unlinkFromOthers() const;
+    CStoredRef& changedSlot(unsigned int id, CSpyHeapLock& lock);
 
-    uint32_t half() const;
-    bool mayStartAt(uint32_t offset) const;
-    uint32_t roomAt(uint32_t offset) const { return m_size - sizeof(CHeapBlock) - offset; }
-    CHeapBlock& block(uint32_t offset) const { return *blockAt(offset); }
-    CHeapBlock& getPool(uint32_t offset) const;
-    CBlockCopy checked(uint32_t offset) const;
-    CBlockCopy listed(uint32_t offset, uint32_t below) const;
-    CBlockCopy firstOf(const CHeapBlock& pool) const { return listed(pool.m_next.load(), m_size); }
-    CBlockCopy after(const CBlockCopy& node) const { return listed(node.m_next, node.m_offset); }
+    uint32_t roomAt(uint32_t offset) const { return m_size - BlockHeader - offset; }
 
-    CSpyMemRef stamp(uint32_t offset);
-    void isTaken(const CBlockCopy& found) const;
-    void swallow(const CBlockCopy& found) const;
-    uint32_t take(uint32_t size);
-    uint32_t firstFit(CHeapBlock& pool, uint32_t size);
-    uint32_t lastFit(CHeapBlock& pool, uint32_t size);
-    uint32_t takeEnd(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size);
-    void takeStart(CFreeList& list, CHeapBlock& previous, const CBlockCopy& found, uint32_t size,
-                   bool leavesRest);
-    uint32_t split(const CBlockCopy& whole, uint32_t sizeThisBlock);
-    uint32_t splitOffEnd(const CBlockCopy& whole, uint32_t sizeNewBlock);
     CSpyMemRef allocateHere(uint32_t size);
     CSpyMemRef allocateOversized(uint32_t size);
     CSpyMemRef allocateInOverflow(uint32_t size);
-
-    void link(CHeapBlock& pool, const CBlockCopy& freed);
-    bool absorbNext(const CBlockCopy& grown, uint32_t size);
     CSpyMemRef move(const CSpyMemRef& ref, uint32_t size);
-    CBlockCopy relink(const CBlockCopy& found, const CBlockCopy& previous);
 
-    template <class Visit> void forEachFree(const CHeapBlock& pool, Visit visit) const;
-    template <class Visit> bool forEachBlock(Visit visit) const;
+    static CHeapStats statsOfAll();
     void walkPool(FILE* out, const CHeapBlock& pool) const;
 
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
-    static std::atomic<CSpyMutex*> m_pMutex;
-    static inline unsigned m_lockDepth = 0;            ///< of the thread that holds it
-    static inline std::atomic<pthread_t> s_holder = 0; ///< the thread of this process that has the mutex
-    static inline std::atomic<pthread_t> s_leaver = 0; ///< the thread that ends the process
     static inline std::atomic<int> s_readers = 0;
     static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex
-    /// Heaps and mutexes of stores that were removed: other threads may still look at them. Under the guard.
-    static std::vector<const void*>& s_gone;
+    /// Heaps of stores that were removed: other threads may still look at them. Under the guard.
+    static std::vector<const CSpyHeap*>& s_gone;
 
     HEAPID m_id;
     uint32_t m_size;
@@ -439,9 +384,36 @@ private:
     std::unique_ptr<CFreeIndex> m_index;
 };
 
+/// Holds the mutex around all heaps for a scope; see CSpyHeapMutex. Makes the base heap when there is none.
+class CSpyHeapLock {
+public:
+    /// @param timeoutMs  as for CSpyHeapMutex::lock
+    /// @throws CSpyHeapLockedException, and COutOfSpyMemory when there can be no base heap
+    explicit CSpyHeapLock(int timeoutMs = 0) { CSpyHeap::getHeap(0)->lock(timeoutMs); }
+    ~CSpyHeapLock()
+    {
+        if (m_isHeld)
+            CSpyHeap::getHeap(0)->unlock();
+    }
+    CSpyHeapLock(const CSpyHeapLock&) = delete;
+    CSpyHeapLock& operator=(const CSpyHeapLock&) = delete;
+
+    /// Gives it back before the end of the scope, so that a failure to do so can be caught.
+    void giveBack()
+    {
+        CSpyHeap::getHeap(0)->unlock();
+        m_isHeld = false;
+    }
+    /// From now on somebody else has to give it back.
+    void leaveTaken() { m_isHeld = false; }
+
+private:
+    bool m_isHeld = true;
+};
+
 inline uint32_t CSpyHeap::CBlockCopy::behind() const
 {
-    return m_offset + static_cast<uint32_t>(sizeof(CHeapBlock)) + m_size;
+    return m_offset + BlockHeader + m_size;
 }
 
 static_assert(sizeof(CSpyHeap::CHeapBlock) == 16 && alignof(CSpyHeap::CHeapBlock) == 1);

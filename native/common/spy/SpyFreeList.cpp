@@ -3,7 +3,7 @@
 void CFreeList::advance(CPlace& place)
 {
     place.m_previous = m_heap.blockAt(place.m_found.m_offset);
-    place.m_found = m_heap.after(place.m_found);
+    place.m_found = m_walk.after(place.m_found);
     ++m_passed;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/spy/SpyFreeIndex.h"
+#include "common/spy/SpyHeapWalk.h"
 #include "include/SpyHeap.h"
 
 /// One of the two lists of a heap, during a change of it (see CHeapChange). What is asked for is found in the
@@ -25,7 +26,7 @@ public:
     };
 
     CFreeList(CSpyHeap& heap, CBlock& head)
-        : m_heap(heap), m_index(*heap.m_index), m_head(head),
+        : m_heap(heap), m_walk(heap), m_index(heap.freeIndex()), m_head(head),
           m_pool(&head == &heap.header()->m_smallPool ? CFreeIndex::Small : CFreeIndex::Large)
     {
     }
@@ -46,7 +47,7 @@ public:
     void lost(uint32_t offset) { m_index.erase(m_pool, offset); }
 
 private:
-    CPlace first() const { return {&m_head, m_heap.firstOf(m_head)}; }
+    CPlace first() const { return {&m_head, m_walk.firstOf(m_head)}; }
     void advance(CPlace& place);
     bool isWhole(const CPlace& place, const CFreeTree::CFound& sought) const;
     template <class Ask> bool isKnown(Ask ask, CPlace& place);
@@ -57,6 +58,7 @@ private:
     CNeighbours walkAround(uint32_t offset);
 
     CSpyHeap& m_heap;
+    CSpyHeapWalk m_walk;
     CFreeIndex& m_index;
     CBlock& m_head;
     CFreeIndex::EPool m_pool;

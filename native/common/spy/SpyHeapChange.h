@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/spy/SpyFreeIndex.h"
+#include "common/spy/SpyHeapBlocks.h"
 #include "common/spy/SpyJournal.h"
 #include "include/SpyHeap.h"
 
@@ -24,16 +25,16 @@ public:
     {
         if (!CSpyJournal::hasMarked(heap)) {
             if (isMarked(heap)) [[unlikely]]
-                heap.repair();
+                CSpyHeapBlocks(heap).rebuild();
             CSpyJournal::mark(heap);
         }
-        heap.m_index->begin(heap);
+        heap.freeIndex().begin(heap);
     }
     ~CHeapChange()
     {
         if (m_isDone)
             return;
-        m_heap.m_index->drop();
+        m_heap.freeIndex().drop();
         CSpyJournal::leaveMark(m_heap);
     }
     CHeapChange(const CHeapChange&) = delete;

@@ -72,33 +72,31 @@ void addTo(uint32_t& bytes, uint32_t& blocks, uint32_t& largest, uint32_t size)
 } // namespace
 
 CHeapStats CSpyHeap::getStats()
-{
+try {
+    GX_ASSERT(getHeap(0), "heapZero != 0");
+    const CSpyHeapLock lock;
+    return statsOfAll();
+} catch (const CSpyHeapLockedException&) {
+    return {};
+}
+
+CHeapStats CSpyHeap::statsOfAll()
+try {
     CHeapStats stats;
-    CSpyHeap* heapZero = getHeap(0);
-    GX_ASSERT(heapZero, "heapZero != 0");
-    try {
-        heapZero->lock(0);
-    } catch (const CSpyHeapLockedException&) {
-        return stats;
-    }
-    try {
-        for (HEAPID id = 0; id <= MaxHeap; ++id)
-            if (CSpyHeap* heap = getHeap(id); heap && heap->inUse()) {
-                ++stats.numberOfActiveHeaps;
-                heap->updateStats(stats);
-            }
-    } catch (...) {
-        CTracer::debugTrace("Unknown Exception");
-        heapZero->unlock();
-        throw;
-    }
-    heapZero->unlock();
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (CSpyHeap* heap = getHeap(id); heap && heap->inUse()) {
+            ++stats.numberOfActiveHeaps;
+            heap->updateStats(stats);
+        }
     return stats;
+} catch (...) {
+    CTracer::debugTrace("Unknown Exception");
+    throw;
 }
 
 void CSpyHeap::updateStats(CHeapStats& stats) const
 {
-    forEachBlock([&](const CBlockCopy& found) {
+    CSpyHeapWalk(*this).forEachBlock([&](const CBlockCopy& found) {
         if (found.isUsed())
             addTo(stats.numberBytesAllocated, stats.numberUsedBlocks, stats.largestUsedBlock, found.m_size);
         else
@@ -131,7 +129,7 @@ void CSpyHeap::walkPool(FILE* out, const CHeapBlock& pool) const
 {
     std::fputs(Line, out);
     std::fprintf(out, "First free block: 0x%08x\n", pool.m_next.load());
-    forEachFree(pool, [&](const CBlockCopy& found) {
+    CSpyHeapWalk(*this).forEachFree(pool, [&](const CBlockCopy& found) {
         std::fprintf(out, "Block Id: 0x%08x", found.m_offset);
         std::fprintf(out, " size = %d\n", static_cast<int>(found.m_size));
     });
@@ -142,12 +140,12 @@ void CSpyHeap::walkAll(FILE* out) const
 {
     std::fputs("---------------------------------", out);
     std::fputs("Walking all blocks: \n", out);
-    forEachBlock([&](const CBlockCopy& found) {
+    CSpyHeapWalk(*this).forEachBlock([&](const CBlockCopy& found) {
         std::fprintf(out, "Block Id: 0x%08x %s\n", found.m_offset, found.isUsed() ? " used" : " free ");
         std::fprintf(out, " UID: 0x%08x\n", found.m_uid);
         std::fprintf(out, " size: %d\n", static_cast<int>(found.m_size));
         std::fprintf(out, " next: 0x%08x\n", found.m_next);
-        writePayload(out, block(found.m_offset).payload(), found.m_size);
+        writePayload(out, blockAt(found.m_offset)->payload(), found.m_size);
     });
 }
 

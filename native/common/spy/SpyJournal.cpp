@@ -518,7 +518,7 @@ void CSpyJournal::keep(const void* place, size_t length)
 {
     // A store without the mutex is one of a word that belongs to nobody else: it has no part in anybody's
     // unit.
-    if (!s_segment || s_isPlayingBack || length == 0 || !CSpyHeap::isHeldHere())
+    if (!s_segment || s_isPlayingBack || length == 0 || !CSpyHeapMutex::isHeldHere())
         return;
     const CSpyHeap* heap = CSpyHeap::around(place, length);
     if (!heap)

@@ -47,6 +47,12 @@ public:
     /// The bytes at `place`, which lie in a heap or nowhere that matters, are about to change.
     static void keep(const void* place, size_t length);
     template <class Place> static void keep(const Place& place) { keep(&place, sizeof place); }
+    /// Keeps what is there, and stores.
+    template <class Value> static void store(CShared<Value>& place, Value value)
+    {
+        keep(place);
+        place.store(value);
+    }
     /// Nothing that counts lies in these bytes of a heap as long as the unit can still be undone: `keep` need
     /// not keep them.
     static void isFresh(const CSpyHeap& heap, uint32_t from, uint32_t to);
@@ -142,18 +148,13 @@ private:
 /// nothing.
 class CSpyUnit {
 public:
-    CSpyUnit()
-    {
-        CSpyHeap::getHeap(0)->lock(0);
-        CSpyJournal::join();
-    }
-    ~CSpyUnit()
-    {
-        CSpyJournal::leave();
-        CSpyHeap::getHeap(0)->unlock();
-    }
+    CSpyUnit() { CSpyJournal::join(); }
+    ~CSpyUnit() { CSpyJournal::leave(); }
     CSpyUnit(const CSpyUnit&) = delete;
     CSpyUnit& operator=(const CSpyUnit&) = delete;
+
+private:
+    const CSpyHeapLock m_lock;
 };
 
 /// The same for a call from outside, after which the unit ends.

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 namespace {
 constexpr char ReadFailed[] = "Exception in CSpyMemRef::read: attempt to read past end of heap!";
@@ -20,33 +19,13 @@ CSpyHeap* existingHeap(HEAPID id)
     return pHeap;
 }
 
-/// The heap mutex for a scope; a mutex that cannot be given back means a damaged heap.
-class CAccess {
-public:
-    CAccess(CSpyHeap* heap, const char* failure) : m_heap(heap), m_failure(failure) { heap->lock(0); }
-    ~CAccess()
-    {
-        if (m_heap)
-            m_heap->unlock();
-    }
-    CAccess(const CAccess&) = delete;
-    CAccess& operator=(const CAccess&) = delete;
-
-    void end()
-    {
-        CSpyHeap* heap = std::exchange(m_heap, nullptr);
-        try {
-            heap->unlock();
-        } catch (...) {
-            heap->unlock();
-            throw CHeapCorrupted(m_failure, heap);
-        }
-    }
-
-private:
-    CSpyHeap* m_heap;
-    const char* m_failure;
-};
+/// A mutex that cannot be given back means a damaged heap.
+void giveBack(CSpyHeapLock& lock, const char* failure, CSpyHeap* heap)
+try {
+    lock.giveBack();
+} catch (...) {
+    throw CHeapCorrupted(failure, heap);
+}
 } // namespace
 
 CSpyMemRef::CSpyMemRef(unsigned int size, HEAPID heapId) : CSpyMemRef(existingHeap(heapId)->allocate(size)) {}
@@ -83,8 +62,8 @@ template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) co
 {
     const CSpyHeap::CReading reading;
     CSpyHeap* heap = validHeap();
-    const bool mayWait = !CSpyHeap::isHeldHere();
-    CAccess access(heap, failure);
+    const bool mayWait = !CSpyHeapMutex::isHeldHere();
+    CSpyHeapLock lock;
     if (mayWait) // another thread or process may have freed the block meanwhile
         heap = validHeap();
     const auto* pHeapAddress = heap->header();
@@ -93,7 +72,7 @@ template <class Copy> void CSpyMemRef::access(const char* failure, Copy copy) co
     if (!heap->holds(found))
         throw CHeapCorrupted(failure, heap);
     copy(heap->blockAt(blockId())->payload(), found.m_size);
-    access.end();
+    giveBack(lock, failure, heap);
 }
 
 void CSpyMemRef::read(void* buffer, unsigned int length) const
@@ -137,7 +116,8 @@ void CSpyMemRef::write(char fill, unsigned int length)
 CSpyMemRef CSpyMemRef::realloc(unsigned int size)
 {
     const CSpyHeap::CReading reading;
-    const CAccess access(validHeap(), WriteFailed);
+    validHeap();
+    const CSpyHeapLock lock;
     // Under the mutex once more: to grow or free what somebody else has just freed would end the process.
     *this = validHeap()->realloc(*this, size);
     return *this;
@@ -146,7 +126,8 @@ CSpyMemRef CSpyMemRef::realloc(unsigned int size)
 void CSpyMemRef::free()
 {
     const CSpyHeap::CReading reading;
-    const CAccess access(validHeap(), WriteFailed);
+    validHeap();
+    const CSpyHeapLock lock;
     validHeap()->free(*this); // see realloc
     *this = CSpyMemRef();
 }

@@ -70,7 +70,8 @@ bool CSpyMemory::isHeapLocked()
 
 std::optional<CLockHolder> CSpyMemory::lockHolder()
 {
-    return baseHeap()->lockHolder();
+    baseHeap();
+    return CSpyHeapMutex::holder();
 }
 
 void CSpyMemory::abandonChange()

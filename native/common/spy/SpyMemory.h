@@ -80,12 +80,3 @@ private:
 
     static std::atomic<CSpyNames*> m_pNames; ///< made by the first use, never deleted
 };
-
-/// Holds the heap mutex for a scope.
-class CSpyHeapLock {
-public:
-    explicit CSpyHeapLock(int timeoutMs = 0) { CSpyMemory::lockHeap(timeoutMs); }
-    ~CSpyHeapLock() { CSpyMemory::unlockHeap(); }
-    CSpyHeapLock(const CSpyHeapLock&) = delete;
-    CSpyHeapLock& operator=(const CSpyHeapLock&) = delete;
-};

@@ -466,7 +466,7 @@ bool leaveAfter(int steps, const std::function<void()>& work)
         });
         while (!isThere)
             std::this_thread::yield();
-        CSpyHeap::stopThreads();
+        CSpyHeapMutex::stopThreads();
         const CSharedMemoryGuard guard;
         CSpyHeap::leave([](CSharedMemory& heap) { static_cast<CUnixSharedMemory&>(heap).leave(); });
         hasLeft = true;
