@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "include/ScopedX.h"
+#include "unix/window/WindowProperty.h"
 #include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>
 #include <X11/extensions/XTest.h>
@@ -124,13 +125,11 @@ bool hasEnded(const CRecord& record)
     return access((directory + "/stat").c_str(), R_OK) == 0 && startOf(record.m_process) != record.m_start;
 }
 
-std::vector<uint32_t> wordsIn(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
+std::vector<uint32_t> numbersIn(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
 {
-    const MallocPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
-    if (!reply || reply->format != 32)
-        return {};
-    const auto* const first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
-    return {first, first + reply->value_len};
+    const auto reply = answer(connection, cookie, xcb_get_property_reply);
+    const auto words = wordsIn(reply.get(), XCB_ATOM_CARDINAL);
+    return {words.begin(), words.end()};
 }
 
 /// Nobody else plays, connects or goes while it lives.
@@ -250,7 +249,7 @@ std::vector<CSlot> CPlayers::look()
         const MallocPtr<xcb_get_selection_owner_reply_t> reply(
             xcb_get_selection_owner_reply(connection(), questions[i].m_owner, nullptr));
         const xcb_window_t owner = reply ? reply->owner : 0;
-        const auto record = recordIn(wordsIn(connection(), questions[i].m_record));
+        const auto record = recordIn(numbersIn(connection(), questions[i].m_record));
         const bool isLeft = record && m_known[i] != m_name && (owner == 0 || hasEnded(*record));
         slots.push_back({m_known[i], owner, record, isLeft});
     }
@@ -261,7 +260,7 @@ std::vector<uint32_t> CPlayers::read(xcb_atom_t name) const
 {
     const auto cookie =
         xcb_get_property(connection(), 0, root(), name, XCB_ATOM_CARDINAL, 0, longestProperty);
-    return wordsIn(connection(), cookie);
+    return numbersIn(connection(), cookie);
 }
 
 void CPlayers::write(xcb_atom_t name, const std::vector<uint32_t>& words)

@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include "include/ScopedX.h"
+#include "unix/window/WindowProperty.h"
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 
@@ -325,10 +326,8 @@ bool CKeyReceiver::answersPings(Window window)
     xcb_connection_t* connection = m_connection.get();
     const auto cookie = xcb_get_property(connection, 0, window, m_protocols, XCB_ATOM_ATOM, 0, 64);
     const auto reply = answer(connection, cookie, xcb_get_property_reply);
-    if (!reply || reply->format != 32)
-        return false;
-    const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    return std::find(atoms, atoms + reply->value_len, m_ping) != atoms + reply->value_len;
+    const auto atoms = wordsIn(reply.get(), XCB_ATOM_ATOM);
+    return std::find(atoms.begin(), atoms.end(), m_ping) != atoms.end();
 }
 
 /// The server numbers processes as we do when it names ours rightly: it may live in another container.

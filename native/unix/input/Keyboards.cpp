@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "include/ScopedX.h"
+#include "unix/window/WindowProperty.h"
 #include <X11/Xatom.h>
 #include <X11/XKBlib.h>
 #include <X11/Xlib-xcb.h>
@@ -92,15 +93,13 @@ KeyboardMap mapOf(Display* display, unsigned device)
 std::string namesOfLayout(Display* display)
 {
     const Atom property = XInternAtom(display, "_XKB_RULES_NAMES", True);
-    Atom type;
-    int format = 0;
-    unsigned long count = 0, left;
-    unsigned char* text = nullptr;
-    if (property == None || XGetWindowProperty(display, DefaultRootWindow(display), property, 0, 1024, False,
-                                               XA_STRING, &type, &format, &count, &left, &text) != Success)
+    if (property == None)
         return {};
-    const XPtr<unsigned char> owner(text);
-    return format == 8 ? std::string(reinterpret_cast<const char*>(text), count) : std::string();
+    xcb_connection_t* const connection = XGetXCBConnection(display);
+    const auto cookie = xcb_get_property(connection, 0, static_cast<xcb_window_t>(DefaultRootWindow(display)),
+                                         static_cast<xcb_atom_t>(property), XCB_ATOM_STRING, 0, 1024);
+    const auto reply = answer(connection, cookie, xcb_get_property_reply);
+    return std::string(textIn(reply.get(), XCB_ATOM_STRING));
 }
 
 /// A number that tells whether a device is the one that it was and has the layout that it had. Keysyms do not

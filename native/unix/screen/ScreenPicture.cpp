@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "unix/window/WindowLevel.h"
+#include "unix/window/WindowProperty.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;
@@ -95,9 +96,7 @@ std::vector<xcb_window_t> CScreenPicture::shownFrames() const
     std::vector<xcb_window_t> frames;
     for (size_t i = 0; i < windows.size(); ++i) {
         const auto property = answer(m_connection, classes[i], xcb_get_property_reply);
-        if (property && std::string_view(static_cast<const char*>(xcb_get_property_value(property.get())),
-                                         static_cast<size_t>(xcb_get_property_value_length(property.get())))
-                                .find(highlighterClass) != std::string_view::npos)
+        if (textIn(property.get(), XCB_ATOM_STRING).find(highlighterClass) != std::string_view::npos)
             frames.push_back(windows[i]);
     }
     std::erase_if(frames, [&](xcb_window_t frame) {

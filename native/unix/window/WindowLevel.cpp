@@ -3,19 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
+#include "unix/window/WindowProperty.h"
 #include <X11/Xatom.h>
 
 namespace {
 /// How much of WM_CLASS is read, in units of four bytes: as much as XGetClassHint reads.
 constexpr uint32_t classUnits = BUFSIZ;
-
-std::string_view textOf(const xcb_get_property_reply_t* reply)
-{
-    return {static_cast<const char*>(xcb_get_property_value(reply)),
-            static_cast<size_t>(xcb_get_property_value_length(reply))};
-}
 
 /// Cuts the part before the next 0, which need not be there, off `text`.
 std::string cutPart(std::string_view& text)
@@ -125,9 +119,9 @@ CPlace placeOf(const xcb_translate_coordinates_reply_t* reply)
 
 CClassHint classOf(const xcb_get_property_reply_t* reply)
 {
-    if (!reply || reply->type != XA_STRING || reply->format != 8)
+    if (!isOf(reply, XA_STRING, 8))
         return {};
-    auto text = textOf(reply);
+    auto text = textIn(reply, XA_STRING);
     CClassHint hint{.present = true};
     hint.instance = cutPart(text);
     hint.name = cutPart(text);
@@ -136,11 +130,8 @@ CClassHint classOf(const xcb_get_property_reply_t* reply)
 
 Window transientForOf(const xcb_get_property_reply_t* reply)
 {
-    if (!reply || reply->type != XA_WINDOW || reply->format != 32 || reply->value_len == 0)
-        return 0;
-    xcb_window_t owner = 0;
-    std::memcpy(&owner, xcb_get_property_value(reply), sizeof owner);
-    return owner;
+    const auto owners = wordsIn(reply, XA_WINDOW);
+    return owners.empty() ? 0 : owners.front();
 }
 
 std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t* reply)

@@ -91,18 +91,6 @@ Window focusOf(Display* display)
     return focus;
 }
 
-/// The focus window's ancestor just below the root. The focus may be no window at all (None, PointerRoot):
-/// the query fails then and the value is answered as it stands.
-Window topLevelOf(Display* display, Window window)
-{
-    for (;;) {
-        const auto reply = askTree(display, window).take();
-        if (!reply || reply->parent == reply->root || reply->parent == 0)
-            return window;
-        window = reply->parent;
-    }
-}
-
 /// The windows that are viewable and can show something.
 std::vector<Window> shownAmong(Display* display, const std::vector<Window>& windows)
 {
@@ -134,10 +122,10 @@ Window GetParent(Display* display, Window window)
 Window frameOf(Display* display, Window window)
 {
     for (;;) {
-        const Window parent = GetParent(display, window);
-        if (parent == rootOf(display) || parent == window || parent == 0)
+        const auto reply = display && window != 0 ? askTree(display, window).take() : nullptr;
+        if (!reply || reply->parent == reply->root || reply->parent == 0)
             return window;
-        window = parent;
+        window = reply->parent;
     }
 }
 
@@ -278,7 +266,7 @@ void CWindow::getRectangle(Rect* out) const
 CWindow CWindow::getForeground()
 {
     Display* const display = walkDisplay();
-    return display ? CWindow(static_cast<long>(topLevelOf(display, focusOf(display)))) : CWindow();
+    return display ? CWindow(static_cast<long>(frameOf(display, focusOf(display)))) : CWindow();
 }
 
 CWindow CWindow::getFocus()

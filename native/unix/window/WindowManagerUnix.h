@@ -17,7 +17,7 @@ Window rootOf(Display* display);
 Window GetParent(Display* display, Window window);
 
 /// Climbs to the ancestor that is a child of the root, a frame where a window manager draws one. The window
-/// itself when it is the root, 0 or has gone; where a window on the way up vanishes, the climb ends there.
+/// itself when it is the root, 0, no window or has gone; where a window on the way up vanishes, the climb ends there.
 Window frameOf(Display* display, Window window);
 
 /// Whether the KDE window manager drew this frame: it is known by the WM_CLASS of the frame's first child.
