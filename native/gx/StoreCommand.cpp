@@ -159,9 +159,9 @@ void readContents(CStore& store)
         return;
     forEachIn(CSpyMap(names), [&](const std::u16string& name, const CSpyVariant& value) {
         store.names.push_back({inUtf8(name), kindOf(value)});
-        if (name == u"%Mutexes%")
+        if (store.names.back().name == CUnixMutex::Registry)
             readMutexes(store, CSpyMap(value.ref()));
-        else if (name == u"MailSlots")
+        else if (store.names.back().name == CMailslot::Registry)
             readMailslots(store, CSpyMap(value.ref()));
     });
 }
@@ -178,7 +178,7 @@ void sweepMailslots(CStore& store)
 {
     const CSpyHeapLock lock(longestWaitMs);
     const CSpyCall call; // each of them, or none
-    const CSpyVariant found = valueOf("MailSlots");
+    const CSpyVariant found = valueOf(CMailslot::Registry);
     if (!found.isa(CSpyVariant::SpyMap))
         return;
     CSpyMap slots(found.ref());

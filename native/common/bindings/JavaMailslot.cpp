@@ -1,6 +1,7 @@
 #include "common/bindings/JavaMailslot.h"
 
 #include "com_talvern_test_gx_sys_Mailslot.h"
+#include "com_talvern_test_gx_sys_MailslotRegistry.h"
 
 #include "common/bindings/JavaSpyVector.h"
 #include "common/jni/JniEntry.h"
@@ -184,6 +185,11 @@ GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_end, jclass)
         CSpyJournal::isComplete();
         CSpyJournal::leave();
     });
+}
+
+GX_JNI(jstring, Java_com_talvern_test_gx_sys_MailslotRegistry_name, jclass)
+{
+    return jniEntry(env, nullptr, [&] { return static_cast<jstring>(CJString(env, CMailslot::Registry)); });
 }
 
 GX_JNI(void, Java_com_talvern_test_gx_sys_Mailslot_takeSignal, jobject self)

@@ -1,4 +1,5 @@
-/// A timer that is asked whether its time has come; whole seconds.
+/// A timer that is asked whether its time has come, in whole seconds. Nothing in the library uses it; see
+/// doc/kept-on-purpose.md.
 #pragma once
 
 #include <ctime>

@@ -31,114 +31,6 @@ namespace {
 constexpr unsigned long noKey = 0xFFFF;
 constexpr unsigned long unicodeKeysyms = 0x1000000;
 
-/// What the Compose key makes of two characters.
-struct CComposeRow {
-    KeySym m_keysym;
-    unsigned char m_character;
-    char m_first;
-    char m_second;
-};
-constexpr CComposeRow g_SpecialChars[] = {
-    {0xA0, 0xA0, ' ', ' '},
-    {0xA1, 0xA1, '!', '!'},
-    {0xA2, 0xA2, 'c', '|'},
-    {0xA3, 0xA3, 'l', '-'},
-    {0xA4, 0xA4, 'x', 'o'},
-    {0xA5, 0xA5, 'y', '='},
-    {0xA6, 0xA6, '|', '|'},
-    {0xA7, 0xA7, 's', 'o'},
-    {0xA8, 0xA8, '"', '"'},
-    {0xA9, 0xA9, 'c', 'o'},
-    {0xAA, 0xAA, 'a', '_'},
-    {0xAB, 0xAB, '<', '<'},
-    {0xAC, 0xAC, ',', '-'},
-    {0xAD, 0xAD, '-', '-'},
-    {0xAE, 0xAE, 'R', 'O'},
-    {0xAF, 0xAF, '^', '-'},
-    {0xB0, 0xB0, '^', '0'},
-    {0xB1, 0xB1, '+', '-'},
-    {0xB2, 0xB2, '^', '2'},
-    {0xB3, 0xB3, '^', '3'},
-    {0xB4, 0xB4, '\'', '\''},
-    {0xB5, 0xB5, '/', 'u'},
-    {0xB6, 0xB6, 'p', '!'},
-    {0xB7, 0xB7, '^', '.'},
-    {0xB8, 0xB8, ',', ','},
-    {0xB9, 0xB9, '^', '1'},
-    {0xBA, 0xBA, 'o', '_'},
-    {0xBB, 0xBB, '>', '>'},
-    {0xBC, 0xBC, '1', '4'},
-    {0xBD, 0xBD, '1', '2'},
-    {0xBE, 0xBE, '3', '4'},
-    {0xBF, 0xBF, '?', '?'},
-    {0xC0, 0xC0, 'A', '`'},
-    {0xC1, 0xC1, 'A', '\''},
-    {0xC2, 0xC2, 'A', '^'},
-    {0xC3, 0xC3, 'A', '~'},
-    {0xC4, 0xC4, 'A', '"'},
-    {0xC5, 0xC5, 'A', 'O'},
-    {0xC6, 0xC6, 'A', 'E'},
-    {0xC7, 0xC7, 'C', ','},
-    {0xC8, 0xC8, 'E', '`'},
-    {0xC9, 0xC9, 'E', '\''},
-    {0xCA, 0xCA, 'E', '^'},
-    {0xCB, 0xCB, 'E', '"'},
-    {0xCC, 0xCC, 'I', '`'},
-    {0xCD, 0xCD, 'I', '\''},
-    {0xCE, 0xCE, 'I', '^'},
-    {0xCF, 0xCF, 'I', '"'},
-    {0xD0, 0xD0, '-', 'D'},
-    {0xD1, 0xD1, 'N', '~'},
-    {0xD2, 0xD2, 'O', '`'},
-    {0xD3, 0xD3, 'O', '\''},
-    {0xD4, 0xD4, 'O', '^'},
-    {0xD5, 0xD5, 'O', '~'},
-    {0xD6, 0xD6, 'O', '"'},
-    {0xD7, 0xD7, 'x', 'x'},
-    {0xD8, 0xD8, 'O', '/'},
-    {0xD9, 0xD9, 'U', '`'},
-    {0xDA, 0xDA, 'U', '\''},
-    {0xDB, 0xDB, 'U', '^'},
-    {0xDC, 0xDC, 'U', '"'},
-    {0xDD, 0xDD, 'Y', '\''},
-    {0xDE, 0xDE, 'T', 'H'},
-    {0xDF, 0xDF, 's', 's'},
-    {0xE0, 0xE0, 'a', '`'},
-    {0xE1, 0xE1, 'a', '\''},
-    {0xE2, 0xE2, 'a', '^'},
-    {0xE3, 0xE3, 'a', '~'},
-    {0xE4, 0xE4, 'a', '"'},
-    {0xE5, 0xE5, 'a', 'o'},
-    {0xE6, 0xE6, 'a', 'e'},
-    {0xE7, 0xE7, 'c', ','},
-    {0xE8, 0xE8, 'e', '`'},
-    {0xE9, 0xE9, 'e', '\''},
-    {0xEA, 0xEA, 'e', '^'},
-    {0xEB, 0xEB, 'e', '"'},
-    {0xEC, 0xEC, 'i', '`'},
-    {0xED, 0xED, 'i', '\''},
-    {0xEE, 0xEE, 'i', '^'},
-    {0xEF, 0xEF, 'i', '"'},
-    {0xF0, 0xF0, '-', 'd'},
-    {0xF1, 0xF1, 'n', '~'},
-    {0xF2, 0xF2, 'o', '`'},
-    {0xF3, 0xF3, 'o', '\''},
-    {0xF4, 0xF4, 'o', '^'},
-    {0xF5, 0xF5, 'o', '~'},
-    {0xF6, 0xF6, 'o', '"'},
-    {0xF7, 0xF7, ':', '-'},
-    {0xF8, 0xF8, 'o', '/'},
-    {0xF9, 0xF9, 'u', '`'},
-    {0xFA, 0xFA, 'u', '\''},
-    {0xFB, 0xFB, 'u', '^'},
-    {0xFC, 0xFC, 'u', '"'},
-    {0xFD, 0xFD, 'y', '\''},
-    {0xFE, 0xFE, 't', 'h'},
-    {0xFF, 0xFF, 'y', '"'},
-    {0, 0, 0, 0},
-};
-static_assert(std::size(g_SpecialChars) == 97);
-
 struct CFreeModifiers {
     void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
 };
@@ -342,22 +234,6 @@ void queueKey(const CKeyCodes& codes, unsigned action, unsigned long keysym, int
 void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
 {
     queueKey(CKeyCodes(g_display), action, keysym, delayMs);
-}
-
-int playCharWithCompose(unsigned character)
-{
-    if (CKeyCodes(g_display).of(XK_Multi_key) == 0)
-        return 0;
-    const CComposeRow* row = g_SpecialChars;
-    while (row->m_keysym != 0 && row->m_character != character)
-        ++row;
-    if (row->m_keysym == 0)
-        return 0;
-    PlayVirtualKey(XK_Multi_key, 1, 0, 0);
-    for (const char part : {row->m_first, row->m_second})
-        if (PlayChar(static_cast<unsigned char>(part), 1, 0) != KeysPlayed)
-            return 0;
-    return 1;
 }
 
 CKeyCodes switchToXTestKeyboard()

@@ -49,13 +49,10 @@ inline unsigned HIBYTE(unsigned long keysym)
 
 /// Sends one stroke (KeyAction) to the key of a keysym. A press of a hot key of the player is sent twice, 100
 /// ms apart: the player drops the first one, which it was told to expect.
+/// Nothing in the library calls it; see doc/kept-on-purpose.md.
 /// @param delayMs  milliseconds that the server waits before it
 /// @param flag     a CSpecialKey::Flag; the keys of an X server need none
 void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int flag);
-
-/// Types a character by the Compose key and the two characters of g_SpecialChars.
-/// @return 1; 0 when the keyboard has no Compose key, or the table not this character
-int playCharWithCompose(unsigned character);
 
 class CUnicodeKey;
 

@@ -96,14 +96,6 @@ bool AdjustModifiers(unsigned wanted);
 bool AdjustModifiersEx(unsigned wanted);
 bool QueueModifiers(unsigned wanted, unsigned changed);
 
-/// Strokes go out at once, so there is never anything to flush, and always room.
-inline void ClearJrnlEvents() {}
-inline void PlaybackEvents() {}
-inline int SpaceRemainingForJrnlEvents()
-{
-    return 256;
-}
-
 /// A key with a name.
 struct CSpecialKey {
     enum Flag : int {

@@ -53,8 +53,8 @@ public:
 /// two queues, spy vectors that senders and the receiver fill and drain themselves. Nobody owns the record
 /// but the process recorded in it: it, or who finds it dead, frees it.
 ///
-/// One thread waits for messages. Any number may post; of those that wait for a reply only one at a time may
-/// use `send`, for all of them are answered by the one event 1. Hold no heap lock around the calls that
+/// One thread waits for messages. Any number may post. Java's senders wait for their answer in the request
+/// itself (CAnswerBell), so any number of them may wait as well. Hold no heap lock around the calls that
 /// block.
 ///
 /// A receiver counts as alive as long as `kill` finds its process id: a child of ours that has died is reaped
@@ -65,6 +65,8 @@ public:
 class CMailslot : public CSpyMemory {
 public:
     static constexpr int ReplyTimeoutMs = 120000;
+    /// The map of names and mailslots, where all processes find it. Java makes it.
+    static constexpr char Registry[] = "MailSlots";
 
     /// As stored. At any address, hence packed; references as their two words.
     struct [[gnu::packed]] CMailbox {
@@ -112,13 +114,14 @@ public:
     bool waitForMessage();
     /// Takes one signal of event 0, when there is one.
     void takeSignal();
-    /// Signals event 0: the message is in its queue. With `waitForReply` it blocks for event 1, 120 seconds
-    /// at most, looking each millisecond whether it came and the receiver lives.
+    /// Signals event 0: the message is in its queue. With `waitForReply`, which no sender of this library
+    /// asks for (doc/kept-on-purpose.md), it blocks for event 1, 120 seconds at most, looking each millisecond
+    /// whether it came and the receiver lives. One sender at a time: all are answered by that one event.
     /// @return false: no signal was possible (traced), or no reply came in time, with errno EAGAIN
     /// @throws CInvalidMailslotException  there is no record
     /// @throws CMailslotGoneException     the owner is dead or has detached; the mailslot is detached then
     bool send(bool waitForReply);
-    /// Signals event 1, by the receiver. @return false when there is no mailslot to do it for (traced)
+    /// Signals event 1, by a receiver for such a sender. @return false when there is no mailslot to do it for (traced)
     bool replyTo();
 
     /// Whether somebody can be sent to.
@@ -142,7 +145,7 @@ public:
     /// @throws CInvalidSpyMemRef  the record was freed
     bool isAttended() const;
 
-    /// Frees the mailslots of the map "MailSlots" that this process owns. Not those of its parent, for a
+    /// Frees the mailslots of the registry that this process owns. Not those of its parent, for a
     /// child made by fork. Tries to take the heap lock for a tenth of a second; what it leaves behind then is
     /// what a killed process leaves.
     static void exitHandler() noexcept;

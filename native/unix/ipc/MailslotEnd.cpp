@@ -67,7 +67,7 @@ void freeIfOwn(CSpyMap& slots, const CSpyVariant& key)
 
 void freeOwnSlots()
 {
-    const CSpyVariant found = CSpyMemory::locate(CAsciiName("MailSlots"));
+    const CSpyVariant found = CSpyMemory::locate(CAsciiName(CMailslot::Registry));
     if (!found.isa(CSpyVariant::SpyMap))
         return;
     CSpyMap slots(found.ref());

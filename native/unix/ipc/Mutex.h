@@ -3,8 +3,6 @@
 
 #include "unix/sysv/RecursiveMutex.h"
 
-#include <array>
-
 class CSpyMemRef;
 class ITalString;
 
@@ -28,22 +26,9 @@ public:
     bool put(const ITalString& name, const CSemaphoreHandle& handle);
     bool put(const char* name, const CSemaphoreHandle& handle);
     static CSpyMemRef getMutexMap(JNIEnv* env);
+    /// The name of that map.
+    static constexpr char Registry[] = "%Mutexes%";
 
 private:
     template <class Name> bool createNamed(const Name& name, const char* shownName);
-};
-
-/// Five mutexes in one set under a fixed key, handed out one after another. The set stays in the system.
-class CMutexList : public CSemaphoreSet {
-public:
-    static constexpr key_t Key = 10101010;
-    static constexpr int Size = 5;
-
-    CMutexList();
-    /// The next one; callers take at most five. Good as long as this list.
-    CUnixMutex& acquire() { return m_mutexes.at(static_cast<size_t>(m_next++)); }
-
-private:
-    std::array<CUnixMutex, Size> m_mutexes;
-    int m_next = 0;
 };

@@ -32,7 +32,7 @@ CSpyMutex* CUnixMutex::named(const char* name)
 /// The reference of the map, which is made when there is none.
 CSpyMemRef CUnixMutex::getMutexMap(JNIEnv*)
 {
-    const CAsciiName name("%Mutexes%");
+    const CAsciiName name(Registry);
     const CSpyUnit unit;
     CSpyMemory known(name);
     if (!known.isNull())
@@ -107,13 +107,4 @@ template <class Name> bool CUnixMutex::createNamed(const Name& name, const char*
     CHoldRecords::setNamedSet(handle.m_set);
     setHandle(handle);
     return true;
-}
-
-CMutexList::CMutexList()
-{
-    setTracing(false);
-    create(Key, Size, true);
-    setTracing(true);
-    for (int index = 0; index < Size; ++index)
-        m_mutexes[static_cast<size_t>(index)].setHandle({id(), index});
 }

@@ -83,11 +83,12 @@ public:
     unsigned long getTopLevelHandle() const;
     /// The viewable children that can show something (no InputOnly windows), bottom of the stack first.
     std::vector<CWindow> childWindows() const;
+    /// Into an array that the caller has made, as nothing in the library does; see doc/kept-on-purpose.md.
     int enumChildWindows(int max, CWindow** out) const; ///< -1 also when other children are too many
     /// The viewable windows that cover exactly `rect` (root coordinates, borders not counted), parents before
     /// their children, bottom of the stack first. Whichever window this is.
     static std::vector<CWindow> windowsAt(const Rect& rect);
-    int windowsAtRectangle(Rect* rect, int max, CWindow** out) const;
+    int windowsAtRectangle(Rect* rect, int max, CWindow** out) const; ///< see enumChildWindows
     void getRectangle(Rect* out) const; ///< root coordinates, without the border
     /// WM_NAME of this very window, or of the program's window when this is the frame of a window manager, in
     /// the locale's code set; empty when it has none.
@@ -166,10 +167,10 @@ public:
     /// Every viewable window with a WM_CLASS, whichever window this is; frames without one are looked
     /// through.
     static std::vector<TopLevelWindow> ownedWindows();
-    int getOwnedWindows(int max, TopLevelWindow** out) const;
+    int getOwnedWindows(int max, TopLevelWindow** out) const; ///< see enumChildWindows
     /// The top-level windows that cover exactly `rect`, topmost first.
     static std::vector<TopLevelWindow> topLevelWindowsAt(const Rect& rect);
-    int toplevelwindowsAtRectangle(Rect* rect, int max, TopLevelWindow** out) const;
+    int toplevelwindowsAtRectangle(Rect* rect, int max, TopLevelWindow** out) const; ///< see enumChildWindows
     bool isMaximized() const { return false; }
     void maximize() const;
     void restore() const;

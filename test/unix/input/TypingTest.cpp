@@ -2,6 +2,7 @@
 #include "TextProgram.h"
 
 #include "unix/input/Keyboard.h"
+#include "unix/input/UncalledKeys.h"
 #include "unix/input/processkey.h"
 
 #include <gtest/gtest.h>

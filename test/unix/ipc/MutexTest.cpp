@@ -3,7 +3,7 @@
 #include "TraceCapture.h"
 #include "common/spy/SpyMemory.h"
 #include "session/Within.h"
-#include "unix/ipc/Mutex.h"
+#include "unix/ipc/MutexList.h"
 #include "unix/sysv/HoldRecords.h"
 #include "unix/sysv/NoticePage.h"
 

@@ -396,7 +396,8 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * Signals that a message is in a queue.
      *
      * @param waitForReply wait until the receiver calls {@link #replyTo}, 120 seconds at most. One sender at a time
-     *     may do so, and only for a receiver of another kind: {@link #serve} does not answer this way
+     *     may do so, and only for a receiver of another kind: {@link #serve} does not answer this way, and {@link #send}
+     *     waits in its own
      * @return false when the message could not be signalled, or no reply came
      * @throws InvalidMailslotException this object names no mailslot
      * @throws MailslotGoneException the receiver is dead; the semaphores are given back then
@@ -411,7 +412,11 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      */
     public native boolean waitForIncomingMessage();
 
-    /** @return whether a sender that waits in {@link #sendIPC} could be woken */
+    /**
+     * Answers a sender of another kind, which waits in {@link #sendIPC}; {@link #serve} answers in the request.
+     *
+     * @return whether it could be woken
+     */
     public native boolean replyTo();
 
     /**

@@ -2,9 +2,16 @@ package com.talvern.test.gx.sys;
 
 /** Where the mailslots of a display are found by their names: a map of spy memory. The callers hold the lock. */
 final class MailslotRegistry {
-    private static final String NAME = "MailSlots";
+    static {
+        NativeLibrary.load();
+    }
+
+    private static final String NAME = name();
 
     private MailslotRegistry() {}
+
+    /** @return by which native code finds it, too: it takes out what a process at its end has in it */
+    private static native String name();
 
     /** @return null when no process has made it yet */
     static SpyMap found() {
