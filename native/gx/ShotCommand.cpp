@@ -1,7 +1,10 @@
 // gx shot: a picture of the screen, or of where a window is, as a PNG file.
 #include "gx/CommandLine.h"
+
+#include "common/trace/ScopedFile.h"
 #include "gx/Commands.h"
 #include "gx/Seen.h"
+#include "include/Retried.h"
 #include "unix/window/ServerComplaint.h"
 
 #include <algorithm>
@@ -74,11 +77,11 @@ std::vector<uint8_t> encoded(const std::vector<uint8_t>& bytes, const CScreenPar
 void writeAll(int file, const std::vector<uint8_t>& bytes, const std::string& name)
 {
     for (size_t at = 0; at < bytes.size();) {
-        const ssize_t written = write(file, bytes.data() + at, bytes.size() - at);
-        if (written < 0 && errno != EINTR)
+        const ssize_t written = retried([&] { return write(file, bytes.data() + at, bytes.size() - at); });
+        if (written < 0)
             throw CNotSo("the picture cannot be written to " + name, std::strerror(errno),
                          "what was written is no whole picture");
-        at += static_cast<size_t>(std::max<ssize_t>(written, 0));
+        at += static_cast<size_t>(written);
     }
 }
 
@@ -86,15 +89,11 @@ void save(const std::vector<uint8_t>& bytes, const std::string& name)
 {
     if (name == "-")
         return writeAll(STDOUT_FILENO, bytes, "standard output");
-    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0)
+    const CDescriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!file)
         throw CNotSo("the file " + name + " cannot be made", std::strerror(errno),
                      "name one in a directory that you may write to");
-    const struct CClose {
-        ~CClose() { close(file); }
-        int file;
-    } owner{file};
-    writeAll(file, bytes, name);
+    writeAll(file.get(), bytes, name);
 }
 } // namespace
 

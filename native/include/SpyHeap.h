@@ -206,7 +206,8 @@ public:
         CSpyHeap* heap = id <= MaxHeap ? s_pSpyHeap[id].load(std::memory_order_acquire) : nullptr;
         return heap && heap->inUse() && CSpyHeapMutex::isThere() ? heap : findHeap(id);
     }
-    /// Makes or attaches heap 0 and the heap mutex; neither may exist in this process.
+    /// Makes or attaches heap 0 and the heap mutex; neither may exist in this process. Nothing in the library
+    /// calls this one and the next; see doc/kept-on-purpose.md.
     static CSpyHeap* createBaseHeap(unsigned int size);
     /// Detaches every heap of this process and forgets the mutex. No thread may use spy memory meanwhile.
     static void deleteBaseHeap();
@@ -368,9 +369,6 @@ private:
 
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static inline std::atomic<int> s_readers = 0;
-    static std::vector<CSpyHeap*>& s_dropped; ///< out of the table and not yet deleted. Under the mutex
-    /// Heaps of stores that were removed: other threads may still look at them. Under the guard.
-    static std::vector<const CSpyHeap*>& s_gone;
 
     HEAPID m_id;
     uint32_t m_size;

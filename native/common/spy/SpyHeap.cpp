@@ -8,6 +8,7 @@
 #include "common/spy/SpyMemRef.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
+#include "include/NeverDestroyed.h"
 #include "unix/sysv/SegmentSweep.h"
 #include "unix/sysv/SharedMemory.h"
 
@@ -55,6 +56,11 @@ public:
     void leave(void (*giveUp)(CSharedMemory&)) override { CSpyHeap::leave(giveUp); }
 };
 constinit CHeaps s_heaps;
+
+/// Out of the table and not yet deleted. Under the mutex.
+CNeverDestroyed<std::vector<CSpyHeap*>> s_droppedHeaps;
+/// Of stores that were removed: other threads may still look at them. Under the guard.
+CNeverDestroyed<std::vector<const CSpyHeap*>> s_goneHeaps;
 [[maybe_unused]] const bool s_areKnown = CSegmentSweep::setOwner(s_heaps);
 
 [[noreturn]] void throwOutOfMemory(const char* format, unsigned first, unsigned second, CSpyHeap* heap)
@@ -71,9 +77,6 @@ constinit CHeaps s_heaps;
 uint32_t CSpyHeap::DefaultHeapSize = BaseHeapSize;
 uint32_t CSpyHeap::LargestPossibleBlock = largestBlockOf(BaseHeapSize);
 constinit std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> CSpyHeap::s_pSpyHeap = {};
-// Threads may outlive main.
-std::vector<CSpyHeap*>& CSpyHeap::s_dropped = *new std::vector<CSpyHeap*>;
-std::vector<const CSpyHeap*>& CSpyHeap::s_gone = *new std::vector<const CSpyHeap*>;
 
 // Heaps and their life
 
@@ -203,7 +206,7 @@ void CSpyHeap::beginAnew()
 {
     for (auto& known : s_pSpyHeap)
         if (CSpyHeap* heap = known.exchange(nullptr))
-            s_gone.push_back(heap);
+            s_goneHeaps->push_back(heap);
     makeBaseHeap(BaseHeapSize);
 }
 
@@ -369,18 +372,18 @@ void CSpyHeap::forget()
     if (m_id <= LastKeptHeap)
         return;
     s_pSpyHeap[m_id].store(nullptr); // before it is asked who reads: nobody finds it any more
-    s_dropped.push_back(this);
+    s_droppedHeaps->push_back(this);
 }
 
 /// Under the mutex, since the last one to detach a segment removes it, which others must not just be
 /// attaching.
 void CSpyHeap::deleteDropped()
 {
-    if (s_dropped.empty() || s_readers != 0)
+    if (s_droppedHeaps->empty() || s_readers != 0)
         return;
-    for (const CSpyHeap* heap : s_dropped)
+    for (const CSpyHeap* heap : *s_droppedHeaps)
         delete heap;
-    s_dropped.clear();
+    s_droppedHeaps->clear();
 }
 
 void CSpyHeap::empty()

@@ -3,6 +3,7 @@
 #include "common/spy/SpyJournal.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
+#include "include/NeverDestroyed.h"
 #include "include/SpyHeap.h"
 #include "unix/sysv/SharedMemory.h"
 #include "unix/sysv/SpyMutex.h"
@@ -17,7 +18,7 @@ namespace {
 constexpr int DefaultTimeoutMs = 10000;
 
 /// Mutexes that were removed: other threads, which may outlive main, may still look at them. Under the guard.
-std::vector<const CSpyMutex*>& s_goneMutexes = *new std::vector<const CSpyMutex*>;
+CNeverDestroyed<std::vector<const CSpyMutex*>> s_goneMutexes;
 
 bool takenAtOnce(CSpyMutex& mutex)
 try {
@@ -101,7 +102,7 @@ CSpyMutex* CSpyHeapMutex::renewAlone()
     std::unique_ptr<CSpyMutex> made(CSpyMutex::create(CSpyHeap::HeapObjectName));
     if (made->isGone())
         return nullptr;
-    s_goneMutexes.push_back(s_mutex.load());
+    s_goneMutexes->push_back(s_mutex.load());
     s_mutex.store(made.get(), std::memory_order_release);
     return made.release();
 }
@@ -121,7 +122,7 @@ CSpyMutex* CSpyHeapMutex::renewed(CSpyMutex& gone)
         CTracer::debugTrace("The lock of spy memory was removed: beginning anew");
         if (CSpyHeap::isStoreThere())
             return renewAlone();
-        s_goneMutexes.push_back(&gone);
+        s_goneMutexes->push_back(&gone);
         CSpyHeap::beginAnew();
     }
     return s_mutex.load();

@@ -2,6 +2,7 @@
 
 #include "common/spy/SpyHeapChange.h"
 #include "common/trace/CTracer.h"
+#include "include/NeverDestroyed.h"
 #include "unix/sysv/JournalSegment.h"
 #include "unix/sysv/SharedMemory.h"
 
@@ -107,12 +108,13 @@ constexpr size_t KeptPages = 1 << 20; ///< of the segment, between two units
 
 // All of these belong to the holder of the heap mutex, which may be a thread that works on while the process
 // ends: what has a destructor lives on.
-std::unique_ptr<CJournalSegment>& s_segment = *new std::unique_ptr<CJournalSegment>;
+CNeverDestroyed<std::unique_ptr<CJournalSegment>> s_keptSegment;
+std::unique_ptr<CJournalSegment>& s_segment = *s_keptSegment;
 size_t s_used = 0; ///< as this process knows, whatever others write into the header
 CRanges s_fresh, s_givenUp;
 CLately s_lately;
 std::bitset<MaxHeap + 1> s_marked;
-std::vector<CSpyHeap*>& s_dropped = *new std::vector<CSpyHeap*>;
+CNeverDestroyed<std::vector<CSpyHeap*>> s_dropped;
 bool s_isPlayingBack = false;
 int64_t s_confirmedAt = 0; ///< tick of the clock in which the era was
 
@@ -353,7 +355,7 @@ void CSpyJournal::begin()
 {
     forget();
     s_parts = 0;
-    s_dropped.clear();
+    s_dropped->clear();
     s_isPlayingBack = false; // a child made by fork may have it from its parent
     hold(1 + (holding() & 1));
     if (s_segment) {
@@ -451,9 +453,9 @@ void CSpyJournal::finish()
 /// The unit is done, and destructors end units: nothing that a block says may end the process here.
 void CSpyJournal::emptyDropped()
 {
-    while (!s_dropped.empty()) {
-        CSpyHeap* heap = s_dropped.back();
-        s_dropped.pop_back();
+    while (!s_dropped->empty()) {
+        CSpyHeap* heap = s_dropped->back();
+        s_dropped->pop_back();
         step();
         try {
             heap->empty();
@@ -471,7 +473,7 @@ void CSpyJournal::rollBack()
         playBack();
     forget();
     s_parts = 0;
-    s_dropped.clear();
+    s_dropped->clear();
     hold(2);
 }
 
@@ -630,11 +632,11 @@ void CSpyJournal::leaveMark(const CSpyHeap& heap)
 
 bool CSpyJournal::hasDropped()
 {
-    return !s_dropped.empty();
+    return !s_dropped->empty();
 }
 
 void CSpyJournal::dropped(CSpyHeap& heap)
 {
-    if (std::find(s_dropped.begin(), s_dropped.end(), &heap) == s_dropped.end())
-        s_dropped.push_back(&heap);
+    if (std::find(s_dropped->begin(), s_dropped->end(), &heap) == s_dropped->end())
+        s_dropped->push_back(&heap);
 }

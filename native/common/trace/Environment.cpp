@@ -1,5 +1,7 @@
 #include "common/trace/Environment.h"
 
+#include "include/NeverDestroyed.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -55,9 +57,9 @@ private:
 
 CTexts& textsOf(std::string_view name)
 {
-    static auto& all = *new std::map<std::string, CTexts, std::less<>>;
-    const auto known = all.find(name);
-    return known != all.end() ? known->second : all[std::string(name)];
+    static CNeverDestroyed<std::map<std::string, CTexts, std::less<>>> all;
+    const auto known = all->find(name);
+    return known != all->end() ? known->second : (*all)[std::string(name)];
 }
 
 std::optional<std::string> valueOf(const char* name)
@@ -70,12 +72,12 @@ std::optional<std::string> valueOf(const char* name)
 /// that read a variable at this moment walk over. Here every array stays.
 void append(char* entry)
 {
-    static auto& arrays = *new std::list<std::vector<char*>>(1);
+    static CNeverDestroyed<std::list<std::vector<char*>>> arrays(1);
     size_t count = 0;
     while (environ && environ[count])
         ++count;
-    if (environ != arrays.back().data() || count + 2 > arrays.back().size()) {
-        std::vector<char*>& larger = arrays.emplace_back(2 * count + 32);
+    if (environ != arrays->back().data() || count + 2 > arrays->back().size()) {
+        std::vector<char*>& larger = arrays->emplace_back(2 * count + 32);
         std::copy_n(environ, count, larger.begin());
         std::atomic_ref(environ).store(larger.data());
     }

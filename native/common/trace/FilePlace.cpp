@@ -1,6 +1,7 @@
 #include "common/trace/FilePlace.h"
 
 #include "common/trace/SudoUser.h"
+#include "include/Retried.h"
 
 #include <algorithm>
 #include <array>
@@ -55,14 +56,12 @@ bool isOddFile(int error) noexcept
 
 int openRetrying(const CFilePlace& place, int flags) noexcept
 {
-    int opened = -1;
     errno = place.error();
-    while (place.error() == 0) {
-        opened = openat(place.directory(), place.name(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
-        if (opened >= 0 || errno != EINTR)
-            break;
-    }
-    return opened;
+    if (errno != 0)
+        return -1;
+    return retried([&] {
+        return openat(place.directory(), place.name(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
+    });
 }
 
 FILE* streamOf(CDescriptor file, const char* mode) noexcept

@@ -2,6 +2,7 @@
 
 #include "common/trace/FilePlace.h"
 #include "common/trace/TraceLock.h"
+#include "include/Retried.h"
 
 #include <algorithm>
 #include <atomic>
@@ -41,10 +42,7 @@ void endPiece(int file, std::string_view text, size_t written) noexcept
 /// what a lock on a stream gives within one process, and a system call or two less.
 bool writeWhole(int file, std::string_view text) noexcept
 {
-    ssize_t written;
-    do {
-        written = write(file, text.data(), text.size());
-    } while (written < 0 && errno == EINTR);
+    const ssize_t written = retried([&] { return write(file, text.data(), text.size()); });
     if (written > 0 && static_cast<size_t>(written) < text.size())
         endPiece(file, text, static_cast<size_t>(written));
     return written == static_cast<ssize_t>(text.size());

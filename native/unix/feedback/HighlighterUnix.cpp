@@ -1,6 +1,7 @@
 #include "unix/feedback/HighlighterUnix.h"
 
 #include "common/trace/GxDebug.h"
+#include "include/NeverDestroyed.h"
 #include "unix/feedback/FeedbackDisplay.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/window/OwnDisplay.h"
@@ -39,23 +40,13 @@ CHighlighter* CHighlighter::s_highlighter = nullptr;
 namespace {
 std::mutex s_mutex; // guards everything below, and all objects of this unit
 
-/// The timing threads that nobody has waited for yet. Not destroyed: at exit, threads may still be started.
-union CTimingThreads {
-    constexpr CTimingThreads() : list() {}
-    ~CTimingThreads() {} // NOLINT(modernize-use-equals-default): a default one of a union would be none
-    std::vector<std::shared_ptr<CHighlighterThread>> list;
-};
-constinit CTimingThreads s_threads;
-
-std::vector<std::shared_ptr<CHighlighterThread>>& threads()
-{
-    return s_threads.list;
-}
+/// The timing threads that nobody has waited for yet. At exit, threads may still be started.
+constinit CNeverDestroyed<std::vector<std::shared_ptr<CHighlighterThread>>> s_threads;
 
 /// Gives back what threads that have ended still hold.
 void reapThreads()
 {
-    std::erase_if(threads(), [](const auto& timing) {
+    std::erase_if(*s_threads, [](const auto& timing) {
         if (timing->ended)
             timing->thread.join();
         return timing->ended;
@@ -70,7 +61,7 @@ void stop(CHighlighterThread& timing)
 
 void stopAllThreads(CHighlighter::Lock& lock)
 {
-    const auto running = std::exchange(threads(), {});
+    const auto running = std::exchange(*s_threads, {});
     for (const auto& timing : running)
         stop(*timing);
     lock.unlock();
@@ -264,7 +255,7 @@ void CHighlighter::startThread()
         GenericNative.Error("No thread for a timed frame, which stays: %s", error.what());
         return;
     }
-    threads().push_back(timing);
+    s_threads->push_back(timing);
     m_thread = timing;
 }
 

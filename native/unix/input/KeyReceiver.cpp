@@ -1,6 +1,7 @@
 #include "unix/input/KeyReceiver.h"
 
 #include "common/trace/CTracer.h"
+#include "common/trace/ScopedFile.h"
 #include "unix/input/RunningInput.h"
 
 #include <algorithm>
@@ -79,11 +80,8 @@ int processOf(xcb_connection_t* connection, uint32_t resource)
 std::string startOf(const std::filesystem::path& path)
 {
     char buffer[4096];
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return {};
-    const auto length = read(file, buffer, sizeof buffer);
-    close(file);
+    const CDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const auto length = read(file.get(), buffer, sizeof buffer);
     return {buffer, static_cast<size_t>(std::max<ssize_t>(length, 0))};
 }
 

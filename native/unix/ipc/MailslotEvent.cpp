@@ -1,5 +1,6 @@
 #include "unix/ipc/MailslotEvent.h"
 
+#include "include/Retried.h"
 #include "unix/sysv/IpcStatus.h"
 
 #include <cerrno>
@@ -24,10 +25,7 @@ bool CMailslotEvent::clear(int event)
 bool CMailslotEvent::change(int event, short by, short flags)
 {
     sembuf operation{0, by, flags};
-    bool done = op(m_index + event, &operation, 1);
-    while (!done && errno == EINTR)
-        done = op(m_index + event, &operation, 1);
-    return done;
+    return retried([&] { return op(m_index + event, &operation, 1); });
 }
 
 /// What interrupts it, or is wrong with the semaphore, the next try finds out.

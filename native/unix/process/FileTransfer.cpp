@@ -3,6 +3,7 @@
 #include "common/trace/CTracer.h"
 #include "common/trace/ErrorString.h"
 #include "common/trace/ScopedFile.h"
+#include "include/Retried.h"
 
 #include <algorithm>
 #include <array>
@@ -66,11 +67,11 @@ private:
 bool writeAll(int to, const char* bytes, size_t size)
 {
     while (size > 0) {
-        const ssize_t written = write(to, bytes, size);
-        if (written < 0 && errno != EINTR)
+        const ssize_t written = retried([&] { return write(to, bytes, size); });
+        if (written < 0)
             return false;
-        bytes += std::max<ssize_t>(written, 0);
-        size -= static_cast<size_t>(std::max<ssize_t>(written, 0));
+        bytes += written;
+        size -= static_cast<size_t>(written);
     }
     return true;
 }
@@ -79,12 +80,10 @@ bool copyThroughMemory(int from, int to)
 {
     std::array<char, 1 << 16> chunk;
     for (;;) {
-        const ssize_t size = read(from, chunk.data(), chunk.size());
-        if (size == 0)
-            return true;
-        if (size < 0 && errno != EINTR)
-            return false;
-        if (size > 0 && !writeAll(to, chunk.data(), static_cast<size_t>(size)))
+        const ssize_t size = retried([&] { return read(from, chunk.data(), chunk.size()); });
+        if (size <= 0)
+            return size == 0;
+        if (!writeAll(to, chunk.data(), static_cast<size_t>(size)))
             return false;
     }
 }

@@ -4,6 +4,7 @@
 #include "common/trace/ErrorString.h"
 #include "common/trace/GxAssert.h"
 #include "common/trace/GxDebug.h"
+#include "include/Retried.h"
 #include "unix/sysv/HoldRecords.h"
 #include "unix/sysv/IpcStatus.h"
 #include "unix/sysv/SegmentSweep.h"
@@ -37,16 +38,6 @@ pid_t currentProcess()
 {
     static const CProcessId id;
     return id.get();
-}
-
-template <class Call> bool retried(Call&& call)
-{
-    for (;;) {
-        if (call())
-            return true;
-        if (errno != EINTR)
-            return false;
-    }
 }
 
 [[noreturn]] void throwTimeout(const char* mutex)

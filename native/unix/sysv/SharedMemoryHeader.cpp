@@ -1,6 +1,7 @@
 #include "unix/sysv/SharedMemoryHeader.h"
 
 #include "common/trace/CTracer.h"
+#include "include/NeverDestroyed.h"
 #include "unix/sysv/IpcStatus.h"
 #include "unix/sysv/SegmentSweep.h"
 #include "unix/sysv/SharedMemory.h"
@@ -67,8 +68,8 @@ const char* CSharedMemoryHeader::display()
 /// What was kept stays, since another thread may be reading it, also while the process ends.
 void CSharedMemoryHeader::keepDisplay(const char* display)
 {
-    static auto& everKept = *new std::set<std::string>;
-    s_display.store(display ? everKept.insert(display).first->c_str() : nullptr, std::memory_order_release);
+    static CNeverDestroyed<std::set<std::string>> everKept;
+    s_display.store(display ? everKept->insert(display).first->c_str() : nullptr, std::memory_order_release);
 }
 
 CSharedMemoryHeader* CSharedMemoryHeader::attach()
@@ -100,8 +101,8 @@ void CSharedMemoryHeader::forgetRemoved()
     if (!attached() || !isRemoved())
         return;
     s_header.store(nullptr, std::memory_order_release);
-    static std::vector<CUnixSharedMemory*>& removed = *new std::vector<CUnixSharedMemory*>;
-    removed.push_back(std::exchange(directorySegment(), new CUnixSharedMemory));
+    static CNeverDestroyed<std::vector<CUnixSharedMemory*>> removed;
+    removed->push_back(std::exchange(directorySegment(), new CUnixSharedMemory));
 }
 
 /// Whether this is what directories look like. Others may be adding to it.

@@ -1,6 +1,7 @@
 #include "unix/window/OwnDisplay.h"
 
 #include "common/trace/CTracer.h"
+#include "include/NeverDestroyed.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/window/ServerComplaint.h"
 #include "unix/window/XErrors.h"
@@ -22,15 +23,9 @@
 #include <X11/Xlibint.h>
 
 namespace {
-/// The library's connections, those that were lost included. Never destroyed: others may be lost while the
-/// process ends.
-union COwn {
-    constexpr COwn() : list() {}
-    ~COwn() {} // NOLINT(modernize-use-equals-default): a default one of a union would be none
-    std::vector<Display*> list;
-};
 constinit std::mutex s_mutex; ///< guards what follows; nothing is asked of Xlib while it is held
-constinit COwn s_own;
+/// The library's connections, those that were lost included. Others may be lost while the process ends.
+constinit CNeverDestroyed<std::vector<Display*>> s_own;
 constinit int s_open = 0;
 
 /// What Xlib is to call for a connection of the host. The first one that was found stays known, too: a
@@ -54,7 +49,7 @@ void endGlobals()
 bool isOwn(Display* display)
 {
     const std::lock_guard guard(s_mutex);
-    return std::find(s_own.list.begin(), s_own.list.end(), display) != s_own.list.end();
+    return std::find(s_own->begin(), s_own->end(), display) != s_own->end();
 }
 
 int lostConnection(Display* display)
@@ -142,7 +137,7 @@ void adopt(Display* display)
 {
     {
         const std::lock_guard guard(s_mutex);
-        s_own.list.push_back(display);
+        s_own->push_back(display);
         ++s_open;
     }
     XSetIOErrorExitHandler(display, surviveLoss, nullptr);
@@ -153,7 +148,7 @@ void adopt(Display* display)
 bool forget(Display* display)
 {
     const std::lock_guard guard(s_mutex);
-    std::erase(s_own.list, display);
+    std::erase(*s_own, display);
     return --s_open == 0;
 }
 

@@ -1,5 +1,6 @@
 #include "unix/window/ServerComplaint.h"
 
+#include "common/trace/ScopedFile.h"
 #include "include/GxGlobals.h"
 #include "unix/window/OwnDisplay.h"
 
@@ -34,13 +35,13 @@ struct CPlaceOfServer {
 /// @param abstract  the name is one of the kernel's, which has no file
 int errorAt(const std::string& name, bool abstract)
 {
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const CDescriptor descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     name.copy(address.sun_path + abstract, sizeof address.sun_path - 2);
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + abstract + name.size());
-    const int error = connect(descriptor, reinterpret_cast<sockaddr*>(&address), length) == 0 ? 0 : errno;
-    close(descriptor);
+    const bool isTaken = connect(descriptor.get(), reinterpret_cast<sockaddr*>(&address), length) == 0;
+    const int error = isTaken ? 0 : errno;
     return error == EAGAIN ? 0 : error; // it runs, and has more to do than it gets done
 }
 
