@@ -78,7 +78,7 @@ bool loadLibrary()
         *isUnderTest = 1;
         CGuest::refuseSignalsTo(isUnderTest);
     }
-    if (_XDisplay** const display = GX_EXPORTED(gx_app_display))
+    if (auto** const display = GX_EXPORTED(gx_app_display))
         *display = s_xtDisplay;
     return true;
 }

@@ -78,7 +78,7 @@ void CEnvironment::enter()
     takeVariables();
     if (!s_follows)
         restorePreload();
-    const pid_t asked = static_cast<pid_t>(std::atol(value(AgentVariable::pid)));
+    const auto asked = static_cast<pid_t>(std::atol(value(AgentVariable::pid)));
     if (s_follows || asked == getpid())
         s_served = getpid();
 }

@@ -24,7 +24,7 @@ constexpr const char* jreVariable = "TALVERN_GX_JRE";
 std::string libjvmIn(const std::string& directory)
 {
     for (const char* const place : places)
-        if (const auto path = directory + place; !directory.empty() && access(path.c_str(), R_OK) == 0)
+        if (auto path = directory + place; !directory.empty() && access(path.c_str(), R_OK) == 0)
             return path;
     return {};
 }
@@ -34,7 +34,7 @@ template <class Use> std::string firstIn(const char* list, Use&& use)
 {
     while (list && *list) {
         const char* const end = strchrnul(list, ':');
-        if (const std::string answer = use(std::string(list, end)); !answer.empty())
+        if (std::string answer = use(std::string(list, end)); !answer.empty())
             return answer;
         list = *end ? end + 1 : end;
     }
@@ -137,7 +137,7 @@ std::string JavaMachine::textOf(JNIEnv* env, jstring text)
     const char* const characters = text ? env->GetStringUTFChars(text, nullptr) : nullptr;
     if (!characters)
         return {};
-    const std::string copy = characters;
+    std::string copy = characters;
     env->ReleaseStringUTFChars(text, characters);
     return copy;
 }
@@ -169,7 +169,7 @@ std::string JavaMachine::takeException(JNIEnv* env)
     const jmethodID toString =
         env->GetMethodID(env->GetObjectClass(pending), "toString", "()Ljava/lang/String;");
     const auto made = static_cast<jstring>(env->CallObjectMethod(pending, toString));
-    const std::string text = env->ExceptionCheck() ? "unknown failure" : textOf(env, made);
+    std::string text = env->ExceptionCheck() ? "unknown failure" : textOf(env, made);
     env->ExceptionClear();
     env->PopLocalFrame(nullptr);
     env->DeleteLocalRef(pending);

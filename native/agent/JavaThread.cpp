@@ -97,7 +97,7 @@ void end()
 /// With a stack of its own size: that of the program's threads may be too small for a JVM to be made there.
 bool startThread()
 {
-    constexpr size_t stackSize = 1024 * 1024;
+    constexpr size_t stackSize = 1 << 20;
     const CSignalsHeldOff held;
     pthread_t thread;
     pthread_attr_t attributes;

@@ -76,7 +76,7 @@ std::string ProgramFile::find(const std::string& program)
     const char* const path = std::getenv("PATH");
     std::istringstream directories(path ? path : "/usr/local/bin:/usr/bin:/bin");
     for (std::string directory; std::getline(directories, directory, ':');)
-        if (const auto file = (directory.empty() ? "." : directory) + "/" + program; isExecutableFile(file))
+        if (auto file = (directory.empty() ? "." : directory) + "/" + program; isExecutableFile(file))
             return file;
     return {};
 }

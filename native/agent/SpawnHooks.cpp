@@ -23,7 +23,7 @@ constinit CRealFunction<Spawn> s_spawnp{"posix_spawnp"};
 
 extern "C" {
 GX_HOOK int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
-                        const posix_spawnattr_t* attributes, Strings arguments, Strings environment) noexcept
+                        const posix_spawnattr_t* attributes, Strings arguments, Strings environment)
 {
     return CEnvironment::spawn(environment, OtherRights::ofFile(path), [&](Strings whole) {
         return s_spawn(child, path, actions, attributes, arguments, whole);
@@ -31,7 +31,7 @@ GX_HOOK int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_a
 }
 
 GX_HOOK int posix_spawnp(pid_t* child, const char* file, const posix_spawn_file_actions_t* actions,
-                         const posix_spawnattr_t* attributes, Strings arguments, Strings environment) noexcept
+                         const posix_spawnattr_t* attributes, Strings arguments, Strings environment)
 {
     return CEnvironment::spawn(environment, OtherRights::inPath(file), [&](Strings whole) {
         return s_spawnp(child, file, actions, attributes, arguments, whole);

@@ -120,8 +120,8 @@ int runInEngine(const CCall& call)
     for (const std::string& word : whom(named))
         words.push_back(word);
     for (const auto& [name, value] : call.options)
-        words.push_back("--" + name + "=" + value);
-    words.push_back("--");
+        words.push_back(std::string("--").append(name).append("=").append(value));
+    words.emplace_back("--");
     words.insert(words.end(), arguments.begin(), arguments.end());
     return runJava("com.talvern.test.gx.cli.Main", words);
 }

@@ -134,7 +134,7 @@ std::string whyNotOurs(const ipc_perm& rights)
 
 std::string whyStays(const ipc_perm& rights, pid_t process)
 {
-    if (const std::string why = whyNotOurs(rights); !why.empty())
+    if (std::string why = whyNotOurs(rights); !why.empty())
         return why;
     if (process <= 0)
         return "the process that has made it cannot be seen from here";

@@ -12,6 +12,7 @@ const COption windowOption{"window", "CAPTION", text, "the window"};
 const COption limitOption{"limit", "SECONDS", text, "the longest wait (10)"};
 
 /// The order is that of usage texts.
+// NOLINTNEXTLINE(readability-function-size): it is all data
 const std::vector<CSubcommand>& table()
 {
     // clang-format off

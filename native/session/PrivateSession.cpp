@@ -186,7 +186,7 @@ bool isInstalled(const std::string& program)
 {
     std::istringstream path(getenv("PATH") ? getenv("PATH") : "/usr/bin:/bin");
     for (std::string directory; std::getline(path, directory, ':');)
-        if (access((directory + "/" + program).c_str(), X_OK) == 0)
+        if (access(directory.append("/").append(program).c_str(), X_OK) == 0)
             return true;
     return false;
 }

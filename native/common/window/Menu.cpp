@@ -20,7 +20,7 @@ constinit CJavaField s_menuHandle{"menuHandle", "J"};
 
 GxMenu menuOf(JNIEnv* env, jobject self)
 {
-    return GxMenu(s_handle.getLong(env, self), s_menuHandle.getLong(env, self));
+    return {s_handle.getLong(env, self), s_menuHandle.getLong(env, self)};
 }
 
 /// A Java string of UTF-8 text. A character that the end of a buffer cut is left out.

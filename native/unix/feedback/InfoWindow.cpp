@@ -2,6 +2,7 @@
 
 #include "common/jni/CodeSet.h"
 #include "common/trace/GxDebug.h"
+#include "include/NeverDestroyed.h"
 #include "unix/feedback/FeedbackDisplay.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/window/OwnDisplay.h"
@@ -180,7 +181,7 @@ void CInfoWindow::hide()
 Rect CInfoWindow::getRectangle() const
 {
     const std::lock_guard lock(m_mutex);
-    return Rect(m_y, m_x, m_textWidth + 2 * margin, m_textHeight + 2 * margin);
+    return {m_y, m_x, m_textWidth + 2 * margin, m_textHeight + 2 * margin};
 }
 
 void CInfoWindow::destroy()
@@ -284,8 +285,8 @@ std::mutex s_mutex;
 /// Never freed: at exit, Java threads may still ask for tooltips.
 std::map<long, std::shared_ptr<CInfoWindow>>& tooltips()
 {
-    static auto& s_tooltips = *new std::map<long, std::shared_ptr<CInfoWindow>>;
-    return s_tooltips;
+    static CNeverDestroyed<std::map<long, std::shared_ptr<CInfoWindow>>> s_tooltips;
+    return *s_tooltips;
 }
 
 /// Runs at exit, and when the library is unloaded: the threads must not run code that goes.
@@ -306,13 +307,13 @@ void CInfoWindow::operator delete(void* memory)
 {
     constexpr size_t kept = 1024;
     static std::mutex s_mutex;
-    static auto& s_gone = *new std::deque<void*>;
+    static CNeverDestroyed<std::deque<void*>> s_gone;
     const std::lock_guard lock(s_mutex);
-    s_gone.push_back(memory);
-    if (s_gone.size() <= kept)
+    s_gone->push_back(memory);
+    if (s_gone->size() <= kept)
         return;
-    ::operator delete(s_gone.front());
-    s_gone.pop_front();
+    ::operator delete(s_gone->front());
+    s_gone->pop_front();
 }
 
 long InfoWindows::add(std::unique_ptr<CInfoWindow> tooltip)

@@ -1,5 +1,6 @@
 #include "unix/widget/WidgetTree.h"
 
+#include "include/NeverDestroyed.h"
 #include "unix/widget/GtkFileDialogs.h"
 #include "unix/widget/GtkObjects.h"
 #include "unix/widget/GtkRows.h"
@@ -235,8 +236,9 @@ constexpr CGtkKind kinds[] = {
 /// The kind of the nearest class that is known: every widget is at least a GtkWidget.
 const CGtkKind& kindOf(unsigned long type)
 {
-    static auto& s_known = *new std::unordered_map<unsigned long, const CGtkKind*>; // another thread may exit
-    const CGtkKind*& kind = s_known[type];
+    static CNeverDestroyed<std::unordered_map<unsigned long, const CGtkKind*>>
+        s_known; // another thread may exit
+    const CGtkKind*& kind = (*s_known)[type];
     for (unsigned long each = type; each && !kind; each = g::parentType(each)) {
         const std::string name = textOrNone(g::typeName(each));
         const auto found = std::find_if(std::begin(kinds), std::end(kinds),

@@ -85,6 +85,7 @@ class InspectorPageTest {
         Rectangle save = application.button("Save").view().seen();
         point(save);
         framed(true, save);
+        is("$('news').textContent", "");
         is("byKey.get(over).text", "Save");
         is("document.querySelectorAll('#frames .over').length", "1");
         browser.mouse("mouseMoved", 5, 5);

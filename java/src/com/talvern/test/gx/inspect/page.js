@@ -527,12 +527,12 @@ async function watch() {
       $("name").textContent = now.name;
       document.title = now.name + " \u2013 Inspector";
       if (now.end) return finish(now.end);
-      say(now.trouble || (now.tree && !box[2] ? "The program shows no window." : ""));
       if (now.tree !== tree) {
         takeTree(await (await fetch("tree")).json());
         tree = now.tree;
       }
       if (now.picture !== picture) picture = await takePicture(picture);
+      say(now.trouble || (now.tree && !box[2] ? "The program shows no window." : ""));
     } catch (gone) {
       say(gone instanceof TypeError ? "The inspector does not answer: it has ended, or the connection to it." : gone.message);
       await pause(2000);
