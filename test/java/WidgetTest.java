@@ -96,6 +96,7 @@ class WidgetTest extends ShownProgram {
             .map(row -> row.cells().get(0)).toList());
         fails(WidgetException.NotFound.class, "application.find(Query.name(\"table\")).cell(\"row 300\", 0) of ", table,
             asked -> asked.select("row 300"));
+        fails(WidgetException.NotFound.class, "there is:\n  item \"row 29", table, asked -> asked.cell("row 30x", 0).click());
         fails(WidgetException.Ambiguous.class, "item \"row 29\"", table,
             asked -> asked.cell(Pattern.compile("row 2[0-9]"), 0).click());
         if (program.startsWith("gtk")) {

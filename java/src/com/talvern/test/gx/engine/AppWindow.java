@@ -95,7 +95,7 @@ public final class AppWindow implements WidgetScope {
     @Override
     public Widget find(Query query) {
         return new Widget(application, path, "find(" + query + ")",
-            tree -> now(tree).map(query::find).orElse(List.of()), patience);
+            new Widget.Finder(tree -> now(tree).stream().toList(), query::find), patience);
     }
 
     /**

@@ -241,7 +241,7 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     @Override
     public Widget find(Query query) {
-        return new Widget(this, "application", "find(" + query + ")", query::find, patience);
+        return new Widget(this, "application", "find(" + query + ")", Widget.Finder.of(query::find), patience);
     }
 
     /** @return the windows that are on the screen, those without a caption as well; no menus */

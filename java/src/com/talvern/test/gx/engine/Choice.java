@@ -47,7 +47,7 @@ final class Choice {
     private Widget entry(Set<Long> known, String text) {
         application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
         return new Widget(application, opener.path(), "choose(" + Query.literal(text) + ")",
-            tree -> entries(tree, known, text), patience, 0);
+            Widget.Finder.of(tree -> entries(tree, known, text)), patience, 0);
     }
 
     private void closed(Widget entry, boolean mayStay) {

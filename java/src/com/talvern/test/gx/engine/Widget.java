@@ -14,6 +14,7 @@ import java.util.function.Function;
 import java.util.function.Predicate;
 import java.util.regex.Pattern;
 import java.util.stream.IntStream;
+import java.util.stream.Stream;
 
 /**
  * A widget of an application under test, as a question that is asked anew at each use: it need not be there yet.
@@ -47,20 +48,28 @@ public final class Widget implements WidgetScope {
     private final Application application;
     private final String base;
     private final String call;
-    private final Function<WidgetView, List<WidgetView>> finder;
+    private final Finder finder;
     private final Duration patience;
     /** Of a cell, else negative. */
     private final int column;
 
-    /** @param finder in the tree of the application */
-    Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
-            Duration patience) {
+    /** Where it is looked for in the tree of the application, and what is found in each such place. */
+    record Finder(Function<WidgetView, List<WidgetView>> places, Function<WidgetView, List<WidgetView>> within) {
+        static Finder of(Function<WidgetView, List<WidgetView>> within) {
+            return new Finder(List::of, within);
+        }
+
+        List<WidgetView> apply(WidgetView tree) {
+            return places.apply(tree).stream().flatMap(place -> within.apply(place).stream()).toList();
+        }
+    }
+
+    Widget(Application application, String base, String call, Finder finder, Duration patience) {
         this(application, base, call, finder, patience, -1);
     }
 
     /** @param column of a cell, else negative */
-    Widget(Application application, String base, String call, Function<WidgetView, List<WidgetView>> finder,
-            Duration patience, int column) {
+    Widget(Application application, String base, String call, Finder finder, Duration patience, int column) {
         this.application = application;
         this.base = base;
         this.call = call;
@@ -79,8 +88,7 @@ public final class Widget implements WidgetScope {
     }
 
     private Widget cellOf(String further, Function<WidgetView, List<WidgetView>> from, int inColumn) {
-        return new Widget(application, path(), further,
-            tree -> finder.apply(tree).stream().flatMap(view -> from.apply(view).stream()).toList(), patience, inColumn);
+        return new Widget(application, path(), further, new Finder(finder::apply, from), patience, inColumn);
     }
 
     /** @return a line of Java that finds it again, where {@code application} is the application */
@@ -101,10 +109,10 @@ public final class Widget implements WidgetScope {
      * @return one of several that match
      */
     public Widget at(int position) {
-        return new Widget(application, path(), "at(" + position + ")", tree -> {
+        return new Widget(application, path(), "at(" + position + ")", Finder.of(tree -> {
             List<WidgetView> found = finder.apply(tree);
             return position >= 0 && position < found.size() ? List.of(found.get(position)) : List.of();
-        }, patience, column);
+        }), patience, column);
     }
 
     @Override
@@ -393,8 +401,8 @@ public final class Widget implements WidgetScope {
     public void edit(String text) {
         long table = view().id();
         Widget field = new Widget(application, path(), "edit(" + Query.literal(text) + ")",
-            tree -> tree.all().filter(view -> view.id() == table)
-                .flatMap(view -> Kinds.FIELD.find(view).stream()).filter(WidgetView::showing).toList(), patience);
+            Finder.of(tree -> tree.all().filter(view -> view.id() == table)
+                .flatMap(view -> Kinds.FIELD.find(view).stream()).filter(WidgetView::showing).toList()), patience);
         if (!field.exists()) {
             click();
         }
@@ -504,10 +512,18 @@ public final class Widget implements WidgetScope {
             complaint("not found within " + patience.toMillis() + " ms", whatThereIs(tree))));
     }
 
+    /** Where it was looked for; what there is elsewhere when that is nothing. */
     private String whatThereIs(WidgetView tree) {
-        List<WidgetView> near = NearTexts.sorted(call, tree.all().skip(1).filter(WidgetView::showing).toList());
+        List<WidgetView> there = finder.places.apply(tree).stream().flatMap(this::candidates).toList();
+        List<WidgetView> near = NearTexts.sorted(call, there.isEmpty() ? candidates(tree).toList() : there);
         return near.isEmpty() ? "nothing there says anything; " + LONGER
             : LONGER + ", or ask for what there is:" + lines(near);
+    }
+
+    private Stream<WidgetView> candidates(WidgetView place) {
+        return column >= 0 && !place.rows().isEmpty() ? place.rows().stream().flatMap(row ->
+            IntStream.range(0, row.cells().size()).mapToObj(each -> place.cell(row, each)))
+            : place.all().skip(1).filter(WidgetView::showing);
     }
 
     private String complaint(String came, String remedy) {
