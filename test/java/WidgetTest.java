@@ -17,6 +17,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.List;
+import java.util.concurrent.CompletableFuture;
 import java.util.function.Consumer;
 import java.util.regex.Pattern;
 import javax.tools.ToolProvider;
@@ -222,6 +223,18 @@ class WidgetTest extends ShownProgram {
         }
     }
 
+    /** What is chosen waits until the other program, which lies above, has gone. */
+    private void menusAreNotPressedThroughOthers(Application above) throws Exception {
+        application.setTimeout(Duration.ofSeconds(20));
+        CompletableFuture<Void> chosen = CompletableFuture.runAsync(() -> application.choose("View", "Ruler"));
+        for (int look = 0; look < 20; ++look) {
+            assertEquals(List.of(), above.openMenus());
+        }
+        above.close();
+        chosen.get();
+        says("chosen Ruler");
+    }
+
     private <T extends WidgetException> void fails(Class<T> kind, String text, Widget widget, Consumer<Widget> use) {
         String message = assertThrows(kind, () -> use.accept(widget.within(SOON))).getMessage();
         assertTrue(message.contains(text), message);
@@ -252,6 +265,7 @@ class WidgetTest extends ShownProgram {
         try (Application above = Application.start(System.getProperty("gx.apps") + "/" + program)) {
             above.button("Save").click(); // without a window manager the newer one lies on the older one
             fails(WidgetException.Covered.class, "window \"All of them\"", application.button("Save"), Widget::click);
+            menusAreNotPressedThroughOthers(above);
         }
         window.close();
         window.awaitGone();

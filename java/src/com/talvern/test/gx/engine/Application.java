@@ -476,6 +476,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @return false when it is still there: a second after another window of the application has come up, or at the end of
      *     the {@linkplain #setTimeout time}
      * @throws NoSuchElementException its OK button is not to be seen
+     * @throws WidgetException.Covered something else takes the click all that time; the message names it
      */
     public boolean confirm(FileDialogView dialog) {
         return new Confirmation(this, dialog, System.nanoTime() + nanosOf(timeout)).await();
@@ -592,25 +593,28 @@ public final class Application implements AutoCloseable, WidgetScope {
     /**
      * Opens the menu behind an item by a click on it, and waits until it shows. When the item moves meanwhile, as the
      * window manager places a new window, it is clicked on again where it is then; and so it is when the click has
-     * closed another menu that was open.
+     * closed another menu that was open. A menu bar is not clicked on where something else takes the click.
      *
      * @param menu a menu bar, or a menu that is open
      * @param item the text of one of its items
      * @return the menu that has opened
      * @throws NoSuchElementException the menu has no such item, or hides it
      * @throws ApplicationException.Disabled the item is disabled
-     * @throws ApplicationException.NotInTime no menu has opened: the item has none
+     * @throws ApplicationException.NotInTime no menu has opened: the item has none, or something covers it, which the
+     *     message names
      */
     public MenuView open(MenuView menu, String item) {
         Rectangle[] clicked = new Rectangle[1];
         boolean[] closesAnother = new boolean[1];
-        return await("the menu of " + WidgetView.quoted(item), this::menusNow, asked -> {
+        Press press = new Press(menu.window());
+        return await("the menu of " + WidgetView.quoted(item), () -> press.hindrance().orElseGet(this::menusNow), asked -> {
             MenuView.Item now = asked.reveal(menu, item);
             if (now.popup() != 0) {
                 return asked.menu(now.popup());
             }
             boolean noneIsOpen = asked.openMenus().isEmpty();
-            if (!now.bounds().equals(clicked[0]) || closesAnother[0] && noneIsOpen) {
+            boolean isDue = !now.bounds().equals(clicked[0]) || closesAnother[0] && noneIsOpen;
+            if (isDue && (!noneIsOpen || press.reaches(asked, now.bounds()))) {
                 closesAnother[0] = !noneIsOpen;
                 clicked[0] = now.bounds();
                 click(now.bounds());

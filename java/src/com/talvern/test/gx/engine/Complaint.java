@@ -77,7 +77,8 @@ public final class Complaint {
 
     /** A window as people know it. */
     static String nameOf(NativeWindow window) {
-        return WidgetView.quoted(Windows.caption(window)) + " (" + window.nativeGetWindowClassname() + ")";
+        String kind = window.nativeGetWindowClassname(); // frames of window managers have none
+        return WidgetView.quoted(Windows.caption(window)) + (kind.isEmpty() ? "" : " (" + kind + ")");
     }
 
     private static native void trace(byte[] text);

@@ -17,6 +17,7 @@ final class Confirmation {
     private final Application application;
     private final FileDialogView dialog;
     private final long end;
+    private final Press press;
     private Rectangle place;
     private List<Long> windows;
     private long asksUntil;
@@ -26,6 +27,7 @@ final class Confirmation {
         this.application = application;
         this.dialog = dialog;
         this.end = end;
+        press = new Press(dialog.window());
         asksUntil = end;
     }
 
@@ -40,6 +42,7 @@ final class Confirmation {
                 }
                 look(now.get());
                 if (System.nanoTime() - asksUntil >= 0) {
+                    requirePressed();
                     return false;
                 }
                 pace.await();
@@ -48,7 +51,7 @@ final class Confirmation {
     }
 
     private void look(FileDialogView now) {
-        if (windows == null && rests(now)) {
+        if (windows == null && rests(now) && press.reaches(application, place)) {
             windows = windowIds();
             application.click(place);
         } else if (windows != null && asksUntil == end && !windows.containsAll(windowIds())) {
@@ -56,11 +59,20 @@ final class Confirmation {
         }
     }
 
+    private void requirePressed() {
+        if (press.hindrance().isPresent()) {
+            throw new WidgetException.Covered(Complaint.of(unclicked(), press.hindrance().get(), "close or move that first"));
+        }
+    }
+
+    private String unclicked() {
+        return "no click on OK of the file dialog " + WidgetView.quoted(dialog.caption()) + " of " + application.whom();
+    }
+
     /** A window manager may still be placing the dialog. */
     private boolean rests(FileDialogView now) {
         if (now.ok() == null) {
-            throw new NoSuchElementException(Complaint.of("no click on OK of the file dialog "
-                + WidgetView.quoted(dialog.caption()) + " of " + application.whom(), "that button is not to be seen",
+            throw new NoSuchElementException(Complaint.of(unclicked(), "that button is not to be seen",
                 "scroll or enlarge the dialog, or use another button of it"));
         }
         boolean hasMoved = !now.ok().equals(place);

@@ -12,6 +12,19 @@ final class Covering {
 
     private Covering() {}
 
+    /**
+     * @param window X window of a menu bar or dialog, or the one that it is drawn into
+     * @return what takes a press at a point instead of it; empty when nothing does, or no tree has it
+     */
+    static Optional<String> instead(Application application, long window, Point point) {
+        WidgetView tree = application.tree();
+        List<Long> owners = tree.all().filter(view -> view.window() == window).map(WidgetView::id).toList();
+        List<Long> there = application.widgetsAt(point);
+        return owners.isEmpty() || owners.stream().anyMatch(there::contains) ? Optional.empty()
+            : Optional.of("it cannot be pressed" + Pointer.at(point) + ", where " + describe(point, there, tree)
+                + " takes the press");
+    }
+
     /** @param there ids of the application's widgets at the point, from the innermost */
     static String describe(Point point, List<Long> there, WidgetView tree) {
         if (there.contains(NOBODYS)) {
@@ -19,7 +32,12 @@ final class Covering {
         }
         Optional<WidgetView> known = there.stream()
             .flatMap(id -> tree.all().filter(view -> view.id() == id)).findFirst();
-        return known.map(WidgetView::line).orElseGet(() -> foreign(point));
+        return known.map(view -> view.line() + windowOf(view, tree)).orElseGet(() -> foreign(point));
+    }
+
+    private static String windowOf(WidgetView view, WidgetView tree) {
+        return tree.children().stream().filter(top -> top.all().skip(1).anyMatch(each -> each == view)).findFirst()
+            .map(top -> " of the window " + WidgetView.quoted(AppWindow.captionOf(top))).orElse("");
     }
 
     private static String foreign(Point point) {
@@ -32,7 +50,8 @@ final class Covering {
             return "the desktop";
         }
         NativeWindow top = Windows.topOf(window);
-        return String.format("the window \"%s\" (%s, 0x%x)", Windows.caption(top), window.nativeGetWindowClassname(),
+        String kind = window.nativeGetWindowClassname();
+        return String.format("the window \"%s\" (%s0x%x)", Windows.caption(top), kind.isEmpty() ? "" : kind + ", ",
             top.getHandle());
     }
 }

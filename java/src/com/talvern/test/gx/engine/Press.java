@@ -1,0 +1,28 @@
+package com.talvern.test.gx.engine;
+
+import java.awt.Point;
+import java.awt.Rectangle;
+import java.util.Optional;
+
+/** A click on a part of a menu bar or dialog that is yet to come: it waits for what covers that, and knows its name. */
+final class Press {
+    private final long window;
+    private Optional<String> hindrance = Optional.empty();
+
+    /** @param window X window of the menu bar or dialog */
+    Press(long window) {
+        this.window = window;
+    }
+
+    /** @return whether a click in the middle of the box goes there now */
+    boolean reaches(Application application, Rectangle box) {
+        Point middle = new Point((int) box.getCenterX(), (int) box.getCenterY());
+        hindrance = Covering.instead(application, window, middle);
+        return hindrance.isEmpty();
+    }
+
+    /** @return what takes the click, if anything did at the last look */
+    Optional<String> hindrance() {
+        return hindrance;
+    }
+}
