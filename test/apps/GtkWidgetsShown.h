@@ -86,6 +86,37 @@ inline void addButtons(GtkWidget* box)
     button(row, gtk_radio_button_new_with_label_from_widget(GTK_RADIO_BUTTON(red), "Green"));
 }
 
+inline void sayTool(GtkToolButton*, gpointer what)
+{
+    say("clicked", static_cast<const char*>(what));
+}
+
+/// Of the two tool buttons one says nothing, and the other has a menu.
+inline void addTools(GtkWidget* box)
+{
+    GtkWidget* const bar = added(box, gtk_toolbar_new());
+    gtk_toolbar_set_style(GTK_TOOLBAR(bar), GTK_TOOLBAR_ICONS);
+    GtkToolItem* const cut = gtk_tool_button_new(gtk_image_new(), nullptr);
+    GtkToolItem* const print = gtk_menu_tool_button_new(gtk_image_new(), "_Print");
+    gtk_tool_button_set_use_underline(GTK_TOOL_BUTTON(print), TRUE);
+    gtk_menu_tool_button_set_menu(GTK_MENU_TOOL_BUTTON(print), gtk_menu_new());
+    for (GtkToolItem* const tool : {cut, print}) {
+        const char* const says = tool == cut ? "cuts it" : "prints it";
+        gtk_tool_item_set_tooltip_text(tool, says);
+        g_signal_connect(tool, "clicked", G_CALLBACK(sayTool), const_cast<char*>(says));
+        gtk_toolbar_insert(GTK_TOOLBAR(bar), tool, -1);
+    }
+}
+
+/// Far wider than its title, and when it is open the button fills its middle.
+inline void addExpander(GtkWidget* box)
+{
+    GtkWidget* const more = added(box, gtk_expander_new_with_mnemonic("_More"));
+    GtkWidget* const inside = gtk_vbox_new(FALSE, 0);
+    button(inside, gtk_button_new_with_label("Rare"));
+    gtk_container_add(GTK_CONTAINER(more), inside);
+}
+
 inline void addTable(GtkWidget* box)
 {
     GtkListStore* const store = gtk_list_store_new(2, G_TYPE_STRING, G_TYPE_BOOLEAN);
@@ -123,12 +154,16 @@ inline GtkWidget* manyButtons(int count)
 inline void addPages(GtkWidget* box, int count, int rows)
 {
     GtkWidget* const pages = added(box, gtk_notebook_new());
+    gtk_notebook_set_scrollable(GTK_NOTEBOOK(pages), TRUE);
     GtkWidget* const scrolled = gtk_scrolled_window_new(nullptr, nullptr);
     gtk_widget_set_size_request(scrolled, 200, 120);
     gtk_scrolled_window_add_with_viewport(GTK_SCROLLED_WINDOW(scrolled), manyButtons(count));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), scrolled, gtk_label_new("First"));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("behind"), gtk_label_new("Second"));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), rowsPage(rows), gtk_label_new("Rows"));
+    for (int number = 4; number <= 40; ++number)
+        gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("empty"),
+                                 gtk_label_new(("Page " + std::to_string(number)).c_str()));
 }
 
 inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
@@ -148,6 +183,8 @@ inline int runShown(int argc, char** argv)
     gtk_container_add(GTK_CONTAINER(window), box);
     gtk_box_pack_start(GTK_BOX(box), Shown::menuBar(), FALSE, FALSE, 0);
     Shown::addButtons(box);
+    Shown::addTools(box);
+    Shown::addExpander(box);
 #if GTK_MAJOR_VERSION >= 3
     Shown::addPopover(box, window);
 #endif
@@ -160,6 +197,7 @@ inline int runShown(int argc, char** argv)
                      }),
                      nullptr);
     gtk_widget_show_all(window);
+    gtk_status_icon_new_from_icon_name("shown"); // nobody takes it in
     g_io_add_watch(g_io_channel_unix_new(STDIN_FILENO), GIOCondition(G_IO_IN | G_IO_HUP), Shown::onOrder,
                    nullptr);
     gtk_main();

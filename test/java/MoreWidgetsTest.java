@@ -71,6 +71,30 @@ class MoreWidgetsTest extends ShownProgram {
         says("chosen deep");
     }
 
+    /** Tool buttons without a text or with a menu, what an expander hides, a tab that there is no room for. */
+    @ParameterizedTest
+    @ValueSource(strings = {"gtk2-shown", "gtk3-shown"})
+    void whatGtkShowsInPartIsUsed(String program) throws Exception {
+        start(program);
+        assertEquals(1, application.windows().size());
+        for (String[] row : new String[][] {{"cuts it", "cuts it"}, {"Print", "prints it"}, {"prints it", "prints it"}}) {
+            application.button(row[0]).click();
+            says("clicked " + row[1]);
+        }
+        Widget rare = application.button("Rare");
+        for (int time = 0; time < 2; ++time) {
+            assertFalse(rare.exists());
+            application.toggle("More").set(true);
+            rare.click();
+            says("clicked Rare");
+            application.toggle("More").set(false);
+        }
+        for (String tab : List.of("Page 40", "First", "Page 20")) {
+            application.tab(tab).click();
+            application.tab(tab).await("in front", WidgetView::selected);
+        }
+    }
+
     @ParameterizedTest
     @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
     void whatThePointerDoesBesidesClicksIsTaken(String program) throws Exception {

@@ -93,6 +93,7 @@ LATE_GTK(_GtkWidget*, (void*), grabOf, "gtk_window_group_get_current_grab")
 LATE_GTK(int, (_GtkWidget*), pageCount, "gtk_notebook_get_n_pages")
 LATE_GTK(_GtkWidget*, (_GtkWidget*, int), page, "gtk_notebook_get_nth_page")
 LATE_GTK(int, (_GtkWidget*), currentPage, "gtk_notebook_get_current_page")
+LATE_GTK(void, (_GtkWidget*, int), turnToPage, "gtk_notebook_set_current_page")
 LATE_GTK(_GtkWidget*, (_GtkWidget*, _GtkWidget*), tabLabel, "gtk_notebook_get_tab_label")
 
 LATE_GTK(void*, (_GtkWidget*), textBuffer, "gtk_text_view_get_buffer")

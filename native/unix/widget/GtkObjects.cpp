@@ -1,6 +1,8 @@
 #include "unix/widget/GtkObjects.h"
 
 #include "unix/window/Toolkit.h"
+#include "unix/window/WindowLevel.h"
+#include "unix/window/XErrors.h"
 
 #include <algorithm>
 
@@ -116,11 +118,21 @@ unsigned long xWindowOf(_GtkWidget* widget)
                : 0;
 }
 
+namespace {
+/// Whoever takes in a plug, as the bar does that takes in icons, maps it: without one GTK alone thinks that it shows.
+bool isTakenIn(_GtkWidget* plug)
+{
+    Display* const display = walkDisplay();
+    return display && CStateAnswer(display, xWindowOf(plug)).take().viewable;
+}
+} // namespace
+
 bool isOnScreen(_GtkWidget* toplevel)
 {
     constexpr int withdrawnOrIconified = 1 | 2;
     _GdkDrawable* const window = _gtk_widget_get_window(toplevel);
-    return window && gtk::isMapped(toplevel) && (gdk::state(window) & withdrawnOrIconified) == 0;
+    return window && gtk::isMapped(toplevel) && (gdk::state(window) & withdrawnOrIconified) == 0 &&
+           (!isA(toplevel, "GtkPlug") || isTakenIn(toplevel));
 }
 
 /// The position of a top-level window in its parent is the window manager's affair.

@@ -64,7 +64,6 @@ void readToggleToolButton(_GtkWidget* widget, CWidgetNode& node)
 
 void readExpander(_GtkWidget* widget, CWidgetNode& node)
 {
-    node.text = textOf(widget, "label");
     node.checked = truthOf(widget, "expanded");
 }
 
@@ -188,6 +187,34 @@ void readCombo(CWidgetNode& node)
     node.children.clear();
 }
 
+/// What shows when the pointer rests on a tool item stands with what fills it.
+std::string tipOfItem(const CWidgetNode& item)
+{
+    return item.tip.empty() && !item.children.empty() ? item.children.front().tip : item.tip;
+}
+
+CWidgetNode* firstOf(std::string_view role, CWidgetNode& node)
+{
+    CWidgetNode* found = role == node.role ? &node : nullptr;
+    for (auto child = node.children.begin(); !found && child != node.children.end(); ++child)
+        found = firstOf(role, *child);
+    return found;
+}
+
+/// A tool button with a menu is two buttons in a box: the first is the one that is called as the whole is.
+void readMenuToolButton(_GtkWidget* widget, CWidgetNode& node)
+{
+    CWidgetNode* const button = firstOf("PUSH_BUTTON", node);
+    if (!button)
+        return;
+    button->role = "TOOL_ITEM";
+    readToolButton(widget, *button);
+    if (button->label == button->text)
+        button->label.clear();
+    if (button->tip.empty())
+        button->tip = tipOfItem(node);
+}
+
 constexpr CGtkKind kinds[] = {
     {"GtkWidget", "OTHER"},
     {"GtkContainer", "CONTAINER"},
@@ -195,7 +222,7 @@ constexpr CGtkKind kinds[] = {
     {"GtkDialog", "DIALOG", readTitle},
     {"GtkAssistant", "DIALOG", readTitle},
     {"GtkFrame", "CONTAINER", readCaption},
-    {"GtkExpander", "TOGGLE", readExpander, true},
+    {"GtkExpander", "TOGGLE", readExpander},
     {"GtkMenuBar", "MENU_BAR"},
     {"GtkMenu", "MENU"},
     {"GtkPopover", "CONTAINER"},
@@ -214,6 +241,7 @@ constexpr CGtkKind kinds[] = {
     {"GtkToolButton", "TOOL_ITEM", readToolButton, true, true},
     {"GtkToggleToolButton", "TOOL_ITEM", readToggleToolButton, true, true},
     {"GtkMenuToolButton", "CONTAINER"},
+    {"GtkSeparatorToolItem", "OTHER"},
     {"GtkOptionMenu", "OPTION_MENU", nullptr, true},
     {"GtkEntry", "TEXT_FIELD", readEntry},
     {"GtkSpinButton", "SPIN_BUTTON", readSpinButton},
@@ -280,6 +308,7 @@ private:
     void readFacts(_GtkWidget* widget, const CGtkKind& kind, CWidgetNode& node);
     void readChildren(_GtkWidget* widget, CWidgetNode& node, int depth);
     void readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth);
+    void readExpander(_GtkWidget* expander, _GtkWidget* title, CWidgetNode& node, int depth);
     CWidgetNode* add(_GtkWidget* child, CWidgetNode& node, int depth);
 
     CGdkPlaces m_places;
@@ -353,8 +382,12 @@ CWidgetNode CGtkReader::read(_GtkWidget* widget, bool aroundShows, int depth)
             node.text = hiddenText(node);
         dropDecoration(node);
     }
-    if (kind.isLeaf)
+    if (isA(widget, "GtkMenuToolButton"))
+        readMenuToolButton(widget, node);
+    if (kind.isLeaf) {
+        node.tip = tipOfItem(node);
         node.children.clear();
+    }
     if (node.label == node.text)
         node.label.clear(); // the mnemonic of what a button says leads to the button
     return node;
@@ -375,9 +408,41 @@ void CGtkReader::readChildren(_GtkWidget* widget, CWidgetNode& node, int depth)
         readNotebook(widget, node, depth);
         return;
     }
+    if (void* const title = isA(widget, "GtkExpander") ? objectOf(widget, "label-widget") : nullptr) {
+        readExpander(widget, static_cast<_GtkWidget*>(title), node, depth);
+        return;
+    }
     for (_GtkWidget* const child : childrenOf(widget))
         if (gtk::parent(child) && (node.childrenCut || !add(child, node, depth))) // not destroyed meanwhile
             return;
+}
+
+/// A press opens and closes it on its title alone; what it hides may be mapped until it has been open once.
+void CGtkReader::readExpander(_GtkWidget* expander, _GtkWidget* title, CWidgetNode& node, int depth)
+{
+    const bool shows = node.showing;
+    const std::optional<bool> isOpen = std::exchange(node.checked, std::nullopt);
+    node.role = "CONTAINER";
+    if (CWidgetNode* const toggle = add(title, node, depth)) {
+        toggle->text = firstText(*toggle);
+        toggle->role = "TOGGLE";
+        toggle->checked = isOpen;
+        toggle->focused = std::exchange(node.focused, false);
+        dropDecoration(*toggle);
+    }
+    node.showing = shows && isOpen.value_or(true);
+    for (_GtkWidget* const child : childrenOf(expander))
+        if (child != title && gtk::parent(child) && !node.childrenCut)
+            add(child, node, depth);
+    node.showing = shows;
+}
+
+/// Whether there is no room for a tab until its page comes to the front.
+bool isScrolledAway(_GtkWidget* notebook, _GtkWidget* page, _GtkWidget* label)
+{
+    return !gtk::isMapped(label) && truthOf(notebook, "show-tabs").value_or(false) &&
+           truthOf(notebook, "scrollable").value_or(false) && truthOf(page, "visible").value_or(false) &&
+           truthOf(label, "visible").value_or(false);
 }
 
 /// What stands on a tab is any widget; the tab itself is none.
@@ -392,6 +457,10 @@ void CGtkReader::readNotebook(_GtkWidget* notebook, CWidgetNode& node, int depth
             tab->role = "TAB";
             tab->selected = index == current;
             dropDecoration(*tab);
+            if (node.showing && isScrolledAway(notebook, page, label)) {
+                tab->showing = true;
+                tab->box = {};
+            }
         }
         add(page, node, depth);
     }
@@ -498,6 +567,18 @@ bool scrollAround(_GtkWidget* widget, const _GtkAllocation& part)
     return scrolls;
 }
 
+/// GTK scrolls to a tab by bringing its page to the front. @return whether it is a tab
+bool turnTo(_GtkWidget* label)
+{
+    _GtkWidget* const notebook = gtk::parent(label);
+    for (int index = isA(notebook, "GtkNotebook") ? gtk::pageCount(notebook) - 1 : -1; index >= 0; --index)
+        if (gtk::tabLabel(notebook, gtk::page(notebook, index)) == label) {
+            gtk::turnToPage(notebook, index);
+            return true;
+        }
+    return false;
+}
+
 _GtkWidget* widgetOf(unsigned long id)
 {
     return findIn(taken<_GtkWidget>(gtk::toplevels()), id);
@@ -561,6 +642,8 @@ bool CGtkWidgets::reveal(unsigned long id) const
         return false;
     _GtkAllocation whole{};
     _gtk_widget_get_allocation(widget, &whole);
+    if (!gtk::isMapped(widget) && turnTo(widget))
+        return true;
     return scrollAround(widget, {0, 0, whole.width, whole.height});
 }
 
