@@ -80,6 +80,16 @@ inline gboolean refillAgain(gpointer)
 }
 
 inline GtkWidget* s_status;
+inline GtkListStore* s_list;
+
+/// Moves the first row to the end.
+inline gboolean shift(gpointer)
+{
+    GtkTreeIter first;
+    if (gtk_tree_model_get_iter_first(GTK_TREE_MODEL(s_list), &first))
+        gtk_list_store_move_before(s_list, &first, nullptr);
+    return TRUE;
+}
 
 inline gboolean sayLater(gpointer text)
 {
@@ -94,6 +104,8 @@ inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
         s_gnaws = s_gnaws || order == "churn";
         if (order == "churn")
             g_timeout_add(1, refillAgain, nullptr);
+        else if (order == "shift")
+            g_timeout_add(1, shift, nullptr);
         else
             g_timeout_add(static_cast<guint>(std::atoi(order.c_str())), sayLater, g_strdup(order.c_str()));
     });
@@ -112,7 +124,8 @@ inline int runHostile(int argc, char** argv)
     GtkWidget* const window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     GtkWidget* const box = gtk_vbox_new(FALSE, 2);
     gtk_container_add(GTK_CONTAINER(window), box);
-    Hostile::addRows(box, GTK_TREE_MODEL(gtk_list_store_new(1, G_TYPE_STRING)), "list", rows,
+    Hostile::s_list = gtk_list_store_new(1, G_TYPE_STRING);
+    Hostile::addRows(box, GTK_TREE_MODEL(Hostile::s_list), "list", rows,
                      [](GtkTreeModel* store, const char* name) {
                          gtk_list_store_insert_with_values(GTK_LIST_STORE(store), nullptr, 0, 0, name, -1);
                      });

@@ -145,6 +145,16 @@ class HostileTest {
         }
     }
 
+    @ParameterizedTest
+    @ValueSource(strings = {"gtk2-hostile", "gtk3-hostile"})
+    void rowsThatMoveAreFound(String program) throws Exception {
+        start(program, 100, 10);
+        input.println("shift");
+        for (int round = 0; round < 200; ++round) {
+            assertEquals(List.of("row 50"), named("list").cell("row 50", 0).views().stream().map(WidgetView::text).toList());
+        }
+    }
+
     /**
      * Each look leads to a change, and each change to a look; without being told it would be one a second in the end. While
      * nothing changes that is all there is: no look leads to another.

@@ -23,6 +23,7 @@ import java.nio.file.StandardCopyOption;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Optional;
 import java.util.Set;
 import java.util.concurrent.Callable;
 import java.util.concurrent.CancellationException;
@@ -245,19 +246,35 @@ public final class RequestServer implements ApplicationService {
         int count;
         do {
             int from = first;
-            List<List<String>> texts = textsOf(onGuiThread(gui, () -> WidgetTree.texts(id, from, ROWS_AT_ONCE), end));
-            int[] near = IntStream.range(0, texts.size()).filter(row -> isNear.test(texts.get(row))).toArray();
-            if (near.length > 0) {
-                int least = near[0];
-                int reach = near[near.length - 1] - least + 1;
-                byte[] rows = onGuiThread(gui, () -> WidgetTree.rows(id, from + least, reach), end);
-                Values.of(ByteBuffer.wrap(rows)).nextAll(RowValues::read).stream()
-                    .filter(row -> isNear.test(row.texts())).limit(MOST_FOUND).forEach(found::add);
-            }
-            count = texts.size();
+            Optional<List<RowValues>> rows;
+            do {
+                List<List<String>> texts = textsOf(onGuiThread(gui, () -> WidgetTree.texts(id, from, ROWS_AT_ONCE), end));
+                int[] near = IntStream.range(0, texts.size()).filter(row -> isNear.test(texts.get(row))).toArray();
+                rows = near.length == 0 ? Optional.of(List.of()) : readIfThere(gui, id, from, near, isNear, end);
+                count = texts.size();
+            } while (rows.isEmpty());
+            found.addAll(rows.get());
             first += count;
         } while (count == ROWS_AT_ONCE && first < MOST_ROWS && found.size() < MOST_FOUND);
         answer.addAll(query.pick(found, RowValues::texts), RowValues::write);
+    }
+
+    /**
+     * Texts are compared between two turns of the GUI thread, as a pattern may take its time.
+     *
+     * @param near which of the rows behind so many had a text that matches
+     * @return empty when rows have moved since
+     */
+    private static Optional<List<RowValues>> readIfThere(GuiThread gui, long id, int from, int[] near,
+            Predicate<List<String>> isNear, long end) throws Exception {
+        int least = near[0];
+        int reach = near[near.length - 1] - least + 1;
+        byte[] block = onGuiThread(gui, () -> WidgetTree.rows(id, from + least, reach), end);
+        List<RowValues> rows = Values.of(ByteBuffer.wrap(block)).nextAll(RowValues::read);
+        boolean areThere = Arrays.stream(near).map(row -> row - least)
+            .allMatch(row -> row < rows.size() && isNear.test(rows.get(row).texts()));
+        return areThere ? Optional.of(Arrays.stream(near).limit(MOST_FOUND).mapToObj(row -> rows.get(row - least)).toList())
+            : Optional.empty();
     }
 
     private static List<List<String>> textsOf(byte[] block) {
