@@ -18,7 +18,9 @@ import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import javax.imageio.ImageIO;
 import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.MethodOrderer;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.TestMethodOrder;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.platform.launcher.LauncherDiscoveryRequest;
 import org.junit.platform.launcher.core.LauncherDiscoveryRequestBuilder;
@@ -33,6 +35,7 @@ class FailurePageTest {
 
     /** Run by the test below. */
     @GxTest
+    @TestMethodOrder(MethodOrderer.MethodName.class)
     static class Failing {
         static final List<Application> STARTED = new ArrayList<>();
 
@@ -50,7 +53,9 @@ class FailurePageTest {
         }
 
         @Test
-        void passes() {}
+        void passes() {
+            assertEquals(1, STARTED.get(0).windows().size());
+        }
 
         @Test
         void startsNothing(@Program("no such program") Application none) {}
@@ -83,6 +88,8 @@ class FailurePageTest {
                 "Got INPUTCHARS event with (left out)", "Click: clicking at location")) {
             assertTrue(page.contains(part), part + " is not in " + page.replaceAll("base64,[^\"]*", ""));
         }
+        assertEquals(2, Pattern.compile("<p>runs as process").matcher(page).results().count());
+        assertFalse(page.contains("Failing.passes("), "what another test has asked for");
         for (String secret : List.of(TYPED, "secret-word", "secret-pin")) {
             assertFalse(page.contains(secret), secret);
         }

@@ -2,6 +2,7 @@ package com.talvern.test.gx.junit;
 
 import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.Complaint;
+import com.talvern.test.gx.engine.Steps;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -38,7 +39,7 @@ public final class GxExtension implements ParameterResolver, AfterTestExecutionC
         try {
             Launch launch = new Launch(program);
             ExtensionContext.Store store = context.getStore(NAMESPACE);
-            launches(store).add(launch);
+            launches(context).add(launch);
             store.put(launch, launch); // which closes it when what it is for has ended
             return launch.start(program);
         } catch (IOException noFile) {
@@ -47,9 +48,11 @@ public final class GxExtension implements ParameterResolver, AfterTestExecutionC
         }
     }
 
+    /** What this very context has started: a store answers with what that of its parent has under the same key. */
     @SuppressWarnings("unchecked")
-    private static List<Launch> launches(ExtensionContext.Store store) {
-        return (List<Launch>) store.getOrComputeIfAbsent("launches", key -> new CopyOnWriteArrayList<Launch>());
+    private static List<Launch> launches(ExtensionContext context) {
+        return (List<Launch>) context.getStore(NAMESPACE).getOrComputeIfAbsent(context.getUniqueId(),
+            key -> new CopyOnWriteArrayList<Launch>());
     }
 
     @Override
@@ -61,6 +64,7 @@ public final class GxExtension implements ParameterResolver, AfterTestExecutionC
     @Override
     public void afterEach(ExtensionContext context) {
         report(context, context.getExecutionException());
+        Steps.forget();
     }
 
     @Override
@@ -83,7 +87,7 @@ public final class GxExtension implements ParameterResolver, AfterTestExecutionC
         store.put(PAGES, true);
         List<Launch> launches = new ArrayList<>();
         for (Optional<ExtensionContext> each = Optional.of(context); each.isPresent(); each = each.get().getParent()) {
-            launches.addAll(launches(each.get().getStore(NAMESPACE)));
+            launches.addAll(launches(each.get()));
         }
         Path directory = Path.of(context.getConfigurationParameter(PAGES).orElse(DEFAULT_PAGES));
         try {

@@ -41,6 +41,13 @@ public final class Steps {
         }
     }
 
+    /** Forgets all, as what comes is another test. */
+    public static void forget() {
+        synchronized (STEPS) {
+            STEPS.clear();
+        }
+    }
+
     /**
      * Notes the engine's method that somebody outside of it has called; of several notes in one call the first counts.
      *
