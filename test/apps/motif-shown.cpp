@@ -266,6 +266,16 @@ void addPage(Widget parent, int count)
     for (int number = 0; number < count; ++number)
         button(XmCreatePushButtonGadget, column, ("number " + std::to_string(number)).c_str());
 }
+
+/// As programs do that draw in between: Xt never finds out that there is nothing left to do.
+void runLoopOfItsOwn(XtAppContext application)
+{
+    for (;;) {
+        while (XtAppPending(application))
+            XtAppProcessEvent(application, XtIMAll);
+        usleep(5000);
+    }
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -288,5 +298,7 @@ int main(int argc, char** argv)
         [](XtPointer, int*, XtInputId*) { obey(hold); }, nullptr);
     XSync(XtDisplay(s_shell), False);
     say("ready", std::to_string(XtWindow(s_shell)).c_str());
+    if (argc > 3)
+        runLoopOfItsOwn(application);
     XtAppMainLoop(application);
 }

@@ -122,6 +122,14 @@ class MoreWidgetsTest extends ShownProgram {
         assertTrue(message.contains("it is out of sight"), message);
     }
 
+    @Test
+    void aProgramWithAMainLoopOfItsOwnComesToRest() throws Exception {
+        start("motif-shown", "30", "300", "a loop of its own");
+        application.choose("View", "Ruler");
+        says("chosen Ruler");
+        application.awaitIdle(Duration.ofMillis(10), Duration.ofSeconds(20));
+    }
+
     /** Motif's own dialogs and menus are not all that keeps presses from the rest. */
     @Test
     void whatHasAGrabIsNamed() throws Exception {

@@ -262,19 +262,58 @@ std::vector<GxMenu::ItemView> CMotifMenus::itemViews(Window menu) const
     return views;
 }
 
+/// A call that the main loop makes once it has nothing left to do. Its work procedure is never called by a loop of
+/// the program's own that turns to Xt for what is pending alone: a timer looks whether anything is.
+class CIdleCall {
+public:
+    CIdleCall(XtAppContext context, void (*seenTo)(long), long mark)
+        : m_context(context), m_seenTo(seenTo), m_mark(mark), m_work(XtAppAddWorkProc(context, onWork, this))
+    {
+        setTimer();
+    }
+    CIdleCall(const CIdleCall&) = delete;
+
+private:
+    static Boolean onWork(XtPointer data)
+    {
+        const std::unique_ptr<CIdleCall> call(static_cast<CIdleCall*>(data));
+        if (call->m_timer)
+            XtRemoveTimeOut(call->m_timer);
+        call->m_seenTo(call->m_mark);
+        return True; // once
+    }
+    static void onTimer(XtPointer data, XtIntervalId*)
+    {
+        auto* const call = static_cast<CIdleCall*>(data);
+        call->m_timer = 0;
+        call->m_quiet = XtAppPending(call->m_context) == 0 ? call->m_quiet + 1 : 0;
+        if (call->m_quiet < 2) { // a loop of Xt's would have come to the work procedure in between
+            call->setTimer();
+            return;
+        }
+        XtRemoveWorkProc(call->m_work);
+        onWork(call);
+    }
+    void setTimer()
+    {
+        constexpr unsigned long lookMs = 20;
+        if (--m_looksLeft > 0)
+            m_timer = XtAppAddTimeOut(m_context, lookMs, onTimer, this);
+    }
+
+    XtAppContext m_context;
+    void (*m_seenTo)(long);
+    long m_mark;
+    XtWorkProcId m_work;
+    XtIntervalId m_timer = 0;
+    int m_quiet = 0;
+    int m_looksLeft = 100; ///< nobody waits longer
+};
+
 void CMotifMenus::whenIdle(void (*seenTo)(long), long mark) const
 {
-    struct CCall {
-        void (*seenTo)(long);
-        long mark;
-    };
-    const auto call = [](XtPointer data) -> Boolean {
-        const std::unique_ptr<CCall> owner(static_cast<CCall*>(data));
-        owner->seenTo(owner->mark);
-        return True; // once
-    };
-    if (gx_app_display)
-        XtAppAddWorkProc(XtDisplayToApplicationContext(gx_app_display), call, new CCall{seenTo, mark});
+    if (gx_app_display) // it ends itself
+        new CIdleCall(XtDisplayToApplicationContext(gx_app_display), seenTo, mark);
 }
 
 /// Motif keeps the time at which it posted a menu to itself. The time of the last event that Xt has handed

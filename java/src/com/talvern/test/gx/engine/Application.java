@@ -705,17 +705,32 @@ public final class Application implements AutoCloseable, WidgetScope {
     public void awaitIdle(Duration quiet, Duration limit) {
         long end = System.nanoTime() + nanosOf(limit);
         String what = name + " idle for " + quiet.toMillis() + " ms";
+        boolean[] hasAnswered = new boolean[1];
         Wait.patiently(limit, left -> {
             Application asked = within(left);
-            if (!asked.awaitIdle()) {
+            if (!asked.isIdle(hasAnswered)) {
                 return Wait.late(what, limit, () -> "its GUI thread always had something to do");
             }
             try (ScreenWatch watch = ScreenWatch.of(Stream.concat(Stream.of(handle), handle.descendants()))) {
-                boolean rests = !watch.await(Math.min(nanosOf(quiet), end - System.nanoTime())) && asked.awaitIdle();
+                boolean rests = !watch.await(Math.min(nanosOf(quiet), end - System.nanoTime())) && asked.isIdle(hasAnswered);
                 return rests && System.nanoTime() - end < 0 ? Outcome.of(true)
                     : Wait.late(what, limit, () -> "something was drawn in its windows");
             }
         });
+    }
+
+    /** @param hasAnswered before: a last look may have no time left */
+    private boolean isIdle(boolean[] hasAnswered) {
+        try {
+            boolean isIdle = awaitIdle();
+            hasAnswered[0] = true;
+            return isIdle;
+        } catch (ApplicationException.NotInTime late) {
+            if (!hasAnswered[0]) {
+                throw late;
+            }
+            return false;
+        }
     }
 
     /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
