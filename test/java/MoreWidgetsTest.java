@@ -3,14 +3,20 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.talvern.test.gx.CoordinateOffScreenException;
 import com.talvern.test.gx.engine.AppWindow;
 import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Role;
+import com.talvern.test.gx.engine.Screen;
+import com.talvern.test.gx.engine.UserInput;
 import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetException;
 import com.talvern.test.gx.engine.WidgetView;
+import java.awt.Point;
+import java.awt.Rectangle;
 import java.io.PrintStream;
 import java.time.Duration;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
@@ -128,6 +134,39 @@ class MoreWidgetsTest extends ShownProgram {
         application.choose("View", "Ruler");
         says("chosen Ruler");
         application.awaitIdle(Duration.ofMillis(10), Duration.ofSeconds(20));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void programsAreUsedOnAScreenThatChanges(String program) throws Exception {
+        start(program);
+        String small = "small-" + program;
+        setScreen("--newmode", small, "40", "800", "800", "800", "800", "600", "600", "600", "600");
+        setScreen("--addmode", "screen", small);
+        try (UserInput user = new UserInput()) {
+            isUsedOnAScreen(new Rectangle(800, 600), small, user);
+            isUsedOnAScreen(new Rectangle(1280, 1024), "1280x1024", user);
+        } finally {
+            setScreen("--output", "screen", "--mode", "1280x1024");
+        }
+    }
+
+    private void isUsedOnAScreen(Rectangle screen, String mode, UserInput user) throws Exception {
+        setScreen("--output", "screen", "--mode", mode);
+        assertEquals(screen, Screen.capture().bounds());
+        assertThrows(CoordinateOffScreenException.class, () -> user.click(new Point(screen.width + 9, 0)));
+        user.click(new Point(screen.width - 1, 0));
+        application.choose("File", "Ask...");
+        AppWindow question = application.awaitDialog();
+        question.button(question.buttons().contains("Yes") ? "Yes" : "OK").click();
+        says("answer Yes");
+        question.awaitGone();
+    }
+
+    private static void setScreen(String... arguments) throws Exception {
+        List<String> command = new ArrayList<>(List.of("xrandr"));
+        command.addAll(List.of(arguments));
+        assertEquals(0, new ProcessBuilder(command).inheritIO().start().waitFor());
     }
 
     /** Motif's own dialogs and menus are not all that keeps presses from the rest. */
