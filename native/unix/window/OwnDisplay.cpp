@@ -105,7 +105,7 @@ void traceLoss(Display* display)
 /// may be waiting for it. The old buffer stays: a request that is being written points into it.
 void surviveLoss(Display* display, void*)
 {
-    constexpr size_t room = 256 * 1024;
+    constexpr size_t room = 256UL * 1024;
     XUnlockDisplay(display);
     LockDisplay(display);
     if (auto* const buffer = static_cast<char*>(std::malloc(room))) {
