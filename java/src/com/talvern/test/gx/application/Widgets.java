@@ -1,5 +1,6 @@
 package com.talvern.test.gx.application;
 
+import com.talvern.test.gx.protocol.Captions;
 import com.talvern.test.gx.protocol.FileDialogValues;
 import com.talvern.test.gx.protocol.ListValues;
 import com.talvern.test.gx.protocol.MenuValues;
@@ -133,6 +134,6 @@ final class Widgets {
 
     /** A program may set its title past its toolkit. */
     private static FileDialogValues withCaption(FileDialogValues dialog) {
-        return dialog.withCaption(new NativeWindow(dialog.window()).caption());
+        return dialog.withCaption(Captions.of(new NativeWindow(dialog.window())));
     }
 }

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.Captions;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Rectangle;
@@ -81,7 +82,7 @@ public final class AppWindow implements WidgetScope {
     /** A program may set its title past its toolkit. */
     static String captionOf(WidgetView view) {
         return view.text().isEmpty() && view.window() != 0
-            ? new NativeWindow(view.window()).nativeGetOwnName() : view.text();
+            ? Captions.nameOf(view.window()) : view.text();
     }
 
     private Optional<WidgetView> now() {

@@ -1,5 +1,6 @@
 package com.talvern.test.gx.engine;
 
+import com.talvern.test.gx.protocol.Captions;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.util.List;
@@ -29,7 +30,7 @@ public final class Windows {
      * @return empty when there is none; less the characters that the locale's code set lacks
      */
     public static String caption(NativeWindow window) {
-        return window.caption();
+        return Captions.of(window);
     }
 
     /**

@@ -134,25 +134,11 @@ public class NativeWindow {
     /**
      * The caption. A child of the root, such as a window manager's frame, has its own name first. Where it has none, and for
      * every other window, it is the name of the topmost window inside, else the window's own. {@link
-     * #caption} asks each window for its own name first, as a user sees it.
+     * com.talvern.test.gx.engine.Windows#caption} asks each window for its own name first, as a user sees it.
      *
      * @return at most 126 bytes of it in the locale's code set, whole characters; empty when there is none
      */
     public native String nativeGetWindowCaption();
-
-    /**
-     * The text in the title bar of this window, a program's or the frame around one: its own name, for the frame of a window
-     * manager that of the program's window in it, and where it has none {@link #nativeGetWindowCaption}.
-     *
-     * @return empty when there is none; less the characters that the locale's code set lacks
-     */
-    public final String caption() {
-        String own = nativeGetOwnName();
-        return own.isEmpty() ? nativeGetWindowCaption() : own;
-    }
-
-    /** @return the window's own name; empty when it has none; less the characters that the locale's code set lacks */
-    public native String nativeGetOwnName();
 
     /**
      * The class of WM_CLASS, a blank, and the instance, such as "XTerm xterm".
