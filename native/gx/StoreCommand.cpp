@@ -99,6 +99,7 @@ std::string kindOf(const CSpyVariant& value)
                                      "unsigned long",
                                      "decimal",
                                      "mapped object reference"};
+    static_assert(std::size(kinds) == CSpyVariant::SpyMappedDescribedObjectReference + 1);
     const auto type = static_cast<size_t>(value.type());
     return type < std::size(kinds) ? kinds[type] : "kind " + std::to_string(type);
 }

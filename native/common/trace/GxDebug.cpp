@@ -179,7 +179,8 @@ bool isOn(const CPreference& preference) noexcept
 
 unsigned numberOf(const CPreference& preference) noexcept
 {
-    return GxDebug::GetIntegerValue(preference.key, parseUnsigned(preference.firstValue));
+    return GxDebug::GetIntegerValue(preference.key,
+                                    parseUnsigned(preference.firstValue ? preference.firstValue : ""));
 }
 
 unsigned sizeLimit(const CPreference& preference) noexcept

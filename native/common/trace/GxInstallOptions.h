@@ -79,7 +79,7 @@ public:
     static const char* const DEBUG_NATIVE_TO_FILE;
     static const char* const BACK2MLDEBUG;
 
-    // Keys that only the Java side reads.
+    // Keys that installations may have, and nothing here reads.
     static const char* const EXCLUDE_PROCESS_LIST;
     static const char* const ENABLE_FAST_PROCESSING;
     static const char* const USE_CTRL_WITH_ALTGR;

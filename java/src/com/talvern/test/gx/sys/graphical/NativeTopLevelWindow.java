@@ -49,7 +49,7 @@ public class NativeTopLevelWindow extends NativeWindow {
      */
     public native NativeTopLevelWindow[] getOwnedWindows();
 
-    /** @return false: window managers do not tell */
+    /** @return always false, right after {@link #maximize} as well */
     public native boolean isMaximized();
 
     /** Moves the window to (0, 0) and gives it the size of the screen. */
