@@ -338,7 +338,8 @@ CWidgetNode CGtkReader::readWindow(_GtkWidget* window)
 {
     m_popovers.clear();
     CWidgetNode node = read(window, true, 0);
-    for (size_t each = 0; each < m_popovers.size(); ++each) // one may have others
+    // NOLINTNEXTLINE(modernize-loop-convert): one may have others, which come behind
+    for (size_t each = 0; each < m_popovers.size(); ++each)
         add(m_popovers[each], node, 0);
     return node;
 }
@@ -503,11 +504,11 @@ _GdkDrawable* windowAt(_GdkDrawable* window, int x, int y)
 _GtkWidget* widgetAt(_GtkWidget* widget, CGdkPlaces& places, const Point& point)
 {
     const std::vector<_GtkWidget*> children = childrenOf(widget);
-    for (auto child = children.rbegin(); child != children.rend(); ++child)
-        if (!gtk::hasWindow(*child) && gtk::isMapped(*child) &&
-            holds(places.boxOf(*child), point.getx(), point.gety()))
-            return widgetAt(*child, places, point);
-    return widget;
+    const auto found = std::find_if(children.rbegin(), children.rend(), [&](_GtkWidget* child) {
+        return !gtk::hasWindow(child) && gtk::isMapped(child) &&
+               holds(places.boxOf(child), point.getx(), point.gety());
+    });
+    return found == children.rend() ? widget : widgetAt(*found, places, point);
 }
 
 std::vector<unsigned long> withThoseAround(_GtkWidget* widget)
