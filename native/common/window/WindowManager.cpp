@@ -2,7 +2,7 @@
 #include "unix/window/WindowManager.h"
 
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
-#include "com_talvern_test_gx_protocol_Captions.h"
+#include "com_talvern_test_gx_sys_graphical_Captions.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/jni/JniEntry.h"
@@ -214,7 +214,7 @@ GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWin
     });
 }
 
-GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_protocol_Captions_nameOf,
+GX_JNI_ANSWER(jstring, Java_com_talvern_test_gx_sys_graphical_Captions_nameOf,
               CJString(env, CWindow(window).name().c_str()), jclass, jlong window)
 
 GX_JNI(jstring, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetWindowClassname, jobject self)

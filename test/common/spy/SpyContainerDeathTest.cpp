@@ -26,8 +26,9 @@ void beginStore(int overflowHeaps)
     CSpyHeap::deleteBaseHeap();
     const CSpyHeapLock lock;
     CSpyHeap* heap = CSpyHeap::getHeap(0);
-    for (int count = 0; count < overflowHeaps; ++count)
+    for (int count = 0; heap && count < overflowHeaps; ++count)
         heap = heap->overflowHeap();
+    ASSERT_TRUE(heap);
 }
 
 /// Until even the smallest block comes from an overflow heap.

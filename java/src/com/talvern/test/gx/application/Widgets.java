@@ -1,10 +1,10 @@
 package com.talvern.test.gx.application;
 
-import com.talvern.test.gx.protocol.Captions;
 import com.talvern.test.gx.protocol.FileDialogValues;
 import com.talvern.test.gx.protocol.ListValues;
 import com.talvern.test.gx.protocol.MenuValues;
 import com.talvern.test.gx.protocol.Values;
+import com.talvern.test.gx.sys.graphical.Captions;
 import com.talvern.test.gx.sys.graphical.ListBox;
 import com.talvern.test.gx.sys.graphical.Menu;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;

@@ -1,6 +1,6 @@
 package com.talvern.test.gx.engine;
 
-import com.talvern.test.gx.protocol.Captions;
+import com.talvern.test.gx.sys.graphical.Captions;
 import com.talvern.test.gx.sys.graphical.NativeTopLevelWindow;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Rectangle;

@@ -1,7 +1,6 @@
-package com.talvern.test.gx.protocol;
+package com.talvern.test.gx.sys.graphical;
 
 import com.talvern.test.gx.sys.NativeLibrary;
-import com.talvern.test.gx.sys.graphical.NativeWindow;
 
 /** What windows are called, in title bars; the same for both sides. What {@link NativeWindow} says of threads holds here too. */
 public final class Captions {
