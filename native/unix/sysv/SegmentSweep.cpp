@@ -69,6 +69,10 @@ public:
     bool isThere() const { return m_status.isKnown(); }
     bool isUsed() const { return m_status.mayBeOurs() && !isUnattached(); }
     bool isUnattached() const { return m_status.attachments() <= ownAttachments(m_key); }
+    bool isAbandoned(const char* signature) const
+    {
+        return m_status.attachments() == 0 && isSigned(signature);
+    }
     bool isHeap() const { return isSigned(CSpyHeap::HeapObjectName); }
     /// Attached only by processes that use no heap 0 any more and are about to be over.
     bool isLeftJournal() const { return isUnattached() || isSigned(CJournalSegment::Signature); }
@@ -275,6 +279,15 @@ void CSegmentSweep::removeSets(const CSharedMemoryHeader* directory, key_t base,
         if (isAtBase && mayBeList ? isListNamed : isLockOurs || isRememberedSet(set) || !isUsedByOthers(set))
             semctl(set, 0, IPC_RMID);
     }
+}
+
+bool CSegmentSweep::removeAbandoned(key_t key, const char* signature) noexcept
+{
+    const CFound found(key);
+    const bool isInTheWay = !CSharedMemoryHeader::looksOnly() && found.isAbandoned(signature);
+    if (isInTheWay)
+        found.remove();
+    return isInTheWay;
 }
 
 void CSegmentSweep::removeOrphanedSets(const CSharedMemoryHeader& directory, key_t base) noexcept

@@ -26,6 +26,9 @@ public:
     /// For a first heap that was just made: removes the semaphore sets at its keys that belong to a store
     /// whose segments were removed from the system while processes use them, so that those begin anew, too.
     static void removeOrphanedSets(const CSharedMemoryHeader& directory, key_t base) noexcept;
+    /// Makes room for a segment that could not be attached: removes one with this signature that nobody has
+    /// attached, left by processes that were killed and whose heaps had another size. @return whether it did
+    static bool removeAbandoned(key_t key, const char* signature) noexcept;
     /// The key of the journal that goes with the first heap of a display (see CJournalSegment).
     /// @param number  1 or more: of a further segment
     static key_t journalKey(key_t baseHeap, int number = 0)

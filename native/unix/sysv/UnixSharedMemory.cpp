@@ -52,7 +52,10 @@ CUnixSharedMemory::CUnixSharedMemory(const char* name, int blockIndex, int size)
     const key_t key = directory->getKey(display, blockIndex);
     if (CSharedMemoryHeader::attached() != directory)
         return; // the process ends: it may be the key of a copy
-    if (!attach(key, size + signatureLength(name)) || !m_area)
+    const int length = size + signatureLength(name);
+    const bool isAttached =
+        attach(key, length) || (CSegmentSweep::removeAbandoned(key, name) && attach(key, length));
+    if (!isAttached || !m_area)
         return;
     if (!m_existed)
         std::strcpy(static_cast<char*>(m_base), name);

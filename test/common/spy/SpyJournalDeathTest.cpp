@@ -29,12 +29,9 @@
 namespace {
 constexpr UNIQUEID Transaction = 3;
 
-/// A store in which nobody finds segments that processes have left who were killed, of heaps of another size.
 void beginWith(unsigned heapSize)
 {
     CSpyHeap::deleteBaseHeap();
-    const CSharedMemoryGuard guard;
-    CSegmentSweep::removeUnused(*CSharedMemoryHeader::get());
     CSpyHeap::setDefaultHeapSize(heapSize);
 }
 

@@ -173,6 +173,31 @@ TEST(SharedMemoryTest, RefusesAForeignSignatureAndRecyclesAnAbandonedSegment)
     EXPECT_STREQ(Signature, static_cast<char*>(segment.base()));
 }
 
+TEST(SharedMemoryTest, TakesAwayWhatHeapsOfAnotherSizeHaveLeft)
+{
+    const key_t key = CSharedMemoryHeader::get()->getKey(getenv("DISPLAY"), Block);
+    constexpr struct {
+        const char* signature;
+        int bytes, rights;
+        bool isTakenAway;
+    } rows[] = {
+        {Signature, 100, 0666, true},
+        {Signature, 2 * Size, 0666, true},
+        {Signature, 2 * Size, 0600, false},
+        {"somebody else's", 2 * Size, 0666, false},
+    };
+    for (const auto& row : rows) {
+        const int id = shmget(key, row.bytes, IPC_CREAT | row.rights);
+        void* const left = shmat(id, nullptr, 0);
+        std::strcpy(static_cast<char*>(left), row.signature);
+        EXPECT_EQ(nullptr, CUnixSharedMemory(Signature, Block, Size).area()) << "in use";
+        shmdt(left);
+        EXPECT_EQ(row.isTakenAway, CUnixSharedMemory(Signature, Block, Size).area() != nullptr)
+            << row.signature << ", " << row.bytes << " bytes, rights " << std::oct << row.rights;
+        EXPECT_EQ(row.isTakenAway, shmctl(id, IPC_RMID, nullptr) == -1);
+    }
+}
+
 TEST(SharedMemoryTest, HasNoAreaWhenTheSystemRefusesASegment)
 {
     if (const char* const why = CPrivateSession::whyNoPrivateIpc())
