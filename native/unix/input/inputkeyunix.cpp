@@ -111,6 +111,7 @@ public:
         if (m_receiver.aim())
             m_receiver.awaitRead();
         write(keysym, keysym);
+        keepFromRepeating();
         stroke();
         m_receiver.awaitRead();
         write(saved[0], saved[1]);
@@ -127,7 +128,7 @@ private:
         return latin1 ? character : unicodeKeysyms + character;
     }
     KeyCode key() const { return static_cast<KeyCode>(m_lowest); }
-    /// Sends both at once: were this process kept waiting in between, the server would repeat the key.
+    /// Sends both at once: nothing keeps this process from sending the second.
     void stroke()
     {
         if (!isConnected(g_display))
@@ -144,6 +145,14 @@ private:
         m_map.get()[0] = plain;
         XChangeKeyboardMapping(g_display, m_lowest, m_width, m_map.get(), m_highest - m_lowest);
         XSync(g_display, False);
+    }
+    /// However late it goes up; when its keysyms change again, the server lets it repeat again.
+    void keepFromRepeating()
+    {
+        XKeyboardControl control{};
+        control.key = m_lowest;
+        control.auto_repeat_mode = AutoRepeatModeOff;
+        XChangeKeyboardControl(g_display, KBKey | KBAutoRepeatMode, &control);
     }
 
     CBorrowedKeyboards m_borrowed;

@@ -81,11 +81,21 @@ TEST_P(TypingTest, CharactersThatNoKeyHasAllArriveWithAnyDelaysOnAnIdleAndOnABus
     }
 }
 
-/// What the server has: the whole of each keyboard, locks, group.
+/// Later than the server begins to repeat a key: as if it had been kept from running.
+TEST(LayoutTest, ACharacterThatNoKeyHasIsTypedOnceHoweverLateItsKeyGoesUp)
+{
+    const auto program = textProgram("gtk3-text");
+    const CKeyDelays delays(0, 1000);
+    program->type(chinese(2));
+    EXPECT_EQ(utf8(chinese(2)), program->text(2 * utf8(chinese(1)).size()));
+}
+
+/// What the server has: the whole of each keyboard, locks, group, which keys repeat.
 struct CKeyboardState {
     std::string m_keyboards;
     unsigned m_locks;
     unsigned m_group;
+    std::string m_repeating;
 
     bool operator==(const CKeyboardState&) const = default;
 };
@@ -95,7 +105,10 @@ CKeyboardState keyboardState()
     const ScopedDisplay display(XOpenDisplay(nullptr));
     XkbStateRec state;
     XkbGetState(display.get(), XkbUseCoreKbd, &state);
-    return {keyboards(), state.locked_mods, state.locked_group};
+    XKeyboardState control;
+    XGetKeyboardControl(display.get(), &control);
+    return {keyboards(), state.locked_mods, state.locked_group,
+            std::string(control.auto_repeats, sizeof control.auto_repeats)};
 }
 
 void lock(unsigned modifiers, unsigned group)
