@@ -140,7 +140,7 @@ TEST_F(GxTest, AsksProgramsForTheirWidgets)
     for (const char* const program : {"Untitled", "galculator"})
         EXPECT_EQ(
             0,
-            CCommand(std::string("gx tree --json ") + program + " > tree; python3 -m json.tool tree").status);
+            CCommand(std::string("gx tree --json ") + program + " > tree; /usr/bin/python3 -m json.tool tree").status);
 }
 
 TEST_F(GxTest, JsonIsWhatAnyParserReads)
@@ -148,10 +148,10 @@ TEST_F(GxTest, JsonIsWhatAnyParserReads)
     for (const char* const command : {"windows", "at 450 400", "wait --window galculator", "doctor", "store"})
         EXPECT_EQ(
             0,
-            CCommand(std::string("gx ") + command + " --json > answer; python3 -m json.tool answer").status)
+            CCommand(std::string("gx ") + command + " --json > answer; /usr/bin/python3 -m json.tool answer").status)
             << command;
     const std::string all =
-        CCommand("LC_ALL=C gx windows --json | python3 -c 'import json, sys\nfor w in json.load(sys.stdin): "
+        CCommand("LC_ALL=C gx windows --json | /usr/bin/python3 -c 'import json, sys\nfor w in json.load(sys.stdin): "
                  "print(ascii(w[\"caption\"]), w[\"pid\"], w[\"x\"])'")
             .output;
     EXPECT_THAT(all, testing::HasSubstr("'Gr\\xfc\\xdfe \"a\\\\b\" \\t<>' ")) << all;
@@ -171,10 +171,10 @@ TEST_F(GxTest, TypesIntoAnyProgram)
 TEST_F(GxTest, TakesPicturesOfTheSizeOfWhatTheyShow)
 {
     const CCommand sizes(
-        "gx shot all.png && gx shot - --window galculator > one.png && python3 -c 'import struct\n"
+        "gx shot all.png && gx shot - --window galculator > one.png && /usr/bin/python3 -c 'import struct\n"
         "for name in (\"all.png\", \"one.png\"): print(*struct.unpack(\">II\", open(name, \"rb\").read()[16:24]))'");
     const CCommand window(
-        "gx windows --json galculator | python3 -c 'import json, sys\nw = json.load(sys.stdin)[0]\n"
+        "gx windows --json galculator | /usr/bin/python3 -c 'import json, sys\nw = json.load(sys.stdin)[0]\n"
         "print(w[\"width\"], w[\"height\"])'");
     EXPECT_EQ("1280 1024\n" + window.output, sizes.output);
 }
