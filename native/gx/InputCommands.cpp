@@ -10,7 +10,6 @@
 #include "unix/input/processkey.h"
 
 #include <algorithm>
-#include <cstring>
 #include <set>
 
 #include "unix/window/XErrors.h"
@@ -58,11 +57,9 @@ void demandKeys(const std::vector<unsigned long>& keysyms)
 std::u16string unitsOf(const std::string& argument)
 {
     const CEnvironmentLocale locale;
-    std::string bytes;
-    if (convertText(nativeUtf16, locale.codeSet(), argument, bytes) != Conversion::complete)
+    std::u16string units;
+    if (toUnits(locale.codeSet(), argument, units) != Conversion::complete)
         throw CWrongUse(std::string("the text is not in the code set of the locale, ") + locale.codeSet());
-    std::u16string units(bytes.size() / 2, u'\0');
-    std::memcpy(units.data(), bytes.data(), units.size() * 2);
     return units;
 }
 

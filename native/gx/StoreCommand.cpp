@@ -69,7 +69,7 @@ std::u16string unitsOf(const CSpyVariant& text)
 std::string inUtf8(const std::u16string& units)
 {
     std::string text;
-    convertText("UTF-8", nativeUtf16, {reinterpret_cast<const char*>(units.data()), units.size() * 2}, text);
+    fromUnits("UTF-8", units, text);
     return text;
 }
 

@@ -1,6 +1,7 @@
 #include "common/jni/CodeSet.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -90,10 +91,14 @@ const char* CEnvironmentLocale::codeSet() const
 }
 
 namespace {
-bool isAscii(std::string_view text)
+/// UTF-16 in the byte order of this machine, without a mark.
+constexpr const char* nativeUtf16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+
+template <class Text> bool isAscii(const Text& text)
 {
-    return std::none_of(text.begin(), text.end(),
-                        [](char each) { return static_cast<signed char>(each) < 0; });
+    return std::all_of(text.begin(), text.end(), [](auto each) {
+        return static_cast<std::make_unsigned_t<decltype(each)>>(each) < 0x80;
+    });
 }
 
 /// Whether the bytes below 128 are those of ASCII, whatever is around them.
@@ -123,6 +128,33 @@ Conversion convertText(const char* to, const char* from, std::string_view text, 
         return Conversion::notRepresentable;
     converter.step(nullptr, nullptr, out); // stateful code sets end in their initial shift state
     return Conversion::complete;
+}
+
+Conversion toUnits(const char* from, std::string_view text, std::u16string& units)
+{
+    std::string bytes;
+    const Conversion how = convertText(nativeUtf16, from, text, bytes);
+    units.resize(bytes.size() / sizeof(char16_t));
+    std::memcpy(units.data(), bytes.data(), units.size() * sizeof(char16_t));
+    return how;
+}
+
+Conversion fromUnits(const char* to, std::u16string_view units, std::string& out)
+{
+    if (isAscii(units) && hasAscii(to)) {
+        out.assign(units.begin(), units.end());
+        return Conversion::complete;
+    }
+    const auto* const bytes = reinterpret_cast<const char*>(units.data());
+    return convertText(to, nativeUtf16, {bytes, units.size() * sizeof(char16_t)}, out);
+}
+
+std::optional<std::string> inLocale(char32_t character)
+{
+    const wchar_t wide[] = {static_cast<wchar_t>(character), 0};
+    char bytes[16];
+    const size_t length = std::wcstombs(bytes, wide, sizeof bytes);
+    return length < sizeof bytes ? std::optional(std::string(bytes, length)) : std::nullopt;
 }
 
 std::string inLocale(const std::string& utf8)

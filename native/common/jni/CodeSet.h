@@ -12,8 +12,8 @@
 ///     its name ends in UTF-8, C.UTF-8 takes its place: the code set is all that counts here.
 #pragma once
 
-#include <bit>
 #include <clocale>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,9 +33,6 @@ private:
     locale_t m_before;
 };
 
-/// UTF-16 in the byte order of this machine, without a mark, for iconv.
-constexpr const char* nativeUtf16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
-
 enum class Conversion {
     complete,
     noConverter,      ///< the pair of code sets is not known to iconv; nothing was converted
@@ -46,7 +43,12 @@ enum class Conversion {
 /// Converts a whole text. Any thread.
 /// @param out  receives the bytes in code set `to`, without a terminating 0
 Conversion convertText(const char* to, const char* from, std::string_view text, std::string& out);
+/// The same to and from 16-bit units, as Java has them. Half a surrogate pair is not representable.
+Conversion toUnits(const char* from, std::string_view text, std::u16string& units);
+Conversion fromUnits(const char* to, std::u16string_view units, std::string& out);
 
 /// A text in UTF-8 as this process's locale shows it: '?' for each character that its code set lacks. As it
 /// is when the two cannot be converted. Any thread.
 std::string inLocale(const std::string& utf8);
+/// A character in the code set of a CEnvironmentLocale, which lives; nothing when that has no such character.
+std::optional<std::string> inLocale(char32_t character);

@@ -9,50 +9,6 @@
 #include <string_view>
 
 namespace {
-constexpr bool isHigh(unsigned unit)
-{
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-constexpr bool isLow(unsigned unit)
-{
-    return unit >= 0xDC00 && unit < 0xE000;
-}
-
-void appendUtf8(std::string& out, unsigned character)
-{
-    const auto tail = [&](int shift) { out += static_cast<char>(0x80 | (character >> shift & 0x3F)); };
-    if (character >= 0x10000) {
-        out += static_cast<char>(0xF0 | character >> 18);
-        tail(12);
-        tail(6);
-    } else if (character >= 0x800) {
-        out += static_cast<char>(0xE0 | character >> 12);
-        tail(6);
-    } else if (character >= 0x80 || character == 0) {
-        out += static_cast<char>(0xC0 | character >> 6);
-    } else {
-        out += static_cast<char>(character);
-        return;
-    }
-    tail(0);
-}
-
-/// UTF-8 of a Java text. U+0000 and single surrogates come out in the form that JNI gives them, which is no
-/// UTF-8: a converter stops there.
-std::string utf8Of(const unsigned short* units, unsigned length)
-{
-    std::string out;
-    out.reserve(length);
-    for (unsigned i = 0; i < length; ++i) {
-        const unsigned unit = units[i];
-        if (isHigh(unit) && i + 1 < length && isLow(units[i + 1]))
-            appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (units[++i] - 0xDC00));
-        else
-            appendUtf8(out, unit);
-    }
-    return out;
-}
-
 std::unique_ptr<char[]> cText(const std::string& text)
 {
     std::unique_ptr<char[]> copy(new char[text.size() + 1]);
@@ -67,11 +23,9 @@ jstring javaStringOf(JNIEnv* env, const char* text)
     const size_t characters = std::mbstowcs(nullptr, text, 0);
     if (characters == 0 || characters == static_cast<size_t>(-1))
         return nullptr;
-    std::string units;
-    if (convertText(nativeUtf16, locale.codeSet(), text, units) != Conversion::complete)
-        return nullptr;
-    return env->NewString(reinterpret_cast<const jchar*>(units.data()),
-                          static_cast<jsize>(units.size() / sizeof(jchar)));
+    std::u16string units;
+    return toUnits(locale.codeSet(), text, units) == Conversion::complete ? newJavaString(env, units)
+                                                                          : nullptr;
 }
 
 jstring javaStringOrEmpty(JNIEnv* env, const char* text)
@@ -84,6 +38,11 @@ jstring javaStringOrEmpty(JNIEnv* env, const char* text)
     return env->NewStringUTF("");
 }
 } // namespace
+
+jstring newJavaString(JNIEnv* env, std::u16string_view units)
+{
+    return env->NewString(reinterpret_cast<const jchar*>(units.data()), static_cast<jsize>(units.size()));
+}
 
 CTalString::~CTalString()
 {
@@ -187,18 +146,25 @@ CJString::operator const unsigned short*() const
     return m_units.get();
 }
 
+std::u16string_view CJString::units() const
+{
+    const unsigned short* const text = *this;
+    return {reinterpret_cast<const char16_t*>(text), length()};
+}
+
 /// Fills the ANSI text. @return whether the whole text could be converted
 bool CJString::init_ansiString() const
 {
     if (!isValid() || m_ansi)
         return true;
     const CEnvironmentLocale locale;
-    const unsigned short* const units = *this;
+    const std::u16string_view whole = units();
+    const auto beforeZero = whole.substr(0, whole.find(u'\0'));
     std::string converted;
-    const Conversion result = convertText(locale.codeSet(), "UTF-8", utf8Of(units, length()), converted);
+    const Conversion result = fromUnits(locale.codeSet(), beforeZero, converted);
     if (result != Conversion::noConverter)
         m_ansi = cText(converted);
-    return result != Conversion::notRepresentable;
+    return result != Conversion::notRepresentable && beforeZero.size() == whole.size();
 }
 
 const char* CJString::ansiString() const

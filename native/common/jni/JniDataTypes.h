@@ -11,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
 
 /// UTF-16 text of native code. Borrows the text unless told otherwise.
 class CTalString final : public ITalString {
@@ -191,6 +192,9 @@ public:
     jmethodID getConstructor() const override { return nullptr; }
 };
 
+/// A new local reference; null with a Java exception pending when there is no room.
+jstring newJavaString(JNIEnv* env, std::u16string_view units);
+
 /// A Java string and its native forms, made when first asked for and kept until the destructor. A null string
 /// is allowed: its length is 0 and its forms are null.
 ///
@@ -223,6 +227,8 @@ public:
     const unsigned short* ansiStringW() const;
     /// The UTF-16 text with a terminating 0.
     operator const unsigned short*() const override;
+    /// The same; valid while this object lives.
+    std::u16string_view units() const;
     unsigned int len() const { return length(); }
     unsigned int length() const override;
     /// Whether lengths and units are the same.

@@ -52,12 +52,10 @@ jstring newStringUtf8(JNIEnv* env, const char* text)
 {
     const auto beyond = [](char byte) { return static_cast<unsigned char>(byte) >= 0xF0; };
     const std::string_view all(text);
-    std::string units;
-    if (std::none_of(all.begin(), all.end(), beyond) ||
-        convertText(nativeUtf16, "UTF-8", all, units) != Conversion::complete)
+    std::u16string units;
+    if (std::none_of(all.begin(), all.end(), beyond) || toUnits("UTF-8", all, units) != Conversion::complete)
         return env->NewStringUTF(text);
-    return env->NewString(reinterpret_cast<const jchar*>(units.data()),
-                          static_cast<jsize>(units.size() / sizeof(jchar)));
+    return newJavaString(env, units);
 }
 
 unsigned lengthOf(const unsigned short* text)

@@ -26,10 +26,9 @@ GxMenu menuOf(JNIEnv* env, jobject self)
 /// A Java string of UTF-8 text. A character that the end of a buffer cut is left out.
 jstring newText(JNIEnv* env, const char* text)
 {
-    std::string units;
-    convertText(nativeUtf16, "UTF-8", text, units);
-    return CJString(env, reinterpret_cast<const unsigned short*>(units.data()),
-                    static_cast<unsigned>(units.size() / sizeof(unsigned short)));
+    std::u16string units;
+    toUnits("UTF-8", text, units);
+    return newJavaString(env, units);
 }
 } // namespace
 

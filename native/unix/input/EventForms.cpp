@@ -2,6 +2,7 @@
 #include "unix/input/EventManager.h"
 
 #include "common/jni/JniClass.h"
+#include "common/jni/JniDataTypes.h"
 #include "common/jni/LocalRef.h"
 #include "unix/window/JavaGeometry.h"
 
@@ -63,10 +64,7 @@ jobject KeyEvent::strokeForm(JNIEnv* env) const
 
 jstring KeyEvent::javaText(JNIEnv* env) const
 {
-    if (!m_wide)
-        return env->NewStringUTF(m_text.c_str());
-    const auto* units = reinterpret_cast<const jchar*>(m_text16.data());
-    return env->NewString(units, static_cast<jsize>(m_text16.size()));
+    return m_wide ? newJavaString(env, m_text16) : env->NewStringUTF(m_text.c_str());
 }
 
 jobject KeyEvent::textForm(JNIEnv* env) const

@@ -218,18 +218,17 @@ int place(const CMouseTarget& target, Point& point)
 /// The text in the locale's code set, for the trace.
 std::string inLocale(const std::u16string& text)
 {
-    const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
     const CEnvironmentLocale locale;
     std::string out;
-    convertText(locale.codeSet(), "UTF-16LE", bytes, out);
+    fromUnits(locale.codeSet(), text, out);
     return out;
 }
 
-std::u16string units(const std::string& text)
+std::u16string unitsOf(const std::string& utf8)
 {
-    std::string bytes;
-    convertText("UTF-16LE", "UTF-8", text, bytes);
-    return {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / sizeof(char16_t)};
+    std::u16string units;
+    toUnits("UTF-8", utf8, units);
+    return units;
 }
 } // namespace
 
@@ -396,7 +395,7 @@ int KeyEvent::play() const
 
 bool KeyEvent::type(bool parse) const
 {
-    const std::u16string text = m_wide ? m_text16 : units(m_text);
+    const std::u16string text = m_wide ? m_text16 : unitsOf(m_text);
     if (CTracer::isOn())
         CTracer::debugTrace(parse ? "Got KEYSTRING event with '%s'" : "Got INPUTCHARS event with '%s'",
                             inLocale(text).c_str());

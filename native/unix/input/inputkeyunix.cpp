@@ -65,10 +65,9 @@ unsigned numLockBit(const CKeyCodes& codes)
 /// setlocale.
 void writeInLocale(unsigned long keysym, char (&text)[6])
 {
-    const wchar_t wide[] = {static_cast<wchar_t>(keysym), 0};
-    const size_t length = std::wcstombs(text, wide, sizeof text);
-    if (length >= sizeof text)
-        text[0] = 0;
+    const auto bytes = inLocale(static_cast<char32_t>(keysym));
+    if (bytes && bytes->size() < sizeof text)
+        bytes->copy(text, bytes->size());
 }
 
 void describeKey(XkbDescRec& map, unsigned key, bool shifted, CKeyMapping& entry)

@@ -11,7 +11,6 @@
 #include <cctype>
 #include <charconv>
 #include <cstdlib>
-#include <cwchar>
 #include <limits>
 #include <optional>
 #include <string>
@@ -180,15 +179,6 @@ std::string asciiOf(const std::u16string& name)
     for (const char16_t unit : name)
         ascii += unit < 0x80 ? static_cast<char>(unit) : '?';
     return ascii;
-}
-
-/// The character in the locale's code set; nothing when that has no such character.
-std::optional<std::string> inLocale(char32_t character)
-{
-    const wchar_t wide[] = {static_cast<wchar_t>(character), 0};
-    char bytes[16];
-    const size_t length = std::wcstombs(bytes, wide, sizeof bytes);
-    return length < sizeof bytes ? std::optional(std::string(bytes, length)) : std::nullopt;
 }
 
 /// The keysym of the key that types a character; noKey when none does.

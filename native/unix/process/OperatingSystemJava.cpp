@@ -81,8 +81,8 @@ bool installDirectory(char* path, unsigned size) noexcept
 bool isInCodeSet(const std::string& text)
 {
     const CEnvironmentLocale locale;
-    std::string converted;
-    return convertText(nativeUtf16, locale.codeSet(), text, converted) == Conversion::complete;
+    std::u16string units;
+    return toUnits(locale.codeSet(), text, units) == Conversion::complete;
 }
 
 /// A path that is no text in the code set of the locale would take the others with it: it is left out.

@@ -102,10 +102,8 @@ private:
 
 std::string utf8Of(const CJString& text)
 {
-    const unsigned short* const units = text;
-    const std::string_view bytes(reinterpret_cast<const char*>(units), sizeof *units * text.length());
     std::string utf8;
-    convertText("UTF-8", nativeUtf16, bytes, utf8);
+    fromUnits("UTF-8", text.units(), utf8);
     return utf8;
 }
 
