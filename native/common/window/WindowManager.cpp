@@ -1,6 +1,7 @@
-// Exported functions of com.talvern.test.gx.sys.graphical.NativeWindow and NativeScreen.
+// Exported functions of com.talvern.test.gx.sys.graphical.NativeWindow and NativeScreen, and of engine.Windows.
 #include "unix/window/WindowManager.h"
 
+#include "com_talvern_test_gx_engine_Windows.h"
 #include "com_talvern_test_gx_sys_graphical_NativeScreen.h"
 #include "com_talvern_test_gx_sys_graphical_Captions.h"
 #include "com_talvern_test_gx_sys_graphical_NativeWindow.h"
@@ -184,6 +185,9 @@ GX_JNI(jobject, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGetMen
         return windowOrNull(env, trace, owner, " parent.getHandle == 0");
     });
 }
+
+GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_engine_Windows_frameOf,
+              static_cast<jlong>(CWindow(window).getTopLevelHandle()), jclass, jlong window)
 
 GX_JNI_ANSWER(jobjectArray, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeEnumChildWindows,
               newWindowArray(env, trace, s_windows, windowOf(env, self).childWindows()), jobject self)

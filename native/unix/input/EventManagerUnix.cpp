@@ -170,18 +170,6 @@ private:
     const CKeyCodes m_codes;
 };
 
-/// The last window before the root on the way up.
-Window topLevelAbove(Window window)
-{
-    const Window root = DefaultRootWindow(g_display);
-    for (;;) {
-        const Window parent = GetParent(g_display, window);
-        if (parent == 0 || parent == root || parent == window)
-            return window;
-        window = parent;
-    }
-}
-
 /// Makes the point of a target one of the screen.
 /// @return a PlaybackStatus: whether the target is there, visible and in front at the point
 int place(const CMouseTarget& target, Point& point)
@@ -211,7 +199,7 @@ int place(const CMouseTarget& target, Point& point)
     target.m_topLevel.getRectangle(&rectangle);
     if (rectangle.isZero())
         return PlaybackTargetNotShown;
-    const bool inTopLevel = topLevelAbove(target.m_window.getHandle()) == target.m_topLevel.getHandle();
+    const bool inTopLevel = frameOf(g_display, target.m_window.getHandle()) == target.m_topLevel.getHandle();
     return inTopLevel ? PlaybackDone : PlaybackOtherTopLevel;
 }
 

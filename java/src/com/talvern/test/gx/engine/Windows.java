@@ -38,16 +38,10 @@ public final class Windows {
      * window that goes meanwhile it is the last that was found.
      */
     static NativeWindow topOf(NativeWindow window) {
-        long root = NativeWindow.nativeGetRootNativeWindow().getHandle();
-        NativeWindow top = window;
-        for (NativeWindow next = window; next != null && next.getHandle() != root; next = next.nativeGetParentWindow()) {
-            if (next != window && next.getHandle() == top.getHandle()) {
-                return top;
-            }
-            top = next;
-        }
-        return top;
+        return new NativeWindow(frameOf(window.getHandle()));
     }
+
+    private static native long frameOf(long window);
 
     /** Those that a user sees as application windows, the bottom of the stack first. */
     static List<NativeTopLevelWindow> shown() {
