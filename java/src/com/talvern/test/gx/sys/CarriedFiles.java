@@ -83,17 +83,17 @@ final class CarriedFiles {
         String cache = System.getenv().getOrDefault("XDG_CACHE_HOME", "");
         String home = System.getenv().getOrDefault("HOME", System.getProperty("user.home"));
         Path own = cache.startsWith("/") ? Path.of(cache) : Path.of(home, ".cache").toAbsolutePath();
-        return List.of(own.resolve("gxsys"), Path.of(System.getProperty("java.io.tmpdir"), "gxsys-" + OwnDirectory.USER).toAbsolutePath());
+        return List.of(own.resolve("gxsys"), Path.of(System.getProperty("java.io.tmpdir"), "gxsys-" + TrustedDirectory.USER).toAbsolutePath());
     }
 
     private static Path unpackInto(Path base, Map<String, byte[]> files) throws IOException {
-        Path directory = OwnDirectory.make(OwnDirectory.make(base).resolve(BuildVersion.TEXT + "-" + hash(files)));
+        Path directory = TrustedDirectory.make(TrustedDirectory.make(base).resolve(BuildVersion.TEXT + "-" + hash(files)));
         if (directory.toString().matches(".*[: ].*")) {
             throw new IOException(directory + " has a blank or colon in its path, and could not be preloaded");
         }
         for (Map.Entry<String, byte[]> file : files.entrySet()) {
-            if (!OwnDirectory.holds(directory.resolve(file.getKey()), file.getValue())) {
-                OwnDirectory.put(directory.resolve(file.getKey()), file.getValue());
+            if (!TrustedDirectory.holds(directory.resolve(file.getKey()), file.getValue())) {
+                TrustedDirectory.put(directory.resolve(file.getKey()), file.getValue());
             }
         }
         removeParts(directory);
@@ -115,7 +115,7 @@ final class CarriedFiles {
 
     /** Those of processes that were killed; a living one has them for less than a second. */
     private static void removeParts(Path directory) throws IOException {
-        try (DirectoryStream<Path> parts = Files.newDirectoryStream(directory, "*" + OwnDirectory.PART)) {
+        try (DirectoryStream<Path> parts = Files.newDirectoryStream(directory, "*" + TrustedDirectory.PART)) {
             for (Path part : parts) {
                 if (isOld(part)) {
                     Files.deleteIfExists(part);

@@ -16,7 +16,7 @@ import java.util.Map;
  * Directories that nobody else can change, for files that are going to be executed. They may lie in a directory that all can
  * write to: whoever was there first under that name is found out.
  */
-final class OwnDirectory {
+final class TrustedDirectory {
     /** What the names of files end in that are being written. */
     static final String PART = ".part";
 
@@ -26,7 +26,7 @@ final class OwnDirectory {
     private static final int OWN_MODE = 0700;
     private static final FileAttribute<?> OWN = PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------"));
 
-    private OwnDirectory() {}
+    private TrustedDirectory() {}
 
     /**
      * Makes a directory, with those above it that are missing, or takes the one that is there.
