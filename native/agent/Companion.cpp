@@ -1,7 +1,8 @@
 #include "agent/Companion.h"
 
+#include "include/Retried.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -49,8 +50,7 @@ bool hasEnded(const CProcess& process, int timeoutMs = 0)
 void awaitOne(const CProcess& first, const CProcess& second)
 {
     pollfd states[] = {first.toPoll(), second.toPoll()};
-    while (poll(states, 2, -1) < 0 && errno == EINTR) {
-    }
+    retried([&] { return poll(states, 2, -1); });
 }
 
 /// The parent of a process; 0 when it has gone. The name, in parentheses, may hold anything.

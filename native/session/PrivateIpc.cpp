@@ -1,5 +1,6 @@
 #include "session/PrivateIpc.h"
 
+#include "include/Retried.h"
 #include "session/Within.h"
 
 #include <algorithm>
@@ -66,9 +67,8 @@ int takeTurn()
         return file;
     std::fprintf(stderr,
                  "private session: waits for another one to end, since both are in one IPC namespace\n");
-    while (flock(file, LOCK_EX) != 0)
-        if (errno != EINTR)
-            throw std::runtime_error(std::string("flock: ") + std::strerror(errno));
+    if (retried([&] { return flock(file, LOCK_EX); }) != 0)
+        throw std::runtime_error(std::string("flock: ") + std::strerror(errno));
     return file;
 }
 

@@ -1,5 +1,6 @@
 #include "session/PrivateSession.h"
 
+#include "include/Retried.h"
 #include "session/PrivateIpc.h"
 #include "session/Program.h"
 #include "session/SessionKeeper.h"
@@ -83,9 +84,11 @@ private:
 int awaitEnd(pid_t child)
 {
     int status = 0;
-    for (pid_t ended = 0; ended != child; ended = waitpid(-1, &status, 0))
-        if (ended < 0 && errno != EINTR)
+    for (pid_t ended = 0; ended != child;) {
+        ended = retried([&] { return waitpid(-1, &status, 0); });
+        if (ended < 0)
             die("waitpid");
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 

@@ -1,5 +1,7 @@
 #include "session/Program.h"
 
+#include "include/Retried.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -136,9 +138,7 @@ std::optional<std::string> CProgram::line(std::chrono::milliseconds limit)
             return found;
         }
         pollfd ready{m_output, POLLIN, 0};
-        const int answer = poll(&ready, 1, millisecondsUntil(end));
-        if (answer < 0 && errno == EINTR)
-            continue;
+        const int answer = retried([&] { return poll(&ready, 1, millisecondsUntil(end)); });
         char buffer[4096];
         const auto got = answer > 0 ? read(m_output, buffer, sizeof buffer) : 0;
         if (got <= 0)
@@ -166,7 +166,7 @@ std::optional<int> CProgram::wait(std::chrono::milliseconds limit)
             m_pid = -1;
             return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         }
-        if (done < 0 && errno != EINTR)
+        if (done < 0)
             break;
         if (Clock::now() >= end)
             return std::nullopt;

@@ -1,5 +1,6 @@
 #include "session/SessionKeeper.h"
 
+#include "include/Retried.h"
 #include "session/PrivateSession.h"
 
 #include "session/Within.h"
@@ -129,9 +130,8 @@ void endAll(const std::vector<pid_t>& spared, int signal, std::chrono::milliseco
 int statusOf(pid_t child)
 {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0)
-        if (errno != EINTR)
-            throw std::runtime_error(std::string("waitpid: ") + std::strerror(errno));
+    if (retried([&] { return waitpid(child, &status, 0); }) < 0)
+        throw std::runtime_error(std::string("waitpid: ") + std::strerror(errno));
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 } // namespace

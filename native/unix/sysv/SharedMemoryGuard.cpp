@@ -1,4 +1,5 @@
 #include "common/trace/CTracer.h"
+#include "include/Retried.h"
 #include "unix/sysv/SharedMemory.h"
 
 #include <cerrno>
@@ -20,8 +21,8 @@ bool s_isKept = false; ///< somebody kept it for longer than anybody needs it: i
 bool lockWithin(int file, std::chrono::milliseconds limit)
 {
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (flock(file, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= end)
+    while (retried([&] { return flock(file, LOCK_EX | LOCK_NB); }) != 0) {
+        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end)
             return false;
         std::this_thread::sleep_for(1ms);
     }
