@@ -364,9 +364,6 @@ private:
     CSpyMemRef allocateInOverflow(uint32_t size);
     CSpyMemRef move(const CSpyMemRef& ref, uint32_t size);
 
-    static CHeapStats statsOfAll();
-    void walkPool(FILE* out, const CHeapBlock& pool) const;
-
     static std::array<std::atomic<CSpyHeap*>, MaxHeap + 1> s_pSpyHeap;
     static inline std::atomic<int> s_readers = 0;
 

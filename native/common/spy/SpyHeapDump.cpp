@@ -69,6 +69,31 @@ void addTo(uint32_t& bytes, uint32_t& blocks, uint32_t& largest, uint32_t size)
     ++blocks;
     largest = std::max(largest, size);
 }
+
+void writeFreeBlocks(FILE* out, const CSpyHeap& heap, const CSpyHeap::CHeapBlock& pool)
+{
+    std::fputs(Line, out);
+    std::fprintf(out, "First free block: 0x%08x\n", pool.m_next.load());
+    CSpyHeapWalk(heap).forEachFree(pool, [&](const CSpyHeap::CBlockCopy& found) {
+        std::fprintf(out, "Block Id: 0x%08x", found.m_offset);
+        std::fprintf(out, " size = %d\n", static_cast<int>(found.m_size));
+    });
+    std::fputs(Line, out);
+}
+
+CHeapStats statsOfAll()
+try {
+    CHeapStats stats;
+    for (HEAPID id = 0; id <= MaxHeap; ++id)
+        if (CSpyHeap* heap = CSpyHeap::getHeap(id); heap && heap->inUse()) {
+            ++stats.numberOfActiveHeaps;
+            heap->updateStats(stats);
+        }
+    return stats;
+} catch (...) {
+    CTracer::debugTrace("Unknown Exception");
+    throw;
+}
 } // namespace
 
 CHeapStats CSpyHeap::getStats()
@@ -78,20 +103,6 @@ try {
     return statsOfAll();
 } catch (const CSpyHeapLockedException&) {
     return {};
-}
-
-CHeapStats CSpyHeap::statsOfAll()
-try {
-    CHeapStats stats;
-    for (HEAPID id = 0; id <= MaxHeap; ++id)
-        if (CSpyHeap* heap = getHeap(id); heap && heap->inUse()) {
-            ++stats.numberOfActiveHeaps;
-            heap->updateStats(stats);
-        }
-    return stats;
-} catch (...) {
-    CTracer::debugTrace("Unknown Exception");
-    throw;
 }
 
 void CSpyHeap::updateStats(CHeapStats& stats) const
@@ -120,20 +131,9 @@ void CSpyHeap::walk(FILE* out) const
 {
     std::fprintf(out, "----------- Dump of CSpyHeap #%d  -----------\n", static_cast<int>(m_id));
     std::fputs("Large block free pool\n", out);
-    walkPool(out, header()->m_largePool);
+    writeFreeBlocks(out, *this, header()->m_largePool);
     std::fputs("Small block free pool\n", out);
-    walkPool(out, header()->m_smallPool);
-}
-
-void CSpyHeap::walkPool(FILE* out, const CHeapBlock& pool) const
-{
-    std::fputs(Line, out);
-    std::fprintf(out, "First free block: 0x%08x\n", pool.m_next.load());
-    CSpyHeapWalk(*this).forEachFree(pool, [&](const CBlockCopy& found) {
-        std::fprintf(out, "Block Id: 0x%08x", found.m_offset);
-        std::fprintf(out, " size = %d\n", static_cast<int>(found.m_size));
-    });
-    std::fputs(Line, out);
+    writeFreeBlocks(out, *this, header()->m_smallPool);
 }
 
 void CSpyHeap::walkAll(FILE* out) const
