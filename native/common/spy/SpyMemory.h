@@ -3,12 +3,12 @@
 
 #include "common/spy/SpyJournal.h"
 #include "common/spy/SpyMemRef.h"
+#include "common/spy/SpyVariant.h"
 #include "unix/sysv/LockHolder.h"
 
 #include <atomic>
 
 class CSpyNames;
-class CSpyVariant;
 class ITalString;
 
 /// An object of this process that owns no memory itself: it holds the reference of a block that all processes
@@ -24,7 +24,7 @@ public:
     explicit CSpyMemory(const ITalString& name);
 
     /// What kind of object this is: the tag of a variant that refers to it.
-    virtual unsigned int type() const { return 10; }
+    virtual unsigned int type() const { return CSpyVariant::SpyMem; }
     virtual ~CSpyMemory() = default;
     CSpyMemory(const CSpyMemory&) = default;
     CSpyMemory& operator=(const CSpyMemory&) = default;

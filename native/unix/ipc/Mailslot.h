@@ -94,7 +94,7 @@ public:
     /// @throws CInvalidSpyMemRef  neither null nor the block of a mailslot
     explicit CMailslot(const CSpyMemRef& ref);
 
-    unsigned int type() const override { return 16; }
+    unsigned int type() const override { return CSpyVariant::SpyMailslot; }
 
     /// Makes a mailslot, which nobody finds yet, with event 0 clear. Takes the heap lock.
     /// @param name       of which the ANSI form is stored
