@@ -130,10 +130,9 @@ void DebugTrace::readFormat(const char* list)
 
 DebugTrace* DebugTrace::GetTraceObject() noexcept
 {
-    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory at the start there is no process
-    static auto* const object = new DebugTrace;
+    static CNeverDestroyed<DebugTrace> s_object;
     GxDebug::Initialize();
-    return object;
+    return &*s_object;
 }
 
 DebugTrace::MessageLevel DebugTrace::GetTraceLevel(const char* facility) const noexcept

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/trace/Hashtable.h"
+#include "include/NeverDestroyed.h"
 
 #include <cstdarg>
 #include <string>
@@ -27,6 +28,8 @@ public:
 private:
     static constexpr int maxPositions = 7;
     enum Token { DATE, TIME, SEVERITY, MESSAGE, FACILITY, PID, TID };
+
+    friend class CNeverDestroyed<DebugTrace>;
 
     DebugTrace();
     void readFileOptions();

@@ -1,6 +1,7 @@
 // What Java code opens in an application under test, kept from the programs that the application starts.
 #include "com_talvern_test_gx_application_Descriptors.h"
 #include "common/jni/JniEntry.h"
+#include "include/NeverDestroyed.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -98,7 +99,7 @@ namespace {
 /// What the process had open before the JVM opened more. A number may be another file's by now.
 std::map<int, std::string>& before()
 {
-    static auto* const s_before = new std::map<int, std::string>;
+    static CNeverDestroyed<std::map<int, std::string>> s_before;
     return *s_before;
 }
 } // namespace

@@ -4,6 +4,7 @@
 #include "com_talvern_test_gx_application_LoopChanges.h"
 #include "common/jni/JniEntry.h"
 #include "include/GxGlobals.h"
+#include "include/NeverDestroyed.h"
 #include "unix/widget/GtkCalls.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ struct CCount {
 /// Never destroyed: a thread may wait while the process ends.
 CCount& count()
 {
-    static auto* const s_count = new CCount;
+    static CNeverDestroyed<CCount> s_count;
     return *s_count;
 }
 

@@ -2,6 +2,7 @@
 
 #include "common/trace/CTracer.h"
 #include "include/GxGlobals.h"
+#include "include/NeverDestroyed.h"
 #include "unix/input/Keyboards.h"
 #include "unix/process/ProcessStat.h"
 
@@ -543,7 +544,7 @@ void CPlayers::putKeyboardsBack()
 /// Never deleted: threads may play while the process ends.
 CPlayers& players()
 {
-    static auto* const s_only = new CPlayers;
+    static CNeverDestroyed<CPlayers> s_only;
     return *s_only;
 }
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "common/trace/CTracer.h"
 #include "common/trace/ScopedFile.h"
+#include "include/NeverDestroyed.h"
 #include "unix/input/RunningInput.h"
 
 #include <algorithm>
@@ -277,7 +278,7 @@ void CKeyReceiver::findReceiver()
 /// Never deleted: threads may type while the process ends.
 CKeyReceiver::Memory& CKeyReceiver::remembered()
 {
-    static auto* const s_remembered = new Memory;
+    static CNeverDestroyed<Memory> s_remembered;
     return *s_remembered;
 }
 

@@ -1,5 +1,6 @@
 #include "unix/input/RunningInput.h"
 
+#include "include/NeverDestroyed.h"
 #include "unix/process/ProcessEnd.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ constinit thread_local int s_ownRunning = 0; ///< a thread does not wait for its
 /// Never deleted: threads may play while the process ends.
 CPlayback& playback()
 {
-    static auto* const s_only = new CPlayback;
+    static CNeverDestroyed<CPlayback> s_only;
     return *s_only;
 }
 

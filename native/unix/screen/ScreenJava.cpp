@@ -3,6 +3,7 @@
 #include "com_talvern_test_gx_engine_ScreenWatch.h"
 #include "common/jni/JniEntry.h"
 #include "common/jni/LocalRef.h"
+#include "include/NeverDestroyed.h"
 
 #include <map>
 
@@ -66,7 +67,7 @@ private:
 /// Never destroyed: a thread may wait while the process ends.
 CWatches& watches()
 {
-    static auto* const s_watches = new CWatches;
+    static CNeverDestroyed<CWatches> s_watches;
     return *s_watches;
 }
 

@@ -1,6 +1,7 @@
 #include "unix/screen/ScreenSource.h"
 
 #include "common/trace/ScopedFile.h"
+#include "include/NeverDestroyed.h"
 
 #include <algorithm>
 #include <mutex>
@@ -21,7 +22,7 @@ struct CKept {
 /// Never destroyed: a thread may take a picture while the process ends.
 CKept& kept()
 {
-    static auto* const s_kept = new CKept;
+    static CNeverDestroyed<CKept> s_kept;
     return *s_kept;
 }
 

@@ -1,6 +1,7 @@
 #include "unix/window/MessageWindow.h"
 
 #include "common/trace/CTracer.h"
+#include "include/NeverDestroyed.h"
 #include "unix/window/WindowLevel.h"
 
 #include <algorithm>
@@ -29,7 +30,7 @@ struct CPending {
 
 CPending& pending()
 {
-    static auto* const s_pending = new CPending; // other threads may still send while the process ends
+    static CNeverDestroyed<CPending> s_pending; // other threads may still send while the process ends
     return *s_pending;
 }
 
