@@ -21,9 +21,11 @@
 
 #include "include/ScopedX.h"
 #include "unix/input/Keyboards.h"
+#include "unix/input/processkey.h"
 #include "unix/sysv/IpcStatus.h"
 #include "unix/window/XErrors.h"
 #include <X11/XKBlib.h>
+#include <X11/Xutil.h>
 #include <X11/keysym.h>
 
 namespace {
@@ -100,11 +102,16 @@ Found inputMethod()
     return found.empty() ? std::nullopt : Found(joined(found));
 }
 
+constexpr KeySym terminalKeysyms = 0xFD00; ///< keys of 3270 terminals, groups and the like come from here on
+
 /// Types a character, or is a key that key strings name.
 bool isTyped(KeySym keysym)
 {
-    return (keysym >= 0x20 && keysym < 0xFD00) || (keysym >= 0xFF08 && keysym <= 0xFFD5) ||
-           keysym == XK_Delete || (keysym & 0xFF000000) == 0x01000000;
+    const bool isCharacter =
+        (keysym >= XK_space && keysym < terminalKeysyms) || (keysym & 0xFF000000) == unicodeKeysyms;
+    // As of the keypad without Num Lock.
+    const bool isOfKeyboards = keysym >= XK_BackSpace && keysym <= XK_F24;
+    return isCharacter || isOfKeyboards || (isSpecialKey(keysym) && !IsModifierKey(keysym));
 }
 
 /// Names by codes.

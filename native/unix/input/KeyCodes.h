@@ -6,6 +6,8 @@
 struct _XDisplay;
 struct _XkbDesc;
 
+constexpr unsigned long unicodeKeysyms = 0x1000000; ///< the number of a character follows in the lower bits
+
 struct CFreeKeyboard {
     void operator()(_XkbDesc* map) const noexcept;
 };

@@ -22,13 +22,15 @@ constexpr bool isPress(unsigned action)
     return (action & ~4U) == KeyPressed;
 }
 
+constexpr unsigned long noKey = 0xFFFF; ///< as a keysym
+
 /// The keyboard of one text, used by the thread that types it.
 class IStrokeSink {
 public:
     virtual ~IStrokeSink() = default;
     virtual CLockState locks() = 0; ///< as they are now
     /// The keysym of the key that types the first byte of `text` (in the locale's code set) alone or with
-    /// Shift; 0xFFFF when there is none.
+    /// Shift; noKey when there is none.
     virtual unsigned long translate(const char* text) = 0;
     virtual bool needsShift(unsigned long keysym) = 0;
     /// Presses or releases the key of a keysym; a keysym without a key does nothing.

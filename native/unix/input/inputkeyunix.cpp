@@ -28,9 +28,6 @@ constinit CKeyMapping g_KeyMappingTable[2 * keyCodesConsidered] = {};
 constinit std::atomic<bool> g_bKeyMappingTableBuilt = false;
 
 namespace {
-constexpr unsigned long noKey = 0xFFFF;
-constexpr unsigned long unicodeKeysyms = 0x1000000;
-
 struct CFreeModifiers {
     void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
 };

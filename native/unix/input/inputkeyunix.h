@@ -33,7 +33,7 @@ void BuildKeyMappingTable();
 
 /// Index of the first entry with this text; all ones when there is none.
 size_t FindInKeyMappingTable(const char* text);
-/// The keysym of the first byte of `text`; 0xFFFF when no key produces it. Builds the table.
+/// The keysym of the first byte of `text`; noKey when no key produces it. Builds the table.
 unsigned long TranslateChar(const char* text);
 /// The same: on this platform there is one keyboard layout, that of the server.
 inline unsigned long TranslateCharEx(const char* text)

@@ -7,6 +7,7 @@
 #include "unix/input/StrokeSink.h"
 #include "unix/input/inputkeyunix.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
@@ -118,7 +119,6 @@ constinit CSpecialKey g_SpecialKeys[] = {
 static_assert(std::size(g_SpecialKeys) == 93);
 
 namespace {
-constexpr unsigned long noKey = 0xFFFF;
 constexpr size_t longestName = 14;
 constexpr size_t longestTraced = 20;
 constexpr char32_t replacementCharacter = 0xFFFD;
@@ -455,6 +455,12 @@ CSpecialKey* findSpecialKey(const char* name)
         if (strcasecmp(key.m_name, name) == 0)
             return &key;
     return nullptr;
+}
+
+bool isSpecialKey(unsigned long keysym)
+{
+    return std::any_of(std::begin(g_SpecialKeys), std::end(g_SpecialKeys),
+                       [&](const CSpecialKey& key) { return key.m_keysym == keysym; });
 }
 
 int SendKeys(const char16_t* text, bool parse)

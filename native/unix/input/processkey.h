@@ -117,3 +117,5 @@ extern CSpecialKey g_SpecialKeys[];
 size_t GetSizeofSpecialKeys();
 /// The row of a name, without regard to case; null when there is none.
 CSpecialKey* findSpecialKey(const char* name);
+/// Whether a key with a name has this keysym.
+bool isSpecialKey(unsigned long keysym);
