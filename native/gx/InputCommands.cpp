@@ -1,5 +1,5 @@
 // gx click, type, keys.
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "gx/CommandLine.h"
 #include "gx/Commands.h"
 #include "gx/Seen.h"

@@ -1,6 +1,6 @@
 #include "gx/Json.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #include "gx/Seen.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "gx/CommandLine.h"
 #include "unix/window/ServerComplaint.h"
 #include "unix/window/WindowManagerUnix.h"

@@ -1,10 +1,10 @@
 // gx store: what processes share on this display, and what dead ones have left.
-#include "common/jni/CodeSet.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/spy/AsciiName.h"
 #include "common/spy/IVariantIterator.h"
 #include "common/spy/SpyMap.h"
 #include "common/spy/SpyNames.h"
+#include "common/text/CodeSet.h"
 #include "gx/CommandLine.h"
 #include "gx/Commands.h"
 #include "gx/Json.h"

@@ -1,7 +1,7 @@
 #include "common/jni/JniDataTypes.h"
 
-#include "common/jni/CodeSet.h"
 #include "common/jni/LocalRef.h"
+#include "common/text/CodeSet.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "common/jni/jniobject.h"
 
-#include "common/jni/CodeSet.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/jni/LocalRef.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
 

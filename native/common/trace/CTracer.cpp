@@ -1,5 +1,6 @@
 #include "common/trace/CTracer.h"
 
+#include "common/text/CutText.h"
 #include "common/trace/GxDebug.h"
 
 #include <algorithm>
@@ -9,10 +10,7 @@ namespace {
 size_t partOf(std::string_view line)
 {
     constexpr size_t most = 500;
-    size_t size = std::min(line.size(), most);
-    while (size < line.size() && size > most / 2 && (line[size] & 0xC0) == 0x80)
-        --size;
-    return size;
+    return line.size() > most ? wholeInUtf8(line.substr(0, most)) : line.size();
 }
 } // namespace
 

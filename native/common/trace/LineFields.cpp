@@ -1,5 +1,6 @@
 #include "common/trace/LineFields.h"
 
+#include "common/text/CutText.h"
 #include "common/trace/TraceLock.h"
 
 #include <clocale>
@@ -28,22 +29,6 @@ bool environmentIsUtf8() noexcept
 bool textsAreUtf8() noexcept
 {
     return environmentIsUtf8() || std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
-}
-
-size_t sizeOfCharacter(unsigned char first) noexcept
-{
-    return first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC0 ? 2 : 1;
-}
-
-/// The length of a cut text without the character that the cut went through.
-size_t wholeCharacters(const char* text, size_t length) noexcept
-{
-    for (size_t start = length; start > 0 && length - start < 4;) {
-        const auto byte = static_cast<unsigned char>(text[--start]);
-        if ((byte & 0xC0) != 0x80)
-            return start + sizeOfCharacter(byte) > length ? start : length;
-    }
-    return length;
 }
 } // namespace
 
@@ -76,7 +61,7 @@ size_t formatMessage(char* buffer, size_t size, const char* format, va_list argu
     const int length = std::vsnprintf(buffer, size, format, arguments);
     if (length < 0 || static_cast<size_t>(length) < size)
         return strnlen(buffer, size - 1);
-    const size_t kept = textsAreUtf8() ? wholeCharacters(buffer, size - 1) : size - 1;
+    const size_t kept = textsAreUtf8() ? wholeInUtf8({buffer, size - 1}) : size - 1;
     buffer[kept] = '\0';
     return kept;
 }

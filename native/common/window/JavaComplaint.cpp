@@ -1,9 +1,9 @@
 // The native methods of com.talvern.test.gx.engine.Complaint.
 #include "com_talvern_test_gx_engine_Complaint.h"
 
-#include "common/jni/CodeSet.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/jni/JniEntry.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxDebug.h"
 #include "unix/window/ServerComplaint.h"

@@ -3,12 +3,12 @@
 
 #include "com_talvern_test_gx_application_MenuItems.h"
 #include "com_talvern_test_gx_sys_graphical_Menu.h"
-#include "common/jni/CodeSet.h"
 #include "common/jni/JniClass.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/jni/JniEntry.h"
 #include "common/jni/LocalRef.h"
 #include "common/jni/jniobject.h"
+#include "common/text/CodeSet.h"
 #include "common/window/JavaWindow.h"
 
 #include <string>

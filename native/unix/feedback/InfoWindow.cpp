@@ -1,6 +1,6 @@
 #include "unix/feedback/InfoWindow.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/GxDebug.h"
 #include "include/NeverDestroyed.h"
 #include "unix/feedback/FeedbackDisplay.h"

@@ -1,6 +1,6 @@
 #include "unix/input/EventManager.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxInstallOptions.h"
 #include "include/GxGlobals.h"

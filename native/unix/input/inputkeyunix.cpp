@@ -1,6 +1,6 @@
 #include "unix/input/inputkeyunix.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "include/GxGlobals.h"
 #include "unix/input/EventManager.h"

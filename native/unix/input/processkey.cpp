@@ -1,6 +1,7 @@
 #include "unix/input/processkey.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/Ascii.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
 #include "unix/input/EventManager.h"
@@ -170,15 +171,6 @@ std::optional<char32_t> singleCharacter(const std::u16string& name)
         return std::nullopt;
     const char32_t character = takeCharacter(rest);
     return *rest == 0 ? std::optional(character) : std::nullopt;
-}
-
-/// A name of a special key is ASCII; anything else matches none.
-std::string asciiOf(const std::u16string& name)
-{
-    std::string ascii;
-    for (const char16_t unit : name)
-        ascii += unit < 0x80 ? static_cast<char>(unit) : '?';
-    return ascii;
 }
 
 /// The keysym of the key that types a character; noKey when none does.

@@ -4,22 +4,21 @@
 #include "common/jni/JniDataTypes.h"
 #include "common/spy/AsciiName.h"
 #include "common/spy/SpyMap.h"
+#include "common/text/Ascii.h"
 #include "common/trace/CTracer.h"
 #include "unix/ipc/SemaphoreList.h"
 #include "unix/sysv/HoldRecords.h"
 
 #include <memory>
+#include <span>
 #include <string>
 
 namespace {
 /// The name for traces: what is not ASCII shows as a question mark.
 std::string shown(const ITalString& name)
 {
-    const unsigned short* units = name;
-    std::string text;
-    for (unsigned int index = 0; units && index < name.length(); ++index)
-        text += units[index] < 0x80 ? static_cast<char>(units[index]) : '?';
-    return text;
+    const unsigned short* const units = name;
+    return asciiOf(std::span(units, units ? name.length() : 0));
 }
 } // namespace
 

@@ -2,9 +2,9 @@
 #include "com_talvern_test_gx_sys_OSProcess.h"
 #include "com_talvern_test_gx_sys_OperatingSystem.h"
 
-#include "common/jni/CodeSet.h"
 #include "common/jni/JniDataTypes.h"
 #include "common/jni/JniEntry.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CRegistryInformation.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/Environment.h"

@@ -1,6 +1,6 @@
 #include "unix/widget/GtkFileDialogs.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "unix/widget/GtkObjects.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "unix/widget/ValueBlock.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 
 #include <algorithm>
 #include <bit>

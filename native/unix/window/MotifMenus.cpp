@@ -1,6 +1,6 @@
 #include "unix/window/MenuToolkit.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "unix/window/XtGuard.h"
 

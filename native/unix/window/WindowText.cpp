@@ -1,7 +1,7 @@
 // Class names and captions.
 #include "unix/window/WindowManagerUnix.h"
 
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "JvmScope.h"
 
-#include "common/jni/CodeSet.h"
 #include "common/jni/JavaNetTypes.h"
 #include "common/jni/JniDataTypes.h"
+#include "common/text/CodeSet.h"
 
 #include <clocale>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "common/jni/CodeSet.h"
+#include "common/text/CodeSet.h"
 
 #include <algorithm>
 #include <bit>
