@@ -260,7 +260,7 @@ public:
     CSpyMemRef realloc(CSpyMemRef& ref, unsigned int size);
     /// The first half of that: whether the block could be made to hold that much where it lies.
     bool growInPlace(const CSpyMemRef& ref, unsigned int size);
-    /// Frees a block of this heap; a null reference is let pass. Ends the process when the block is not
+    /// Frees a block of this heap; does nothing for a null reference. Ends the process when the block is not
     /// allocated or carries another stamp.
     void free(CSpyMemRef ref);
     /// Drops the whole heap with its overflow heaps: all references into them become invalid.

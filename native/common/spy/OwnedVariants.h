@@ -3,7 +3,7 @@
 
 #include "common/spy/SpyVariant.h"
 
-/// Frees the block of a value; one that is stale already is let pass.
+/// Frees the block of a value; nothing happens to one that is stale already.
 inline void freeQuietly(CSpyVariant& value) noexcept
 {
     try {

@@ -68,7 +68,7 @@ public:
     /// For a thread that never goes on with what it is doing: when it holds the mutex, what it has changed
     /// since the last whole operation is undone, as after its death.
     static void abandonChange();
-    /// Drops the heaps of a transaction with everything in them; transaction 0 is let pass.
+    /// Drops the heaps of a transaction with everything in them; does nothing for transaction 0.
     static void free(UNIQUEID transactionId);
 
 protected:

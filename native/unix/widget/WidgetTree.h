@@ -93,8 +93,8 @@ public:
     /// begins with that one, or is `nobodysId` alone when that does not show. Empty when the point shows no
     /// widget of this process.
     virtual std::vector<unsigned long> at(const Point& point) const = 0;
-    /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; one that has
-    /// gone is let pass @return whether anything scrolls around it
+    /// Scrolls what is around a widget until it shows. @param id  of a widget that a tree had; nothing scrolls
+    /// around one that has gone @return whether anything scrolls around it
     virtual bool reveal(unsigned long id) const = 0;
     /// Rows of a list, table or tree as a user finds them by scrolling: those below rows that are closed are
     /// none. @param first  how many are left out @return `count` unless there are fewer; empty for what has
@@ -108,7 +108,7 @@ public:
     virtual bool revealRow(unsigned long id, const std::string& path, int column) const = 0;
     /// The dialogs for files that are on the screen.
     virtual std::vector<CFileDialog> fileDialogs() const = 0;
-    /// Puts a name into the field of a file dialog, as if it were typed. One that has gone is let pass.
+    /// Puts a name into the field of a file dialog, as if it were typed. Does nothing for one that has gone.
     /// @throws CJStringNotInCodePageException  Motif: the locale's code set lacks a character
     virtual void setFile(unsigned long window, const CJString& file) const = 0;
 

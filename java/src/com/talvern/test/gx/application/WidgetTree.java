@@ -31,7 +31,7 @@ final class WidgetTree {
     /**
      * Scrolls what is around a widget until it shows.
      *
-     * @param id of the widget; one that has gone is let pass
+     * @param id of the widget; nothing happens where it has gone
      * @return whether anything scrolls around it
      */
     static native boolean reveal(long id);
@@ -79,7 +79,7 @@ final class WidgetTree {
     /**
      * Puts a name into a file dialog, as if it were typed.
      *
-     * @param window of the dialog; one that has gone is let pass
+     * @param window of the dialog; nothing happens where it has gone
      * @param file the name
      * @throws com.talvern.test.gx.StringNotInCodePageException the locale's code set lacks a character of it
      */

@@ -445,7 +445,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * Puts a name into the text field of a file dialog, as if it were typed; a dialog of GTK that has none to open by shows
      * one then, as it does for Control+L. The dialog shows the name when this returns.
      *
-     * @param dialog the dialog; one that has gone is let pass
+     * @param dialog the dialog; nothing happens where it has gone
      * @param file the name, absolute or in the directory that the dialog shows; for Motif it has a form in the code set of
      *     the application's locale
      */

@@ -70,7 +70,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
          * Handles one message.
          *
          * @param message what was posted or asked
-         * @return the reply; of no account for a posted message
+         * @return the reply; nobody reads it for a posted message
          * @throws Exception goes to the sender that waits, as {@link RequestFailedException}; for a posted message, to
          *     the uncaught exception handler of the receiving thread. An Error does the same
          */
@@ -432,7 +432,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     /**
      * Does nothing: {@link #sendIPC} waits 120 seconds, {@link #call} takes its own limit.
      *
-     * @param timeoutMs of no account
+     * @param timeoutMs ignored
      * @return 0
      */
     public native int SetInvocationTimeoutValueIPC(int timeoutMs);

@@ -98,7 +98,7 @@ public class SpyMemory {
     public native void free();
 
     /**
-     * Drops the heaps of a transaction with everything in them. Unknown ids and 0 are let pass.
+     * Drops the heaps of a transaction with everything in them. Does nothing for unknown ids and 0.
      *
      * @param id the transaction
      */
