@@ -1,6 +1,6 @@
 #include "agent/Agent.h"
 
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/GuestHooks.h"
 #include "agent/JavaMachine.h"
 #include "agent/JavaThread.h"
@@ -69,7 +69,7 @@ bool hasRoomForJava()
 
 bool loadLibrary()
 {
-    s_library = dlopen(CEnvironment::value(AgentVariable::library), RTLD_NOW | RTLD_LOCAL);
+    s_library = dlopen(CAgentVariables::value(AgentVariable::library), RTLD_NOW | RTLD_LOCAL);
     if (!s_library) {
         say("%s: no agent in this program", dlerror());
         return false;
@@ -87,7 +87,7 @@ bool loadLibrary()
 void* infest()
 {
     const auto entry = GX_EXPORTED(infestCurrentThread);
-    const char* const domain = CEnvironment::value(AgentVariable::domain);
+    const char* const domain = CAgentVariables::value(AgentVariable::domain);
     void* const port = entry ? entry(domain ? domain : "") : nullptr;
     if (!port)
         say("the GUI thread gets no spy port: no agent in this program");
@@ -122,7 +122,7 @@ bool startJavaAgent(void* spyPort)
 /// answer half of what it is asked.
 bool hasDomain()
 {
-    const char* const domain = CEnvironment::value(AgentVariable::domain);
+    const char* const domain = CAgentVariables::value(AgentVariable::domain);
     JNIEnv* const env = CJavaThread::env();
     if (!domain || !*domain)
         return true;
@@ -152,10 +152,10 @@ bool bringInTheRest()
 
 int beginOnce()
 {
-    if (!CEnvironment::serves() || !isReadable(CEnvironment::value(AgentVariable::library)) ||
-        !isReadable(CEnvironment::value(AgentVariable::jar)))
+    if (!CAgentVariables::serves() || !isReadable(CAgentVariables::value(AgentVariable::library)) ||
+        !isReadable(CAgentVariables::value(AgentVariable::jar)))
         return -1;
-    CEnvironment::serveOnlyThisProcess();
+    CAgentVariables::serveOnlyThisProcess();
     return CJavaThread::start();
 }
 } // namespace
@@ -168,7 +168,7 @@ int CAgent::begin()
 
 bool CAgent::start()
 {
-    if (!CEnvironment::serves())
+    if (!CAgentVariables::serves())
         return false;
     if (s_state == State::waiting) {
         s_state = State::failed; // until it has worked; a main loop that is run in between finds it so
@@ -188,7 +188,7 @@ int CAgent::descriptors(int* out)
 void CAgent::deliver()
 {
     static const auto s_entry = GX_EXPORTED(gxDeliverRequests);
-    if (CEnvironment::serves())
+    if (CAgentVariables::serves())
         s_entry();
 }
 
@@ -208,6 +208,6 @@ void CAgent::setXtDisplay(_XDisplay* display)
 namespace {
 [[gnu::constructor(101)]] void enterProgram()
 {
-    CEnvironment::enter();
+    CAgentVariables::enter();
 }
 } // namespace

@@ -1,7 +1,7 @@
-// The ways to replace a process by another program; see CEnvironment::exec. What the C library starts
+// The ways to replace a process by another program; see CAgentVariables::exec. What the C library starts
 // children with is another matter: a child has nothing to inherit but the environment that the program sees.
 // See SpawnHooks.cpp for programs with other rights; the shell of system and popen has those of its caller.
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/OtherRights.h"
 #include "agent/RealFunction.h"
 
@@ -24,14 +24,14 @@ constinit CRealFunction<int(int, Strings, Strings)> s_fexecve{"fexecve"};
 
 int execute(const char* path, Strings arguments, Strings environment)
 {
-    return CEnvironment::exec(environment, OtherRights::ofFile(path),
-                              [&](Strings whole) { return s_execve(path, arguments, whole); });
+    return CAgentVariables::exec(environment, OtherRights::ofFile(path),
+                                 [&](Strings whole) { return s_execve(path, arguments, whole); });
 }
 
 int executeInPath(const char* file, Strings arguments, Strings environment)
 {
-    return CEnvironment::exec(environment, OtherRights::inPath(file),
-                              [&](Strings whole) { return s_execvpe(file, arguments, whole); });
+    return CAgentVariables::exec(environment, OtherRights::inPath(file),
+                                 [&](Strings whole) { return s_execvpe(file, arguments, whole); });
 }
 
 /// Calls `exec(arguments, environment)` with what an argument list of the form "arg, ..., NULL[,
@@ -75,8 +75,8 @@ GX_HOOK int execvpe(const char* file, Strings arguments, Strings environment) no
 
 GX_HOOK int fexecve(int descriptor, Strings arguments, Strings environment) noexcept
 {
-    return CEnvironment::exec(environment, OtherRights::ofDescriptor(descriptor),
-                              [&](Strings whole) { return s_fexecve(descriptor, arguments, whole); });
+    return CAgentVariables::exec(environment, OtherRights::ofDescriptor(descriptor),
+                                 [&](Strings whole) { return s_fexecve(descriptor, arguments, whole); });
 }
 
 GX_HOOK int execl(const char* path, const char* first, ...) noexcept

@@ -1,6 +1,6 @@
 #include "agent/JavaMachine.h"
 
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/GuestHooks.h"
 #include "agent/Say.h"
 #include "include/ClassPath.h"
@@ -75,8 +75,8 @@ std::vector<std::string> options()
 {
     const char* const list = std::getenv("CLASSPATH");
     const std::string further = withoutEmptyParts(list ? list : "");
-    const std::string library = CEnvironment::value(AgentVariable::library);
-    std::string classPath = CEnvironment::value(AgentVariable::jar);
+    const std::string library = CAgentVariables::value(AgentVariable::library);
+    std::string classPath = CAgentVariables::value(AgentVariable::jar);
     if (!further.empty())
         classPath += ":" + further;
     return {"-Djava.class.path=" + classPath,

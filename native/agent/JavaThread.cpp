@@ -1,6 +1,6 @@
 #include "agent/JavaThread.h"
 
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/GuestHooks.h"
 #include "agent/JavaMachine.h"
 #include "agent/Say.h"
@@ -33,7 +33,7 @@ void tellWhereTheLibraryIs(JNIEnv* env)
     const jmethodID set = env->GetStaticMethodID(system, "setProperty",
                                                  "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;");
     env->CallStaticObjectMethod(system, set, env->NewStringUTF("com.talvern.test.gx.library"),
-                                env->NewStringUTF(CEnvironment::value(AgentVariable::library)));
+                                env->NewStringUTF(CAgentVariables::value(AgentVariable::library)));
     env->ExceptionClear();
 }
 

@@ -1,6 +1,6 @@
 // The C library's way to start a child without fork: where the children are followed, it must not hand the
 // launcher's variables to programs with other rights.
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/OtherRights.h"
 #include "agent/RealFunction.h"
 
@@ -25,7 +25,7 @@ extern "C" {
 GX_HOOK int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
                         const posix_spawnattr_t* attributes, Strings arguments, Strings environment)
 {
-    return CEnvironment::spawn(environment, OtherRights::ofFile(path), [&](Strings whole) {
+    return CAgentVariables::spawn(environment, OtherRights::ofFile(path), [&](Strings whole) {
         return s_spawn(child, path, actions, attributes, arguments, whole);
     });
 }
@@ -33,7 +33,7 @@ GX_HOOK int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_a
 GX_HOOK int posix_spawnp(pid_t* child, const char* file, const posix_spawn_file_actions_t* actions,
                          const posix_spawnattr_t* attributes, Strings arguments, Strings environment)
 {
-    return CEnvironment::spawn(environment, OtherRights::inPath(file), [&](Strings whole) {
+    return CAgentVariables::spawn(environment, OtherRights::inPath(file), [&](Strings whole) {
         return s_spawnp(child, file, actions, attributes, arguments, whole);
     });
 }

@@ -9,7 +9,7 @@
 // Error handlers belong to the process. The one of libgxsys.so is given the errors of the displays that
 // libgxsys.so has opened, and no others; the program sets, reads and gets its own as if it were alone.
 #include "agent/Agent.h"
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/MainLoop.h"
 #include "agent/RealFunction.h"
 
@@ -90,7 +90,7 @@ extern "C" GX_HOOK Display* XOpenDisplay(const char* name)
     if (!s_open)
         return nullptr;
     Display* const display = s_open(name);
-    if (!display || !CEnvironment::serves())
+    if (!display || !CAgentVariables::serves())
         return display;
     if (isLibrary(caller)) {
         installOnError();
@@ -104,7 +104,7 @@ extern "C" GX_HOOK Display* XOpenDisplay(const char* name)
 
 extern "C" GX_HOOK int XCloseDisplay(Display* display)
 {
-    const bool serves = CEnvironment::serves();
+    const bool serves = CAgentVariables::serves();
     if (serves)
         XtLoop::onDisplayClosing(display);
     const int answer = s_close(display);
@@ -117,7 +117,7 @@ extern "C" GX_HOOK Status XAddConnectionWatch(Display* display, XConnectionWatch
 {
     const bool isXt = isIn(__builtin_return_address(0), "libXt.so");
     const Status answer = s_watch(display, watch, data);
-    if (isXt && CEnvironment::serves())
+    if (isXt && CAgentVariables::serves())
         XtLoop::onDisplayOpened(display);
     return answer;
 }

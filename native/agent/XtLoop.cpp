@@ -1,7 +1,7 @@
 #include "agent/MainLoop.h"
 
 #include "agent/Agent.h"
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/RealFunction.h"
 
 #include <algorithm>

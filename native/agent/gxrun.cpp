@@ -1,6 +1,6 @@
 // gxrun [options] PROGRAM [ARGUMENT ...]: becomes PROGRAM, with the agent preloaded.
 #include "agent/Companion.h"
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 #include "agent/ProgramFile.h"
 
 #include <cerrno>

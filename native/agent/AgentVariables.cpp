@@ -1,4 +1,4 @@
-#include "agent/Environment.h"
+#include "agent/AgentVariables.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -68,7 +68,7 @@ void restorePreload()
 }
 } // namespace
 
-void CEnvironment::enter()
+void CAgentVariables::enter()
 {
     Dl_info own;
     if (!std::getenv(AgentVariable::pid) || dladdr(s_agent, &own) == 0)
@@ -83,18 +83,18 @@ void CEnvironment::enter()
         s_served = getpid();
 }
 
-bool CEnvironment::serves()
+bool CAgentVariables::serves()
 {
     return s_served != 0 && ((s_follows && !s_onlyThisProcess) || s_served == getpid());
 }
 
-void CEnvironment::serveOnlyThisProcess()
+void CAgentVariables::serveOnlyThisProcess()
 {
     s_served = getpid();
     s_onlyThisProcess = true;
 }
 
-const char* CEnvironment::value(const char* variable)
+const char* CAgentVariables::value(const char* variable)
 {
     for (const char* const entry : s_entries)
         if (const char* const found = entry ? valueOf(entry, variable) : nullptr)
@@ -102,12 +102,12 @@ const char* CEnvironment::value(const char* variable)
     return nullptr;
 }
 
-bool CEnvironment::addsOnExec()
+bool CAgentVariables::addsOnExec()
 {
     return !s_follows && serves(); // followed programs still have the variables
 }
 
-unsigned long CEnvironment::roomFor(char* const* environment)
+unsigned long CAgentVariables::roomFor(char* const* environment)
 {
     unsigned long count = 0;
     while (environment && environment[count])
@@ -115,7 +115,7 @@ unsigned long CEnvironment::roomFor(char* const* environment)
     return count + std::size(AgentVariable::all) + 2; // LD_PRELOAD and the end
 }
 
-void CEnvironment::copyOthers(char* const* environment, char** rest)
+void CAgentVariables::copyOthers(char* const* environment, char** rest)
 {
     for (; environment && *environment; ++environment)
         if (indexOf(*environment) < 0)
@@ -123,7 +123,7 @@ void CEnvironment::copyOthers(char* const* environment, char** rest)
     *rest = nullptr;
 }
 
-void CEnvironment::addVariables(char* const* environment, char** whole, char* preload)
+void CAgentVariables::addVariables(char* const* environment, char** whole, char* preload)
 {
     char** place = nullptr; // of LD_PRELOAD, which keeps it
     for (; environment && *environment; ++environment) {

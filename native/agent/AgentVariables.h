@@ -11,7 +11,7 @@ inline constexpr const char* follow = "GX_AGENT_FOLLOW";   ///< set: serve the p
 inline constexpr const char* all[] = {pid, library, jar, domain, follow};
 } // namespace AgentVariable
 
-class CEnvironment {
+class CAgentVariables {
 public:
     /// Takes the variables out of the environment and puts LD_PRELOAD back to what it was, so that the
     /// program and its children see what they would see without the agent; with `follow` they stay. Called
