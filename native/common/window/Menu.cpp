@@ -129,7 +129,7 @@ GX_JNI(jlongArray, Java_com_talvern_test_gx_application_MenuItems_look, jclass, 
     return jniEntry(env, __func__, [&]() -> jlongArray {
         const GxMenu::View view = GxMenu(menu, 0).getView();
         std::vector<jlong> numbers;
-        append(numbers, stateOf(view.shown, true, std::nullopt), view.box, 0);
+        append(numbers, stateOf(view.shown, true, std::nullopt), view.box, static_cast<jlong>(view.id));
         for (const GxMenu::ItemView& item : view.items)
             append(numbers, stateOf(item.shown, item.enabled, item.checked), item.seenPart,
                    static_cast<jlong>(item.submenu));

@@ -74,6 +74,7 @@ CFileDialog dialogOf(_GtkWidget* window, _GtkWidget* chooser)
     dialog.file = shownBox(firstIn(chooser, isField));
     dialog.ready = !firstIn(chooser, isLoading);
     dialog.enabled = agreeing && _gtk_widget_is_sensitive(agreeing);
+    dialog.okId = reinterpret_cast<unsigned long>(agreeing);
     return dialog;
 }
 

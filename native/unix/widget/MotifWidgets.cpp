@@ -431,7 +431,7 @@ std::vector<CFileDialog> CMotifWidgets::fileDialogs() const
         guarded([&] { readXtFacts(shell, facts); });
         dialogs.push_back({XtWindow(shell), taken(facts.text), boxOnScreen(display, parts.ok),
                            boxOnScreen(display, parts.cancel), boxOnScreen(display, parts.file), true,
-                           parts.ok && XtIsSensitive(parts.ok)});
+                           parts.ok && XtIsSensitive(parts.ok), reinterpret_cast<unsigned long>(parts.ok)});
     });
     return dialogs;
 }

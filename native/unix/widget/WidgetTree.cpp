@@ -68,6 +68,7 @@ void CTreeWriter::write(const std::vector<CFileDialog>& dialogs)
             m_out.add(box);
         m_out.add(dialog.ready);
         m_out.add(dialog.enabled);
+        m_out.add(static_cast<int64_t>(dialog.okId));
     }
 }
 

@@ -32,9 +32,10 @@ struct CFileDialog {
     std::string caption;
     Rect ok;
     Rect cancel;
-    Rect file;            ///< the field for its name
-    bool ready = true;    ///< it has read its folder: until then it may change what is typed into it
-    bool enabled = false; ///< its OK button reacts
+    Rect file;              ///< the field for its name
+    bool ready = true;      ///< it has read its folder: until then it may change what is typed into it
+    bool enabled = false;   ///< its OK button reacts
+    unsigned long okId = 0; ///< CWidgetNode::id of its OK button; 0 for none
 };
 
 /// What a user sees of a widget. Texts are UTF-8; without mnemonic marks; empty where there is none.

@@ -178,6 +178,10 @@ public:
     Window ownerOf(Display*, Window, Window frame) const override { return frame; }
     int itemCount(Window menu) const override;
     int itemText(Window menu, int index, char* buffer, int size) const override;
+    unsigned long widgetIdOf(Window menu) const override
+    {
+        return reinterpret_cast<unsigned long>(menuOf(menu));
+    }
     std::optional<Rect> partOfWindow(Window menu) const override;
     std::optional<Rect> itemBox(Window menu, int index) const override;
     Window submenuWindow(Window menu, int index) const override;

@@ -63,7 +63,8 @@ public:
     /// What a user sees of a bar or pane.
     struct View {
         bool shown = false;
-        Rect box; ///< in root coordinates; zero for a window that has gone
+        unsigned long id = 0; ///< its widget: tells it from others, nothing else
+        Rect box;             ///< in root coordinates; zero for a window that has gone
         std::vector<ItemView> items;
     };
     /// Asks the X server no more than twice.

@@ -38,6 +38,8 @@ public:
     /// The window that owns a menu bar, given the child of the root that the bar is in.
     virtual Window ownerOf(Display* display, Window menuBar, Window frame) const = 0;
 
+    /// The widget of a menu or menu bar, by its address; 0 for none.
+    virtual unsigned long widgetIdOf(Window menu) const = 0;
     /// Where in its window a menu is; nothing when it is the whole window.
     virtual std::optional<Rect> partOfWindow(Window menu) const = 0;
     virtual int itemCount(Window menu) const = 0; ///< -1 for none

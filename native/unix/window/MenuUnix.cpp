@@ -186,6 +186,7 @@ GxMenu::View GxMenu::getView() const
     Display* const display = own ? toolkit.published(own) : nullptr;
     if (!display)
         return view;
+    view.id = toolkit.widgetIdOf(m_handle);
     view.items = toolkit.itemViews(m_handle);
     const auto part = toolkit.partOfWindow(m_handle);
     CBoxAnswer answer(display, m_handle);

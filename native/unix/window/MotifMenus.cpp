@@ -129,6 +129,7 @@ public:
         return firstThat(panes, isOpenedByUser);
     }
     Window ownerOf(Display* display, Window menuBar, Window frame) const override;
+    unsigned long widgetIdOf(Window menu) const override;
     std::optional<Rect> partOfWindow(Window) const override { return std::nullopt; }
     int itemCount(Window menu) const override;
     int itemText(Window, int, char*, int) const override { return 0; }
@@ -185,6 +186,16 @@ Window CMotifMenus::ownerOf(Display* display, Window menuBar, Window frame) cons
         return inner.size() == 1 ? inner.front() : other;
     }
     return frame;
+}
+
+unsigned long CMotifMenus::widgetIdOf(Window menu) const
+{
+    unsigned long id = 0;
+    auto look = [&] {
+        id = reinterpret_cast<unsigned long>(widgetOf(menu));
+        return true;
+    };
+    return gx_app_display && CXtGuard::run(look) ? id : 0;
 }
 
 int CMotifMenus::itemCount(Window menu) const

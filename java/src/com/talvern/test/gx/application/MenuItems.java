@@ -36,8 +36,8 @@ final class MenuItems {
      *
      * @param menu X window of the menu or menu bar
      * @return six numbers for the menu, and as many for each item: the bits above, for the menu whether it is open; left,
-     *     top, width and height of the part that is not hidden, on the screen, all 0 when nothing of it is to be seen; X
-     *     window of the menu that the item has opened, or 0
+     *     top, width and height of the part that is not hidden, on the screen, all 0 when nothing of it is to be seen; for
+     *     the menu the id of its widget, for an item the X window of the menu that it has opened, or 0
      */
     static native long[] look(long menu);
 

@@ -66,7 +66,7 @@ final class Widgets {
         for (int index = 0; index < count; ++index) {
             items.add(itemOf(texts[index], seen, NUMBERS * (index + 1), isOpen));
         }
-        return new MenuValues(menu.getHandle(), boxAt(seen, 1), items);
+        return new MenuValues(menu.getHandle(), seen[NUMBERS - 1], boxAt(seen, 1), items);
     }
 
     /** An item of a menu that is not open has a place, too, where nobody would find it. */

@@ -606,7 +606,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     public MenuView open(MenuView menu, String item) {
         Rectangle[] clicked = new Rectangle[1];
         boolean[] closesAnother = new boolean[1];
-        Press press = new Press(menu.window());
+        Press press = new Press();
         return await("the menu of " + WidgetView.quoted(item), () -> press.hindrance().orElseGet(this::menusNow), asked -> {
             MenuView.Item now = asked.reveal(menu, item);
             if (now.popup() != 0) {
@@ -614,7 +614,7 @@ public final class Application implements AutoCloseable, WidgetScope {
             }
             boolean noneIsOpen = asked.openMenus().isEmpty();
             boolean isDue = !now.bounds().equals(clicked[0]) || closesAnother[0] && noneIsOpen;
-            if (isDue && (!noneIsOpen || press.reaches(asked, now.bounds()))) {
+            if (isDue && (!noneIsOpen || press.reaches(asked, menu.id(), now.bounds()))) {
                 closesAnother[0] = !noneIsOpen;
                 clicked[0] = now.bounds();
                 click(now.bounds());

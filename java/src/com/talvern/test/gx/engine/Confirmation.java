@@ -17,7 +17,7 @@ final class Confirmation {
     private final Application application;
     private final FileDialogView dialog;
     private final long end;
-    private final Press press;
+    private final Press press = new Press();
     private Rectangle place;
     private List<Long> windows;
     private long asksUntil;
@@ -27,7 +27,6 @@ final class Confirmation {
         this.application = application;
         this.dialog = dialog;
         this.end = end;
-        press = new Press(dialog.window());
         asksUntil = end;
     }
 
@@ -51,7 +50,7 @@ final class Confirmation {
     }
 
     private void look(FileDialogView now) {
-        if (windows == null && rests(now) && press.reaches(application, place)) {
+        if (windows == null && rests(now) && press.reaches(application, now.okId(), place)) {
             windows = windowIds();
             application.click(place);
         } else if (windows != null && asksUntil == end && !windows.containsAll(windowIds())) {

@@ -13,20 +13,21 @@ final class Covering {
     private Covering() {}
 
     /**
-     * @param window X window of a menu bar or dialog, or the one that it is drawn into
-     * @return what takes a press at a point instead of it; empty when nothing does, or no tree has it
+     * @param id of a widget; 0 when it is not known
+     * @return what takes a press at a point instead of it; empty when nothing does, or it is not known
      */
-    static Optional<String> instead(Application application, long window, Point point) {
-        WidgetView tree = application.tree();
-        List<Long> owners = tree.all().filter(view -> view.window() == window).map(WidgetView::id).toList();
-        List<Long> there = application.widgetsAt(point);
-        return owners.isEmpty() || owners.stream().anyMatch(there::contains) ? Optional.empty()
-            : Optional.of("it cannot be pressed" + Pointer.at(point) + ", where " + describe(point, there, tree)
-                + " takes the press");
+    static Optional<String> instead(Application application, long id, Point point) {
+        List<Long> there = id == NOBODYS ? List.of() : application.widgetsAt(point);
+        return id == NOBODYS || there.contains(id) ? Optional.empty()
+            : Optional.of(takesThePress(point, there, application.tree()));
     }
 
     /** @param there ids of the application's widgets at the point, from the innermost */
-    static String describe(Point point, List<Long> there, WidgetView tree) {
+    static String takesThePress(Point point, List<Long> there, WidgetView tree) {
+        return "it cannot be pressed" + Pointer.at(point) + ", where " + describe(point, there, tree) + " takes the press";
+    }
+
+    private static String describe(Point point, List<Long> there, WidgetView tree) {
         if (there.contains(NOBODYS)) {
             return "something of the program that does not show, and has a grab,";
         }

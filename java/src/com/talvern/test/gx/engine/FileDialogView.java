@@ -14,13 +14,14 @@ import java.awt.Rectangle;
  * @param file where its text field for the file name is; GTK shows one to open by when a name is set
  * @param ready whether it has read the folder that it shows: before that GTK may change what is typed into it
  * @param enabled whether its OK button reacts
+ * @param okId that of the {@link WidgetView} of its OK button; 0 for none
  */
 public record FileDialogView(long window, String caption, Rectangle ok, Rectangle cancel, Rectangle file,
-        boolean ready, boolean enabled) {
+        boolean ready, boolean enabled, long okId) {
     static FileDialogView read(Values in) {
         FileDialogValues dialog = FileDialogValues.read(in);
         return new FileDialogView(dialog.window(), dialog.caption(), shown(dialog.ok()), shown(dialog.cancel()),
-            shown(dialog.file()), dialog.ready(), dialog.enabled());
+            shown(dialog.file()), dialog.ready(), dialog.enabled(), dialog.okId());
     }
 
     private static Rectangle shown(Rectangle box) {

@@ -13,10 +13,11 @@ import java.util.Optional;
  * A menu bar, or a menu that is open, as it was when the application was asked.
  *
  * @param window its X window
+ * @param id that of its {@link WidgetView}
  * @param bounds where it is on the screen; null when it is not to be had
  * @param items its items from the first, separators included
  */
-public record MenuView(long window, Rectangle bounds, List<Item> items) {
+public record MenuView(long window, long id, Rectangle bounds, List<Item> items) {
     /**
      * An item of a menu.
      *
@@ -72,6 +73,6 @@ public record MenuView(long window, Rectangle bounds, List<Item> items) {
             items.add(new Item(items.size(), item.text(), item.bounds(), item.popup(), item.shown(), item.enabled(),
                 item.checked()));
         }
-        return new MenuView(menu.window(), menu.bounds(), items);
+        return new MenuView(menu.window(), menu.id(), menu.bounds(), items);
     }
 }

@@ -6,18 +6,15 @@ import java.util.Optional;
 
 /** A click on a part of a menu bar or dialog that is yet to come: it waits for what covers that, and knows its name. */
 final class Press {
-    private final long window;
     private Optional<String> hindrance = Optional.empty();
 
-    /** @param window X window of the menu bar or dialog */
-    Press(long window) {
-        this.window = window;
-    }
-
-    /** @return whether a click in the middle of the box goes there now */
-    boolean reaches(Application application, Rectangle box) {
+    /**
+     * @param id of the widget that is to be pressed, 0 when it is not known
+     * @return whether a click in the middle of the box goes there now
+     */
+    boolean reaches(Application application, long id, Rectangle box) {
         Point middle = new Point((int) box.getCenterX(), (int) box.getCenterY());
-        hindrance = Covering.instead(application, window, middle);
+        hindrance = Covering.instead(application, id, middle);
         return hindrance.isEmpty();
     }
 

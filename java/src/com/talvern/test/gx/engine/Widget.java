@@ -589,7 +589,7 @@ public final class Widget implements WidgetScope {
         Point middle = new Point((int) seen.getCenterX(), (int) seen.getCenterY());
         List<Long> there = application.widgetsAt(middle);
         return there.contains(view.id()) ? Outcome.of(middle) : Outcome.failed(() -> new WidgetException.Covered(
-            complaint("it cannot be pressed" + Pointer.at(middle) + ", where " + Covering.describe(middle, there, tree)
-                + " takes the press from " + view.line(), "close or move that first, or activate() the window")));
+            complaint(Covering.takesThePress(middle, there, tree) + " from " + view.line(),
+                "close or move that first, or activate() the window")));
     }
 }

@@ -12,9 +12,10 @@ import java.awt.Rectangle;
  * @param file where its text field for the file name is
  * @param ready whether it has read the folder that it shows
  * @param enabled whether its OK button reacts
+ * @param okId the id of the widget that is its OK button, 0 for none
  */
 public record FileDialogValues(long window, String caption, Rectangle ok, Rectangle cancel, Rectangle file,
-        boolean ready, boolean enabled) {
+        boolean ready, boolean enabled, long okId) {
     /**
      * Takes a dialog.
      *
@@ -23,7 +24,7 @@ public record FileDialogValues(long window, String caption, Rectangle ok, Rectan
      */
     public static FileDialogValues read(Values in) {
         return new FileDialogValues(in.nextLong(), in.nextString(), in.nextRectangle(), in.nextRectangle(),
-            in.nextRectangle(), in.nextBoolean(), in.nextBoolean());
+            in.nextRectangle(), in.nextBoolean(), in.nextBoolean(), in.nextLong());
     }
 
     /**
@@ -32,7 +33,7 @@ public record FileDialogValues(long window, String caption, Rectangle ok, Rectan
      * @param out is written to
      */
     public void write(Values out) {
-        out.add(window).add(caption).add(ok).add(cancel).add(file).add(ready).add(enabled);
+        out.add(window).add(caption).add(ok).add(cancel).add(file).add(ready).add(enabled).add(okId);
     }
 
     /**
@@ -42,6 +43,6 @@ public record FileDialogValues(long window, String caption, Rectangle ok, Rectan
      * @return the dialog
      */
     public FileDialogValues withCaption(String other) {
-        return new FileDialogValues(window, other, ok, cancel, file, ready, enabled);
+        return new FileDialogValues(window, other, ok, cancel, file, ready, enabled, okId);
     }
 }

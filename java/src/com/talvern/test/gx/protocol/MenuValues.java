@@ -7,10 +7,11 @@ import java.util.List;
  * A menu bar, or a menu that is open, on its way to the engine.
  *
  * @param window its X window
+ * @param id of its widget, 0 for none
  * @param bounds where it is on the screen; null when it is not to be had
  * @param items its items from the first, separators included
  */
-public record MenuValues(long window, Rectangle bounds, List<Item> items) {
+public record MenuValues(long window, long id, Rectangle bounds, List<Item> items) {
     /**
      * An item of a menu.
      *
@@ -39,7 +40,7 @@ public record MenuValues(long window, Rectangle bounds, List<Item> items) {
      * @return the menu
      */
     public static MenuValues read(Values in) {
-        return new MenuValues(in.nextLong(), in.nextRectangle(), in.nextAll(Item::read));
+        return new MenuValues(in.nextLong(), in.nextLong(), in.nextRectangle(), in.nextAll(Item::read));
     }
 
     /**
@@ -48,6 +49,6 @@ public record MenuValues(long window, Rectangle bounds, List<Item> items) {
      * @param out is written to
      */
     public void write(Values out) {
-        out.add(window).add(bounds).addAll(items, Item::write);
+        out.add(window).add(id).add(bounds).addAll(items, Item::write);
     }
 }
