@@ -169,6 +169,7 @@ class WidgetTest extends ShownProgram {
             says("file " + there);
         }
         if (program.startsWith("motif")) {
+            okIsNotPressedThroughOthers(program);
             return;
         }
         named("Folder...", folder.toString(), true);
@@ -177,11 +178,31 @@ class WidgetTest extends ShownProgram {
         says("file " + folder.resolve("new"));
         FileDialogView saved = named("Save...", there.toString(), false);
         assertEquals(List.of(saved), application.fileDialogs());
+        okIsCovered(saved, "GtkMessageDialog");
         application.find(Query.role(Role.PUSH_BUTTON).text("Replace")).click();
         says("file " + there);
         FileDialogView open = named("Open...", folder.toString(), false); // goes into it
         application.click(open.cancel());
         assertTrue(output.readLine().startsWith("no file "));
+    }
+
+    /** The other program lies above. */
+    private void okIsNotPressedThroughOthers(String program) throws Exception {
+        application.choose("File", "Open...");
+        FileDialogView dialog = application.awaitFileDialog();
+        try (Application above = Application.start(System.getProperty("gx.apps") + "/" + program)) {
+            above.button("Save").click();
+            okIsCovered(dialog, "window \"All of them\"");
+        }
+        application.setTimeout(Duration.ofSeconds(20));
+        assertTrue(application.confirm(dialog));
+        assertTrue(output.readLine().startsWith("file "));
+    }
+
+    private void okIsCovered(FileDialogView dialog, String by) {
+        application.setTimeout(Duration.ofSeconds(2));
+        String message = assertThrows(WidgetException.Covered.class, () -> application.confirm(dialog)).getMessage();
+        assertTrue(message.contains(by), message);
     }
 
     private FileDialogView named(String item, String file, boolean goes) {
