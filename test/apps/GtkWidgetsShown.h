@@ -55,6 +55,8 @@ inline void addFields(GtkWidget* box)
 #endif
     GtkWidget* const spin = field(box, "Count:", false, gtk_spin_button_new_with_range(0, 100, 1));
     gtk_spin_button_set_value(GTK_SPIN_BUTTON(spin), 42);
+    GtkWidget* const scale = field(box, "Loudness:", false, gtk_hscale_new_with_range(0, 10, 0.1));
+    gtk_range_set_value(GTK_RANGE(scale), 1.5);
 #if GTK_MAJOR_VERSION >= 3
     GtkWidget* const combo = gtk_combo_box_text_new();
     for (const char* const text : {"small", "large"})

@@ -66,6 +66,14 @@ class WidgetTest extends ShownProgram {
         name.awaitText("");
         application.field("City").type("-West");
         application.field("City").awaitText(Pattern.compile("Gr.nau-West"));
+        Widget loudness = application.slider("Loudness");
+        for (double value : new double[] {7.3, 0, 10, 1.5}) {
+            loudness.set(value);
+            assertEquals(value, loudness.view().value(), 1e-9);
+        }
+        Widget louder = loudness.within(Duration.ofSeconds(2));
+        assertTrue(assertThrows(WidgetException.NotSo.class, () -> louder.set(10.1)).getMessage().contains("value 10.0"));
+        fails(WidgetException.NotReady.class, "no slider", name, asked -> asked.set(1.5));
         Widget notes = application.find(Query.name("notes"));
         notes.setText("three\nfour");
         notes.awaitText("three\nfour");
@@ -224,7 +232,7 @@ class WidgetTest extends ShownProgram {
         List<Widget> widgets = List.of(application.button("Save"), window.button(Pattern.compile("Sa.e")),
             application.toggle("Agree"), window.field("Name"), application.field(Pattern.compile("Cit\\w")), window.label("City"),
             application.list(), window.table(), application.comboBox("Size"), window.optionMenu(Pattern.compile("S\\w+:")),
-            application.tab("Rows"), application.list().cell(2, 0), window.list().cell("beta", 0),
+            application.tab("Rows"), application.slider(), application.list().cell(2, 0), window.list().cell("beta", 0),
             window.find(Query.any().text(Pattern.compile("save", Pattern.CASE_INSENSITIVE))),
             application.find(Query.role(Role.RADIO_BUTTON, Role.TOGGLE).at(1).in(Query.role(Role.WINDOW))),
             application.find(Query.role(Role.RADIO_BUTTON)).all().get(1),

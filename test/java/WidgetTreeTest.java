@@ -36,7 +36,7 @@ class WidgetTreeTest {
         "gtk spin button \"42\" label \"Count:\" value 42.0|at",
         "gtk combo box \"large\" label \"Size:\"|at",
         "motif option menu \"large\" label \"Size:\"|at",
-        "motif scale label \"Loudness:\"|value 1.5|at",
+        "scale label \"Loudness:\"|value 1.5|at",
         "text area \"one\\ntwo\" name \"notes\"|at",
         "gtk tab \"First\" selected|at",
         "gtk label \"behind\" hidden|at",

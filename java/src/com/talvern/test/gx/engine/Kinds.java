@@ -8,6 +8,7 @@ final class Kinds {
         view -> view.role() == Role.TEXT_FIELD || view.role() == Role.TEXT_AREA || view.role() == Role.SPIN_BUTTON
             || view.role() == Role.COMBO_BOX && view.editable());
     static final Query ROWS = Query.role(Role.LIST, Role.TABLE, Role.TREE);
+    static final Query SLIDER = Query.role(Role.SCALE);
     static final Query CHOICE = Query.role(Role.COMBO_BOX, Role.OPTION_MENU);
 
     private Kinds() {}

@@ -119,6 +119,7 @@ final class Locator {
             case TABLE, TREE -> scope.table(name);
             case COMBO_BOX -> isField(view) ? scope.field(name) : scope.comboBox(name);
             case OPTION_MENU -> scope.optionMenu(name);
+            case SCALE -> scope.slider(name);
             case LABEL -> scope.label(name);
             case TAB -> scope.tab(name);
             default -> null;
@@ -132,6 +133,7 @@ final class Locator {
             case TABLE, TREE -> scope.table();
             case COMBO_BOX -> isField(view) ? scope.field() : scope.comboBox();
             case OPTION_MENU -> scope.optionMenu();
+            case SCALE -> scope.slider();
             default -> null;
         };
     }

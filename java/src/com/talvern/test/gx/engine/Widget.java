@@ -285,6 +285,26 @@ public final class Widget implements WidgetScope {
     }
 
     /**
+     * Moves a slider to a value, unless it has it already: gives it the focus by a click, which may move it as well, and
+     * strokes arrow keys, 2000 at most. The application sees the values on the way.
+     *
+     * @param value as {@link WidgetView#value} tells it
+     * @throws WidgetException.NotReady it is no slider
+     * @throws WidgetException.NotSo it has not got there: its range ends before, or it has no step there
+     */
+    public void set(double value) {
+        WidgetView before = view();
+        if (before.role() != Role.SCALE) {
+            throw new WidgetException.NotReady(complaint("it is no slider: " + before.line(),
+                "setText() is for what holds a number as text"));
+        }
+        if (before.value() == null || before.value() != value) {
+            focus();
+            new Slide(application, this).to(value);
+        }
+    }
+
+    /**
      * A cell of a list, table or tree, in sight or not: what is done to it scrolls it there.
      *
      * @param row the number of the row, from 0, counted as a user does: without those below rows that are closed

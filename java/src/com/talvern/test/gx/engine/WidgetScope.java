@@ -170,6 +170,27 @@ public interface WidgetScope {
         return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + Query.literal(label) + ")");
     }
 
+    /** @return the only slider there is */
+    default Widget slider() {
+        return find(Kinds.SLIDER).knownAs("slider()");
+    }
+
+    /**
+     * @param label what stands beside it
+     * @return the slider, for {@link Widget#set(double)}
+     */
+    default Widget slider(String label) {
+        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + Query.literal(label) + ")");
+    }
+
+    /**
+     * @param label what stands beside it
+     * @return the slider
+     */
+    default Widget slider(Pattern label) {
+        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + Query.literal(label) + ")");
+    }
+
     /**
      * @param name what it says
      * @return the tab that brings a page to the front

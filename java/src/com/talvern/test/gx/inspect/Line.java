@@ -26,7 +26,7 @@ final class Line {
     // value = string | number | "Pattern.compile(" string [ "," number ] ")" | "Query." call { "." call } | "Role." name
 
     private static final Set<String> SCOPE = Set.of("button", "toggle", "field", "label", "list", "table", "comboBox",
-        "optionMenu", "tab", "find");
+        "optionMenu", "slider", "tab", "find");
     /** What may be called, and no more: the line comes from outside. */
     private static final Map<Class<?>, Set<String>> CALLABLE = Map.of(
         Application.class, with("awaitWindow", "awaitDialog", "windows"), AppWindow.class, SCOPE,
