@@ -212,8 +212,11 @@ void addChoices(Widget parent)
     XtVaSetValues(menu, XmNsubMenuId, pane, XmNlabelString, label, XmNmenuHistory, large, nullptr);
     XtManageChild(menu);
     XmStringFree(label);
-    const Widget scale = make(XmCreateScale, line(parent, "Loudness:"), "scale");
-    XtVaSetValues(scale, XmNorientation, XmHORIZONTAL, XmNdecimalPoints, 1, XmNvalue, 15, nullptr);
+    const Widget scale = make(XmCreateScale, parent, "scale");
+    const XmString title = XmStringCreateLocalized(const_cast<char*>("Loudness:"));
+    XtVaSetValues(scale, XmNorientation, XmHORIZONTAL, XmNdecimalPoints, 1, XmNvalue, 15, XmNtitleString,
+                  title, nullptr);
+    XmStringFree(title);
     const Widget list = make(XmCreateScrolledList, parent, "list");
     for (const char* const name : {"alpha", "beta", "gamma", "delta"}) {
         const XmString text = XmStringCreateLocalized(const_cast<char*>(name));

@@ -277,6 +277,7 @@ void readScale(Widget widget, CXtFacts& facts)
         facts.value /= 10;
     facts.label = compoundText(widget, XmNtitleString);
     facts.isLeaf = true;
+    facts.pressed = XtNameToWidget(widget, "Scrollbar"); // a title stands below it
 }
 
 void readScrollBar(Widget widget, CXtFacts& facts)
