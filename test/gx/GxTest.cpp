@@ -138,21 +138,22 @@ TEST_F(GxTest, AsksProgramsForTheirWidgets)
     for (const CRow& row : rows)
         expect(row);
     for (const char* const program : {"Untitled", "galculator"})
-        EXPECT_EQ(
-            0,
-            CCommand(std::string("gx tree --json ") + program + " > tree; /usr/bin/python3 -m json.tool tree").status);
+        EXPECT_EQ(0, CCommand(std::string("gx tree --json ") + program +
+                              " > tree; /usr/bin/python3 -m json.tool tree")
+                         .status);
 }
 
 TEST_F(GxTest, JsonIsWhatAnyParserReads)
 {
     for (const char* const command : {"windows", "at 450 400", "wait --window galculator", "doctor", "store"})
-        EXPECT_EQ(
-            0,
-            CCommand(std::string("gx ") + command + " --json > answer; /usr/bin/python3 -m json.tool answer").status)
+        EXPECT_EQ(0, CCommand(std::string("gx ") + command +
+                              " --json > answer; /usr/bin/python3 -m json.tool answer")
+                         .status)
             << command;
     const std::string all =
-        CCommand("LC_ALL=C gx windows --json | /usr/bin/python3 -c 'import json, sys\nfor w in json.load(sys.stdin): "
-                 "print(ascii(w[\"caption\"]), w[\"pid\"], w[\"x\"])'")
+        CCommand(
+            "LC_ALL=C gx windows --json | /usr/bin/python3 -c 'import json, sys\nfor w in json.load(sys.stdin): "
+            "print(ascii(w[\"caption\"]), w[\"pid\"], w[\"x\"])'")
             .output;
     EXPECT_THAT(all, testing::HasSubstr("'Gr\\xfc\\xdfe \"a\\\\b\" \\t<>' ")) << all;
 }
