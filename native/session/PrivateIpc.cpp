@@ -1,7 +1,7 @@
 #include "session/PrivateIpc.h"
 
 #include "include/Retried.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <algorithm>
 #include <cerrno>

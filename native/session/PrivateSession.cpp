@@ -4,7 +4,7 @@
 #include "session/PrivateIpc.h"
 #include "session/Program.h"
 #include "session/SessionKeeper.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <cerrno>
 #include <cstdio>

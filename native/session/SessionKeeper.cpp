@@ -3,7 +3,7 @@
 #include "include/Retried.h"
 #include "session/PrivateSession.h"
 
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "session/Program.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <filesystem>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 // gx as its users have it: whole processes, on a private display, with a Motif and a GTK program.
 #include "Command.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <gmock/gmock.h>
 

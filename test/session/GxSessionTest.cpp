@@ -1,5 +1,5 @@
 #include "session/Program.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include "session/PrivateIpc.h"
 #include "session/PrivateSession.h"
 #include "session/Program.h"
-#include "session/Within.h"
+#include "include/Within.h"
 #include "unix/ipc/Mailslot.h"
 #include "unix/ipc/Mutex.h"
 #include "unix/ipc/SemaphoreList.h"

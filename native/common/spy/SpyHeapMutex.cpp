@@ -5,13 +5,13 @@
 #include "common/trace/GxAssert.h"
 #include "include/NeverDestroyed.h"
 #include "include/SpyHeap.h"
+#include "include/Within.h"
 #include "unix/sysv/SharedMemory.h"
 #include "unix/sysv/SpyMutex.h"
 
 #include <chrono>
 #include <memory>
 #include <poll.h>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -172,9 +172,7 @@ void CSpyHeapMutex::stopThreads()
 /// Most hold the mutex for microseconds. Who takes it from now on gives it back before he does anything.
 bool CSpyHeapMutex::isLetGoSoon()
 {
-    for (int tries = 0; s_holder != 0 && tries < 100; ++tries)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return s_holder == 0;
+    return within(std::chrono::milliseconds(100), [] { return s_holder == 0; });
 }
 
 /// While the process ends, other threads than the one that ends it find the mutex taken, as long as they

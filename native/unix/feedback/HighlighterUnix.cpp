@@ -2,6 +2,7 @@
 
 #include "common/trace/GxDebug.h"
 #include "include/NeverDestroyed.h"
+#include "include/Within.h"
 #include "unix/feedback/FeedbackDisplay.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/window/OwnDisplay.h"
@@ -79,9 +80,8 @@ Display* my_display = openDisplay();
 void closeDisplay()
 {
     CHighlighter::Lock lock(s_mutex, std::defer_lock);
-    for (int patience = 2000; !lock.try_lock(); std::this_thread::sleep_for(1ms))
-        if (--patience == 0)
-            return;
+    if (!within(2s, [&] { return lock.try_lock(); }))
+        return;
     stopAllThreads(lock);
     if (!endsWithProcess())
         closeOwnDisplay(std::exchange(my_display, nullptr));

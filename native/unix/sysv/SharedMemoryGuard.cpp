@@ -1,5 +1,6 @@
 #include "common/trace/CTracer.h"
 #include "include/Retried.h"
+#include "include/Within.h"
 #include "unix/sysv/SharedMemory.h"
 
 #include <cerrno>
@@ -7,7 +8,6 @@
 #include <fcntl.h>
 #include <mutex>
 #include <sys/file.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -20,13 +20,12 @@ bool s_isKept = false; ///< somebody kept it for longer than anybody needs it: i
 
 bool lockWithin(int file, std::chrono::milliseconds limit)
 {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (retried([&] { return flock(file, LOCK_EX | LOCK_NB); }) != 0) {
-        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
+    int error = 0;
+    const auto hasAnswer = [&] {
+        error = retried([&] { return flock(file, LOCK_EX | LOCK_NB); }) == 0 ? 0 : errno;
+        return error != EWOULDBLOCK;
+    };
+    return within(limit, hasAnswer) && error == 0;
 }
 } // namespace
 

@@ -3,7 +3,7 @@
 #include "HeapCheck.h"
 #include "Seed.h"
 #include "common/spy/SpyMemory.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <gtest/gtest.h>
 

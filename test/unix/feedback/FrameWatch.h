@@ -1,7 +1,7 @@
 /// What another client of the X server sees of frames and tooltips.
 #pragma once
 
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // another process.
 #include "include/GxGlobals.h"
 #include "session/Program.h"
-#include "session/Within.h"
+#include "include/Within.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/HotKeyCounter.h"
 #include "unix/input/Player.h"

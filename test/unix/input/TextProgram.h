@@ -2,7 +2,7 @@
 #pragma once
 
 #include "session/Program.h"
-#include "session/Within.h"
+#include "include/Within.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/inputkeyunix.h"
 

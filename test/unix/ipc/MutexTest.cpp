@@ -2,7 +2,7 @@
 #include "Seed.h"
 #include "TraceCapture.h"
 #include "common/spy/SpyMemory.h"
-#include "session/Within.h"
+#include "include/Within.h"
 #include "unix/ipc/MutexList.h"
 #include "unix/sysv/HoldRecords.h"
 #include "unix/sysv/NoticePage.h"

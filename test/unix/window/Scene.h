@@ -4,7 +4,7 @@
 
 #include "TraceCapture.h"
 #include "include/GxGlobals.h"
-#include "session/Within.h"
+#include "include/Within.h"
 
 #include <gtest/gtest.h>
 
