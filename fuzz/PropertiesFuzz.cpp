@@ -1,7 +1,7 @@
 // Option and preference files: whatever is in one, loading it ends, and a table that was saved is read back
 // as it was.
 #include "common/trace/GxInstallOptions.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,6 +1,7 @@
 #include "agent/Companion.h"
 
 #include "include/Retried.h"
+#include "include/ScopedFile.h"
 
 #include <algorithm>
 #include <chrono>
@@ -23,21 +24,13 @@ constexpr auto patience = std::chrono::seconds(2); ///< as long as Application.c
 class CProcess {
 public:
     explicit CProcess(pid_t pid) : m_handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
-    CProcess(CProcess&& other) noexcept : m_handle(other.m_handle) { other.m_handle = -1; }
-    ~CProcess()
-    {
-        if (m_handle >= 0)
-            close(m_handle);
-    }
-    CProcess(const CProcess&) = delete;
-    CProcess& operator=(const CProcess&) = delete;
 
-    bool isKnown() const { return m_handle >= 0; }
-    void signal(int number) const { syscall(SYS_pidfd_send_signal, m_handle, number, nullptr, 0); }
-    pollfd toPoll() const { return {m_handle, POLLIN, 0}; }
+    bool isKnown() const { return bool(m_handle); }
+    void signal(int number) const { syscall(SYS_pidfd_send_signal, m_handle.get(), number, nullptr, 0); }
+    pollfd toPoll() const { return {m_handle.get(), POLLIN, 0}; }
 
 private:
-    int m_handle;
+    CDescriptor m_handle;
 };
 
 bool hasEnded(const CProcess& process, int timeoutMs = 0)

@@ -1,7 +1,7 @@
 // gx shot: a picture of the screen, or of where a window is, as a PNG file.
 #include "gx/CommandLine.h"
 
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "gx/Commands.h"
 #include "gx/Seen.h"
 #include "include/Retried.h"

@@ -166,16 +166,10 @@ CSessionIpc::CSessionIpc(bool takesTurns)
 {
 }
 
-CSessionIpc::~CSessionIpc()
-{
-    if (m_turn >= 0)
-        close(m_turn);
-}
-
 std::string CSessionIpc::obstacle() const
 {
     std::string holder;
-    if (m_turn >= 0) // a process of the session before may still be on its way out
+    if (m_turn) // a process of the session before may still be on its way out
         within(10s, [&] { return (holder = holderOfTheStore()).empty(); });
     return holder;
 }
@@ -191,7 +185,7 @@ bool CSessionIpc::isLeft(const CSystemVObject& object) const
 
 int CSessionIpc::removeLeft()
 {
-    if (!m_private && m_turn < 0)
+    if (!m_private && !m_turn)
         return 0;
     std::vector<CSystemVObject> left;
     const auto listLeft = [&] {

@@ -1,6 +1,8 @@
 /// System V IPC of a session: a namespace of its own, or its turn in the common one.
 #pragma once
 
+#include "include/ScopedFile.h"
+
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -31,8 +33,6 @@ public:
     /// Enters a private namespace, or else waits for the turn, without a limit.
     /// @param takesTurns  false: stays in the common namespace beside others then, and removes nothing there
     explicit CSessionIpc(bool takesTurns);
-    ~CSessionIpc();
-    CSessionIpc(const CSessionIpc&) = delete;
 
     bool isPrivate() const { return m_private; }
     /// Why no session can run here, such as somebody else's process at the store; empty when one can.
@@ -47,6 +47,6 @@ private:
     bool isLeft(const CSystemVObject& object) const;
 
     bool m_private;
-    int m_turn = -1; ///< descriptor of the lock file
+    CDescriptor m_turn; ///< descriptor of the lock file
     std::vector<CSystemVObject> m_before;
 };

@@ -69,6 +69,22 @@ CNotStarted::CNotStarted(const std::string& program, int error)
 {
 }
 
+namespace {
+struct CPipe {
+    CPipe()
+    {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
+        m_out = CDescriptor(ends[0]);
+        m_in = CDescriptor(ends[1]);
+    }
+
+    CDescriptor m_out;
+    CDescriptor m_in;
+};
+} // namespace
+
 pid_t spawn(const std::vector<std::string>& command, int output, int errors)
 {
     std::vector<char*> arguments;
@@ -76,9 +92,7 @@ pid_t spawn(const std::vector<std::string>& command, int output, int errors)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
 
-    int failure[2];
-    if (pipe2(failure, O_CLOEXEC) != 0)
-        throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
+    CPipe failure;
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
@@ -91,15 +105,14 @@ pid_t spawn(const std::vector<std::string>& command, int output, int errors)
             dup2(errors, STDERR_FILENO);
         execvp(arguments[0], arguments.data());
         const int error = errno;
-        [[maybe_unused]] const auto told = write(failure[1], &error, sizeof error);
+        [[maybe_unused]] const auto told = write(failure.m_in.get(), &error, sizeof error);
         _exit(127);
     }
     const int forkError = errno;
-    close(failure[1]);
+    failure.m_in = CDescriptor();
     int error = child < 0 ? forkError : 0;
-    if (child >= 0 && read(failure[0], &error, sizeof error) == sizeof error)
+    if (child >= 0 && read(failure.m_out.get(), &error, sizeof error) == sizeof error)
         waitpid(child, nullptr, 0);
-    close(failure[0]);
     if (error != 0)
         throw CNotStarted(command[0], CNotStarted::causeOf(command[0], error));
     return child;
@@ -107,25 +120,15 @@ pid_t spawn(const std::vector<std::string>& command, int output, int errors)
 
 CProgram::CProgram(const std::vector<std::string>& command, int errors)
 {
-    int output[2];
-    if (pipe2(output, O_CLOEXEC) != 0)
-        throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
-    m_output = output[0];
-    try {
-        m_pid = spawn(command, output[1], errors);
-    } catch (...) {
-        close(output[0]);
-        close(output[1]);
-        throw;
-    }
-    close(output[1]);
+    CPipe output;
+    m_pid = spawn(command, output.m_in.get(), errors);
+    m_output = std::move(output.m_out);
 }
 
 CProgram::~CProgram()
 {
     kill(SIGKILL); // whoever is to end in another way is asked before
     wait(60s);
-    close(m_output);
 }
 
 std::optional<std::string> CProgram::line(std::chrono::milliseconds limit)
@@ -137,10 +140,10 @@ std::optional<std::string> CProgram::line(std::chrono::milliseconds limit)
             m_read.erase(0, at + 1);
             return found;
         }
-        pollfd ready{m_output, POLLIN, 0};
+        pollfd ready{m_output.get(), POLLIN, 0};
         const int answer = retried([&] { return poll(&ready, 1, millisecondsUntil(end)); });
         char buffer[4096];
-        const auto got = answer > 0 ? read(m_output, buffer, sizeof buffer) : 0;
+        const auto got = answer > 0 ? read(m_output.get(), buffer, sizeof buffer) : 0;
         if (got <= 0)
             return std::nullopt;
         m_read.append(buffer, static_cast<size_t>(got));
@@ -184,16 +187,10 @@ void CProgram::kill(int signal)
 
 CXvfb::CErrors::CErrors() : file(memfd_create("gx-errors", MFD_CLOEXEC)) {}
 
-CXvfb::CErrors::~CErrors()
-{
-    if (file >= 0)
-        close(file);
-}
-
 std::string CXvfb::CErrors::text() const
 {
     char text[2000];
-    const ssize_t size = pread(file, text, sizeof text, 0);
+    const ssize_t size = pread(file.get(), text, sizeof text, 0);
     return size > 0 ? ": " + std::string(text, static_cast<size_t>(size)) : "";
 }
 
@@ -201,7 +198,7 @@ CXvfb::CXvfb(const std::vector<std::string>& options)
     : m_program(withOptions({"setsid", "Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-auth",
                              authority(), "-screen", "0", "1280x1024x24"},
                             options),
-                m_errors.file)
+                m_errors.file.get())
 {
     const auto number = m_program.line(30s);
     if (!number)

@@ -1,6 +1,8 @@
 /// Programs that a session or a test starts: an X server, a window manager, a small application.
 #pragma once
 
+#include "include/ScopedFile.h"
+
 #include <chrono>
 #include <optional>
 #include <stdexcept>
@@ -49,7 +51,7 @@ public:
 
 private:
     pid_t m_pid = -1;
-    int m_output = -1;
+    CDescriptor m_output;
     std::string m_read;
 };
 
@@ -68,10 +70,8 @@ private:
     /// What it says of displays that others have, and of its keyboard, is no news unless it does not start.
     struct CErrors {
         CErrors();
-        ~CErrors();
-        CErrors(const CErrors&) = delete;
         std::string text() const;
-        int file;
+        CDescriptor file;
     };
     CErrors m_errors;
     CProgram m_program;

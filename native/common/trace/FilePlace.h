@@ -10,7 +10,7 @@
 /// path leads through it and from the root directory elsewhere; files of that user are used like root's.
 #pragma once
 
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 
 #include <climits>
 #include <cstdio>

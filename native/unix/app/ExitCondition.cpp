@@ -1,7 +1,7 @@
 #include "unix/app/ExitCondition.h"
 
 #include "common/trace/CTracer.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "unix/process/ProcessEnd.h"
 #include "unix/process/ProcessStart.h"
 

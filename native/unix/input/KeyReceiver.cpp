@@ -1,7 +1,7 @@
 #include "unix/input/KeyReceiver.h"
 
 #include "common/trace/CTracer.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "include/NeverDestroyed.h"
 #include "unix/input/RunningInput.h"
 

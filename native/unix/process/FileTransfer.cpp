@@ -2,7 +2,7 @@
 
 #include "common/trace/CTracer.h"
 #include "common/trace/ErrorString.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "include/Retried.h"
 
 #include <algorithm>

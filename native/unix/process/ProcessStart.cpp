@@ -4,7 +4,7 @@
 #include "common/trace/CTracer.h"
 #include "common/trace/Environment.h"
 #include "common/trace/ErrorString.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "unix/process/ChildWait.h"
 
 #include <array>

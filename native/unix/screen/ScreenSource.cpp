@@ -1,6 +1,6 @@
 #include "unix/screen/ScreenSource.h"
 
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "include/NeverDestroyed.h"
 
 #include <algorithm>

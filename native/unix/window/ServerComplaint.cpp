@@ -1,6 +1,6 @@
 #include "unix/window/ServerComplaint.h"
 
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "include/GxGlobals.h"
 #include "unix/window/OwnDisplay.h"
 

@@ -3,7 +3,7 @@
 
 #include "ChildProcess.h"
 #include "common/trace/Environment.h"
-#include "common/trace/ScopedFile.h"
+#include "include/ScopedFile.h"
 #include "unix/process/OperatingSystem.h"
 
 #include <gmock/gmock.h>
