@@ -16,6 +16,13 @@
 namespace {
 class SemaphoreListTest : public testing::Test {
 protected:
+    /// The set outlives its heap, and earlier tests may have left semaphores of it taken.
+    void SetUp() override
+    {
+        const auto& base = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
+        if (const int set = semget(base.key(), 0, 0); set != -1)
+            CSemaphoreSet(set).free();
+    }
     void TearDown() override { CSpyHeap::deleteBaseHeap(); }
 };
 
@@ -46,8 +53,6 @@ TEST_F(SemaphoreListTest, IsFullWhereTheSystemGrantsNoSemaphores)
 {
     if (const char* const why = CPrivateSession::whyNoPrivateIpc())
         GTEST_SKIP() << why;
-    const auto& base = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
-    CSemaphoreSet(semget(base.key(), 0, 0)).free(); // of an earlier test
     {
         const CUsedUp none(CUsedUp::Sets);
         EXPECT_TRUE(CSemaphoreList().allocSemaphore(1).isNull());

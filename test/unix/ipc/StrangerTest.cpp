@@ -219,6 +219,8 @@ TEST(StrangerTest, HasADirectoryRefusedThatIsNone)
 void inAnotherProcessNamespace(const std::function<void(CChildProcess&)>& work,
                                const std::function<void(CChildProcess&)>& meanwhile)
 {
+    if (const char* const why = CPrivateSession::whyNoPrivateIpc())
+        GTEST_SKIP() << why;
     CChildProcess world([&](CChildProcess&) {
         ASSERT_NE(PrivateIpc::None, enterPrivateIpc());
         {
