@@ -31,12 +31,13 @@ public:
     }
     static const CSelf& get();
 
+    /// Whoever reads any of it sees what was written before it, too.
     void writeTo(CHoldRecord& record) const
     {
-        record.m_start.store(m_start, std::memory_order_relaxed);
-        record.m_process.store(m_process, std::memory_order_relaxed);
+        record.m_start.store(m_start, std::memory_order_release);
+        record.m_process.store(m_process, std::memory_order_release);
         for (size_t index = 0; index < m_name.size(); ++index)
-            record.m_name[index].store(m_name[index], std::memory_order_relaxed);
+            record.m_name[index].store(m_name[index], std::memory_order_release);
     }
 
 private:
@@ -164,9 +165,8 @@ void CHoldRecords::taken(CSemaphoreHandle handle)
         return;
     // The last holder may have died with it: what is written now is nobody's until it says since when.
     record->m_since.store(0, std::memory_order_relaxed);
-    std::atomic_thread_fence(std::memory_order_release);
     CSelf::get().writeTo(*record);
-    record->m_thread.store(thisThread(), std::memory_order_relaxed);
+    record->m_thread.store(thisThread(), std::memory_order_release);
     record->m_since.store(now(), std::memory_order_release);
 }
 
