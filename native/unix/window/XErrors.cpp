@@ -10,8 +10,9 @@
 namespace {
 XErrorHandler s_previousHandler = nullptr;
 
-/// By numbers: within a handler the server must not be asked for names.
-struct CXError {
+/// By numbers: within a handler the server must not be asked for names. Aligned as what is exchanged in one
+/// step, which clang goes by.
+struct alignas(uint32_t) CXError {
     uint8_t code; ///< 0 for none
     uint8_t major;
     uint16_t minor;
