@@ -17,13 +17,20 @@ namespace {
 class SemaphoreListTest : public testing::Test {
 protected:
     /// The set outlives its heap, and earlier tests may have left semaphores of it taken.
-    void SetUp() override
+    void SetUp() override { freeSet(); }
+    void TearDown() override
+    {
+        freeSet(); // one that a child has made is nobody's when the heap has gone
+        CSpyHeap::deleteBaseHeap();
+    }
+
+private:
+    static void freeSet()
     {
         const auto& base = static_cast<const CUnixSharedMemory&>(*CSpyHeap::getHeap(0)->sharedMemory());
         if (const int set = semget(base.key(), 0, 0); set != -1)
             CSemaphoreSet(set).free();
     }
-    void TearDown() override { CSpyHeap::deleteBaseHeap(); }
 };
 
 TEST_F(SemaphoreListTest, GivesAwayTheFirstRunThatIsLongEnough)
