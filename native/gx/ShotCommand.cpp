@@ -1,10 +1,10 @@
 // gx shot: a picture of the screen, or of where a window is, as a PNG file.
 #include "gx/CommandLine.h"
 
-#include "include/ScopedFile.h"
 #include "gx/Commands.h"
 #include "gx/Seen.h"
 #include "include/Retried.h"
+#include "include/ScopedFile.h"
 #include "unix/window/ServerComplaint.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 #include "session/PrivateSession.h"
 
 #include "include/Retried.h"
+#include "include/Within.h"
 #include "session/PrivateIpc.h"
 #include "session/Program.h"
 #include "session/SessionKeeper.h"
-#include "include/Within.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Programs under gxrun: what happens inside of them, and that they do not notice.
+#include "include/Within.h"
 #include "session/PrivateSession.h"
 #include "session/Program.h"
-#include "include/Within.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

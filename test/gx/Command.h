@@ -1,8 +1,8 @@
 /// Runs what users type.
 #pragma once
 
-#include "session/Program.h"
 #include "include/Within.h"
+#include "session/Program.h"
 
 #include <filesystem>
 #include <stdexcept>

@@ -1,5 +1,5 @@
-#include "session/Program.h"
 #include "include/Within.h"
+#include "session/Program.h"
 
 #include <gtest/gtest.h>
 

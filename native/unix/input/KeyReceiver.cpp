@@ -1,8 +1,8 @@
 #include "unix/input/KeyReceiver.h"
 
 #include "common/trace/CTracer.h"
-#include "include/ScopedFile.h"
 #include "include/NeverDestroyed.h"
+#include "include/ScopedFile.h"
 #include "unix/input/RunningInput.h"
 
 #include <algorithm>

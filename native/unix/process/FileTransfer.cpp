@@ -2,8 +2,8 @@
 
 #include "common/trace/CTracer.h"
 #include "common/trace/ErrorString.h"
-#include "include/ScopedFile.h"
 #include "include/Retried.h"
+#include "include/ScopedFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "unix/screen/ScreenSource.h"
 
-#include "include/ScopedFile.h"
 #include "include/NeverDestroyed.h"
+#include "include/ScopedFile.h"
 
 #include <algorithm>
 #include <mutex>

@@ -14,7 +14,8 @@ public:
     /// No segment yet.
     CUnixSharedMemory() = default;
     /// Attaches the segment of `blockIndex` on the display of this process, see CSharedMemoryHeader::display,
-    /// which stays that of the attached block 0; see CSharedMemory::create.
+    /// which stays that of the attached block 0; see CSharedMemory::create. One of another size with the same
+    /// name, which nobody has attached, makes room for it.
     CUnixSharedMemory(const char* name, int blockIndex, int size);
     ~CUnixSharedMemory() override;
 

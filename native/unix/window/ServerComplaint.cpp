@@ -1,7 +1,7 @@
 #include "unix/window/ServerComplaint.h"
 
-#include "include/ScopedFile.h"
 #include "include/GxGlobals.h"
+#include "include/ScopedFile.h"
 #include "unix/window/OwnDisplay.h"
 
 #include <cerrno>

@@ -1,8 +1,8 @@
 // The hot keys of playback, pressed by the user (a client of its own) and typed by the library in this and
 // another process.
 #include "include/GxGlobals.h"
-#include "session/Program.h"
 #include "include/Within.h"
+#include "session/Program.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/HotKeyCounter.h"
 #include "unix/input/Player.h"

@@ -1,8 +1,8 @@
 /// Programs that text is typed into, and what they hold afterwards.
 #pragma once
 
-#include "session/Program.h"
 #include "include/Within.h"
+#include "session/Program.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/inputkeyunix.h"
 

@@ -1,6 +1,6 @@
 // One window at a time: what it is called, where it is, and what can be done to it.
-#include "session/Program.h"
 #include "include/Within.h"
+#include "session/Program.h"
 
 #include <gtest/gtest.h>
 

@@ -17,9 +17,11 @@ final class Covering {
      * @return what takes a press at a point instead of it; empty when nothing does, or it is not known
      */
     static Optional<String> instead(Application application, long id, Point point) {
-        List<Long> there = id == NOBODYS ? List.of() : application.widgetsAt(point);
-        return id == NOBODYS || there.contains(id) ? Optional.empty()
-            : Optional.of(takesThePress(point, there, application.tree()));
+        if (id == 0) {
+            return Optional.empty();
+        }
+        List<Long> there = application.widgetsAt(point);
+        return there.contains(id) ? Optional.empty() : Optional.of(takesThePress(point, there, application.tree()));
     }
 
     /** @param there ids of the application's widgets at the point, from the innermost */

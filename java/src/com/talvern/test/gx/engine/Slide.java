@@ -13,6 +13,7 @@ final class Slide {
     private final Widget slider;
     private final String forth;
     private final String back;
+    private double now; // since the last stroke
 
     /** @param slider that has the focus */
     Slide(Application application, Widget slider) {
@@ -22,35 +23,40 @@ final class Slide {
         boolean isUpright = box.height > box.width;
         forth = isUpright ? "UP" : "RIGHT";
         back = isUpright ? "DOWN" : "LEFT";
+        now = value();
     }
 
     void to(double target) {
         double step = step();
-        if (!isWhole((target - value()) / step)) { // a click may have taken it between two steps
+        if (!isWhole((target - now) / step)) { // a click may have taken it between two steps
             stroke("HOME", 1);
         }
-        long strokes = Math.round((target - value()) / step);
+        long strokes = step == 0 ? 0 : Math.round((target - now) / step);
         stroke(strokes > 0 ? forth : back, Math.min(Math.abs(strokes), MOST_STROKES));
         slider.await("at " + target, view -> view.value() != null && Math.abs((view.value() - target) / step) < NEAR);
     }
 
-    /** At one end it goes the other way alone. */
+    /** At one end it goes the other way alone; 0 where it does not go at all. */
     private double step() {
-        double start = value();
-        double step = stroke(forth, 1) - start;
-        return step != 0 ? step : start - stroke(back, 1);
+        double start = now;
+        stroke(forth, 1);
+        if (now != start) {
+            return now - start;
+        }
+        stroke(back, 1);
+        return start - now;
     }
 
     private static boolean isWhole(double strokes) {
         return Math.abs(strokes - Math.rint(strokes)) < NEAR;
     }
 
-    private double stroke(String key, long count) {
+    private void stroke(String key, long count) {
         if (count > 0) {
             application.pointer().keys("{" + key + " " + count + "}");
             application.settle();
+            now = value();
         }
-        return value();
     }
 
     private double value() {
