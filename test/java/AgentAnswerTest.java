@@ -145,7 +145,7 @@ class AgentAnswerTest {
         assumeTrue(run("setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "true") == 0,
             "needs the right to become another user");
         ProcessBuilder program = new ProcessBuilder(System.getProperty("gx.apps") + "/gtk3-asked");
-        Path open = Files.createTempFile("gx-open", "");
+        Path open = Files.createTempFile(Path.of("/tmp"), "gx-open", ""); // where others get, too
         try (Application application = Application.start(program, java.time.Duration.ofSeconds(60))) {
             Path socket = AgentAddress.of(Long.toString(application.pid())).places().stream().filter(Files::exists)
                 .findFirst().orElseThrow();

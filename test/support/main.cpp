@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 
 namespace {
@@ -28,6 +29,8 @@ class CReport : public testing::EmptyTestEventListener {
 int main(int argc, char** argv)
 {
     CPrivateSession::ensure(argc, argv);
+    if (const char* const home = getenv("HOME"))
+        setenv("TMP", home, 1); // dumps of heaps that are full or damaged go there
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new CReport);
     return RUN_ALL_TESTS();

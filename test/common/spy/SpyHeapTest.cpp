@@ -525,13 +525,14 @@ TEST_F(SpyHeapTest, IsStoredAsItsPageShows)
 
 TEST_F(SpyHeapTest, RunsOutOfMemoryWithADumpInTheDirectoryOfTmp)
 {
-    const std::string home = getenv("HOME");
+    const std::string tmp = getenv("TMP");
     for (const char* variable : {"TMP", "TEMP"}) {
-        setenv(variable, home.c_str(), 1);
+        setenv(variable, tmp.c_str(), 1);
         EXPECT_THROW(allocate(2 * PoolBlock), COutOfSpyMemory);
         unsetenv(variable);
-        EXPECT_TRUE(std::filesystem::remove(home + "/Heapdump.log")) << variable;
+        EXPECT_TRUE(std::filesystem::remove(tmp + "/Heapdump.log")) << variable;
     }
+    setenv("TMP", tmp.c_str(), 1);
 }
 
 TEST_F(SpyHeapTest, PassesItsOwnTestAndLeavesTheHeapAsItWas)
