@@ -26,6 +26,21 @@ class CReport : public testing::EmptyTestEventListener {
 };
 } // namespace
 
+#ifdef __SANITIZE_THREAD__
+extern "C" {
+/// SIGTERM frees mailslots where it arrives, and an alarm ends the process should it have come in between.
+__attribute__((visibility("default"))) const char* __tsan_default_options()
+{
+    return "report_signal_unsafe=0";
+}
+/// What a process that ends leaves to threads that still write is a copy or an empty page, half of a write or not.
+__attribute__((visibility("default"))) const char* __tsan_default_suppressions()
+{
+    return "race:CUnixSharedMemory::leave\nrace:CNoticePage::leave\n";
+}
+}
+#endif
+
 int main(int argc, char** argv)
 {
     CPrivateSession::ensure(argc, argv);
