@@ -163,12 +163,19 @@ class CKeyReceiver::CWait {
 public:
     CWait(int client, int server) : m_client(client), m_server(server) {}
 
-    /// Takes note that both have been looked at, and whether a thread of theirs was runnable.
+    /// Takes note that this thread is going to sleep that long at most.
+    void sleeps(Clock::duration pause) { m_meant += pause; }
+    /// Takes note that both have been looked at, and whether a thread of theirs was runnable. If not, they were
+    /// idle since the last look; but time in which this thread was kept from running says nothing of them.
     void looked(bool runnable)
     {
         const auto now = Clock::now();
-        m_idle += runnable ? 0ns : now - m_looked;
+        const auto own = timeOn(CLOCK_THREAD_CPUTIME_ID);
+        if (!runnable)
+            m_idle += std::min<Clock::duration>(now - m_looked, m_meant + own - m_own);
         m_looked = now;
+        m_own = own;
+        m_meant = 0ns;
     }
     Clock::duration sinceStart() const { return Clock::now() - m_start; }
     /// How much of the time since the start counts: that in which client or server ran, or neither wanted to.
@@ -196,6 +203,8 @@ private:
     const Clock::time_point m_start = Clock::now();
     const std::chrono::nanoseconds m_before = used();
     Clock::time_point m_looked = m_start;
+    std::chrono::nanoseconds m_own = timeOn(CLOCK_THREAD_CPUTIME_ID);
+    Clock::duration m_meant{}; ///< to sleep, since the last look
     Clock::duration m_idle{};
 };
 
@@ -376,11 +385,13 @@ void CKeyReceiver::noSign(Clock::duration waited)
 bool CKeyReceiver::sign(CWait& wait)
 {
     const auto longest = patience();
-    if (m_receiver != 0)
+    if (m_receiver != 0) {
+        const auto alone = m_process != 0 ? std::min<Clock::duration>(longest, pingAlone) : longest;
         ping();
-    if (m_receiver != 0 &&
-        pingAnswered(m_process != 0 ? std::min<Clock::duration>(longest, pingAlone) : longest))
-        return true;
+        wait.sleeps(alone);
+        if (pingAnswered(alone))
+            return true;
+    }
     while (m_process != 0) {
         if (atRest(wait))
             return true;
@@ -389,6 +400,7 @@ bool CKeyReceiver::sign(CWait& wait)
         if (wait.length() >= longest)
             return false;
         const auto pause = std::clamp(wait.sinceStart() / 16, shortestPause, longestPause);
+        wait.sleeps(pause);
         if (m_receiver == 0)
             std::this_thread::sleep_for(pause);
         else if (pingAnswered(pause))

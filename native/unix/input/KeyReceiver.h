@@ -20,11 +20,11 @@ struct xcb_connection_t;
 ///  3. A pause, where there is neither.
 /// Waits that end without a sign add up to half a second at most for one object; then there are no further
 /// ones, and the trace says so. Time in which client or server wanted a processor and others had it counts
-/// for a tenth, except at the end of this process: on a busy machine a wait is as much longer as they are
-/// slower, and all of them end after five seconds. What has been found out about a window and its process
-/// holds for later objects of this process, too: a window that gave no sign is waited for only briefly until
-/// it gives one. It works on a connection of its own, open while the object lives, and asks the server. One
-/// thread.
+/// for a tenth, as does that in which this thread did, except at the end of this process: on a busy machine a
+/// wait is as much longer as they are slower, and all of them end after five seconds. What has been found out
+/// about a window and its process holds for later objects of this process, too: a window that gave no sign is
+/// waited for only briefly until it gives one. It works on a connection of its own, open while the object
+/// lives, and asks the server. One thread.
 class CKeyReceiver {
 public:
     /// @param display  name of the display; without a connection, every wait is the pause
