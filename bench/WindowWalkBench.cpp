@@ -110,47 +110,39 @@ CDesktop& desktopFor(benchmark::State& state)
     return *desktop;
 }
 
-/// What each search asks of every window besides attributes, geometry and children.
-xcb_translate_coordinates_cookie_t askThird(const CDesktop& desktop, xcb_window_t window,
-                                            xcb_translate_coordinates_reply_t*)
-{
-    return xcb_translate_coordinates(XGetXCBConnection(desktop.display()), window,
-                                     static_cast<xcb_window_t>(desktop.root()), 0, 0);
-}
-xcb_get_property_cookie_t askThird(const CDesktop& desktop, xcb_window_t window, xcb_get_property_reply_t*)
-{
-    return xcb_get_property(XGetXCBConnection(desktop.display()), 0, window, XCB_ATOM_WM_CLASS,
-                            XCB_ATOM_STRING, 0, BUFSIZ);
-}
-
-/// The requests of a search through the whole tree, without a thought of what they are for.
-/// @tparam Third   the reply to its third question
-template <class Third> void pipelinedTree(const CDesktop& desktop)
+/// The requests of a search through the whole tree, without a thought of what they are for: attributes,
+/// geometry and children of every window, and its name where the search wants it.
+template <bool isNamed> void pipelinedTree(const CDesktop& desktop)
 {
     auto* const connection = XGetXCBConnection(desktop.display());
     struct CSent {
         xcb_get_window_attributes_cookie_t attributes;
         xcb_get_geometry_cookie_t geometry;
-        unsigned third;
+        xcb_get_property_cookie_t name;
         xcb_query_tree_cookie_t tree;
     };
     std::vector<CSent> sent;
     sent.reserve(desktop.windows().size());
     for (const Window id : desktop.windows()) {
         const auto window = static_cast<xcb_window_t>(id);
-        sent.push_back({xcb_get_window_attributes(connection, window), xcb_get_geometry(connection, window),
-                        askThird(desktop, window, static_cast<Third*>(nullptr)).sequence,
-                        xcb_query_tree(connection, window)});
+        CSent& request = sent.emplace_back();
+        request.attributes = xcb_get_window_attributes(connection, window);
+        request.geometry = xcb_get_geometry(connection, window);
+        if (isNamed)
+            request.name =
+                xcb_get_property(connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, BUFSIZ);
+        request.tree = xcb_query_tree(connection, window);
     }
     for (const CSent& request : sent) {
         std::free(xcb_get_window_attributes_reply(connection, request.attributes, nullptr));
         std::free(xcb_get_geometry_reply(connection, request.geometry, nullptr));
-        std::free(xcb_wait_for_reply(connection, request.third, nullptr));
+        if (isNamed)
+            std::free(xcb_get_property_reply(connection, request.name, nullptr));
         std::free(xcb_query_tree_reply(connection, request.tree, nullptr));
     }
 }
-constexpr auto pipelinedRect = pipelinedTree<xcb_translate_coordinates_reply_t>;
-constexpr auto pipelinedTopLevels = pipelinedTree<xcb_get_property_reply_t>;
+constexpr auto pipelinedRect = pipelinedTree<false>;
+constexpr auto pipelinedTopLevels = pipelinedTree<true>;
 
 /// The requests of a search at a point that lies in the lowest window: the tree, then all geometries, on each
 /// level.
@@ -240,7 +232,7 @@ void topLevelRectAgainstPipelined(benchmark::State& state)
     CDesktop& desktop = desktopFor(state);
     const Rect rect = desktop.boxOf(desktop.lowest());
     compare(
-        state, [&] { TopLevelWindow::topLevelWindowsAt(rect); }, [&] { pipelinedTopLevels(desktop); });
+        state, [&] { TopLevelWindow::topLevelWindowsAt(rect); }, [&] { pipelinedRect(desktop); });
 }
 
 void topLevelsAgainstWaiting(benchmark::State& state)

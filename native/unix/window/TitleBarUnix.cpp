@@ -148,11 +148,13 @@ CTopLevelMatch matchOf(Display* display, CWindowTree& tree, CTreeWindow& entry)
 std::vector<CTopLevelMatch> topLevelWindowsAtRect(Display* display, const Rect& rect)
 {
     CWindowTree tree(display, rootOf(display));
-    tree.read([&](Window window) { return CBoxAnswer(display, window); },
-              [&](CTreeWindow& entry, CBoxAnswer& answer) {
-                  chooseAtRect(entry, answer, rect);
-                  if (entry.chosen)
-                      chooseTopLevelAtRect(display, tree, entry);
+    tree.read([&](Window window) { return CStateAnswer(display, window); },
+              [&](CTreeWindow& entry, CStateAnswer& answer) { chooseShown(entry, answer, rect); },
+              [&](std::span<CTreeWindow> level) {
+                  keepThoseAt(display, level, rect);
+                  for (CTreeWindow& entry : level)
+                      if (entry.chosen)
+                          chooseTopLevelAtRect(display, tree, entry);
               });
     std::vector<CTopLevelMatch> found;
     for (CTreeWindow* entry : tree.chosen(EOrder::topFirst))

@@ -169,13 +169,11 @@ CWindowTree::CWindowTree(Display* display, Window start)
 {
 }
 
-void CWindowTree::appendChildren(size_t parent, CAnswer<xcb_query_tree_reply_t> answer)
+void CWindowTree::appendChildren(size_t parent, const std::vector<Window>& children)
 {
-    const auto reply = answer.take();
-    const auto children = childrenOf(reply.get());
     m_windows[parent].firstChild = m_windows.size();
     m_windows[parent].children = children.size();
-    for (const xcb_window_t child : children)
+    for (const Window child : children)
         m_windows.push_back({.window = child, .parent = parent});
 }
 

@@ -181,14 +181,17 @@ public:
 
     /// Every window of a level, all those with the same distance from the start, is asked the walk's
     /// questions and for its children in one go; what the walk does not go on into is dropped.
-    /// @param ask   (window) -> the answers under way, any type that can be moved
-    /// @param take  (entry, answers) sets `descend` where the walk goes on and `chosen` on what it looks for
-    template <class Ask, class Take> void read(Ask ask, Take take)
+    /// @param ask     (window) -> the answers under way, any type that can be moved
+    /// @param take    (entry, answers) sets `descend` where the walk goes on and `chosen` on what it looks for
+    /// @param settle  (std::span<CTreeWindow>) may ask more about those of a level that `take` has chosen, and
+    ///                take back both of what it has set
+    template <class Ask, class Take, class Settle> void read(Ask ask, Take take, Settle settle)
     {
-        appendChildren(0, askTree(m_display, m_windows[0].window));
+        appendChildren(0, childrenOf(m_display, m_windows[0].window));
         for (size_t begin = 1, end = m_windows.size(); begin < end; begin = end, end = m_windows.size()) {
             std::vector<size_t> level(end - begin);
             std::iota(level.begin(), level.end(), begin);
+            std::vector<std::pair<size_t, std::vector<Window>>> below;
             askAll(
                 level,
                 [&](size_t index) {
@@ -199,9 +202,17 @@ public:
                 [&](size_t index, auto& asked) {
                     take(m_windows[index], asked.first);
                     if (m_windows[index].descend)
-                        appendChildren(index, std::move(asked.second));
+                        below.emplace_back(index, childrenOf(std::move(asked.second)));
                 });
+            settle(std::span(m_windows).subspan(begin));
+            for (const auto& [index, children] : below)
+                if (m_windows[index].descend)
+                    appendChildren(index, children);
         }
+    }
+    template <class Ask, class Take> void read(Ask ask, Take take)
+    {
+        read(ask, take, [](std::span<CTreeWindow>) {});
     }
 
     CTreeWindow& at(size_t index) { return m_windows[index]; }
@@ -234,7 +245,7 @@ public:
     std::vector<CTreeWindow*> chosen(EOrder order);
 
 private:
-    void appendChildren(size_t parent, CAnswer<xcb_query_tree_reply_t> answer);
+    void appendChildren(size_t parent, const std::vector<Window>& children);
     void pushChildren(std::vector<size_t>& ahead, size_t parent, EOrder order) const;
 
     Display* m_display;

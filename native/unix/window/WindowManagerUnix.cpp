@@ -159,23 +159,34 @@ Window windowFromPoint(Display* display, const CPlacedWindow& start, const Point
     return deepest.at.window;
 }
 
-void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect)
+void chooseShown(CTreeWindow& entry, CStateAnswer& answer, const Rect& rect)
 {
-    entry.state = answer.state.take();
+    entry.state = answer.take();
     entry.descend = entry.state.viewable;
-    // Only where a window of the right size stands matters.
-    if (!entry.state.viewable || entry.state.width != rect.getWidth() ||
-        entry.state.height != rect.getHeight())
-        return;
-    const CPlace place = placeOf(answer.place.take().get());
-    entry.chosen = place.known && place.x == rect.getLeft() && place.y == rect.getTop();
+    entry.chosen =
+        entry.descend && entry.state.width == rect.getWidth() && entry.state.height == rect.getHeight();
+}
+
+void keepThoseAt(Display* display, std::span<CTreeWindow> level, const Rect& rect)
+{
+    std::vector<CTreeWindow*> asked;
+    for (CTreeWindow& entry : level)
+        if (entry.chosen)
+            asked.push_back(&entry);
+    askAll(
+        asked, [&](const CTreeWindow* entry) { return askPlace(display, entry->window); },
+        [&](CTreeWindow* entry, auto& answer) {
+            const CPlace place = placeOf(answer.take().get());
+            entry->chosen = place.known && place.x == rect.getLeft() && place.y == rect.getTop();
+        });
 }
 
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect)
 {
     CWindowTree tree(display, start);
-    tree.read([&](Window window) { return CBoxAnswer(display, window); },
-              [&](CTreeWindow& entry, CBoxAnswer& answer) { chooseAtRect(entry, answer, rect); });
+    tree.read([&](Window window) { return CStateAnswer(display, window); },
+              [&](CTreeWindow& entry, CStateAnswer& answer) { chooseShown(entry, answer, rect); },
+              [&](std::span<CTreeWindow> level) { keepThoseAt(display, level, rect); });
     return windowsOf(tree.chosen(EOrder::bottomFirst));
 }
 

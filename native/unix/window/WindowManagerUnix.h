@@ -45,15 +45,17 @@ std::optional<CHit> childAt(Display* display, const CHit& parent, const Point& p
 /// The deepest window at a point: childAt, repeated from the root down.
 Window windowFromPoint(Display* display, const CPlacedWindow& start, const Point& point);
 
-/// What a search for a rectangle asks of every window.
+/// What is asked of a menu pane.
 struct CBoxAnswer {
     CBoxAnswer(Display* display, Window window) : state(display, window), place(askPlace(display, window)) {}
     CStateAnswer state;
     CAnswer<xcb_translate_coordinates_reply_t> place;
 };
-/// Marks a window as `chosen` when it is viewable and covers exactly `rect`, in root coordinates and without
-/// borders, and lets the walk descend into it when it is viewable.
-void chooseAtRect(CTreeWindow& entry, CBoxAnswer& answer, const Rect& rect);
+/// Two steps of a search for the viewable windows that cover exactly `rect`, in root coordinates and without
+/// borders. The first lets the walk descend into what is viewable, and marks as `chosen` what is as large. The
+/// second asks where those stand: that costs the server more than all else that a search asks.
+void chooseShown(CTreeWindow& entry, CStateAnswer& answer, const Rect& rect);
+void keepThoseAt(Display* display, std::span<CTreeWindow> level, const Rect& rect);
 
 /// The viewable windows below `start` that cover exactly `rect`, parents first, bottom of the stack first.
 std::vector<Window> windowsAtRect(Display* display, Window start, const Rect& rect);
