@@ -33,7 +33,8 @@ __attribute__((visibility("default"))) const char* __tsan_default_options()
 {
     return "report_signal_unsafe=0";
 }
-/// What a process that ends leaves to threads that still write is a copy or an empty page, half of a write or not.
+/// What a process that ends leaves to threads that still write is a copy or an empty page: half of a write in
+/// it is read by nobody.
 __attribute__((visibility("default"))) const char* __tsan_default_suppressions()
 {
     return "race:CUnixSharedMemory::leave\nrace:CNoticePage::leave\n";
