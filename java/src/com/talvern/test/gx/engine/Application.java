@@ -71,23 +71,24 @@ public final class Application implements AutoCloseable, WidgetScope {
     private final Process process;
     private final boolean endsOnClose;
     private final Agent agent;
-    private final Pointer pointer = new Pointer();
+    private final Pointer pointer;
     private volatile Duration timeout;
     private volatile Duration patience = DEFAULT_PATIENCE;
 
     private Application(String name, ProcessHandle handle, Process process, boolean endsOnClose, Agent agent,
-            Duration timeout) {
+            Pointer pointer, Duration timeout) {
         this.name = name;
         this.handle = handle;
         this.process = process;
         this.endsOnClose = endsOnClose;
         this.agent = agent;
+        this.pointer = pointer;
         this.timeout = timeout;
     }
 
     /** The same application, asked by somebody with less time. */
     private Application within(Duration limit) {
-        return new Application(name, handle, process, endsOnClose, agent, limit);
+        return new Application(name, handle, process, endsOnClose, agent, pointer, limit);
     }
 
     /**
@@ -149,7 +150,7 @@ public final class Application implements AutoCloseable, WidgetScope {
         try {
             AgentSearch.Found found = new AgentSearch(name, process).await(options.limit());
             return new Application(name, found.process(), process, !options.leavesRunning(), found.agent(),
-                DEFAULT_TIMEOUT);
+                new Pointer(), DEFAULT_TIMEOUT);
         } catch (RuntimeException nobody) {
             end(process.toHandle(), Duration.ZERO);
             throw nobody;
@@ -169,7 +170,7 @@ public final class Application implements AutoCloseable, WidgetScope {
             "no agent in process " + pid, "there is no such process", "gx windows tells those of the windows"), null));
         String name = process.info().command().orElse("process " + pid);
         try {
-            return new Application(name, process, null, false, Agent.of(process), DEFAULT_TIMEOUT);
+            return new Application(name, process, null, false, Agent.of(process), new Pointer(), DEFAULT_TIMEOUT);
         } catch (IOException nobody) {
             throw AgentSearch.nobodyIn(process, nobody);
         }
@@ -461,7 +462,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws ApplicationException.NotInTime none has come up
      */
     public FileDialogView awaitFileDialog() {
-        return await("a file dialog", this::windowsNow, asked -> {
+        return awaitShown("a file dialog", this::windowsNow, asked -> {
             List<FileDialogView> dialogs = asked.fileDialogs();
             return dialogs.stream().skip(Math.max(dialogs.size() - 1, 0)).filter(FileDialogView::ready).findFirst();
         });
@@ -504,10 +505,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @param path the texts of the items, from the menu bar; one at least
      */
     public void choose(long window, String... path) {
-        withMenus(path, () -> {
-            choose(awaitMenuBar(window), path);
-            return null;
-        });
+        menus().choose(window, path);
     }
 
     /**
@@ -517,11 +515,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @param path the texts of the items, from that menu; one at least
      */
     public void choose(MenuView menu, String... path) {
-        withMenus(path, () -> {
-            MenuView last = openTo(menu, path);
-            click(reveal(last, path[path.length - 1]).bounds());
-            return null;
-        });
+        menus().choose(menu, path);
     }
 
     /**
@@ -545,49 +539,15 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @return the item as it was while its menu was open
      */
     public MenuView.Item menuItem(long window, String... path) {
-        return withMenus(path, () -> {
-            MenuView.Item item = itemOf(openTo(awaitMenuBar(window), path), path[path.length - 1]);
-            closeMenus();
-            return item;
-        });
-    }
-
-    private MenuView awaitMenuBar(long window) {
-        return await("a menu bar", this::windowsNow, asked -> asked.menuBar(window));
-    }
-
-    private MenuView openTo(MenuView menu, String... path) {
-        MenuView last = menu;
-        for (int depth = 0; depth < path.length - 1; ++depth) {
-            last = open(last, path[depth]);
-        }
-        return last;
-    }
-
-    private <T> T withMenus(String[] path, Supplier<T> work) {
-        Steps.note(name + ": " + String.join(" > ", path));
-        if (path.length == 0) {
-            throw new IllegalArgumentException(Complaint.of("no item to choose in " + whom(), "none is named",
-                "name one at least, from the first menu on"));
-        }
-        try {
-            return work.get();
-        } catch (NoSuchElementException | ApplicationException.Disabled | ApplicationException.NotInTime cannot) {
-            closeMenusAfter(cannot);
-            throw cannot;
-        }
+        return menus().item(window, path);
     }
 
     MenuView awaitContextMenu() {
-        return await("a context menu", this::menusNow, Application::contextMenu);
+        return awaitShown("a context menu", this::menusNow, Application::contextMenu);
     }
 
-    private void closeMenusAfter(RuntimeException failure) {
-        try {
-            closeMenus();
-        } catch (RuntimeException notEven) {
-            failure.addSuppressed(notEven);
-        }
+    private Menus menus() {
+        return new Menus(this, pointer);
     }
 
     /**
@@ -604,23 +564,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      *     message names
      */
     public MenuView open(MenuView menu, String item) {
-        Rectangle[] clicked = new Rectangle[1];
-        boolean[] closesAnother = new boolean[1];
-        Press press = new Press();
-        return await("the menu of " + WidgetView.quoted(item), () -> press.hindrance().orElseGet(this::menusNow), asked -> {
-            MenuView.Item now = asked.reveal(menu, item);
-            if (now.popup() != 0) {
-                return asked.menu(now.popup());
-            }
-            boolean noneIsOpen = asked.openMenus().isEmpty();
-            boolean isDue = !now.bounds().equals(clicked[0]) || closesAnother[0] && noneIsOpen;
-            if (isDue && (!noneIsOpen || press.reaches(asked, menu.id(), now.bounds()))) {
-                closesAnother[0] = !noneIsOpen;
-                clicked[0] = now.bounds();
-                click(now.bounds());
-            }
-            return Optional.empty();
-        });
+        return menus().open(menu, item);
     }
 
     /**
@@ -636,60 +580,11 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws ApplicationException.NotInTime it has not come into sight
      */
     public MenuView.Item reveal(MenuView menu, String item) {
-        Rectangle[] before = new Rectangle[1];
-        boolean[] rests = new boolean[1];
-        return await("the item " + WidgetView.quoted(item) + " in sight", this::menusNow, asked -> {
-            asked.awaitIdle();
-            Optional<MenuView> now = asked.menu(menu.window());
-            if (now.isEmpty()) {
-                return Optional.empty();
-            }
-            MenuView.Item found = usable(itemOf(now.get(), item));
-            if (!rests[0] && isScrolled(now.get())) {
-                rests[0] = true;
-                pointInto(now.get());
-                return Optional.empty();
-            }
-            Rectangle place = found.bounds();
-            if (place != null && (isInReach(found, now.get()) || place.equals(before[0]))) {
-                return Optional.of(found);
-            }
-            before[0] = place;
-            scrollTowards(found, now.get());
-            return Optional.empty();
-        });
-    }
-
-    /** A pane that has opened under the pointer, with an arrow there, scrolls by itself. */
-    private static boolean isScrolled(MenuView view) {
-        List<MenuView.Item> seen = seenIn(view);
-        return seen.size() > 1 && seen.get(0).bounds().y != seen.get(1).bounds().y
-            && seen.size() < view.items().stream().filter(MenuView.Item::shown).count();
-    }
-
-    private static List<MenuView.Item> seenIn(MenuView view) {
-        return view.items().stream().filter(item -> item.bounds() != null).toList();
-    }
-
-    /** Moves the pointer to where nothing scrolls. */
-    private Point pointInto(MenuView view) {
-        List<MenuView.Item> seen = seenIn(view);
-        Point place = middleOf(seen.get(seen.size() / 2).bounds());
-        pointer.moveAtOnce(place);
-        return place;
-    }
-
-    /** An item at the edge may be cut, and be moved on by the arrow there, which the pointer comes near. */
-    private static boolean isInReach(MenuView.Item item, MenuView view) {
-        List<MenuView.Item> shown = view.items().stream().filter(MenuView.Item::shown).toList();
-        int at = shown.indexOf(item);
-        boolean follows = at == 0 || shown.get(at - 1).bounds() != null;
-        boolean goesOn = at == shown.size() - 1 || shown.get(at + 1).bounds() != null;
-        return follows == goesOn;
+        return menus().reveal(menu, item);
     }
 
     /** While the wheel still turns, a click comes when another item is where this one was. */
-    private boolean awaitIdle() {
+    boolean awaitIdle() {
         return ask(Operation.AWAIT_IDLE, in -> in.add(Math.min(timeout.toMillis() / 2, NEVER_IDLE.toMillis())),
             Values::nextBoolean);
     }
@@ -733,47 +628,13 @@ public final class Application implements AutoCloseable, WidgetScope {
         }
     }
 
-    /** A notch for each item between: none of the toolkits scrolls further than an item with it. */
-    private void scrollTowards(MenuView.Item item, MenuView view) {
-        List<MenuView.Item> seen = seenIn(view);
-        if (seen.isEmpty()) {
-            return;
-        }
-        int above = seen.get(0).index() - item.index();
-        int below = item.index() - seen.get(seen.size() - 1).index();
-        pointer.turnWheel(pointInto(view), below >= 0 ? -Math.max(below, 1) : Math.max(above, 1));
-    }
-
-    private MenuView.Item itemOf(MenuView menu, String item) {
-        return menu.find(item).orElseThrow(() -> menu.missing(item, " of " + whom()));
-    }
-
-    private MenuView.Item usable(MenuView.Item item) {
-        String asked = "no choice of the item " + WidgetView.quoted(item.text()) + " in a menu of " + whom();
-        if (!item.shown()) {
-            throw new NoSuchElementException(Complaint.of(asked, "it is hidden", "do first what has the program show it"));
-        }
-        if (!item.enabled()) {
-            throw new ApplicationException.Disabled(Complaint.of(asked, "it is disabled",
-                "do first what has the program enable it; menuItem looks without choosing"));
-        }
-        return item;
-    }
-
     /**
      * Closes all menus that are open, as a user does by the Escape key. The menu bar counts as none of them.
      *
      * @throws ApplicationException.NotInTime one is still open
      */
     public void closeMenus() {
-        await("closed menus after the Escape key", this::menusNow, asked -> {
-            asked.awaitIdle(); // an Escape key too many closes what the menus belong to
-            if (asked.openMenus().isEmpty()) {
-                return Optional.of(true);
-            }
-            pointer.escape();
-            return Optional.empty();
-        });
+        menus().close();
     }
 
     /**
@@ -783,11 +644,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      * @throws com.talvern.test.gx.CoordinateOffScreenException its middle is not on the screen
      */
     public void click(Rectangle box) {
-        pointer.clickAtOnce(middleOf(box));
-    }
-
-    private static Point middleOf(Rectangle box) {
-        return new Point((int) box.getCenterX(), (int) box.getCenterY());
+        pointer.clickAtOnce(Pointer.middleOf(box));
     }
 
     /**
@@ -827,7 +684,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      *
      * @param instead what there is in place of it
      */
-    private <T> T await(String what, Supplier<String> instead, Function<Application, Optional<T>> question) {
+    <T> T awaitShown(String what, Supplier<String> instead, Function<Application, Optional<T>> question) {
         Duration limit = timeout;
         boolean[] hasAnswered = new boolean[1];
         return patiently(limit, left -> {
@@ -846,11 +703,11 @@ public final class Application implements AutoCloseable, WidgetScope {
         });
     }
 
-    private String windowsNow() {
+    String windowsNow() {
         return insteadOf(asked -> "its windows are " + AppWindow.captions(asked.tree().children()));
     }
 
-    private String menusNow() {
+    String menusNow() {
         return insteadOf(asked -> "its open menus are " + asked.openMenus().stream().map(MenuView::texts).toList());
     }
 

@@ -2,6 +2,7 @@ package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import java.awt.Point;
+import java.awt.Rectangle;
 
 /** Mouse and keyboard for widgets. Two clicks of this engine are never a double click of the application. */
 final class Pointer {
@@ -58,6 +59,10 @@ final class Pointer {
     void escape() {
         Playing.keys("the key {ESC}",
             () -> NativeKeyMouseEvent.emitHLKeyEvent(0, 0, NativeKeyMouseEvent.KEYSTRING, "{ESC}"));
+    }
+
+    static Point middleOf(Rectangle box) {
+        return new Point((int) box.getCenterX(), (int) box.getCenterY());
     }
 
     static String at(Point place) {

@@ -1,6 +1,5 @@
 package com.talvern.test.gx.engine;
 
-import java.awt.Point;
 import java.awt.Rectangle;
 import java.util.Optional;
 
@@ -13,8 +12,7 @@ final class Press {
      * @return whether a click in the middle of the box goes there now
      */
     boolean reaches(Application application, long id, Rectangle box) {
-        Point middle = new Point((int) box.getCenterX(), (int) box.getCenterY());
-        hindrance = Covering.instead(application, id, middle);
+        hindrance = Covering.instead(application, id, Pointer.middleOf(box));
         return hindrance.isEmpty();
     }
 
