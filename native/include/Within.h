@@ -1,8 +1,9 @@
 /// Waiting for what nothing reports.
 #pragma once
 
+#include "include/Pause.h"
+
 #include <chrono>
-#include <thread>
 
 /// Whether `condition` becomes true within `limit`; it is asked every millisecond.
 template <class Condition> bool within(std::chrono::milliseconds limit, Condition&& condition)
@@ -11,7 +12,7 @@ template <class Condition> bool within(std::chrono::milliseconds limit, Conditio
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= end)
             return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        pauseFor(std::chrono::milliseconds(1));
     }
     return true;
 }

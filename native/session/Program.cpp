@@ -1,5 +1,6 @@
 #include "session/Program.h"
 
+#include "include/Pause.h"
 #include "include/Retried.h"
 
 #include <cerrno>
@@ -14,7 +15,6 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -173,7 +173,7 @@ std::optional<int> CProgram::wait(std::chrono::milliseconds limit)
             break;
         if (Clock::now() >= end)
             return std::nullopt;
-        std::this_thread::sleep_for(2ms);
+        pauseFor(2ms);
     }
     return std::nullopt;
 }

@@ -3,6 +3,7 @@
 #include "common/jni/LocalRef.h"
 #include "common/trace/CTracer.h"
 #include "common/trace/GxInstallOptions.h"
+#include "include/Pause.h"
 #include "unix/app/CallbackGlobals.h"
 #include "unix/app/Channel.h"
 #include "unix/app/HtmlDomainImplementation.h"
@@ -14,7 +15,6 @@
 #include <atomic>
 #include <chrono>
 #include <pthread.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -53,7 +53,7 @@ bool usesGTK()
 /// Gives a toolkit that has just woken up the time to finish what it is at.
 void sleepOneMillisecond()
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    pauseFor(std::chrono::milliseconds(1));
 }
 
 void becomeApplicationUnderTest()

@@ -2,6 +2,7 @@
 
 #include "common/trace/GxDebug.h"
 #include "include/NeverDestroyed.h"
+#include "include/Pause.h"
 #include "include/Within.h"
 #include "unix/feedback/FeedbackDisplay.h"
 #include "unix/process/ProcessEnd.h"
@@ -372,7 +373,7 @@ void CRootWindow::highlight(const Rect& rect)
     for (int toggle = 0; toggle < toggles; ++toggle) {
         toggle % 2 == 0 ? frame->hide() : frame->show();
         lock.unlock();
-        std::this_thread::sleep_for(200ms);
+        pauseFor(200ms);
         lock.lock();
     }
     frame->destroy();

@@ -1,11 +1,11 @@
 #include "unix/feedback/Timer.h"
+#include "include/Pause.h"
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -30,7 +30,7 @@ bool CTimer::hasTimerElapsed() const
 
 bool CTimer::sleep(int ms)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+    pauseFor(std::chrono::milliseconds(ms));
     return true;
 }
 

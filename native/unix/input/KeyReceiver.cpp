@@ -2,6 +2,7 @@
 
 #include "common/trace/CTracer.h"
 #include "include/NeverDestroyed.h"
+#include "include/Pause.h"
 #include "include/ScopedFile.h"
 #include "unix/input/RunningInput.h"
 
@@ -17,7 +18,6 @@
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
-#include <thread>
 #include <unistd.h>
 
 #include "include/ScopedX.h"
@@ -355,7 +355,7 @@ void CKeyReceiver::awaitRead()
     if (usable() && m_focus == 0)
         return; // nobody received the stroke
     if (!usable() || (m_receiver == 0 && m_process == 0)) {
-        std::this_thread::sleep_for(pauseWithoutSign);
+        pauseFor(pauseWithoutSign);
         return;
     }
     CWait wait(m_process, m_server);
@@ -402,7 +402,7 @@ bool CKeyReceiver::sign(CWait& wait)
         const auto pause = std::clamp(wait.sinceStart() / 16, shortestPause, longestPause);
         wait.sleeps(pause);
         if (m_receiver == 0)
-            std::this_thread::sleep_for(pause);
+            pauseFor(pause);
         else if (pingAnswered(pause))
             return true;
     }
@@ -507,7 +507,7 @@ void CKeyReceiver::awaitClickTaken()
     // GTK 3 reads events at once and looks at motions, and at what comes behind them, when its next frame
     // begins.
     constexpr auto frame = std::chrono::milliseconds(20);
-    std::this_thread::sleep_for(frame);
+    pauseFor(frame);
 }
 
 void CKeyReceiver::awaitKeysTaken()

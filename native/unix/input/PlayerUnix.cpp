@@ -3,6 +3,7 @@
 #include "common/trace/CTracer.h"
 #include "common/trace/GxAssert.h"
 #include "include/GxGlobals.h"
+#include "include/Pause.h"
 #include "unix/input/HotKeyCounter.h"
 #include "unix/input/InputServer.h"
 #include "unix/input/KeyCodes.h"
@@ -10,7 +11,6 @@
 
 #include <chrono>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "unix/window/OwnDisplay.h"
@@ -188,7 +188,7 @@ int Player::getNextEvent()
     for (;;) {
         if (const std::optional<int> answer = poll(stops, pauses))
             return *answer;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        pauseFor(std::chrono::milliseconds(1));
     }
 }
 

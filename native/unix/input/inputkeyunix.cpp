@@ -3,6 +3,7 @@
 #include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
 #include "include/GxGlobals.h"
+#include "include/Pause.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/HeldInput.h"
 #include "unix/input/HotKeyCounter.h"
@@ -16,7 +17,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <thread>
 
 #include "include/ScopedX.h"
 #include "unix/input/Keyboards.h"
@@ -31,11 +31,6 @@ namespace {
 struct CFreeModifiers {
     void operator()(XModifierKeymap* map) const noexcept { XFreeModifiermap(map); }
 };
-
-void pause(long milliseconds)
-{
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
 
 void sendKey(KeyCode key, bool press, int delayMs)
 {
@@ -230,7 +225,7 @@ void queueKey(const CKeyCodes& codes, unsigned action, unsigned long keysym, int
     for (const int hotKey : {g_stophotkey.load(), g_pausehotkey.load()}) {
         if (!isPress(action) || keysym != static_cast<unsigned long>(hotKey))
             continue;
-        pause(100);
+        pauseFor(std::chrono::milliseconds(100));
         sendKey(key, true, delayMs);
     }
 }

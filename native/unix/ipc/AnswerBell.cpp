@@ -1,5 +1,6 @@
 #include "unix/ipc/AnswerBell.h"
 
+#include "include/Pause.h"
 #include "unix/sysv/NoticePage.h"
 
 #include <chrono>
@@ -7,7 +8,6 @@
 #include <ctime>
 #include <linux/futex.h>
 #include <sys/syscall.h>
-#include <thread>
 #include <unistd.h>
 
 CAnswerBell::CAnswerBell(const CSpyMemRef& request)
@@ -27,7 +27,7 @@ void CAnswerBell::await(uint32_t rings) const
     if (m_bell)
         syscall(SYS_futex, m_bell, FUTEX_WAIT, rings, &moment, nullptr, 0);
     else
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        pauseFor(std::chrono::milliseconds(1));
 }
 
 void CAnswerBell::ring() const

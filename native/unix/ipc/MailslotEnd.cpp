@@ -5,13 +5,13 @@
 #include "common/spy/SpyMap.h"
 #include "common/spy/SpyVariant.h"
 #include "common/trace/CTracer.h"
+#include "include/Pause.h"
 #include "unix/ipc/Mailslot.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -99,7 +99,7 @@ void freeOwnSlotsSoon()
         try {
             return freeOwnSlotsLocked();
         } catch (const CSpyHeapLockedException&) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            pauseFor(std::chrono::milliseconds(1));
         }
     freeOwnSlotsLocked();
 }

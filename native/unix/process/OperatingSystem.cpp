@@ -2,6 +2,7 @@
 
 #include "common/trace/CTracer.h"
 #include "common/trace/Environment.h"
+#include "include/Pause.h"
 #include "unix/process/ProcessStat.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <ctime>
 #include <sched.h>
 #include <sys/utsname.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -59,7 +59,7 @@ CProcessEnd COperatingSystem::waitWithTimeout(pid_t pid, int timeoutMs)
         if (left <= milliseconds::zero())
             break;
         const milliseconds pause = std::min(pollPause, left);
-        std::this_thread::sleep_for(pause);
+        pauseFor(pause);
         left -= 2 * pause;
     }
     CTracer::debugTrace("OperatingSystem_wait: wait time for process: %d to exit has expired", pid);
@@ -82,7 +82,7 @@ void COperatingSystem::kill(pid_t pid)
             printOutCommandLineForPid(pid);
             return;
         }
-        std::this_thread::sleep_for(milliseconds(1));
+        pauseFor(milliseconds(1));
     }
 }
 
