@@ -5,7 +5,7 @@
 #include "Compare.h"
 #include "include/GxGlobals.h"
 #include "unix/input/EventManager.h"
-#include "unix/input/processkey.h"
+#include "unix/input/inputkeyunix.h"
 
 #include <cstdlib>
 #include <string>

@@ -244,6 +244,12 @@ CKeyCodes switchToXTestKeyboard()
     return CKeyCodes(g_display);
 }
 
+int SendKeys(const char16_t* text, bool parse)
+{
+    CServerStrokes strokes;
+    return SendKeys(text, parse, strokes);
+}
+
 CServerStrokes::CServerStrokes() : m_keys(switchToXTestKeyboard()), m_numLock(numLockBit(m_keys)) {}
 
 CServerStrokes::~CServerStrokes() = default;

@@ -1,6 +1,6 @@
-/// Keys of the X server: which key types what, strokes through XTest, characters that no key produces. On
-/// g_display, which must be open and have XTest; everything but the table blocks until the server has done
-/// it.
+/// Keys of the X server: typing a text, which key types what, strokes through XTest, characters that no key
+/// produces. On g_display, which must be open and have XTest; everything but the table blocks until the server
+/// has done it.
 #pragma once
 
 #include "unix/input/HeldInput.h"
@@ -11,6 +11,10 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+
+/// Types a text into the window with the keyboard focus; blocks until the server has processed the last
+/// stroke. What it parses and answers is that of SendKeys with a sink (processkey.h).
+int SendKeys(const char16_t* text, bool parse);
 
 /// Whether what is being played may go on: the process does not end and the server has not gone.
 bool mayGoOn();

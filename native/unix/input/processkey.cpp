@@ -6,7 +6,6 @@
 #include "common/trace/GxAssert.h"
 #include "unix/input/EventManager.h"
 #include "unix/input/StrokeSink.h"
-#include "unix/input/inputkeyunix.h"
 
 #include <algorithm>
 #include <array>
@@ -453,12 +452,6 @@ bool isSpecialKey(unsigned long keysym)
 {
     return std::any_of(std::begin(g_SpecialKeys), std::end(g_SpecialKeys),
                        [&](const CSpecialKey& key) { return key.m_keysym == keysym; });
-}
-
-int SendKeys(const char16_t* text, bool parse)
-{
-    CServerStrokes strokes;
-    return SendKeys(text, parse, strokes);
 }
 
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink)

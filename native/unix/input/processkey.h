@@ -39,13 +39,10 @@ enum KeyResult : int {
     KeysNoCount = 651,       ///< what follows the blank in braces is no count above 0, KeyDn or KeyUp
 };
 
-/// Types a text into the window with the keyboard focus; blocks until the server has processed the last
-/// stroke.
+/// Turns a text into strokes, which go to `sink`.
 /// @param parse  true: key-string syntax; false: every character as it stands
 /// @return a KeyResult. After a failure modifiers, locks and keys pressed with KeyDn stay as they are; a
 /// trace line names the result and the place in the text.
-int SendKeys(const char16_t* text, bool parse);
-/// As above with the strokes going to `sink`.
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink);
 
 /// The state of one text. SendKeys has its own; the operations below work on that of the calling thread, the
