@@ -70,10 +70,16 @@ std::vector<Window> transientsOf(Display* display, Window owner)
     return transients;
 }
 
+/// In this order, so that the last one ends on top.
+void raiseEach(Display* display, const std::vector<Window>& windows)
+{
+    for (const Window window : windows)
+        XRaiseWindow(display, window);
+}
+
 void RaiseTransients(Display* display, Window owner)
 {
-    for (const Window window : transientsOf(display, owner))
-        XRaiseWindow(display, window);
+    raiseEach(display, transientsOf(display, owner));
 }
 
 /// The window to send a request to close to: the one inside a frame.
@@ -309,7 +315,7 @@ void CWindow::bringToTop() const
     Display* const display = walkDisplay();
     if (!display || isNullWindow())
         return;
-    XRaiseWindow(display, windowToPlace(display, getHandle()));
+    raiseEach(display, {windowToPlace(display, getHandle())});
     RaiseTransients(display, getHandle());
     XSync(display, False);
 }
