@@ -6,13 +6,6 @@ bool isLoaded(const char* library)
     return loadedLibrary(library) != nullptr;
 }
 
-using Timeout = int (*)(void*);
-
-constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout3{"g_timeout_add", late::GTK3};
-constinit CLateFunction<unsigned(unsigned, Timeout, void*)> s_addTimeout{"gtk_timeout_add", late::GTK2,
-                                                                         late::GTK12};
-constinit CLateFunction<void(int)> s_removeTimeout{"gtk_timeout_remove", late::GTK2, late::GTK12};
-
 /// How the GDK that is loaded finds the window of an X window; finds none where no GDK is.
 struct CWindowLookup {
     _GdkDrawable* (*gtk2)(unsigned long) = nullptr;
@@ -76,14 +69,14 @@ _GdkDrawable* _gdk_window_lookup(unsigned long xid)
 
 unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data)
 {
-    return isGTK3() ? s_addTimeout3(milliseconds, function, data)
-                    : s_addTimeout(milliseconds, function, data);
+    return isGTK3() ? late::g_timeout_add(milliseconds, function, data)
+                    : late::gtk_timeout_add(milliseconds, function, data);
 }
 
 int _gtk_timeout_remove(int timeout)
 {
     if (!isGTK3())
-        s_removeTimeout(timeout);
+        late::gtk_timeout_remove(timeout);
     return 0;
 }
 

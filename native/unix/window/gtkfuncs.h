@@ -119,6 +119,12 @@ GX_LATE(int, (_GtkWidget*), _gtk_widget_get_visible, "gtk_widget_get_visible", l
 GX_LATE(int, (_GtkWidget*), _gtk_widget_is_sensitive, "gtk_widget_is_sensitive", late::GTK2, late::GTK3)
 /// The GdkWindow that the widget is drawn into, its own or an ancestor's; null before it is realized.
 GX_LATE(_GdkDrawable*, (_GtkWidget*), _gtk_widget_get_window, "gtk_widget_get_window", late::GTK2, late::GTK3)
+/// Of these three, _gtk_timeout_add and _gtk_timeout_remove take what the GTK of the process has.
+namespace late {
+GX_LATE(unsigned, (unsigned, int (*)(void*), void*), g_timeout_add, "g_timeout_add", GTK3)
+GX_LATE(unsigned, (unsigned, int (*)(void*), void*), gtk_timeout_add, "gtk_timeout_add", GTK2, GTK12)
+GX_LATE(void, (int), gtk_timeout_remove, "gtk_timeout_remove", GTK2, GTK12)
+} // namespace late
 /// Has `function(data)` called every `milliseconds` until it answers 0.
 /// @return a number greater than 0
 unsigned _gtk_timeout_add(unsigned milliseconds, int (*function)(void*), void* data);
