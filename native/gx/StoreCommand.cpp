@@ -73,35 +73,10 @@ std::string inUtf8(const std::u16string& units)
     return text;
 }
 
-/// Names by number, as doc/spy-variant.md has them.
 std::string kindOf(const CSpyVariant& value)
 {
-    constexpr const char* kinds[] = {"empty",
-                                     "byte",
-                                     "char",
-                                     "short",
-                                     "int",
-                                     "long",
-                                     "float",
-                                     "double",
-                                     "bool",
-                                     "string",
-                                     "memory",
-                                     "vector",
-                                     "map",
-                                     "mapped pair",
-                                     "mapped test object",
-                                     "value class",
-                                     "mailslot",
-                                     "unsigned byte",
-                                     "unsigned short",
-                                     "unsigned int",
-                                     "unsigned long",
-                                     "decimal",
-                                     "mapped object reference"};
-    static_assert(std::size(kinds) == CSpyVariant::SpyMappedDescribedObjectReference + 1);
-    const auto type = static_cast<size_t>(value.type());
-    return type < std::size(kinds) ? kinds[type] : "kind " + std::to_string(type);
+    const char* const name = CSpyVariant::nameOf(value.type());
+    return name ? name : "kind " + std::to_string(value.type());
 }
 
 /// Calls visit(name, value) for each entry. Under the heap mutex.

@@ -21,6 +21,7 @@ import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.function.Executable;
 
 /** Values of every type go into spy memory and come back as they were, and containers keep their rules. */
 class SpyValuesTest {
@@ -132,6 +133,38 @@ class SpyValuesTest {
         for (SpyVector vector : List.of(added, inserted, set)) {
             vector.free();
         }
+    }
+
+    @Test
+    void aValueGoesOnIntoOtherContainersWhateverItsClass() {
+        Map<String, Object> values = SpyValues.ofEveryType();
+        values.put("nothing", null);
+        SpyMap map = newMap(null, 0, 3);
+        SpyVector vector = newVector(1, 3);
+        SpyMappedPair pair = new SpyMappedPair();
+        assertTrue(pair.create(null, 0));
+        values.forEach((key, value) -> {
+            assertTrue(map.put(key, value));
+            vector.addElement(map.get(key));
+            vector.insertElementAt(map.get(key), 0);
+            vector.setElementAt(map.get(key), vector.size());
+            assertTrue(pair.put(key, map.get(key), 1));
+            for (Object found : Arrays.asList(vector.get(0), vector.get(vector.size() - 2), vector.lastElement(),
+                    pair.get(key).value1)) {
+                assertEquals(SpyValues.describe(value), SpyValues.describe(found), key);
+            }
+        });
+        for (Executable refused : List.<Executable>of(() -> map.put("x", new Object()), () -> pair.put("x", List.of(), 1),
+                () -> vector.addElement(new Object()), () -> vector.insertElementAt(new UByte((short) 1), 0),
+                () -> vector.setElementAt(Map.of(), 0))) {
+            assertThrows(IllegalArgumentException.class, refused);
+        }
+        var failure = assertThrows(IllegalArgumentException.class, () -> map.put("x", new StringBuilder()));
+        assertEquals("The store takes no values of class java.lang.StringBuilder", failure.getMessage());
+        assertEquals(List.of(values.size(), 3 * values.size(), values.size()), List.of(map.size(), vector.size(), pair.size()));
+        map.free();
+        vector.free();
+        pair.free();
     }
 
     @Test

@@ -148,17 +148,50 @@ constinit CKind s_kinds[] = {
     {CSpyVariant::SpyULong, nullptr, nullptr, newNumber<CJULong, unsigned long>},
     {CSpyVariant::SpyDecimal, nullptr, nullptr, newDecimal},
 };
-static_assert(std::size(s_kinds) == CSpyVariant::SpyMappedDescribedObjectReference + 1);
+static_assert(std::size(s_kinds) == spyKinds);
+
+/// Null for null, and for a class that the store has no kind for.
+CKind* kindOf(const CJniJObject& object)
+{
+    const auto found = object.isValid() ? std::find_if(std::begin(s_kinds), std::end(s_kinds),
+                                                       [&](CKind& kind) { return kind.hasInstance(object); })
+                                        : std::end(s_kinds);
+    return found == std::end(s_kinds) ? nullptr : found;
+}
 
 CSpyVariant variantOfObject(const CJniJObject& object, HEAPID heapId)
 {
+    CKind* const kind = kindOf(object);
+    return kind ? kind->m_toVariant(*kind, object, heapId) : CSpyVariant();
+}
+
+class CNoSuchKind : public CNativeFailure {
+public:
+    /// @param className  with slashes
+    explicit CNoSuchKind(const std::string& className)
+        : m_message("The store takes no values of class " + className)
+    {
+        std::replace(m_message.begin(), m_message.end(), '/', '.');
+    }
+    const char* message() const override { return m_message.c_str(); }
+    const char* javaExceptionClass() const override { return "java/lang/IllegalArgumentException"; }
+
+private:
+    std::string m_message;
+};
+} // namespace
+
+CJavaSpyVariant storedForm(JNIEnv* env, jobject value, HEAPID heapId)
+{
+    const CJniJObject object(env, value, nullptr);
     if (!object.isValid())
         return {};
-    const auto found = std::find_if(std::begin(s_kinds), std::end(s_kinds),
-                                    [&](CKind& kind) { return kind.hasInstance(object); });
-    return found == std::end(s_kinds) ? CSpyVariant() : found->m_toVariant(*found, object, heapId);
+    CKind* const kind = kindOf(object);
+    if (!kind)
+        throw CNoSuchKind(object.className());
+    return kind->m_type == CSpyVariant::SpyChar ? CSpyVariant(CJCharacter(object), true)
+                                                : kind->m_toVariant(*kind, object, heapId);
 }
-} // namespace
 
 CJavaSpyVariant::CJavaSpyVariant(const CJniJObject& object, HEAPID heapId)
     : CSpyVariant(variantOfObject(object, heapId))

@@ -49,6 +49,10 @@ private:
     CJniJObject createChecked(JNIEnv* env) const;
 };
 
+/// The value that Java code hands to a container, as CJavaSpyVariant has it, and with characters.
+/// @throws CNativeFailure  IllegalArgumentException, for a class that the store has no kind for
+CJavaSpyVariant storedForm(JNIEnv* env, jobject value, HEAPID heapId);
+
 /// A value of a Java method as a variant; strings become a new block of heap `heapId`.
 template <class Value> CJavaSpyVariant variantOf(JNIEnv* env, Value value, HEAPID heapId)
 {
@@ -57,7 +61,7 @@ template <class Value> CJavaSpyVariant variantOf(JNIEnv* env, Value value, HEAPI
         variant.setString(CJString(env, value), heapId);
         return variant;
     } else if constexpr (std::is_same_v<Value, jobject>) {
-        return CJavaSpyVariant(CJniJObject(env, value, nullptr), heapId);
+        return storedForm(env, value, heapId);
     } else if constexpr (std::is_same_v<Value, jchar>) {
         return CSpyVariant(value, true);
     } else if constexpr (std::is_same_v<Value, jboolean>) {

@@ -21,7 +21,8 @@
     X(D, jdouble)                                                                                            \
     X(Z, jboolean)                                                                                           \
     X(Ljava_lang_String_2, jstring)                                                                          \
-    X(Lcom_talvern_test_gx_sys_SpyMemory_2, jobject)
+    X(Lcom_talvern_test_gx_sys_SpyMemory_2, jobject)                                                         \
+    X(Ljava_lang_Object_2, jobject)
 
 /// For functions that are about the heap mutex itself, or that a busy heap must not keep from reporting.
 struct CNoSpyHeapLock {};

@@ -116,11 +116,14 @@ struct CJByteKind {
     static constexpr auto call = &JNIEnv::CallByteMethod;
 };
 /// Java's Character has no method of this name, so reading one back answers 0. The counterparts of this
-/// library ask for the name as it stands; boxes of this kind are only ever made, not read.
+/// library ask for the name as it stands; boxes of this kind are only ever made. CJCharacter reads.
 struct CJCharKind {
     using Native = unsigned short;
     static constexpr CJBoxNames names{"java/lang/Character", "(C)V", "characterValue", "()C"};
     static constexpr auto call = &JNIEnv::CallCharMethod;
+};
+struct CJCharacterKind : CJCharKind {
+    static constexpr CJBoxNames names{"java/lang/Character", "(C)V", "charValue", "()C"};
 };
 struct CJShortKind {
     using Native = short;
@@ -155,6 +158,7 @@ struct CJDoubleKind {
 
 using CJByte = CJBox<CJByteKind>;
 using CJChar = CJBox<CJCharKind>;
+using CJCharacter = CJBox<CJCharacterKind>;
 using CJShort = CJBox<CJShortKind>;
 using CJInteger = CJBox<CJIntegerKind>;
 using CJLong = CJBox<CJLongKind>;

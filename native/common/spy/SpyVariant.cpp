@@ -4,6 +4,8 @@
 #include "common/spy/SpyText.h"
 #include "include/ITalString.h"
 
+#include <iterator>
+
 namespace {
 constexpr unsigned short szNullStr[] = {0};
 constexpr uint32_t CountSize = sizeof(uint32_t); ///< a string's block starts with its length in bytes
@@ -65,37 +67,51 @@ const unsigned short* CSpyVariant::getString(const CSpyMemRef& block) const
     return !block ? szNullStr : reinterpret_cast<const unsigned short*>(textIn(block).m_bytes);
 }
 
+namespace {
+bool neverEqual(const CSpyVariant&, const CSpyVariant&)
+{
+    return false;
+}
+
+template <class Value> bool equalAs(const CSpyVariant& one, const CSpyVariant& other)
+{
+    return one.as<Value>() == other.as<Value>();
+}
+
+bool equalTexts(const CSpyVariant& one, const CSpyVariant& other)
+{
+    return equalAs<uint64_t>(one, other) || textIn(one.ref()) == textIn(other.ref());
+}
+
+struct CKindOfValues {
+    uint32_t m_number;
+    const char* m_name;
+    bool (*m_areEqual)(const CSpyVariant&, const CSpyVariant&);
+    bool m_ownsBlock;
+};
+#define SPY_KIND_ROW(name, ...) {__VA_ARGS__},
+constexpr CKindOfValues s_kinds[] = {SPY_KINDS(SPY_KIND_ROW)};
+#undef SPY_KIND_ROW
+
+constexpr bool areNumberedInOrder()
+{
+    uint32_t next = 0;
+    for (const CKindOfValues& kind : s_kinds)
+        if (kind.m_number != next++)
+            return false;
+    return true;
+}
+static_assert(areNumberedInOrder());
+} // namespace
+
+const char* CSpyVariant::nameOf(EType type)
+{
+    return type < std::size(s_kinds) ? s_kinds[type].m_name : nullptr;
+}
+
 bool CSpyVariant::operator==(const CSpyVariant& other) const
 {
-    if (m_type != other.m_type)
-        return false;
-    switch (m_type) {
-    case SpyByte:
-    case SpyBool:
-    case SpyUByte:
-        return as<uint8_t>() == other.as<uint8_t>();
-    case SpyShort:
-    case SpyInt:
-    case SpyUInt:
-        return as<uint32_t>() == other.as<uint32_t>();
-    case SpyLong:
-    case SpyULong:
-    case SpyMem:
-    case SpyVector:
-    case SpyMap:
-    case SpyMappedTestObject:
-    case SpyMailslot:
-    case SpyMappedDescribedObjectReference:
-        return m_value == other.m_value;
-    case SpyFloat:
-        return as<float>() == other.as<float>();
-    case SpyDouble:
-        return as<double>() == other.as<double>();
-    case SpyString:
-        return m_value == other.m_value || textIn(ref()) == textIn(other.ref());
-    default:
-        return false;
-    }
+    return m_type == other.m_type && m_type < std::size(s_kinds) && s_kinds[m_type].m_areEqual(*this, other);
 }
 
 bool CSpyVariant::operator==(const ITalString& text) const
@@ -105,7 +121,7 @@ bool CSpyVariant::operator==(const ITalString& text) const
 
 void CSpyVariant::free()
 {
-    if (!isa(SpyString) && !isa(SpyDecimal))
+    if (m_type >= std::size(s_kinds) || !s_kinds[m_type].m_ownsBlock)
         return;
     CSpyMemRef block = ref();
     if (!!block)

@@ -12,6 +12,39 @@
 class CSpyMemory;
 class ITalString;
 
+/// All kinds of values: name; number as stored, the next one, since programs of other versions read the same
+/// store; what people call it; when two of the kind are equal (SpyVariant.cpp has the ways); whether the value
+/// has a block of its own, which is freed with it.
+// clang-format off
+#define SPY_KINDS(X)                                                                                         \
+    X(SpyEmpty,                           0, "empty",                   neverEqual,        false)            \
+    X(SpyByte,                            1, "byte",                    equalAs<uint8_t>,  false)            \
+    X(SpyChar,                            2, "char",                    neverEqual,        false)            \
+    X(SpyShort,                           3, "short",                   equalAs<uint32_t>, false)            \
+    X(SpyInt,                             4, "int",                     equalAs<uint32_t>, false)            \
+    X(SpyLong,                            5, "long",                    equalAs<uint64_t>, false)            \
+    X(SpyFloat,                           6, "float",                   equalAs<float>,    false)            \
+    X(SpyDouble,                          7, "double",                  equalAs<double>,   false)            \
+    X(SpyBool,                            8, "bool",                    equalAs<uint8_t>,  false)            \
+    X(SpyString,                          9, "string",                  equalTexts,        true)             \
+    X(SpyMem,                            10, "memory",                  equalAs<uint64_t>, false)            \
+    X(SpyVector,                         11, "vector",                  equalAs<uint64_t>, false)            \
+    X(SpyMap,                            12, "map",                     equalAs<uint64_t>, false)            \
+    X(SpyMappedPair,                     13, "mapped pair",             neverEqual,        false)            \
+    X(SpyMappedTestObject,               14, "mapped test object",      equalAs<uint64_t>, false)            \
+    X(SpyValueClass,                     15, "value class",             neverEqual,        false)            \
+    X(SpyMailslot,                       16, "mailslot",                equalAs<uint64_t>, false)            \
+    X(SpyUByte,                          17, "unsigned byte",           equalAs<uint8_t>,  false)            \
+    X(SpyUShort,                         18, "unsigned short",          neverEqual,        false)            \
+    X(SpyUInt,                           19, "unsigned int",            equalAs<uint32_t>, false)            \
+    X(SpyULong,                          20, "unsigned long",           equalAs<uint64_t>, false)            \
+    X(SpyDecimal,                        21, "decimal",                 neverEqual,        true)             \
+    X(SpyMappedDescribedObjectReference, 22, "mapped object reference", equalAs<uint64_t>, false)
+// clang-format on
+#define SPY_KIND_NUMBER(name, number, ...) name = number,
+#define SPY_KIND_COUNT(...) +1
+constexpr size_t spyKinds = SPY_KINDS(SPY_KIND_COUNT);
+
 /// A number, a character, a string or a reference to another object of spy memory. The same 16 bytes are
 /// valid in every process and at any address, hence packed; a copy copies them and shares what they refer to.
 /// Nobody counts references: who takes a variant out of its container owns the block of its string.
@@ -20,32 +53,10 @@ class ITalString;
 /// raises CInvalidSpyMemRef, bytes that contradict each other CHeapCorrupted.
 class [[gnu::packed]] CSpyVariant {
 public:
-    /// Kinds of values, as stored. Java has a class for each; see JavaSpyVariant.
-    enum EType : uint32_t {
-        SpyEmpty = 0,
-        SpyByte = 1,
-        SpyChar = 2,
-        SpyShort = 3,
-        SpyInt = 4,
-        SpyLong = 5,
-        SpyFloat = 6,
-        SpyDouble = 7,
-        SpyBool = 8,
-        SpyString = 9,
-        SpyMem = 10,
-        SpyVector = 11,
-        SpyMap = 12,
-        SpyMappedPair = 13,
-        SpyMappedTestObject = 14,
-        SpyValueClass = 15,
-        SpyMailslot = 16,
-        SpyUByte = 17,
-        SpyUShort = 18,
-        SpyUInt = 19,
-        SpyULong = 20,
-        SpyDecimal = 21,
-        SpyMappedDescribedObjectReference = 22,
-    };
+    /// As stored. Java has a class for each; see JavaSpyVariant.
+    enum EType : uint32_t { SPY_KINDS(SPY_KIND_NUMBER) };
+    /// What people call values of a kind; null for a number that no kind has.
+    static const char* nameOf(EType type);
 
     CSpyVariant() : m_type(SpyEmpty), m_unused(0), m_value(0) {}
     explicit CSpyVariant(signed char value) : CSpyVariant(SpyByte, bytesOf(value)) {}
@@ -72,8 +83,11 @@ public:
     explicit CSpyVariant(CSpyMemRef block) : CSpyVariant(SpyMem, bytesOf(block)) {}
     /// A reference to an object, of the kind that its `type` names.
     explicit CSpyVariant(const CSpyMemory& object);
-    /// A reference of a kind that only its Java class knows.
-    CSpyVariant(EType type, const CSpyMemRef& object) : CSpyVariant(type, bytesOf(object)) {}
+    /// A reference, or another value of at most eight bytes, of a kind that only its Java class knows.
+    template <class T>
+    CSpyVariant(EType type, const T& value) : m_type(type), m_unused(0), m_value(bytesOf(value))
+    {
+    }
     /// An address would become a bool.
     template <class T> explicit CSpyVariant(T*) = delete;
 
@@ -115,11 +129,10 @@ public:
     void free();
 
 private:
-    CSpyVariant(EType type, uint64_t value) : m_type(type), m_unused(0), m_value(value) {}
-
     template <class T> static uint64_t bytesOf(const T& value)
     {
         uint64_t bytes = 0;
+        static_assert(sizeof value <= sizeof bytes);
         std::memcpy(&bytes, std::addressof(value), sizeof value);
         return bytes;
     }

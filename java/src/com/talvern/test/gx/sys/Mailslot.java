@@ -280,7 +280,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
                 if (request.size() != 1) {
                     return false;
                 }
-                MailslotQueues.add(request, reply);
+                request.addElement(reply);
                 if (failure != null) {
                     request.addElement(failure);
                 }

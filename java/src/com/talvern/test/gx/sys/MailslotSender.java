@@ -39,7 +39,7 @@ final class MailslotSender {
         slot.checkOpen();
         slot.enter();
         try {
-            MailslotQueues.add(queue, message);
+            queue.addElement(message);
             boolean signalled = false;
             try {
                 signalled = slot.sendIPC(false);
@@ -65,7 +65,7 @@ final class MailslotSender {
             SpyVector request = MailslotQueues.make(4);
             boolean sent = false;
             try {
-                MailslotQueues.add(request, message);
+                request.addElement(message);
                 enqueue(slot.sendMessageQueue, request);
                 sent = true;
                 return request;

@@ -140,6 +140,16 @@ public class SpyMap extends SpyMemory {
     public native boolean put(String key, SpyMemory value);
 
     /**
+     * Stores a value, in place of the one the key had.
+     *
+     * @param key not null
+     * @param value of whatever class containers store (see {@link SpyMemory}); null is stored as nothing
+     * @return false when it was refused
+     * @throws IllegalArgumentException the value is of another class
+     */
+    public native boolean put(String key, Object value);
+
+    /**
      * The value of a key.
      *
      * @param key the key

@@ -140,6 +140,17 @@ public class SpyMappedPair extends SpyMemory {
     public native boolean put(String key, SpyMemory value, int number);
 
     /**
+     * Stores value and number, in place of those the key had.
+     *
+     * @param key not null
+     * @param value of whatever class containers store (see {@link SpyMemory}); null is stored as nothing
+     * @param number a number
+     * @return false when it was refused: by one that names nothing, and after {@link #removeAll}
+     * @throws IllegalArgumentException the value is of another class
+     */
+    public native boolean put(String key, Object value, int number);
+
+    /**
      * What belongs to a key.
      *
      * @param key the key

@@ -38,6 +38,8 @@ package com.talvern.test.gx.sys;
  *     <td>{@code UByte}, {@code UInt32}, {@code UInt64}, {@code Decimal} of {@code com.talvern.test.value}</td></tr>
  * </table>
  *
+ * <p>Whoever does not know the class of a value, such as one that came out of another container, stores it as an Object.
+ *
  * <p>A string that was freed behind the container's back comes back as null. What {@code remove},
  * {@code setElementAt} or {@code removeAll} take out of a container is freed as far as it is a string; objects that the
  * container referred to live on and have to be freed by whoever made them.

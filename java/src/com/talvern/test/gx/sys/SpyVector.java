@@ -106,6 +106,14 @@ public class SpyVector extends SpyMemory {
     public native void addElement(SpyMemory value);
 
     /**
+     * Appends a value.
+     *
+     * @param value of whatever class containers store (see {@link SpyMemory}); null is stored as nothing
+     * @throws IllegalArgumentException it is of another class
+     */
+    public native void addElement(Object value);
+
+    /**
      * Inserts a value before an element; beyond the end nothing is inserted.
      *
      * @param value a number
@@ -185,6 +193,15 @@ public class SpyVector extends SpyMemory {
      * @param index at most the size
      */
     public native void insertElementAt(SpyMemory value, int index);
+
+    /**
+     * Inserts a value before an element; beyond the end nothing is inserted.
+     *
+     * @param value of whatever class containers store (see {@link SpyMemory}); null is stored as nothing
+     * @param index at most the size
+     * @throws IllegalArgumentException the value is of another class
+     */
+    public native void insertElementAt(Object value, int index);
 
     /**
      * Stores a value in an element; a gap up to it is filled with nothing, that is null.
@@ -276,6 +293,16 @@ public class SpyVector extends SpyMemory {
      * @return the previous value; null when there was none
      */
     public native Object setElementAt(SpyMemory value, int index);
+
+    /**
+     * Stores a value in an element; a gap up to it is filled with nothing, that is null.
+     *
+     * @param value of whatever class containers store (see {@link SpyMemory}); null is stored as nothing
+     * @param index of the element, which need not be there
+     * @return the previous value; null when there was none
+     * @throws IllegalArgumentException the value is of another class
+     */
+    public native Object setElementAt(Object value, int index);
 
     /**
      * The value of an element.
