@@ -9,6 +9,8 @@ import com.talvern.test.gx.sys.ApplicationNotRespondingException;
 import com.talvern.test.gx.sys.InvalidMailslotException;
 import com.talvern.test.gx.sys.Mailslot;
 import com.talvern.test.gx.sys.Mailslot.MailslotGoneException;
+import com.talvern.test.gx.sys.MailslotMessage;
+import com.talvern.test.gx.sys.RequestFailedException;
 import com.talvern.test.gx.sys.SpyMap;
 import com.talvern.test.gx.sys.SpyMemory;
 import com.talvern.test.gx.sys.SpyVector;
@@ -192,7 +194,7 @@ class MailslotTest {
                 return message;
             }));
             server.start();
-            assertThrows(Mailslot.RequestFailedException.class, () -> sender.call("bad", 5000));
+            assertThrows(RequestFailedException.class, () -> sender.call("bad", 5000));
             assertEquals("good", sender.call("good", 5000));
         }
     }
@@ -234,7 +236,7 @@ class MailslotTest {
             CountDownLatch late = new CountDownLatch(1);
             CompletableFuture<Boolean> lateReply = new CompletableFuture<>();
             new Thread(() -> {
-                Mailslot.Message first = slot.receive();
+                MailslotMessage first = slot.receive();
                 try {
                     late.await();
                 } catch (InterruptedException e) {
@@ -257,7 +259,7 @@ class MailslotTest {
     void tellsTheSenderThatARequestFailed() throws IOException {
         try (SpyPeer peer = receiver("fail")) {
             Mailslot slot = Mailslot.find("fail");
-            var failure = assertThrows(Mailslot.RequestFailedException.class, () -> slot.send("fail"));
+            var failure = assertThrows(RequestFailedException.class, () -> slot.send("fail"));
             assertTrue(failure.getMessage().contains("cannot"));
             slot.post("fail");
             assertEquals("still there", slot.send("still there"));
@@ -362,7 +364,7 @@ class MailslotTest {
         Mailslot sender = Mailslot.find("robbed");
         var asking = CompletableFuture.supplyAsync(
                 () -> millisOf(() -> sender.call("question", 60_000), MailslotGoneException.class));
-        Mailslot.Message question = slot.receive();
+        MailslotMessage question = slot.receive();
         var receiving = CompletableFuture.supplyAsync(slot::receive);
         var waiting = CompletableFuture.supplyAsync(() -> sender.sendIPC(true));
         String set = String.valueOf(fieldOf(slot, "eventHandle"));
@@ -381,7 +383,7 @@ class MailslotTest {
     void isClosedForItsReceiverAndItsSenders() throws Exception {
         Mailslot slot = Mailslot.open("closed");
         Mailslot sender = Mailslot.find("closed");
-        CompletableFuture<Mailslot.Message> receiving = CompletableFuture.supplyAsync(slot::receive);
+        CompletableFuture<MailslotMessage> receiving = CompletableFuture.supplyAsync(slot::receive);
         sender.close();
         assertThrows(InvalidMailslotException.class, () -> sender.post(1));
         assertThrows(IllegalStateException.class, () -> Mailslot.find("closed").receive());

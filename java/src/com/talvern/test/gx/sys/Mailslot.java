@@ -56,26 +56,13 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     private int eventHandle;
 
     private final MailslotReceiver receiver = new MailslotReceiver(this);
+    /** By this object, which may receive. */
     private boolean isOpened;
     private volatile boolean closed;
     private volatile boolean removed;
 
     /** An object that names no mailslot yet. Native code makes those that {@link #find} answers. */
     public Mailslot() {}
-
-    /** Answers messages. */
-    @FunctionalInterface
-    public interface Handler {
-        /**
-         * Handles one message.
-         *
-         * @param message what was posted or asked
-         * @return the reply; nobody reads it for a posted message
-         * @throws Exception goes to the sender that waits, as {@link RequestFailedException}; for a posted message, to
-         *     the uncaught exception handler of the receiving thread. An Error does the same
-         */
-        Object handle(Object message) throws Exception;
-    }
 
     /**
      * Makes a mailslot for this process to receive at. One that a dead process left behind is replaced.
@@ -88,18 +75,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         if (name == null || name.isEmpty()) {
             throw new IllegalArgumentException("A mailslot needs a name");
         }
-        Mailslot slot = new Mailslot();
-        slot.enter();
-        try {
-            SpyMap registry = MailslotRegistry.made();
-            if (MailslotRegistry.living(registry, name) != null) {
-                throw new IllegalStateException("Mailslot is in use: " + name);
-            }
-            slot.make(registry, name);
-            return slot;
-        } finally {
-            slot.leave();
-        }
+        return MailslotRegistry.open(name);
     }
 
     /**
@@ -109,14 +85,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @return null when there is none, or its receiver is dead
      */
     public static Mailslot find(String name) {
-        Mailslot any = new Mailslot();
-        any.enter();
-        try {
-            SpyMap registry = MailslotRegistry.found();
-            return registry == null || name == null ? null : MailslotRegistry.living(registry, name);
-        } finally {
-            any.leave();
-        }
+        return name == null ? null : MailslotRegistry.find(name);
     }
 
     /** Takes the lock. Until {@link #leave} all changes are one: whoever is killed has made all of them or none. */
@@ -130,31 +99,15 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         unlock();
     }
 
+    void setOpened() {
+        isOpened = true;
+    }
+
     boolean isReceiving() {
         try {
             return isAttended();
         } catch (InvalidSpyMemReference e) {
             return false;
-        }
-    }
-
-    /** The caller holds the lock. */
-    private void make(SpyMap registry, String slotName) {
-        boolean made = false;
-        try {
-            sendMessageQueue = MailslotQueues.make(8);
-            postMessageQueue = MailslotQueues.make(64);
-            if (!create(slotName)) {
-                throw new IllegalStateException("No semaphores are left for mailslot " + slotName);
-            }
-            // A wait that ends at once makes this process the owner, before anybody finds the mailslot: one that
-            // nobody owns passes for alive for ever.
-            made = sendIPC(false) && waitForIncomingMessage() && registry.put(slotName, this);
-            isOpened = made;
-        } finally {
-            if (!made) {
-                discard();
-            }
         }
     }
 
@@ -214,85 +167,6 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         }
     }
 
-    /** A message that was received. */
-    public final class Message {
-        private final Object value;
-        private final SpyVector request;
-
-        Message(Object value, SpyVector request) {
-            this.value = value;
-            this.request = request;
-        }
-
-        /** @return what was sent */
-        public Object value() {
-            return value;
-        }
-
-        /** @return whether the sender waits for a reply */
-        public boolean isRequest() {
-            return request != null;
-        }
-
-        /**
-         * Answers a request, once. Any thread.
-         *
-         * @param reply what {@link SpyMemory} can store
-         * @return false when nobody waits for it: posted, answered already, or the sender gave up
-         * @throws IllegalArgumentException the reply is of another class
-         */
-        public boolean reply(Object reply) {
-            return answer(reply, null);
-        }
-
-        /**
-         * Tells the sender of a request that it could not be handled.
-         *
-         * @param text what went wrong
-         * @return as {@link #reply}
-         */
-        public boolean fail(String text) {
-            return answer(null, text == null ? "" : text);
-        }
-
-        boolean isWanted() {
-            try {
-                return request == null || request.size() == 1;
-            } catch (InvalidSpyMemReference e) {
-                return false;
-            }
-        }
-
-        private boolean answer(Object reply, String failure) {
-            if (request == null) {
-                return false;
-            }
-            boolean answered = store(reply, failure);
-            if (answered) {
-                ring(request); // once the lock is free, which the sender needs to look
-            }
-            return answered;
-        }
-
-        private boolean store(Object reply, String failure) {
-            enter();
-            try {
-                if (request.size() != 1) {
-                    return false;
-                }
-                request.addElement(reply);
-                if (failure != null) {
-                    request.addElement(failure);
-                }
-                return true;
-            } catch (InvalidSpyMemReference e) {
-                return false;
-            } finally {
-                leave();
-            }
-        }
-    }
-
     /**
      * Waits for the next message, without limit; {@link #close} ends it, an interrupt does not. Only the process that
      * has opened the mailslot receives, and one of its threads at a time.
@@ -300,7 +174,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      * @return the message; null once the mailslot is closed, or its semaphores were removed from the system
      * @throws IllegalStateException this object has not opened the mailslot
      */
-    public Message receive() {
+    public MailslotMessage receive() {
         if (!isOpened) {
             throw new IllegalStateException("Only who has opened a mailslot receives: " + name);
         }
@@ -312,20 +186,9 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
      *
      * @param handler is called with each message, on this thread
      */
-    public void serve(Handler handler) {
-        for (Message message = receive(); message != null; message = receive()) {
-            answerBy(handler, message);
-        }
-    }
-
-    private static void answerBy(Handler handler, Message message) {
-        try {
-            message.reply(handler.handle(message.value()));
-        } catch (Throwable e) { // an Error, too, is one message's failure: those that come after it are served
-            if (!message.fail(e.toString())) {
-                Thread self = Thread.currentThread();
-                self.getUncaughtExceptionHandler().uncaughtException(self, e);
-            }
+    public void serve(MailslotHandler handler) {
+        for (MailslotMessage message = receive(); message != null; message = receive()) {
+            message.answerBy(handler);
         }
     }
 
@@ -341,7 +204,10 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
             return;
         }
         wakeReceiver();
-        receiver.alone(this::removeFromRegistry);
+        receiver.alone(() -> {
+            MailslotRegistry.remove(this);
+            removed = true;
+        });
     }
 
     /** By a signal without a message. */
@@ -351,35 +217,6 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
         } catch (MailslotGoneException | InvalidSpyMemReference | InvalidMailslotException e) {
             // None waits at what is not there.
         }
-    }
-
-    private void removeFromRegistry() {
-        enter();
-        try {
-            SpyMap registry = MailslotRegistry.found();
-            if (registry != null && registry.containsKey(name)) {
-                registry.remove(name);
-            }
-            discard();
-            removed = true;
-        } finally {
-            leave();
-        }
-    }
-
-    /** Frees all that the mailslot has in spy memory. The caller holds the lock. */
-    void discard() {
-        try {
-            detach();
-            if (sendMessageQueue != null) {
-                MailslotQueues.requestsIn(sendMessageQueue).forEach(MailslotQueues::freeQuietly);
-            }
-        } catch (InvalidSpyMemReference e) {
-            // Somebody else did so.
-        }
-        MailslotQueues.freeQuietly(sendMessageQueue);
-        MailslotQueues.freeQuietly(postMessageQueue);
-        MailslotQueues.freeQuietly(this);
     }
 
     // What the methods above are made of.
@@ -455,7 +292,7 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
     static native void awaitRing(SpyVector request, int rings);
 
     /** Wakes the sender of the request, and perhaps a few that have nothing to see. */
-    private static native void ring(SpyVector request);
+    static native void ring(SpyVector request);
 
     /** The receiver has died, or has closed the mailslot. */
     public static class MailslotGoneException extends RuntimeException {
@@ -472,20 +309,6 @@ public class Mailslot extends SpyMemory implements AutoCloseable {
          * @param message names the mailslot
          */
         public MailslotGoneException(String message) {
-            super(message);
-        }
-    }
-
-    /** The receiver got the message and could not handle it. */
-    public static class RequestFailedException extends RuntimeException {
-        private static final long serialVersionUID = 1L;
-
-        /**
-         * An exception with a message.
-         *
-         * @param message what the receiver said
-         */
-        public RequestFailedException(String message) {
             super(message);
         }
     }

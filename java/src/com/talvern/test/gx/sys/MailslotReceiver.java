@@ -1,6 +1,5 @@
 package com.talvern.test.gx.sys;
 
-import com.talvern.test.gx.sys.Mailslot.Message;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.List;
@@ -11,7 +10,7 @@ import java.util.concurrent.locks.ReentrantLock;
 final class MailslotReceiver {
     private final Mailslot slot;
     private final ReentrantLock receiving = new ReentrantLock();
-    private final Queue<Message> taken = new ArrayDeque<>();
+    private final Queue<MailslotMessage> taken = new ArrayDeque<>();
 
     MailslotReceiver(Mailslot slot) {
         this.slot = slot;
@@ -27,12 +26,12 @@ final class MailslotReceiver {
         }
     }
 
-    Message receive() {
+    MailslotMessage receive() {
         receiving.lock();
         try {
             boolean hasItsSignal = false;
             while (!slot.isClosed()) {
-                Message message = next();
+                MailslotMessage message = next();
                 if (message != null) {
                     if (!hasItsSignal) {
                         slot.takeSignal();
@@ -51,7 +50,7 @@ final class MailslotReceiver {
     }
 
     /** What waits; null for nothing. */
-    private Message next() {
+    private MailslotMessage next() {
         if (taken.isEmpty()) {
             takeAll();
         }
@@ -64,16 +63,16 @@ final class MailslotReceiver {
 
     /** The posts first: a request that waits already was sent after those that its thread has posted. */
     private void takeAll() {
-        List<Message> found = new ArrayList<>();
+        List<MailslotMessage> found = new ArrayList<>();
         slot.enter();
         try {
             int posts = slot.postMessageQueue.size();
             for (int i = 0; i < posts; i++) {
-                found.add(slot.new Message(slot.postMessageQueue.get(i), null));
+                found.add(new MailslotMessage(slot, slot.postMessageQueue.get(i), null));
             }
             for (SpyVector request : MailslotQueues.requestsIn(slot.sendMessageQueue)) {
                 try {
-                    found.add(slot.new Message(request.get(0), request));
+                    found.add(new MailslotMessage(slot, request.get(0), request));
                 } catch (InvalidSpyMemReference e) {
                     // Its sender is gone, and so is what it asked.
                 }

@@ -1,7 +1,6 @@
 package com.talvern.test.gx.sys;
 
 import com.talvern.test.gx.sys.Mailslot.MailslotGoneException;
-import com.talvern.test.gx.sys.Mailslot.RequestFailedException;
 import java.util.concurrent.CancellationException;
 import java.util.concurrent.TimeUnit;
 
