@@ -115,8 +115,8 @@ private:
     static inline size_t s_mostUsed = 0;
 };
 
-/// The part of a container whose header is to be written back, from `take` to `leave`. Take it under the
-/// mutex; it counts until that is given back.
+/// The part of a container whose header differs from the stored one, from `take` to `leave`. Take it under the
+/// mutex; in the unit it counts until that is given back.
 class CSpyUnitPart {
 public:
     CSpyUnitPart() = default;
@@ -124,8 +124,10 @@ public:
     CSpyUnitPart(const CSpyUnitPart&) = delete;
     CSpyUnitPart& operator=(const CSpyUnitPart&) = delete;
 
+    bool isTaken() const { return m_isTaken; }
     void take()
     {
+        m_isTaken = true;
         if (m_holding == CSpyJournal::holding())
             return;
         m_holding = CSpyJournal::holding();
@@ -138,10 +140,12 @@ public:
             CSpyJournal::leave();
         }
         m_holding = 0;
+        m_isTaken = false;
     }
 
 private:
-    uint64_t m_holding = 0;
+    bool m_isTaken = false;
+    uint64_t m_holding = 0; ///< the time of the mutex that it counts for
 };
 
 /// The heap mutex for a scope, and a part in the unit: whatever dies, all that is changed in it is done or

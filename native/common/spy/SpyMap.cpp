@@ -51,7 +51,7 @@ CSpyMap::CSpyMap(const CSpyMemRef& ref) : CSpyMemory(ref)
 CSpyMap::~CSpyMap()
 {
     try {
-        if (!isNull() && m_dirty)
+        if (!isNull() && m_part.isTaken())
             update();
     } catch (...) {
         CTracer::debugTrace("A spy map could not be written back");
@@ -96,21 +96,13 @@ void CSpyMap::refresh()
     read(&stored, sizeof stored);
     m_data = std::make_unique<CSpyVector>(stored.m_data);
     m_header = stored;
-    m_dirty = false;
     m_part.leave();
 }
 
 void CSpyMap::update()
 {
     write(&m_header, sizeof m_header);
-    m_dirty = false;
     m_part.leave();
-}
-
-void CSpyMap::isChanged()
-{
-    m_dirty = true;
-    m_part.take();
 }
 
 void CSpyMap::removeAll()
@@ -121,7 +113,7 @@ void CSpyMap::removeAll()
     m_data->removeAllElements();
     m_data->update();
     m_header.m_count = 0;
-    isChanged();
+    m_part.take();
 }
 
 void CSpyMap::free()
@@ -132,7 +124,6 @@ void CSpyMap::free()
         m_data->free();
     m_data.reset();
     CSpyMemory::free();
-    m_dirty = false;
     m_part.leave();
 }
 
@@ -232,7 +223,7 @@ bool CSpyMap::put(CSpyVariant& key, const CSpyVariant& value)
     if (!key.isEmpty() && buckets() != 0) {
         if (isCrowded())
             grow(); // which writes the header back
-        isChanged();
+        m_part.take();
         if (place(key, value)) {
             taken.keep();
             m_data->update();
@@ -370,7 +361,7 @@ CSpyVariant CSpyMap::remove(const ITalString& key)
     if (!m_data || buckets() == 0)
         return {};
     const CSpyUnit unit;
-    isChanged();
+    m_part.take();
     const unsigned int slot = slotOf(key);
     const CSpyVariant found = m_data->get(slot);
     CSpyVariant value;

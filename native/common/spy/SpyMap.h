@@ -94,7 +94,6 @@ public:
 
 private:
     bool create(UNIQUEID transactionId, unsigned int buckets);
-    void isChanged();
     unsigned int buckets() const { return m_data->capacity() / 2; }
     unsigned int slotOf(const CSpyVariant& key) const;
     unsigned int slotOf(const ITalString& key) const;
@@ -112,8 +111,7 @@ private:
     CSpyVariant removeFromChain(unsigned int slot, const CSpyMemRef& chain, const ITalString& key);
 
     CSpyMapHdr m_header;
-    bool m_dirty = false; ///< the header may differ from the stored one
-    CSpyUnitPart m_part;  ///< as long as it does
+    CSpyUnitPart m_part;
     std::unique_ptr<CSpyVector> m_data;
 
     static bool growing; ///< this process is moving entries into a larger table; changes under the heap mutex

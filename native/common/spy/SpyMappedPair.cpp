@@ -63,7 +63,6 @@ void CSpyMappedPair::refresh()
     CSpyMappedPairHdr stored;
     read(&stored, sizeof stored);
     m_header = stored;
-    m_dirty = false;
     m_part.leave();
     m_data.reset();
     if (!!stored.m_data)
@@ -72,16 +71,8 @@ void CSpyMappedPair::refresh()
 
 void CSpyMappedPair::update(bool force)
 {
-    if (force || m_dirty)
-        m_dirty = !write(&m_header, sizeof m_header);
-    if (!m_dirty)
+    if ((force || m_part.isTaken()) && write(&m_header, sizeof m_header))
         m_part.leave();
-}
-
-void CSpyMappedPair::isChanged()
-{
-    m_dirty = true;
-    m_part.take();
 }
 
 void CSpyMappedPair::removeAll()
@@ -101,7 +92,6 @@ void CSpyMappedPair::free()
     const CSpyUnit unit;
     removeAll();
     CSpyMemory::free();
-    m_dirty = false;
     m_part.leave();
 }
 
@@ -155,7 +145,7 @@ bool CSpyMappedPair::put(CSpyVariant& key, const CSpyVariant& value, int number)
         replace(index, key, value, number);
     }
     m_data->update();
-    isChanged();
+    m_part.take();
     return true;
 }
 
@@ -196,6 +186,6 @@ CSpyVariant CSpyMappedPair::remove(const ITalString& key)
     m_data->removeElements(index, Fields);
     m_data->update(); // before its key becomes stale, should this process die
     freeQuietly(itsKey);
-    isChanged();
+    m_part.take();
     return value;
 }

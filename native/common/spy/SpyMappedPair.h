@@ -77,12 +77,10 @@ public:
     void removeAll();
 
 private:
-    void isChanged();
     template <class Key> unsigned int findKey(const Key& key) const;
     void replace(unsigned int index, CSpyVariant& key, const CSpyVariant& value, int number);
 
     CSpyMappedPairHdr m_header;
     std::unique_ptr<CSpyVector> m_data;
-    bool m_dirty = false; ///< the header differs from the stored one
-    CSpyUnitPart m_part;  ///< as long as it does
+    CSpyUnitPart m_part;
 };

@@ -116,8 +116,8 @@ int CSpyVector::create(unsigned int transactionId, unsigned int startSize, unsig
         CSpyMemory::free();
         throw;
     }
-    m_dirty = true;
-    update();
+    if (write(&m_header, sizeof m_header))
+        m_part.leave();
     return 0;
 }
 
@@ -128,15 +128,12 @@ void CSpyVector::refresh()
     if (stored.m_size > stored.m_capacity || stored.m_capacity > LargestHeap / SlotSize)
         throw CHeapCorrupted("!!Spy Heap corrupted!! A vector has more elements than room");
     m_header = stored;
-    m_dirty = false;
     m_part.leave();
 }
 
 void CSpyVector::update()
 {
-    if (m_dirty)
-        m_dirty = !write(&m_header, sizeof m_header);
-    if (!m_dirty)
+    if (m_part.isTaken() && write(&m_header, sizeof m_header))
         m_part.leave();
 }
 
@@ -147,7 +144,6 @@ void CSpyVector::free()
     m_header.m_elements.free();
     m_header.m_capacity = 0;
     CSpyMemory::free();
-    m_dirty = false;
     m_part.leave();
 }
 
@@ -283,7 +279,6 @@ void CSpyVector::forgetElements()
 void CSpyVector::resize(uint32_t size)
 {
     m_header.m_size = size;
-    m_dirty = true;
     m_part.take();
 }
 
@@ -311,7 +306,6 @@ void CSpyVector::grow(uint64_t newCapacity)
     m_header.m_elements.write(m_header.m_size * static_cast<uint32_t>(SlotSize), &empty, SlotSize,
                               capacity - m_header.m_size);
     m_header.m_capacity = capacity;
-    m_dirty = true;
     m_part.take();
     if (!outgrown)
         return;

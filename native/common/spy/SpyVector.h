@@ -110,6 +110,5 @@ private:
     template <class Value> unsigned int find(const Value& value, int start) const;
 
     CSpyVectorHdr m_header;
-    bool m_dirty = false; ///< the header differs from the stored one
-    CSpyUnitPart m_part;  ///< as long as it does
+    CSpyUnitPart m_part;
 };
