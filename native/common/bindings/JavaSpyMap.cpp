@@ -8,7 +8,7 @@
 
 bool CJavaSpyMap::create(const CJString& name, int transactionId, int buckets)
 {
-    return m_map.create(name, transactionId, buckets) && attach(m_map.ref());
+    return m_container.create(name, transactionId, buckets) && attach(m_container.ref());
 }
 
 namespace {
@@ -30,16 +30,16 @@ std::vector<CSpyVariant> keysOf(const CSpyMap& map)
 
 jobjectArray CJavaSpyMap::keys()
 {
-    const std::vector<CSpyVariant> keys = keysOf(m_map);
+    const std::vector<CSpyVariant> keys = keysOf(m_container);
     return areKeys(keys) ? newObjectArray(env(), keys, "java/lang/String") : nullptr;
 }
 
 jobjectArray CJavaSpyMap::elements()
 {
-    std::vector<CSpyVariant> values = keysOf(m_map);
+    std::vector<CSpyVariant> values = keysOf(m_container);
     if (!areKeys(values))
         return nullptr;
-    const auto iterator = m_map.elements();
+    const auto iterator = m_container.elements();
     for (CSpyVariant& value : values)
         value = iterator->nextElement();
     return newObjectArray(env(), values, "java/lang/Object");

@@ -18,14 +18,14 @@ void CJMappedPair::set(const CSpyVariant& value, int number)
 
 bool CJavaSpyMappedPair::create(const CJString& name, int transactionId)
 {
-    return m_pair.create(name, transactionId) && attach(m_pair.ref());
+    return m_container.create(name, transactionId) && attach(m_container.ref());
 }
 
 void CJavaSpyMappedPair::get(const ITalString& key, CJMappedPair& pair)
 {
     CSpyVariant value;
     int number = 0;
-    m_pair.get(key, value, number);
+    m_container.get(key, value, number);
     pair.set(value, number);
 }
 
@@ -41,8 +41,8 @@ CJMappedPair CJavaSpyMappedPair::getPair(const ITalString& key)
 std::vector<CSpyVariant> CJavaSpyMappedPair::column(unsigned int first) const
 {
     std::vector<CSpyVariant> column;
-    for (unsigned int entry = 0; entry < m_pair.size(); ++entry)
-        column.push_back(m_pair.get(static_cast<int>(3 * entry + first)));
+    for (unsigned int entry = 0; entry < m_container.size(); ++entry)
+        column.push_back(m_container.get(static_cast<int>(3 * entry + first)));
     return column;
 }
 

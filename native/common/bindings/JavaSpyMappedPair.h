@@ -17,28 +17,16 @@ public:
     void set(const CSpyVariant& value, int number);
 };
 
-/// A com.talvern.test.gx.sys.SpyMappedPair with the native mapped pair that its "handle" names, which works
-/// on a copy of the stored header: construct this and let it go under the heap mutex (see spyEntry).
-class CJavaSpyMappedPair : public CJavaSpyMemory {
+/// A com.talvern.test.gx.sys.SpyMappedPair.
+class CJavaSpyMappedPair : public CJavaSpyContainer<CSpyMappedPair> {
 public:
-    CJavaSpyMappedPair(JNIEnv* env, jobject object) : CJavaSpyMappedPair(env, object, refOf(env, object)) {}
-    explicit CJavaSpyMappedPair(const CJniJObject& object)
-        : CJavaSpyMemory(object, &m_pair), m_pair(refOf(object.env(), object))
-    {
-    }
-    /// Wraps an object as the one of `ref`, whatever its "handle" says; null: for `create`.
-    CJavaSpyMappedPair(JNIEnv* env, jobject object, const CSpyMemRef& ref)
-        : CJavaSpyMemory(env, object, &m_pair), m_pair(ref)
-    {
-    }
+    using CJavaSpyContainer::CJavaSpyContainer;
 
     static constexpr const char* getClassName() { return "com/talvern/test/gx/sys/SpyMappedPair"; }
 
     /// See CSpyMappedPair; on success the new mapped pair is the one of the Java object.
     bool create(const CJString& name, int transactionId);
-    void refresh() { m_pair.refresh(); }
-    void update() { m_pair.update(false); }
-    CSpyMappedPair* operator->() { return &m_pair; }
+    void update() { m_container.update(false); }
 
     /// A new Java object with value and number of a key; null and 0 when there is no such key.
     CJMappedPair getPair(const ITalString& key);
@@ -53,6 +41,4 @@ public:
 
 private:
     std::vector<CSpyVariant> column(unsigned int first) const;
-
-    CSpyMappedPair m_pair;
 };

@@ -47,11 +47,33 @@ public:
     static void throwHeapLocked(JNIEnv* env);
 
 protected:
-    /// For classes whose native object is a container, a member that is constructed later.
+    /// For CJavaSpyContainer, whose native object is a member that is constructed later.
     CJavaSpyMemory(JNIEnv* env, jobject object, CSpyMemory* container);
     CJavaSpyMemory(const CJniJObject& object, CSpyMemory* container);
 
 private:
     CSpyMemory m_memory;
     CSpyMemory* m_native;
+};
+
+/// A Java object of a class of containers with the native container that its "handle" names. That works on a
+/// copy of the stored header: construct this and let it go under the heap mutex (see spyEntry).
+template <class Container> class CJavaSpyContainer : public CJavaSpyMemory {
+public:
+    CJavaSpyContainer(JNIEnv* env, jobject object) : CJavaSpyContainer(env, object, refOf(env, object)) {}
+    explicit CJavaSpyContainer(const CJniJObject& object)
+        : CJavaSpyMemory(object, &m_container), m_container(refOf(object.env(), object))
+    {
+    }
+    /// Wraps an object as the one of `ref`, whatever its "handle" says; null: for `create`.
+    CJavaSpyContainer(JNIEnv* env, jobject object, const CSpyMemRef& ref)
+        : CJavaSpyMemory(env, object, &m_container), m_container(ref)
+    {
+    }
+
+    void refresh() { m_container.refresh(); }
+    Container* operator->() { return &m_container; }
+
+protected:
+    Container m_container;
 };

@@ -7,7 +7,7 @@
 
 bool CJavaSpyVector::create(const CJString& name, int transactionId, int startSize, int increment)
 {
-    return m_vector.create(name, transactionId, startSize, increment) && attach(m_vector.ref());
+    return m_container.create(name, transactionId, startSize, increment) && attach(m_container.ref());
 }
 
 namespace {
