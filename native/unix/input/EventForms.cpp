@@ -18,21 +18,31 @@ jobject newWindow(JNIEnv* env, const char* javaClass, const CWindow& window)
 {
     return CJniClass(env, javaClass).construct("(J)V", static_cast<jlong>(window.getHandle()));
 }
+
+/// An event whose constructor takes the two windows behind the other arguments; null when Java cannot make it.
+template <class... Arguments>
+jobject newEvent(JNIEnv* env, const char* signature, const CWindow& window, const CWindow& topLevel,
+                 Arguments... arguments)
+{
+    const jobject javaWindow = newWindow(env, windowClass, window);
+    const jobject javaTopLevel = javaWindow ? newWindow(env, topLevelClass, topLevel) : nullptr;
+    return javaTopLevel
+               ? CJniClass(env, eventClass).construct(signature, arguments..., javaWindow, javaTopLevel)
+               : nullptr;
+}
 } // namespace
 
 jobject MouseEvent::toJavaEvent(JNIEnv* env) const
 {
     CLocalFrame frame(env);
     const jobject point = newPoint(env, m_start.m_point.value_or(Point()));
-    const jobject window = point ? newWindow(env, windowClass, m_start.m_window) : nullptr;
-    const jobject topLevel = window ? newWindow(env, topLevelClass, m_start.m_topLevel) : nullptr;
-    if (!topLevel)
+    if (!point)
         return nullptr;
-    return frame.leaveWith(
-        CJniClass(env, eventClass)
-            .construct("(IIIILjava/awt/Point;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
-                       "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
-                       MouseForm, static_cast<jint>(m_time), m_kind, m_modifiers, point, window, topLevel));
+    return frame.leaveWith(newEvent(env,
+                                    "(IIIILjava/awt/Point;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                                    "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                                    m_start.m_window, m_start.m_topLevel, MouseForm,
+                                    static_cast<jint>(m_time), m_kind, m_modifiers, point));
 }
 
 jobject KeyEvent::toJavaEvent(JNIEnv* env) const
@@ -51,15 +61,11 @@ jobject KeyEvent::toJavaEvent(JNIEnv* env) const
 
 jobject KeyEvent::strokeForm(JNIEnv* env) const
 {
-    const jobject window = newWindow(env, windowClass, m_window);
-    const jobject topLevel = window ? newWindow(env, topLevelClass, m_topLevel) : nullptr;
-    if (!topLevel)
-        return nullptr;
-    return CJniClass(env, eventClass)
-        .construct("(IIIIIILcom/talvern/test/gx/sys/graphical/NativeWindow;"
-                   "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
-                   StrokeForm, static_cast<jint>(m_time), m_kind, m_keysym, m_first, m_second, window,
-                   topLevel);
+    return newEvent(env,
+                    "(IIIIIILcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                    "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                    m_window, m_topLevel, StrokeForm, static_cast<jint>(m_time), m_kind, m_keysym, m_first,
+                    m_second);
 }
 
 jstring KeyEvent::javaText(JNIEnv* env) const
@@ -70,14 +76,12 @@ jstring KeyEvent::javaText(JNIEnv* env) const
 jobject KeyEvent::textForm(JNIEnv* env) const
 {
     const jstring text = javaText(env);
-    const jobject window = text ? newWindow(env, windowClass, m_window) : nullptr;
-    const jobject topLevel = window ? newWindow(env, topLevelClass, m_topLevel) : nullptr;
-    if (!topLevel)
+    if (!text)
         return nullptr;
-    return CJniClass(env, eventClass)
-        .construct("(IIILjava/lang/String;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
-                   "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
-                   TextForm, static_cast<jint>(m_time), m_kind, text, window, topLevel);
+    return newEvent(env,
+                    "(IIILjava/lang/String;Lcom/talvern/test/gx/sys/graphical/NativeWindow;"
+                    "Lcom/talvern/test/gx/sys/graphical/NativeTopLevelWindow;)V",
+                    m_window, m_topLevel, TextForm, static_cast<jint>(m_time), m_kind, text);
 }
 
 jobject ScrollEvent::toJavaEvent(JNIEnv* env) const

@@ -1,7 +1,7 @@
 package com.talvern.test.value;
 
 /** An unsigned 8-bit number, 0 to 255. Immutable. */
-public final class UByte extends Number implements Comparable<UByte> {
+public final class UByte extends UnsignedNumber implements Comparable<UByte> {
     private static final long serialVersionUID = 1L;
 
     /** The largest value. */
@@ -69,32 +69,7 @@ public final class UByte extends Number implements Comparable<UByte> {
     }
 
     @Override
-    public float floatValue() {
-        return value;
-    }
-
-    @Override
-    public double doubleValue() {
-        return value;
-    }
-
-    @Override
     public int compareTo(UByte other) {
         return Short.compare(value, other.value);
-    }
-
-    @Override
-    public boolean equals(Object other) {
-        return other instanceof UByte && ((UByte) other).value == value;
-    }
-
-    @Override
-    public int hashCode() {
-        return value;
-    }
-
-    @Override
-    public String toString() {
-        return Short.toString(value);
     }
 }

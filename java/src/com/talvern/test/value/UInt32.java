@@ -1,7 +1,7 @@
 package com.talvern.test.value;
 
 /** An unsigned 32-bit number, 0 to 4294967295. Immutable. */
-public final class UInt32 extends Number implements Comparable<UInt32> {
+public final class UInt32 extends UnsignedNumber implements Comparable<UInt32> {
     private static final long serialVersionUID = 1L;
 
     /** The largest value. */
@@ -55,32 +55,7 @@ public final class UInt32 extends Number implements Comparable<UInt32> {
     }
 
     @Override
-    public float floatValue() {
-        return value;
-    }
-
-    @Override
-    public double doubleValue() {
-        return value;
-    }
-
-    @Override
     public int compareTo(UInt32 other) {
         return Long.compare(value, other.value);
-    }
-
-    @Override
-    public boolean equals(Object other) {
-        return other instanceof UInt32 && ((UInt32) other).value == value;
-    }
-
-    @Override
-    public int hashCode() {
-        return Long.hashCode(value);
-    }
-
-    @Override
-    public String toString() {
-        return Long.toString(value);
     }
 }
