@@ -3,6 +3,7 @@
 #include "agent/AgentVariables.h"
 #include "agent/GuestHooks.h"
 #include "agent/JavaMachine.h"
+#include "agent/MainLoop.h"
 #include "agent/Say.h"
 
 #include <atomic>
@@ -65,6 +66,7 @@ void* live(void*)
         getReady(env);
     s_isMaking = false;
     static_cast<void>(eventfd_write(s_isReady, 1));
+    XtLoop::knock();
     while (sem_wait(&s_ends) != 0) {
     }
     if (env)

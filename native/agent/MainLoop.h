@@ -12,6 +12,9 @@ namespace XtLoop {
 void onDisplayOpened(_XDisplay* display);
 /// A display, of Xt or not, is about to be closed.
 void onDisplayClosing(_XDisplay* display);
+/// Has the loop come by, once it has been idle: one that the program runs itself may wait for its display
+/// alone, and does not know what else Xt watches. Any thread.
+void knock();
 } // namespace XtLoop
 
 namespace GlibLoop {

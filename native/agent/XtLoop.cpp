@@ -5,11 +5,14 @@
 #include "agent/RealFunction.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include <X11/Intrinsic.h>
+#include <xcb/xcb.h>
 
 namespace {
 constexpr const char* libXt = "libXt.so.6";
@@ -19,6 +22,26 @@ constinit CRealFunction<XtInputId(XtAppContext, int, XtPointer, XtInputCallbackP
     "XtAppAddInput", libXt};
 constinit CRealFunction<XtAppContext(Display*)> s_contextOf{"XtDisplayToApplicationContext", libXt};
 constinit CRealFunction<void(XtInputId)> s_removeInput{"XtRemoveInput", libXt};
+
+constexpr const char* libX11 = "libX11.so.6";
+constinit CRealFunction<Window(Display*, Window, int, int, unsigned, unsigned, unsigned, unsigned long,
+                               unsigned long)>
+    s_createWindow{"XCreateSimpleWindow", libX11};
+
+// What knocks is no display of Xlib's: the program would be given its errors.
+constexpr const char* libxcb = "libxcb.so.1";
+constinit CRealFunction<xcb_connection_t*(const char*, int*)> s_connect{"xcb_connect", libxcb};
+constinit CRealFunction<xcb_void_cookie_t(xcb_connection_t*, uint8_t, xcb_window_t, uint32_t, const char*)>
+    s_sendEvent{"xcb_send_event_checked", libxcb};
+constinit CRealFunction<xcb_generic_error_t*(xcb_connection_t*, xcb_void_cookie_t)> s_check{
+    "xcb_request_check", libxcb};
+constinit CRealFunction<void(xcb_connection_t*)> s_disconnect{"xcb_disconnect", libxcb};
+
+/// A window of the program's display, for an event that nobody has an ear for.
+struct CEar {
+    std::string display;
+    Window window = 0;
+};
 
 /// An application context, from its first display to its last.
 struct CContext {
@@ -47,6 +70,19 @@ CContext* find(XtAppContext app)
 Display* firstDisplay()
 {
     return contexts().empty() ? nullptr : contexts().front().displays.front();
+}
+
+CEar& ear()
+{
+    static auto* const s_ear = new CEar; // the agent's thread may outlive the static objects
+    return *s_ear;
+}
+
+/// With the mutex held.
+void listen(Display* display)
+{
+    ear() = {DisplayString(display),
+             s_createWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0)};
 }
 
 void onRequest(XtPointer, int*, XtInputId*)
@@ -85,6 +121,11 @@ void onReady(XtPointer app, int*, XtInputId* input)
 /// The first thing that the loop does when no event waits.
 void onLoop(XtPointer app, XtIntervalId*)
 {
+    {
+        const std::lock_guard lock(s_mutex);
+        if (Display* const display = firstDisplay())
+            listen(display);
+    }
     if (const int ready = CAgent::begin(); ready >= 0)
         watch(static_cast<XtAppContext>(app), ready, onReady);
 }
@@ -120,4 +161,25 @@ void XtLoop::onDisplayClosing(Display* display)
         CAgent::setXtDisplay(firstDisplay());
         return;
     }
+}
+
+void XtLoop::knock()
+{
+    CEar known;
+    {
+        const std::lock_guard lock(s_mutex);
+        known = ear();
+    }
+    if (!known.window || !s_connect || !s_sendEvent || !s_check || !s_disconnect)
+        return;
+    xcb_connection_t* const connection = s_connect(known.display.c_str(), nullptr); // never null
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = static_cast<xcb_window_t>(known.window);
+    message.type = XCB_ATOM_STRING; // of no meaning, but there has to be one
+    const xcb_void_cookie_t sent = s_sendEvent(connection, 0, message.window, XCB_EVENT_MASK_NO_EVENT,
+                                               reinterpret_cast<const char*>(&message));
+    std::free(s_check(connection, sent)); // the server drops what it has not read when the line is cut
+    s_disconnect(connection);
 }

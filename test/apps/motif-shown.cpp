@@ -1,6 +1,7 @@
 // A Motif application with one of each widget, which says what a user does to it.
 #include "Asked.h"
 
+#include <poll.h>
 #include <string>
 
 #include <Xm/CascadeB.h>
@@ -270,13 +271,15 @@ void addPage(Widget parent, int count)
         button(XmCreatePushButtonGadget, column, ("number " + std::to_string(number)).c_str());
 }
 
-/// As programs do that draw in between: Xt never finds out that there is nothing left to do.
-void runLoopOfItsOwn(XtAppContext application)
+/// As programs do that draw in between: Xt never finds out that there is nothing left to do, and what it
+/// watches beside the display does not wake the loop.
+void runLoopOfItsOwn(XtAppContext application, int milliseconds)
 {
+    pollfd display = {ConnectionNumber(XtDisplay(s_shell)), POLLIN, 0};
     for (;;) {
         while (XtAppPending(application))
             XtAppProcessEvent(application, XtIMAll);
-        usleep(5000);
+        poll(&display, 1, milliseconds);
     }
 }
 } // namespace
@@ -302,6 +305,6 @@ int main(int argc, char** argv)
     XSync(XtDisplay(s_shell), False);
     say("ready", std::to_string(XtWindow(s_shell)).c_str());
     if (argc > 3)
-        runLoopOfItsOwn(application);
+        runLoopOfItsOwn(application, std::atoi(argv[3]));
     XtAppMainLoop(application);
 }

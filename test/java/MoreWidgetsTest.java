@@ -110,6 +110,9 @@ class MoreWidgetsTest extends ShownProgram {
         says("activated 2");
         application.button("Save").hover();
         application.label("keeps it").view();
+        application.field("Name").doubleClick();
+        application.field("City").middleClick();
+        application.field("City").await("with what was selected", view -> view.text().contains("Anna"));
         list.cell("alpha", 0).dragTo(list.cell("gamma", 0));
         if (program.startsWith("motif")) { // the selection follows
             list.cell("gamma", 0).await("selected", WidgetView::selected);
@@ -128,11 +131,14 @@ class MoreWidgetsTest extends ShownProgram {
         assertTrue(message.contains("it is out of sight"), message);
     }
 
+    /** Its loop waits for the display alone, and forever. */
     @Test
-    void aProgramWithAMainLoopOfItsOwnComesToRest() throws Exception {
-        start("motif-shown", "30", "300", "a loop of its own");
+    void aProgramWithAMainLoopOfItsOwnIsWoken() throws Exception {
+        start("motif-shown", "30", "300", "-1");
         application.choose("View", "Ruler");
         says("chosen Ruler");
+        application.button("Save").click();
+        says("clicked Save");
         application.awaitIdle(Duration.ofMillis(10), Duration.ofSeconds(20));
     }
 

@@ -5,6 +5,7 @@
 #include "unix/app/Channel.h"
 #include "unix/app/Infestor.h"
 #include "unix/app/LoopChanges.h"
+#include "unix/window/LoopKnock.h"
 #include "unix/window/MessageWindow.h"
 
 #include <pthread.h>
@@ -34,6 +35,7 @@ int openWaitingChannel()
 
 extern "C" int gxRequestDescriptors(int* out, int room)
 {
+    CLoopKnock::listen();
     int written = 0;
     const int descriptors[] = {CMessageWindow::wakeDescriptor(),
                                g_display ? ConnectionNumber(g_display) : -1};

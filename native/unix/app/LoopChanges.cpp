@@ -6,14 +6,19 @@
 #include "include/GxGlobals.h"
 #include "include/NeverDestroyed.h"
 #include "unix/widget/GtkCalls.h"
+#include "unix/window/LoopKnock.h"
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <pthread.h>
 #include <utility>
 
 #include <X11/Intrinsic.h>
+#include <X11/Xlibint.h>
+#undef min
+#undef max
 
 namespace {
 constexpr int longestWaitMs = 1000; ///< an engine that has gone keeps a thread for so long
@@ -37,6 +42,8 @@ constinit bool s_isWatched = false;
 constinit int s_ownTurns = 0; ///< so many that end next had something of our own
 constinit bool s_hasChanged = false;
 constinit unsigned long s_requests = 0; ///< how many the program had sent when it was last looked
+constinit int s_ownDepth = 0;           ///< of our own that runs now
+constinit bool s_seesFlushes = false;
 
 Display* displayOfProgram()
 {
@@ -101,11 +108,44 @@ void watchGlib()
     }
 }
 
+pthread_t s_guiThread;
+
+/// What `XSync` sends, and some programs in each turn.
+bool isBareRoundTrip(const char* requests, long length)
+{
+    return length == sz_xReq && requests[0] == X_GetInputFocus;
+}
+
+/// Called by Xlib, with the display locked, before it sends requests to the server. A loop of Xt that the
+/// program runs itself never comes to block in Xt; what it has changed leaves so.
+void onFlush(Display* display, XExtCodes*, const char* sent, long length)
+{
+    const unsigned long requests = NextRequest(display);
+    if (s_ownDepth > 0 || !pthread_equal(s_guiThread, pthread_self()) || requests == s_requests)
+        return;
+    s_requests = requests;
+    if (!isBareRoundTrip(sent, length))
+        tell();
+}
+
+void watchFlushes(Display* display)
+{
+    s_guiThread = pthread_self();
+    s_requests = requestsSent();
+    const XExtCodes* const codes = XAddExtension(display); // known to this process alone
+    if (!codes)
+        return;
+    XESetBeforeFlush(display, codes->extension, onFlush);
+    s_seesFlushes = true;
+}
+
 void watchXt()
 {
-    if (gx_app_display)
-        XtAppAddBlockHook(
-            XtDisplayToApplicationContext(gx_app_display), [](XtPointer) { onTurn(); }, nullptr);
+    if (!gx_app_display)
+        return;
+    XtAppAddBlockHook(
+        XtDisplayToApplicationContext(gx_app_display), [](XtPointer) { onTurn(); }, nullptr);
+    watchFlushes(gx_app_display);
 }
 } // namespace
 
@@ -134,14 +174,18 @@ int64_t CLoopChanges::await(int64_t known, int milliseconds)
 /// meanwhile. If that turn counted, each look of an engine would lead to the next.
 CLoopChanges::COwn::COwn(Cause cause) : m_turns(cause == descriptor && (isGTK2() || isGTK3()) ? 2 : 1)
 {
+    ++s_ownDepth;
     s_hasChanged = s_hasChanged || (s_isWatched && requestsSent() != s_requests);
 }
 
 CLoopChanges::COwn::~COwn()
 {
+    --s_ownDepth;
     if (!s_isWatched)
         return;
     s_requests = requestsSent();
+    if (s_seesFlushes && std::exchange(s_hasChanged, false))
+        tell(); // what is changed after this leaves by a flush of its own
     s_ownTurns = std::max(s_ownTurns, m_turns);
 }
 
@@ -151,3 +195,5 @@ GX_JNI(jlong, Java_com_talvern_test_gx_application_LoopChanges_await, jclass, jl
 {
     return jniEntry(env, __func__, [=]() -> jlong { return CLoopChanges::await(known, milliseconds); });
 }
+
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_application_LoopChanges_knock, CLoopKnock::knock(), jclass)

@@ -2,6 +2,7 @@
 
 #include "common/text/CodeSet.h"
 #include "common/trace/CTracer.h"
+#include "unix/window/LoopKnock.h"
 #include "unix/window/XtGuard.h"
 
 #include <algorithm>
@@ -287,27 +288,42 @@ public:
 private:
     static Boolean onWork(XtPointer data)
     {
-        const std::unique_ptr<CIdleCall> call(static_cast<CIdleCall*>(data));
+        auto* const call = static_cast<CIdleCall*>(data);
+        if ((call->pending() & XtIMXEvent) != 0)
+            return False; // again, once it has seen to these
         if (call->m_timer)
             XtRemoveTimeOut(call->m_timer);
+        end(call);
+        return True;
+    }
+    static void end(CIdleCall* call)
+    {
+        const std::unique_ptr<CIdleCall> owner(call);
         call->m_seenTo(call->m_mark);
-        return True; // once
+    }
+    /// What there is to see to, with the events that the program's own requests have caused, such as those of
+    /// a selection that is handed over.
+    XtInputMask pending() const
+    {
+        if (gx_app_display)
+            XSync(gx_app_display, False);
+        return CLoopKnock::pendingBeside(m_context);
     }
     static void onTimer(XtPointer data, XtIntervalId*)
     {
         auto* const call = static_cast<CIdleCall*>(data);
         call->m_timer = 0;
-        call->m_quiet = XtAppPending(call->m_context) == 0 ? call->m_quiet + 1 : 0;
+        call->m_quiet = call->pending() == 0 ? call->m_quiet + 1 : 0;
         if (call->m_quiet < 2) { // a loop of Xt's would have come to the work procedure in between
             call->setTimer();
             return;
         }
         XtRemoveWorkProc(call->m_work);
-        onWork(call);
+        end(call);
     }
     void setTimer()
     {
-        constexpr unsigned long lookMs = 20;
+        constexpr unsigned long lookMs = 10;
         if (--m_looksLeft > 0)
             m_timer = XtAppAddTimeOut(m_context, lookMs, onTimer, this);
     }
@@ -318,7 +334,7 @@ private:
     XtWorkProcId m_work;
     XtIntervalId m_timer = 0;
     int m_quiet = 0;
-    int m_looksLeft = 100; ///< nobody waits longer
+    int m_looksLeft = 200; ///< nobody waits longer
 };
 
 void CMotifMenus::whenIdle(void (*seenTo)(long), long mark) const

@@ -23,6 +23,9 @@ import java.util.concurrent.TimeoutException;
  * loop: not in the middle of the application's own code, but also while it shows a modal dialog.
  */
 public final class GuiThread {
+    /** So soon a main loop comes by that knows where calls come from, unless it is busy. */
+    private static final long UNTIL_KNOCK_MS = 4;
+
     private final Thread thread;
     private final ThreadChannel channel;
     private final Set<FutureTask<?>> calls = ConcurrentHashMap.newKeySet();
@@ -56,7 +59,7 @@ public final class GuiThread {
         }
         try {
             post(task);
-            return task.get(timeoutMs, TimeUnit.MILLISECONDS);
+            return awaitRun(task, timeoutMs);
         } finally {
             calls.remove(task);
             if (task.cancel(false)) {
@@ -72,6 +75,17 @@ public final class GuiThread {
      */
     public boolean isCurrent() {
         return Thread.currentThread() == thread;
+    }
+
+    private static <T> T awaitRun(FutureTask<T> task, long timeoutMs)
+            throws ExecutionException, TimeoutException, InterruptedException {
+        long untilKnock = Math.min(UNTIL_KNOCK_MS, timeoutMs);
+        try {
+            return task.get(untilKnock, TimeUnit.MILLISECONDS);
+        } catch (TimeoutException late) {
+            LoopChanges.knock();
+            return task.get(timeoutMs - untilKnock, TimeUnit.MILLISECONDS);
+        }
     }
 
     private void post(FutureTask<?> task) {

@@ -21,4 +21,10 @@ final class LoopChanges {
      * @return a number that grows whenever the main loop has done anything but answer questions
      */
     static native long await(long known, int milliseconds);
+
+    /**
+     * Has a main loop come by that the program runs itself, and that waits for its X server alone: it does not know where
+     * questions come from, nor the timers of the toolkit. Any thread; does not wait.
+     */
+    static native void knock();
 }

@@ -46,6 +46,8 @@ public final class RequestServer implements ApplicationService {
     /** Engines, and threads of engines, that come at the same moment. */
     private static final int BACKLOG = 128;
     private static final long POLL_NS = 500_000;
+    /** Longer than the toolkit's timers take that look whether there is nothing left to do. */
+    private static final long KNOCK_NS = 12_000_000;
     /** Few enough to be read without a user noticing. */
     private static final int ROWS_AT_ONCE = 1000;
     /** More than anybody looks through. */
@@ -328,10 +330,17 @@ public final class RequestServer implements ApplicationService {
     }
 
     private static boolean awaitIdle(int mark, long limitMs) {
-        long end = System.nanoTime() + TimeUnit.MILLISECONDS.toNanos(limitMs);
+        long begin = System.nanoTime();
+        long end = begin + TimeUnit.MILLISECONDS.toNanos(limitMs);
+        long knock = begin + KNOCK_NS;
         while (!MenuItems.hasSeenTo(mark)) {
-            if (System.nanoTime() - end >= 0) {
+            long now = System.nanoTime();
+            if (now - end >= 0) {
                 return false;
+            }
+            if (now - knock >= 0) {
+                LoopChanges.knock();
+                knock = now + KNOCK_NS;
             }
             LockSupport.parkNanos(POLL_NS);
         }
