@@ -131,6 +131,22 @@ class MoreWidgetsTest extends ShownProgram {
         assertTrue(message.contains("it is out of sight"), message);
     }
 
+    /** The middle button is what Motif drags with of itself. */
+    @Test
+    void motifDropsWhatIsDragged() throws Exception {
+        start("motif-shown");
+        Widget row = application.find(Query.name("list")).cell("beta", 0);
+        row.middleDragTo(application.field("City"));
+        assertTrue(application.field("City").text().contains("beta"));
+        row.dragTo(application.field("Name"));
+        assertEquals("Anna", application.field("Name").text());
+        application.close();
+        start("motif-shown", "-xrm", "*enableBtn1Transfer: button2_transfer");
+        row = application.find(Query.name("list")).cell("beta", 0);
+        row.dragTo(application.field("City"));
+        assertTrue(application.field("City").text().contains("beta"));
+    }
+
     /** Its loop waits for the display alone, and forever. */
     @Test
     void aProgramWithAMainLoopOfItsOwnIsWoken() throws Exception {

@@ -499,13 +499,22 @@ void CKeyReceiver::noteWorkers(const CWait& wait)
 
 void CKeyReceiver::awaitClickTaken()
 {
+    awaitClickPassedOn();
+    CKeyReceiver receiver(nullptr);
+    receiver.aimUnderPointer();
+    receiver.awaitRead();
+    awaitFrame();
+}
+
+void CKeyReceiver::awaitClickPassedOn()
+{
     CKeyReceiver receiver(nullptr);
     receiver.aimAtFrameUnderPointer();
     receiver.awaitRead();
-    receiver.aimUnderPointer();
-    receiver.awaitRead();
-    // GTK 3 reads events at once and looks at motions, and at what comes behind them, when its next frame
-    // begins.
+}
+
+void CKeyReceiver::awaitFrame()
+{
     constexpr auto frame = std::chrono::milliseconds(20);
     pauseFor(frame);
 }

@@ -41,6 +41,12 @@ public:
     /// Waits for the window manager and the program under the pointer to read a click, and for a frame of
     /// GTK 3.
     static void awaitClickTaken();
+    /// The part of that which needs no sign of the program: waits for the window manager, which may hold back
+    /// the press of a button.
+    static void awaitClickPassedOn();
+    /// GTK 3 reads events at once and looks at motions, and at what comes behind them, when its next frame
+    /// begins.
+    static void awaitFrame();
     /// Waits for the window with the focus to read what was typed.
     static void awaitKeysTaken();
     /// Blocks until the window last aimed at has read the events sent to it, or gives no sign.

@@ -8,6 +8,11 @@
 GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitClickTaken,
               CKeyReceiver::awaitClickTaken(), jclass)
 
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitClickPassedOn,
+              CKeyReceiver::awaitClickPassedOn(), jclass)
+
+GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitFrame, CKeyReceiver::awaitFrame(), jclass)
+
 GX_JNI_ANSWER(void, Java_com_talvern_test_gx_engine_UserInput_awaitKeysTaken, CKeyReceiver::awaitKeysTaken(),
               jclass)
 

@@ -74,25 +74,26 @@ final class Pointer {
     }
 
     /**
-     * Drags with the left button, step by step: a toolkit begins to drag once it has seen some way, and drops on what has
-     * answered that it takes the drop.
+     * Drags step by step: a toolkit begins to drag once it has seen some way, and drops on what has answered that it takes
+     * the drop.
      *
      * @param settle waits until the application has seen to a step
      */
-    void drag(Point start, Point end, Runnable settle) {
-        input.play("a press" + at(start), () -> NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0,
-            NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.MOUSE_PRESS));
-        try {
+    void drag(Point start, Point end, int button, Runnable settle) {
+        try (Drag drag = press(start, button)) {
+            settle.run();
             for (int step = 1; step <= DRAG_STEPS; ++step) {
-                move(new Point(start.x + (end.x - start.x) * step / DRAG_STEPS,
+                drag.to(new Point(start.x + (end.x - start.x) * step / DRAG_STEPS,
                     start.y + (end.y - start.y) * step / DRAG_STEPS));
                 settle.run();
             }
-        } finally { // even when the user has stopped it
-            Playing.mouse("a release" + at(end), () -> NativeKeyMouseEvent.emitLLMouseEvent(end, 0, 0,
-                NativeKeyMouseEvent.BUTTON_LEFT, 0, NativeKeyMouseEvent.MOUSE_RELEASE));
         }
+        settle.run();
+    }
+
+    Drag press(Point start, int button) {
         last = null;
+        return new Drag(input, start, button);
     }
 
     void keys(String keyString) {

@@ -130,6 +130,23 @@ public final class UserInput implements AutoCloseable {
         awaitClickTaken();
     }
 
+    /**
+     * Plays an event for a program that is asked afterwards whether it has seen to it: one that is busy of itself, as Motif
+     * is while it drags, gives no sign that it has read an event.
+     *
+     * @param what as in "a press at 10,20"
+     */
+    void playUnsettled(String what, Runnable event) {
+        goOn(0);
+        Playing.mouse(what, event);
+        awaitFrame();
+    }
+
+    /** Waits for the window manager, which may hold back what was pressed until then. */
+    static native void awaitClickPassedOn();
+
+    private static native void awaitFrame();
+
     /** Waits for the window manager and the program under the pointer to read the click, and for a frame of GTK 3. */
     private static native void awaitClickTaken();
 

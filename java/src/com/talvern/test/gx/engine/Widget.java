@@ -194,6 +194,11 @@ public final class Widget implements WidgetScope {
         press(NativeKeyMouseEvent.BUTTON_RIGHT, 1);
     }
 
+    /** Presses the middle button on it, which pastes into fields what was selected last. */
+    public void middleClick() {
+        press(NativeKeyMouseEvent.BUTTON_MIDDLE, 1);
+    }
+
     private void press(int button, int count) {
         Point place = ready();
         if (column >= 0) { // lists of Motif take a quick second press for a double click, wherever it is
@@ -215,9 +220,22 @@ public final class Widget implements WidgetScope {
      * @param target where to
      */
     public void dragTo(Widget target) {
+        drag(target, NativeKeyMouseEvent.BUTTON_LEFT);
+    }
+
+    /**
+     * Drags it with the middle button, as {@link #dragTo}: what Motif takes for a drag, unless the program's resource {@code
+     * enableBtn1Transfer} is {@code button2_adjust} or {@code button2_transfer}.
+     *
+     * @param target where to
+     */
+    public void middleDragTo(Widget target) {
+        drag(target, NativeKeyMouseEvent.BUTTON_MIDDLE);
+    }
+
+    private void drag(Widget target, int button) {
         Point end = target.ready();
-        application.pointer().drag(ready(), end, application::settle);
-        application.settle();
+        application.pointer().drag(ready(), end, button, application::settle);
     }
 
     /** Gives it the keyboard focus by a click, if it has not got it. */
