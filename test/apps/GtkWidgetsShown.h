@@ -158,6 +158,7 @@ inline void addPages(GtkWidget* box, int count, int rows)
     GtkWidget* const pages = added(box, gtk_notebook_new());
     gtk_notebook_set_scrollable(GTK_NOTEBOOK(pages), TRUE);
     GtkWidget* const scrolled = gtk_scrolled_window_new(nullptr, nullptr);
+    gtk_widget_set_name(scrolled, "scrolled");
     gtk_widget_set_size_request(scrolled, 200, 120);
     gtk_scrolled_window_add_with_viewport(GTK_SCROLLED_WINDOW(scrolled), manyButtons(count));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), scrolled, gtk_label_new("First"));
@@ -166,6 +167,15 @@ inline void addPages(GtkWidget* box, int count, int rows)
     for (int number = 4; number <= 40; ++number)
         gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("empty"),
                                  gtk_label_new(("Page " + std::to_string(number)).c_str()));
+}
+
+/// From right to left.
+inline void addScrollBar(GtkWidget* box)
+{
+    GtkAdjustment* const numbers = GTK_ADJUSTMENT(gtk_adjustment_new(0, 0, 110, 1, 10, 10));
+    GtkWidget* const across = added(box, gtk_hscrollbar_new(numbers));
+    gtk_widget_set_name(across, "across");
+    gtk_range_set_inverted(GTK_RANGE(across), TRUE);
 }
 
 inline gboolean onOrder(GIOChannel*, GIOCondition, gpointer)
@@ -193,6 +203,7 @@ inline int runShown(int argc, char** argv)
     Shown::addFields(box);
     Shown::addTable(box);
     Shown::addPages(box, argc > 1 ? std::atoi(argv[1]) : 30, argc > 2 ? std::atoi(argv[2]) : 300);
+    Shown::addScrollBar(box);
     g_signal_connect(window, "map-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer) {
                          say("ready", "0");
                          return FALSE;

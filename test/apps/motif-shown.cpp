@@ -16,6 +16,7 @@
 #include <Xm/PushBG.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Scale.h>
+#include <Xm/ScrollBar.h>
 #include <Xm/ScrolledW.h>
 #include <Xm/TabStack.h>
 #include <Xm/Text.h>
@@ -271,6 +272,14 @@ void addPage(Widget parent, int count)
         button(XmCreatePushButtonGadget, column, ("number " + std::to_string(number)).c_str());
 }
 
+/// From right to left.
+void addScrollBar(Widget parent)
+{
+    XtVaCreateManagedWidget("across", xmScrollBarWidgetClass, parent, XmNorientation, XmHORIZONTAL,
+                            XmNmaximum, 110, XmNsliderSize, 10, XmNprocessingDirection, XmMAX_ON_LEFT,
+                            XmNheight, 16, nullptr);
+}
+
 /// As programs do that draw in between: Xt never finds out that there is nothing left to do, and what it
 /// watches beside the display does not wake the loop.
 void runLoopOfItsOwn(XtAppContext application, int milliseconds)
@@ -297,6 +306,7 @@ int main(int argc, char** argv)
     addChoices(box);
     addTabs(box, argc > 2 ? std::atoi(argv[2]) : 300);
     addPage(box, argc > 1 ? std::atoi(argv[1]) : 30);
+    addScrollBar(box);
     addBareShells();
     XtRealizeWidget(s_shell);
     XtAppAddInput(

@@ -147,6 +147,29 @@ class MoreWidgetsTest extends ShownProgram {
         assertTrue(application.field("City").text().contains("beta"));
     }
 
+    /** The thumb goes by the pixel, some of which stand for 10 and more; one bar goes from right to left. */
+    @ParameterizedTest
+    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
+    void scrollBarsAreDragged(String program) throws Exception {
+        start(program);
+        Widget across = application.find(Query.name("across"));
+        for (double value : new double[] {50, 7, 100, 98, 0, 33}) {
+            across.set(value);
+            assertEquals(value, across.view().value(), 0.5);
+        }
+        String message = assertThrows(WidgetException.NotSo.class, () -> across.set(100.5)).getMessage();
+        assertTrue(message.contains("it goes from 0.0 to 100.0"), message);
+        Widget first = application.button("number 0");
+        Widget down = application.find(Query.name("scrolled")).find(Query.role(Role.SCROLL_BAR)).all().stream()
+            .filter(bar -> bar.view().bounds().height > bar.view().bounds().width).findFirst().orElseThrow();
+        down.set(200);
+        assertEquals(200, down.view().value(), 10);
+        assertEquals(null, first.view().seen());
+        down.set(0);
+        assertTrue(first.view().seen() != null);
+        assertThrows(WidgetException.NotReady.class, () -> application.list().within(SOON).set(1.5));
+    }
+
     /** Its loop waits for the display alone, and forever. */
     @Test
     void aProgramWithAMainLoopOfItsOwnIsWoken() throws Exception {

@@ -73,7 +73,7 @@ class WidgetTest extends ShownProgram {
         }
         Widget louder = loudness.within(Duration.ofSeconds(2));
         assertTrue(assertThrows(WidgetException.NotSo.class, () -> louder.set(10.1)).getMessage().contains("value 10.0"));
-        fails(WidgetException.NotReady.class, "no slider", name, asked -> asked.set(1.5));
+        fails(WidgetException.NotReady.class, "no slider and no scroll bar", name, asked -> asked.set(1.5));
         Widget notes = application.find(Query.name("notes"));
         notes.setText("three\nfour");
         notes.awaitText("three\nfour");

@@ -103,6 +103,11 @@ LATE_GTK(void, (void*, GxTextIter*, int), textPlace, "gtk_text_buffer_get_iter_a
 LATE_GTK(char*, (void*, GxTextIter*, GxTextIter*, int), bufferText, "gtk_text_buffer_get_text")
 
 LATE_GTK(void*, (_GtkWidget*), adjustment, "gtk_range_get_adjustment")
+LATE_GTK(void, (_GtkWidget*, _GtkAllocation*), rangeBox, "gtk_range_get_range_rect")
+LATE_GTK(void, (_GtkWidget*, int*, int*), thumbOf, "gtk_range_get_slider_range")
+LATE_GTK(int, (_GtkWidget*), isInverted, "gtk_range_get_inverted")
+LATE_GTK(int, (_GtkWidget*), orientation, "gtk_orientable_get_orientation")
+LATE_GTK(int, (_GtkWidget*), direction, "gtk_widget_get_direction")
 LATE_GTK(void*, (_GtkWidget*), horizontal, "gtk_scrolled_window_get_hadjustment")
 LATE_GTK(void*, (_GtkWidget*), vertical, "gtk_scrolled_window_get_vadjustment")
 LATE_GTK(void, (void*, double, double), clampPage, "gtk_adjustment_clamp_page")

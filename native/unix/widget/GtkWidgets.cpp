@@ -4,6 +4,7 @@
 #include "unix/widget/GtkFileDialogs.h"
 #include "unix/widget/GtkObjects.h"
 #include "unix/widget/GtkRows.h"
+#include "unix/widget/GtkScroll.h"
 #include "unix/window/Toolkit.h"
 #include "unix/window/WindowManagerUnix.h"
 
@@ -598,6 +599,7 @@ public:
     std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
     std::vector<std::vector<std::string>> texts(unsigned long id, size_t first, size_t count) const override;
     bool revealRow(unsigned long id, const std::string& path, int column) const override;
+    std::optional<CScrollBar> scrollBar(unsigned long id) const override;
     std::vector<CFileDialog> fileDialogs() const override { return gtkFileDialogs(); }
     void setFile(unsigned long window, const CJString& file) const override { setGtkFile(window, file); }
 };
@@ -658,6 +660,12 @@ std::vector<std::vector<std::string>> CGtkWidgets::texts(unsigned long id, size_
 {
     _GtkWidget* const widget = widgetOf(id);
     return widget ? textsOf(widget, first, count) : std::vector<std::vector<std::string>>();
+}
+
+std::optional<CScrollBar> CGtkWidgets::scrollBar(unsigned long id) const
+{
+    _GtkWidget* const widget = widgetOf(id);
+    return widget ? gtkScrollBar(widget) : std::nullopt;
 }
 
 bool CGtkWidgets::revealRow(unsigned long id, const std::string& path, int column) const

@@ -5,6 +5,7 @@
 #include "unix/widget/XtHold.h"
 #include "unix/widget/XtObjects.h"
 #include "unix/widget/XtRows.h"
+#include "unix/widget/XtScroll.h"
 #include "unix/window/WindowManagerUnix.h"
 #include "unix/window/XtGuard.h"
 
@@ -320,14 +321,16 @@ template <class Visit> void visitFileBoxes(Visit visit)
             visit(display, shell, box);
 }
 
-bool scrollsByItself(Widget widget)
+/// Whether a scrolled window scrolls what lies in that child of it: its scroll bars do not go away.
+bool scrollsByItself(Widget widget, Widget child)
 {
     unsigned char policy = XmAPPLICATION_DEFINED;
+    Widget clip = nullptr;
     guarded([&] {
         if (isOfKind(widget, "XmScrolledWindow"))
-            XtVaGetValues(widget, XmNscrollingPolicy, &policy, nullptr);
+            XtVaGetValues(widget, XmNscrollingPolicy, &policy, XmNclipWindow, &clip, nullptr);
     });
-    return policy == XmAUTOMATIC;
+    return policy == XmAUTOMATIC && child == clip;
 }
 
 class CMotifWidgets final : public IWidgetToolkit {
@@ -339,6 +342,7 @@ public:
     std::vector<CWidgetRow> rows(unsigned long id, size_t first, size_t count) const override;
     std::vector<std::vector<std::string>> texts(unsigned long id, size_t first, size_t count) const override;
     bool revealRow(unsigned long id, const std::string& path, int column) const override;
+    std::optional<CScrollBar> scrollBar(unsigned long id) const override;
     std::vector<CFileDialog> fileDialogs() const override;
     void setFile(unsigned long window, const CJString& file) const override;
 };
@@ -389,8 +393,10 @@ bool CMotifWidgets::reveal(unsigned long id) const
 {
     const Widget widget = findIn(allShells(), id);
     bool scrolls = false;
-    for (Widget around = widget ? XtParent(widget) : nullptr; around; around = XtParent(around))
-        if (scrollsByItself(around)) {
+    Widget child = widget;
+    for (Widget around = widget ? XtParent(widget) : nullptr; around;
+         child = std::exchange(around, XtParent(around)))
+        if (scrollsByItself(around, child)) {
             scrolls = true;
             guarded([&] { XmScrollVisible(around, widget, 0, 0); });
         }
@@ -419,6 +425,22 @@ bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int) co
     if (shown)
         reveal(reinterpret_cast<unsigned long>(shown));
     return shown != nullptr;
+}
+
+std::optional<CScrollBar> CMotifWidgets::scrollBar(unsigned long id) const
+{
+    Display* const display = walkDisplay();
+    const Widget widget = display ? findIn(allShells(), id) : nullptr;
+    CScrollBar bar;
+    bool isThere = false;
+    if (widget && XtIsRealized(widget))
+        guarded([&] { isThere = readXtScrollBar(widget, bar); });
+    const auto origin = isThere ? placeOfWidget(display, widget) : std::nullopt;
+    if (!origin)
+        return std::nullopt;
+    for (Rect* const box : {&bar.thumb, &bar.way})
+        *box = Rect(origin->y + box->getTop(), origin->x + box->getLeft(), box->getHeight(), box->getWidth());
+    return bar;
 }
 
 std::vector<CFileDialog> CMotifWidgets::fileDialogs() const

@@ -24,6 +24,7 @@ public:
     void write(const std::vector<CWidgetRow>& rows);
     void write(const std::vector<CFileDialog>& dialogs);
     void write(const std::vector<std::vector<std::string>>& rows);
+    void write(const std::optional<CScrollBar>& bar);
 
 private:
     void write(const CWidgetNode& node);
@@ -77,6 +78,18 @@ void CTreeWriter::write(const std::vector<std::vector<std::string>>& rows)
     m_out.add(static_cast<int64_t>(rows.size()));
     for (const std::vector<std::string>& cells : rows)
         writeTexts(cells);
+}
+
+void CTreeWriter::write(const std::optional<CScrollBar>& bar)
+{
+    m_out.add(bar.has_value());
+    if (!bar)
+        return;
+    m_out.add(bar->thumb);
+    m_out.add(bar->way);
+    m_out.add(std::optional(bar->least));
+    m_out.add(std::optional(bar->most));
+    m_out.add(bar->fromFarEnd);
 }
 
 void CTreeWriter::writeRows(const CWidgetNode& node)
@@ -203,6 +216,15 @@ GX_JNI(jboolean, Java_com_talvern_test_gx_application_WidgetTree_revealRow, jcla
                    return toolkit.revealRow(static_cast<unsigned long>(id), CJString(env, path).ansiString(),
                                             column);
                });
+    });
+}
+
+GX_JNI(jbyteArray, Java_com_talvern_test_gx_application_WidgetTree_scrollBar, jclass, jlong id)
+{
+    return jniEntry(env, __func__, [&] {
+        return written(env, asked([=](const IWidgetToolkit& toolkit) {
+                           return toolkit.scrollBar(static_cast<unsigned long>(id));
+                       }));
     });
 }
 

@@ -38,6 +38,15 @@ struct CFileDialog {
     unsigned long okId = 0; ///< CWidgetNode::id of its OK button; 0 for none
 };
 
+/// What a user drags, and how far that goes.
+struct CScrollBar {
+    Rect thumb; ///< in root coordinates, as the next
+    Rect way;   ///< that the thumb goes along; arrows at its ends may count as part of it
+    double least = 0;
+    double most = 0;         ///< with the thumb at the other end
+    bool fromFarEnd = false; ///< the least is at the bottom or on the right
+};
+
 /// What a user sees of a widget. Texts are UTF-8; without mnemonic marks; empty where there is none.
 struct CWidgetNode {
     std::string className;
@@ -107,6 +116,8 @@ public:
     /// Scrolls a cell into view, and the list around it. @param column  one that shows, from 0
     /// @return whether there is such a row
     virtual bool revealRow(unsigned long id, const std::string& path, int column) const = 0;
+    /// A scroll bar that can be dragged; nothing for any other widget.
+    virtual std::optional<CScrollBar> scrollBar(unsigned long id) const = 0;
     /// The dialogs for files that are on the screen.
     virtual std::vector<CFileDialog> fileDialogs() const = 0;
     /// Puts a name into the field of a file dialog, as if it were typed. Does nothing for one that has gone.

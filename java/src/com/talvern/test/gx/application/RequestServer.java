@@ -217,6 +217,7 @@ public final class RequestServer implements ApplicationService {
             case REVEAL -> with(in.nextLong(), id -> truth(WidgetTree.reveal(id)));
             case ROWS -> rows(in.nextLong(), in.nextInt(), in.nextInt());
             case REVEAL_ROW -> revealRow(in.nextLong(), in.nextText(), in.nextInt());
+            case SCROLL_BAR -> with(in.nextLong(), id -> block(WidgetTree.scrollBar(id)));
             case FIND_ROWS, AWAIT_CHANGE -> throw new IllegalArgumentException(operation + " is no single look");
             case SET_FILE -> setFile(in.nextLong(), in.nextText());
         };

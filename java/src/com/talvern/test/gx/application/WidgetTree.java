@@ -69,6 +69,15 @@ final class WidgetTree {
     static native boolean revealRow(long id, String path, int column);
 
     /**
+     * What a user drags in a scroll bar.
+     *
+     * @param id of the widget
+     * @return a truth value, and when that can be dragged a {@link com.talvern.test.gx.protocol.ScrollBarValues}, in the form
+     *     of {@link com.talvern.test.gx.protocol.Values}
+     */
+    static native byte[] scrollBar(long id);
+
+    /**
      * The file dialogs that are on the screen.
      *
      * @return how many, and as many of {@link com.talvern.test.gx.protocol.FileDialogValues}, in the form of {@link

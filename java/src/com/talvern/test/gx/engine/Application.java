@@ -3,6 +3,7 @@ package com.talvern.test.gx.engine;
 import com.talvern.test.gx.protocol.Frame;
 import com.talvern.test.gx.protocol.Operation;
 import com.talvern.test.gx.protocol.RowQuery;
+import com.talvern.test.gx.protocol.ScrollBarValues;
 import com.talvern.test.gx.protocol.Values;
 import java.awt.Point;
 import java.awt.Rectangle;
@@ -342,6 +343,10 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     List<WidgetView.Row> findRows(long id, RowQuery query) {
         return ask(Operation.FIND_ROWS, in -> query.write(in.add(id)), several(WidgetView.Row::read));
+    }
+
+    Optional<ScrollBarValues> scrollBar(long id) {
+        return ask(Operation.SCROLL_BAR, in -> in.add(id), perhaps(ScrollBarValues::read));
     }
 
     long awaitChange(long known, Duration limit, Duration more) {

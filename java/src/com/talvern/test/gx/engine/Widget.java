@@ -1,6 +1,7 @@
 package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.protocol.RowQuery;
+import com.talvern.test.gx.protocol.ScrollBarValues;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
@@ -303,23 +304,47 @@ public final class Widget implements WidgetScope {
     }
 
     /**
-     * Moves a slider to a value, unless it has it already: gives it the focus by a click, which may move it as well, and
-     * strokes arrow keys, 2000 at most. The application sees the values on the way.
+     * Moves a slider or scroll bar to a value, unless it has it already. The application sees the values on the way.
+     *
+     * <p>A slider is given the focus by a click, which may move it as well, and arrow keys are struck, 2000 at most. A scroll
+     * bar is dragged, to the pixel that comes nearest: {@link WidgetView#value} says which value that is.
      *
      * @param value as {@link WidgetView#value} tells it
-     * @throws WidgetException.NotReady it is no slider
+     * @throws WidgetException.NotReady it is neither a slider nor a scroll bar with something to scroll
      * @throws WidgetException.NotSo it has not got there: its range ends before, or it has no step there
      */
     public void set(double value) {
         WidgetView before = view();
-        if (before.role() != Role.SCALE) {
-            throw new WidgetException.NotReady(complaint("it is no slider: " + before.line(),
+        if (before.role() != Role.SCALE && before.role() != Role.SCROLL_BAR) {
+            throw new WidgetException.NotReady(complaint("it is no slider and no scroll bar: " + before.line(),
                 "setText() is for what holds a number as text"));
         }
-        if (before.value() == null || before.value() != value) {
+        if (before.value() != null && before.value() == value) {
+            return;
+        }
+        if (before.role() == Role.SCROLL_BAR) {
+            scrollTo(value);
+        } else {
             focus();
             new Slide(application, this).to(value);
         }
+    }
+
+    private void scrollTo(double value) {
+        ScrollBarValues bar = patiently(tree -> one(tree).then(this::usable).then(this::scrollBar));
+        if (value < bar.least() || value > bar.most()) {
+            throw new WidgetException.NotSo(complaint("it does not go to " + value, "it goes from " + bar.least() + " to "
+                + bar.most()));
+        }
+        application.pointer().move(Scroll.middleOf(bar.thumb())); // GTK 3 shows some when the pointer comes near
+        application.settle();
+        ready(view -> Scroll.middleOf(application.scrollBar(view.id()).orElse(bar).thumb()));
+        new Scroll(application, this, patiently(tree -> one(tree).then(this::scrollBar))).to(value);
+    }
+
+    private Outcome<ScrollBarValues> scrollBar(WidgetView view) {
+        return application.scrollBar(view.id()).filter(Scroll::hasRoom).map(Outcome::of)
+            .orElseGet(() -> notReady(view, "has nothing to scroll", "do first what has the program show more than there is room for"));
     }
 
     /**
@@ -578,13 +603,18 @@ public final class Widget implements WidgetScope {
 
     /** @return where to press it, once that is right */
     private Point ready() {
+        return ready(Widget::middle);
+    }
+
+    /** @param place where in it, on the screen */
+    private Point ready(Function<WidgetView, Point> place) {
         WidgetView[] before = new WidgetView[1];
         return patiently(tree -> one(tree).then(view -> {
             WidgetView last = before[0];
             before[0] = view;
             return usable(view).then(usable -> last != null && Objects.equals(last.seen(), usable.seen())
                 ? Outcome.of(usable)
-                : notReady(view, "moves", LONGER)).then(steady -> uncovered(steady, tree));
+                : notReady(view, "moves", LONGER)).then(steady -> uncovered(steady, place.apply(steady), tree));
         }));
     }
 
@@ -622,12 +652,15 @@ public final class Widget implements WidgetScope {
             : seen.intersection(NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle());
     }
 
-    private Outcome<Point> uncovered(WidgetView view, WidgetView tree) {
+    private static Point middle(WidgetView view) {
         Rectangle seen = onScreen(view);
-        Point middle = new Point((int) seen.getCenterX(), (int) seen.getCenterY());
-        List<Long> there = application.widgetsAt(middle);
-        return there.contains(view.id()) ? Outcome.of(middle) : Outcome.failed(() -> new WidgetException.Covered(
-            complaint(Covering.takesThePress(middle, there, tree) + " from " + view.line(),
+        return new Point((int) seen.getCenterX(), (int) seen.getCenterY());
+    }
+
+    private Outcome<Point> uncovered(WidgetView view, Point place, WidgetView tree) {
+        List<Long> there = application.widgetsAt(place);
+        return there.contains(view.id()) ? Outcome.of(place) : Outcome.failed(() -> new WidgetException.Covered(
+            complaint(Covering.takesThePress(place, there, tree) + " from " + view.line(),
                 "close or move that first, or activate() the window")));
     }
 }

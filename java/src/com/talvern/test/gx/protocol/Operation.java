@@ -41,5 +41,7 @@ public enum Operation {
     /** Id of a widget, and a {@link RowQuery}; answers the number of rows and as many of {@link RowValues}. */
     FIND_ROWS,
     /** Id of a widget, path of a row of it, and a column; answers a truth value, whether there is such a row. */
-    REVEAL_ROW
+    REVEAL_ROW,
+    /** Id of a widget; answers a truth value and, when it is a scroll bar that can be dragged, a {@link ScrollBarValues}. */
+    SCROLL_BAR
 }

@@ -1,0 +1,112 @@
+package com.talvern.test.gx.engine;
+
+import com.talvern.test.gx.protocol.ScrollBarValues;
+import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import java.awt.Point;
+import java.awt.Rectangle;
+
+/** The way of a scroll bar to a value: its thumb is dragged there. How far a pixel takes it is seen on the way. */
+final class Scroll {
+    /** More than it takes, but where the program moves the thumb as well. */
+    private static final int MOST_JUMPS = 6;
+    private static final int MOST_STEPS = 16;
+    /** Arrows at its ends, which may count as part of the way, make it seem longer. */
+    private static final double SHORTER = 1.3;
+    /** In pixels: on a shorter way the program's rounding counts too much. */
+    private static final int FAR = 8;
+
+    private final Application application;
+    private final Widget widget;
+    private final ScrollBarValues bar;
+    private final Point start;
+    private final double first;
+    private double perPixel;
+    private double now;
+    private int moved; // pixels, downwards or to the right
+
+    /** @param bar as it is now */
+    Scroll(Application application, Widget widget, ScrollBarValues bar) {
+        this.application = application;
+        this.widget = widget;
+        this.bar = bar;
+        start = middleOf(bar.thumb());
+        first = value();
+        now = first;
+        perPixel = (bar.fromFarEnd() ? -1 : 1) * (bar.most() - bar.least()) / room(bar);
+    }
+
+    /** Where the thumb is pressed. */
+    static Point middleOf(Rectangle thumb) {
+        return new Point((int) thumb.getCenterX(), (int) thumb.getCenterY());
+    }
+
+    /** @return whether the thumb can be moved at all */
+    static boolean hasRoom(ScrollBarValues bar) {
+        return bar.most() > bar.least() && room(bar) > 0;
+    }
+
+    private static boolean isUpright(ScrollBarValues bar) {
+        return bar.way().height - bar.thumb().height > bar.way().width - bar.thumb().width;
+    }
+
+    private static int room(ScrollBarValues bar) {
+        return isUpright(bar) ? bar.way().height - bar.thumb().height : bar.way().width - bar.thumb().width;
+    }
+
+    void to(double target) {
+        try (Drag drag = application.pointer().press(start, NativeKeyMouseEvent.BUTTON_LEFT)) {
+            jump(drag, target);
+            step(drag, target);
+        }
+        application.settle();
+        widget.await("at " + target, view -> view.value() != null && Math.abs(view.value() - target) <= Math.abs(perPixel));
+    }
+
+    private void jump(Drag drag, double target) {
+        for (int jumps = 0; jumps < MOST_JUMPS && Math.abs(target - now) > Math.abs(perPixel); ++jumps) {
+            int next = (int) Math.round((target - first) / perPixel);
+            if (next == moved) {
+                return;
+            }
+            move(drag, next);
+            if (isAtEnd()) {
+                perPixel *= SHORTER;
+            } else if (Math.abs(moved) >= FAR && now != first) {
+                perPixel = (now - first) / moved;
+            }
+        }
+    }
+
+    /** Pixel by pixel, until the next one is further from the target. */
+    private void step(Drag drag, double target) {
+        int step = target > now == perPixel > 0 ? 1 : -1;
+        for (int steps = 0; steps < MOST_STEPS && now != target; ++steps) {
+            double before = now;
+            move(drag, moved + step);
+            if (now != before) {
+                perPixel = now - before;
+            } else if (isAtEnd()) {
+                return;
+            }
+            if (Math.abs(now - target) > Math.abs(before - target)) {
+                move(drag, moved - step);
+                return;
+            }
+        }
+    }
+
+    private boolean isAtEnd() {
+        return now <= bar.least() || now >= bar.most();
+    }
+
+    private void move(Drag drag, int pixels) {
+        drag.to(isUpright(bar) ? new Point(start.x, start.y + pixels) : new Point(start.x + pixels, start.y));
+        application.settle();
+        moved = pixels;
+        now = value();
+    }
+
+    private double value() {
+        return widget.await("at a value", view -> view.value() != null).value();
+    }
+}
