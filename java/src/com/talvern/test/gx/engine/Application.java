@@ -368,6 +368,13 @@ public final class Application implements AutoCloseable, WidgetScope {
         }
     }
 
+    /** Waits until it has seen to motions as well: GTK 3 reads them, is idle, and looks at them when its next frame begins. */
+    void settleMotion() {
+        settle();
+        UserInput.awaitFrame();
+        settle();
+    }
+
     /**
      * The first menu bar that the application has.
      *

@@ -58,7 +58,7 @@ final class Scroll {
             jump(drag, target);
             step(drag, target);
         }
-        application.settle();
+        application.settleMotion();
         widget.await("at " + target, view -> view.value() != null && Math.abs(view.value() - target) <= Math.abs(perPixel));
     }
 
@@ -101,7 +101,7 @@ final class Scroll {
 
     private void move(Drag drag, int pixels) {
         drag.to(isUpright(bar) ? new Point(start.x, start.y + pixels) : new Point(start.x + pixels, start.y));
-        application.settle();
+        application.settleMotion();
         moved = pixels;
         now = value();
     }

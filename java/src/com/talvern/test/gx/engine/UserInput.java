@@ -139,13 +139,13 @@ public final class UserInput implements AutoCloseable {
     void playUnsettled(String what, Runnable event) {
         goOn(0);
         Playing.mouse(what, event);
-        awaitFrame();
     }
 
     /** Waits for the window manager, which may hold back what was pressed until then. */
     static native void awaitClickPassedOn();
 
-    private static native void awaitFrame();
+    /** Waits for as long as GTK 3 puts off motions that it has read. */
+    static native void awaitFrame();
 
     /** Waits for the window manager and the program under the pointer to read the click, and for a frame of GTK 3. */
     private static native void awaitClickTaken();

@@ -236,7 +236,7 @@ public final class Widget implements WidgetScope {
 
     private void drag(Widget target, int button) {
         Point end = target.ready();
-        application.pointer().drag(ready(), end, button, application::settle);
+        application.pointer().drag(ready(), end, button, application::settleMotion);
     }
 
     /** Gives it the keyboard focus by a click, if it has not got it. */
