@@ -37,6 +37,7 @@ final class Confirmation {
                 Optional<FileDialogView> now = application.fileDialogs().stream()
                     .filter(open -> open.window() == dialog.window()).findFirst();
                 if (now.isEmpty()) {
+                    settle();
                     return true;
                 }
                 look(now.get());
@@ -46,6 +47,13 @@ final class Confirmation {
                 }
                 pace.await();
             }
+        }
+    }
+
+    /** What the application does with the file may come after the dialog has gone. */
+    private void settle() {
+        if (windows != null) {
+            application.settle();
         }
     }
 
