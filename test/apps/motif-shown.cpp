@@ -7,6 +7,7 @@
 #include <Xm/CascadeB.h>
 #include <Xm/FileSB.h>
 #include <Xm/Form.h>
+#include <Xm/Frame.h>
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
@@ -95,7 +96,10 @@ void addButtons(Widget parent)
     XtSetSensitive(button(XmCreatePushButtonGadget, row, "Grey"), False);
     XtVaSetValues(toggle(XmCreateToggleButton, row, "Bold"), XmNindicatorOn, XmINDICATOR_NONE, nullptr);
     toggle(XmCreateToggleButtonGadget, row, "Agree");
-    const Widget colours = make(XmCreateRadioBox, row, "colours");
+    const Widget frame = make(XmCreateFrame, row, "frame");
+    XtVaSetValues(make(XmCreateLabelGadget, frame, "Colour"), XmNframeChildType, XmFRAME_TITLE_CHILD,
+                  nullptr);
+    const Widget colours = make(XmCreateRadioBox, frame, "colours");
     XmToggleButtonGadgetSetState(toggle(XmCreateToggleButtonGadget, colours, "Red"), True, False);
     toggle(XmCreateToggleButton, colours, "Green");
 }
@@ -156,6 +160,7 @@ void addMenus(Widget parent)
     item(XmCreatePushButton, file, "Open...", openFiles);
     item(XmCreatePushButtonGadget, file, "Ask...", ask);
     const Widget view = submenu(bar, "View");
+    XtVaSetValues(view, XmNtearOffModel, XmTEAR_OFF_ENABLED, nullptr);
     XmToggleButtonSetState(item(XmCreateToggleButton, view, "Ruler", sayChosen), True, False);
     XtSetSensitive(item(XmCreatePushButton, view, "Grid", sayChosen), False);
 }
@@ -177,7 +182,19 @@ Widget tabPage(Widget stack, const char* label)
     return page;
 }
 
-/// Three tabs, behind which are nothing, a long list and a notebook of two pages with tabs.
+/// In which a click adds a row to those that are selected, or takes it away.
+void addList(Widget parent)
+{
+    const Widget list = make(XmCreateList, parent, "many");
+    XtVaSetValues(list, XmNselectionPolicy, XmMULTIPLE_SELECT, XmNvisibleItemCount, 3, nullptr);
+    for (const char* const name : {"red", "green", "blue"}) {
+        const XmString text = XmStringCreateLocalized(const_cast<char*>(name));
+        XmListAddItemUnselected(list, text, 0);
+        XmStringFree(text);
+    }
+}
+
+/// Four tabs, behind which are nothing, a long list, a notebook of two pages with tabs, and a short list.
 void addTabs(Widget parent, int rows)
 {
     const Widget stack = make(XmCreateTabStack, parent, "stack");
@@ -196,6 +213,7 @@ void addTabs(Widget parent, int rows)
         XtVaSetValues(page, XmNrecomputeSize, False, XmNwidth, 120, XmNheight, 60, nullptr);
         XtVaSetValues(button(XmCreatePushButton, book, name), XmNnotebookChildType, XmMAJOR_TAB, nullptr);
     }
+    addList(tabPage(stack, "Many"));
 }
 
 void sayNumber(Widget widget, XtPointer, XtPointer)
@@ -298,7 +316,7 @@ int main(int argc, char** argv)
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtAppContext application;
     s_shell = XtVaAppInitialize(&application, "GxShown", nullptr, 0, &argc, argv, nullptr, XmNtitle,
-                                "All of them", XmNtoolTipEnable, True, nullptr);
+                                "what Xt knows", XmNtoolTipEnable, True, nullptr);
     const Widget box = make(XmCreateRowColumn, s_shell, "box");
     addMenus(box);
     addButtons(box);
@@ -309,6 +327,7 @@ int main(int argc, char** argv)
     addScrollBar(box);
     addBareShells();
     XtRealizeWidget(s_shell);
+    XStoreName(XtDisplay(s_shell), XtWindow(s_shell), "All of them");
     XtAppAddInput(
         application, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask),
         [](XtPointer, int*, XtInputId*) { obey(hold); }, nullptr);

@@ -24,7 +24,7 @@ class WidgetTreeTest {
     /** Parts of the line that every toolkit has for a widget; a part of it that one alone has stands behind "gtk" or "motif". */
     private static final List<String> LINES = List.of(
         "window \"All of them\"|at",
-        "push button \"Save\"|gtk tip \"keeps it\"|at",
+        "push button \"Save\"|tip \"keeps it\"|at",
         "push button \"Grey\"|disabled|at",
         "toggle \"Bold\"|unchecked|at",
         "check box \"Agree\"|unchecked|at",
@@ -39,6 +39,7 @@ class WidgetTreeTest {
         "scale label \"Loudness:\"|value 1.5|at",
         "text area \"one\\ntwo\" name \"notes\"|at",
         "gtk tab \"First\" selected|at",
+        "motif container \"Colour\" name \"frame\"|at",
         "gtk label \"behind\" hidden|at",
         "push button \"number 0\"|at",
         "push button \"number 29\"|out of sight at");

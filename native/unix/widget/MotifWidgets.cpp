@@ -18,6 +18,7 @@
 
 #include <X11/CoreP.h>
 #include <X11/StringDefs.h>
+#include <Xm/RowColumn.h>
 #include <Xm/ScrolledW.h>
 #include <Xm/Xm.h>
 
@@ -63,6 +64,20 @@ std::vector<Widget> allShells()
     std::erase_if(all,
                   [&](Widget shell) { return shell->core.being_destroyed || !known.insert(shell).second; });
     return all;
+}
+
+/// The line that a menu is torn off by is in no list of children.
+std::vector<Widget> childrenToRead(Widget widget)
+{
+    std::vector<Widget> children = livingChildren(widget);
+    Widget line = nullptr;
+    guarded([&] {
+        if (isRowColumn(widget, XmMENU_PULLDOWN) || isRowColumn(widget, XmMENU_POPUP))
+            line = XmGetTearOffControl(widget);
+    });
+    if (line && !line->core.being_destroyed)
+        children.insert(children.begin(), line);
+    return children;
 }
 
 bool isInNotebook(Widget widget)
@@ -144,7 +159,7 @@ void CXtReader::readTabs(Widget stack, CWidgetNode& node)
 void CXtReader::readChildren(Widget widget, CWidgetNode& node, int depth)
 {
     const COrigin inside{node.box.getLeft(), node.box.getTop()};
-    for (const Widget child : livingChildren(widget)) {
+    for (const Widget child : childrenToRead(widget)) {
         if (child->core.being_destroyed || XtIsShell(child) || !XtIsRectObj(child))
             continue;
         if (depth >= CTreeLimits::depth || !m_budget.takeWidget()) {
@@ -166,6 +181,7 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
     node.name = XtName(widget) ? XtName(widget) : "";
     node.text = taken(facts.text);
     node.label = taken(facts.label);
+    node.tip = taken(facts.tip);
     if (facts.hasValue)
         node.value = facts.value;
     if (facts.checked >= 0)
@@ -173,6 +189,7 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
     node.editable = facts.editable;
     node.secret = facts.secret;
     node.selected = facts.selected;
+    node.rowsToggle = facts.rowsToggle;
     node.box = facts.pressed ? boxOf(facts.pressed, {box.getLeft(), box.getTop()}) : box;
     node.window = XtIsWidget(widget) ? XtWindow(widget) : 0;
     node.showing = aroundShows;
@@ -184,6 +201,15 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
     if (!facts.isLeaf)
         readChildren(widget, node, depth);
     return node;
+}
+
+/// What its title bar says: programs set that past Xt as well, which knows nothing of it then.
+void readCaption(Widget shell, CWidgetNode& node)
+{
+    const std::string caption =
+        XtIsWMShell(shell) ? CWindow(static_cast<long>(XtWindow(shell))).title() : std::string();
+    if (!caption.empty())
+        node.text = caption;
 }
 
 /// The panes of a menu bar share one shell, in which one of them shows.
@@ -359,6 +385,8 @@ std::vector<CWidgetNode> CMotifWidgets::windows() const
         if (const auto place = placeOfShell(display, shell); place && reader.takeWidget()) {
             const Rect box(place->y, place->x, shell->core.height, shell->core.width);
             nodes.push_back(withoutMenuShell(reader.read(shell, box, true, 0)));
+            if (std::string_view(nodes.back().role) != "MENU")
+                readCaption(shell, nodes.back());
         }
     return nodes;
 }

@@ -113,7 +113,7 @@ void CTreeWriter::write(const CWidgetNode& node)
     m_out.add(static_cast<int64_t>(node.id));
     writeRows(node);
     for (const bool fact : {node.enabled, node.showing, node.focused, node.editable, node.secret,
-                            node.selected, !m_whole, node.childrenCut})
+                            node.selected, !m_whole, node.childrenCut, node.rowsToggle})
         m_out.add(fact);
     write(node.children);
 }

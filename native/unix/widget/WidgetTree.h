@@ -65,6 +65,7 @@ struct CWidgetNode {
     bool selected = false;            ///< among the items of its parent
     bool textCut = false;             ///< a text was longer than it may be
     bool childrenCut = false;         ///< it has more children or rows than are here
+    bool rowsToggle = false;          ///< a click on one of its rows that is selected deselects that
     Rect box;                         ///< in root coordinates
     unsigned long window = 0;         ///< X window of its own
     unsigned long id = 0;             ///< its address: tells it from others, nothing else

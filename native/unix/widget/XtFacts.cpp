@@ -11,6 +11,7 @@
 #include <Xm/Container.h>
 #include <Xm/DropDown.h>
 #include <Xm/FileSB.h>
+#include <Xm/FrameP.h>
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
@@ -78,9 +79,12 @@ bool flagOf(Widget widget, const char* resource)
     return value != False;
 }
 
+/// What no window manager sees is a tip or a list that has opened, as in GTK.
 void readTitle(Widget shell, CXtFacts& facts)
 {
     facts.text = plainText(shell, XtNtitle);
+    if (flagOf(shell, XtNoverrideRedirect))
+        facts.role = "OTHER";
 }
 
 void readLabel(Widget widget, CXtFacts& facts)
@@ -115,9 +119,18 @@ void readTab(Widget widget, CXtFacts& facts)
     facts.selected = page == current;
 }
 
+/// Not handed out as a copy, unlike labels.
+char* tipOf(Widget widget)
+{
+    XmString tip = nullptr;
+    XtVaGetValues(widget, XmNtoolTipString, &tip, nullptr);
+    return unparsed(tip);
+}
+
 void readButton(Widget widget, CXtFacts& facts)
 {
     readLabel(widget, facts);
+    facts.tip = tipOf(widget);
     if (isInMenu(widget))
         facts.role = "ITEM";
     else if (isOfKind(XtParent(widget), "XmNotebook"))
@@ -155,6 +168,14 @@ void readRowColumn(Widget widget, CXtFacts& facts)
     }
 }
 
+/// A child that has become the title after it was made is told by no resource.
+void readFrame(Widget widget, CXtFacts& facts)
+{
+    const Widget title = reinterpret_cast<const XmFrameRec*>(widget)->frame.title_area;
+    if (title && XtIsManaged(title))
+        facts.text = compoundText(title, XmNlabelString);
+}
+
 /// Motif has no resource for hiding what is typed. Programs that do not put other letters into the field,
 /// which are all that can be read then, paint it in the colour of its ground.
 bool isInvisible(Widget text)
@@ -184,7 +205,15 @@ void readDataField(Widget widget, CXtFacts& facts)
         facts.text = plainText(widget, XmNvalue);
 }
 
-void readListBox(Widget, CXtFacts& facts)
+void readListBox(Widget widget, CXtFacts& facts)
+{
+    unsigned char policy = XmBROWSE_SELECT;
+    XtVaGetValues(widget, XmNselectionPolicy, &policy, nullptr);
+    facts.isList = true;
+    facts.rowsToggle = policy == XmSINGLE_SELECT || policy == XmMULTIPLE_SELECT;
+}
+
+void readRows(Widget, CXtFacts& facts)
 {
     facts.isList = true;
 }
@@ -322,9 +351,11 @@ constexpr CXtKind kinds[] = {
     {"TransientShell", "DIALOG", readTitle},
     {"XmMenuShell", "MENU"},
     {"XmRowColumn", "CONTAINER", readRowColumn},
+    {"XmFrame", "CONTAINER", readFrame},
     {"XmLabel", "LABEL", readLabel},
     {"XmLabelGadget", "LABEL", readLabel},
     {"XmPushButton", "PUSH_BUTTON", readButton},
+    {"XmTearOffButton", "ITEM"},
     {"XmPushButtonGadget", "PUSH_BUTTON", readButton},
     {"XmDrawnButton", "PUSH_BUTTON", readButton},
     {"XmArrowButton", "PUSH_BUTTON"},
@@ -336,11 +367,11 @@ constexpr CXtKind kinds[] = {
     {"XmText", "TEXT_FIELD", readText},
     {"XmTextField", "TEXT_FIELD", readText},
     {"XmList", "LIST", readListBox},
-    {"XmI18List", "TABLE", readListBox},
+    {"XmI18List", "TABLE", readRows},
     {"XmContainer", "LIST", readContainer},
     {"XmIconGadget", "ITEM", readIcon},
     {"XmIconHeader", "CONTAINER"},
-    {"XmHierarchy", "TREE", readListBox},
+    {"XmHierarchy", "TREE", readRows},
     {"XmIconButton", "PUSH_BUTTON", readIconButton},
     {"XmComboBox", "COMBO_BOX", readCombo},
     {"XmDropDown", "COMBO_BOX", readDropDown},

@@ -10,9 +10,11 @@ struct CXtFacts {
     const char* role = "OTHER";
     char* text = nullptr;
     char* label = nullptr;
+    char* tip = nullptr;
     Widget pressed = nullptr; ///< the part of it that a user presses, when that is not the whole
     bool isLeaf = false;      ///< what is in it is of no interest
     bool isList = false;      ///< it has rows: see XtRows.h
+    bool rowsToggle = false;  ///< a click on a selected row deselects it
     bool hasValue = false;
     double value = 0;
     int checked = -1; ///< 0 or 1; -1 when it is nothing to check

@@ -92,6 +92,12 @@ public final class Widget implements WidgetScope {
         return new Widget(application, path(), further, new Finder(finder::apply, from), patience, inColumn);
     }
 
+    /** @return {@link #path} */
+    @Override
+    public String toString() {
+        return path();
+    }
+
     /** @return a line of Java that finds it again, where {@code application} is the application */
     public String path() {
         return base + "." + call;
@@ -386,7 +392,8 @@ public final class Widget implements WidgetScope {
     }
 
     /**
-     * Selects a row of a list, table or tree, or an entry of a list of widgets: scrolls it into sight and clicks on it.
+     * Selects a row of a list, table or tree, or an entry of a list of widgets: scrolls it into sight and clicks on it, unless
+     * it is selected and the click would deselect it, as in lists of Motif in which each click adds a row or takes one away.
      *
      * @param text what any cell of it says
      */
@@ -413,7 +420,10 @@ public final class Widget implements WidgetScope {
     }
 
     private void selectByClick() {
-        click();
+        WidgetView row = view();
+        if (!row.rowsToggle() || !row.selected()) {
+            click();
+        }
         await("selected", WidgetView::selected);
     }
 

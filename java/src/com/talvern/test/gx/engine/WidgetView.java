@@ -39,12 +39,14 @@ import java.util.stream.Stream;
  * @param selected whether it is chosen among its like: a tab, or an item of a list
  * @param textCut whether a text of it was longer
  * @param childrenCut whether it has more rows in sight, or more in it, than are here
+ * @param rowsToggle whether a click on one of its rows that is selected deselects that
  * @param children what is in it, in the order of the toolkit
  */
 public record WidgetView(String toolkitClass, Role role, String name, String text, String label, String tip,
         Double value, Boolean checked, Rectangle bounds, Rectangle seen, long window, long id, long rowCount,
         List<String> columns, List<Row> rows, boolean enabled, boolean showing, boolean focused, boolean editable,
-        boolean secret, boolean selected, boolean textCut, boolean childrenCut, List<WidgetView> children) {
+        boolean secret, boolean selected, boolean textCut, boolean childrenCut, boolean rowsToggle,
+        List<WidgetView> children) {
     /** No answer has more in one another. */
     private static final int DEEPEST = 101;
 
@@ -86,7 +88,7 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
     static WidgetView ofApplication(String name, List<WidgetView> windows) {
         Rectangle bounds = windows.stream().map(WidgetView::bounds).reduce(Rectangle::union).orElse(new Rectangle());
         return new WidgetView("", Role.APPLICATION, name, "", "", "", null, null, bounds, bounds, 0, 0, -1, List.of(),
-            List.of(), true, true, false, false, false, false, false, false, windows);
+            List.of(), true, true, false, false, false, false, false, false, false, windows);
     }
 
     /** What stands for a cell of a row: an item with its text and row, in the place of the widget that has it. */
@@ -95,13 +97,13 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         Rectangle part = seen == null ? null : clipped(box, seen);
         return new WidgetView("", Role.ITEM, "", row.cells().get(column), "", "", null, row.checks().get(column), box,
             part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(),
-            false, false, List.of());
+            false, false, rowsToggle, List.of());
     }
 
     WidgetView withLabels(java.util.Map<Long, String> labels) {
         return new WidgetView(toolkitClass, role, name, text, labels.getOrDefault(id, label), tip, value, checked,
             bounds, seen, window, id, rowCount, columns, rows, enabled, showing, focused, editable, secret, selected,
-            textCut, childrenCut, children.stream().map(child -> child.withLabels(labels)).toList());
+            textCut, childrenCut, rowsToggle, children.stream().map(child -> child.withLabels(labels)).toList());
     }
 
     /** @return this widget and all that is in it, each before what is in it */
@@ -140,12 +142,13 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         boolean selected = in.nextBoolean();
         boolean textCut = in.nextBoolean();
         boolean childrenCut = in.nextBoolean();
+        boolean rowsToggle = in.nextBoolean();
         Rectangle seen = showing ? clipped(bounds, around) : null;
         Rectangle inside = seen == null ? new Rectangle() : seen;
         List<WidgetView> children = in.nextAll(child -> read(child, inside, depth + 1));
         return new WidgetView(toolkitClass, role, name, text, label, tip, value, checked, bounds, seen, window, id,
             rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
-            children);
+            rowsToggle, children);
     }
 
     private static Rectangle clipped(Rectangle bounds, Rectangle around) {
