@@ -274,6 +274,7 @@ class WidgetTest extends ShownProgram {
     void whatCannotBeDoneIsSaidWithTheReason(String program) throws Exception {
         start(program);
         fails(WidgetException.NotFound.class, "there is:\n  push button \"Save\"", application.button("Safe"), Widget::click);
+        fails(WidgetException.NotFound.class, "there is:\n  push button \"Save\"", application.button("keeps at"), Widget::click);
         fails(WidgetException.Ambiguous.class, "radio button \"Green\"", application.find(Query.role(Role.RADIO_BUTTON)),
             Widget::view);
         fails(WidgetException.NotReady.class, "is disabled", application.button("Grey"), Widget::click);

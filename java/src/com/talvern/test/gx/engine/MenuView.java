@@ -56,7 +56,8 @@ public record MenuView(long window, long id, Rectangle bounds, List<Item> items)
     /** @param whose as in " of nedit" */
     NoSuchElementException missing(String text, String whose) {
         return new NoSuchElementException(Complaint.of("no item " + WidgetView.quoted(text) + " in a menu" + whose,
-            "it has " + texts().stream().filter(Objects::nonNull).toList(), "ask for one of these, the whole text"));
+            "it has " + items.stream().filter(Item::shown).map(Item::text).filter(Objects::nonNull).toList(),
+            "ask for one of these, the whole text"));
     }
 
     /** @return the texts of all items in order, null for those without */

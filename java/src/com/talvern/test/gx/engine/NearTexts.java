@@ -2,16 +2,21 @@ package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.protocol.TextMatch;
 import java.util.Comparator;
+import java.util.EnumSet;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Locale;
 import java.util.Map;
+import java.util.Set;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
+import java.util.stream.Stream;
 
 /** Brings those to the front that somebody may have meant who asked for what there is not. */
 final class NearTexts {
     private static final int COMPARED = 40;
+    private static final Set<Role> CALLED_BY_NAME = EnumSet.complementOf(EnumSet.of(Role.CONTAINER, Role.OTHER, Role.IMAGE,
+        Role.LABEL, Role.SCROLL_BAR, Role.MENU, Role.MENU_BAR));
     private static final Pattern WANTED = Pattern.compile("\"((?:[^\"\\\\]|\\\\.)*)\"");
 
     private NearTexts() {}
@@ -25,12 +30,18 @@ final class NearTexts {
         String wanted = quoted.find() ? normal(quoted.group(1)) : "";
         Map<WidgetView, Integer> distances = new HashMap<>();
         for (WidgetView view : views) {
-            String name = Query.callName(view);
-            if (!name.isBlank() || !view.text().isBlank()) {
-                distances.put(view, distance(wanted, normal(name.isBlank() ? view.text() : name)));
-            }
+            names(view).mapToInt(name -> distance(wanted, normal(name))).min()
+                .ifPresent(nearest -> distances.put(view, nearest));
         }
         return views.stream().filter(distances::containsKey).sorted(Comparator.comparing(distances::get)).toList();
+    }
+
+    /** A button with a picture alone is called by its tip, or by the program's name for it. */
+    private static Stream<String> names(WidgetView view) {
+        String name = Query.callName(view);
+        String shown = name.isBlank() ? view.text() : name;
+        String own = shown.isBlank() && CALLED_BY_NAME.contains(view.role()) ? view.name() : "";
+        return Stream.of(shown, view.tip(), own).filter(each -> !each.isBlank());
     }
 
     private static String normal(String text) {
