@@ -18,6 +18,8 @@ import java.io.PrintStream;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.NoSuchElementException;
+import java.util.Optional;
 import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
@@ -113,6 +115,7 @@ class MoreWidgetsTest extends ShownProgram {
         application.field("Name").doubleClick();
         application.field("City").middleClick();
         application.field("City").await("with what was selected", view -> view.text().contains("Anna"));
+        assertEquals(1, application.windows().size());
         list.cell("alpha", 0).dragTo(list.cell("gamma", 0));
         if (program.startsWith("motif")) { // the selection follows
             list.cell("gamma", 0).await("selected", WidgetView::selected);
@@ -129,6 +132,42 @@ class MoreWidgetsTest extends ShownProgram {
         String message = assertThrows(WidgetException.NotReady.class, () -> application.toggle("Green").within(SOON).click())
             .getMessage();
         assertTrue(message.contains("it is out of sight"), message);
+    }
+
+    /** It opens as before meanwhile, and is none of the menus that are open while it stands by itself. */
+    @Test
+    void aMenuThatIsTornOffIsChosenFrom() throws Exception {
+        start("motif-shown");
+        AppWindow torn = application.tearOff("View");
+        assertEquals(List.of(), application.openMenus());
+        assertEquals(Optional.empty(), application.contextMenu());
+        torn.choose("Ruler");
+        says("chosen Ruler");
+        assertEquals(Boolean.FALSE, torn.menuItem("Ruler").checked());
+        assertFalse(application.menuItem("View", "Grid").enabled());
+        application.choose("View", "Ruler");
+        says("chosen Ruler");
+        torn.find(Query.role(Role.ITEM).text("Ruler")).click();
+        says("chosen Ruler");
+        torn.close();
+        torn.awaitGone();
+        assertEquals(Boolean.FALSE, application.menuItem("View", "Ruler").checked());
+        String message = assertThrows(NoSuchElementException.class, () -> application.tearOff("File")).getMessage();
+        assertTrue(message.contains("it cannot be torn off"), message);
+        assertEquals(List.of(), application.openMenus());
+    }
+
+    @Test
+    void aRowIsSelectedThatAClickWouldDeselect() throws Exception {
+        start("motif-shown");
+        application.tab("Many").click();
+        Widget many = application.find(Query.name("many"));
+        for (String row : List.of("red", "blue", "red")) {
+            many.select(row);
+        }
+        assertEquals(List.of(true, false, true), many.view().rows().stream().map(WidgetView.Row::selected).toList());
+        many.cell("red", 0).click();
+        assertFalse(many.cell("red", 0).isSelected());
     }
 
     /** The middle button is what Motif drags with of itself. */

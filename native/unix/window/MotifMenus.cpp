@@ -27,9 +27,11 @@ namespace {
 /// Whatever a program has made of its multi-click time, nobody is to wait longer.
 constexpr int longestDoubleClick = 1000; // ms
 
+/// A menu that has been torn off stands in another shell, for as long as it is not opened as a menu.
 bool isPane(Widget widget)
 {
-    return isRowColumn(widget, XmMENU_PULLDOWN) || isRowColumn(widget, XmMENU_POPUP);
+    return (isRowColumn(widget, XmMENU_PULLDOWN) || isRowColumn(widget, XmMENU_POPUP)) &&
+           isOfClass(XtParent(widget), xmMenuShellWidgetClass);
 }
 
 /// A pane hangs in a menu shell; the shell's parent is what the pane was made for: a menu bar for its
@@ -41,11 +43,10 @@ bool isOpenedByUser(Widget pane)
     return pane && !isOfClass(opener, xmMenuShellWidgetClass) && !isRowColumn(opener, XmMENU_BAR);
 }
 
-/// Whether a pane hangs, over its cascades, in an option or context menu, not in a menu bar. False for one
-/// that is torn off.
+/// Whether a pane hangs, over its cascades, in an option or context menu, not in a menu bar.
 bool isOfOptionOrContextMenu(Widget pane)
 {
-    if (!isPane(pane) || !isOfClass(XtParent(pane), xmMenuShellWidgetClass))
+    if (!isPane(pane))
         return false;
     Widget opener = XtParent(pane);
     while (isOfClass(opener, xmMenuShellWidgetClass))
@@ -85,13 +86,25 @@ char* labelOf(Widget item)
     return text;
 }
 
-Window submenuOf(Widget item)
+Widget submenuWidgetOf(Widget item)
 {
     if (!isOfClass(item, xmCascadeButtonWidgetClass) && !isOfClass(item, xmCascadeButtonGadgetClass))
-        return 0;
+        return nullptr;
     Widget submenu = nullptr;
     XtVaGetValues(item, XmNsubMenuId, &submenu, nullptr);
+    return submenu;
+}
+
+Window submenuOf(Widget item)
+{
+    const Widget submenu = submenuWidgetOf(item);
     return submenu ? XtWindowOfObject(submenu) : 0;
+}
+
+/// None while it is torn off: then it shows, and the item has not opened it.
+Window submenuToOpen(Widget item)
+{
+    return isPane(submenuWidgetOf(item)) ? submenuOf(item) : 0;
 }
 
 /// Inside of CXtGuard only.
@@ -264,7 +277,7 @@ std::vector<GxMenu::ItemView> CMotifMenus::itemViews(Window menu) const
         GxMenu::ItemView& view = room[index];
         view.shown = XtIsManaged(item) != False;
         view.enabled = XtIsSensitive(item) != False;
-        view.submenu = submenuOf(item);
+        view.submenu = submenuToOpen(item);
         view.checked = checkedOf(item);
         if (view.shown) {
             const Rect around = boxOf(XtParent(item));

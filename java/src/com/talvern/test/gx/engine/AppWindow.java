@@ -113,6 +113,12 @@ public final class AppWindow implements WidgetScope {
         return path + " of " + application.whom() + String.format(", window 0x%x", window);
     }
 
+    /** @return {@link #path} */
+    @Override
+    public String toString() {
+        return path;
+    }
+
     /** @return a line of Java that finds a window with its caption */
     public String path() {
         return path;
@@ -186,20 +192,26 @@ public final class AppWindow implements WidgetScope {
     /**
      * Chooses an item of the menus of this window.
      *
-     * @param item the texts of the items, from the menu bar; one at least
+     * @param item the texts of the items, from the menu bar or the menu that has been torn off; one at least
      */
     public void choose(String... item) {
-        application.choose(window, item);
+        tornOff().ifPresentOrElse(menu -> application.choose(menu, item), () -> application.choose(window, item));
     }
 
     /**
      * How an item of the menus of this window is; see {@link Application#menuItem}.
      *
-     * @param item the texts of the items, from the menu bar; one at least
+     * @param item the texts of the items, from the menu bar or the menu that has been torn off; one at least
      * @return the item as it was while its menu was open
      */
     public MenuView.Item menuItem(String... item) {
-        return application.menuItem(window, item);
+        return tornOff().map(menu -> application.menuItem(menu, item)).orElseGet(() -> application.menuItem(window, item));
+    }
+
+    /** The menu that this is the window of; see {@link Application#tearOff}. */
+    private Optional<MenuView> tornOff() {
+        return tree().children().stream().filter(view -> view.role() == Role.MENU && view.showing()).findFirst()
+            .flatMap(view -> application.menu(view.window()));
     }
 
     /**

@@ -481,7 +481,8 @@ public final class Application implements AutoCloseable, WidgetScope {
     }
 
     /**
-     * Clicks on OK in a file dialog, once that keeps its place and reacts, and waits until the dialog has gone. It may stay: to
+     * Clicks on OK in a file dialog, once that keeps its place and reacts, and waits until the dialog has gone and the
+     * application has nothing left to do, or a second more. It may stay: to
      * ask whether a file is to be replaced, because there is no such file, because it has opened the folder that was named,
      * or because its OK does not react.
      *
@@ -552,6 +553,24 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public MenuView.Item menuItem(long window, String... path) {
         return menus().item(window, path);
+    }
+
+    MenuView.Item menuItem(MenuView menu, String... path) {
+        return menus().item(menu, path);
+    }
+
+    /**
+     * Tears off a menu of Motif, as a user does by the dashed line at its top, and waits for its window. Items are chosen
+     * there by {@link AppWindow#choose}, any number of times, until the window is closed.
+     *
+     * @param path the texts of the items, from the menu bar to the one that opens the menu; one at least
+     * @return the window that the menu is in now
+     * @throws NoSuchElementException a menu has no such item, or the last cannot be torn off
+     * @throws ApplicationException.Disabled an item is disabled
+     * @throws ApplicationException.NotInTime there is no menu bar, or a menu has not opened
+     */
+    public AppWindow tearOff(String... path) {
+        return menus().tearOff(path);
     }
 
     MenuView awaitContextMenu() {
@@ -726,6 +745,8 @@ public final class Application implements AutoCloseable, WidgetScope {
     private String insteadOf(Function<Application, String> look) {
         try {
             return look.apply(within(LAST_LOOK));
+        } catch (ApplicationException.NotInTime busy) {
+            return "it no longer answers: its GUI thread does something else, or stands still";
         } catch (ApplicationException silent) {
             return "it does not say what it shows instead";
         }

@@ -9,6 +9,8 @@ import java.util.function.Supplier;
 
 /** Plays the menus of an application: opens, scrolls, chooses, closes them. */
 final class Menus {
+    private static final Query TORN_BY = Query.role(Role.ITEM).named("TearOffControl");
+
     private final Application application;
     private final Pointer pointer;
 
@@ -34,11 +36,35 @@ final class Menus {
     }
 
     MenuView.Item item(long window, String... path) {
+        return withMenus(path, () -> lookInto(awaitMenuBar(window), path));
+    }
+
+    MenuView.Item item(MenuView menu, String... path) {
+        return withMenus(path, () -> lookInto(menu, path));
+    }
+
+    private MenuView.Item lookInto(MenuView menu, String... path) {
+        MenuView.Item item = itemOf(openTo(menu, path), path[path.length - 1]);
+        close();
+        return item;
+    }
+
+    AppWindow tearOff(String... path) {
         return withMenus(path, () -> {
-            MenuView.Item item = itemOf(openTo(awaitMenuBar(window), path), path[path.length - 1]);
-            close();
-            return item;
+            String opener = path[path.length - 1];
+            MenuView menu = open(openTo(awaitMenuBar(0), path), opener);
+            pointer.clickAtOnce(Pointer.middleOf(tearLine(menu, opener)));
+            return AppWindow.await(application, "the window of the menu torn off", windows -> windows.stream()
+                .filter(view -> view.children().stream().anyMatch(pane -> pane.id() == menu.id())).toList(),
+                application.patience());
         });
+    }
+
+    private Rectangle tearLine(MenuView menu, String opener) {
+        WidgetView pane = application.tree().all().filter(view -> view.id() == menu.id()).findFirst().orElseThrow();
+        return TORN_BY.find(pane).stream().findFirst().map(WidgetView::bounds).orElseThrow(() -> new NoSuchElementException(
+            Complaint.of("no window for the menu of " + WidgetView.quoted(opener) + " in " + application.whom(),
+                "it cannot be torn off", "choose its items, or ask for one with a dashed line at its top")));
     }
 
     private MenuView awaitMenuBar(long window) {
