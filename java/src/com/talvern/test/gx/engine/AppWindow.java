@@ -25,6 +25,9 @@ import java.util.stream.Stream;
  * }</pre>
  */
 public final class AppWindow implements WidgetScope {
+    /** Between what a window shows and the name of its program. */
+    private static final List<String> DASHES = List.of(" - ", " \u2013 ", " \u2014 ");
+
     private final Application application;
     private final long id;
     private final long window;
@@ -69,8 +72,8 @@ public final class AppWindow implements WidgetScope {
 
     /** What is called exactly that, else what is called so beside a dash and the name of a program or file. */
     static List<WidgetView> called(String caption, List<WidgetView> windows) {
-        return Stream.<Predicate<String>>of(caption::equals, each -> !caption.isEmpty()
-                && (each.startsWith(caption + " - ") || each.endsWith(" - " + caption)))
+        return Stream.<Predicate<String>>of(caption::equals, each -> !caption.isEmpty() && DASHES.stream()
+                .anyMatch(dash -> each.startsWith(caption + dash) || each.endsWith(dash + caption)))
             .map(asked -> windows.stream().filter(view -> asked.test(captionOf(view))).toList())
             .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
     }
