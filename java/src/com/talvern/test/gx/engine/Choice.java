@@ -47,7 +47,7 @@ final class Choice {
     private Widget entry(Set<Long> known, String text) {
         application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
         return new Widget(application, opener.path(), "choose(" + Query.literal(text) + ")",
-            Widget.Finder.of(tree -> entries(tree, known, text)), patience, 0);
+            new Widget.Finder(tree -> opened(tree, known, text), place -> entries(place, text)), patience, 0);
     }
 
     private void closed(Widget entry, boolean mayStay) {
@@ -65,12 +65,19 @@ final class Choice {
         return view -> view.showing() && !known.contains(view.id());
     }
 
-    private List<WidgetView> entries(WidgetView tree, Set<Long> known, String text) {
+    /** What has come since then: its items, unless rows of it are meant. */
+    private List<WidgetView> opened(WidgetView tree, Set<Long> known, String text) {
         List<WidgetView> come = tree.all().filter(newSince(known)).toList();
-        List<WidgetView> items = Query.role(Role.ITEM).text(text).find(WidgetView.ofApplication("", come.stream()
-            .filter(view -> view.role() == Role.ITEM).toList()));
-        return !items.isEmpty() ? items : come.stream().filter(view -> view.rowCount() >= 0)
-            .flatMap(view -> new Rows(application, view).cells(RowQuery.of(text), 0).stream()).toList();
+        List<WidgetView> lists = come.stream().filter(view -> view.rowCount() >= 0).toList();
+        List<WidgetView> items = come.stream().filter(view -> view.role() == Role.ITEM).toList();
+        WidgetView menus = WidgetView.ofApplication("", items);
+        boolean isMenu = !items.isEmpty() && (lists.isEmpty() || !entries(menus, text).isEmpty());
+        return isMenu ? List.of(menus) : lists;
+    }
+
+    private List<WidgetView> entries(WidgetView place, String text) {
+        return place.rowCount() >= 0 ? new Rows(application, place).cells(RowQuery.of(text), 0)
+            : Query.role(Role.ITEM).text(text).find(place);
     }
 
     private void closeAfter(RuntimeException failure) {

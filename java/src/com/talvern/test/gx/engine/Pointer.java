@@ -16,20 +16,30 @@ final class Pointer {
     private long lastTime;
 
     void click(Point place, int button, int count) {
-        if (last != null && last.distance(place) < DOUBLE_CLICK_PIXELS) {
-            pauseBetweenClicks();
-        }
+        pauseBefore(place, false);
         input.play("a click" + at(place), () -> NativeKeyMouseEvent.emitHLMouseEvent(place, 0, 0, null, 0, 0, button, 0,
             NativeKeyMouseEvent.CLICK, count));
         last = place;
         lastTime = System.nanoTime();
     }
 
-    void pauseBetweenClicks() {
+    /**
+     * Waits until a click is no double click with the one before.
+     *
+     * @param wherever the one before was
+     * @return whether it has waited: what was known of the place may be so no more
+     */
+    boolean pauseBefore(Point place, boolean wherever) {
+        return last != null && (wherever || last.distance(place) < DOUBLE_CLICK_PIXELS) && pauseBetweenClicks();
+    }
+
+    boolean pauseBetweenClicks() {
         long passed = (System.nanoTime() - lastTime) / 1_000_000;
-        if (last != null && passed < DOUBLE_CLICK_MS) {
+        boolean isSoon = last != null && passed < DOUBLE_CLICK_MS;
+        if (isSoon) {
             Application.pause(DOUBLE_CLICK_MS - passed);
         }
+        return isSoon;
     }
 
     void move(Point place) {

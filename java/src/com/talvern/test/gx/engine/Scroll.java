@@ -3,7 +3,6 @@ package com.talvern.test.gx.engine;
 import com.talvern.test.gx.protocol.ScrollBarValues;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import java.awt.Point;
-import java.awt.Rectangle;
 
 /** The way of a scroll bar to a value: its thumb is dragged there. How far a pixel takes it is seen on the way. */
 final class Scroll {
@@ -29,15 +28,10 @@ final class Scroll {
         this.application = application;
         this.widget = widget;
         this.bar = bar;
-        start = middleOf(bar.thumb());
+        start = Pointer.middleOf(bar.thumb());
         first = value();
         now = first;
         perPixel = (bar.fromFarEnd() ? -1 : 1) * (bar.most() - bar.least()) / room(bar);
-    }
-
-    /** Where the thumb is pressed. */
-    static Point middleOf(Rectangle thumb) {
-        return new Point((int) thumb.getCenterX(), (int) thumb.getCenterY());
     }
 
     /** @return whether the thumb can be moved at all */

@@ -44,6 +44,8 @@ import java.util.stream.Stream;
  */
 public final class Widget implements WidgetScope {
     private static final String LONGER = "within or setPatience waits longer";
+    /** Pixels from the end of a combo box, which its arrow has at least, frame and all. */
+    private static final int INTO_ARROW = 10;
     private static final String SCROLL = "enlarge its window, or scroll it there by hand";
 
     private final Application application;
@@ -206,10 +208,25 @@ public final class Widget implements WidgetScope {
         press(NativeKeyMouseEvent.BUTTON_MIDDLE, 1);
     }
 
+    /** Presses the left button on it while the Control key is down: one more row of a list is selected, or one less. */
+    public void controlClick() {
+        press(NativeKeyMouseEvent.CONTROL, 1);
+    }
+
+    /** Presses the left button on it while the Shift key is down: the rows of a list up to it are selected. */
+    public void shiftClick() {
+        press(NativeKeyMouseEvent.SHIFT, 1);
+    }
+
     private void press(int button, int count) {
-        Point place = ready();
-        if (column >= 0) { // lists of Motif take a quick second press for a double click, wherever it is
-            application.pointer().pauseBetweenClicks();
+        press(Widget::middleOf, button, count);
+    }
+
+    private void press(Function<WidgetView, Point> where, int button, int count) {
+        Point place = ready(where);
+        // Lists of Motif take a quick second press for a double click, wherever it is.
+        if (application.pointer().pauseBefore(place, column >= 0)) {
+            place = ready(where); // the program had time to move it
         }
         application.pointer().click(place, button, count);
         application.settle();
@@ -276,13 +293,18 @@ public final class Widget implements WidgetScope {
     public void setText(String text) {
         WidgetView field = editable();
         click();
-        application.pointer().keys(field.role() == Role.TEXT_AREA ? "^{HOME}^+{END}" : "{HOME}+{END}");
+        replace(field.role() == Role.TEXT_AREA ? "^{HOME}^+{END}" : "{HOME}+{END}", text);
+        application.settle();
+    }
+
+    /** @param selectAll keys that select what is there, where the focus is */
+    private void replace(String selectAll, String text) {
+        application.pointer().keys(selectAll);
         if (text.isEmpty()) {
             application.pointer().keys("{DEL}");
         } else {
             application.pointer().type(text);
         }
-        application.settle();
     }
 
     private WidgetView editable() {
@@ -342,9 +364,9 @@ public final class Widget implements WidgetScope {
             throw new WidgetException.NotSo(complaint("it does not go to " + value, "it goes from " + bar.least() + " to "
                 + bar.most()));
         }
-        application.pointer().move(Scroll.middleOf(bar.thumb())); // GTK 3 shows some when the pointer comes near
+        application.pointer().move(Pointer.middleOf(bar.thumb())); // GTK 3 shows some when the pointer comes near
         application.settle();
-        ready(view -> Scroll.middleOf(application.scrollBar(view.id()).orElse(bar).thumb()));
+        ready(view -> Pointer.middleOf(application.scrollBar(view.id()).orElse(bar).thumb()));
         new Scroll(application, this, patiently(tree -> one(tree).then(this::scrollBar))).to(value);
     }
 
@@ -440,7 +462,7 @@ public final class Widget implements WidgetScope {
                 "name one at least, from the first menu that opens"));
         }
         Choice choice = new Choice(application, this, patience);
-        click();
+        press(Widget::whereItOpens, 0, 1);
         choice.choose(path);
     }
 
@@ -484,8 +506,7 @@ public final class Widget implements WidgetScope {
             click();
         }
         field.view();
-        application.pointer().keys("{HOME}+{END}");
-        application.pointer().type(text);
+        replace("{HOME}+{END}", text);
         application.pointer().keys("~");
         application.settle();
     }
@@ -611,20 +632,31 @@ public final class Widget implements WidgetScope {
         return "\n  " + String.join("\n  ", lines);
     }
 
-    /** @return where to press it, once that is right */
-    private Point ready() {
-        return ready(Widget::middle);
+    private static Point middleOf(WidgetView view) {
+        return Pointer.middleOf(onScreen(view));
     }
 
-    /** @param place where in it, on the screen */
-    private Point ready(Function<WidgetView, Point> place) {
+    /** A combo box to type into opens at the arrow at its end alone. */
+    private static Point whereItOpens(WidgetView view) {
+        Point middle = middleOf(view);
+        return view.role() == Role.COMBO_BOX && view.editable()
+            ? new Point(Math.max(middle.x, onScreen(view).x + onScreen(view).width - INTO_ARROW), middle.y) : middle;
+    }
+
+    private Point ready() {
+        return ready(Widget::middleOf);
+    }
+
+    /** @return where to press it, once that is right */
+    private Point ready(Function<WidgetView, Point> where) {
         WidgetView[] before = new WidgetView[1];
         return patiently(tree -> one(tree).then(view -> {
             WidgetView last = before[0];
             before[0] = view;
             return usable(view).then(usable -> last != null && Objects.equals(last.seen(), usable.seen())
                 ? Outcome.of(usable)
-                : notReady(view, "moves", LONGER)).then(steady -> uncovered(steady, place.apply(steady), tree));
+                : notReady(view, last == null ? "has been looked at but once" : "moves", LONGER))
+                .then(steady -> uncovered(steady, where.apply(steady), tree));
         }));
     }
 
@@ -660,11 +692,6 @@ public final class Widget implements WidgetScope {
         Rectangle seen = view.seen();
         return seen == null ? new Rectangle()
             : seen.intersection(NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle());
-    }
-
-    private static Point middle(WidgetView view) {
-        Rectangle seen = onScreen(view);
-        return new Point((int) seen.getCenterX(), (int) seen.getCenterY());
     }
 
     private Outcome<Point> uncovered(WidgetView view, Point place, WidgetView tree) {
