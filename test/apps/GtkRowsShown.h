@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Asked.h"
+#include "GtkFormShown.h"
 
 #include <string>
 
@@ -224,6 +225,7 @@ inline GtkWidget* menuBar()
     item(file, gtk_menu_item_new_with_label("Ask..."), G_CALLBACK(onAsk));
     item(file, gtk_menu_item_new_with_label("Colour..."), G_CALLBACK(onChooseColour));
     item(file, gtk_menu_item_new_with_label("Font..."), G_CALLBACK(onChooseFont));
+    item(file, gtk_menu_item_new_with_label("Form..."), G_CALLBACK(onForm));
     GtkWidget* const view = submenu(bar, "View");
     GtkWidget* const ruler = gtk_check_menu_item_new_with_label("Ruler");
     gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(ruler), TRUE);

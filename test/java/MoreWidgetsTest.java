@@ -103,6 +103,50 @@ class MoreWidgetsTest extends ShownProgram {
         }
     }
 
+    /** Labels half down, of switches and boxes to tick, buttons and entries with two texts, a box that opens at its arrow. */
+    @ParameterizedTest
+    @ValueSource(strings = {"gtk2-shown", "gtk3-shown"})
+    void formsOfGtkAreFilledIn(String program) throws Exception {
+        start(program);
+        application.choose("File", "Form...");
+        AppWindow form = application.awaitWindow("Form");
+        form.field("Remarks").setText("none");
+        form.field("Remarks").awaitText("none");
+        form.field("Folder").setText("/tmp");
+        form.field("Folder").awaitText("/tmp");
+        form.toggle("Wireless").set(true);
+        says("switched it");
+        Widget port = form.comboBox("Port");
+        assertEquals("", port.view().name());
+        port.choose("22");
+        port.awaitText("22");
+        port.setText("80");
+        port.awaitText("80");
+        for (String name : List.of("Au", "79")) {
+            form.button(name).click();
+            says("clicked Au");
+        }
+        form.label("Ag").click();
+        says("clicked Ag");
+        Widget queue = form.find(Query.name("queue"));
+        for (String row : List.of("first", "third", "second")) { // which move before the second may be clicked on
+            queue.select(row);
+        }
+        queue.cell("new", 0).controlClick();
+        assertEquals(List.of(true, false, true, false), selectedIn(queue));
+        queue.cell("first", 0).controlClick();
+        queue.cell("third", 0).shiftClick();
+        assertEquals(List.of(false, true, true, true), selectedIn(queue));
+        assertEquals("2024-02-29", form.find(Query.any().text(Pattern.compile("\\d+-\\d+-\\d+"))).text());
+        if (program.startsWith("gtk3")) {
+            Widget people = form.list("People");
+            assertEquals(List.of(List.of("Anna", "at home"), List.of("Bert", "away")), people.rows());
+            people.select("away");
+            people.cell("Bert", 0).await("selected", WidgetView::selected);
+            assertEquals("away", people.cell(1, 1).text());
+        }
+    }
+
     @ParameterizedTest
     @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
     void whatThePointerDoesBesidesClicksIsTaken(String program) throws Exception {

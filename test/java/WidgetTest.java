@@ -120,6 +120,9 @@ class WidgetTest extends ShownProgram {
         table.cell("row 5", 0).edit("five");
         says("edited 5");
         assertEquals("five", table.cell(5, 0).text());
+        table.cell("row 6", 0).edit("");
+        says("edited 6");
+        assertEquals("", table.cell(6, 0).text());
         assertEquals(List.of("row 120", "true"), table.rows().get(120));
     }
 

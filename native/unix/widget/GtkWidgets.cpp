@@ -9,6 +9,7 @@
 #include "unix/window/WindowManagerUnix.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -166,6 +167,15 @@ void readSwatch(_GtkWidget* widget, CWidgetNode& node)
     node.checked = (gtk::stateFlags(widget) & selected) != 0;
 }
 
+/// The months count from 0 for GTK alone.
+void readCalendar(_GtkWidget* widget, CWidgetNode& node)
+{
+    char date[32];
+    std::snprintf(date, sizeof date, "%04d-%02d-%02d", intOf(widget, "year").value_or(0),
+                  intOf(widget, "month").value_or(0) + 1, intOf(widget, "day").value_or(0));
+    node.text = date;
+}
+
 bool isItem(const CWidgetNode& node)
 {
     return std::string_view(node.role) == "ITEM" ||
@@ -260,6 +270,7 @@ constexpr CGtkKind kinds[] = {
     {"GtkScrollbar", "SCROLL_BAR", readRange},
     {"GtkProgressBar", "PROGRESS_BAR", readProgress},
     {"GtkLevelBar", "PROGRESS_BAR", readLevel},
+    {"GtkCalendar", "OTHER", readCalendar},
 };
 
 /// The kind of the nearest class that is known: every widget is at least a GtkWidget.
@@ -277,15 +288,16 @@ const CGtkKind& kindOf(unsigned long type)
     return kind ? *kind : kinds[0];
 }
 
-/// What the program or its builder file calls a widget; GTK names those that nobody has named by their class.
+/// What the program or its builder file calls a widget; GTK names those that nobody has named by their class, and
+/// so it does in the builder files of its own classes.
 std::string nameOf(_GtkWidget* widget)
 {
     constexpr std::string_view automatic = "___object_";
-    if (std::string name = textOrNone(gtk::builderName(widget));
-        !name.empty() && !name.starts_with(automatic))
-        return name;
-    std::string name = textOrNone(gtk::name(widget));
-    return g::typeFromName(name.c_str()) ? "" : name;
+    for (const char* const each : {gtk::builderName(widget), gtk::name(widget)})
+        if (std::string name = textOrNone(each);
+            !name.empty() && !name.starts_with(automatic) && !g::typeFromName(name.c_str()))
+            return name;
+    return {};
 }
 
 std::string mnemonicLabelOf(_GtkWidget* widget)

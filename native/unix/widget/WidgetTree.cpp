@@ -134,6 +134,13 @@ bool isOnItsOwn(const CWidgetNode& node)
     return std::find(std::begin(looks), std::end(looks), node.role) == std::end(looks) ||
            std::any_of(node.children.begin(), node.children.end(), isOnItsOwn);
 }
+
+bool saysOther(const CWidgetNode& node, const std::string& text)
+{
+    return (node.showing && !node.text.empty() && node.text != text) ||
+           std::any_of(node.children.begin(), node.children.end(),
+                       [&](const CWidgetNode& child) { return saysOther(child, text); });
+}
 } // namespace
 
 const IWidgetToolkit& IWidgetToolkit::current()
@@ -143,7 +150,9 @@ const IWidgetToolkit& IWidgetToolkit::current()
 
 void dropDecoration(CWidgetNode& node)
 {
-    if (std::none_of(node.children.begin(), node.children.end(), isOnItsOwn))
+    const bool saysMore = std::any_of(node.children.begin(), node.children.end(),
+                                      [&](const CWidgetNode& child) { return saysOther(child, node.text); });
+    if (!saysMore && std::none_of(node.children.begin(), node.children.end(), isOnItsOwn))
         node.children.clear();
 }
 

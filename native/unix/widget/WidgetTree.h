@@ -148,7 +148,8 @@ private:
     size_t m_widgets = CTreeLimits::widgets;
 };
 
-/// Drops what only makes up the look of a button or item, such as the label inside of it.
+/// Drops what only makes up the look of a button or item, such as the label inside of it, but not where that says
+/// more than the text of the button, as with a title and what explains it.
 void dropDecoration(CWidgetNode& node);
 /// The first text in a widget and what is in it; of one that shows, the first that shows. Empty for none.
 std::string firstText(const CWidgetNode& node);

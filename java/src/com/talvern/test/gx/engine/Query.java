@@ -30,6 +30,9 @@ public final class Query {
     private static final Set<Role> CALLED_BY_LABEL = EnumSet.of(Role.TEXT_FIELD, Role.TEXT_AREA, Role.SPIN_BUTTON,
         Role.COMBO_BOX, Role.OPTION_MENU, Role.SCALE, Role.PROGRESS_BAR, Role.LIST, Role.TABLE, Role.TREE);
 
+    private static final Set<Role> IN_PARTS = EnumSet.of(Role.PUSH_BUTTON, Role.TOGGLE, Role.CHECK_BOX, Role.RADIO_BUTTON,
+        Role.TOOL_ITEM, Role.ITEM, Role.TAB);
+
     /** One thing that is asked for; takes from candidates in order. */
     private interface Step extends Function<List<WidgetView>, List<WidgetView>> {}
 
@@ -102,7 +105,7 @@ public final class Query {
      * @return this query, for widgets that say that
      */
     public Query text(String text) {
-        return with("text(" + literal(text) + ")", tiers(text, List.of(WidgetView::text)));
+        return with("text(" + literal(text) + ")", tiers(text, WidgetView::text));
     }
 
     /**
@@ -118,7 +121,7 @@ public final class Query {
      * @return this query, for widgets with that label
      */
     public Query label(String label) {
-        return with("label(" + literal(label) + ")", tiers(label, List.of(WidgetView::label)));
+        return with("label(" + literal(label) + ")", tiers(label, WidgetView::label));
     }
 
     /**
@@ -131,14 +134,14 @@ public final class Query {
 
     /**
      * What people call it: the label of a field, a choice or a list, the text of anything else; where none is called so,
-     * the label, what shows when the pointer rests on it, or its name.
+     * another of the texts in a button, the label, what shows when the pointer rests on it, or its name.
      *
      * @param name as people see it
      * @return this query, for widgets that are called so
      */
     public Query called(String name) {
-        return with("called(" + literal(name) + ")",
-            tiers(name, List.of(Query::callName, WidgetView::label, WidgetView::tip, WidgetView::name)));
+        return with("called(" + literal(name) + ")", ranked(name, List.of(view -> List.of(callName(view)), Query::saidInParts,
+            view -> List.of(view.label()), view -> List.of(view.tip()), view -> List.of(view.name()))));
     }
 
     /**
@@ -148,7 +151,8 @@ public final class Query {
      * @return this query, for widgets that are called so
      */
     public Query called(Pattern name) {
-        return where("called(" + literal(name) + ")", view -> matches(name, callName(view)));
+        return where("called(" + literal(name) + ")", view -> matches(name, callName(view))
+            || saidInParts(view).stream().anyMatch(part -> matches(name, part)));
     }
 
     /**
@@ -177,6 +181,11 @@ public final class Query {
         return CALLED_BY_LABEL.contains(view.role()) ? view.label() : view.text();
     }
 
+    /** Of a button or entry with several texts in it, as a title and what explains it, each. */
+    private static List<String> saidInParts(WidgetView view) {
+        return IN_PARTS.contains(view.role()) ? view.parts() : List.of();
+    }
+
     /**
      * Some patterns take years for a short text.
      *
@@ -195,12 +204,16 @@ public final class Query {
         }
     }
 
+    private static Step tiers(String wanted, Function<WidgetView, String> name) {
+        return ranked(wanted, List.of(view -> List.of(name.apply(view))));
+    }
+
     /** What says exactly that, by the first of the names by which any does; else what nearly does. */
-    private static Step tiers(String wanted, List<Function<WidgetView, String>> names) {
+    private static Step ranked(String wanted, List<Function<WidgetView, List<String>>> names) {
         Predicate<String> nearly = TextMatch.nearly(wanted);
         return candidates -> names.stream().flatMap(name -> Stream.<Predicate<WidgetView>>of(
-                view -> name.apply(view).equals(wanted),
-                view -> nearly.test(name.apply(view))))
+                view -> name.apply(view).contains(wanted),
+                view -> name.apply(view).stream().anyMatch(nearly)))
             .map(asked -> candidates.stream().filter(asked).toList())
             .filter(found -> !found.isEmpty()).findFirst().orElse(List.of());
     }

@@ -35,7 +35,7 @@ final class Rows {
 
     List<List<String>> texts() {
         if (isOfWidgets()) {
-            return entries().stream().map(WidgetView::text).map(List::of).toList();
+            return entries().stream().map(Rows::textsOf).toList();
         }
         return (areAllInSight() ? list.rows() : all()).stream().map(WidgetView.Row::cells).toList();
     }
@@ -56,7 +56,7 @@ final class Rows {
             return List.of();
         }
         if (isOfWidgets()) {
-            return column == 0 ? entries().stream().skip(row).limit(1).toList() : List.of();
+            return partOf(entries().stream().skip(row).limit(1).toList(), column);
         }
         String path = String.valueOf(row);
         Stream<WidgetView.Row> inSight = list.role() == Role.TREE ? Stream.of()
@@ -68,10 +68,21 @@ final class Rows {
     /** @return as many as match */
     List<WidgetView> cells(RowQuery query, int column) {
         if (isOfWidgets()) {
-            Query items = Query.role(Role.ITEM);
-            return (query.pattern() == null ? items.text(query.text()) : items.text(query.pattern())).find(list);
+            return partOf(Query.matching(() -> query.pick(entries(), Rows::textsOf)), column);
         }
         return cells(areAllInSight() ? Query.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)) : application.findRows(list.id(), query), column);
+    }
+
+    /** An entry is one cell, or as many as it has labels. */
+    private static List<String> textsOf(WidgetView entry) {
+        List<String> parts = entry.parts();
+        return parts.size() > 1 ? parts : List.of(entry.text());
+    }
+
+    /** The first cell stands for the whole entry. */
+    private static List<WidgetView> partOf(List<WidgetView> entries, int column) {
+        return column == 0 ? entries : entries.stream().filter(each -> textsOf(each).size() > 1)
+            .flatMap(each -> each.labels().skip(Math.max(column, 1)).limit(column > 0 ? 1 : 0)).toList();
     }
 
     private List<WidgetView> cells(List<WidgetView.Row> rows, int column) {

@@ -111,6 +111,15 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         return Stream.concat(Stream.of(this), children.stream().flatMap(WidgetView::all));
     }
 
+    /** What the labels in it say, which it keeps only where one text is not all that it says. */
+    List<String> parts() {
+        return labels().map(WidgetView::text).toList();
+    }
+
+    Stream<WidgetView> labels() {
+        return all().skip(1).filter(each -> each.role() == Role.LABEL && each.showing() && !each.text().isEmpty());
+    }
+
     /** Takes the windows of an answer. */
     static List<WidgetView> readAll(Values in) {
         return in.nextAll(window -> FieldLabels.completed(read(window, null, 0)));
