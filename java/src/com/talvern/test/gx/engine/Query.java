@@ -86,7 +86,7 @@ public final class Query {
 
     /**
      * @param name what the program calls it, exactly
-     * @return a query for widgets of that name; {@link #named} goes on from another query
+     * @return a query for widgets of that name; behind another query, which Java allows and this forgets, write {@link #named}
      */
     public static Query name(String name) {
         return NONE_YET.named(name);
