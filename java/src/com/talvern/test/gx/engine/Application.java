@@ -499,7 +499,7 @@ public final class Application implements AutoCloseable, WidgetScope {
     /**
      * Chooses a menu item as a user does: clicks on an item of the menu bar, waits for its menu, clicks on an item of
      * that, and so on; in a menu that is longer than the screen it turns the wheel until the item shows. When it cannot,
-     * the menus are closed again.
+     * the menus are closed again. When this returns, the application has handled the last click, or has had a second.
      *
      * @param path the texts of the items, from the menu bar; one at least
      * @throws IllegalArgumentException the path is empty

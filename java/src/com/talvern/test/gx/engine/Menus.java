@@ -31,6 +31,8 @@ final class Menus {
         withMenus(path, () -> {
             MenuView last = openTo(menu, path);
             pointer.clickAtOnce(Pointer.middleOf(reveal(last, path[path.length - 1]).bounds()));
+            UserInput.awaitClickPassedOn(); // a window manager holds back a press on a menu that has been torn off
+            application.settle();
             return null;
         });
     }
