@@ -9,13 +9,20 @@ final class Drag implements AutoCloseable {
     private final int button;
     private Point place;
 
-    /** Returns when the window manager has passed the press on. */
-    Drag(UserInput input, Point start, int button) {
+    /**
+     * Presses the button and moves on at once: a press that rests where it is for a second is another gesture of GTK 3, which
+     * scrolls in smaller steps then. Returns when the window manager has passed the press on.
+     */
+    Drag(UserInput input, Point start, int button, Point next) {
         this.input = input;
         this.button = button;
         place = start;
-        input.playUnsettled("a press" + Pointer.at(start),
-            () -> NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0, button, 0, NativeKeyMouseEvent.MOUSE_PRESS));
+        input.playUnsettled("a press" + Pointer.at(start), () -> {
+            NativeKeyMouseEvent.emitLLMouseEvent(start, 0, 0, button, 0, NativeKeyMouseEvent.MOUSE_PRESS);
+            if (!next.equals(start)) {
+                NativeKeyMouseEvent.emitLLMouseEvent(next, 0, 0, 0, 0, NativeKeyMouseEvent.MOVE);
+            }
+        });
         UserInput.awaitClickPassedOn();
     }
 

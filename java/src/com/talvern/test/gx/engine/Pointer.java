@@ -90,7 +90,7 @@ final class Pointer {
      * @param settle waits until the application has seen to a step
      */
     void drag(Point start, Point end, int button, Runnable settle) {
-        try (Drag drag = press(start, button)) {
+        try (Drag drag = press(start, button, start)) {
             settle.run();
             for (int step = 1; step <= DRAG_STEPS; ++step) {
                 drag.to(new Point(start.x + (end.x - start.x) * step / DRAG_STEPS,
@@ -101,9 +101,10 @@ final class Pointer {
         settle.run();
     }
 
-    Drag press(Point start, int button) {
+    /** @param next where the pointer moves on to at once */
+    Drag press(Point start, int button, Point next) {
         last = null;
-        return new Drag(input, start, button);
+        return new Drag(input, start, button, next);
     }
 
     void keys(String keyString) {

@@ -2,7 +2,9 @@ package com.talvern.test.gx.engine;
 
 import com.talvern.test.gx.protocol.ScrollBarValues;
 import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
+import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
+import java.awt.Rectangle;
 
 /** The way of a scroll bar to a value: its thumb is dragged there. How far a pixel takes it is seen on the way. */
 final class Scroll {
@@ -13,6 +15,8 @@ final class Scroll {
     private static final double SHORTER = 1.3;
     /** In pixels: on a shorter way the program's rounding counts too much. */
     private static final int FAR = 8;
+    /** Pixels across; twice what GTK takes for a drag. */
+    private static final int ASIDE = 16;
 
     private final Application application;
     private final Widget widget;
@@ -48,7 +52,7 @@ final class Scroll {
     }
 
     void to(double target) {
-        try (Drag drag = application.pointer().press(start, NativeKeyMouseEvent.BUTTON_LEFT)) {
+        try (Drag drag = application.pointer().press(start, NativeKeyMouseEvent.BUTTON_LEFT, aside())) {
             jump(drag, target);
             step(drag, target);
         }
@@ -56,9 +60,15 @@ final class Scroll {
         widget.await("at " + target, view -> view.value() != null && Math.abs(view.value() - target) <= Math.abs(perPixel));
     }
 
+    /** Far enough for any toolkit to see that the press does not rest, and without effect on the thumb. */
+    private Point aside() {
+        int far = (isUpright(bar) ? start.x : start.y) < ASIDE ? ASIDE : -ASIDE;
+        return isUpright(bar) ? new Point(start.x + far, start.y) : new Point(start.x, start.y + far);
+    }
+
     private void jump(Drag drag, double target) {
         for (int jumps = 0; jumps < MOST_JUMPS && Math.abs(target - now) > Math.abs(perPixel); ++jumps) {
-            int next = (int) Math.round((target - first) / perPixel);
+            int next = onTheScreen((int) Math.round((target - first) / perPixel));
             if (next == moved) {
                 return;
             }
@@ -93,7 +103,15 @@ final class Scroll {
         return now <= bar.least() || now >= bar.most();
     }
 
-    private void move(Drag drag, int pixels) {
+    private int onTheScreen(int pixels) {
+        Rectangle screen = NativeWindow.nativeGetRootNativeWindow().nativeGetRectangle();
+        int least = isUpright(bar) ? screen.y - start.y : screen.x - start.x;
+        int size = isUpright(bar) ? screen.height : screen.width;
+        return Math.max(least, Math.min(pixels, least + size - 1));
+    }
+
+    private void move(Drag drag, int wanted) {
+        int pixels = onTheScreen(wanted);
         drag.to(isUpright(bar) ? new Point(start.x, start.y + pixels) : new Point(start.x + pixels, start.y));
         application.settleMotion();
         moved = pixels;
