@@ -189,6 +189,7 @@ CJavaSpyVariant storedForm(JNIEnv* env, jobject value, HEAPID heapId)
     CKind* const kind = kindOf(object);
     if (!kind)
         throw CNoSuchKind(object.className());
+    // As the method for a primitive char stores it: CJChar, by which objects are looked for, reads 0.
     return kind->m_type == CSpyVariant::SpyChar ? CSpyVariant(CJCharacter(object), true)
                                                 : kind->m_toVariant(*kind, object, heapId);
 }
