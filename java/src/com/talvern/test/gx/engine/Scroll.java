@@ -81,22 +81,32 @@ final class Scroll {
         }
     }
 
-    /** Pixel by pixel, until the next one is further from the target. */
+    /**
+     * Pixel by pixel, until the next one is further from the target. Bars of GTK 3 grow under the pointer, and then a pixel
+     * stands for something else than before.
+     */
     private void step(Drag drag, double target) {
         int step = target > now == perPixel > 0 ? 1 : -1;
         for (int steps = 0; steps < MOST_STEPS && now != target; ++steps) {
             double before = now;
             move(drag, moved + step);
-            if (now != before) {
-                perPixel = now - before;
-            } else if (isAtEnd()) {
+            if (now == before && isAtEnd()) {
                 return;
             }
-            if (Math.abs(now - target) > Math.abs(before - target)) {
+            perPixel = Math.max(Math.abs(perPixel), Math.abs(now - before));
+            if (isFurther(now, before, target)) {
+                double beyond = now;
                 move(drag, moved - step);
+                if (isFurther(now, beyond, target)) {
+                    move(drag, moved + step);
+                }
                 return;
             }
         }
+    }
+
+    private static boolean isFurther(double one, double other, double target) {
+        return Math.abs(one - target) > Math.abs(other - target);
     }
 
     private boolean isAtEnd() {
