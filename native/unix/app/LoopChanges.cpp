@@ -121,7 +121,7 @@ bool isBareRoundTrip(const char* requests, long length)
 void onFlush(Display* display, XExtCodes*, const char* sent, long length)
 {
     const unsigned long requests = NextRequest(display);
-    if (s_ownDepth > 0 || !pthread_equal(s_guiThread, pthread_self()) || requests == s_requests)
+    if (!pthread_equal(s_guiThread, pthread_self()) || s_ownDepth > 0 || requests == s_requests)
         return;
     s_requests = requests;
     if (!isBareRoundTrip(sent, length))

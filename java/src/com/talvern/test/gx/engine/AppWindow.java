@@ -31,6 +31,8 @@ public final class AppWindow implements WidgetScope {
     private final Application application;
     private final long id;
     private final long window;
+    /** X window of the menu that has been torn off into this; 0 for none. See {@link Application#tearOff}. */
+    private final long tornOff;
     private final String path;
     private final Duration patience;
 
@@ -39,6 +41,8 @@ public final class AppWindow implements WidgetScope {
         this.application = application;
         this.id = view.id();
         this.window = view.window();
+        this.tornOff = view.children().stream().filter(each -> each.role() == Role.MENU).findFirst()
+            .map(WidgetView::window).orElse(0L);
         this.path = "application." + pathTo(view, all);
         this.patience = patience;
     }
@@ -211,10 +215,8 @@ public final class AppWindow implements WidgetScope {
         return tornOff().map(menu -> application.menuItem(menu, item)).orElseGet(() -> application.menuItem(window, item));
     }
 
-    /** The menu that this is the window of; see {@link Application#tearOff}. */
     private Optional<MenuView> tornOff() {
-        return tree().children().stream().filter(view -> view.role() == Role.MENU && view.showing()).findFirst()
-            .flatMap(view -> application.menu(view.window()));
+        return tornOff == 0 ? Optional.empty() : application.menu(tornOff);
     }
 
     /**

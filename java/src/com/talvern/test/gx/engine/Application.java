@@ -482,9 +482,8 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     /**
      * Clicks on OK in a file dialog, once that keeps its place and reacts, and waits until the dialog has gone and the
-     * application has nothing left to do, or a second more. It may stay: to
-     * ask whether a file is to be replaced, because there is no such file, because it has opened the folder that was named,
-     * or because its OK does not react.
+     * application has nothing left to do, or a second more. It may stay: to ask whether a file is to be replaced, because
+     * there is no such file, because it has opened the folder that was named, or because its OK does not react.
      *
      * @param dialog the dialog; one that has gone is not clicked on
      * @return false when it is still there: a second after another window of the application has come up, or at the end of
