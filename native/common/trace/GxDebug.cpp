@@ -183,11 +183,6 @@ unsigned numberOf(const CPreference& preference) noexcept
                                     parseUnsigned(preference.firstValue ? preference.firstValue : ""));
 }
 
-unsigned sizeLimit(const CPreference& preference) noexcept
-{
-    return std::max(numberOf(preference), minFileSize);
-}
-
 void makePreferenceDirectory() noexcept
 {
     char directory[1024];
@@ -227,12 +222,11 @@ void GxDebug::readConfiguration() noexcept
     s_newTraceEnabled = s_traceEnabled != 0 && isOn(preference::enableEclipseLogFormat);
     s_logLevel = numberOf(preference::logLevel);
     s_traceLevel = numberOf(preference::traceLevel);
-    s_logFileSizeLimit = sizeLimit(preference::logFileSize);
-    s_traceFileSizeLimit = sizeLimit(preference::traceFileSize);
+    s_traceFileSizeLimit = std::max(numberOf(preference::traceFileSize), minFileSize);
     nameFiles();
     m_enableMemoryTrace = isOn(preference::enableMemoryTrace);
-    // The interval becomes the log's limit, and m_intervalTrace keeps its value: installations are tuned to
-    // logs that roll over at this size.
+    // The interval becomes the log's limit instead of logFileSize, and m_intervalTrace keeps its value:
+    // installations are tuned to logs that roll over at this size.
     s_logFileSizeLimit = GetIntegerValue(preference::memoryTraceInterval.key, m_intervalTrace);
     m_runGC = isOn(preference::memoryTraceRunGC);
     m_enableSpyMemDump = isOn(preference::enableInterProcessMemoryTrace);
