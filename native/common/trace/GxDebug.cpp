@@ -268,21 +268,7 @@ void GxDebug::message(unsigned legacyLevel, unsigned level, const char* format,
         message(legacyLevel, level, format, arguments);                                                      \
         va_end(arguments);                                                                                   \
     }
-GX_MESSAGE_OPERATION(Error, ERROR_MSG, 5)
-GX_MESSAGE_OPERATION(Warning, WARNING_MSG, 4)
-GX_MESSAGE_OPERATION(Debug, DEBUG_MSG, 2)
-GX_MESSAGE_OPERATION(Trace, TRACE_MSG, 2)
-GX_MESSAGE_OPERATION(Verbose, VERBOSE_MSG, 1)
-GX_MESSAGE_OPERATION(config, VERBOSE_MSG, 0)
-GX_MESSAGE_OPERATION(detail, VERBOSE_MSG, 1)
-GX_MESSAGE_OPERATION(info, TRACE_MSG, 2)
-GX_MESSAGE_OPERATION(audit, TRACE_MSG, 3)
-GX_MESSAGE_OPERATION(warning, WARNING_MSG, 4)
-GX_MESSAGE_OPERATION(error, ERROR_MSG, 5)
-GX_MESSAGE_OPERATION(severe, ERROR_MSG, 6)
-GX_MESSAGE_OPERATION(fatal, ERROR_MSG, 7)
-GX_MESSAGE_OPERATION(debug, DEBUG_MSG, 2)
-GX_MESSAGE_OPERATION(exception, ERROR_MSG, 5)
+GX_TRACE_OPERATIONS(GX_MESSAGE_OPERATION)
 #undef GX_MESSAGE_OPERATION
 
 void GxDebug::vDebug(const char* format, va_list arguments) const noexcept

@@ -23,6 +23,33 @@
 
 class CFilePlace;
 
+/// Operations that write a trace message: name, level in the legacy trace, level. Of these and the others, use
+///
+///     CTracer::debugTrace       for what goes on, and for what is wrong without the caller's notice
+///     Error, Warning            for what is left out or done otherwise than asked, much of it or little
+///     CTracer::traceFailure     for a failure with several lines
+///     JNI_Start, JNI_End        not by hand: the frame of exported functions calls them
+///
+/// Nothing here calls the rest, nor `log`; see doc/kept-on-purpose.md.
+// clang-format off
+#define GX_TRACE_OPERATIONS(X)                                                                               \
+    X(Error,     ERROR_MSG,   5)                                                                             \
+    X(Warning,   WARNING_MSG, 4)                                                                             \
+    X(Verbose,   VERBOSE_MSG, 1)                                                                             \
+    X(Debug,     DEBUG_MSG,   2)                                                                             \
+    X(Trace,     TRACE_MSG,   2)                                                                             \
+    X(config,    VERBOSE_MSG, 0)                                                                             \
+    X(detail,    VERBOSE_MSG, 1)                                                                             \
+    X(info,      TRACE_MSG,   2)                                                                             \
+    X(audit,     TRACE_MSG,   3)                                                                             \
+    X(warning,   WARNING_MSG, 4)                                                                             \
+    X(error,     ERROR_MSG,   5)                                                                             \
+    X(severe,    ERROR_MSG,   6)                                                                             \
+    X(fatal,     ERROR_MSG,   7)                                                                             \
+    X(debug,     DEBUG_MSG,   2)                                                                             \
+    X(exception, ERROR_MSG,   5)
+// clang-format on
+
 class GxDebug {
 public:
     /// Levels of the legacy trace (DebugTrace).
@@ -40,23 +67,6 @@ public:
             GetTraceLevel();
     }
 
-    /// Trace messages: printf style, without a line end. A message above 511 bytes is cut, never inside a
-    /// character. What is filtered out is not formatted. The number is the level.
-    [[gnu::format(printf, 2, 3)]] void Error(const char* format, ...) const noexcept;     // 5
-    [[gnu::format(printf, 2, 3)]] void Warning(const char* format, ...) const noexcept;   // 4
-    [[gnu::format(printf, 2, 3)]] void Debug(const char* format, ...) const noexcept;     // 2
-    [[gnu::format(printf, 2, 3)]] void Trace(const char* format, ...) const noexcept;     // 2
-    [[gnu::format(printf, 2, 3)]] void Verbose(const char* format, ...) const noexcept;   // 1
-    [[gnu::format(printf, 2, 3)]] void config(const char* format, ...) const noexcept;    // 0
-    [[gnu::format(printf, 2, 3)]] void detail(const char* format, ...) const noexcept;    // 1
-    [[gnu::format(printf, 2, 3)]] void info(const char* format, ...) const noexcept;      // 2
-    [[gnu::format(printf, 2, 3)]] void audit(const char* format, ...) const noexcept;     // 3
-    [[gnu::format(printf, 2, 3)]] void warning(const char* format, ...) const noexcept;   // 4
-    [[gnu::format(printf, 2, 3)]] void error(const char* format, ...) const noexcept;     // 5
-    [[gnu::format(printf, 2, 3)]] void severe(const char* format, ...) const noexcept;    // 6
-    [[gnu::format(printf, 2, 3)]] void fatal(const char* format, ...) const noexcept;     // 7
-    [[gnu::format(printf, 2, 3)]] void debug(const char* format, ...) const noexcept;     // 2
-    [[gnu::format(printf, 2, 3)]] void exception(const char* format, ...) const noexcept; // 5
     /// As Debug, for callers with arguments of their own.
     [[gnu::format(printf, 2, 0)]] void vDebug(const char* format, va_list arguments) const noexcept;
 
@@ -104,8 +114,8 @@ public:
     /// The text of a preference, or `defaultValue` when it is missing. Lives as long as the process.
     static const char* GetPreference(const char* key, const char* defaultValue) noexcept;
     static unsigned GetIntegerValue(const char* key, unsigned defaultValue) noexcept;
-    static bool GetBooleanValue(const char* key,
-                                bool defaultValue) noexcept; ///< lower-cases the preference's text
+    /// Lower-cases the preference's text.
+    static bool GetBooleanValue(const char* key, bool defaultValue) noexcept;
 
     // Preferences that this library only keeps, for whoever measures memory.
     static std::atomic<unsigned> m_enableMemoryTrace;
@@ -115,8 +125,8 @@ public:
 
     /// $HOME/Quessa/ZEMO; empty when that does not fit.
     static void GetVtxUserDirectory(char (&buffer)[1024]) noexcept;
-    static void
-    GetVtxPreferenceDirectory(char (&buffer)[1024]) noexcept; ///< the same, given to the sudo user
+    /// The same, given to the sudo user.
+    static void GetVtxPreferenceDirectory(char (&buffer)[1024]) noexcept;
     /// Creates a directory; one that exists is left as it is. @return 1, or 0 when that fails
     static int MkDir(const char* path) noexcept;
     static int MkDirs(const char* path) noexcept; ///< as MkDir, with the directories above it
@@ -124,14 +134,20 @@ public:
     /// file with one name or an empty directory, that lies in a directory of that user's or is $HOME/Quessa.
     /// What is reached through a link, or lies elsewhere, stays root's. See FilePlace.h.
     static void setOwner(const char* path) noexcept;
-    static void setOwner(const char* path,
-                         const CFilePlace& place) noexcept; ///< the same, in the place of `path`
+    /// The same, in the place of `path`.
+    static void setOwner(const char* path, const CFilePlace& place) noexcept;
     static bool DEBUG_PRINT; ///< set by a host that wants each step with files on its standard output
     [[gnu::format(printf, 1, 2)]] static void printStep(const char* format, ...) noexcept; ///< one such step
 
     static void ConsoleWrite(const char* text) noexcept; ///< "DEBUG: text" on standard error
     /// Reads the configuration, once; every other function here does it first where it needs to.
     static void Initialize() noexcept;
+
+    /// Those of GX_TRACE_OPERATIONS: printf style, without a line end. A message above 511 bytes is cut, never
+    /// inside a character. What is filtered out is not formatted.
+#define GX_DECLARE(Name, ...) [[gnu::format(printf, 2, 3)]] void Name(const char* format, ...) const noexcept;
+    GX_TRACE_OPERATIONS(GX_DECLARE)
+#undef GX_DECLARE
 
 private:
     [[gnu::format(printf, 4, 0)]] void message(unsigned legacyLevel, unsigned level, const char* format,
