@@ -190,7 +190,7 @@ CJavaSpyVariant storedForm(JNIEnv* env, jobject value, HEAPID heapId)
     if (!kind)
         throw CNoSuchKind(object.className());
     // As the method for a primitive char stores it: CJChar, by which objects are looked for, reads 0.
-    return kind->m_type == CSpyVariant::SpyChar ? CSpyVariant(CJCharacter(object), true)
+    return kind->m_type == CSpyVariant::SpyChar ? CSpyVariant(CJReadableChar(object), true)
                                                 : kind->m_toVariant(*kind, object, heapId);
 }
 

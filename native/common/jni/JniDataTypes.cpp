@@ -81,7 +81,7 @@ template <class Kind> CJDataTypeClass* CJBox<Kind>::getCachedClass(JNIEnv* env)
 
 template class CJBox<CJByteKind>;
 template class CJBox<CJCharKind>;
-template class CJBox<CJCharacterKind>;
+template class CJBox<CJReadableCharKind>;
 template class CJBox<CJShortKind>;
 template class CJBox<CJIntegerKind>;
 template class CJBox<CJLongKind>;

@@ -115,14 +115,15 @@ struct CJByteKind {
     static constexpr CJBoxNames names{"java/lang/Byte", "(B)V", "byteValue", "()B"};
     static constexpr auto call = &JNIEnv::CallByteMethod;
 };
-/// Java's Character has no method of this name, so reading one back answers 0. The counterparts of this
-/// library ask for the name as it stands; boxes of this kind are only ever made. CJCharacter reads.
+/// To make a Character. Java's has no method of this name, so reading one answers 0, which searches of the
+/// store rely on. To read one, take CJReadableChar.
 struct CJCharKind {
     using Native = unsigned short;
     static constexpr CJBoxNames names{"java/lang/Character", "(C)V", "characterValue", "()C"};
     static constexpr auto call = &JNIEnv::CallCharMethod;
 };
-struct CJCharacterKind : CJCharKind {
+/// To read a Character, by the method that Java has. To make one, take CJChar.
+struct CJReadableCharKind : CJCharKind {
     static constexpr CJBoxNames names{"java/lang/Character", "(C)V", "charValue", "()C"};
 };
 struct CJShortKind {
@@ -158,7 +159,7 @@ struct CJDoubleKind {
 
 using CJByte = CJBox<CJByteKind>;
 using CJChar = CJBox<CJCharKind>;
-using CJCharacter = CJBox<CJCharacterKind>;
+using CJReadableChar = CJBox<CJReadableCharKind>;
 using CJShort = CJBox<CJShortKind>;
 using CJInteger = CJBox<CJIntegerKind>;
 using CJLong = CJBox<CJLongKind>;
