@@ -12,6 +12,7 @@
 #include "common/trace/GxAssert.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 namespace {
@@ -22,12 +23,12 @@ try {
     return false;
 }
 
-/// A kind of values.
-struct CKind {
+/// What Java has for a kind of values.
+struct CJavaKind {
     CSpyVariant::EType m_type;
     const char* m_className; ///< null: native code alone stores it, and m_toVariant is null, too
-    CSpyVariant (*m_toVariant)(const CKind&, const CJniJObject&, HEAPID);
-    CJniJObject (*m_toObject)(const CKind&, JNIEnv*, const CSpyVariant&);
+    CSpyVariant (*m_toVariant)(const CJavaKind&, const CJniJObject&, HEAPID);
+    CJniJObject (*m_toObject)(const CJavaKind&, JNIEnv*, const CSpyVariant&);
     CKnownClass m_javaClass{m_className};
 
     bool hasInstance(const CJniJObject& object)
@@ -36,29 +37,29 @@ struct CKind {
     }
 };
 
-CSpyVariant referenceOf(const CKind& kind, const CJniJObject& object, HEAPID)
+CSpyVariant referenceOf(const CJavaKind& kind, const CJniJObject& object, HEAPID)
 {
     const CSpyMemRef ref = CJavaSpyMemory::refOf(object.env(), object);
     return namesABlock(ref) ? CSpyVariant(kind.m_type, ref) : CSpyVariant();
 }
 
-CJniJObject newReference(const CKind& kind, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newReference(const CJavaKind& kind, JNIEnv* env, const CSpyVariant& variant)
 {
     return CJavaSpyMemory(env, variant.ref(), kind.m_className);
 }
 
-CJniJObject newMailslot(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newMailslot(const CJavaKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     return CMailslotFactory::createObject(env, variant.ref());
 }
 
-CSpyVariant stringOf(const CKind&, const CJniJObject& object, HEAPID heapId)
+CSpyVariant stringOf(const CJavaKind&, const CJniJObject& object, HEAPID heapId)
 {
     return CSpyVariant(CJString(object), heapId);
 }
 
 /// The units are copied, since blocks may lie at odd addresses.
-CJniJObject newString(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newString(const CJavaKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     std::u16string units(variant.getStringLen() / sizeof(char16_t), u'\0');
     if (!units.empty())
@@ -67,36 +68,36 @@ CJniJObject newString(const CKind&, JNIEnv* env, const CSpyVariant& variant)
                     static_cast<unsigned>(units.size()));
 }
 
-template <class Box> CSpyVariant numberOf(const CKind&, const CJniJObject& object, HEAPID)
+template <class Box> CSpyVariant numberOf(const CJavaKind&, const CJniJObject& object, HEAPID)
 {
     const typename Box::Native value = Box(object);
     return CSpyVariant(value);
 }
 
 template <class Box, class Value = typename Box::Native>
-CJniJObject newNumber(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newNumber(const CJavaKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     return Box(env, variant.as<Value>());
 }
 
-CSpyVariant booleanOf(const CKind&, const CJniJObject& object, HEAPID)
+CSpyVariant booleanOf(const CJavaKind&, const CJniJObject& object, HEAPID)
 {
     const unsigned char value = CJBoolean(object);
     return CSpyVariant(value != 0);
 }
 
-CJniJObject newBoolean(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newBoolean(const CJavaKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     return CJBoolean(env, variant.as<unsigned char>() != 0 ? JNI_TRUE : JNI_FALSE);
 }
 
-CSpyVariant characterOf(const CKind&, const CJniJObject& object, HEAPID)
+CSpyVariant characterOf(const CJavaKind&, const CJniJObject& object, HEAPID)
 {
     return {CJChar(object), true};
 }
 
 /// A decimal's block holds a tagDEC.
-CJniJObject newDecimal(const CKind&, JNIEnv* env, const CSpyVariant& variant)
+CJniJObject newDecimal(const CJavaKind&, JNIEnv* env, const CSpyVariant& variant)
 {
     tagDEC value{};
     variant.ref().read(&value, sizeof value);
@@ -108,60 +109,75 @@ CJniJObject nothing(JNIEnv* env)
     return {env, static_cast<jobject>(nullptr), nullptr};
 }
 
-CJniJObject newNothing(const CKind&, JNIEnv* env, const CSpyVariant&)
+CJniJObject newNothing(const CJavaKind&, JNIEnv* env, const CSpyVariant&)
 {
     return nothing(env);
 }
 
 /// No process stores one: Java has no class for it.
-CJniJObject newUnsignedShort(const CKind&, JNIEnv* env, [[maybe_unused]] const CSpyVariant& variant)
+CJniJObject newUnsignedShort(const CJavaKind&, JNIEnv* env, [[maybe_unused]] const CSpyVariant& variant)
 {
     GX_ASSERT(!variant.isa(CSpyVariant::SpyUShort), "m_type != SpyUShort");
     return nothing(env);
 }
 
 /// The first class that fits an object decides: those derived from SpyMemory come before it.
-constinit CKind s_kinds[] = {
-    {CSpyVariant::SpyMappedTestObject, "com/talvern/test/gx/object/map/SpyMappedTestObject", referenceOf,
-     newReference},
-    {CSpyVariant::SpyMappedDescribedObjectReference,
-     "com/talvern/test/gx/object/map/SpyMappedDescribedObjectReference", referenceOf, newReference},
-    {CSpyVariant::SpyValueClass, "com/talvern/test/gx/sys/SpyValueClass", referenceOf, newReference},
-    {CSpyVariant::SpyVector, CJavaSpyVector::getClassName(), referenceOf, newReference},
-    {CSpyVariant::SpyMap, CJavaSpyMap::getClassName(), referenceOf, newReference},
-    {CSpyVariant::SpyMappedPair, CJavaSpyMappedPair::getClassName(), referenceOf, newReference},
-    {CSpyVariant::SpyString, "java/lang/String", stringOf, newString},
-    {CSpyVariant::SpyInt, "java/lang/Integer", numberOf<CJInteger>, newNumber<CJInteger>},
-    {CSpyVariant::SpyLong, "java/lang/Long", numberOf<CJLong>, newNumber<CJLong>},
-    {CSpyVariant::SpyBool, "java/lang/Boolean", booleanOf, newBoolean},
-    {CSpyVariant::SpyFloat, "java/lang/Float", numberOf<CJFloat>, newNumber<CJFloat>},
-    {CSpyVariant::SpyDouble, "java/lang/Double", numberOf<CJDouble>, newNumber<CJDouble>},
-    {CSpyVariant::SpyShort, "java/lang/Short", numberOf<CJShort>, newNumber<CJShort>},
-    {CSpyVariant::SpyByte, "java/lang/Byte", numberOf<CJByte>, newNumber<CJByte>},
-    {CSpyVariant::SpyChar, "java/lang/Character", characterOf, newNumber<CJChar>},
-    {CSpyVariant::SpyMailslot, CJavaMailslot::getClassName(), referenceOf, newMailslot},
-    {CSpyVariant::SpyMem, CJavaSpyMemory::getClassName(), referenceOf, newReference},
-    {CSpyVariant::SpyEmpty, nullptr, nullptr, newNothing},
-    {CSpyVariant::SpyUByte, nullptr, nullptr, newNumber<CJUByte, unsigned char>},
-    {CSpyVariant::SpyUShort, nullptr, nullptr, newUnsignedShort},
-    {CSpyVariant::SpyUInt, nullptr, nullptr, newNumber<CJUInt, unsigned int>},
-    {CSpyVariant::SpyULong, nullptr, nullptr, newNumber<CJULong, unsigned long>},
-    {CSpyVariant::SpyDecimal, nullptr, nullptr, newDecimal},
-};
-static_assert(std::size(s_kinds) == spyKinds);
+constexpr std::array<CJavaKind, spyKinds> javaKinds()
+{
+    return {{
+        {CSpyVariant::SpyMappedTestObject, "com/talvern/test/gx/object/map/SpyMappedTestObject", referenceOf,
+         newReference},
+        {CSpyVariant::SpyMappedDescribedObjectReference,
+         "com/talvern/test/gx/object/map/SpyMappedDescribedObjectReference", referenceOf, newReference},
+        {CSpyVariant::SpyValueClass, "com/talvern/test/gx/sys/SpyValueClass", referenceOf, newReference},
+        {CSpyVariant::SpyVector, CJavaSpyVector::getClassName(), referenceOf, newReference},
+        {CSpyVariant::SpyMap, CJavaSpyMap::getClassName(), referenceOf, newReference},
+        {CSpyVariant::SpyMappedPair, CJavaSpyMappedPair::getClassName(), referenceOf, newReference},
+        {CSpyVariant::SpyString, "java/lang/String", stringOf, newString},
+        {CSpyVariant::SpyInt, "java/lang/Integer", numberOf<CJInteger>, newNumber<CJInteger>},
+        {CSpyVariant::SpyLong, "java/lang/Long", numberOf<CJLong>, newNumber<CJLong>},
+        {CSpyVariant::SpyBool, "java/lang/Boolean", booleanOf, newBoolean},
+        {CSpyVariant::SpyFloat, "java/lang/Float", numberOf<CJFloat>, newNumber<CJFloat>},
+        {CSpyVariant::SpyDouble, "java/lang/Double", numberOf<CJDouble>, newNumber<CJDouble>},
+        {CSpyVariant::SpyShort, "java/lang/Short", numberOf<CJShort>, newNumber<CJShort>},
+        {CSpyVariant::SpyByte, "java/lang/Byte", numberOf<CJByte>, newNumber<CJByte>},
+        {CSpyVariant::SpyChar, "java/lang/Character", characterOf, newNumber<CJChar>},
+        {CSpyVariant::SpyMailslot, CJavaMailslot::getClassName(), referenceOf, newMailslot},
+        {CSpyVariant::SpyMem, CJavaSpyMemory::getClassName(), referenceOf, newReference},
+        {CSpyVariant::SpyEmpty, nullptr, nullptr, newNothing},
+        {CSpyVariant::SpyUByte, nullptr, nullptr, newNumber<CJUByte, unsigned char>},
+        {CSpyVariant::SpyUShort, nullptr, nullptr, newUnsignedShort},
+        {CSpyVariant::SpyUInt, nullptr, nullptr, newNumber<CJUInt, unsigned int>},
+        {CSpyVariant::SpyULong, nullptr, nullptr, newNumber<CJULong, unsigned long>},
+        {CSpyVariant::SpyDecimal, nullptr, nullptr, newDecimal},
+    }};
+}
+constinit auto s_javaKinds = javaKinds();
+
+constexpr bool eachKindHasOneRow()
+{
+    const auto rows = javaKinds();
+    for (uint32_t kind = 0; kind < spyKinds; ++kind)
+        if (std::count_if(rows.begin(), rows.end(),
+                          [=](const CJavaKind& row) { return row.m_type == kind; }) != 1)
+            return false;
+    return true;
+}
+static_assert(eachKindHasOneRow());
 
 /// Null for null, and for a class that the store has no kind for.
-CKind* kindOf(const CJniJObject& object)
+CJavaKind* kindOf(const CJniJObject& object)
 {
-    const auto found = object.isValid() ? std::find_if(std::begin(s_kinds), std::end(s_kinds),
-                                                       [&](CKind& kind) { return kind.hasInstance(object); })
-                                        : std::end(s_kinds);
-    return found == std::end(s_kinds) ? nullptr : found;
+    if (!object.isValid())
+        return nullptr;
+    const auto found = std::find_if(s_javaKinds.begin(), s_javaKinds.end(),
+                                    [&](CJavaKind& kind) { return kind.hasInstance(object); });
+    return found == s_javaKinds.end() ? nullptr : found;
 }
 
 CSpyVariant variantOfObject(const CJniJObject& object, HEAPID heapId)
 {
-    CKind* const kind = kindOf(object);
+    CJavaKind* const kind = kindOf(object);
     return kind ? kind->m_toVariant(*kind, object, heapId) : CSpyVariant();
 }
 
@@ -186,7 +202,7 @@ CJavaSpyVariant storedForm(JNIEnv* env, jobject value, HEAPID heapId)
     const CJniJObject object(env, value, nullptr);
     if (!object.isValid())
         return {};
-    CKind* const kind = kindOf(object);
+    CJavaKind* const kind = kindOf(object);
     if (!kind)
         throw CNoSuchKind(object.className());
     // As the method for a primitive char stores it: CJChar, by which objects are looked for, reads 0.
@@ -209,9 +225,9 @@ void CJavaSpyVariant::setString(const CJString& text, unsigned int heapId)
 
 CJniJObject CJavaSpyVariant::createChecked(JNIEnv* env) const
 {
-    const auto found = std::find_if(std::begin(s_kinds), std::end(s_kinds),
-                                    [&](const CKind& kind) { return isa(kind.m_type); });
-    if (found != std::end(s_kinds))
+    const auto found = std::find_if(s_javaKinds.begin(), s_javaKinds.end(),
+                                    [&](const CJavaKind& kind) { return isa(kind.m_type); });
+    if (found != s_javaKinds.end())
         return found->m_toObject(*found, env, *this);
     CTracer::debugTrace("Invalid SpyVariant type! ->%d\n", static_cast<int>(type()));
     throw CInvalidSpyVariant(type());

@@ -83,20 +83,20 @@ bool equalTexts(const CSpyVariant& one, const CSpyVariant& other)
     return equalAs<uint64_t>(one, other) || textIn(one.ref()) == textIn(other.ref());
 }
 
-struct CKindOfValues {
+struct CStoredKind {
     uint32_t m_number;
     const char* m_name;
     bool (*m_areEqual)(const CSpyVariant&, const CSpyVariant&);
     bool m_ownsBlock;
 };
 #define SPY_KIND_ROW(name, ...) {__VA_ARGS__},
-constexpr CKindOfValues s_kinds[] = {SPY_KINDS(SPY_KIND_ROW)};
+constexpr CStoredKind s_storedKinds[] = {SPY_KINDS(SPY_KIND_ROW)};
 #undef SPY_KIND_ROW
 
 constexpr bool areNumberedInOrder()
 {
     uint32_t next = 0;
-    for (const CKindOfValues& kind : s_kinds)
+    for (const CStoredKind& kind : s_storedKinds)
         if (kind.m_number != next++)
             return false;
     return true;
@@ -106,12 +106,13 @@ static_assert(areNumberedInOrder());
 
 const char* CSpyVariant::nameOf(EType type)
 {
-    return type < std::size(s_kinds) ? s_kinds[type].m_name : nullptr;
+    return type < std::size(s_storedKinds) ? s_storedKinds[type].m_name : nullptr;
 }
 
 bool CSpyVariant::operator==(const CSpyVariant& other) const
 {
-    return m_type == other.m_type && m_type < std::size(s_kinds) && s_kinds[m_type].m_areEqual(*this, other);
+    return m_type == other.m_type && m_type < std::size(s_storedKinds) &&
+           s_storedKinds[m_type].m_areEqual(*this, other);
 }
 
 bool CSpyVariant::operator==(const ITalString& text) const
@@ -121,7 +122,7 @@ bool CSpyVariant::operator==(const ITalString& text) const
 
 void CSpyVariant::free()
 {
-    if (m_type >= std::size(s_kinds) || !s_kinds[m_type].m_ownsBlock)
+    if (m_type >= std::size(s_storedKinds) || !s_storedKinds[m_type].m_ownsBlock)
         return;
     CSpyMemRef block = ref();
     if (!!block)

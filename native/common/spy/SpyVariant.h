@@ -83,12 +83,10 @@ public:
     explicit CSpyVariant(CSpyMemRef block) : CSpyVariant(SpyMem, bytesOf(block)) {}
     /// A reference to an object, of the kind that its `type` names.
     explicit CSpyVariant(const CSpyMemory& object);
-    /// A reference, or another value of at most eight bytes, of a kind that only its Java class knows.
-    template <class T>
-    CSpyVariant(EType type, const T& value) : m_type(type), m_unused(0), m_value(bytesOf(value))
-    {
-    }
-    /// An address would become a bool.
+    /// A reference of a kind that only its Java class knows.
+    CSpyVariant(EType type, const CSpyMemRef& block) : CSpyVariant(type, bytesOf(block)) {}
+    /// A number of another type would be taken for a character, an address for a bool.
+    template <class T> CSpyVariant(EType, const T&) = delete;
     template <class T> explicit CSpyVariant(T*) = delete;
 
     EType type() const { return static_cast<EType>(m_type); } ///< as stored: may be none of the kinds above
@@ -129,6 +127,8 @@ public:
     void free();
 
 private:
+    CSpyVariant(EType type, uint64_t bytes) : m_type(type), m_unused(0), m_value(bytes) {}
+
     template <class T> static uint64_t bytesOf(const T& value)
     {
         uint64_t bytes = 0;
@@ -139,8 +139,8 @@ private:
 
     uint32_t m_type;
     [[maybe_unused]] uint32_t m_unused; ///< fills up the stored form
-    uint64_t
-        m_value; ///< the number in its natural width from the first byte on, or the two words of a reference
+    /// The number in its natural width from the first byte on, or the two words of a reference.
+    uint64_t m_value;
 
     friend struct CSpyVariantLayout;
 };

@@ -6,8 +6,15 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <type_traits>
 
 namespace {
+template <class T>
+constexpr bool isValueWithKind = std::is_constructible_v<CSpyVariant, CSpyVariant::EType, T>;
+static_assert(isValueWithKind<CSpyMemRef>);
+static_assert(!isValueWithKind<const int*> && !isValueWithKind<bool> && !isValueWithKind<int> &&
+              !isValueWithKind<unsigned long>);
+
 class SpyContainerTest : public testing::Test {
 protected:
     ~SpyContainerTest() override { CSpyHeap::deleteBaseHeap(); }
