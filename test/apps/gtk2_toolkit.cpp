@@ -29,7 +29,7 @@ int main(int argc, char** argv)
     gtk_widget_realize(menu);
     gdk_display_sync(gdk_display_get_default());
 
-    CHECK(isGTK2() && !isGTK3() && !isGTK() && CToolkit::isGTK());
+    CHECK(isGTK2() && !isGTK3() && !isGTK() && isAnyGTK());
     CHECK(_gtk_combo_get_type() == GTK_TYPE_COMBO);
     CHECK(_gtk_frame_get_type() == GTK_TYPE_FRAME);
     CHECK(_gtk_menu_get_type() == GTK_TYPE_MENU);

@@ -31,7 +31,7 @@ int main(int argc, char** argv)
     gdk_window_ensure_native(gtk_widget_get_window(menu));
     gdk_display_sync(gdk_display_get_default());
 
-    CHECK(isGTK3() && !isGTK2() && !isGTK() && CToolkit::isGTK());
+    CHECK(isGTK3() && !isGTK2() && !isGTK() && isAnyGTK());
     CHECK(_gtk_combo_get_type() == GTK_TYPE_COMBO_BOX);
     CHECK(_gtk_frame_get_type() == GTK_TYPE_FRAME);
     CHECK(_gtk_menu_get_type() == GTK_TYPE_MENU);

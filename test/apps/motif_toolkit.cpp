@@ -5,6 +5,7 @@
 #include "include/GxGlobals.h"
 #include "unix/window/Toolkit.h"
 #include "unix/window/WindowManager.h"
+#include "unix/window/gtkfuncs.h"
 
 #include <Xm/DialogS.h>
 #include <Xm/FileSB.h>
@@ -76,7 +77,7 @@ int main(int argc, char** argv)
     XtRealizeWidget(XtParent(otherDialog));
     XSync(XtDisplay(shell), False);
 
-    CHECK(!CToolkit::isGTK());
+    CHECK(!isAnyGTK());
     CHECK(!windowOf(pulldown).isMenu()); // the application's display is not known yet
     gx_app_display = XtDisplay(shell);
     const CKind kinds[] = {

@@ -10,6 +10,7 @@
 #include "common/jni/jniobject.h"
 #include "common/window/JavaWindow.h"
 #include "unix/window/Toolkit.h"
+#include "unix/window/gtkfuncs.h"
 
 namespace {
 constinit CJavaField s_handle{"handle", "J"};
@@ -287,8 +288,7 @@ GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeG
 GX_JNI_ANSWER(jlong, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeGDK_1WINDOW_1XID,
               CToolkit::gdkWindowXid(static_cast<unsigned long>(window)), jclass, jlong window)
 
-GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsGTK, CToolkit::isGTK(),
-              jclass)
+GX_JNI_ANSWER(jboolean, Java_com_talvern_test_gx_sys_graphical_NativeWindow_nativeIsGTK, isAnyGTK(), jclass)
 
 GX_JNI_ANSWER(jint, Java_com_talvern_test_gx_sys_graphical_NativeScreen_getPixelsFromPoints, points, jclass,
               jint points)

@@ -47,7 +47,7 @@ constinit bool s_seesFlushes = false;
 
 Display* displayOfProgram()
 {
-    return isGTK2() || isGTK3() ? static_cast<Display*>(gdk::xDisplay()) : gx_app_display;
+    return isGTK2or3() ? static_cast<Display*>(gdk::xDisplay()) : gx_app_display;
 }
 
 unsigned long requestsSent()
@@ -153,7 +153,7 @@ void CLoopChanges::watch()
 {
     if (std::exchange(s_isWatched, true))
         return;
-    if (isGTK2() || isGTK3())
+    if (isGTK2or3())
         watchGlib();
     else
         watchXt();
@@ -172,7 +172,7 @@ int64_t CLoopChanges::await(int64_t known, int milliseconds)
 
 /// GLib wakes itself once more after each descriptor that it has seen to: it leaves that out of its list
 /// meanwhile. If that turn counted, each look of an engine would lead to the next.
-CLoopChanges::COwn::COwn(Cause cause) : m_turns(cause == descriptor && (isGTK2() || isGTK3()) ? 2 : 1)
+CLoopChanges::COwn::COwn(Cause cause) : m_turns(cause == descriptor && isGTK2or3() ? 2 : 1)
 {
     ++s_ownDepth;
     s_hasChanged = s_hasChanged || (s_isWatched && requestsSent() != s_requests);

@@ -45,11 +45,6 @@ void readAcceleration()
                                             : "[PERFORMANCE] Acceleration is disabled");
 }
 
-bool usesGTK()
-{
-    return isGTK() || isGTK2() || isGTK3();
-}
-
 /// Gives a toolkit that has just woken up the time to finish what it is at.
 void sleepOneMillisecond()
 {
@@ -58,7 +53,7 @@ void sleepOneMillisecond()
 
 void becomeApplicationUnderTest()
 {
-    if (std::atomic_ref(gx_MarloSUT).exchange(1) == 0 && usesGTK())
+    if (std::atomic_ref(gx_MarloSUT).exchange(1) == 0 && isAnyGTK())
         _gtk_timeout_add(PlainPollMs, call_xpending, nullptr);
 }
 } // namespace
@@ -95,7 +90,7 @@ int CSpyPort::sendAccelerated(GxCallback callback, long param)
     if (const auto overwritten = CCallbackGlobals::put({callback, param}, m_threadId))
         dropMessage(m_vm, overwritten->callback, overwritten->param);
     CMessageWindow::wake();
-    if (usesGTK()) {
+    if (isAnyGTK()) {
         [[maybe_unused]] static const unsigned s_timeout =
             _gtk_timeout_add(AcceleratedPollMs, call_xpending, nullptr);
     }

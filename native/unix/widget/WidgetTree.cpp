@@ -145,7 +145,7 @@ bool saysOther(const CWidgetNode& node, const std::string& text)
 
 const IWidgetToolkit& IWidgetToolkit::current()
 {
-    return isGTK2() || isGTK3() ? gtkWidgets() : motifWidgets();
+    return isGTK2or3() ? gtkWidgets() : motifWidgets();
 }
 
 void dropDecoration(CWidgetNode& node)

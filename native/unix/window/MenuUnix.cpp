@@ -116,7 +116,7 @@ Time serverTime()
 
 const IMenuToolkit& IMenuToolkit::current()
 {
-    return isGTK2() || isGTK3() ? gtkMenus() : motifMenus();
+    return isGTK2or3() ? gtkMenus() : motifMenus();
 }
 
 unsigned long CWindow::getMenuBar() const

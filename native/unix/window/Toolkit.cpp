@@ -28,11 +28,6 @@ struct CGtk2Widget {
 static_assert(offsetof(CGtk2Widget, window) == 80);
 } // namespace
 
-bool CToolkit::isGTK()
-{
-    return isGTK2() || isGTK3() || ::isGTK();
-}
-
 unsigned long CToolkit::xtWindow(unsigned long widget)
 {
     return widget ? reinterpret_cast<Widget>(widget)->core.window : 0;

@@ -6,7 +6,6 @@
 /// thread.
 class CToolkit {
 public:
-    static bool isGTK(); ///< GTK 2 or 3, else GTK 1.2
     /// The X window of an Xt widget; 0 before the widget is realized.
     static unsigned long xtWindow(unsigned long widget);
     /// The address of a GTK 2 widget's GdkWindow.

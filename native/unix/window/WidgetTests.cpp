@@ -26,7 +26,7 @@ bool CWindow::isMenu() const
 {
     if (isNullWindow())
         return false;
-    if (isGTK2() || isGTK3())
+    if (isGTK2or3())
         if (_gdk_window_lookup(m_handle))
             return isGtkMenu(m_handle);
     return askWidget(m_handle, [](Widget widget) { return isRowColumn(widget, XmMENU_PULLDOWN); });

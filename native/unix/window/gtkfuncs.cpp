@@ -56,6 +56,16 @@ bool isGTK3()
     return s_loaded;
 }
 
+bool isGTK2or3()
+{
+    return isGTK2() || isGTK3();
+}
+
+bool isAnyGTK()
+{
+    return isGTK2or3() || isGTK();
+}
+
 _GdkDrawable* _gdk_window_lookup(unsigned long xid)
 {
     static constinit thread_local CWindowLookup t_lookup;

@@ -29,9 +29,11 @@ struct _GtkAllocation {
 };
 
 /// Which GTK the process runs. Decided by the first call and never again, even if another is loaded later.
-bool isGTK(); ///< GTK 1.2
+bool isGTK(); ///< GTK 1.2 alone, whose widgets nobody here reads
 bool isGTK2();
 bool isGTK3();
+bool isGTK2or3(); ///< whose widgets this library reads
+bool isAnyGTK();  ///< one of the three
 
 namespace late {
 inline constexpr const char* GTK12 = "libgtk-1.2.so.0";

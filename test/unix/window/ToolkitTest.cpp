@@ -33,7 +33,7 @@ TEST(WithoutGtk, EveryFunctionAnswersNothingAndLoadsNothing)
 {
     void* data = &data;
     int x = 1;
-    EXPECT_FALSE(isGTK() || isGTK2() || isGTK3() || CToolkit::isGTK());
+    EXPECT_FALSE(isAnyGTK());
     const struct {
         const char* function;
         unsigned long answer;
