@@ -22,99 +22,99 @@
 #include <X11/keysym.h>
 
 constinit CSpecialKey g_SpecialKeys[] = {
-    {XK_Caps_Lock, "CAPSLOCK", 0},
-    {XK_Num_Lock, "NUMLOCK", 1},
-    {XK_Scroll_Lock, "SCROLLLOCK", 0},
-    {XK_Escape, "ESCAPE", 0},
-    {XK_Escape, "ESC", 0},
-    {XK_Return, "ENTER", 0},
-    {XK_Help, "HELP", 0},
-    {XK_Print, "PRTSC", 0},
-    {XK_Tab, "TAB", 0},
-    {XK_Pause, "BREAK", 0},
-    {XK_Clear, "CLEAR", 0},
-    {XK_BackSpace, "BACKSPACE", 0},
-    {XK_BackSpace, "BS", 0},
-    {XK_BackSpace, "BKSP", 0},
-    {XK_Delete, "DELETE", 0},
-    {XK_Delete, "DEL", 0},
-    {XK_Insert, "INSERT", 0},
-    {XK_Left, "LEFT", 0},
-    {XK_Right, "RIGHT", 0},
-    {XK_Up, "UP", 0},
-    {XK_Down, "DOWN", 0},
-    {XK_Prior, "PGUP", 0},
-    {XK_Next, "PGDN", 0},
-    {XK_Home, "HOME", 0},
-    {XK_End, "END", 0},
-    {XK_F1, "F1", 0},
-    {XK_F2, "F2", 0},
-    {XK_F3, "F3", 0},
-    {XK_F4, "F4", 0},
-    {XK_F5, "F5", 0},
-    {XK_F6, "F6", 0},
-    {XK_F7, "F7", 0},
-    {XK_F8, "F8", 0},
-    {XK_F9, "F9", 0},
-    {XK_F10, "F10", 0},
-    {XK_F11, "F11", 0},
-    {XK_F12, "F12", 0},
-    {XK_F13, "F13", 0},
-    {XK_F14, "F14", 0},
-    {XK_F15, "F15", 0},
-    {XK_F16, "F16", 0},
-    {XK_Execute, "APPS", 1},
-    {XK_Meta_L, "Win", 1},
-    {XK_Meta_L, "LEFTWIN", 1},
-    {XK_Meta_R, "RIGHTWIN", 1},
-    {XK_Control_L, "Ctrl", 0},
-    {XK_Shift_L, "Shift", 0},
-    {XK_Alt_L, "Alt", 0},
-    {XK_Control_L, "LeftCtrl", 0},
-    {XK_Shift_L, "LeftShift", 0},
-    {XK_Alt_L, "LeftAlt", 0},
-    {XK_Control_R, "RightCtrl", 1},
-    {XK_Shift_R, "RightShift", 0},
-    {XK_Alt_R, "RightAlt", 1},
-    {XK_Delete, "ExtDelete", 1},
-    {XK_Insert, "ExtInsert", 1},
-    {XK_Left, "ExtLeft", 1},
-    {XK_Right, "ExtRight", 1},
-    {XK_Up, "ExtUp", 1},
-    {XK_Down, "ExtDown", 1},
-    {XK_Prior, "ExtPgUp", 1},
-    {XK_Next, "ExtPgDn", 1},
-    {XK_Home, "ExtHome", 1},
-    {XK_End, "ExtEnd", 1},
-    {XK_Delete, "NumDelete", 0},
-    {XK_Insert, "NumInsert", 0},
-    {XK_Left, "NumLeft", 0},
-    {XK_Right, "NumRight", 0},
-    {XK_Up, "NumUp", 0},
-    {XK_Down, "NumDown", 0},
-    {XK_Prior, "NumPgUp", 0},
-    {XK_Next, "NumPgDn", 0},
-    {XK_Home, "NumHome", 0},
-    {XK_End, "NumEnd", 0},
-    {XK_KP_Multiply, "Num*", 0},
-    {XK_KP_Subtract, "Num-", 0},
-    {XK_KP_Divide, "Num/", 1},
-    {XK_KP_Add, "Num+", 0},
-    {XK_KP_Enter, "Num~", 1},
-    {XK_KP_Enter, "NumEnter", 1},
-    {XK_KP_0, "Num0", 6},
-    {XK_KP_1, "Num1", 6},
-    {XK_KP_2, "Num2", 6},
-    {XK_KP_3, "Num3", 6},
-    {XK_KP_4, "Num4", 6},
-    {XK_KP_5, "Num5", 6},
-    {XK_KP_6, "Num6", 6},
-    {XK_KP_7, "Num7", 6},
-    {XK_KP_8, "Num8", 6},
-    {XK_KP_9, "Num9", 6},
-    {XK_KP_Decimal, "Num.", 6},
-    {0, "LKeys", 2},
-    {0, "RKeys", 3},
+    {XK_Caps_Lock, "CAPSLOCK"},
+    {XK_Num_Lock, "NUMLOCK", CSpecialKey::Extended},
+    {XK_Scroll_Lock, "SCROLLLOCK"},
+    {XK_Escape, "ESCAPE"},
+    {XK_Escape, "ESC"},
+    {XK_Return, "ENTER"},
+    {XK_Help, "HELP"},
+    {XK_Print, "PRTSC"},
+    {XK_Tab, "TAB"},
+    {XK_Pause, "BREAK"},
+    {XK_Clear, "CLEAR"},
+    {XK_BackSpace, "BACKSPACE"},
+    {XK_BackSpace, "BS"},
+    {XK_BackSpace, "BKSP"},
+    {XK_Delete, "DELETE"},
+    {XK_Delete, "DEL"},
+    {XK_Insert, "INSERT"},
+    {XK_Left, "LEFT"},
+    {XK_Right, "RIGHT"},
+    {XK_Up, "UP"},
+    {XK_Down, "DOWN"},
+    {XK_Prior, "PGUP"},
+    {XK_Next, "PGDN"},
+    {XK_Home, "HOME"},
+    {XK_End, "END"},
+    {XK_F1, "F1"},
+    {XK_F2, "F2"},
+    {XK_F3, "F3"},
+    {XK_F4, "F4"},
+    {XK_F5, "F5"},
+    {XK_F6, "F6"},
+    {XK_F7, "F7"},
+    {XK_F8, "F8"},
+    {XK_F9, "F9"},
+    {XK_F10, "F10"},
+    {XK_F11, "F11"},
+    {XK_F12, "F12"},
+    {XK_F13, "F13"},
+    {XK_F14, "F14"},
+    {XK_F15, "F15"},
+    {XK_F16, "F16"},
+    {XK_Execute, "APPS", CSpecialKey::Extended},
+    {XK_Meta_L, "Win", CSpecialKey::Extended},
+    {XK_Meta_L, "LEFTWIN", CSpecialKey::Extended},
+    {XK_Meta_R, "RIGHTWIN", CSpecialKey::Extended},
+    {XK_Control_L, "Ctrl"},
+    {XK_Shift_L, "Shift"},
+    {XK_Alt_L, "Alt"},
+    {XK_Control_L, "LeftCtrl"},
+    {XK_Shift_L, "LeftShift"},
+    {XK_Alt_L, "LeftAlt"},
+    {XK_Control_R, "RightCtrl", CSpecialKey::Extended},
+    {XK_Shift_R, "RightShift"},
+    {XK_Alt_R, "RightAlt", CSpecialKey::Extended},
+    {XK_Delete, "ExtDelete", CSpecialKey::Extended},
+    {XK_Insert, "ExtInsert", CSpecialKey::Extended},
+    {XK_Left, "ExtLeft", CSpecialKey::Extended},
+    {XK_Right, "ExtRight", CSpecialKey::Extended},
+    {XK_Up, "ExtUp", CSpecialKey::Extended},
+    {XK_Down, "ExtDown", CSpecialKey::Extended},
+    {XK_Prior, "ExtPgUp", CSpecialKey::Extended},
+    {XK_Next, "ExtPgDn", CSpecialKey::Extended},
+    {XK_Home, "ExtHome", CSpecialKey::Extended},
+    {XK_End, "ExtEnd", CSpecialKey::Extended},
+    {XK_Delete, "NumDelete"},
+    {XK_Insert, "NumInsert"},
+    {XK_Left, "NumLeft"},
+    {XK_Right, "NumRight"},
+    {XK_Up, "NumUp"},
+    {XK_Down, "NumDown"},
+    {XK_Prior, "NumPgUp"},
+    {XK_Next, "NumPgDn"},
+    {XK_Home, "NumHome"},
+    {XK_End, "NumEnd"},
+    {XK_KP_Multiply, "Num*"},
+    {XK_KP_Subtract, "Num-"},
+    {XK_KP_Divide, "Num/", CSpecialKey::Extended},
+    {XK_KP_Add, "Num+"},
+    {XK_KP_Enter, "Num~", CSpecialKey::Extended},
+    {XK_KP_Enter, "NumEnter", CSpecialKey::Extended},
+    {XK_KP_0, "Num0", CSpecialKey::Keypad},
+    {XK_KP_1, "Num1", CSpecialKey::Keypad},
+    {XK_KP_2, "Num2", CSpecialKey::Keypad},
+    {XK_KP_3, "Num3", CSpecialKey::Keypad},
+    {XK_KP_4, "Num4", CSpecialKey::Keypad},
+    {XK_KP_5, "Num5", CSpecialKey::Keypad},
+    {XK_KP_6, "Num6", CSpecialKey::Keypad},
+    {XK_KP_7, "Num7", CSpecialKey::Keypad},
+    {XK_KP_8, "Num8", CSpecialKey::Keypad},
+    {XK_KP_9, "Num9", CSpecialKey::Keypad},
+    {XK_KP_Decimal, "Num.", CSpecialKey::Keypad},
+    {0, "LKeys", CSpecialKey::LeftKeys},
+    {0, "RKeys", CSpecialKey::RightKeys},
 };
 static_assert(std::size(g_SpecialKeys) == 93);
 
@@ -136,7 +136,7 @@ CStrokeScope& state()
 struct CBracedItem {
     std::u16string m_name;
     unsigned m_count = 1;
-    int m_selector = 0; ///< as of ExecVirtualKey
+    KeySelector m_selector = Stroke;
 };
 
 bool atEnd()
@@ -206,8 +206,8 @@ unsigned withShift(unsigned modifiers, unsigned long keysym)
     return state().m_sink.needsShift(keysym) ? modifiers | ShiftHeld : modifiers;
 }
 
-/// Switches Num Lock for a key of the numeric keypad, by a stroke, or by half a one where strokes do not
-/// switch it.
+/// Switches Num Lock for a key of the numeric keypad: by a stroke, or where strokes do not switch it by a press or
+/// a release alone.
 void switchNumLock(unsigned action)
 {
     if (state().g_brokenNumLock)
@@ -247,18 +247,18 @@ bool noteLock(unsigned long keysym, int flag)
     return true;
 }
 
+/// The modifiers that stand before an item. A second one of a kind takes the first back.
 unsigned takePrefixes()
 {
+    constexpr std::pair<char16_t, unsigned> prefixes[] = {
+        {u'+', ShiftHeld}, {u'^', ControlHeld}, {u'%', AltHeld}};
     unsigned modifiers = 0;
     for (;;) {
-        if (take(u'+'))
-            modifiers ^= ShiftHeld;
-        else if (take(u'^'))
-            modifiers ^= ControlHeld;
-        else if (take(u'%'))
-            modifiers ^= AltHeld;
-        else
+        const auto* const prefix = std::find_if(std::begin(prefixes), std::end(prefixes),
+                                                [](const auto& each) { return take(each.first); });
+        if (prefix == std::end(prefixes))
             return modifiers;
+        modifiers ^= prefix->second;
     }
 }
 
@@ -296,16 +296,16 @@ int readCount(unsigned& count)
 }
 
 /// Reads KeyDn or KeyUp.
-int readSelector(int& selector)
+int readSelector(KeySelector& selector)
 {
     std::u16string word;
     while (word.size() < 5 && state().g_szKeys[word.size()] != 0)
         word += state().g_szKeys[word.size()];
     const std::string name = asciiOf(word);
     if (strcasecmp(name.c_str(), "KeyDn") == 0)
-        selector = 1;
+        selector = KeyDn;
     else if (strcasecmp(name.c_str(), "KeyUp") == 0)
-        selector = 2;
+        selector = KeyUp;
     else
         return KeysNoCount;
     state().g_szKeys += word.size();
@@ -338,14 +338,14 @@ std::optional<unsigned long> keysymByNumber(const std::string& name)
 
 int playBracedCharacter(char32_t character, const CBracedItem& item, unsigned modifiers)
 {
-    if (item.m_selector == 0)
+    if (item.m_selector == Stroke)
         return PlayChar(character, item.m_count, modifiers);
     const unsigned long keysym = keysymOf(character);
-    if (item.m_selector == 2)
+    if (item.m_selector == KeyUp)
         state().g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
     else if (keysym != noKey)
         state().g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
-    return PlayChar(character, item.m_selector == 1 ? PressOnly : ReleaseOnly, modifiers);
+    return PlayChar(character, item.m_selector == KeyDn ? PressOnly : ReleaseOnly, modifiers);
 }
 
 int playBracedItem(unsigned modifiers)
@@ -537,12 +537,12 @@ int PlayVirtualKey(unsigned long keysym, unsigned modifiers, int flag)
 int ExecVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag, int selector)
 {
     switch (selector) {
-    case 0:
+    case Stroke:
         return PlayVirtualKey(keysym, count, modifiers, flag);
-    case 1:
+    case KeyDn:
         state().g_KeyDownCollection.insert(static_cast<unsigned>(keysym));
         return PlayVirtualKey(keysym, PressOnly, modifiers, flag);
-    case 2:
+    case KeyUp:
         state().g_KeyDownCollection.erase(static_cast<unsigned>(keysym));
         return PlayVirtualKey(keysym, ReleaseOnly, modifiers, flag);
     default:

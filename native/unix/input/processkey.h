@@ -46,7 +46,8 @@ enum KeyResult : int {
 int SendKeys(const char16_t* text, bool parse, IStrokeSink& sink);
 
 /// The state of one text. SendKeys has its own; the operations below work on that of the calling thread, the
-/// innermost one that lives, and may be used wherever there is one.
+/// innermost one that lives, and may be used wherever there is one. Whatever their prefixes say, all members
+/// belong to this text alone.
 class CStrokeScope {
 public:
     explicit CStrokeScope(IStrokeSink& sink, const char16_t* text = u"");
@@ -81,10 +82,18 @@ int PlayChar(char32_t character, unsigned count, unsigned modifiers);
 int PlayChar(char32_t character, unsigned modifiers);
 /// Types a character that no key types.
 void playUnicodeChar(char32_t character);
+/// What happens to a key between braces.
+enum KeySelector : int {
+    Stroke = 0, ///< it is pressed and released
+    KeyDn = 1,  ///< it is pressed, and is among the held keys from then on
+    KeyUp = 2   ///< it is released
+};
+
 /// Strokes the key of a keysym. @param flag  the one of its CSpecialKey; 0 without
 int PlayVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag);
 int PlayVirtualKey(unsigned long keysym, unsigned modifiers, int flag);
-/// @param selector  0: `count` strokes; 1: press and keep among the held keys; 2: release
+/// @param count     of strokes, for Stroke
+/// @param selector  a KeySelector
 /// @return a KeyResult; 0 for any other selector
 int ExecVirtualKey(unsigned long keysym, unsigned count, unsigned modifiers, int flag, int selector);
 /// Makes the held modifiers (KeyModifier bits) those wanted. @return whether Alt is wanted without Control
@@ -97,16 +106,16 @@ bool QueueModifiers(unsigned wanted, unsigned changed);
 struct CSpecialKey {
     enum Flag : int {
         Ordinary = 0,
-        Extended = 1,
-        LeftKeys = 2,
-        RightKeys = 3,
-        OwnCapsLock = 4,
+        Extended = 1,    ///< which is the same to an X server as an ordinary one
+        LeftKeys = 2,    ///< {LKeys}, which has no key
+        RightKeys = 3,   ///< {RKeys}
+        OwnCapsLock = 4, ///< switches the lock at once: see switchLocksOff
         OwnNumLock = 5,
-        Keypad = 6
+        Keypad = 6 ///< wants Num Lock
     };
     std::atomic<unsigned long> m_keysym;
     const char* m_name;
-    std::atomic<int> m_flag;
+    std::atomic<int> m_flag{Ordinary};
 };
 /// {LKeys} and {RKeys} write to it: which of two keys Ctrl, Shift, Alt and Win stand for. That lasts for the
 /// process, and holds for the texts of all threads.
