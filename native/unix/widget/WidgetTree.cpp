@@ -4,13 +4,14 @@
 #include "com_talvern_test_gx_application_WidgetTree.h"
 #include "common/jni/JniEntry.h"
 #include "unix/widget/ValueBlock.h"
+#include "unix/widget/WidgetFacts.h"
 #include "unix/window/gtkfuncs.h"
 
 #include <algorithm>
 #include <iterator>
 
 namespace {
-/// Writes a tree in the order in which com.talvern.test.gx.engine.WidgetView takes it.
+/// Writes what Java takes, in its order.
 class CTreeWriter {
 public:
     void write(const std::vector<CWidgetNode>& nodes)
@@ -28,7 +29,6 @@ public:
 
 private:
     void write(const CWidgetNode& node);
-    void writeRows(const CWidgetNode& node);
     void writeTexts(const std::vector<std::string>& texts);
     void writeText(std::string_view text) { m_whole = m_out.add(text) && m_whole; }
 
@@ -92,30 +92,12 @@ void CTreeWriter::write(const std::optional<CScrollBar>& bar)
     m_out.add(bar->fromFarEnd);
 }
 
-void CTreeWriter::writeRows(const CWidgetNode& node)
-{
-    m_out.add(static_cast<int64_t>(node.rowCount));
-    writeTexts(node.columns);
-    write(node.rows);
-}
-
 void CTreeWriter::write(const CWidgetNode& node)
 {
     m_whole = !node.textCut;
-    for (const std::string_view text :
-         {std::string_view(node.className), std::string_view(node.role), std::string_view(node.name),
-          std::string_view(node.text), std::string_view(node.label), std::string_view(node.tip)})
-        writeText(text);
-    m_out.add(node.value);
-    m_out.add(node.checked);
-    m_out.add(node.box);
-    m_out.add(static_cast<int64_t>(node.window));
-    m_out.add(static_cast<int64_t>(node.id));
-    writeRows(node);
-    for (const bool fact : {node.enabled, node.showing, node.focused, node.editable, node.secret,
-                            node.selected, !m_whole, node.childrenCut, node.rowsToggle})
-        m_out.add(fact);
-    write(node.children);
+#define GX_WRITE(component, statement) statement;
+    GX_WIDGET_FACTS(GX_WRITE)
+#undef GX_WRITE
 }
 
 jbyteArray newBytes(JNIEnv* env, const std::vector<uint8_t>& bytes)

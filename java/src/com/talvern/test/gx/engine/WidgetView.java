@@ -6,6 +6,7 @@ import java.awt.Rectangle;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
+import java.util.function.UnaryOperator;
 import java.util.stream.Stream;
 
 /**
@@ -101,9 +102,13 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
     }
 
     WidgetView withLabels(java.util.Map<Long, String> labels) {
-        return new WidgetView(toolkitClass, role, name, text, labels.getOrDefault(id, label), tip, value, checked,
-            bounds, seen, window, id, rowCount, columns, rows, enabled, showing, focused, editable, secret, selected,
-            textCut, childrenCut, rowsToggle, children.stream().map(child -> child.withLabels(labels)).toList());
+        return with(labels.getOrDefault(id, label), seen, child -> child.withLabels(labels));
+    }
+
+    private WidgetView with(String newLabel, Rectangle newSeen, UnaryOperator<WidgetView> child) {
+        return new WidgetView(toolkitClass, role, name, text, newLabel, tip, value, checked, bounds, newSeen, window, id,
+            rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
+            rowsToggle, children.stream().map(child).toList());
     }
 
     /** @return this widget and all that is in it, each before what is in it */
@@ -122,42 +127,30 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
 
     /** Takes the windows of an answer. */
     static List<WidgetView> readAll(Values in) {
-        return in.nextAll(window -> FieldLabels.completed(read(window, null, 0)));
+        return in.nextAll(window -> FieldLabels.completed(read(window, 0).seenWithin(null)));
     }
 
-    private static WidgetView read(Values in, Rectangle around, int depth) {
+    /**
+     * Takes a widget. Arguments are taken in the order of the components, in which native code sends them
+     * (native/unix/widget/WidgetFacts.h): give each its place there, and all of them stay in one constructor's call.
+     */
+    private static WidgetView read(Values in, int depth) {
         if (depth > DEEPEST) {
             throw new Values.MalformedException("more than " + DEEPEST + " widgets in one another");
         }
-        String toolkitClass = in.nextTextOrEmpty();
-        Role role = role(in.nextTextOrEmpty());
-        String name = in.nextTextOrEmpty();
-        String text = in.nextTextOrEmpty();
-        String label = in.nextTextOrEmpty();
-        String tip = in.nextTextOrEmpty();
-        Double value = in.nextDouble();
-        Boolean checked = in.nextTruth();
-        Rectangle bounds = in.nextBox();
-        long window = in.nextLong();
-        long id = in.nextLong();
-        long rowCount = in.nextLong();
-        List<String> columns = in.nextAll(Values::nextTextOrEmpty);
-        List<Row> rows = in.nextAll(Row::read);
-        boolean enabled = in.nextBoolean();
-        boolean showing = in.nextBoolean();
-        boolean focused = in.nextBoolean();
-        boolean editable = in.nextBoolean();
-        boolean secret = in.nextBoolean();
-        boolean selected = in.nextBoolean();
-        boolean textCut = in.nextBoolean();
-        boolean childrenCut = in.nextBoolean();
-        boolean rowsToggle = in.nextBoolean();
-        Rectangle seen = showing ? clipped(bounds, around) : null;
-        Rectangle inside = seen == null ? new Rectangle() : seen;
-        List<WidgetView> children = in.nextAll(child -> read(child, inside, depth + 1));
-        return new WidgetView(toolkitClass, role, name, text, label, tip, value, checked, bounds, seen, window, id,
-            rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
-            rowsToggle, children);
+        return new WidgetView(in.nextTextOrEmpty(), role(in.nextTextOrEmpty()), in.nextTextOrEmpty(),
+            in.nextTextOrEmpty(), in.nextTextOrEmpty(), in.nextTextOrEmpty(), in.nextDouble(), in.nextTruth(),
+            in.nextBox(), null, in.nextLong(), in.nextLong(), in.nextLong(), in.nextAll(Values::nextTextOrEmpty),
+            in.nextAll(Row::read), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
+            in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
+            in.nextAll(child -> read(child, depth + 1)));
+    }
+
+    /** What was read, with the parts that are seen: {@code around} cuts them off, null nothing. */
+    private WidgetView seenWithin(Rectangle around) {
+        Rectangle part = showing ? clipped(bounds, around) : null;
+        Rectangle inside = part == null ? new Rectangle() : part;
+        return with(label, part, child -> child.seenWithin(inside));
     }
 
     private static Rectangle clipped(Rectangle bounds, Rectangle around) {
