@@ -238,9 +238,14 @@ public final class Demo {
         final Path file = files.resolve(name);
         final StringBuilder text = new StringBuilder(LETTER);
         final Rectangle area = editor.textArea().nativeGetRectangle();
-        final int bottom = area.height - 10;
-        final int middle = area.height / 2;
+        makeLong(editor, file, text);
+        turnWheel(editor, file, text, area.height / 2);
+        pasteWord(editor, file, text, area.height - 10);
+        pasteLine(editor, file, text, new Point(2, area.height - 10), new Point(area.width - 40, area.height - 10));
+    }
 
+    /** As the next ones, keeps in {@code text} what the file holds. */
+    private void makeLong(DrivenProgram editor, Path file, StringBuilder text) {
         editor.step(transcript, "make the text longer than the window with ^a^c and ten times ^v", () -> {
             editor.window().nativeBringToTop();
             editor.keys("^a^c^{END}{RIGHT}^{v 10}^s");
@@ -248,6 +253,9 @@ public final class Demo {
             Expect.fileHolds(file, text.toString());
             return text.toString().lines().count() + " lines";
         });
+    }
+
+    private void turnWheel(DrivenProgram editor, Path file, StringBuilder text, int middle) {
         editor.step(transcript, "turn the wheel: clicks at one height meet different lines", () -> {
             editor.keys("^{HOME}");
             mark(editor, file, "<top>");
@@ -267,6 +275,9 @@ public final class Demo {
             text.replace(0, text.length(), saved);
             return "line " + before + ", then line " + after;
         });
+    }
+
+    private void pasteWord(DrivenProgram editor, Path file, StringBuilder text, int bottom) {
         editor.step(transcript, "double-click a word, copy it with ^c, paste it below", () -> {
             editor.keys("^{END}");
             editor.type("Kangaroo jumps high");
@@ -276,9 +287,12 @@ public final class Demo {
             Expect.fileHolds(file, text.toString());
             return "Kangaroo";
         });
+    }
+
+    private void pasteLine(DrivenProgram editor, Path file, StringBuilder text, Point begin, Point end) {
         editor.step(transcript, "drag over a line, cut it with ^x, paste it between brackets", () -> {
             editor.type("A drag selects this line");
-            editor.drag(new Point(2, bottom), new Point(area.width - 40, bottom));
+            editor.drag(begin, end);
             editor.frame(FRAMES_MS);
             Desktop.picture(pictures.resolve("3-drag-in-" + editor.name() + ".png"));
             editor.keys("^x");
