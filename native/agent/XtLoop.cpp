@@ -53,8 +53,8 @@ struct CContext {
 std::mutex s_mutex;
 std::vector<CContext>& contexts()
 {
-    static auto* const s_contexts =
-        new std::vector<CContext>; // outlives the libraries that close displays at exit
+    // Outlives the libraries that close displays at exit.
+    static auto* const s_contexts = new std::vector<CContext>;
     return *s_contexts;
 }
 

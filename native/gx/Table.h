@@ -30,8 +30,8 @@ struct CSubcommand {
     std::vector<COption> options;
     int (*run)(const CCall& call); ///< @return the exit status
 
-    std::vector<COption>
-    allOptions() const; ///< with those that every subcommand has, or all that answer data
+    /// With those that every subcommand has, or all that answer data.
+    std::vector<COption> allOptions() const;
     std::string synopsis() const;
 };
 

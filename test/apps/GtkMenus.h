@@ -66,8 +66,8 @@ inline int checkGtkMenus(unsigned long (*xidOf)(GdkWindow*))
     CHECK(!gdk_window_has_native(gtk_widget_get_window(bar)));
     CHECK(!gdk_window_has_native(gtk_widget_get_window(context)));
     const unsigned long contextWindow = xidOf(gtk_widget_get_window(gtk_widget_get_toplevel(context)));
-    CHECK(GxMenu(static_cast<long>(contextWindow), 0).getItemCount() ==
-          3); // not shown any more, but still there
+    // Not shown any more, but still there.
+    CHECK(GxMenu(static_cast<long>(contextWindow), 0).getItemCount() == 3);
     gtk_widget_destroy(context);
     gtk_widget_destroy(bar);
     CMenuChecks::checkNoMenu(contextWindow);

@@ -194,8 +194,8 @@ public:
     {
         CHECK(within([&] { return m_shell.isShowing() && !bar().isNullMenu(); }));
         CHECK(CWindow::getPopupWindows().empty() && CWindow::getTopContextMenu() == 0);
-        CHECK(CRootWindow().getMenuBar() ==
-              m_shell.getMenuBar()); // no menu bar of its own but one on the screen
+        // No menu bar of its own but one on the screen.
+        CHECK(CRootWindow().getMenuBar() == m_shell.getMenuBar());
         checkItems(bar(), barNames);
         checkPane(firstNames, [&] { return openFirst(); });
         checkPane(moreNames, [&] { return openMore(); });

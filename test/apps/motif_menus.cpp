@@ -128,8 +128,8 @@ int main(int argc, char** argv)
     checkKdeFrame(gx_app_display, XtWindow(shell), XtWindow(first));
 
     const Window contextWindow = XtWindow(context);
-    CHECK(GxMenu(static_cast<long>(contextWindow), 0).getItemCount() ==
-          3); // not shown any more, but still there
+    // Not shown any more, but still there.
+    CHECK(GxMenu(static_cast<long>(contextWindow), 0).getItemCount() == 3);
     XtDestroyWidget(XtParent(context));
     checks.checkNoMenu(contextWindow);
 

@@ -13,8 +13,8 @@ namespace {
 constexpr UNIQUEID TestTransaction = 2;
 constexpr unsigned int TestBlocks = 30;
 constexpr unsigned int LargestTestBlock = 4096;
-constexpr unsigned int SmallTestBlock =
-    1023; ///< the largest request for which the small pool is searched first
+/// The largest request for which the small pool is searched first.
+constexpr unsigned int SmallTestBlock = 1023;
 
 struct CWritten {
     CSpyMemRef m_ref;

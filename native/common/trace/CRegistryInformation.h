@@ -17,10 +17,10 @@ public:
     /// this call, whether that exists or not: later calls and child processes see no other.
     static bool getMarloInstall(char* buffer, unsigned size) noexcept;
     static bool getPlandeckInstall(char* buffer, unsigned size) noexcept; ///< TALV_PLHOME
-    static bool getCustomizationDir(char* buffer,
-                                    unsigned size) noexcept; ///< TALVERN_GX_CUSTOMIZATION_DIRECTORY
-    static bool getConfigurationDir(char* buffer,
-                                    unsigned size) noexcept;          ///< TALVERN_GX_CONFIGURATION_DIRECTORY
+    /// TALVERN_GX_CUSTOMIZATION_DIRECTORY
+    static bool getCustomizationDir(char* buffer, unsigned size) noexcept;
+    /// TALVERN_GX_CONFIGURATION_DIRECTORY
+    static bool getConfigurationDir(char* buffer, unsigned size) noexcept;
     static bool getInputFiles(char* buffer, unsigned size) noexcept;  ///< VTX_INPUT_FILES
     static bool getEclipseDir(char* buffer, unsigned size) noexcept;  ///< QUESSA_TALVERN_VTX_ECLIPSE_DIR
     static bool getDefaultJRE(char* buffer, unsigned size) noexcept;  ///< TALVERN_GX_JRE, the whole list

@@ -10,8 +10,8 @@
 /// The singleton whose creation has GxDebug read its configuration. Never destroyed. Any thread.
 class DebugTrace {
 public:
-    using MessageLevel =
-        unsigned; ///< GxDebug::ERROR_MSG (0) to VERBOSE_MSG (3); a smaller one is more important
+    /// GxDebug::ERROR_MSG (0) to VERBOSE_MSG (3); a smaller one is more important.
+    using MessageLevel = unsigned;
 
     static DebugTrace* GetTraceObject() noexcept;
 

@@ -54,8 +54,8 @@ public:
     /// it.
     /// @param dir  borrowed: it must live as long as the process
     static void SetInstallDir(const char* dir) noexcept;
-    static FILE*
-    GetPropertiesStream() noexcept; ///< the options file, opened for reading; null when there is none
+    /// The options file, opened for reading; null when there is none.
+    static FILE* GetPropertiesStream() noexcept;
     static void StripTrailingSlash(char* path) noexcept; ///< removes one "/" or "\" from the end, in place
     static char* Trim(char* text) noexcept; ///< removes white space from both ends, in place; answers `text`
 

@@ -17,6 +17,6 @@ constexpr unsigned noSizeLimit = UINT_MAX;
 /// @return whether the file could be opened
 bool WriteMessage(const char* path, std::string_view text, unsigned limitKiB = noSizeLimit) noexcept;
 
-bool appendToFile(const char* path,
-                  std::string_view text) noexcept; ///< one write; whether all of it was written
-void emptyFile(const char* path) noexcept;         ///< creates it when it is missing
+/// One write. @return whether all of it was written
+bool appendToFile(const char* path, std::string_view text) noexcept;
+void emptyFile(const char* path) noexcept; ///< creates it when it is missing

@@ -40,8 +40,7 @@ enum PlaybackStatus : int {
 extern std::atomic<int> g_delayMouseDown;
 extern std::atomic<int> g_delayMouseUp;
 extern std::atomic<int> g_delayMouseMove; ///< of each motion; also the least pause before a move
-extern std::atomic<int>
-    g_delayKeyDown; ///< of a press, and of the release of a modifier held for a mouse action
+extern std::atomic<int> g_delayKeyDown;   ///< also of the release of a modifier held for a mouse action
 extern std::atomic<int> g_delayKeyUp;
 extern std::atomic<int> g_delayWindowActivate;
 extern std::atomic<int> g_mouseMoveInterpolationPx; ///< pixels that one step of an interpolated move covers

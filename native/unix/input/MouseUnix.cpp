@@ -112,8 +112,8 @@ void Mouse::letGo()
 
 Mouse& Mouse::get()
 {
-    static Mouse* const s_only = s_Mouse =
-        new Mouse; // never deleted: threads may wait while the process ends
+    // Never deleted: threads may wait while the process ends.
+    static Mouse* const s_only = s_Mouse = new Mouse;
     return *s_only;
 }
 

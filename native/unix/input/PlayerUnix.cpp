@@ -113,8 +113,8 @@ constinit std::atomic<Player*> Player::s_player = nullptr;
 
 Player& Player::get()
 {
-    static Player* const s_only = s_player =
-        new Player; // never deleted: threads may wait while the process ends
+    // Never deleted: threads may wait while the process ends.
+    static Player* const s_only = s_player = new Player;
     return *s_only;
 }
 

@@ -111,8 +111,8 @@ void CScreenSource::share(size_t size)
         return;
     m_memory = {static_cast<uint8_t*>(mapped), CUnmap{size}};
     m_segment = xcb_generate_id(m_connection);
-    const auto attached =
-        xcb_shm_attach_fd_checked(m_connection, m_segment, memory.release(), 0); // XCB closes it
+    // XCB closes it.
+    const auto attached = xcb_shm_attach_fd_checked(m_connection, m_segment, memory.release(), 0);
     if (const MallocPtr<xcb_generic_error_t> error{xcb_request_check(m_connection, attached)}) {
         m_memory.reset();
         m_server = Refuses;

@@ -73,8 +73,8 @@ private:
     void unlock();
 
     CSemaphoreHandle m_handle;
-    bool m_wasGiven =
-        false; ///< by native code: may be the first set of the system, and look like the null handle
+    /// By native code: may be the first set of the system, and look like the null handle.
+    bool m_wasGiven = false;
     std::atomic<int> m_count = 0;
     std::atomic<pid_t> m_process = 0;
     std::atomic<pthread_t> m_thread = 0;

@@ -276,8 +276,8 @@ constexpr CGtkKind kinds[] = {
 /// The kind of the nearest class that is known: every widget is at least a GtkWidget.
 const CGtkKind& kindOf(unsigned long type)
 {
-    static CNeverDestroyed<std::unordered_map<unsigned long, const CGtkKind*>>
-        s_known; // another thread may exit
+    // Another thread may exit.
+    static CNeverDestroyed<std::unordered_map<unsigned long, const CGtkKind*>> s_known;
     const CGtkKind*& kind = (*s_known)[type];
     for (unsigned long each = type; each && !kind; each = g::parentType(each)) {
         const std::string name = textOrNone(g::typeName(each));

@@ -107,8 +107,8 @@ public:
     int activate() const; ///< raises the window (see bringToTop); 0
     void deactivate() const {}
     void setForeground() const;
-    void
-    bringToTop() const; ///< raises the window, or its frame under a frame-drawing manager, and its transients
+    /// Raises the window, or its frame under a frame-drawing manager, and its transients.
+    void bringToTop() const;
     void setStyleTopMost() const;
     void clearStyleTopMost() const;
 

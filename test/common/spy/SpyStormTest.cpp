@@ -40,8 +40,8 @@ extern "C" void* shmat(int id, const void*, int flags) noexcept
 namespace {
 constexpr UNIQUEID Transaction = 3;
 constexpr uint32_t Filler = 32;
-constexpr uint32_t HeapSize =
-    0x2000 - 48; ///< with the signature two pages: the first byte behind it is a fence's
+/// With the signature two pages: the first byte behind it is a fence's.
+constexpr uint32_t HeapSize = 0x2000 - 48;
 
 /// A small heap with a container of each kind, and free blocks between them; or without any in the small
 /// pool, so that small blocks come off the end of large ones.

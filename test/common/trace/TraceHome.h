@@ -46,8 +46,8 @@ public:
     /// The lines of a file of the user directory without their line ends; one without a line end counts as a
     /// fault.
     std::vector<std::string> lines(const std::string& file) const;
-    std::vector<std::string>
-    filesLike(const std::string& pattern) const; ///< names in the user directory, by regex
+    /// Names in the user directory, by regex.
+    std::vector<std::string> filesLike(const std::string& pattern) const;
 
 private:
     std::string content(const std::string& file) const;

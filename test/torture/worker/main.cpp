@@ -182,8 +182,8 @@ void flip(CReport& report, unsigned seed)
         attempt(report, [&] { operate(random); });
         CSpyHeap* const heap = CSpyHeap::attached(static_cast<HEAPID>(random() % 3));
         if (heap && random() % 4 == 0) {
-            const size_t near =
-                random() % 2 ? 4096 : heap->size(); // headers and first blocks are what counts
+            // Headers and first blocks are what counts.
+            const size_t near = random() % 2 ? 4096 : heap->size();
             reinterpret_cast<unsigned char*>(heap->header())[random() % near] ^= 1U << random() % 8;
         }
     }

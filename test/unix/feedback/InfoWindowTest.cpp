@@ -153,8 +153,8 @@ TEST(InfoWindow, MovesHidesAndSurvivesBeingCovered)
     EXPECT_TRUE(watch.shows(window, "tip"));
     EXPECT_TRUE(watch.box(window).starts_with("50,60 "));
     const auto [width, height] = watch.sizeOf(window);
-    EXPECT_TRUE(
-        tooltip.getRectangle().equalTo(Rect(60, 50, width, height))); // top, left, height, width: exchanged
+    // Top, left, height, width: exchanged.
+    EXPECT_TRUE(tooltip.getRectangle().equalTo(Rect(60, 50, width, height)));
     tooltip.hide();
     EXPECT_TRUE(within(10s, [&] { return !watch.viewable(window); }));
     tooltip.setText("hidden");

@@ -188,8 +188,8 @@ TEST(WindowSearch, ASearchWithoutRoomOwnsNothing)
     EXPECT_EQ(-1, countWith<TopLevelWindow>(3, owned));
     XLowerWindow(scene.display(), kde);
     scene.sync();
-    EXPECT_EQ(-1, countWith<TopLevelWindow>(
-                      3, atRect)); // the window manager's window takes room, if only at the end
+    // The window manager's window takes room, if only at the end.
+    EXPECT_EQ(-1, countWith<TopLevelWindow>(3, atRect));
     EXPECT_EQ(3, countWith<TopLevelWindow>(4, atRect));
 }
 
