@@ -9,7 +9,7 @@ void CFreeList::advance(CPlace& place)
 
 // In the index
 
-/// Where the heap has what the index says, or what is none for both.
+/// The place in the heap of a block that the index has found; none when it has found none.
 CFreeList::CPlace CFreeList::placeOf(const CFreeTree& tree, const CFreeTree::CFound& sought) const
 {
     if (!sought)
@@ -18,7 +18,7 @@ CFreeList::CPlace CFreeList::placeOf(const CFreeTree& tree, const CFreeTree::CFo
     return {above ? m_heap.blockAt(above->m_offset) : &m_head, m_heap.copyAt(sought->m_offset)};
 }
 
-/// Whether the heap has what the index says. Only damage makes them differ; what is none cannot be compared.
+/// Whether the heap agrees with what the index has found, if it has found anything. Only damage makes them differ.
 bool CFreeList::isWhole(const CPlace& place, const CFreeTree::CFound& sought) const
 {
     if (!sought)

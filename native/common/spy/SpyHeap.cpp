@@ -235,7 +235,7 @@ void CSpyHeap::init()
     setInUse(true);
 }
 
-/// What this process does itself is no reason to look again.
+/// Changes the table of heaps. Only the changes of other processes are a reason to look at it again.
 template <class Change> void CSpyHeap::changeIds(Change change)
 {
     CSpyHeap& base = *getHeap(0);
@@ -250,7 +250,7 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
     CSpyHeap& base = *getHeap(0);
     if (base.m_changeCount != base.header()->m_changeCount.load())
         sync();
-    // What is emptied after this unit may be what it gets.
+    // A heap that this unit has dropped would be emptied at its end, and the new one may get its id.
     if (CSpyJournal::hasDropped())
         CSpyJournal::checkpoint();
     const HEAPID id = base.header()->lowestFreeId();
@@ -262,8 +262,7 @@ CSpyHeap* CSpyHeap::createHeap(UNIQUEID transactionId)
         return nullptr;
     CSpyHeap* pheap = s_pSpyHeap[id].load();
     GX_ASSERT(pheap, "pheap != 0");
-    // Others may still have it attached, and it may hold what a process has left that died before it emptied
-    // it.
+    // Others may still have it attached, with the blocks of a process that died before it emptied it.
     pheap->init();
     CSpyJournal::isFresh(*pheap, 0, pheap->m_size);
     // Last, since a look-up without the mutex finds it from here on.

@@ -32,8 +32,8 @@ uint32_t CSpyHeapBlocks::unlisted(uint32_t size)
     return offset != 0 ? offset : lastFit(m_head.m_largePool, size);
 }
 
-/// Nothing that counts lies in a free block. Headers that were in it when this unit began were kept when it
-/// swallowed them.
+/// The journal need not keep what lies in a free block. Headers of blocks that were joined with it in this unit
+/// were kept then.
 void CSpyHeapBlocks::isTaken(const CBlockCopy& found) const
 {
     CSpyJournal::isFresh(m_heap, found.m_offset + BlockHeader, found.behind());

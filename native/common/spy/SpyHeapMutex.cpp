@@ -107,7 +107,7 @@ CSpyMutex* CSpyHeapMutex::renewAlone()
     return made.release();
 }
 
-/// What other threads may be looking at stays attached.
+/// The mutex in place of one that was removed. What other threads may be looking at stays attached.
 /// @return null when the mutex is there and only busy, a thread of this process is still under it, or the
 /// process ends
 CSpyMutex* CSpyHeapMutex::renewed(CSpyMutex& gone)
@@ -169,7 +169,7 @@ void CSpyHeapMutex::stopThreads()
         CSpyJournal::cut();
 }
 
-/// Most hold the mutex for microseconds. Who takes it from now on gives it back before he does anything.
+/// Most hold the mutex for microseconds, and whoever takes it from now on gives it back at once.
 bool CSpyHeapMutex::isLetGoSoon()
 {
     return within(std::chrono::milliseconds(100), [] { return s_holder == 0; });
@@ -186,7 +186,7 @@ void CSpyHeapMutex::refuseAtEnd(int timeoutMs)
     throw CSpyHeapLockedException();
 }
 
-/// Before anything was done under the mutex.
+/// Gives the mutex back when the process ends, before anything was done under it.
 void CSpyHeapMutex::backOutAtEnd(CSpyMutex& mutex, int timeoutMs)
 {
     if (s_leaver == 0) [[likely]]

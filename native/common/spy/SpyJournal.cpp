@@ -450,7 +450,8 @@ void CSpyJournal::finish()
     header().m_open.store(0);
 }
 
-/// The unit is done, and destructors end units: nothing that a block says may end the process here.
+/// Empties the heaps that the unit has dropped, when it is done. Destructors get here, so nothing is thrown
+/// whatever a damaged heap holds.
 void CSpyJournal::emptyDropped()
 {
     while (!s_dropped->empty()) {
@@ -492,7 +493,7 @@ void CSpyJournal::playBack()
         else
             restoreAll(heaps);
     }
-    // Who has seen heaps come or go that now have not is to look again.
+    // Whoever has seen heaps come or go in what is undone has to look again.
     if (base.m_changeCount.load() != changes)
         base.m_changeCount.store(changes + 1);
     CHeapChange::step();
@@ -518,8 +519,7 @@ void CSpyJournal::playBack()
 
 void CSpyJournal::keep(const void* place, size_t length)
 {
-    // A store without the mutex is one of a word that belongs to nobody else: it has no part in anybody's
-    // unit.
+    // What is stored without the mutex is a word that belongs to its writer alone, and is part of no unit.
     if (!s_segment || s_isPlayingBack || length == 0 || !CSpyHeapMutex::isHeldHere())
         return;
     const CSpyHeap* heap = CSpyHeap::around(place, length);

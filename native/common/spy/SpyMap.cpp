@@ -24,7 +24,7 @@ std::unique_ptr<CSpyVector> newTable(UNIQUEID transactionId, unsigned int bucket
     return table;
 }
 
-/// The key's index in a chain; NotFound, too, when a value is what equals it first.
+/// The key's index in a chain; NotFound also when the first element that equals it is a value.
 template <class Key> unsigned int indexInChain(const CSpyVector& chain, const Key& key)
 {
     const unsigned int index = chain.indexOf(key, 0);

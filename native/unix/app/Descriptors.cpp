@@ -74,7 +74,7 @@ void closeOnExec(int descriptor)
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
-/// A socket goes on to bear the name that it was bound to when its file is given another one.
+/// A socket keeps the name that it was bound to when its file is renamed.
 void closeOnExec(const std::string& path)
 {
     for (const int descriptor : openDescriptors())

@@ -8,8 +8,7 @@
 #include <pthread.h>
 
 namespace {
-/// The port of that number; null when it does not serve the thread, or is no port: a process has one, or
-/// none.
+/// The spy port at that address; null when that is not the port of this process, or it serves another thread.
 CSpyPort* servingPort(jlong spyPort, jlong threadId)
 {
     CSpyPort* const port = CInfestor::getDefaultSpyPort();

@@ -116,8 +116,8 @@ bool isBareRoundTrip(const char* requests, long length)
     return length == sz_xReq && requests[0] == X_GetInputFocus;
 }
 
-/// Called by Xlib, with the display locked, before it sends requests to the server. A loop of Xt that the
-/// program runs itself never comes to block in Xt; what it has changed leaves so.
+/// Called by Xlib, with the display locked, before it sends requests to the server. A program with a main loop
+/// of its own never blocks in Xt; that it has changed something is known by what it sends.
 void onFlush(Display* display, XExtCodes*, const char* sent, long length)
 {
     const unsigned long requests = NextRequest(display);

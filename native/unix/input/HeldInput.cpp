@@ -405,7 +405,7 @@ void CPlayers::begin()
     ++m_events;
 }
 
-/// Until now the record may have named more than is down.
+/// Takes off the record what is up again: while an event lasts it only grows.
 void CPlayers::end()
 {
     const Guard guard(m_mutex);

@@ -160,8 +160,8 @@ void Player::setHotKey(std::atomic<int>& hotKey, int keysym)
         moveGrabs();
 }
 
-/// A key that was and remains a hot key is never let go: when the two change places, and when a press of it
-/// is on its way.
+/// A key that remains a hot key stays grabbed throughout, also when the two change places: a press of it may be
+/// on its way.
 void Player::moveGrabs()
 {
     const CHotKeyCodes before = std::exchange(m_keys, codesOfHotKeys());
@@ -254,7 +254,7 @@ bool Player::isTyped(unsigned code, uint32_t time) const
     return code == m_typed.m_code && time - m_typed.m_time >= repeatDelay();
 }
 
-/// From now on a press is the user's. What came before it was up is handled first.
+/// Once a typed hot key is up its next press is the user's. Presses from before are handled first.
 void Player::noticeRelease()
 {
     Display* const display = usableDisplay();
