@@ -23,8 +23,8 @@ final class LoopChanges {
     static native long await(long known, int milliseconds);
 
     /**
-     * Has a main loop come by that the program runs itself, and that waits for its X server alone: it does not know where
-     * questions come from, nor the timers of the toolkit. Any thread; does not wait.
+     * Wakes a main loop that the program runs itself and that waits for its X server alone: it heeds neither the descriptor
+     * that questions come by nor the timers of the toolkit. Any thread; does not wait.
      */
     static native void knock();
 }

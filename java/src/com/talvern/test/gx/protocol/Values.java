@@ -11,7 +11,7 @@ import java.util.function.Function;
 
 /**
  * Values on their way between engine and application, in a block of bytes: one side adds them, the other takes them in
- * the same order. Each has its kind in front of it, so what is no block of that order is found out.
+ * the same order. Each has its kind in front of it; one of another kind than is asked for is refused.
  */
 public final class Values {
     private static final byte NULL = 0;
