@@ -48,9 +48,9 @@ public:
             die("no home directory");
         m_path = name;
         setenv("HOME", name, 1);
-        setenv("XDG_CONFIG_HOME", (m_path + "/.config").c_str(), 1);
-        setenv("XDG_CACHE_HOME", (m_path + "/.cache").c_str(), 1);
-        setenv("XDG_DATA_HOME", (m_path + "/.local").c_str(), 1);
+        giveDirectory("XDG_CONFIG_HOME", "/.config");
+        giveDirectory("XDG_CACHE_HOME", "/.cache");
+        giveDirectory("XDG_DATA_HOME", "/.local");
         setenv("XDG_RUNTIME_DIR", name, 1);
         writeCookie(m_path + "/.Xauthority");
     }
@@ -62,6 +62,14 @@ public:
     }
 
 private:
+    /// There before programs come: GTK 2 makes none, and complains with each file that a dialog takes.
+    void giveDirectory(const char* variable, const char* name) const
+    {
+        const std::string path = m_path + name;
+        if (mkdir(path.c_str(), 0700) != 0)
+            die("no home directory");
+        setenv(variable, path.c_str(), 1);
+    }
     /// One cookie for every X server of the session: the entry names neither a host nor a display.
     static void writeCookie(const std::string& path)
     {
@@ -212,6 +220,7 @@ void leaveDesktop()
                              "WAYLAND_DISPLAY", "SESSION_MANAGER"})
         unsetenv(name);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    setenv("GSETTINGS_BACKEND", "memory", 0); // the usual one writes over the bus
     setenv("NO_AT_BRIDGE", "1", 1);
     setenv("GTK_A11Y", "none", 1);
 }
