@@ -92,7 +92,7 @@ class WidgetTest extends ShownProgram {
     void rowsOutOfSightAreScrolledThereAndUsed(String program) throws Exception {
         start(program);
         application.tab("Rows").click();
-        Widget table = application.find(Query.name("table"));
+        Widget table = application.find(Query.role(Role.TABLE, Role.LIST).name("table"));
         List<List<String>> rows = table.rows();
         assertEquals(300, rows.size());
         assertEquals("row 299", rows.get(299).get(0));
@@ -103,7 +103,7 @@ class WidgetTest extends ShownProgram {
         table.select(298);
         assertEquals(List.of("row 298"), table.view().rows().stream().filter(WidgetView.Row::selected)
             .map(row -> row.cells().get(0)).toList());
-        fails(WidgetException.NotFound.class, "application.find(Query.name(\"table\")).cell(\"row 300\", 0) of ", table,
+        fails(WidgetException.NotFound.class, ".name(\"table\")).cell(\"row 300\", 0) of ", table,
             asked -> asked.select("row 300"));
         fails(WidgetException.NotFound.class, "there is:\n  item \"row 29", table, asked -> asked.cell("row 30x", 0).click());
         fails(WidgetException.Ambiguous.class, "item \"row 29\"", table,

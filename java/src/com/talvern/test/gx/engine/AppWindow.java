@@ -50,7 +50,7 @@ public final class AppWindow implements WidgetScope {
     private static String pathTo(WidgetView view, List<WidgetView> all) {
         String caption = captionOf(view);
         return all.stream().filter(each -> captionOf(each).equals(caption)).count() == 1
-            ? "awaitWindow(" + Query.literal(caption) + ")" : "windows().get(" + all.indexOf(view) + ")";
+            ? "awaitWindow(" + WidgetQuery.literal(caption) + ")" : "windows().get(" + all.indexOf(view) + ")";
     }
 
     static boolean isWindow(WidgetView view) {
@@ -103,7 +103,7 @@ public final class AppWindow implements WidgetScope {
     @Override
     public Widget find(Query query) {
         return new Widget(application, path, "find(" + query + ")",
-            new Widget.Finder(tree -> now(tree).stream().toList(), query::find), patience);
+            new Widget.Finder(tree -> now(tree).stream().toList(), WidgetQuery.of(query)::find), patience);
     }
 
     /**

@@ -243,7 +243,7 @@ public final class Application implements AutoCloseable, WidgetScope {
 
     @Override
     public Widget find(Query query) {
-        return new Widget(this, "application", "find(" + query + ")", Widget.Finder.of(query::find), patience);
+        return new Widget(this, "application", "find(" + query + ")", Widget.Finder.of(WidgetQuery.of(query)::find), patience);
     }
 
     /** @return the windows that are on the screen, those without a caption as well; no menus */
@@ -276,7 +276,7 @@ public final class Application implements AutoCloseable, WidgetScope {
      */
     public AppWindow awaitWindow(java.util.regex.Pattern caption) {
         return AppWindow.await(this, "a window like " + caption, windows -> windows.stream()
-            .filter(view -> Query.matches(caption, AppWindow.captionOf(view))).toList(), patience);
+            .filter(view -> WidgetQuery.matches(caption, AppWindow.captionOf(view))).toList(), patience);
     }
 
     /**

@@ -46,7 +46,7 @@ final class Choice {
 
     private Widget entry(Set<Long> known, String text) {
         application.pointer().pauseBetweenClicks(); // some menus take a quick second press for a part of the first
-        return new Widget(application, opener.path(), "choose(" + Query.literal(text) + ")",
+        return new Widget(application, opener.path(), "choose(" + WidgetQuery.literal(text) + ")",
             new Widget.Finder(tree -> opened(tree, known, text), place -> entries(place, text)), patience, 0);
     }
 

@@ -91,7 +91,7 @@ final class Locator {
     private static Stream<Widget> questions(WidgetScope scope, WidgetView view) {
         List<Widget> questions = new ArrayList<>();
         Query role = Query.role(view.role());
-        List<String> names = Stream.of(view.textCut() ? "" : Query.callName(view), view.label(), view.tip())
+        List<String> names = Stream.of(view.textCut() ? "" : WidgetQuery.callName(view), view.label(), view.tip())
             .filter(Locator::isName).distinct().toList();
         names.forEach(name -> questions.add(called(scope, view, name)));
         names.forEach(name -> questions.add(scope.find(role.called(name))));

@@ -9,7 +9,7 @@ import java.util.function.Supplier;
 
 /** Plays the menus of an application: opens, scrolls, chooses, closes them. */
 final class Menus {
-    private static final Query TORN_BY = Query.role(Role.ITEM).named("TearOffControl");
+    private static final WidgetQuery TORN_BY = Query.role(Role.ITEM).named("TearOffControl");
 
     private final Application application;
     private final Pointer pointer;

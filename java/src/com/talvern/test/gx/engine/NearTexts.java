@@ -38,7 +38,7 @@ final class NearTexts {
 
     /** A button with a picture alone is called by its tip, or by the program's name for it. */
     private static Stream<String> names(WidgetView view) {
-        String name = Query.callName(view);
+        String name = WidgetQuery.callName(view);
         String shown = name.isBlank() ? view.text() : name;
         String own = shown.isBlank() && CALLED_BY_NAME.contains(view.role()) ? view.name() : "";
         return Stream.of(shown, view.tip(), own).filter(each -> !each.isBlank());

@@ -68,9 +68,9 @@ final class Rows {
     /** @return as many as match */
     List<WidgetView> cells(RowQuery query, int column) {
         if (isOfWidgets()) {
-            return partOf(Query.matching(() -> query.pick(entries(), Rows::textsOf)), column);
+            return partOf(WidgetQuery.matching(() -> query.pick(entries(), Rows::textsOf)), column);
         }
-        return cells(areAllInSight() ? Query.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)) : application.findRows(list.id(), query), column);
+        return cells(areAllInSight() ? WidgetQuery.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)) : application.findRows(list.id(), query), column);
     }
 
     /** An entry is one cell, or as many as it has labels. */

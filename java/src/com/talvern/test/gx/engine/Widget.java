@@ -126,7 +126,7 @@ public final class Widget implements WidgetScope {
 
     @Override
     public Widget find(Query query) {
-        return derived("find(" + query + ")", query::find);
+        return derived("find(" + query + ")", WidgetQuery.of(query)::find);
     }
 
     @Override
@@ -394,7 +394,7 @@ public final class Widget implements WidgetScope {
      * @return the cell
      */
     public Widget cell(String row, int column) {
-        return cell(Query.literal(row), RowQuery.of(row), column);
+        return cell(WidgetQuery.literal(row), RowQuery.of(row), column);
     }
 
     /**
@@ -405,7 +405,7 @@ public final class Widget implements WidgetScope {
      * @return the cell
      */
     public Widget cell(Pattern row, int column) {
-        return cell(Query.literal(row), RowQuery.of(row), column);
+        return cell(WidgetQuery.literal(row), RowQuery.of(row), column);
     }
 
     private Widget cell(String literal, RowQuery row, int inColumn) {
@@ -495,7 +495,7 @@ public final class Widget implements WidgetScope {
      */
     public void edit(String text) {
         long table = view().id();
-        Widget field = new Widget(application, path(), "edit(" + Query.literal(text) + ")",
+        Widget field = new Widget(application, path(), "edit(" + WidgetQuery.literal(text) + ")",
             Finder.of(tree -> tree.all().filter(view -> view.id() == table)
                 .flatMap(view -> Kinds.FIELD.find(view).stream()).filter(WidgetView::showing).toList()), patience);
         if (!field.exists()) {

@@ -22,7 +22,7 @@ public interface WidgetScope {
      * @return what a user would call a button: one to push, one that stays pressed, one of a tool bar
      */
     default Widget button(String name) {
-        return find(Kinds.BUTTON.called(name)).knownAs("button(" + Query.literal(name) + ")");
+        return find(Kinds.BUTTON.called(name)).knownAs("button(" + WidgetQuery.literal(name) + ")");
     }
 
     /**
@@ -30,7 +30,7 @@ public interface WidgetScope {
      * @return the button
      */
     default Widget button(Pattern name) {
-        return find(Kinds.BUTTON.called(name)).knownAs("button(" + Query.literal(name) + ")");
+        return find(Kinds.BUTTON.called(name)).knownAs("button(" + WidgetQuery.literal(name) + ")");
     }
 
     /**
@@ -38,7 +38,7 @@ public interface WidgetScope {
      * @return what can be ticked or switched: check boxes, radio buttons, buttons that stay pressed, switches
      */
     default Widget toggle(String name) {
-        return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + Query.literal(name) + ")");
+        return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + WidgetQuery.literal(name) + ")");
     }
 
     /**
@@ -46,7 +46,7 @@ public interface WidgetScope {
      * @return what can be ticked or switched
      */
     default Widget toggle(Pattern name) {
-        return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + Query.literal(name) + ")");
+        return find(Kinds.TOGGLE.called(name)).knownAs("toggle(" + WidgetQuery.literal(name) + ")");
     }
 
     /** @return the only field there is */
@@ -59,7 +59,7 @@ public interface WidgetScope {
      * @return what takes or shows typed text: text fields and areas, spin buttons, combo boxes to type into
      */
     default Widget field(String label) {
-        return find(Kinds.FIELD.called(label)).knownAs("field(" + Query.literal(label) + ")");
+        return find(Kinds.FIELD.called(label)).knownAs("field(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -67,7 +67,7 @@ public interface WidgetScope {
      * @return the field
      */
     default Widget field(Pattern label) {
-        return find(Kinds.FIELD.called(label)).knownAs("field(" + Query.literal(label) + ")");
+        return find(Kinds.FIELD.called(label)).knownAs("field(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -75,7 +75,7 @@ public interface WidgetScope {
      * @return the label
      */
     default Widget label(String text) {
-        return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + Query.literal(text) + ")");
+        return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + WidgetQuery.literal(text) + ")");
     }
 
     /**
@@ -83,7 +83,7 @@ public interface WidgetScope {
      * @return the label
      */
     default Widget label(Pattern text) {
-        return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + Query.literal(text) + ")");
+        return find(Query.role(Role.LABEL).text(text)).knownAs("label(" + WidgetQuery.literal(text) + ")");
     }
 
     /** @return the only list, table or tree there is */
@@ -96,7 +96,7 @@ public interface WidgetScope {
      * @return a list, table or tree
      */
     default Widget list(String label) {
-        return find(Kinds.ROWS.called(label)).knownAs("list(" + Query.literal(label) + ")");
+        return find(Kinds.ROWS.called(label)).knownAs("list(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -104,7 +104,7 @@ public interface WidgetScope {
      * @return a list, table or tree
      */
     default Widget list(Pattern label) {
-        return find(Kinds.ROWS.called(label)).knownAs("list(" + Query.literal(label) + ")");
+        return find(Kinds.ROWS.called(label)).knownAs("list(" + WidgetQuery.literal(label) + ")");
     }
 
     /** @return the only list, table or tree there is */
@@ -117,7 +117,7 @@ public interface WidgetScope {
      * @return a list, table or tree
      */
     default Widget table(String label) {
-        return find(Kinds.ROWS.called(label)).knownAs("table(" + Query.literal(label) + ")");
+        return find(Kinds.ROWS.called(label)).knownAs("table(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -125,7 +125,7 @@ public interface WidgetScope {
      * @return a list, table or tree
      */
     default Widget table(Pattern label) {
-        return find(Kinds.ROWS.called(label)).knownAs("table(" + Query.literal(label) + ")");
+        return find(Kinds.ROWS.called(label)).knownAs("table(" + WidgetQuery.literal(label) + ")");
     }
 
     /** @return the only combo box or option menu there is */
@@ -138,7 +138,7 @@ public interface WidgetScope {
      * @return the combo box, or option menu
      */
     default Widget comboBox(String label) {
-        return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + Query.literal(label) + ")");
+        return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -146,7 +146,7 @@ public interface WidgetScope {
      * @return the combo box, or option menu
      */
     default Widget comboBox(Pattern label) {
-        return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + Query.literal(label) + ")");
+        return find(Kinds.CHOICE.called(label)).knownAs("comboBox(" + WidgetQuery.literal(label) + ")");
     }
 
     /** @return the only option menu or combo box there is */
@@ -159,7 +159,7 @@ public interface WidgetScope {
      * @return the option menu, or combo box
      */
     default Widget optionMenu(String label) {
-        return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + Query.literal(label) + ")");
+        return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -167,7 +167,7 @@ public interface WidgetScope {
      * @return the option menu, or combo box
      */
     default Widget optionMenu(Pattern label) {
-        return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + Query.literal(label) + ")");
+        return find(Kinds.CHOICE.called(label)).knownAs("optionMenu(" + WidgetQuery.literal(label) + ")");
     }
 
     /** @return the only slider there is */
@@ -180,7 +180,7 @@ public interface WidgetScope {
      * @return the slider, for {@link Widget#set(double)}
      */
     default Widget slider(String label) {
-        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + Query.literal(label) + ")");
+        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -188,7 +188,7 @@ public interface WidgetScope {
      * @return the slider
      */
     default Widget slider(Pattern label) {
-        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + Query.literal(label) + ")");
+        return find(Kinds.SLIDER.called(label)).knownAs("slider(" + WidgetQuery.literal(label) + ")");
     }
 
     /**
@@ -196,7 +196,7 @@ public interface WidgetScope {
      * @return the tab that brings a page to the front
      */
     default Widget tab(String name) {
-        return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + Query.literal(name) + ")");
+        return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + WidgetQuery.literal(name) + ")");
     }
 
     /**
@@ -204,6 +204,6 @@ public interface WidgetScope {
      * @return the tab that brings a page to the front
      */
     default Widget tab(Pattern name) {
-        return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + Query.literal(name) + ")");
+        return find(Query.role(Role.TAB).called(name)).knownAs("tab(" + WidgetQuery.literal(name) + ")");
     }
 }

@@ -5,6 +5,7 @@ import com.talvern.test.gx.engine.Application;
 import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Role;
 import com.talvern.test.gx.engine.Widget;
+import com.talvern.test.gx.engine.WidgetQuery;
 import com.talvern.test.gx.engine.WidgetView;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
@@ -31,10 +32,8 @@ final class Line {
     private static final Map<Class<?>, Set<String>> CALLABLE = Map.of(
         Application.class, with("awaitWindow", "awaitDialog", "windows"), AppWindow.class, SCOPE,
         Widget.class, with("at", "cell"), List.class, Set.of("get"),
-        Query.class, Set.of("role", "any", "name", "named", "text", "label", "called", "at", "in"));
-
-    /** Those of Query that are static: Java takes them behind a query, too, which is then forgotten. */
-    private static final Set<String> BEGINNINGS = Set.of("role", "any", "name");
+        Query.class, Set.of("role", "any", "name"), // a query begins with these, and goes on with the next
+        WidgetQuery.class, Set.of("role", "name", "named", "text", "label", "called", "at", "in"));
 
     /** What was typed is no line that can be asked. */
     static final class Unclear extends Exception {
@@ -173,10 +172,6 @@ final class Line {
             throw new Unclear("\"" + name + "\" asks for nothing here; there is: "
                 + String.join(", ", CALLABLE.getOrDefault(type, Set.of()).stream().sorted().toList()));
         }
-        if (target instanceof Query && BEGINNINGS.contains(name)) {
-            throw new Unclear("\"" + name + "\" begins a query, and what stands before it would be forgotten: begin with it"
-                + (name.equals("name") ? ", or go on with named" : ""));
-        }
         return call(type, target, name, values());
     }
 
@@ -254,7 +249,9 @@ final class Line {
 
     private static Object call(Class<?> type, Object target, String name, List<Object> values) throws Unclear {
         if (name.equals("role") && !values.isEmpty() && values.stream().allMatch(Role.class::isInstance)) {
-            return Query.role((Role) values.get(0), values.stream().skip(1).toArray(Role[]::new));
+            Role role = (Role) values.get(0);
+            Role[] others = values.stream().skip(1).toArray(Role[]::new);
+            return target instanceof WidgetQuery query ? query.role(role, others) : Query.role(role, others);
         }
         Method method = Arrays.stream(type.getMethods()).filter(each -> each.getName().equals(name)
             && fits(each.getParameterTypes(), values)).findFirst()
@@ -268,8 +265,6 @@ final class Line {
             throw new IllegalStateException(thrown.getCause());
         } catch (IllegalAccessException impossible) {
             throw new IllegalStateException(impossible);
-        } catch (NullPointerException ofAnObject) {
-            throw new Unclear("\"" + name + "\" is not what a query begins with");
         }
     }
 
