@@ -4,6 +4,7 @@
 #include "Asked.h"
 #include "GtkFormShown.h"
 
+#include <initializer_list>
 #include <string>
 
 namespace Shown {
@@ -60,11 +61,10 @@ inline GtkWidget* longTable(int count)
     return view;
 }
 
-/// Two rows, the first of which is open and has 40 below it.
-inline GtkWidget* tree()
+inline GtkWidget* treeOf(std::initializer_list<const char*> names)
 {
     GtkTreeStore* const store = gtk_tree_store_new(1, G_TYPE_STRING);
-    for (const char* const name : {"fruit", "bread"}) {
+    for (const char* const name : names) {
         GtkTreeIter parent, row;
         gtk_tree_store_append(store, &parent, nullptr);
         gtk_tree_store_set(store, &parent, 0, name, -1);
@@ -72,11 +72,62 @@ inline GtkWidget* tree()
             gtk_tree_store_append(store, &row, &parent);
             gtk_tree_store_set(store, &row, 0, (name + std::to_string(number)).c_str(), -1);
         }
+        gtk_tree_store_append(store, &parent, &row);
+        gtk_tree_store_set(store, &parent, 0, (name + std::to_string(39)).c_str(), -1);
     }
-    GtkWidget* const view = gtk_tree_view_new_with_model(GTK_TREE_MODEL(store));
-    gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Food", gtk_cell_renderer_text_new(),
+    return gtk_tree_view_new_with_model(GTK_TREE_MODEL(store));
+}
+
+inline void addTextColumn(GtkWidget* view, const char* title)
+{
+    gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, title, gtk_cell_renderer_text_new(),
                                                 "text", 0, nullptr);
+}
+
+inline void onRow(GtkTreeView*, GtkTreeIter*, GtkTreePath* path, gpointer what)
+{
+    char* const text = gtk_tree_path_to_string(path);
+    say(static_cast<const char*>(what), text);
+    g_free(text);
+}
+
+inline void sayOpening(GtkWidget* view)
+{
+    g_signal_connect(view, "row-expanded", G_CALLBACK(onRow), const_cast<char*>("expanded"));
+    g_signal_connect(view, "row-collapsed", G_CALLBACK(onRow), const_cast<char*>("collapsed"));
+}
+
+/// Two rows, the first of which is open and has 40 below it, and the last of those one that says the same.
+inline GtkWidget* tree()
+{
+    GtkWidget* const view = treeOf({"fruit", "bread"});
+    addTextColumn(view, "Food");
     gtk_tree_view_expand_row(GTK_TREE_VIEW(view), gtk_tree_path_new_from_string("0"), FALSE);
+    sayOpening(view);
+    return view;
+}
+
+/// What opens its rows stands in the second of two columns, which is wider than what shows of it.
+inline GtkWidget* treeOpenedInside()
+{
+    GtkWidget* const view = treeOf({"north", "south"});
+    addTextColumn(view, "Before");
+    addTextColumn(view, "Opens");
+    GtkTreeViewColumn* const second = gtk_tree_view_get_column(GTK_TREE_VIEW(view), 1);
+    gtk_tree_view_column_set_min_width(second, 300);
+    gtk_tree_view_set_expander_column(GTK_TREE_VIEW(view), second);
+    gtk_tree_view_set_level_indentation(GTK_TREE_VIEW(view), 30);
+    sayOpening(view);
+    return view;
+}
+
+/// Nothing shows that opens its rows.
+inline GtkWidget* treeWithoutExpanders()
+{
+    GtkWidget* const view = treeOf({"spring", "autumn"});
+    addTextColumn(view, "Season");
+    gtk_tree_view_set_show_expanders(GTK_TREE_VIEW(view), FALSE);
+    sayOpening(view);
     return view;
 }
 
@@ -106,6 +157,17 @@ inline GtkWidget* rowsPage(int count)
         gtk_container_add(GTK_CONTAINER(flow), gtk_label_new(("card " + name).c_str()));
     }
 #endif
+    return page;
+}
+
+inline GtkWidget* treesPage()
+{
+    GtkWidget* const page = gtk_hbox_new(FALSE, 2);
+    scrolled(page, treeOpenedInside(), "opened inside");
+    scrolled(page, treeWithoutExpanders(), "without expanders");
+    GtkWidget* const mirrored = scrolled(page, treeOpenedInside(), "mirrored");
+    gtk_widget_set_direction(mirrored, GTK_TEXT_DIR_RTL);
+    gtk_widget_set_direction(gtk_widget_get_parent(mirrored), GTK_TEXT_DIR_RTL);
     return page;
 }
 

@@ -164,6 +164,7 @@ inline void addPages(GtkWidget* box, int count, int rows)
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), scrolled, gtk_label_new("First"));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("behind"), gtk_label_new("Second"));
     gtk_notebook_append_page(GTK_NOTEBOOK(pages), rowsPage(rows), gtk_label_new("Rows"));
+    gtk_notebook_append_page(GTK_NOTEBOOK(pages), treesPage(), gtk_label_new("Trees"));
     for (int number = 4; number <= 40; ++number)
         gtk_notebook_append_page(GTK_NOTEBOOK(pages), gtk_label_new("empty"),
                                  gtk_label_new(("Page " + std::to_string(number)).c_str()));

@@ -63,6 +63,7 @@ void addContainer(Widget parent, const char* name, unsigned char layout, int cou
     XmString titles[] = {made("Name"), made("Size")};
     const Widget container = XtVaCreateManagedWidget(
         name, xmContainerWidgetClass, scrolled, XmNlayoutType, layout, XmNentryViewType, XmSMALL_ICON,
+        XmNoutlineButtonPolicy, layout == XmDETAIL ? XmOUTLINE_BUTTON_ABSENT : XmOUTLINE_BUTTON_PRESENT,
         XmNdetailColumnHeading, titles, XmNdetailColumnHeadingCount, 2, nullptr);
     const Widget folder = icon(container, "folder", {"10"}, nullptr);
     for (int number = 0; number < count; ++number)

@@ -126,12 +126,32 @@ class WidgetTest extends ShownProgram {
         assertEquals(List.of("row 120", "true"), table.rows().get(120));
     }
 
-    private void listsOfOtherKindsAreScrolled(String program) {
+    /** The tree has two rows. */
+    private void rowsAreOpenedAndClosed(String name, String first, String second) throws Exception {
+        Widget tree = application.find(Query.name(name));
+        tree.expand(second);
+        says("expanded 1");
+        tree.expand(second + "39"); // with one that says the same below it
+        says("expanded 1:39");
+        tree.expand(second + "39");
+        assertTrue(tree.view().rows().stream().anyMatch(row -> row.depth() == 1 && Boolean.TRUE.equals(row.open())));
+        fails(WidgetException.NotReady.class, "it has no rows below it", tree, asked -> asked.expand(second + "7"));
+        tree.expand(Pattern.compile(second));
+        tree.collapse(second);
+        says("collapsed 1");
+        tree.expand(0);
+        tree.collapse(0);
+        tree.collapse(first);
+    }
+
+    private void listsOfOtherKindsAreScrolled(String program) throws Exception {
         Widget tree = application.find(Query.name("tree"));
         assertEquals(42, tree.rows().size()); // the rows below the second are closed
         tree.select("fruit35");
         assertEquals("fruit35", tree.cell(36, 0).text());
         tree.select("bread");
+        rowsAreOpenedAndClosed("tree", "fruit", "bread");
+        says("collapsed 0");
         application.find(Query.name("icons")).select("icon 55");
         application.find(Query.name("icons")).select(3);
         if (program.startsWith("gtk3")) {
@@ -139,6 +159,13 @@ class WidgetTest extends ShownProgram {
             application.find(Query.name("flow")).select(28);
             assertEquals(List.of("card 7"), application.find(Query.name("flow")).rows().get(7));
         }
+        application.tab("Trees").click();
+        for (String name : List.of("opened inside", "mirrored")) {
+            rowsAreOpenedAndClosed(name, "north", "south");
+            says("expanded 0");
+            says("collapsed 0");
+        }
+        rowsAreOpenedAndClosed("without expanders", "spring", "autumn");
     }
 
     @ParameterizedTest

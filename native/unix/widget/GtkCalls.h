@@ -120,6 +120,11 @@ LATE_GTK(int, (_GtkWidget*, void**, void**), visibleRange, "gtk_tree_view_get_vi
 LATE_GTK(int, (_GtkWidget*, void*), isExpanded, "gtk_tree_view_row_expanded")
 LATE_GTK(_GdkDrawable*, (_GtkWidget*), binWindow, "gtk_tree_view_get_bin_window")
 LATE_GTK(void, (_GtkWidget*, void*, void*, _GtkAllocation*), cellArea, "gtk_tree_view_get_background_area")
+LATE_GTK(void, (_GtkWidget*, void*, void*, _GtkAllocation*), contentArea, "gtk_tree_view_get_cell_area")
+LATE_GTK(void*, (_GtkWidget*), expanderColumn, "gtk_tree_view_get_expander_column")
+LATE_GTK(void, (_GtkWidget*, int, int, int*, int*), toTreePlace,
+         "gtk_tree_view_convert_bin_window_to_tree_coords")
+LATE_GTK(void, (_GtkWidget*, int, int), scrollToTreePlace, "gtk_tree_view_scroll_to_point")
 LATE_GTK(int, (void*, void*), isPathSelected, "gtk_tree_selection_path_is_selected")
 LATE_GTK(const char*, (void*), columnTitle, "gtk_tree_view_column_get_title")
 LATE_GTK(int, (void*), isColumnVisible, "gtk_tree_view_column_get_visible")

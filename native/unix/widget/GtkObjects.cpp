@@ -110,6 +110,12 @@ void* objectOf(void* object, const char* property)
     return value ? g::objectOf(value.get()) : nullptr;
 }
 
+bool isMirrored(_GtkWidget* widget)
+{
+    constexpr int rightToLeft = 2; // GTK_TEXT_DIR_RTL
+    return gtk::direction(widget) == rightToLeft;
+}
+
 unsigned long xWindowOf(_GtkWidget* widget)
 {
     _GdkDrawable* const window = gtk::hasWindow(widget) ? _gtk_widget_get_window(widget) : nullptr;

@@ -68,6 +68,8 @@ std::optional<double> numberOf(void* object, const char* property);
 std::string textOf(void* object, const char* property);
 void* objectOf(void* object, const char* property); ///< borrowed from the object; null for none
 
+/// Whether it is laid out from right to left.
+bool isMirrored(_GtkWidget* widget);
 /// The X window of a widget; 0 when it has none of its own.
 unsigned long xWindowOf(_GtkWidget* widget);
 /// Whether a window shows: one that is iconified or withdrawn stays mapped for GTK.

@@ -122,6 +122,27 @@ std::vector<void*> shownColumns(_GtkWidget* view)
     return columns;
 }
 
+/// What a press opens and closes a row on, in the coordinates of rows: before what a column shows of it.
+/// Nothing where the program hides it.
+std::optional<_GtkAllocation> expanderOf(_GtkWidget* view, void* path)
+{
+    void* const column = gtk::expanderColumn(view);
+    if (!column || !gtk::isColumnVisible(column) || !truthOf(view, "show-expanders").value_or(true))
+        return std::nullopt;
+    _GtkAllocation whole{}, content{};
+    gtk::cellArea(view, path, column, &whole);
+    gtk::contentArea(view, path, column, &content);
+    const bool mirrored = isMirrored(view);
+    const int before = mirrored ? whole.x + whole.width - content.x - content.width : content.x - whole.x;
+    const int depth = std::max(gtk::pathDepth(path), 1);
+    const int size = (before - (depth - 1) * intOf(view, "level-indentation").value_or(0)) / depth;
+    if (size <= 0)
+        return std::nullopt;
+    // GTK indents what rows show alone: what opens them stays behind.
+    const int left = mirrored ? whole.x + whole.width - depth * size : whole.x + (depth - 1) * size;
+    return _GtkAllocation{left, whole.y, size, whole.height};
+}
+
 Rect joined(const Rect& one, const Rect& other)
 {
     if (one.getWidth() == 0 || other.getWidth() == 0)
@@ -156,6 +177,8 @@ public:
 private:
     CWidgetCell readCell(CRowWalk& walk, void* column);
     Rect placeOf(void* path, void* column);
+    Rect placeOf(const _GtkAllocation& area);
+    void readBelow(CRowWalk& walk, CWidgetRow& row);
 
     _GtkWidget* m_view;
     CGdkPlaces& m_places;
@@ -166,11 +189,16 @@ private:
     int m_height = 0;
 };
 
-/// What is scrolled out of sight lies beyond the window, or behind the titles.
 Rect CTreeRows::placeOf(void* path, void* column)
 {
     _GtkAllocation area{};
     gtk::cellArea(m_view, path, column, &area);
+    return placeOf(area);
+}
+
+/// What is scrolled out of sight lies beyond the window, or behind the titles.
+Rect CTreeRows::placeOf(const _GtkAllocation& area)
+{
     const Rect seen = clipped(Rect(area.y, area.x, area.height, area.width), m_width, m_height);
     return seen.getWidth() == 0 ? Rect()
                                 : m_places.onScreen(m_window, {seen.getLeft(), seen.getTop(), seen.getWidth(),
@@ -191,6 +219,15 @@ std::vector<std::string> CTreeRows::readTexts(CRowWalk& walk)
     return texts;
 }
 
+void CTreeRows::readBelow(CRowWalk& walk, CWidgetRow& row)
+{
+    if (!gtk::hasRowsBelow(m_model, walk.row()))
+        return;
+    row.open = walk.isExpanded();
+    if (const auto area = expanderOf(m_view, walk.path()))
+        row.expander = placeOf(*area);
+}
+
 CWidgetRow CTreeRows::read(CRowWalk& walk)
 {
     CWidgetRow row;
@@ -201,6 +238,7 @@ CWidgetRow CTreeRows::read(CRowWalk& walk)
         cell.box = placeOf(walk.path(), column);
         row.box = joined(row.box, cell.box);
     }
+    readBelow(walk, row);
     return row;
 }
 
@@ -342,13 +380,35 @@ std::vector<CWidgetRow> rowsOfIcons(_GtkWidget* view, size_t first, size_t count
     return rows;
 }
 
+/// GTK may have scrolled to the other end of a column that is wider than what there is room for.
+bool scrollToExpander(_GtkWidget* view, void* path, _GtkAllocation& place)
+{
+    gtk::scrollToCell(view, path, nullptr, 0, 0, 0);
+    const std::optional<_GtkAllocation> area = expanderOf(view, path);
+    if (!area)
+        return false;
+    int x = 0, inTree = 0, unused = 0;
+    gtk::fromBinWindow(view, area->x, area->y, &x, &unused);
+    gtk::toTreePlace(view, area->x, area->y, &inTree, &unused);
+    _GtkAllocation all{};
+    _gtk_widget_get_allocation(view, &all);
+    if (x < 0 || x + area->width > all.width)
+        gtk::scrollToTreePlace(view, x < 0 ? inTree : inTree + area->width - all.width, -1);
+    place = expanderOf(view, path).value_or(*area);
+    gtk::fromBinWindow(view, place.x, place.y, &place.x, &place.y);
+    return true;
+}
+
 bool scrollToTreeRow(_GtkWidget* view, void* path, int column, _GtkAllocation& place)
 {
     const std::vector<void*> columns = shownColumns(view);
     void* const model = gtk::treeModel(view);
     GxTreeIter row;
-    if (!model || !gtk::modelRow(model, &row, path) || column < 0 ||
-        static_cast<size_t>(column) >= columns.size())
+    if (!model || !gtk::modelRow(model, &row, path))
+        return false;
+    if (column < 0)
+        return scrollToExpander(view, path, place);
+    if (static_cast<size_t>(column) >= columns.size())
         return false;
     void* const shown = columns[static_cast<size_t>(column)];
     gtk::scrollToCell(view, path, shown, 0, 0, 0);

@@ -3,8 +3,7 @@
 #include "unix/widget/GtkObjects.h"
 
 namespace {
-constexpr int horizontal = 0;  // GTK_ORIENTATION_HORIZONTAL
-constexpr int rightToLeft = 2; // GTK_TEXT_DIR_RTL
+constexpr int horizontal = 0; // GTK_ORIENTATION_HORIZONTAL
 
 Rect movedInto(const Rect& widget, const _GtkAllocation& part)
 {
@@ -31,6 +30,6 @@ std::optional<CScrollBar> gtkScrollBar(_GtkWidget* widget)
     bar.thumb = movedInto(box, thumb);
     bar.least = numberOf(adjustment, "lower").value_or(0);
     bar.most = numberOf(adjustment, "upper").value_or(0) - numberOf(adjustment, "page-size").value_or(0);
-    bar.fromFarEnd = gtk::isInverted(widget) != (lies && gtk::direction(widget) == rightToLeft);
+    bar.fromFarEnd = gtk::isInverted(widget) != (lies && isMirrored(widget));
     return bar;
 }

@@ -446,10 +446,10 @@ std::vector<std::vector<std::string>> CMotifWidgets::texts(unsigned long id, siz
                                           : std::vector<std::vector<std::string>>();
 }
 
-bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int) const
+bool CMotifWidgets::revealRow(unsigned long id, const std::string& path, int column) const
 {
     const Widget widget = findIn(allShells(), id);
-    const Widget shown = widget ? showXtRow(widget, path) : nullptr;
+    const Widget shown = widget ? showXtRow(widget, path, column < 0) : nullptr;
     if (shown)
         reveal(reinterpret_cast<unsigned long>(shown));
     return shown != nullptr;

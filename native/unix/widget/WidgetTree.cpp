@@ -30,11 +30,19 @@ public:
 private:
     void write(const CWidgetNode& node);
     void writeTexts(const std::vector<std::string>& texts);
+    void add(const std::optional<Rect>& box);
     void writeText(std::string_view text) { m_whole = m_out.add(text) && m_whole; }
 
     CValueBlock m_out{CTreeLimits::characters, CTreeLimits::allTexts};
     bool m_whole = true; ///< no text of the widget that is being written was cut
 };
+
+void CTreeWriter::add(const std::optional<Rect>& box)
+{
+    m_out.add(box.has_value());
+    if (box)
+        m_out.add(*box);
+}
 
 void CTreeWriter::writeTexts(const std::vector<std::string>& texts)
 {
@@ -56,6 +64,8 @@ void CTreeWriter::write(const std::vector<CWidgetRow>& rows)
             m_out.add(cell.checked);
             m_out.add(cell.box);
         }
+        m_out.add(row.open);
+        add(row.expander);
     }
 }
 

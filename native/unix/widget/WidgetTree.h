@@ -24,6 +24,8 @@ struct CWidgetRow {
     bool selected = false;
     Rect box; ///< as those of the cells
     std::vector<CWidgetCell> cells;
+    std::optional<bool> open;     ///< whether the rows below it show; nothing where there are none
+    std::optional<Rect> expander; ///< what a press opens it on, as the box; nothing where none shows
 };
 
 /// A dialog for a file or folder. Boxes are in root coordinates, zero for what is not to be seen.
@@ -114,7 +116,8 @@ public:
     /// What the cells of rows say, as `rows` tells it, and nothing else: a tenth of the work.
     virtual std::vector<std::vector<std::string>> texts(unsigned long id, size_t first,
                                                         size_t count) const = 0;
-    /// Scrolls a cell into view, and the list around it. @param column  one that shows, from 0
+    /// Scrolls a cell into view, and the list around it. @param column  one that shows, from 0; -1 for the
+    /// expander of the row
     /// @return whether there is such a row
     virtual bool revealRow(unsigned long id, const std::string& path, int column) const = 0;
     /// A scroll bar that can be dragged; nothing for any other widget.

@@ -8,10 +8,11 @@
 
 #include <X11/CoreP.h>
 #include <Xm/ComboBox.h>
-#include <Xm/Container.h>
+#include <Xm/ContainerP.h>
 #include <Xm/DropDown.h>
 #include <Xm/FileSB.h>
 #include <Xm/FrameP.h>
+#include <Xm/HierarchyP.h>
 #include <Xm/Label.h>
 #include <Xm/LabelG.h>
 #include <Xm/List.h>
@@ -483,18 +484,33 @@ void showXtLine(Widget list, int row)
         XmMultiListMakeRowVisible(around, row);
 }
 
+namespace {
+/// The button of an item of a container, which makes it for all that may have to be opened.
+Widget outlineButton(Widget item)
+{
+    const Widget button =
+        reinterpret_cast<XmContainerConstraintPtr>(item->core.constraints)->container.related_cwid;
+    return button && std::strcmp(XtName(button), "OutlineButton") == 0 ? button : nullptr;
+}
+} // namespace
+
 void readXtNode(Widget list, Widget child, CXtNode& node)
 {
     if (isOfKind(list, "XmContainer")) {
+        unsigned char state = XmEXPANDED;
         node.shows = XtIsManaged(child) && isOfKind(child, "XmIconGadget");
-        node.isOpen = true; // what is below a closed one is moved out of sight
-        XtVaGetValues(child, XmNentryParent, &node.parent, nullptr);
+        XtVaGetValues(child, XmNentryParent, &node.parent, XmNoutlineState, &state, nullptr);
+        node.isOpen = state == XmEXPANDED;
+        node.expander = node.shows ? outlineButton(child) : nullptr;
         return;
     }
     XmHierarchyNodeState state = XmNotInHierarchy;
     XtVaGetValues(child, XmNnodeState, &state, XmNparentNode, &node.parent, nullptr);
     node.shows = XtIsManaged(child) && state != XmNotInHierarchy && state != XmHidden;
     node.isOpen = state == XmOpen || state == XmAlwaysOpen;
+    if (state == XmOpen || state == XmClosed)
+        node.expander =
+            reinterpret_cast<HierarchyConstraints>(child->core.constraints)->hierarchy.open_close_button;
 }
 
 bool isXtSpatial(Widget list)

@@ -77,6 +77,7 @@ struct CXtNode {
     bool shows = false;  ///< it stands for a row
     bool isOpen = false; ///< what is below it shows
     Widget parent = nullptr;
+    Widget expander = nullptr; ///< opens and closes it, where it has that
 };
 void readXtNode(Widget list, Widget child, CXtNode& node);
 /// Whether it is an XmContainer whose items stand anywhere.

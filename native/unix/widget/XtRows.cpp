@@ -29,7 +29,9 @@ public:
     virtual CWidgetRow row(size_t index) const = 0;       ///< with boxes of no size when it is out of sight
     virtual std::vector<std::vector<std::string>> texts(size_t first, size_t count) const;
     virtual std::vector<std::string> columns() const { return {}; }
-    virtual Widget show(const std::string& path) const = 0;
+    /// @return what is to be scrolled into sight: what stands for the row or opens it, or the list, which has
+    /// scrolled
+    virtual Widget show(const std::string& path, bool expander) const = 0;
 };
 
 std::vector<std::vector<std::string>> IXtRows::texts(size_t first, size_t count) const
@@ -65,7 +67,7 @@ public:
     CRange inSight() const override { return rangeOf(m_facts.first, m_facts.visible, m_facts.count); }
     CWidgetRow row(size_t index) const override;
     std::vector<std::vector<std::string>> texts(size_t first, size_t count) const override;
-    Widget show(const std::string& path) const override
+    Widget show(const std::string& path, bool) const override
     {
         guarded([&] { showXtItem(m_list, std::atoi(path.c_str())); });
         return m_list;
@@ -111,7 +113,7 @@ public:
     CRange inSight() const override { return rangeOf(m_facts.first, m_facts.visible, m_facts.count); }
     CWidgetRow row(size_t index) const override;
     std::vector<std::string> columns() const override;
-    Widget show(const std::string& path) const override
+    Widget show(const std::string& path, bool) const override
     {
         guarded([&] { showXtLine(m_list, std::atoi(path.c_str())); });
         return m_list;
@@ -173,24 +175,26 @@ public:
     bool isInSight(size_t index) const override { return boxOfNode(index).getWidth() > 0; }
     CWidgetRow row(size_t index) const override;
     std::vector<std::string> columns() const override;
-    Widget show(const std::string& path) const override;
+    Widget show(const std::string& path, bool expander) const override;
 
 private:
     struct CNode {
         Widget widget;
         std::string path;
+        std::optional<bool> open;
+        Widget expander; ///< null for none
     };
     struct CChild {
         Widget widget;
         bool isOpen;
+        bool shows; ///< unless one above it is closed
+        Widget expander;
     };
     using Children = std::unordered_map<Widget, std::vector<CChild>>; ///< by parent, null for the outermost
 
     void collect(const Children& all, Widget parent, const std::string& around);
-    Rect boxOfNode(size_t index) const
-    {
-        return intersection(boxOf(m_nodes[index].widget, m_origin), m_seen);
-    }
+    Rect boxOfNode(size_t index) const { return boxIn(m_nodes[index].widget); }
+    Rect boxIn(Widget widget) const { return intersection(boxOf(widget, m_origin), m_seen); }
     void readDetails(Widget widget, CWidgetRow& row) const;
 
     Widget m_list;
@@ -234,8 +238,8 @@ CNodeRows::CNodeRows(Widget list, const Rect& box)
     for (const Widget child : widgets) {
         CXtNode node;
         guarded([&] { readXtNode(m_list, child, node); });
-        if (node.shows && !isOutAtCorner(child))
-            all[node.parent].push_back({child, node.isOpen});
+        if (node.shows)
+            all[node.parent].push_back({child, node.isOpen, !isOutAtCorner(child), node.expander});
     }
     collect(all, nullptr, "");
 }
@@ -245,8 +249,11 @@ void CNodeRows::collect(const Children& all, Widget parent, const std::string& a
     const auto found = all.find(parent);
     size_t number = 0;
     for (const CChild& child : found == all.end() ? std::vector<CChild>() : found->second) {
+        if (!child.shows)
+            continue;
         const std::string path = around + std::to_string(number++);
-        m_nodes.push_back({child.widget, path});
+        const auto open = all.contains(child.widget) ? std::optional(child.isOpen) : std::nullopt;
+        m_nodes.push_back({child.widget, path, open, child.expander});
         if (child.isOpen)
             collect(all, child.widget, path + ":");
     }
@@ -290,6 +297,9 @@ CWidgetRow CNodeRows::row(size_t index) const
         {textIn(node.widget), facts.checked < 0 ? std::nullopt : std::optional(facts.checked != 0), box});
     if (m_hasDetails)
         readDetails(node.widget, row);
+    row.open = node.open;
+    if (node.expander && XtIsManaged(node.expander))
+        row.expander = boxIn(node.expander);
     return row;
 }
 
@@ -305,11 +315,13 @@ std::vector<std::string> CNodeRows::columns() const
     return titles;
 }
 
-Widget CNodeRows::show(const std::string& path) const
+Widget CNodeRows::show(const std::string& path, bool expander) const
 {
     const auto found =
         std::find_if(m_nodes.begin(), m_nodes.end(), [&](const CNode& node) { return node.path == path; });
-    return found == m_nodes.end() ? nullptr : found->widget;
+    if (found == m_nodes.end())
+        return nullptr;
+    return expander ? found->expander : found->widget;
 }
 
 std::unique_ptr<IXtRows> rowsIn(Widget list, const Rect& box)
@@ -358,8 +370,8 @@ std::vector<std::vector<std::string>> xtTextsOf(Widget list, size_t first, size_
     return rows ? rows->texts(first, count) : std::vector<std::vector<std::string>>();
 }
 
-Widget showXtRow(Widget list, const std::string& path)
+Widget showXtRow(Widget list, const std::string& path, bool expander)
 {
     const std::unique_ptr<IXtRows> rows = rowsIn(list, {});
-    return rows ? rows->show(path) : nullptr;
+    return rows ? rows->show(path, expander) : nullptr;
 }

@@ -12,6 +12,6 @@ void readXtRows(Widget list, CWidgetNode& node);
 std::vector<CWidgetRow> xtRowsOf(Widget list, const Rect& box, size_t first, size_t count);
 /// What the cells of these rows say.
 std::vector<std::vector<std::string>> xtTextsOf(Widget list, size_t first, size_t count);
-/// Scrolls a row into sight of what it is a row of. @return what is then to be scrolled into sight of what is
-/// around that; null when there is no such row
-Widget showXtRow(Widget list, const std::string& path);
+/// Scrolls a row into sight of what it is a row of. @param expander  in place of the row what opens and closes
+/// it @return what is then to be scrolled into sight of what is around that; null when there is no such row
+Widget showXtRow(Widget list, const std::string& path, bool expander);

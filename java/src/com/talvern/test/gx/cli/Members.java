@@ -47,6 +47,7 @@ final class Members {
         Map<String, Object> members = new LinkedHashMap<>();
         members.put("path", row.path());
         members.put("selected", row.selected());
+        members.put("open", row.open());
         members.put("cells", row.cells());
         return members;
     }

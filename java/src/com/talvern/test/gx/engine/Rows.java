@@ -12,6 +12,9 @@ final class Rows {
     /** More than anybody looks through. */
     private static final int MOST = 100_000;
 
+    /** In place of the number of a column: what opens and closes the row. */
+    static final int EXPANDER = -2;
+
     private final Application application;
     private final WidgetView list;
 
@@ -81,11 +84,15 @@ final class Rows {
 
     /** The first cell stands for the whole entry. */
     private static List<WidgetView> partOf(List<WidgetView> entries, int column) {
-        return column == 0 ? entries : entries.stream().filter(each -> textsOf(each).size() > 1)
+        return column == 0 || column == EXPANDER ? entries : entries.stream().filter(each -> textsOf(each).size() > 1)
             .flatMap(each -> each.labels().skip(Math.max(column, 1)).limit(column > 0 ? 1 : 0)).toList();
     }
 
     private List<WidgetView> cells(List<WidgetView.Row> rows, int column) {
+        if (column == EXPANDER) { // one that can be opened is meant, if another says the same
+            boolean canAnyBeOpened = rows.stream().anyMatch(row -> row.open() != null);
+            return rows.stream().filter(row -> row.open() != null || !canAnyBeOpened).map(list::expander).toList();
+        }
         return rows.stream().filter(row -> column >= 0 && column < row.cells().size())
             .map(row -> list.cell(row, column)).toList();
     }

@@ -11,7 +11,9 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
+import java.util.function.BiFunction;
 import java.util.function.Function;
+import java.util.function.IntFunction;
 import java.util.function.Predicate;
 import java.util.regex.Pattern;
 import java.util.stream.IntStream;
@@ -447,6 +449,111 @@ public final class Widget implements WidgetScope {
             click();
         }
         await("selected", WidgetView::selected);
+    }
+
+    /**
+     * Opens a row of a tree, so that those below it show, unless it is open: presses on what stands in front of it for that,
+     * or, where the program hides that, clicks on the row and presses the key for it.
+     *
+     * @param text what any cell of the row says
+     * @throws WidgetException.NotReady it has no rows below it
+     * @throws WidgetException.NotSo the program has not opened it
+     */
+    public void expand(String text) {
+        setOpen("expand(" + WidgetQuery.literal(text), RowQuery.of(text), true);
+    }
+
+    /**
+     * Opens a row of a tree, as {@link #expand(String)} does.
+     *
+     * @param text what any cell of the row says, the whole of it
+     */
+    public void expand(Pattern text) {
+        setOpen("expand(" + WidgetQuery.literal(text), RowQuery.of(text), true);
+    }
+
+    /**
+     * Opens a row of a tree, as {@link #expand(String)} does.
+     *
+     * @param row its number from 0, as for {@link #cell(int, int)}
+     */
+    public void expand(int row) {
+        setOpen("expand(" + row, (rows, inColumn) -> rows.cell(row, inColumn), true);
+    }
+
+    /**
+     * Closes a row of a tree, so that those below it are hidden, unless it is closed, in the way in which {@link
+     * #expand(String)} opens one.
+     *
+     * @param text what any cell of the row says
+     * @throws WidgetException.NotReady it has no rows below it
+     * @throws WidgetException.NotSo the program has not closed it
+     */
+    public void collapse(String text) {
+        setOpen("collapse(" + WidgetQuery.literal(text), RowQuery.of(text), false);
+    }
+
+    /**
+     * Closes a row of a tree, as {@link #collapse(String)} does.
+     *
+     * @param text what any cell of the row says, the whole of it
+     */
+    public void collapse(Pattern text) {
+        setOpen("collapse(" + WidgetQuery.literal(text), RowQuery.of(text), false);
+    }
+
+    /**
+     * Closes a row of a tree, as {@link #collapse(String)} does.
+     *
+     * @param row its number from 0, as for {@link #cell(int, int)}
+     */
+    public void collapse(int row) {
+        setOpen("collapse(" + row, (rows, inColumn) -> rows.cell(row, inColumn), false);
+    }
+
+    private void setOpen(String asked, RowQuery query, boolean open) {
+        setOpen(asked, (rows, inColumn) -> rows.cells(query, inColumn), open);
+    }
+
+    /** @param cells of the row that is asked for, by column */
+    private void setOpen(String asked, BiFunction<Rows, Integer, List<WidgetView>> cells, boolean open) {
+        IntFunction<Widget> cell = inColumn ->
+            cellOf(asked + ")", view -> cells.apply(new Rows(application, view), inColumn), inColumn);
+        Widget expander = cell.apply(Rows.EXPANDER);
+        WidgetView before = expander.patiently(tree -> expander.one(tree).then(expander::openable));
+        if (before.checked() == open) {
+            return;
+        }
+        WidgetView.Row row = before.rows().get(0);
+        Widget ofRow = expander.inRow(row.path()); // what comes to show below it may say the same
+        if (row.expander() != null) {
+            ofRow.click();
+        } else {
+            cell.apply(Math.max(row.checks().indexOf(null), 0)).inRow(row.path()).click();
+            ofRow.strokeUnless(open);
+        }
+        ofRow.await(open ? "open" : "closed", view -> Boolean.TRUE.equals(view.checked()) == open);
+    }
+
+    /** The program may have done it at the click already. */
+    private void strokeUnless(boolean open) {
+        WidgetView view = view();
+        if (Boolean.TRUE.equals(view.checked()) != open) {
+            boolean isMotif = view.toolkitClass().startsWith("Xm");
+            application.pointer().keys(isMotif ? (open ? "^{RIGHT}" : "^{LEFT}") : (open ? "{Num+}" : "{Num-}"));
+            application.settle();
+        }
+    }
+
+    private Outcome<WidgetView> openable(WidgetView view) {
+        return !view.rows().isEmpty() && view.checked() != null ? Outcome.of(view)
+            : notReady(view, "has no rows below it", "select() is for rows that cannot be opened");
+    }
+
+    /** Of a cell: that of one row alone. */
+    private Widget inRow(String path) {
+        return new Widget(application, base, call, new Finder(finder.places, place -> finder.within.apply(place).stream()
+            .filter(view -> view.rows().stream().anyMatch(row -> row.path().equals(path))).toList()), patience, column);
     }
 
     /**

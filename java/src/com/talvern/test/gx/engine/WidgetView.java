@@ -60,9 +60,11 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
      * @param cells what its cells say, "true" or "false" for a box to tick
      * @param checks whether cells are ticked, null for those without a box to tick
      * @param boxes as the bounds, for the cells
+     * @param open whether the rows below it show; null when it has none
+     * @param expander as the bounds, of what a press opens and closes it on; null when it shows no such place
      */
     public record Row(String path, boolean selected, Rectangle bounds, List<String> cells, List<Boolean> checks,
-            List<Rectangle> boxes) {
+            List<Rectangle> boxes, Boolean open, Rectangle expander) {
         /** A row that nobody changes any more. */
         public Row {
             cells = List.copyOf(cells);
@@ -74,7 +76,12 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
             RowValues row = RowValues.read(in);
             return new Row(row.path(), row.selected(), row.bounds(), row.texts(),
                 row.cells().stream().map(RowValues.Cell::check).toList(),
-                row.cells().stream().map(RowValues.Cell::box).toList());
+                row.cells().stream().map(RowValues.Cell::box).toList(), row.open(), row.expander());
+        }
+
+        /** @return how many rows it is below; 0 for the outermost */
+        public int depth() {
+            return (int) path.chars().filter(each -> each == ':').count();
         }
     }
 
@@ -99,6 +106,15 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         return new WidgetView("", Role.ITEM, "", row.cells().get(column), "", "", null, row.checks().get(column), box,
             part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(),
             false, false, rowsToggle, List.of());
+    }
+
+    /** What stands for the place at which a row is opened and closed, as {@link #cell} does for a cell. */
+    WidgetView expander(Row row) {
+        Rectangle box = row.expander() == null ? new Rectangle() : row.expander();
+        Rectangle part = seen == null ? null : clipped(box, seen);
+        return new WidgetView(toolkitClass, Role.ITEM, "", String.join(" | ", row.cells()), "", "", null, row.open(), box,
+            part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(), false, false,
+            rowsToggle, List.of());
     }
 
     WidgetView withLabels(java.util.Map<Long, String> labels) {
@@ -204,7 +220,8 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
             out.append(deeper).append("columns ").append(columns).append('\n');
         }
         for (Row row : rows) {
-            out.append(deeper).append("row ").append(row.path()).append(row.selected() ? " selected " : " ");
+            out.append(deeper).append("row ").append(row.path()).append(row.selected() ? " selected" : "");
+            out.append(row.open() == null ? " " : row.open() ? " open " : " closed ");
             out.append(String.join(" | ", row.cells().stream().map(WidgetView::quoted).toList())).append('\n');
         }
         children.forEach(child -> child.print(out, deeper));

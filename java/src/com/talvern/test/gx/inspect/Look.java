@@ -124,7 +124,11 @@ record Look(WidgetView tree, String json, Map<String, Part> parts) {
         node.put("role", "row");
         putUnlessEmpty(node, "text", String.join(" | ", part.row().cells()));
         putUnlessEmpty(node, "path", part.row().path());
-        node.put("state", part.row().selected() ? List.of("selected") : List.of());
+        List<String> state = new ArrayList<>(part.row().selected() ? List.of("selected") : List.of());
+        if (part.row().open() != null) {
+            state.add(part.row().open() ? "open" : "closed");
+        }
+        node.put("state", state);
         node.put("box", part.row().bounds());
         node.put("seen", part.seen());
         return node;

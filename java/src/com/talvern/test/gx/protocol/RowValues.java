@@ -10,8 +10,11 @@ import java.util.List;
  * @param selected whether it is selected
  * @param bounds what is in sight of it, on the screen; empty for nothing
  * @param cells its cells
+ * @param open whether the rows below it show; null when there are none
+ * @param expander as the bounds, of what a press opens and closes it on; null when it has no such place
  */
-public record RowValues(String path, boolean selected, Rectangle bounds, List<Cell> cells) {
+public record RowValues(String path, boolean selected, Rectangle bounds, List<Cell> cells, Boolean open,
+        Rectangle expander) {
     /**
      * A cell of a row.
      *
@@ -36,7 +39,8 @@ public record RowValues(String path, boolean selected, Rectangle bounds, List<Ce
      * @return the row
      */
     public static RowValues read(Values in) {
-        return new RowValues(in.nextText(), in.nextBoolean(), in.nextBox(), in.nextAll(Cell::read));
+        return new RowValues(in.nextText(), in.nextBoolean(), in.nextBox(), in.nextAll(Cell::read),
+            in.nextTruth(), in.nextOptional(Values::nextBox).orElse(null));
     }
 
     /**
@@ -45,7 +49,8 @@ public record RowValues(String path, boolean selected, Rectangle bounds, List<Ce
      * @param out is written to
      */
     public void write(Values out) {
-        out.add(path).add(selected).add(bounds).addAll(cells, Cell::write);
+        out.add(path).add(selected).add(bounds).addAll(cells, Cell::write).add(open)
+            .addOptional(expander, (box, values) -> values.add(box));
     }
 
     /** @return what its cells say, empty for nothing */
