@@ -760,10 +760,10 @@ public final class Widget implements WidgetScope {
         return patiently(tree -> one(tree).then(view -> {
             WidgetView last = before[0];
             before[0] = view;
-            return usable(view).then(usable -> last != null && Objects.equals(last.seen(), usable.seen())
-                ? Outcome.of(usable)
-                : notReady(view, last == null ? "has been looked at but once" : "moves", LONGER))
-                .then(steady -> uncovered(steady, where.apply(steady), tree));
+            // What covers it is told even when there was no time for a second look.
+            return usable(view).then(usable -> uncovered(usable, where.apply(usable), tree))
+                .then(place -> last != null && Objects.equals(last.seen(), view.seen()) ? Outcome.of(place)
+                    : notReady(view, last == null ? "has been looked at but once" : "moves", LONGER));
         }));
     }
 
