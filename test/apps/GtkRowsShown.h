@@ -58,6 +58,12 @@ inline GtkWidget* longTable(int count)
     g_signal_connect(box, "toggled", G_CALLBACK(onToggled), store);
     gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Row", text, "text", 0, nullptr);
     gtk_tree_view_insert_column_with_attributes(GTK_TREE_VIEW(view), -1, "Done", box, "active", 1, nullptr);
+    GtkTreeViewColumn* const done = gtk_tree_view_get_column(GTK_TREE_VIEW(view), 1);
+    gtk_tree_view_column_set_clickable(done, TRUE);
+    g_signal_connect(done, "clicked", G_CALLBACK(+[](GtkTreeViewColumn* column, gpointer) {
+                         say("title", gtk_tree_view_column_get_title(column));
+                     }),
+                     nullptr);
     return view;
 }
 

@@ -115,6 +115,9 @@ class WidgetTest extends ShownProgram {
     }
 
     private void cellsOfGtkAreTickedAndWritten(Widget table) throws Exception {
+        assertEquals(List.of("Row", "Done"), table.columns());
+        table.header("Done").click();
+        says("title Done");
         table.cell("row 120", 1).set(true);
         says("toggled 120");
         table.cell("row 5", 0).edit("five");

@@ -190,6 +190,31 @@ public final class Widget implements WidgetScope {
         return new Rows(application, view()).texts();
     }
 
+    /** @return the titles of the columns of a list, table or tree; none where it shows none */
+    public List<String> columns() {
+        return view().columns();
+    }
+
+    /**
+     * The title of a column of a table of GTK: a click on it sorts, where the program lets it. Motif has no widgets for titles.
+     *
+     * @param title what it says
+     * @return the title
+     */
+    public Widget header(String title) {
+        return find(Query.role(Role.PUSH_BUTTON).called(title)).knownAs("header(" + WidgetQuery.literal(title) + ")");
+    }
+
+    /**
+     * The title of a column, as {@link #header(String)}.
+     *
+     * @param title what it says
+     * @return the title
+     */
+    public Widget header(Pattern title) {
+        return find(Query.role(Role.PUSH_BUTTON).called(title)).knownAs("header(" + WidgetQuery.literal(title) + ")");
+    }
+
     /** Presses the left button on it. */
     public void click() {
         press(0, 1);

@@ -31,7 +31,7 @@ final class Line {
     /** What may be called, and no more: the line comes from outside. */
     private static final Map<Class<?>, Set<String>> CALLABLE = Map.of(
         Application.class, with("awaitWindow", "awaitDialog", "windows"), AppWindow.class, SCOPE,
-        Widget.class, with("at", "cell"), List.class, Set.of("get"),
+        Widget.class, with("at", "cell", "header"), List.class, Set.of("get"),
         Query.class, Set.of("role", "any", "name"), // a query begins with these, and goes on with the next
         WidgetQuery.class, Set.of("role", "name", "named", "text", "label", "called", "at", "in"));
 
