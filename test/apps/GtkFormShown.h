@@ -119,7 +119,7 @@ inline void onForm(GtkMenuItem*, gpointer)
 {
     GtkWidget* const window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(window), "Form \342\200\224 Shown");
-    GtkWidget* const form = gtk_table_new(2, 9, FALSE);
+    GtkWidget* const form = gtk_table_new(2, 10, FALSE);
     labelled(form, 0, "Remarks", highText());
     labelled(form, 1, "Wireless", onOff());
     labelled(form, 2, "Port", openCombo());
@@ -128,6 +128,9 @@ inline void onForm(GtkMenuItem*, gpointer)
     labelled(form, 5, "Day", calendar());
     gtk_table_attach_defaults(GTK_TABLE(form), optionalField(), 0, 2, 6, 7);
     labelled(form, 8, "Waiting", queue());
+    GtkWidget* const mirrored = openCombo();
+    gtk_widget_set_direction(mirrored, GTK_TEXT_DIR_RTL);
+    labelled(form, 9, "Mirrored", mirrored);
 #if GTK_MAJOR_VERSION >= 3
     GtkWidget* const lines = gtk_list_box_new();
     gtk_container_add(GTK_CONTAINER(lines), twoLabels("Anna", "at home"));

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <Xm/ColorS.h>
+#include <Xm/ComboBox.h>
 #include <Xm/Container.h>
 #include <Xm/FontS.h>
 #include <Xm/IconButton.h>
@@ -106,6 +107,13 @@ void addOutline(Widget parent, WidgetClass kind, const char* name)
     }
 }
 
+void addCombo(Widget parent, const char* name, XmDirection direction)
+{
+    XmString items[] = {made("22"), made("80")};
+    XtVaCreateManagedWidget(name, xmComboBoxWidgetClass, parent, XmNcomboBoxType, XmDROP_DOWN_COMBO_BOX,
+                            XmNlayoutDirection, direction, XmNitems, items, XmNitemCount, 2, nullptr);
+}
+
 Widget line(Widget parent)
 {
     return XtVaCreateManagedWidget("line", xmRowColumnWidgetClass, parent, XmNorientation, XmHORIZONTAL,
@@ -130,6 +138,8 @@ int main(int argc, char** argv)
     addOutline(lists, xmOutlineWidgetClass, "nodes");
     addOutline(lists, xmTreeWidgetClass, "tree");
     XtVaCreateManagedWidget("colours", xmColorSelectorWidgetClass, choosers, nullptr);
+    addCombo(choosers, "port", XmLEFT_TO_RIGHT);
+    addCombo(choosers, "mirrored", XmRIGHT_TO_LEFT);
     XtVaCreateManagedWidget("fonts", xmFontSelectorWidgetClass, choosers, nullptr);
     XtRealizeWidget(shell);
     XtAppAddInput(

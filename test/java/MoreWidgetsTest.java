@@ -116,12 +116,14 @@ class MoreWidgetsTest extends ShownProgram {
         form.field("Folder").awaitText("/tmp");
         form.toggle("Wireless").set(true);
         says("switched it");
-        Widget port = form.comboBox("Port");
-        assertEquals("", port.view().name());
-        port.choose("22");
-        port.awaitText("22");
-        port.setText("80");
-        port.awaitText("80");
+        assertEquals("", form.comboBox("Port").view().name());
+        for (String name : List.of("Port", "Mirrored")) {
+            Widget port = form.comboBox(name);
+            port.choose("22");
+            port.awaitText("22");
+            port.setText("80");
+            port.awaitText("80");
+        }
         for (String name : List.of("Au", "79")) {
             form.button(name).click();
             says("clicked Au");
@@ -418,5 +420,10 @@ class MoreWidgetsTest extends ShownProgram {
         application.toggle("Bold").set(true);
         application.comboBox("Size").choose("14");
         application.comboBox("Size").awaitText("14");
+        for (String name : List.of("port", "mirrored")) {
+            Widget port = named(Role.COMBO_BOX, name);
+            port.choose("80");
+            port.awaitText("80");
+        }
     }
 }

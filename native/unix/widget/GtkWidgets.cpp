@@ -182,22 +182,6 @@ bool isItem(const CWidgetNode& node)
            std::any_of(node.children.begin(), node.children.end(), isItem);
 }
 
-/// A combo box is what shows in it: its choice, or an entry to type into.
-void readCombo(CWidgetNode& node)
-{
-    const CWidgetNode* entry = nullptr;
-    for (const CWidgetNode& child : node.children)
-        if (std::string_view(child.role) == "TEXT_FIELD")
-            entry = &child;
-    node.text = entry ? entry->text : firstText(node);
-    if (entry) {
-        node.editable = entry->editable;
-        node.secret = entry->secret;
-        node.focused = entry->focused;
-    }
-    node.children.clear();
-}
-
 /// What shows when the pointer rests on a tool item stands with what fills it.
 std::string tipOfItem(const CWidgetNode& item)
 {
@@ -210,6 +194,24 @@ CWidgetNode* firstOf(std::string_view role, CWidgetNode& node)
     for (auto child = node.children.begin(); !found && child != node.children.end(); ++child)
         found = firstOf(role, *child);
     return found;
+}
+
+/// A combo box is what shows in it: its choice, or an entry to type into.
+void readCombo(CWidgetNode& node)
+{
+    const CWidgetNode* entry = nullptr;
+    for (const CWidgetNode& child : node.children)
+        if (std::string_view(child.role) == "TEXT_FIELD")
+            entry = &child;
+    node.text = entry ? entry->text : firstText(node);
+    if (entry) {
+        node.editable = entry->editable;
+        node.secret = entry->secret;
+        node.focused = entry->focused;
+        if (const CWidgetNode* const arrow = firstOf("TOGGLE", node))
+            node.opener = arrow->box;
+    }
+    node.children.clear();
 }
 
 /// A tool button with a menu is two buttons in a box: the first is the one that is called as the whole is.

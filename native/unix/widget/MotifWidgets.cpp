@@ -191,6 +191,9 @@ CWidgetNode CXtReader::read(Widget widget, const Rect& box, bool aroundShows, in
     node.selected = facts.selected;
     node.rowsToggle = facts.rowsToggle;
     node.box = facts.pressed ? boxOf(facts.pressed, {box.getLeft(), box.getTop()}) : box;
+    if (facts.opener.width > 0)
+        node.opener = Rect(box.getTop() + facts.opener.y, box.getLeft() + facts.opener.x, facts.opener.height,
+                           facts.opener.width);
     node.window = XtIsWidget(widget) ? XtWindow(widget) : 0;
     node.showing = aroundShows;
     readState(widget, node);

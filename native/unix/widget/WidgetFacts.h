@@ -15,6 +15,7 @@
     X(value,        m_out.add(node.value))                                                                   \
     X(checked,      m_out.add(node.checked))                                                                 \
     X(bounds,       m_out.add(node.box))                                                                     \
+    X(opener,       add(node.opener))                                                                        \
     X(window,       m_out.add(static_cast<int64_t>(node.window)))                                            \
     X(id,           m_out.add(static_cast<int64_t>(node.id)))                                                \
     X(rowCount,     m_out.add(static_cast<int64_t>(node.rowCount)))                                          \

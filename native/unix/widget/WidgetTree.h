@@ -69,6 +69,7 @@ struct CWidgetNode {
     bool childrenCut = false;         ///< it has more children or rows than are here
     bool rowsToggle = false;          ///< a click on one of its rows that is selected deselects that
     Rect box;                         ///< in root coordinates
+    std::optional<Rect> opener;       ///< what a press opens it on, where that is a part of it alone
     unsigned long window = 0;         ///< X window of its own
     unsigned long id = 0;             ///< its address: tells it from others, nothing else
     long rowCount = -1;               ///< of a list, table or tree, those out of sight as well; -1 for others

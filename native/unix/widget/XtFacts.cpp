@@ -7,7 +7,7 @@
 #include <X11/IntrinsicP.h>
 
 #include <X11/CoreP.h>
-#include <Xm/ComboBox.h>
+#include <Xm/ComboBoxP.h>
 #include <Xm/ContainerP.h>
 #include <Xm/DropDown.h>
 #include <Xm/FileSB.h>
@@ -272,6 +272,8 @@ void readCombo(Widget widget, CXtFacts& facts)
     if (field)
         readText(field, facts);
     facts.role = role;
+    if (facts.editable)
+        facts.opener = reinterpret_cast<XmComboBoxWidget>(widget)->combo_box.hit_rect;
 }
 
 /// A spin box is one field with two arrows, or a row of fields as for a date.

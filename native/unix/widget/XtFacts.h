@@ -12,6 +12,7 @@ struct CXtFacts {
     char* label = nullptr;
     char* tip = nullptr;
     Widget pressed = nullptr; ///< the part of it that a user presses, when that is not the whole
+    XRectangle opener = {};   ///< the part of it that opens it, in the widget; empty when that is the whole
     bool isLeaf = false;      ///< what is in it is of no interest
     bool isList = false;      ///< it has rows: see XtRows.h
     bool rowsToggle = false;  ///< a click on a selected row deselects it

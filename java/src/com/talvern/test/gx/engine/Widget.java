@@ -46,8 +46,6 @@ import java.util.stream.Stream;
  */
 public final class Widget implements WidgetScope {
     private static final String LONGER = "within or setPatience waits longer";
-    /** Pixels from the end of a combo box, which its arrow has at least, frame and all. */
-    private static final int INTO_ARROW = 10;
     private static final String SCROLL = "enlarge its window, or scroll it there by hand";
 
     private final Application application;
@@ -768,11 +766,8 @@ public final class Widget implements WidgetScope {
         return Pointer.middleOf(onScreen(view));
     }
 
-    /** A combo box to type into opens at the arrow at its end alone. */
     private static Point whereItOpens(WidgetView view) {
-        Point middle = middleOf(view);
-        return view.role() == Role.COMBO_BOX && view.editable()
-            ? new Point(Math.max(middle.x, onScreen(view).x + onScreen(view).width - INTO_ARROW), middle.y) : middle;
+        return view.opener() == null ? middleOf(view) : Pointer.middleOf(view.opener());
     }
 
     private Point ready() {

@@ -27,6 +27,8 @@ import java.util.stream.Stream;
  * @param checked whether it is ticked, pressed or open; null when it cannot be
  * @param bounds where it is on the screen, though it may be scrolled out of sight there
  * @param seen the part of the bounds that what it lies in does not cut off; null when that is nothing
+ * @param opener what a press opens it on, as the bounds, where that is a part of it alone: the arrow of a combo box that
+ *     can be typed into; null otherwise
  * @param window its own X window; 0 when it is drawn into another widget's
  * @param id tells it from the other widgets of its application as long as it lives
  * @param rowCount how many rows it has, those out of sight as well; -1 when it has none of its own
@@ -44,7 +46,8 @@ import java.util.stream.Stream;
  * @param children what is in it, in the order of the toolkit
  */
 public record WidgetView(String toolkitClass, Role role, String name, String text, String label, String tip,
-        Double value, Boolean checked, Rectangle bounds, Rectangle seen, long window, long id, long rowCount,
+        Double value, Boolean checked, Rectangle bounds, Rectangle seen, Rectangle opener, long window, long id,
+        long rowCount,
         List<String> columns, List<Row> rows, boolean enabled, boolean showing, boolean focused, boolean editable,
         boolean secret, boolean selected, boolean textCut, boolean childrenCut, boolean rowsToggle,
         List<WidgetView> children) {
@@ -95,7 +98,7 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
     /** All windows of an application. */
     static WidgetView ofApplication(String name, List<WidgetView> windows) {
         Rectangle bounds = windows.stream().map(WidgetView::bounds).reduce(Rectangle::union).orElse(new Rectangle());
-        return new WidgetView("", Role.APPLICATION, name, "", "", "", null, null, bounds, bounds, 0, 0, -1, List.of(),
+        return new WidgetView("", Role.APPLICATION, name, "", "", "", null, null, bounds, bounds, null, 0, 0, -1, List.of(),
             List.of(), true, true, false, false, false, false, false, false, false, windows);
     }
 
@@ -104,7 +107,7 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         Rectangle box = row.boxes().get(column);
         Rectangle part = seen == null ? null : clipped(box, seen);
         return new WidgetView("", Role.ITEM, "", row.cells().get(column), "", "", null, row.checks().get(column), box,
-            part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(),
+            part, null, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(),
             false, false, rowsToggle, List.of());
     }
 
@@ -113,7 +116,7 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         Rectangle box = row.expander() == null ? new Rectangle() : row.expander();
         Rectangle part = seen == null ? null : clipped(box, seen);
         return new WidgetView(toolkitClass, Role.ITEM, "", String.join(" | ", row.cells()), "", "", null, row.open(), box,
-            part, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(), false, false,
+            part, null, 0, id, -1, List.of(), List.of(row), enabled, showing, false, false, false, row.selected(), false, false,
             rowsToggle, List.of());
     }
 
@@ -122,8 +125,8 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
     }
 
     private WidgetView with(String newLabel, Rectangle newSeen, UnaryOperator<WidgetView> child) {
-        return new WidgetView(toolkitClass, role, name, text, newLabel, tip, value, checked, bounds, newSeen, window, id,
-            rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
+        return new WidgetView(toolkitClass, role, name, text, newLabel, tip, value, checked, bounds, newSeen, opener, window,
+            id, rowCount, columns, rows, enabled, showing, focused, editable, secret, selected, textCut, childrenCut,
             rowsToggle, children.stream().map(child).toList());
     }
 
@@ -156,9 +159,9 @@ public record WidgetView(String toolkitClass, Role role, String name, String tex
         }
         return new WidgetView(in.nextTextOrEmpty(), role(in.nextTextOrEmpty()), in.nextTextOrEmpty(),
             in.nextTextOrEmpty(), in.nextTextOrEmpty(), in.nextTextOrEmpty(), in.nextDouble(), in.nextTruth(),
-            in.nextBox(), null, in.nextLong(), in.nextLong(), in.nextLong(), in.nextAll(Values::nextTextOrEmpty),
-            in.nextAll(Row::read), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
-            in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
+            in.nextBox(), null, in.nextOptional(Values::nextBox).orElse(null), in.nextLong(), in.nextLong(), in.nextLong(),
+            in.nextAll(Values::nextTextOrEmpty), in.nextAll(Row::read), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
+            in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(), in.nextBoolean(),
             in.nextAll(child -> read(child, depth + 1)));
     }
 
