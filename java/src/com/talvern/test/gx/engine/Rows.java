@@ -70,10 +70,19 @@ final class Rows {
 
     /** @return as many as match */
     List<WidgetView> cells(RowQuery query, int column) {
+        return cells(query, column, new KnownRow());
+    }
+
+    /** @param known the row, if it has been looked for before in the same action */
+    List<WidgetView> cells(RowQuery query, int column, KnownRow known) {
         if (isOfWidgets()) {
             return partOf(WidgetQuery.matching(() -> query.pick(entries(), Rows::textsOf)), column);
         }
-        return cells(areAllInSight() ? WidgetQuery.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)) : application.findRows(list.id(), query), column);
+        if (areAllInSight()) {
+            return cells(WidgetQuery.matching(() -> query.pick(list.rows(), WidgetView.Row::cells)), column);
+        }
+        return cells(known.now(application, list).map(List::of)
+            .orElseGet(() -> known.noted(list, application.findRows(list.id(), query))), column);
     }
 
     /** An entry is one cell, or as many as it has labels. */

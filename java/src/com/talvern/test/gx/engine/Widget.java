@@ -445,7 +445,7 @@ public final class Widget implements WidgetScope {
      * @param text what any cell of it says
      */
     public void select(String text) {
-        cell(text, 0).selectByClick();
+        select(WidgetQuery.literal(text), RowQuery.of(text));
     }
 
     /**
@@ -454,7 +454,7 @@ public final class Widget implements WidgetScope {
      * @param text what any cell of it says, the whole of it
      */
     public void select(Pattern text) {
-        cell(text, 0).selectByClick();
+        select(WidgetQuery.literal(text), RowQuery.of(text));
     }
 
     /**
@@ -464,6 +464,11 @@ public final class Widget implements WidgetScope {
      */
     public void select(int row) {
         cell(row, 0).selectByClick();
+    }
+
+    private void select(String literal, RowQuery row) {
+        KnownRow known = new KnownRow();
+        cellOf("cell(" + literal + ", 0)", view -> new Rows(application, view).cells(row, 0, known), 0).selectByClick();
     }
 
     private void selectByClick() {
