@@ -212,13 +212,19 @@ try {
     CTracer::debugTrace("The press of hot key 0x%lx could not be counted", keysym);
 }
 
+KeyCode keyOf(const CKeyCodes& codes, unsigned long keysym)
+{
+    const KeyCode key = codes.of(keysym); // the server answers key code 0 with an error
+    if (key == 0)
+        CTracer::debugTrace("The keyboard has no key for keysym 0x%lx", keysym);
+    return key;
+}
+
 void queueKey(const CKeyCodes& codes, unsigned action, unsigned long keysym, int delayMs)
 {
-    const KeyCode key = codes.of(keysym);
-    if (key == 0) { // the server answers key code 0 with an error
-        CTracer::debugTrace("The keyboard has no key for keysym 0x%lx", keysym);
+    const KeyCode key = keyOf(codes, keysym);
+    if (key == 0)
         return;
-    }
     if (isPress(action))
         countHotKey(keysym);
     sendKey(key, isPress(action), delayMs);
@@ -228,6 +234,22 @@ void queueKey(const CKeyCodes& codes, unsigned action, unsigned long keysym, int
         pauseFor(std::chrono::milliseconds(100));
         sendKey(key, true, delayMs);
     }
+}
+
+bool isHotKey(unsigned long keysym)
+{
+    return keysym == static_cast<unsigned long>(g_stophotkey.load()) ||
+           keysym == static_cast<unsigned long>(g_pausehotkey.load());
+}
+
+/// The press of a key that is no hot key stays in Xlib's buffer and goes with what comes next: the server repeats
+/// a key that stays down, and on a busy machine this process may not run for that long between two strokes.
+void queueKeyOfText(const CKeyCodes& codes, unsigned action, unsigned long keysym, int delayMs)
+{
+    if (!isPress(action) || isHotKey(keysym))
+        return queueKey(codes, action, keysym, delayMs);
+    if (const KeyCode key = keyOf(codes, keysym); key != 0 && isConnected(g_display))
+        fakeKey(key, true, static_cast<unsigned long>(delayMs));
 }
 } // namespace
 
@@ -261,7 +283,7 @@ CLockState CServerStrokes::locks()
 
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
 {
-    queueKey(m_keys, action, keysym, CRunningInput::mustStop() ? 0 : delayMs);
+    queueKeyOfText(m_keys, action, keysym, CRunningInput::mustStop() ? 0 : delayMs);
     return mayGoOn();
 }
 

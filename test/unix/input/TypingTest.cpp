@@ -1,6 +1,7 @@
 // Typing into real programs: what arrives is what was typed, on every layout.
 #include "TextProgram.h"
 
+#include "unix/input/InputServer.h"
 #include "unix/input/Keyboard.h"
 #include "unix/input/UncalledKeys.h"
 #include "unix/input/processkey.h"
@@ -358,6 +359,19 @@ TEST(LayoutTest, ModifiersAreComparedWithWhatTheKeyboardReports)
     AdjustModifiersEx(ShiftHeld | ControlHeld);
     AdjustModifiersEx(0);
     EXPECT_EQ("+Alt_L A+Shift_L SA-Alt_L S+Control_L SC-Control_L S-Shift_L", window.events());
+}
+
+TEST(LayoutTest, AKeyGoesDownTogetherWithWhatComesNext)
+{
+    useLayout("us");
+    CEventWindow window(100, 100, 50, 50);
+    CServerStrokes strokes;
+    const unsigned key = CKeyCodes(g_display).of(XK_a);
+    const ScopedDisplay other(XOpenDisplay(nullptr));
+    strokes.stroke(KeyPressed, XK_a, 0, 0);
+    EXPECT_FALSE(CKeysDown(other.get()).has(key)) << "the server repeats it, should the release be late";
+    strokes.stroke(KeyReleased, XK_a, 0, 0);
+    EXPECT_EQ("+a -a", window.events());
 }
 
 TEST(LayoutTest, TheServerDoesNotKeepChangesOfTheMapForAProcessThatHasTyped)
