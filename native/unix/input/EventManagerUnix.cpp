@@ -72,10 +72,15 @@ void pressButton(unsigned button, bool press, int delay)
     awaitDelay(delay);
 }
 
+/// Both go at once: this process may not run for long between two round trips, and what a widget does with a button
+/// that stays down is no click.
 void click(unsigned button, int pressDelay)
 {
-    pressButton(button, true, pressDelay);
-    pressButton(button, false, g_delayMouseUp);
+    if (!isConnected(g_display))
+        return;
+    fakeButton(button, true, delayOf(pressDelay));
+    fakeButton(button, false, delayOf(g_delayMouseUp));
+    awaitDelay(std::max<int>(pressDelay, g_delayMouseUp));
 }
 
 /// The clicks; fewer when the process ends or the server goes meanwhile.
