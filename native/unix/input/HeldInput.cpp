@@ -3,6 +3,7 @@
 #include "common/trace/CTracer.h"
 #include "include/GxGlobals.h"
 #include "include/NeverDestroyed.h"
+#include "unix/input/InputServer.h"
 #include "unix/input/Keyboards.h"
 #include "unix/process/ProcessStat.h"
 
@@ -354,6 +355,8 @@ void CPlayers::clearUp(std::vector<CSlot>& slots)
         hasTyped |= std::exchange(slot.m_record->m_types, false);
         slot.m_record->m_down = release(*slot.m_record, wanted);
     }
+    if (hasTyped)
+        letKeysRepeat(m_display, true); // it may have ended in the middle of a stroke (CWholeStrokes)
     if (hasTyped && m_texts == 0 && !doOthers(&CRecord::m_types, slots)) {
         CTracer::debugTrace("A process has ended in the middle of a text: put locks and group back");
         putLocksBack(); // after the keys: the release of a lock key may unlock

@@ -3,9 +3,9 @@
 /// A player that is killed leaves keys and buttons down, and the keyboards with the keys of a map that it
 /// wrote to type a character that no key types. So each player, that is each connection that plays, keeps a
 /// record of what it holds, and before it plays looks for records of players that have gone: it releases what
-/// those have left down and puts locks and keyboards back. What a living player has on record, too, is left
-/// to the first one that plays when it no longer has. The trace tells of it. Of keys only the XTEST devices
-/// are looked at: what somebody holds on a keyboard or mouse stays down.
+/// those have left down, puts locks and keyboards back, and lets keys repeat. What a living player has on
+/// record, too, is left to the first one that plays when it no longer has. The trace tells of it. Of keys only
+/// the XTEST devices are looked at: what somebody holds on a keyboard or mouse stays down.
 ///
 /// Records are kept in the X server: there they last as long as the keys do, are seen by all who can play,
 /// also from other containers, and are in the right order with the strokes, at no round trip.

@@ -22,6 +22,21 @@ CPointerState pointerOf(Display* display)
     return pointer;
 }
 
+bool keysRepeat(Display* display)
+{
+    XKeyboardState state{};
+    XGetKeyboardControl(display, &state);
+    return state.global_auto_repeat == AutoRepeatModeOn;
+}
+
+/// Were the server told of one key alone, it would keep that with the key for good.
+void letKeysRepeat(Display* display, bool repeat)
+{
+    XKeyboardControl control{};
+    control.auto_repeat_mode = repeat ? AutoRepeatModeOn : AutoRepeatModeOff;
+    XChangeKeyboardControl(display, KBAutoRepeatMode, &control);
+}
+
 CKeysDown::CKeysDown(Display* display)
 {
     if (display)

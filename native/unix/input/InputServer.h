@@ -16,6 +16,10 @@ struct CPointerState {
 };
 CPointerState pointerOf(_XDisplay* display);
 
+/// Whether keys repeat while they are down, all of them; keys that do not repeat by themselves stay so.
+bool keysRepeat(_XDisplay* display);
+void letKeysRepeat(_XDisplay* display, bool repeat); ///< No round trip; does not flush.
+
 /// The keys that are down, by key code.
 class CKeysDown {
 public:

@@ -241,16 +241,6 @@ bool isHotKey(unsigned long keysym)
     return keysym == static_cast<unsigned long>(g_stophotkey.load()) ||
            keysym == static_cast<unsigned long>(g_pausehotkey.load());
 }
-
-/// The press of a key that is no hot key stays in Xlib's buffer and goes with what comes next: the server repeats
-/// a key that stays down, and on a busy machine this process may not run for that long between two strokes.
-void queueKeyOfText(const CKeyCodes& codes, unsigned action, unsigned long keysym, int delayMs)
-{
-    if (!isPress(action) || isHotKey(keysym))
-        return queueKey(codes, action, keysym, delayMs);
-    if (const KeyCode key = keyOf(codes, keysym); key != 0 && isConnected(g_display))
-        fakeKey(key, true, static_cast<unsigned long>(delayMs));
-}
 } // namespace
 
 void QueueVirtualKey(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
@@ -278,12 +268,19 @@ CServerStrokes::~CServerStrokes() = default;
 
 CLockState CServerStrokes::locks()
 {
+    m_strokes.send();
     return locksIn(pointerOf(g_display).m_state);
 }
 
 bool CServerStrokes::stroke(unsigned action, unsigned long keysym, int delayMs, int /*flag*/)
 {
-    queueKeyOfText(m_keys, action, keysym, CRunningInput::mustStop() ? 0 : delayMs);
+    const int delay = CRunningInput::mustStop() ? 0 : delayMs;
+    if (isHotKey(keysym)) {
+        m_strokes.send();
+        queueKey(m_keys, action, keysym, delay);
+    } else if (const KeyCode key = keyOf(m_keys, keysym); key != 0) {
+        isPress(action) ? m_strokes.press(key, delay) : m_strokes.release(key, delay);
+    }
     return mayGoOn();
 }
 
@@ -291,6 +288,7 @@ bool CServerStrokes::typeUnicode(char32_t character)
 {
     if (!mayGoOn())
         return false;
+    m_strokes.send();
     if (!m_unicodeKey)
         m_unicodeKey = std::make_unique<CUnicodeKey>();
     m_unicodeKey->playUnicodeChar(character);
@@ -299,6 +297,7 @@ bool CServerStrokes::typeUnicode(char32_t character)
 
 unsigned CServerStrokes::modifiersDown()
 {
+    m_strokes.send();
     const CKeysDown down(g_display);
     const auto held = [&](unsigned long keysym, KeyModifier bit) {
         const KeyCode key = m_keys.of(keysym);
@@ -319,6 +318,7 @@ void CServerStrokes::beginText(const std::function<void()>& switchOff)
 
 void CServerStrokes::endText(CLockState switched, const std::function<void(CLockState)>& switchOver)
 {
+    m_strokes.send();
     m_unicodeKey.reset();
     const unsigned modifiers = (switched.capsLock ? LockMask : 0U) | (switched.numLock ? m_numLock : 0U);
     m_locks->end(modifiers, [&](unsigned on) { switchOver(locksIn(on)); });

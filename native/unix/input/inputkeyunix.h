@@ -6,6 +6,7 @@
 #include "unix/input/HeldInput.h"
 #include "unix/input/KeyCodes.h"
 #include "unix/input/StrokeSink.h"
+#include "unix/input/WholeStrokes.h"
 
 #include <atomic>
 #include <cstddef>
@@ -81,6 +82,7 @@ private:
     CLockState locksIn(unsigned modifiers) const;
 
     const CKeyCodes m_keys;
+    CWholeStrokes m_strokes;
     const unsigned m_numLock; ///< the modifier bit that Num Lock sets; 0 when it is on no modifier
     std::optional<CSwitchedLocks> m_locks;
     std::unique_ptr<CUnicodeKey> m_unicodeKey;

@@ -60,7 +60,7 @@ private:
     CChildProcess m_process;
 };
 
-/// What is down, on whatever device.
+/// What is down, on whatever device, and whether a user's keys would not repeat.
 std::string down()
 {
     const ScopedDisplay display(XOpenDisplay(nullptr));
@@ -74,6 +74,10 @@ std::string down()
     for (int key = 0; key < 256; ++key)
         if (keys[key / 8] >> key % 8 & 1)
             all += "key " + std::to_string(key) + ' ';
+    XKeyboardState control{};
+    XGetKeyboardControl(display.get(), &control);
+    if (control.global_auto_repeat != AutoRepeatModeOn)
+        all += "no repeats ";
     return all + (state & (Button1Mask | Button2Mask | Button3Mask) ? "button" : "");
 }
 

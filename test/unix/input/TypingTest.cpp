@@ -361,17 +361,26 @@ TEST(LayoutTest, ModifiersAreComparedWithWhatTheKeyboardReports)
     EXPECT_EQ("+Alt_L A+Shift_L SA-Alt_L S+Control_L SC-Control_L S-Shift_L", window.events());
 }
 
-TEST(LayoutTest, AKeyGoesDownTogetherWithWhatComesNext)
+TEST(LayoutTest, AStrokeIsOneHoweverLateItsReleaseIs)
 {
+    constexpr int longerThanTheServerWaits = 900;
     useLayout("us");
     CEventWindow window(100, 100, 50, 50);
     CServerStrokes strokes;
     const unsigned key = CKeyCodes(g_display).of(XK_a);
     const ScopedDisplay other(XOpenDisplay(nullptr));
     strokes.stroke(KeyPressed, XK_a, 0, 0);
-    EXPECT_FALSE(CKeysDown(other.get()).has(key)) << "the server repeats it, should the release be late";
-    strokes.stroke(KeyReleased, XK_a, 0, 0);
+    EXPECT_FALSE(CKeysDown(other.get()).has(key)) << "this process may not run for long now";
+    strokes.stroke(KeyReleased, XK_a, longerThanTheServerWaits, 0);
     EXPECT_EQ("+a -a", window.events());
+    XKeyboardState state{};
+    XGetKeyboardControl(other.get(), &state);
+    EXPECT_EQ(AutoRepeatModeOn, state.global_auto_repeat);
+    strokes.stroke(KeyPressed, XK_a, 0, 0); // held: it repeats
+    strokes.modifiersDown();
+    pauseFor(std::chrono::milliseconds(longerThanTheServerWaits));
+    strokes.stroke(KeyReleased, XK_a, 0, 0);
+    EXPECT_GT(window.events().size(), std::string_view("+a -a").size());
 }
 
 TEST(LayoutTest, TheServerDoesNotKeepChangesOfTheMapForAProcessThatHasTyped)
