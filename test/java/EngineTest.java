@@ -14,10 +14,8 @@ import com.talvern.test.gx.sys.graphical.NativeKeyMouseEvent;
 import com.talvern.test.gx.sys.graphical.NativeWindow;
 import java.awt.Point;
 import java.awt.Rectangle;
-import java.io.BufferedReader;
 import java.io.PrintStream;
 import java.lang.ProcessBuilder.Redirect;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -41,14 +39,14 @@ class EngineTest {
 
     private Application application;
     private PrintStream input;
-    private BufferedReader output;
+    private ProgramLines output;
     private long window;
 
     private void start(String program) throws Exception {
         application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program)
             .redirectError(Redirect.INHERIT), Duration.ofSeconds(60));
         input = new PrintStream(application.process().getOutputStream(), true);
-        output = application.process().inputReader(StandardCharsets.UTF_8);
+        output = new ProgramLines(application);
         String[] ready = output.readLine().split(" ");
         assertEquals("ready", ready[0]);
         window = Long.parseLong(ready[1]);

@@ -8,7 +8,6 @@ import com.talvern.test.gx.engine.Query;
 import com.talvern.test.gx.engine.Widget;
 import com.talvern.test.gx.engine.WidgetException;
 import com.talvern.test.gx.engine.WidgetView;
-import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.PrintStream;
 import java.lang.ProcessBuilder.Redirect;
@@ -34,7 +33,7 @@ class HostileTest {
 
     private Application application;
     private PrintStream input;
-    private BufferedReader output;
+    private ProgramLines output;
 
     private void start(String program, int rows, int length) throws Exception {
         application = Application.start(new ProcessBuilder(System.getProperty("gx.apps") + "/" + program,
@@ -42,7 +41,7 @@ class HostileTest {
         application.setTimeout(Duration.ofSeconds(60));
         application.setPatience(Duration.ofSeconds(60));
         input = new PrintStream(application.process().getOutputStream(), true);
-        output = application.process().inputReader();
+        output = new ProgramLines(application);
         assertTrue(output.readLine().startsWith("ready"));
     }
 
