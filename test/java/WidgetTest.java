@@ -37,6 +37,7 @@ class WidgetTest extends ShownProgram {
     @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
     void whatIsPressedIsWhatWasAskedFor(String program) throws Exception {
         start(program);
+        aPathIsALineOfJavaThatFindsItAgain();
         for (String name : List.of("Save", "Bold", "number 29", "number 3", "Save", "Save")) {
             application.button(name).click();
             assertEquals("clicked " + name, output.readLine());
@@ -257,10 +258,7 @@ class WidgetTest extends ShownProgram {
     }
 
     /** Each line of Java that {@link Widget#path} gives is compiled, and has to find the same widget. */
-    @ParameterizedTest
-    @ValueSource(strings = {"motif-shown", "gtk2-shown", "gtk3-shown"})
-    void aPathIsALineOfJavaThatFindsItAgain(String program) throws Exception {
-        start(program);
+    private void aPathIsALineOfJavaThatFindsItAgain() throws Exception {
         AppWindow window = application.awaitWindow("All of them");
         List<Widget> widgets = List.of(application.button("Save"), window.button(Pattern.compile("Sa.e")),
             application.toggle("Agree"), window.field("Name"), application.field(Pattern.compile("Cit\\w")), window.label("City"),

@@ -226,7 +226,7 @@ TEST_F(TortureTest, FirstUseByEightProcessesOfEightThreadsSomeOfThemKilled)
                 return CSpyMap(map).containsKey(CName(key));
             };
             for (const std::string& key : expected)
-                EXPECT_TRUE(within(10s, [&] { return isThere(key); })) << "not all use one store: " << key;
+                EXPECT_TRUE(within(60s, [&] { return isThere(key); })) << "not all use one store: " << key;
         });
         finish({Ended});
         EXPECT_TRUE(systemVObjects().empty()) << "the last one has left something";
